@@ -1,0 +1,28 @@
+# Compile options shared by every target of the project.
+add_library(ko_options INTERFACE)
+target_compile_features(ko_options INTERFACE cxx_std_20)
+target_compile_options(
+    ko_options
+    INTERFACE -Wall
+              -Wextra
+              -Wpedantic
+              -Wshadow
+              -Wconversion
+              -Wno-sign-conversion
+              -Wnon-virtual-dtor
+              -Woverloaded-virtual
+              $<$<BOOL:${KO_WERROR}>:-Werror>)
+
+if(KO_SANITIZE)
+    add_compile_options(-fsanitize=${KO_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+    add_link_options(-fsanitize=${KO_SANITIZE})
+endif()
+
+# Options of the libraries alone. Contracted multiply-adds would round differently on CPUs that have
+# them, and errno keeps the compiler from vectorising sqrt.
+add_library(ko_library_options INTERFACE)
+target_compile_options(ko_library_options INTERFACE -ffp-contract=off -fno-math-errno)
+# SSSE3 machines take the scalar path: one kernel build less for processors that are long gone.
+target_compile_definitions(ko_library_options INTERFACE HWY_DISABLED_TARGETS=HWY_SSSE3 QT_NO_KEYWORDS)
+target_include_directories(ko_library_options INTERFACE "${PROJECT_SOURCE_DIR}/src")
+target_link_libraries(ko_library_options INTERFACE ko_options hwy::hwy OpenMP::OpenMP_CXX)

@@ -1,0 +1,6 @@
+// The core library: records, memory, histogram containers and Bayer helpers.
+#pragma once
+
+#include <ko/bayer.h>
+#include <ko/image.h>
+#include <ko/result.h>

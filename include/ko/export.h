@@ -1,0 +1,4 @@
+// Marks what the shared libraries export; everything else is hidden.
+#pragma once
+
+#define KO_EXPORT __attribute__((visibility("default")))

@@ -1,0 +1,143 @@
+// Image records and the operations on their memory.
+#pragma once
+
+#include <ko/export.h>
+#include <ko/result.h>
+
+#include <QPoint>
+#include <QRect>
+
+#include <cstddef>
+#include <cstdint>
+
+namespace ko {
+
+/// Container of one sample. Odd codes up to 5 are signed, even ones unsigned; 10 and 11 are signed and
+/// unsigned. `Sample128` can be stored and copied, no operation computes with it.
+enum ExImageDataType : std::int32_t {
+    Int8 = 1,
+    UInt8 = 2,
+    Int16 = 3,
+    UInt16 = 4,
+    Int32 = 5,
+    UInt32 = 6,
+    Float32 = 7,
+    Float64 = 8,
+    Sample128 = 9,
+    Int64 = 10,
+    UInt64 = 11,
+};
+
+/// Order of the samples of a multi-channel image; a mono image is laid out alike either way.
+enum ExPixelPacking : std::int32_t {
+    Interleaved = 0,  ///< sample (x, y, c) at data + y * stride + (x * channels + c) * bytes per sample
+    Planar = 1,       ///< sample (x, y, c) at data + (c * height + y) * stride + x * bytes per sample
+};
+
+/// Colour-filter arrangement of a raw mosaic: the colours of the cell positions (x even, y even),
+/// (x odd, y even), (x even, y odd), (x odd, y odd).
+enum ExBayerGrid : std::int32_t {
+    BayerBGGR = 0,
+    BayerRGGB = 1,
+    BayerGBRG = 2,
+    BayerGRBG = 3,
+    BayerNone = 4,  ///< not a mosaic
+};
+
+enum ExPixelCompression : std::int32_t { CompressionNone = 0 };
+
+/// Geometry and sample format of an image.
+struct SxImageInfo {
+    std::int32_t width = 0;          ///< pixels per row
+    std::int32_t height = 0;         ///< rows
+    std::int32_t stride = 0;         ///< bytes from a row to the next; 0 lets `AllocBuffer` choose
+    std::int32_t channels = 0;       ///< samples per pixel
+    std::int32_t bitsPerSample = 0;  ///< significant bits, independent of the container
+    ExImageDataType dataType = static_cast<ExImageDataType>(0);
+    ExPixelPacking packing = Interleaved;
+    std::int32_t pixelFormat = 1;  ///< 1: the first three of 3 or 4 channels are colour
+    ExBayerGrid bayerGrid = BayerNone;
+    std::int32_t reserved[3] = {};  ///< copied unchanged
+};
+
+/// An image: its format, its pixel memory and the bookkeeping of that memory.
+///
+/// A plain record: copying it makes a second view of the same pixels and frees nothing. A program may fill
+/// one by hand over memory of its own and leave the bookkeeping words 0.
+struct SxImageBuf : SxImageInfo {
+    std::uint8_t* data = nullptr;       ///< first row; null means no image
+    std::uint64_t allocation = 0;       ///< set by `AllocBuffer`, 0 for memory of the program's own
+    std::uint64_t memoryTag = 0;        ///< 0: ordinary memory; other tags are reserved
+    std::uint64_t bookkeeping[2] = {};  ///< set by `AllocBuffer`
+};
+
+/// Bytes of one sample of a type code; 0 for a code outside 1...11.
+KO_EXPORT int bytesPerSample(int dataType);
+
+/// Bytes of pixel memory: stride * height, times channels for any packing but `Interleaved`.
+/// 0 when a factor is not positive; saturates where the product does not fit.
+KO_EXPORT std::size_t imageByteSize(const SxImageInfo& info);
+
+/// Allocates the pixel memory of a new image and fills the whole record.
+///
+/// The memory is aligned to 64 bytes and followed by at least 64 readable zero bytes. What `out` held before
+/// is overwritten, not freed. The record gets `pixelFormat` 1 and `bayerGrid` `BayerNone`.
+///
+/// @param out            record to fill; release it with `FreeBuffer`
+/// @param width, height  0 or more
+/// @param channels       1 or more
+/// @param dataType       1...11
+/// @param stride         bytes per row, at least the row's samples; 0 chooses the row length rounded up to 64
+/// @param bitsPerSample  stored as given
+/// @param packing        `Interleaved` or `Planar`
+/// @param flag           true clears the pixel memory, false leaves it undefined
+/// @param compression    `CompressionNone`; anything else is refused
+/// @returns `ResultOk`; `ResultFailed` for geometry that cannot exist and when memory runs out, with
+/// `out.data`
+///          null and its bookkeeping words cleared
+KO_EXPORT ResultCode AllocBuffer(SxImageBuf& out, int width, int height, int channels,
+                                 ExImageDataType dataType, int stride, int bitsPerSample,
+                                 ExPixelPacking packing, bool flag, ExPixelCompression compression);
+
+/// Allocates the pixel memory of an image of the given format, with the rules of the long form; every word of
+/// the info is kept. `info` may be `out` itself.
+KO_EXPORT ResultCode AllocBuffer(const SxImageInfo& info, SxImageBuf& out, bool flag);
+
+/// Releases the memory of an image made by `AllocBuffer` and nulls `data` and the bookkeeping words.
+///
+/// Safe on an empty record, twice on the same record, on a view (its memory stays with the image that it
+/// views) and on a record over the program's own memory. A second copy of a freed record must not be freed.
+KO_EXPORT void FreeBuffer(SxImageBuf& image);
+
+/// Copies a rectangle of an image into another image of the same channels, sample type and packing.
+///
+/// The images must not overlap. `flag` has no effect.
+/// @param srcRect  inside `src`; may be empty
+/// @param dstPos   where its top left corner goes; the whole rectangle must fit into `dst`
+/// @returns `ResultOk`; `ResultFailed`, with nothing written, for an absent image, a rectangle outside either
+///          image or differing formats
+KO_EXPORT ResultCode CopyBuffer(const SxImageBuf& src, const QRect& srcRect, SxImageBuf& dst,
+                                const QPoint& dstPos, bool flag);
+
+/// Copies bytes between the memories of two images that do not overlap.
+///
+/// @param dstTag, srcTag  the `memoryTag`s; every tag is treated as ordinary memory
+/// @returns `ResultOk`; `ResultFailed` when bytes are to be copied from or to null
+KO_EXPORT ResultCode MemCpy(void* dst, const void* src, std::uint64_t bytes, std::uint64_t dstTag,
+                            std::uint64_t srcTag);
+
+/// Copies one channel of an image into one channel of an image of the same size and sample type; the packings
+/// may differ. Source and destination may be the same image.
+///
+/// @returns `ResultOk`; `ResultFailed`, with nothing written, for an absent image, a channel that does not
+/// exist
+///          or differing sizes or types
+KO_EXPORT ResultCode CopyChannel(const SxImageBuf& src, int srcChannel, SxImageBuf& dst, int dstChannel);
+
+/// Physical position of a logical channel: its own number, for every image.
+KO_EXPORT int ChannelIndexLogicalToPhysical(int channel, const SxImageBuf& image);
+
+/// Bytes of the processor's second-level cache; 0 when the system does not know it.
+KO_EXPORT unsigned L2CacheSize();
+
+}  // namespace ko

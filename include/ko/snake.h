@@ -1,0 +1,8 @@
+// Active contour.
+#pragma once
+
+#include <ko/image.h>
+
+namespace ko {
+
+}  // namespace ko

@@ -1,0 +1,9 @@
+// Histograms and statistics.
+#pragma once
+
+#include <ko/stats/entropy.h>
+#include <ko/stats/extremes.h>
+#include <ko/stats/histogram.h>
+#include <ko/stats/joint_histogram.h>
+#include <ko/stats/means.h>
+#include <ko/stats/row_histogram.h>

@@ -1,0 +1,8 @@
+// Entropy and Otsu thresholds.
+#pragma once
+
+#include <ko/image.h>
+
+namespace ko {
+
+}  // namespace ko

@@ -1,0 +1,8 @@
+// Minimum and maximum.
+#pragma once
+
+#include <ko/image.h>
+
+namespace ko {
+
+}  // namespace ko

@@ -1,0 +1,8 @@
+// Means and standard deviations.
+#pragma once
+
+#include <ko/image.h>
+
+namespace ko {
+
+}  // namespace ko

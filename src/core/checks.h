@@ -1,0 +1,125 @@
+// Argument checks: statements about images and regions, and the table that turns them into a status.
+//
+// Every row of a table is evaluated before the first false one answers, so each predicate is total: it never
+// touches pixel data and forms every product in 64 bits.
+#pragma once
+
+#include <ko/image.h>
+
+#include <cstdint>
+#include <initializer_list>
+
+namespace ko {
+
+struct Check {
+    ResultCode code;
+    bool holds;
+};
+
+/// Status of the first check that does not hold, `ResultOk` when all do.
+inline ResultCode firstFailure(std::initializer_list<Check> checks) noexcept
+{
+    for (const Check& check : checks) {
+        if (!check.holds)
+            return check.code;
+    }
+    return ResultOk;
+}
+
+/// The samples of a row (of one plane, for planar data) lie within the stride, so that the last row ends
+/// inside the image's memory. The geometry of a record is looked at last, when its type is known to be one
+/// that the operation works on.
+inline bool rowsFit(const SxImageInfo& info) noexcept
+{
+    const std::int64_t samples =
+        info.packing == Interleaved ? std::int64_t{info.width} * info.channels : std::int64_t{info.width};
+    // 2^31 * 2^31 samples of up to 16 bytes would not fit; no stride reaches them either.
+    constexpr std::int64_t beyondAnyStride = std::int64_t{1} << 40;
+    return info.stride >= 0 && samples <= beyondAnyStride &&
+           samples * bytesPerSample(info.dataType) <= info.stride;
+}
+
+/// The image has pixel memory, and no negative size.
+inline bool isPresent(const SxImageBuf& image) noexcept
+{
+    return image.data != nullptr && image.width >= 0 && image.height >= 0;
+}
+
+inline bool isMono(const SxImageInfo& info) noexcept
+{
+    return info.channels == 1;
+}
+
+inline bool isInterleaved(const SxImageInfo& info) noexcept
+{
+    return info.packing == Interleaved;
+}
+
+inline bool isPlanar(const SxImageInfo& info) noexcept
+{
+    return info.packing == Planar;
+}
+
+/// The image's sample type is one of those named.
+template <class... Types>
+bool hasType(const SxImageInfo& info, Types... types) noexcept
+{
+    return ((info.dataType == types) || ...);
+}
+
+/// The image's channel count is one of those named.
+template <class... Counts>
+bool hasChannels(const SxImageInfo& info, Counts... counts) noexcept
+{
+    return ((info.channels == counts) || ...);
+}
+
+inline bool sameSize(const SxImageInfo& a, const SxImageInfo& b) noexcept
+{
+    return a.width == b.width && a.height == b.height;
+}
+
+/// Equal in everything but size, stride and the reserved words.
+inline bool sameFormat(const SxImageInfo& a, const SxImageInfo& b) noexcept
+{
+    return a.channels == b.channels && a.bitsPerSample == b.bitsPerSample && a.bayerGrid == b.bayerGrid &&
+           a.dataType == b.dataType && a.packing == b.packing && a.pixelFormat == b.pixelFormat;
+}
+
+/// A mask: present, one channel, `UInt8`.
+inline bool isMask(const SxImageBuf& mask) noexcept
+{
+    return isPresent(mask) && isMono(mask) && hasType(mask, UInt8);
+}
+
+/// A mask of the image's size.
+inline bool isMaskOf(const SxImageBuf& mask, const SxImageInfo& image) noexcept
+{
+    return isMask(mask) && sameSize(mask, image);
+}
+
+/// The rectangle lies wholly inside the image. One without width and height does anywhere (there is nothing
+/// of it outside), one with a single zero extent where its position does, one of negative size never.
+inline bool isInside(const QRect& rect, const SxImageInfo& image) noexcept
+{
+    // A QRect stores its corners, so its own width() can overflow; the sums here cannot.
+    const std::int64_t left = rect.left(), top = rect.top();
+    const std::int64_t right = std::int64_t{rect.right()} + 1, bottom = std::int64_t{rect.bottom()} + 1;
+    if (right == left && bottom == top)
+        return true;
+    return left >= 0 && top >= 0 && right >= left && bottom >= top && right <= image.width &&
+           bottom <= image.height;
+}
+
+inline bool isInside(const QPoint& point, const SxImageInfo& image) noexcept
+{
+    return point.x() >= 0 && point.y() >= 0 && point.x() < image.width && point.y() < image.height;
+}
+
+/// The whole image as a region.
+inline QRect wholeOf(const SxImageInfo& image) noexcept
+{
+    return {0, 0, image.width, image.height};
+}
+
+}  // namespace ko

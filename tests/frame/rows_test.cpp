@@ -1,0 +1,65 @@
+#include "frame/boundary.h"
+#include "frame/rows.h"
+#include "support/targets.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <new>
+#include <vector>
+
+namespace ko::test {
+namespace {
+
+TEST(RowLoops, VisitEveryRowOnce)
+{
+    forEachThreadCount([] {
+        for (const std::int64_t rows : {0, 1, 5, 101}) {
+            std::vector<int> statically(static_cast<std::size_t>(rows)), dynamically = statically;
+            rowsStatic(rows, [&](std::int64_t y) noexcept { ++statically[static_cast<std::size_t>(y)]; });
+            rowsDynamic(rows, [&](std::int64_t y) noexcept { ++dynamically[static_cast<std::size_t>(y)]; });
+            EXPECT_EQ(statically, std::vector<int>(static_cast<std::size_t>(rows), 1));
+            EXPECT_EQ(dynamically, statically);
+        }
+    });
+}
+
+TEST(RowLoops, GiveEachThreadOneBlockWhenStatic)
+{
+    omp_set_num_threads(3);
+    std::vector<int> owner(10);
+    rowsStatic(10,
+               [&](std::int64_t y) noexcept { owner[static_cast<std::size_t>(y)] = omp_get_thread_num(); });
+    EXPECT_TRUE(std::is_sorted(owner.begin(), owner.end()));
+}
+
+TEST(Reduction, CombinesOneSlotPerThread)
+{
+    forEachThreadCount([] {
+        int slots = 0;
+        std::int64_t sum = 0, twice = 0;
+        reducePerThread<std::int64_t>(
+            100, 2,
+            [](std::int64_t* slot, std::int64_t y) noexcept {
+                slot[0] += y;
+                slot[1] += 2 * y;
+            },
+            [&](const std::int64_t* slot) {
+                ++slots;
+                sum += slot[0];
+                twice += slot[1];
+            });
+        EXPECT_EQ(slots, omp_get_max_threads());
+        EXPECT_EQ(sum, 4950);
+        EXPECT_EQ(twice, 9900);
+    });
+}
+
+TEST(ErrorBoundary, TurnsExhaustedMemoryIntoAStatus)
+{
+    EXPECT_EQ(guarded([]() -> ResultCode { throw std::bad_alloc(); }), ResultFailed);
+    EXPECT_EQ(guarded([] { return ResultOutOfRange; }), ResultOutOfRange);
+}
+
+}  // namespace
+}  // namespace ko::test

@@ -1,0 +1,37 @@
+// Runs a test body once per kernel build that this processor can execute, and with several thread counts.
+#pragma once
+
+#include <hwy/targets.h>
+#include <omp.h>
+
+#include <gtest/gtest.h>
+
+namespace ko::test {
+
+template <class Body>
+void forEachTarget(Body&& body)
+{
+    for (std::int64_t rest = hwy::SupportedTargets(); rest != 0; rest &= rest - 1) {
+        const std::int64_t target = rest & -rest;
+        SCOPED_TRACE(hwy::TargetName(target));
+        hwy::SetSupportedTargetsForTest(target);
+        hwy::GetChosenTarget().Update(hwy::SupportedTargets());
+        body();
+    }
+    hwy::SetSupportedTargetsForTest(0);
+    hwy::GetChosenTarget().Update(hwy::SupportedTargets());
+}
+
+template <class Body>
+void forEachThreadCount(Body&& body)
+{
+    const int before = omp_get_max_threads();
+    for (const int threads : {1, 2, 7}) {
+        SCOPED_TRACE(threads);
+        omp_set_num_threads(threads);
+        body();
+    }
+    omp_set_num_threads(before);
+}
+
+}  // namespace ko::test
