@@ -92,49 +92,57 @@ KO_EXPORT std::size_t imageByteSize(const SxImageInfo& info);
 /// @param packing        `Interleaved` or `Planar`
 /// @param flag           true clears the pixel memory, false leaves it undefined
 /// @param compression    `CompressionNone`; anything else is refused
-/// @returns `ResultOk`; `ResultFailed` for geometry that cannot exist and when memory runs out, with
-/// `out.data`
-///          null and its bookkeeping words cleared
+/// @returns `ResultOk`; `ResultFailed` for geometry that cannot exist, for 1 TiB and more, and when memory
+///          runs out
+/// On failure the record holds the format asked for, `data` is null and the bookkeeping words are cleared.
+/// An image without pixels has an address too.
 KO_EXPORT ResultCode AllocBuffer(SxImageBuf& out, int width, int height, int channels,
                                  ExImageDataType dataType, int stride, int bitsPerSample,
                                  ExPixelPacking packing, bool flag, ExPixelCompression compression);
 
 /// Allocates the pixel memory of an image of the given format, with the rules of the long form; every word of
-/// the info is kept. `info` may be `out` itself.
+/// the info is kept, a stride of 0 replaced by the chosen one. `info` may be `out` itself.
 KO_EXPORT ResultCode AllocBuffer(const SxImageInfo& info, SxImageBuf& out, bool flag);
 
 /// Releases the memory of an image made by `AllocBuffer` and nulls `data` and the bookkeeping words.
 ///
-/// Safe on an empty record, twice on the same record, on a view (its memory stays with the image that it
-/// views) and on a record over the program's own memory. A second copy of a freed record must not be freed.
+/// Safe on an empty record, twice on the same record, on a record whose `data` was moved to a row or plane of
+/// the image (its memory stays with the image) and on a record over the program's own memory, whatever its
+/// bookkeeping words hold. A copy with the same `data`, a view of the first plane included, is the image
+/// itself to this function: free one of them and drop the other. Different images may be freed from different
+/// threads at the same time.
 KO_EXPORT void FreeBuffer(SxImageBuf& image);
 
 /// Copies a rectangle of an image into another image of the same channels, sample type and packing.
 ///
-/// The images must not overlap. `flag` has no effect.
 /// @param srcRect  inside `src`; may be empty
+/// @param dst      must not overlap `src`
 /// @param dstPos   where its top left corner goes; the whole rectangle must fit into `dst`
-/// @returns `ResultOk`; `ResultFailed`, with nothing written, for an absent image, a rectangle outside either
-///          image or differing formats
+/// @param flag     has no effect
+/// @returns `ResultOk`; `ResultFailed`, with nothing written, for an absent image, one without channels or of
+///          an unknown sample type, a rectangle outside either image or differing formats
+/// Runs on the calling thread.
 KO_EXPORT ResultCode CopyBuffer(const SxImageBuf& src, const QRect& srcRect, SxImageBuf& dst,
                                 const QPoint& dstPos, bool flag);
 
-/// Copies bytes between the memories of two images that do not overlap.
+/// Copies bytes between the memories of two images, which may overlap.
 ///
 /// @param dstTag, srcTag  the `memoryTag`s; every tag is treated as ordinary memory
-/// @returns `ResultOk`; `ResultFailed` when bytes are to be copied from or to null
+/// @returns `ResultOk`; `ResultFailed`, with nothing written, when bytes are to be copied from or to null or
+///          are more than any object has
 KO_EXPORT ResultCode MemCpy(void* dst, const void* src, std::uint64_t bytes, std::uint64_t dstTag,
                             std::uint64_t srcTag);
 
 /// Copies one channel of an image into one channel of an image of the same size and sample type; the packings
 /// may differ. Source and destination may be the same image.
 ///
-/// @returns `ResultOk`; `ResultFailed`, with nothing written, for an absent image, a channel that does not
-/// exist
-///          or differing sizes or types
+/// @returns `ResultOk`; `ResultFailed`, with nothing written, for an absent image, one of an unknown sample
+///          type, a channel that does not exist or differing sizes or types
+/// Runs on the calling thread.
 KO_EXPORT ResultCode CopyChannel(const SxImageBuf& src, int srcChannel, SxImageBuf& dst, int dstChannel);
 
-/// Physical position of a logical channel: its own number, for every image.
+/// Physical position of a logical channel: its own number for every image, also where `image` has no such
+/// channel.
 KO_EXPORT int ChannelIndexLogicalToPhysical(int channel, const SxImageBuf& image);
 
 /// Bytes of the processor's second-level cache; 0 when the system does not know it.

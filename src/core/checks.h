@@ -6,8 +6,10 @@
 
 #include <ko/image.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <initializer_list>
+#include <limits>
 
 namespace ko {
 
@@ -27,8 +29,8 @@ inline ResultCode firstFailure(std::initializer_list<Check> checks) noexcept
 }
 
 /// The samples of a row (of one plane, for planar data) lie within the stride, so that the last row ends
-/// inside the image's memory. The geometry of a record is looked at last, when its type is known to be one
-/// that the operation works on.
+/// inside the image's memory, and that memory is one that addresses can span. The geometry of a record is
+/// looked at last, when its type is known to be one that the operation works on.
 inline bool rowsFit(const SxImageInfo& info) noexcept
 {
     const std::int64_t samples =
@@ -36,7 +38,8 @@ inline bool rowsFit(const SxImageInfo& info) noexcept
     // 2^31 * 2^31 samples of up to 16 bytes would not fit; no stride reaches them either.
     constexpr std::int64_t beyondAnyStride = std::int64_t{1} << 40;
     return info.stride >= 0 && samples <= beyondAnyStride &&
-           samples * bytesPerSample(info.dataType) <= info.stride;
+           samples * bytesPerSample(info.dataType) <= info.stride &&
+           imageByteSize(info) <= std::size_t{std::numeric_limits<std::ptrdiff_t>::max()};
 }
 
 /// The image has pixel memory, and no negative size.

@@ -42,4 +42,9 @@ std::size_t imageByteSize(const SxImageInfo& info)
     return plane > most / planes ? most : plane * planes;
 }
 
+int ChannelIndexLogicalToPhysical(int channel, const SxImageBuf&)
+{
+    return channel;
+}
+
 }  // namespace ko

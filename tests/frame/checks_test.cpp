@@ -98,6 +98,8 @@ TEST(Rows, WithProductsBeyond64BitsDoNotFit)
     EXPECT_FALSE(rowsFit(huge));
     huge.packing = Planar;
     EXPECT_FALSE(rowsFit(huge));
+    huge.width = 1;
+    EXPECT_FALSE(rowsFit(huge)) << "planes beyond all addresses";
 }
 
 }  // namespace

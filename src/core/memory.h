@@ -1,0 +1,17 @@
+// Memory of images and of large counter tables.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace ko {
+
+/// A block from the heap, zeroed or undefined; null when there is not enough memory. Large zeroed blocks come
+/// as untouched zero pages, so that clearing costs nothing until they are used. Release with `std::free`.
+void* obtainMemory(std::uint64_t bytes, bool zeroed) noexcept;
+
+/// For tests: lets the next `successes` calls of `obtainMemory` through and refuses all later ones, until it
+/// is called again. A negative number refuses none, which is how a process starts.
+void refuseMemoryAfter(std::int64_t successes) noexcept;
+
+}  // namespace ko
