@@ -48,6 +48,12 @@ inline bool isPresent(const SxImageBuf& image) noexcept
     return image.data != nullptr && image.width >= 0 && image.height >= 0;
 }
 
+/// There is a sample at all.
+inline bool hasPixels(const SxImageInfo& info) noexcept
+{
+    return info.width > 0 && info.height > 0 && info.channels > 0;
+}
+
 inline bool isMono(const SxImageInfo& info) noexcept
 {
     return info.channels == 1;

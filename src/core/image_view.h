@@ -51,4 +51,11 @@ inline void storeSample(std::uint8_t* row, std::int64_t index, T sample) noexcep
     std::memcpy(row + index * static_cast<std::int64_t>(sizeof(T)), &sample, sizeof(T));
 }
 
+/// The bytes of a sample, for row functions that serve several types.
+template <class T>
+const std::uint8_t* bytesOf(const T& sample) noexcept
+{
+    return reinterpret_cast<const std::uint8_t*>(&sample);
+}
+
 }  // namespace ko

@@ -34,4 +34,27 @@ struct PerSize {
     }
 };
 
+/// One row function per size of integer samples: the counterpart of `IntegersBySize`.
+template <class Row>
+struct PerIntegerSize {
+    Row u8;
+    Row u16;
+    Row u32;
+    Row u64;
+
+    template <class T>
+    constexpr Row of() const noexcept
+    {
+        static_assert(std::is_integral_v<T>);
+        if constexpr (sizeof(T) == 1)
+            return u8;
+        else if constexpr (sizeof(T) == 2)
+            return u16;
+        else if constexpr (sizeof(T) == 4)
+            return u32;
+        else
+            return u64;
+    }
+};
+
 }  // namespace ko

@@ -1,0 +1,54 @@
+#include <ko/pixel.h>
+
+#include "core/checks.h"
+#include "core/dispatch.h"
+#include "core/image_view.h"
+#include "frame/boundary.h"
+#include "frame/conversions.h"
+#include "frame/rows.h"
+#include "pixel/clamp_kernels.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace ko {
+
+namespace {
+
+/// 2^bitsPerSample as a signed 32-bit number, -2^31 from 31 bits on. Bytes know no depth above 8 bits: they
+/// would otherwise all be replaced from 31 bits on, like the samples of the other types.
+std::int32_t limitOf(const SxImageInfo& image)
+{
+    const int bits = hasType(image, UInt8) ? std::min(image.bitsPerSample, 8) : image.bitsPerSample;
+    return toInt32(std::ldexp(1.0, bits));
+}
+
+}  // namespace
+
+ResultCode ClampToColorDepth(SxImageBuf& image)
+{
+    return guarded([&] {
+        if (const ResultCode rc = firstFailure({
+                {ResultBadArg1, isPresent(image)},
+                {ResultUnsupportedType, isInterleaved(image) || isPlanar(image)},
+            }))
+            return rc;
+        return dispatch(ByTypeOf<UInt8, UInt16, UInt32, UInt64>{}, image.dataType,
+                        {{ResultBadArg1, rowsFit(image)}}, [&]<class T>(std::type_identity<T>) {
+                            if (!hasPixels(image))
+                                return;
+                            const ClampRow row = clampKernels().of<T>();
+                            const std::int32_t limit = limitOf(image);
+                            const bool planar = isPlanar(image);
+                            const std::int64_t samples =
+                                std::int64_t{image.width} * (planar ? 1 : image.channels);
+                            for (int plane = 0; plane < (planar ? image.channels : 1); ++plane) {
+                                rowsDynamic(image.height, [&](std::int64_t y) noexcept {
+                                    row(planeRowOf(image, plane, y), samples, limit);
+                                });
+                            }
+                        });
+    });
+}
+
+}  // namespace ko

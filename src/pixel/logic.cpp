@@ -1,0 +1,76 @@
+#include <ko/pixel.h>
+
+#include "core/checks.h"
+#include "core/dispatch.h"
+#include "core/image_view.h"
+#include "frame/boundary.h"
+#include "frame/rows.h"
+#include "frame/values.h"
+#include "pixel/logic_kernels.h"
+
+namespace ko {
+
+namespace {
+
+ResultCode checkPair(const SxImageBuf& src, const SxImageBuf& dst)
+{
+    return firstFailure({
+        {ResultBadArg1, isPresent(src) && isMono(src)},
+        {ResultBadArg2, isPresent(dst) && sameSize(dst, src) && sameFormat(dst, src)},
+    });
+}
+
+/// And and Or: integers only, a value cut to the sample, 1 where there is none.
+ResultCode combineIntegers(const SxImageBuf& src, SxImageBuf& dst, const QVariant* value,
+                           PerIntegerSize<LogicRow> LogicKernels::*kernel)
+{
+    if (const ResultCode rc = checkPair(src, dst))
+        return rc;
+    return dispatch(IntegersByType{}, src.dataType,
+                    {{ResultBadArg1, rowsFit(src)}, {ResultBadArg2, rowsFit(dst)}},
+                    [&]<class T>(std::type_identity<T>) {
+                        const T set = value ? plainValue<T>(*value) : T{1};
+                        const LogicRow row = (logicKernels().*kernel).template of<T>();
+                        rowsStatic(src.height, [&](std::int64_t y) noexcept {
+                            row(rowOf(src, y), rowOf(dst, y), src.width, bytesOf(set));
+                        });
+                    });
+}
+
+}  // namespace
+
+ResultCode And(const SxImageBuf& src, SxImageBuf& dst, QVariant* value)
+{
+    return guarded([&] { return combineIntegers(src, dst, value, &LogicKernels::both); });
+}
+
+ResultCode Or(const SxImageBuf& src, SxImageBuf& dst, QVariant* value)
+{
+    return guarded([&] { return combineIntegers(src, dst, value, &LogicKernels::any); });
+}
+
+ResultCode Xor(const SxImageBuf& src, SxImageBuf& dst, QVariant* value)
+{
+    return guarded([&] {
+        if (const ResultCode rc = checkPair(src, dst))
+            return rc;
+        return dispatch(ByType{}, src.dataType,
+                        {{ResultBadArg1, rowsFit(src)}, {ResultBadArg2, rowsFit(dst)}},
+                        [&]<class T>(std::type_identity<T>) {
+                            if (!value) {
+                                const LogicPassRow row = logicKernels().passOne.of<T>();
+                                rowsStatic(src.height, [&](std::int64_t y) noexcept {
+                                    row(rowOf(src, y), rowOf(dst, y), src.width);
+                                });
+                                return;
+                            }
+                            const T set = typedValue<T>(*value);
+                            const LogicRow row = logicKernels().one.of<T>();
+                            rowsStatic(src.height, [&](std::int64_t y) noexcept {
+                                row(rowOf(src, y), rowOf(dst, y), src.width, bytesOf(set));
+                            });
+                        });
+    });
+}
+
+}  // namespace ko
