@@ -19,6 +19,10 @@ function(ko_install_libraries)
     install(FILES "${PROJECT_BINARY_DIR}/koimprocConfig.cmake"
                   "${PROJECT_BINARY_DIR}/koimprocConfigVersion.cmake" DESTINATION "${package_dir}")
 
+    # Relative, so that the installed tree may be moved or installed with another --prefix.
+    set(pkgconfig_dir "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+    file(RELATIVE_PATH KO_PREFIX_FROM_PKGCONFIG "/prefix/${pkgconfig_dir}" "/prefix")
+    string(REGEX REPLACE "/$" "" KO_PREFIX_FROM_PKGCONFIG "${KO_PREFIX_FROM_PKGCONFIG}")
     configure_file("${PROJECT_SOURCE_DIR}/cmake/koimproc.pc.in" "${PROJECT_BINARY_DIR}/koimproc.pc" @ONLY)
-    install(FILES "${PROJECT_BINARY_DIR}/koimproc.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+    install(FILES "${PROJECT_BINARY_DIR}/koimproc.pc" DESTINATION "${pkgconfig_dir}")
 endfunction()

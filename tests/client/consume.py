@@ -1,0 +1,90 @@
+#!/usr/bin/env python3
+"""Uses koimproc as another project would and checks what the resulting program prints."""
+import argparse
+import os
+import shutil
+import subprocess
+import sys
+from pathlib import Path
+
+HERE = Path(__file__).parent
+EXPECTED = "0 7 7 0\n"
+WARNINGS = ["-std=c++17", "-Wall", "-Wextra", "-Wpedantic", "-Werror"]
+
+
+def run(command, **options):
+    print("+", *command, flush=True)
+    return subprocess.run([str(word) for word in command], check=True, text=True, **options)
+
+
+def expect_output(program, **options):
+    printed = run([program], stdout=subprocess.PIPE, **options).stdout
+    if printed != EXPECTED:
+        sys.exit(f"printed {printed!r} instead of {EXPECTED!r}")
+
+
+def library_dir(prefix):
+    return next(prefix.glob("**/libkoimproc.so")).parent
+
+
+def build_with_cmake(args, name, definitions):
+    build = args.work / name
+    shutil.rmtree(build, ignore_errors=True)
+    run(["cmake", "-S", HERE / "consumer", "-B", build, "-G", "Ninja", f"-DCMAKE_CXX_COMPILER={args.compiler}",
+         f"-DCMAKE_CXX_FLAGS={' '.join(WARNINGS[1:] + args.flags)}", *definitions])
+    run(["cmake", "--build", build])
+    expect_output(build / "client")
+
+
+def find_package(args):
+    build_with_cmake(args, "find_package", [f"-DCMAKE_PREFIX_PATH={args.prefix}"])
+
+
+def add_subdirectory(args):
+    # Unoptimised: what is tested is the build, not the code.
+    build_with_cmake(args, "add_subdirectory",
+                     [f"-DKOIMPROC_SOURCE={args.source}", "-DCMAKE_BUILD_TYPE=Debug"])
+
+
+def pkg_config_flags(args):
+    search = library_dir(args.prefix) / "pkgconfig"
+    environment = {**os.environ, "PKG_CONFIG_PATH": str(search)}
+    return run(["pkg-config", "--cflags", "--libs", "koimproc"], env=environment,
+               stdout=subprocess.PIPE).stdout.split()
+
+
+def pkg_config(args):
+    program = args.work / "pkg_config_client"
+    # Qt's own flags do not ask for position-independent code, its headers do.
+    run([args.compiler, *WARNINGS, "-fPIC", *args.flags, HERE / "consumer/client.cpp", "-o", program,
+         *pkg_config_flags(args)])
+    expect_output(program, env={**os.environ, "LD_LIBRARY_PATH": str(library_dir(args.prefix))})
+
+
+def headers(args):
+    """Every public header compiles on its own."""
+    root = args.prefix / "include"
+    flags = [flag for flag in pkg_config_flags(args) if not flag.startswith(("-l", "-L"))]
+    found = sorted(path.relative_to(root) for path in (root / "ko").rglob("*.h"))
+    if Path("ko/koimproc.h") not in found:
+        sys.exit("ko/koimproc.h is not installed")
+    for header in found:
+        run([args.compiler, *WARNINGS, "-fPIC", "-fsyntax-only", *flags, "-x", "c++", "-"],
+            input=f"#include <{header}>\n")
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__)
+    ways = {way.__name__: way for way in (find_package, add_subdirectory, pkg_config, headers)}
+    parser.add_argument("--compiler", required=True)
+    parser.add_argument("--flags", type=str.split, default=[])
+    parser.add_argument("--work", type=Path, required=True, help="directory for what is built")
+    parser.add_argument("--prefix", type=Path, help="where the package is installed")
+    parser.add_argument("--source", type=Path, help="root of the source tree")
+    parser.add_argument("way", choices=ways)
+    args = parser.parse_args()
+    ways[args.way](args)
+
+
+if __name__ == "__main__":
+    main()

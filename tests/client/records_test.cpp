@@ -1,0 +1,106 @@
+// The binary layout of the public records, and what a default-constructed one holds.
+#include <ko/koimproc.h>
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <type_traits>
+
+namespace ko::test {
+namespace {
+
+template <class Enum>
+constexpr bool isSigned32 = sizeof(Enum) == 4 && std::is_signed_v<std::underlying_type_t<Enum>>;
+
+static_assert(isSigned32<ExImageDataType>);
+static_assert(isSigned32<ExPixelPacking>);
+static_assert(isSigned32<ExBayerGrid>);
+static_assert(isSigned32<ExPixelCompression>);
+static_assert(std::is_same_v<std::underlying_type_t<ResultCode>, std::uint32_t>);
+
+static_assert(sizeof(SxImageInfo) == 48 && alignof(SxImageInfo) == 4);
+static_assert(std::is_standard_layout_v<SxImageInfo>);
+static_assert(offsetof(SxImageInfo, width) == 0);
+static_assert(offsetof(SxImageInfo, height) == 4);
+static_assert(offsetof(SxImageInfo, stride) == 8);
+static_assert(offsetof(SxImageInfo, channels) == 12);
+static_assert(offsetof(SxImageInfo, bitsPerSample) == 16);
+static_assert(offsetof(SxImageInfo, dataType) == 20);
+static_assert(offsetof(SxImageInfo, packing) == 24);
+static_assert(offsetof(SxImageInfo, pixelFormat) == 28);
+static_assert(offsetof(SxImageInfo, bayerGrid) == 32);
+static_assert(offsetof(SxImageInfo, reserved) == 36);
+
+static_assert(sizeof(SxImageBuf) == 88 && alignof(SxImageBuf) == 8);
+static_assert(std::is_base_of_v<SxImageInfo, SxImageBuf>);
+static_assert(std::is_trivially_copyable_v<SxImageBuf>);
+
+std::ptrdiff_t offsetIn(const SxImageBuf& image, const void* member)
+{
+    return static_cast<const char*>(member) - reinterpret_cast<const char*>(&image);
+}
+
+TEST(Records, PlaceTheMemoryWordsBehindTheInfo)
+{
+    // Measured on an object: offsetof is not portable for a record with a base.
+    const SxImageBuf image;
+    EXPECT_EQ(offsetIn(image, static_cast<const SxImageInfo*>(&image)), 0);
+    EXPECT_EQ(offsetIn(image, &image.data), 48);
+    EXPECT_EQ(offsetIn(image, &image.allocation), 56);
+    EXPECT_EQ(offsetIn(image, &image.memoryTag), 64);
+    EXPECT_EQ(offsetIn(image, &image.bookkeeping), 72);
+}
+
+TEST(Records, StartEmptyWithColourPixelsAndNoMosaic)
+{
+    const SxImageBuf image;
+    EXPECT_EQ(image.width, 0);
+    EXPECT_EQ(image.height, 0);
+    EXPECT_EQ(image.stride, 0);
+    EXPECT_EQ(image.channels, 0);
+    EXPECT_EQ(image.bitsPerSample, 0);
+    EXPECT_EQ(image.dataType, 0);
+    EXPECT_EQ(image.packing, Interleaved);
+    EXPECT_EQ(image.pixelFormat, 1);
+    EXPECT_EQ(image.bayerGrid, BayerNone);
+    for (const std::int32_t word : image.reserved)
+        EXPECT_EQ(word, 0);
+    EXPECT_EQ(image.data, nullptr);
+    EXPECT_EQ(image.allocation, 0U);
+    EXPECT_EQ(image.memoryTag, 0U);
+    for (const std::uint64_t word : image.bookkeeping)
+        EXPECT_EQ(word, 0U);
+}
+
+TEST(Records, NumberTheirCodesForGood)
+{
+    EXPECT_EQ(Int8, 1);
+    EXPECT_EQ(UInt8, 2);
+    EXPECT_EQ(Int16, 3);
+    EXPECT_EQ(UInt16, 4);
+    EXPECT_EQ(Int32, 5);
+    EXPECT_EQ(UInt32, 6);
+    EXPECT_EQ(Float32, 7);
+    EXPECT_EQ(Float64, 8);
+    EXPECT_EQ(Sample128, 9);
+    EXPECT_EQ(Int64, 10);
+    EXPECT_EQ(UInt64, 11);
+    EXPECT_EQ(Interleaved, 0);
+    EXPECT_EQ(Planar, 1);
+    EXPECT_EQ(BayerBGGR, 0);
+    EXPECT_EQ(BayerRGGB, 1);
+    EXPECT_EQ(BayerGBRG, 2);
+    EXPECT_EQ(BayerGRBG, 3);
+    EXPECT_EQ(BayerNone, 4);
+    EXPECT_EQ(CompressionNone, 0);
+    EXPECT_EQ(ResultOk, 0U);
+    EXPECT_EQ(ResultFailed, 0xA0000000U);
+    EXPECT_EQ(ResultIncompatible, 0xA000000DU);
+    EXPECT_EQ(ResultOutOfRange, 0xA0004309U);
+    EXPECT_EQ(ResultUnsupportedType, 0xA000430CU);
+    EXPECT_EQ(ResultBadArg1, 0xA0004313U);
+    EXPECT_EQ(ResultBadArg7, 0xA0004319U);
+}
+
+}  // namespace
+}  // namespace ko::test
