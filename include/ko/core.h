@@ -2,5 +2,6 @@
 #pragma once
 
 #include <ko/bayer.h>
+#include <ko/histogram_containers.h>
 #include <ko/image.h>
 #include <ko/result.h>
