@@ -1,0 +1,241 @@
+#include "stats/extremes_kernels.h"
+
+#include "core/image_view.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "stats/extremes_kernels.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+HWY_BEFORE_NAMESPACE();
+namespace ko {
+namespace HWY_NAMESPACE {
+namespace {
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+template <class T>
+void TakeSample(T sample, const ExtremeLanes<T>& lanes, std::int64_t lane) noexcept
+{
+    lanes.low[lane] = sample < lanes.low[lane] ? sample : lanes.low[lane];
+    lanes.high[lane] = sample > lanes.high[lane] ? sample : lanes.high[lane];
+}
+
+/// Samples `from` and up one by one; `selection` is null where all samples count.
+template <class T>
+void TakeRest(const std::uint8_t* row, const std::uint8_t* selection, std::int64_t from, std::int64_t samples,
+              const ExtremeLanes<T>& lanes) noexcept
+{
+    std::int64_t lane = from % lanes.count;
+    for (std::int64_t i = from; i < samples; ++i) {
+        if (selection == nullptr || selection[i] != 0)
+            TakeSample(loadSample<T>(row, i), lanes, lane);
+        lane = lane + 1 == lanes.count ? 0 : lane + 1;
+    }
+}
+
+#if HWY_TARGET == HWY_SCALAR
+
+template <class T>
+std::int64_t LaneCount(std::int64_t period) noexcept
+{
+    return period;
+}
+
+template <class T>
+void Row(const std::uint8_t* row, std::int64_t samples, const ExtremeLanes<T>& lanes) noexcept
+{
+    TakeRest(row, nullptr, 0, samples, lanes);
+}
+
+template <class T>
+void SelectedRow(const std::uint8_t* row, const std::uint8_t* selection, std::int64_t samples,
+                 const ExtremeLanes<T>& lanes) noexcept
+{
+    TakeRest(row, selection, 0, samples, lanes);
+}
+
+#else
+
+template <class T>
+using Tag = hn::ScalableTag<T>;
+template <class T>
+using Vector = hn::Vec<Tag<T>>;
+
+template <class T>
+constexpr std::int64_t laneStep = static_cast<std::int64_t>(hn::MaxLanes(Tag<T>{}));
+
+/// Four vectors hold the periods 1, 2 and 4 any number of times, three of them period 3.
+template <class T>
+std::int64_t LaneCount(std::int64_t period) noexcept
+{
+    if (4 * laneStep<T> % period == 0)
+        return 4 * laneStep<T>;
+    if (3 * laneStep<T> % period == 0)
+        return 3 * laneStep<T>;
+    return period;
+}
+
+/// Every sample of the row.
+template <class T>
+struct AllSamples {
+    const T* row;
+
+    void take(std::int64_t at, Vector<T>& low, Vector<T>& high) const noexcept
+    {
+        const Vector<T> sample = hn::LoadU(Tag<T>{}, row + at);
+        if constexpr (std::is_floating_point_v<T>) {
+            // The processors' own minimum and maximum differ on NaN and on zeros of both signs.
+            low = hn::IfThenElse(hn::Lt(sample, low), sample, low);
+            high = hn::IfThenElse(hn::Gt(sample, high), sample, high);
+        } else {
+            low = hn::Min(sample, low);
+            high = hn::Max(sample, high);
+        }
+    }
+};
+
+/// The samples whose selection byte is not zero.
+template <class T>
+struct SelectedSamples {
+    const T* row;
+    const std::uint8_t* selection;
+
+    auto selected(std::int64_t at) const noexcept
+    {
+        const hn::Rebind<std::uint8_t, Tag<T>> bytes;
+        const auto chosen = hn::LoadU(bytes, selection + at);
+        if constexpr (sizeof(T) == 1) {
+            return hn::RebindMask(Tag<T>{}, hn::Ne(chosen, hn::Zero(bytes)));
+        } else {
+            const hn::RebindToUnsigned<Tag<T>> wide;
+            return hn::RebindMask(Tag<T>{}, hn::Ne(widened(wide, chosen), hn::Zero(wide)));
+        }
+    }
+
+    template <class D, class V>
+    static auto widened(D wide, V bytes) noexcept
+    {
+        if constexpr (sizeof(T) == 8)
+            return hn::PromoteTo(wide, hn::PromoteTo(hn::Rebind<std::uint32_t, D>{}, bytes));
+        else
+            return hn::PromoteTo(wide, bytes);
+    }
+
+    void take(std::int64_t at, Vector<T>& low, Vector<T>& high) const noexcept
+    {
+        const Vector<T> sample = hn::LoadU(Tag<T>{}, row + at);
+        const auto chosen = selected(at);
+        if constexpr (std::is_floating_point_v<T>) {
+            low = hn::IfThenElse(hn::And(chosen, hn::Lt(sample, low)), sample, low);
+            high = hn::IfThenElse(hn::And(chosen, hn::Gt(sample, high)), sample, high);
+        } else {
+            low = hn::IfThenElse(chosen, hn::Min(sample, low), low);
+            high = hn::IfThenElse(chosen, hn::Max(sample, high), high);
+        }
+    }
+};
+
+/// One vector at sample `at` into the lanes from `lane` on.
+template <class T, class Samples>
+void TakeVector(const Samples& samples, std::int64_t at, const ExtremeLanes<T>& lanes,
+                std::int64_t lane) noexcept
+{
+    const Tag<T> d;
+    Vector<T> low = hn::LoadU(d, lanes.low + lane), high = hn::LoadU(d, lanes.high + lane);
+    samples.take(at, low, high);
+    hn::StoreU(low, d, lanes.low + lane);
+    hn::StoreU(high, d, lanes.high + lane);
+}
+
+/// As many whole blocks of `lanes.count` samples as there are, the running values in registers.
+template <class T, int vectors, class Samples>
+std::int64_t TakeBlocks(const Samples& samples, std::int64_t count, const ExtremeLanes<T>& lanes) noexcept
+{
+    const Tag<T> d;
+    Vector<T> low[vectors], high[vectors];
+    for (int v = 0; v < vectors; ++v) {
+        low[v] = hn::LoadU(d, lanes.low + v * laneStep<T>);
+        high[v] = hn::LoadU(d, lanes.high + v * laneStep<T>);
+    }
+    std::int64_t at = 0;
+    for (; at + vectors * laneStep<T> <= count; at += vectors * laneStep<T>) {
+        for (int v = 0; v < vectors; ++v)
+            samples.take(at + v * laneStep<T>, low[v], high[v]);
+    }
+    for (int v = 0; v < vectors; ++v) {
+        hn::StoreU(low[v], d, lanes.low + v * laneStep<T>);
+        hn::StoreU(high[v], d, lanes.high + v * laneStep<T>);
+    }
+    return at;
+}
+
+/// What it can of the row by vectors; returns the number of samples taken.
+template <class T, class Samples>
+std::int64_t TakeVectors(const Samples& samples, std::int64_t count, const ExtremeLanes<T>& lanes) noexcept
+{
+    std::int64_t at = 0;
+    if (lanes.count == 4 * laneStep<T>)
+        at = TakeBlocks<T, 4>(samples, count, lanes);
+    else if (lanes.count == 3 * laneStep<T>)
+        at = TakeBlocks<T, 3>(samples, count, lanes);
+    else
+        return 0;
+    for (std::int64_t lane = 0; at + laneStep<T> <= count; at += laneStep<T>, lane += laneStep<T>)
+        TakeVector(samples, at, lanes, lane);
+    // A sample may be taken twice, so the rest goes with the samples before it as the row's last vector.
+    const std::int64_t last = count - laneStep<T>;
+    const std::int64_t lane = last % lanes.period;
+    if (at < count && last >= 0 && lane + laneStep<T> <= lanes.count) {
+        TakeVector(samples, last, lanes, lane);
+        at = count;
+    }
+    return at;
+}
+
+template <class T>
+void Row(const std::uint8_t* row, std::int64_t samples, const ExtremeLanes<T>& lanes) noexcept
+{
+    const std::int64_t taken = TakeVectors(AllSamples<T>{reinterpret_cast<const T*>(row)}, samples, lanes);
+    TakeRest(row, nullptr, taken, samples, lanes);
+}
+
+template <class T>
+void SelectedRow(const std::uint8_t* row, const std::uint8_t* selection, std::int64_t samples,
+                 const ExtremeLanes<T>& lanes) noexcept
+{
+    const std::int64_t taken =
+        TakeVectors(SelectedSamples<T>{reinterpret_cast<const T*>(row), selection}, samples, lanes);
+    TakeRest(row, selection, taken, samples, lanes);
+}
+
+#endif
+
+template <class T>
+constexpr ExtremesRows<T> rowsOf{&LaneCount<T>, &Row<T>, &SelectedRow<T>};
+
+const ExtremesKernels& Kernels()
+{
+    static constexpr ExtremesKernels kernels{
+        rowsOf<std::int8_t>,  rowsOf<std::uint8_t>,  rowsOf<std::int16_t>, rowsOf<std::uint16_t>,
+        rowsOf<std::int32_t>, rowsOf<std::uint32_t>, rowsOf<float>,        rowsOf<double>,
+        rowsOf<std::int64_t>, rowsOf<std::uint64_t>};
+    return kernels;
+}
+
+}  // namespace
+}  // namespace HWY_NAMESPACE
+}  // namespace ko
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace ko {
+namespace {
+HWY_EXPORT(Kernels);
+}
+const ExtremesKernels& extremesKernels()
+{
+    return HWY_DYNAMIC_DISPATCH(Kernels)();
+}
+}  // namespace ko
+#endif
