@@ -107,17 +107,26 @@ inline bool isMaskOf(const SxImageBuf& mask, const SxImageInfo& image) noexcept
     return isMask(mask) && sameSize(mask, image);
 }
 
+/// Columns and rows of a rectangle. A QRect stores its corners, so its own width() and height() can overflow.
+inline std::int64_t widthOf(const QRect& rect) noexcept
+{
+    return std::int64_t{rect.right()} - rect.left() + 1;
+}
+
+inline std::int64_t heightOf(const QRect& rect) noexcept
+{
+    return std::int64_t{rect.bottom()} - rect.top() + 1;
+}
+
 /// The rectangle lies wholly inside the image. One without width and height does anywhere (there is nothing
 /// of it outside), one with a single zero extent where its position does, one of negative size never.
 inline bool isInside(const QRect& rect, const SxImageInfo& image) noexcept
 {
-    // A QRect stores its corners, so its own width() can overflow; the sums here cannot.
-    const std::int64_t left = rect.left(), top = rect.top();
-    const std::int64_t right = std::int64_t{rect.right()} + 1, bottom = std::int64_t{rect.bottom()} + 1;
-    if (right == left && bottom == top)
+    const std::int64_t width = widthOf(rect), height = heightOf(rect);
+    if (width == 0 && height == 0)
         return true;
-    return left >= 0 && top >= 0 && right >= left && bottom >= top && right <= image.width &&
-           bottom <= image.height;
+    return rect.left() >= 0 && rect.top() >= 0 && width >= 0 && height >= 0 &&
+           rect.left() + width <= image.width && rect.top() + height <= image.height;
 }
 
 inline bool isInside(const QPoint& point, const SxImageInfo& image) noexcept

@@ -72,8 +72,7 @@ ChannelLayout layoutOf(const SxImageInfo& info, std::int64_t channel)
 ResultCode CopyBuffer(const SxImageBuf& src, const QRect& srcRect, SxImageBuf& dst, const QPoint& dstPos,
                       bool /*flag*/)
 {
-    const std::int64_t width = std::int64_t{srcRect.right()} - srcRect.left() + 1;
-    const std::int64_t height = std::int64_t{srcRect.bottom()} - srcRect.top() + 1;
+    const std::int64_t width = widthOf(srcRect), height = heightOf(srcRect);
     if (const ResultCode rc = firstFailure({
             {ResultFailed, isCopyable(src) && isCopyable(dst)},
             {ResultFailed, src.channels == dst.channels && src.dataType == dst.dataType},
