@@ -27,6 +27,12 @@ TEST(CoreApi, IsExportedWithTheExactSignatures)
             {"ChannelIndexLogicalToPhysical",
              exported<int(int, const SxImageBuf&)>(&ChannelIndexLogicalToPhysical)},
             {"L2CacheSize", exported<unsigned()>(&L2CacheSize)},
+            {"ConvertRawToPlanarRaw",
+             exported<ResultCode(const SxImageBuf&, const QRect&, ExBayerGrid, SxImageBuf&)>(
+                 &ConvertRawToPlanarRaw)},
+            {"DemosaicSimple",
+             exported<ResultCode(const SxImageBuf&, const QRect&, SxImageBuf&, ExBayerGrid)>(
+                 &DemosaicSimple)},
         });
 }
 

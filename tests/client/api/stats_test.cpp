@@ -1,0 +1,25 @@
+#include "exported.h"
+
+#include <ko/koimproc.h>
+
+#include <gtest/gtest.h>
+
+namespace ko::test {
+namespace {
+
+TEST(StatsApi, IsExportedWithTheExactSignatures)
+{
+    expectExports(
+        "libkoimproc.so.1",
+        {
+            {"MinMax", exported<ResultCode(const SxImageBuf&, QVariant*, QVariant*)>(&MinMax)},
+            {"MinMaxMasked",
+             exported<ResultCode(const SxImageBuf&, const SxImageBuf&, QVariant*, QVariant*)>(&MinMaxMasked)},
+            {"MinMaxMosaic",
+             exported<ResultCode(const SxImageBuf&, int, int, QVariant*, QVariant*, QPoint*, QPoint*)>(
+                 &MinMaxMosaic)},
+        });
+}
+
+}  // namespace
+}  // namespace ko::test
