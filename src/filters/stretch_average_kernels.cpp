@@ -1,0 +1,399 @@
+#include "filters/stretch_average_kernels.h"
+
+#include "core/image_view.h"
+
+#include <algorithm>
+#include <iterator>
+#include <type_traits>
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "filters/stretch_average_kernels.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+// Both passes truncate. The processor's average rounds up; on complemented samples rounding up is truncation:
+//   ~((a + b) / 2) = average(~a, ~b)
+// and since floors nest, ((3a + b) / 4) = (a + (a + b) / 2) / 2 and ((a + 2b + c) / 4) = (b + (a + c) / 2)
+// / 2.
+
+HWY_BEFORE_NAMESPACE();
+namespace ko {
+namespace HWY_NAMESPACE {
+namespace {
+
+/// Three quarters of `near` and a quarter of `far`.
+template <class T>
+T Nearer(T near, T far) noexcept
+{
+    return static_cast<T>((3U * near + far) >> 2);
+}
+
+template <class T>
+T Tent(T before, T centre, T after) noexcept
+{
+    return static_cast<T>((before + 2U * centre + after) >> 2);
+}
+
+template <class T>
+T Complement(T sample) noexcept
+{
+    return static_cast<T>(~static_cast<unsigned>(sample));
+}
+
+template <class T>
+void DoublePixels(const std::uint8_t* src, std::uint8_t* dst, std::int64_t from, std::int64_t to,
+                  int channels) noexcept
+{
+    for (std::int64_t x = from; x < to; ++x) {
+        for (int c = 0; c < channels; ++c) {
+            const T before = loadSample<T>(src, std::max<std::int64_t>(x - 1, 0) * channels + c);
+            const T own = loadSample<T>(src, x * channels + c);
+            storeSample(dst, 2 * x * channels + c, Complement(Nearer(before, own)));
+            storeSample(dst, (2 * x + 1) * channels + c, Complement(Nearer(own, before)));
+        }
+    }
+}
+
+/// `from` and `to` count the pixels of dst, which are half of the source's `pixels`.
+template <class T>
+void HalvePixels(const std::uint8_t* src, std::uint8_t* dst, std::int64_t from, std::int64_t to,
+                 std::int64_t pixels, int channels) noexcept
+{
+    for (std::int64_t x = from; x < to; ++x) {
+        const std::int64_t after = std::min(2 * x + 2, pixels - 1);
+        for (int c = 0; c < channels; ++c) {
+            const T tent =
+                Tent(loadSample<T>(src, 2 * x * channels + c), loadSample<T>(src, (2 * x + 1) * channels + c),
+                     loadSample<T>(src, after * channels + c));
+            storeSample(dst, x * channels + c, Complement(tent));
+        }
+    }
+}
+
+template <class T>
+void DoubledSamples(const std::uint8_t* above, const std::uint8_t* below, std::uint8_t* upper,
+                    std::uint8_t* lower, std::int64_t from, std::int64_t to) noexcept
+{
+    for (std::int64_t x = from; x < to; ++x) {
+        const T a = Complement(loadSample<T>(above, x)), b = Complement(loadSample<T>(below, x));
+        storeSample(upper, x, Nearer(a, b));
+        storeSample(lower, x, Nearer(b, a));
+    }
+}
+
+template <class T>
+void HalvedSamples(const std::uint8_t* above, const std::uint8_t* centre, const std::uint8_t* below,
+                   std::uint8_t* dst, std::int64_t from, std::int64_t to) noexcept
+{
+    for (std::int64_t x = from; x < to; ++x) {
+        storeSample(dst, x,
+                    Tent(Complement(loadSample<T>(above, x)), Complement(loadSample<T>(centre, x)),
+                         Complement(loadSample<T>(below, x))));
+    }
+}
+
+#if HWY_TARGET == HWY_SCALAR
+
+template <class T>
+void DoubleRow(const std::uint8_t* src, std::uint8_t* dst, std::int64_t pixels, int channels) noexcept
+{
+    DoublePixels<T>(src, dst, 0, pixels, channels);
+}
+
+template <class T>
+void HalveRow(const std::uint8_t* src, std::uint8_t* dst, std::int64_t pixels, int channels) noexcept
+{
+    HalvePixels<T>(src, dst, 0, pixels / 2, pixels, channels);
+}
+
+template <class T>
+void DoubledRows(const std::uint8_t* above, const std::uint8_t* below, std::uint8_t* upper,
+                 std::uint8_t* lower, std::int64_t samples) noexcept
+{
+    DoubledSamples<T>(above, below, upper, lower, 0, samples);
+}
+
+template <class T>
+void HalvedRow(const std::uint8_t* above, const std::uint8_t* centre, const std::uint8_t* below,
+               std::uint8_t* dst, std::int64_t samples) noexcept
+{
+    HalvedSamples<T>(above, centre, below, dst, 0, samples);
+}
+
+#else
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+/// Covers from...to - 1 with blocks of `step`, the last one moved back over its neighbour; false where there
+/// is no room for one.
+template <class Block>
+bool InBlocks(std::int64_t from, std::int64_t to, std::int64_t step, const Block& block)
+{
+    if (to - from < step)
+        return false;
+    std::int64_t x = from;
+    for (; x + step <= to; x += step)
+        block(x);
+    if (x < to)
+        block(to - step);
+    return true;
+}
+
+template <class D>
+struct Pair {
+    hn::Vec<D> first;
+    hn::Vec<D> second;
+};
+
+/// The two samples between complemented neighbours, complemented.
+template <class D>
+Pair<D> Between(D, hn::Vec<D> a, hn::Vec<D> b)
+{
+    const auto middle = hn::AverageRound(a, b);
+    return {hn::AverageRound(a, middle), hn::AverageRound(b, middle)};
+}
+
+/// Samples of D's type at any byte address, complemented.
+template <class D>
+hn::Vec<D> LoadComplement(D d, const std::uint8_t* at)
+{
+    return hn::Not(hn::LoadU(d, reinterpret_cast<const hn::TFromD<D>*>(at)));
+}
+
+/// The complemented tents around the samples that follow those at `at` by `distance` bytes.
+template <class D>
+hn::Vec<D> TentAt(D d, const std::uint8_t* at, std::int64_t distance)
+{
+    const auto sides = hn::AverageRound(LoadComplement(d, at), LoadComplement(d, at + 2 * distance));
+    return hn::AverageRound(LoadComplement(d, at + distance), sides);
+}
+
+/// Unsigned integer that holds a whole pixel.
+template <int Bytes>
+using PixelOf =
+    std::conditional_t<Bytes == 1, std::uint8_t,
+                       std::conditional_t<Bytes == 2, std::uint16_t,
+                                          std::conditional_t<Bytes == 4, std::uint32_t, std::uint64_t>>>;
+
+/// Pixels of 1, 2, 4 or 8 bytes are lanes of their own when they change places.
+template <class T, int PixelBytes>
+struct PixelLanes {
+    using D = hn::ScalableTag<T>;
+    using P = hn::Repartition<PixelOf<PixelBytes>, D>;
+
+    static std::int64_t Step() { return static_cast<std::int64_t>(hn::Lanes(P{})); }
+
+    static void Double(const std::uint8_t* src, std::uint8_t* dst)
+    {
+        const auto both = Between(D{}, LoadComplement(D{}, src - PixelBytes), LoadComplement(D{}, src));
+        hn::StoreInterleaved2(hn::BitCast(P{}, both.first), hn::BitCast(P{}, both.second), P{},
+                              reinterpret_cast<PixelOf<PixelBytes>*>(dst));
+    }
+
+    static void Halve(const std::uint8_t* src, std::uint8_t* dst)
+    {
+        const auto lower = TentAt(D{}, src, PixelBytes);
+        const auto upper = TentAt(D{}, src + Step() * PixelBytes, PixelBytes);
+        hn::StoreU(hn::ConcatEven(P{}, hn::BitCast(P{}, upper), hn::BitCast(P{}, lower)), P{},
+                   reinterpret_cast<PixelOf<PixelBytes>*>(dst));
+    }
+};
+
+constexpr std::uint8_t none = 0x80;  // a zero from the byte shuffle
+
+struct Shuffle {
+    alignas(16) std::uint8_t bytes[16];
+};
+
+/// For output bytes `first`... of a doubled row, the bytes of the even (or odd) output pixels, which lie in a
+/// vector that starts at byte `offset` of theirs.
+template <int PixelBytes>
+constexpr Shuffle ShuffleOfDoubled(int first, int odd, int offset)
+{
+    Shuffle shuffle{};
+    for (int i = 0; i < 16; ++i) {
+        const int pixel = (first + i) / PixelBytes;
+        const int byte = pixel / 2 * PixelBytes + (first + i) % PixelBytes - offset;
+        shuffle.bytes[i] = pixel % 2 == odd ? static_cast<std::uint8_t>(byte) : none;
+    }
+    return shuffle;
+}
+
+/// For output bytes `first`... of a halved row, the bytes that lie in the 16 from `offset` on of the tents
+/// around every source pixel.
+template <int PixelBytes>
+constexpr Shuffle ShuffleOfHalved(int first, int offset)
+{
+    Shuffle shuffle{};
+    for (int i = 0; i < 16; ++i) {
+        const int byte = (first + i) / PixelBytes * 2 * PixelBytes + (first + i) % PixelBytes - offset;
+        shuffle.bytes[i] = byte >= 0 && byte < 16 ? static_cast<std::uint8_t>(byte) : none;
+    }
+    return shuffle;
+}
+
+/// Pixels of 3 or 6 bytes: 24 bytes of them at a time, put in place by byte shuffles.
+template <class T, int PixelBytes>
+struct PixelShuffles {
+    using D = hn::CappedTag<T, 16 / sizeof(T)>;
+    using B = hn::CappedTag<std::uint8_t, 16>;
+    using V = hn::Vec<B>;
+
+    static std::int64_t Step() { return 24 / PixelBytes; }
+
+    static V Pick(V from, const Shuffle& shuffle)
+    {
+        return hn::TableLookupBytesOr0(from, hn::Load(B{}, shuffle.bytes));
+    }
+
+    static void Double(const std::uint8_t* src, std::uint8_t* dst)
+    {
+        // Bytes 0...15 and 8...23 of the even output pixels and of the odd ones.
+        const auto low = Between(D{}, LoadComplement(D{}, src - PixelBytes), LoadComplement(D{}, src));
+        const auto high =
+            Between(D{}, LoadComplement(D{}, src - PixelBytes + 8), LoadComplement(D{}, src + 8));
+        const V even0 = hn::BitCast(B{}, low.first), odd0 = hn::BitCast(B{}, low.second);
+        const V even8 = hn::BitCast(B{}, high.first), odd8 = hn::BitCast(B{}, high.second);
+        static constexpr Shuffle fromEven[] = {ShuffleOfDoubled<PixelBytes>(0, 0, 0),
+                                               ShuffleOfDoubled<PixelBytes>(16, 0, 8),
+                                               ShuffleOfDoubled<PixelBytes>(32, 0, 8)};
+        static constexpr Shuffle fromOdd[] = {ShuffleOfDoubled<PixelBytes>(0, 1, 0),
+                                              ShuffleOfDoubled<PixelBytes>(16, 1, 0),
+                                              ShuffleOfDoubled<PixelBytes>(32, 1, 8)};
+        hn::StoreU(hn::Or(Pick(even0, fromEven[0]), Pick(odd0, fromOdd[0])), B{}, dst);
+        hn::StoreU(hn::Or(Pick(even8, fromEven[1]), Pick(odd0, fromOdd[1])), B{}, dst + 16);
+        hn::StoreU(hn::Or(Pick(even8, fromEven[2]), Pick(odd8, fromOdd[2])), B{}, dst + 32);
+    }
+
+    static void Halve(const std::uint8_t* src, std::uint8_t* dst)
+    {
+        const V tent0 = hn::BitCast(B{}, TentAt(D{}, src, PixelBytes));
+        const V tent16 = hn::BitCast(B{}, TentAt(D{}, src + 16, PixelBytes));
+        const V tent32 = hn::BitCast(B{}, TentAt(D{}, src + 32, PixelBytes));
+        static constexpr Shuffle first[] = {ShuffleOfHalved<PixelBytes>(0, 0),
+                                            ShuffleOfHalved<PixelBytes>(0, 16)};
+        static constexpr Shuffle rest[] = {ShuffleOfHalved<PixelBytes>(16, 16),
+                                           ShuffleOfHalved<PixelBytes>(16, 32)};
+        hn::StoreU(hn::Or(Pick(tent0, first[0]), Pick(tent16, first[1])), B{}, dst);
+        const V end = hn::Or(Pick(tent16, rest[0]), Pick(tent32, rest[1]));
+        hn::StoreU(hn::LowerHalf(end), hn::Half<B>{}, dst + 16);
+    }
+};
+
+template <class T, int PixelBytes>
+using PixelMoves =
+    std::conditional_t<PixelBytes % 3 == 0, PixelShuffles<T, PixelBytes>, PixelLanes<T, PixelBytes>>;
+
+template <class T, int Channels>
+void DoubleRowOf(const std::uint8_t* src, std::uint8_t* dst, std::int64_t pixels) noexcept
+{
+    constexpr int pixelBytes = Channels * static_cast<int>(sizeof(T));
+    using Moves = PixelMoves<T, pixelBytes>;
+    const bool done = InBlocks(1, pixels, Moves::Step(), [&](std::int64_t x) HWY_ATTR {
+        Moves::Double(src + x * pixelBytes, dst + 2 * x * pixelBytes);
+    });
+    DoublePixels<T>(src, dst, 0, done ? 1 : pixels, Channels);
+}
+
+template <class T, int Channels>
+void HalveRowOf(const std::uint8_t* src, std::uint8_t* dst, std::int64_t pixels) noexcept
+{
+    constexpr int pixelBytes = Channels * static_cast<int>(sizeof(T));
+    using Moves = PixelMoves<T, pixelBytes>;
+    const std::int64_t last = pixels / 2 - 1;
+    const bool done = InBlocks(0, last, Moves::Step(), [&](std::int64_t x) HWY_ATTR {
+        Moves::Halve(src + 2 * x * pixelBytes, dst + x * pixelBytes);
+    });
+    HalvePixels<T>(src, dst, done ? last : 0, last + 1, pixels, Channels);
+}
+
+using RowOfChannels = void (*)(const std::uint8_t* src, std::uint8_t* dst, std::int64_t pixels) noexcept;
+
+template <class T>
+void DoubleRow(const std::uint8_t* src, std::uint8_t* dst, std::int64_t pixels, int channels) noexcept
+{
+    static constexpr RowOfChannels byChannels[] = {&DoubleRowOf<T, 1>, &DoubleRowOf<T, 2>, &DoubleRowOf<T, 3>,
+                                                   &DoubleRowOf<T, 4>};
+    static_assert(std::size(byChannels) == stretchAverageChannels);
+    byChannels[channels - 1](src, dst, pixels);
+}
+
+template <class T>
+void HalveRow(const std::uint8_t* src, std::uint8_t* dst, std::int64_t pixels, int channels) noexcept
+{
+    static constexpr RowOfChannels byChannels[] = {&HalveRowOf<T, 1>, &HalveRowOf<T, 2>, &HalveRowOf<T, 3>,
+                                                   &HalveRowOf<T, 4>};
+    static_assert(std::size(byChannels) == stretchAverageChannels);
+    byChannels[channels - 1](src, dst, pixels);
+}
+
+template <class D>
+void StoreComplement(D d, hn::Vec<D> v, std::uint8_t* at)
+{
+    hn::StoreU(hn::Not(v), d, reinterpret_cast<hn::TFromD<D>*>(at));
+}
+
+template <class D>
+hn::Vec<D> LoadPlain(D d, const std::uint8_t* at)
+{
+    return hn::LoadU(d, reinterpret_cast<const hn::TFromD<D>*>(at));
+}
+
+template <class T>
+void DoubledRows(const std::uint8_t* above, const std::uint8_t* below, std::uint8_t* upper,
+                 std::uint8_t* lower, std::int64_t samples) noexcept
+{
+    const hn::ScalableTag<T> d;
+    const auto step = static_cast<std::int64_t>(hn::Lanes(d));
+    const bool done = InBlocks(0, samples, step, [&](std::int64_t x) HWY_ATTR {
+        const std::int64_t at = x * static_cast<std::int64_t>(sizeof(T));
+        const auto both = Between(d, LoadPlain(d, above + at), LoadPlain(d, below + at));
+        StoreComplement(d, both.first, upper + at);
+        StoreComplement(d, both.second, lower + at);
+    });
+    if (!done)
+        DoubledSamples<T>(above, below, upper, lower, 0, samples);
+}
+
+template <class T>
+void HalvedRow(const std::uint8_t* above, const std::uint8_t* centre, const std::uint8_t* below,
+               std::uint8_t* dst, std::int64_t samples) noexcept
+{
+    const hn::ScalableTag<T> d;
+    const auto step = static_cast<std::int64_t>(hn::Lanes(d));
+    const bool done = InBlocks(0, samples, step, [&](std::int64_t x) HWY_ATTR {
+        const std::int64_t at = x * static_cast<std::int64_t>(sizeof(T));
+        const auto sides = hn::AverageRound(LoadPlain(d, above + at), LoadPlain(d, below + at));
+        StoreComplement(d, hn::AverageRound(LoadPlain(d, centre + at), sides), dst + at);
+    });
+    if (!done)
+        HalvedSamples<T>(above, centre, below, dst, 0, samples);
+}
+
+#endif
+
+template <class T>
+constexpr StretchAverageRows rows{&DoubleRow<T>, &HalveRow<T>, &DoubledRows<T>, &HalvedRow<T>};
+
+const StretchAverageKernels& Kernels()
+{
+    static constexpr StretchAverageKernels kernels{rows<std::uint8_t>, rows<std::uint16_t>};
+    return kernels;
+}
+
+}  // namespace
+}  // namespace HWY_NAMESPACE
+}  // namespace ko
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace ko {
+namespace {
+HWY_EXPORT(Kernels);
+}
+const StretchAverageKernels& stretchAverageKernels()
+{
+    return HWY_DYNAMIC_DISPATCH(Kernels)();
+}
+}  // namespace ko
+#endif

@@ -1,0 +1,47 @@
+// Row kernels of Stretch for any ratio.
+#pragma once
+
+#include "filters/stretch_gather.h"
+#include "filters/stretch_table.h"
+
+#include <cstdint>
+#include <span>
+#include <type_traits>
+
+namespace ko {
+
+/// One pass along a row by the table alone, for any channel count.
+using StretchAlongRow = void (*)(const std::uint8_t* src, std::uint8_t* dst, const StretchTable& table,
+                                 std::int64_t channels) noexcept;
+
+/// One pass along a row by an arranged gather. Up to `stretchRowSlack` bytes behind the row are overwritten.
+using StretchGatherRow = void (*)(const std::uint8_t* src, std::uint8_t* dst,
+                                  const StretchGather& gather) noexcept;
+
+/// One output row of the pass across rows: `samples` samples, `rows[i]` weighted by `taps[i].weight`.
+using StretchAcrossRows = void (*)(const std::uint8_t* const* rows, std::span<const StretchTap> taps,
+                                   std::uint8_t* dst, std::int64_t samples) noexcept;
+
+struct StretchRows {
+    StretchAlongRow alongByTable;
+    StretchGatherRow alongByGather;  ///< null where this processor has no use for it
+    StretchAcrossRows across;
+};
+
+struct StretchKernels {
+    StretchRows u8;
+    StretchRows u16;
+
+    template <class T>
+    const StretchRows& of() const noexcept
+    {
+        return std::is_same_v<T, std::uint8_t> ? u8 : u16;
+    }
+};
+
+inline constexpr std::int64_t stretchRowSlack = 64;
+
+/// The kernels of the running processor.
+const StretchKernels& stretchKernels();
+
+}  // namespace ko
