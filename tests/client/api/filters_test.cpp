@@ -1,0 +1,20 @@
+#include "exported.h"
+
+#include <ko/koimproc.h>
+
+#include <gtest/gtest.h>
+
+namespace ko::test {
+namespace {
+
+TEST(FiltersApi, IsExportedWithTheExactSignatures)
+{
+    expectExports(
+        "libkoimproc.so.1",
+        {
+            {"Stretch", exported<ResultCode(const SxImageBuf&, SxImageBuf&, Interpolation)>(&Stretch)},
+        });
+}
+
+}  // namespace
+}  // namespace ko::test
