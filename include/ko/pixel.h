@@ -7,6 +7,111 @@
 
 namespace ko {
 
+/// Gives every sample of a mono image one of two values, in place: high where it is above the threshold, low
+/// elsewhere.
+///
+/// @param image      mono, any integer type; height x width, any stride
+/// @param threshold  compared in the sample's type, signed for signed types
+/// @param low, high  results. All three are converted to numbers (`toInt`, `toUInt` ...) and cut to the low
+///                   bits of the sample
+/// @returns the first that applies, in this order
+///   ResultBadArg1          image absent or not mono
+///   ResultUnsupportedType  dataType is not an integer type; the copy form takes floats too
+/// On failure image is untouched. Rows run in parallel (static). O(height * width).
+KO_EXPORT ResultCode ThresholdBinary(SxImageBuf& image, const QVariant& threshold, const QVariant& low,
+                                     const QVariant& high);
+
+/// Gives every sample one of its channel's two values: highs[c] where it is above thresholds[c], lows[c]
+/// elsewhere.
+///
+/// The comparison is made in the sample's type; NaN is above nothing. Of interleaved `UInt8` images with four
+/// channels only the first three are treated, and the fourth of dst stays as it was. dst may be the memory of
+/// a src with the same stride.
+///
+/// @param src         any type but `Sample128`, any channels; height x width, any stride
+/// @param dst         of src's size, channels, bitsPerSample, bayerGrid, dataType, packing and pixelFormat
+/// @param thresholds  one per channel, as are the following; converted to the sample's own type, a value that
+///                    does not convert acts as 0
+/// @param lows, highs results
+/// @returns the first that applies, in this order
+///   ResultBadArg1          src absent
+///   ResultBadArg2          dst absent, of another size or format
+///   ResultBadArg3          thresholds null
+///   ResultBadArg4          lows null
+///   ResultBadArg5          highs null
+///   ResultUnsupportedType  src has several channels in an unknown packing, or its dataType has no
+///                          implementation
+/// On failure dst is untouched. Rows run in parallel (static), planes in turn.
+/// O(height * width * channels).
+KO_EXPORT ResultCode ThresholdBinary(const SxImageBuf& src, SxImageBuf& dst, const QVariant* thresholds,
+                                     const QVariant* lows, const QVariant* highs);
+
+/// The copy form of `ThresholdBinary` with a mask that is looked at and has no effect: the whole image is
+/// treated. The mask's samples are not read.
+///
+/// @param mask  mono `UInt8` of src's size; the other parameters are those of `ThresholdBinary`
+/// @returns the first that applies, in this order
+///   ResultBadArg1          src absent
+///   ResultBadArg2          mask absent, not mono, not `UInt8`, or of another size
+///   ResultBadArg3          dst absent, of another size or format
+///   ResultBadArg4          thresholds null
+///   ResultBadArg5          lows null
+///   ResultBadArg6          highs null
+///   ResultUnsupportedType  src has several channels in an unknown packing, or its dataType has no
+///                          implementation
+/// On failure dst is untouched. Rows run in parallel (static), planes in turn.
+/// O(height * width * channels).
+KO_EXPORT ResultCode ThresholdBinaryMasked(const SxImageBuf& src, const SxImageBuf& mask, SxImageBuf& dst,
+                                           const QVariant* thresholds, const QVariant* lows,
+                                           const QVariant* highs);
+
+/// Marks the samples above their channel's threshold: highs[c] where a sample is above thresholds[c], 0
+/// elsewhere.
+///
+/// The comparison is made in src's type; NaN is above nothing. dst may have another channel count than src:
+/// each image keeps its own layout, and the channels that both have are treated. dst may be the memory of a
+/// `UInt8` src with the same layout.
+///
+/// @param src              any type but `Sample128`, any channels; height x width, any stride
+/// @param dst              `UInt8` of src's size and packing
+/// @param thresholds       one per channel of src, converted to the sample's own type; a value that does not
+///                         convert acts as 0
+/// @param highs            one per channel of src, 0...255
+/// @param fourChannelRule  true: of interleaved images with four channels only the first three are treated,
+///                         and the fourth of dst stays as it was
+/// @returns the first that applies, in this order
+///   ResultBadArg1          src absent
+///   ResultBadArg2          dst absent, not `UInt8`, of another size or packing
+///   ResultBadArg3          thresholds null
+///   ResultBadArg4          highs null
+///   ResultUnsupportedType  src has several channels in an unknown packing, or its dataType has no
+///                          implementation
+/// On failure dst is untouched. Rows run in parallel (static), planes in turn.
+/// O(height * width * channels).
+KO_EXPORT ResultCode ThresholdBinaryGT(const SxImageBuf& src, SxImageBuf& dst, const QVariant* thresholds,
+                                       unsigned char* highs, bool fourChannelRule);
+
+/// Replaces the samples at or below their channel's threshold, in place: such a sample becomes values[c], one
+/// above stays.
+///
+/// The comparison is made in the sample's type; NaN stays. Of planar images only the first plane changes, by
+/// the levels of channel 0.
+///
+/// @param image            any type but `Sample128`, any channels; height x width, any stride
+/// @param thresholds       one per channel, as are the values; converted to the sample's own type, a value
+///                         that does not convert acts as 0
+/// @param values           replacements
+/// @param fourChannelRule  true: of interleaved images with four channels the fourth stays as it is
+/// @returns the first that applies, in this order
+///   ResultBadArg1          image absent
+///   ResultBadArg2          thresholds null
+///   ResultBadArg3          values null
+///   ResultUnsupportedType  image has several channels in an unknown packing, or its dataType has no
+///                          implementation
+/// On failure image is untouched. Rows run in parallel (static). O(height * width * channels).
+KO_EXPORT ResultCode ThresholdGT(SxImageBuf& image, const QVariant* thresholds, const QVariant* values,
+                                 bool fourChannelRule);
+
 /// Combines two mono images sample by sample: value where both samples are set (not zero), 0 elsewhere. The
 /// result is logical, not bit by bit: masks with different set values go together.
 ///

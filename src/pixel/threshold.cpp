@@ -1,0 +1,268 @@
+#include <ko/pixel.h>
+
+#include "core/checks.h"
+#include "core/dispatch.h"
+#include "core/image_view.h"
+#include "frame/boundary.h"
+#include "frame/rows.h"
+#include "frame/values.h"
+#include "pixel/threshold_kernels.h"
+
+#include <algorithm>
+#include <limits>
+#include <numeric>
+#include <type_traits>
+#include <vector>
+
+namespace ko {
+
+namespace {
+
+/// A packing with a meaning for this image: mono images are laid out alike under any.
+bool hasLayout(const SxImageInfo& image)
+{
+    return isMono(image) || isInterleaved(image) || isPlanar(image);
+}
+
+/// Channels that an operation treats: of interleaved pixels with a fourth channel that is not colour, three.
+int treatedChannels(const SxImageInfo& image, bool fourChannelRule)
+{
+    const bool withoutFourth = fourChannelRule && isInterleaved(image) && image.channels == 4;
+    return withoutFourth ? 3 : std::max(image.channels, 0);
+}
+
+/// One value per channel.
+template <class T>
+std::vector<T> valuesOf(const QVariant* variants, int channels)
+{
+    std::vector<T> values(static_cast<std::size_t>(channels));
+    std::transform(variants, variants + channels, values.begin(), &typedValue<T>);
+    return values;
+}
+
+/// The values of the channels in the order of the samples of a row, repeated until whole vectors of a kernel
+/// fit; a single channel needs no repetition.
+template <class T>
+std::vector<T> alongRow(const std::vector<T>& channels)
+{
+    constexpr std::size_t vector = 64;
+    const std::size_t count = channels.size();
+    std::vector<T> samples(count == 1 || count > vector ? count : std::lcm(count, vector));
+    for (std::size_t i = 0; i < samples.size(); ++i)
+        samples[i] = channels[i % count];
+    return samples;
+}
+
+/// Thresholds in the source's type and results in the destination's, one per channel.
+template <class T, class Out>
+struct Levels {
+    std::vector<T> thresholds;
+    std::vector<Out> lows;
+    std::vector<Out> highs;
+
+    /// The levels of channel `first` and those behind it.
+    BinaryLevels<T, Out> from(int first, std::int64_t period) const noexcept
+    {
+        return {thresholds.data() + first, lows.data() + first, highs.data() + first, period};
+    }
+};
+
+/// One plane after another, each as a mono image.
+template <class T, class Out>
+void binaryPlanes(const SxImageBuf& src, SxImageBuf& dst, BinaryRow<T, Out> row, const Levels<T, Out>& levels)
+{
+    const int planes = std::min(static_cast<int>(levels.thresholds.size()), dst.channels);
+    for (int plane = 0; plane < planes; ++plane) {
+        const BinaryLevels<T, Out> own = levels.from(plane, 1);
+        rowsStatic(src.height, [&](std::int64_t y) noexcept {
+            row(planeRowOf(src, plane, y), planeRowOf(dst, plane, y), src.width, own);
+        });
+    }
+}
+
+/// Pixels whose channels are all treated: rows of samples without gaps.
+template <class T, class Out>
+void binaryPixels(const SxImageBuf& src, SxImageBuf& dst, BinaryRow<T, Out> row, const Levels<T, Out>& levels)
+{
+    const Levels<T, Out> repeated{alongRow(levels.thresholds), alongRow(levels.lows), alongRow(levels.highs)};
+    const BinaryLevels<T, Out> all = repeated.from(0, static_cast<std::int64_t>(repeated.thresholds.size()));
+    const std::int64_t samples = std::int64_t{src.width} * src.channels;
+    rowsStatic(src.height, [&](std::int64_t y) noexcept { row(rowOf(src, y), rowOf(dst, y), samples, all); });
+}
+
+/// Pixels of which some channels are left alone, or that have more channels on one side: each image is
+/// stepped by its own channel count.
+template <class T>
+void binaryChannels(const SxImageBuf& src, SxImageBuf& dst, const Levels<T, std::uint8_t>& levels)
+{
+    const auto row = thresholdKernels().of<T>().markChannel;
+    const int channels = std::min(static_cast<int>(levels.thresholds.size()), dst.channels);
+    rowsStatic(src.height, [&](std::int64_t y) noexcept {
+        for (int c = 0; c < channels; ++c) {
+            row(rowOf(src, y) + c * std::int64_t{sizeof(T)}, rowOf(dst, y) + c, src.width,
+                {src.channels, dst.channels}, levels.from(c, 1));
+        }
+    });
+}
+
+template <class T, class Out>
+void binary(const SxImageBuf& src, SxImageBuf& dst, BinaryRow<T, Out> row, const Levels<T, Out>& levels)
+{
+    if (!hasPixels(src) || !hasPixels(dst))
+        return;
+    if (!isInterleaved(src)) {
+        binaryPlanes(src, dst, row, levels);
+        return;
+    }
+    if constexpr (std::is_same_v<Out, std::uint8_t>) {
+        const int channels = static_cast<int>(levels.thresholds.size());
+        if (src.channels != channels || dst.channels != channels) {
+            binaryChannels(src, dst, levels);
+            return;
+        }
+    }
+    binaryPixels(src, dst, row, levels);
+}
+
+/// The copy form after its own checks, which the masked form shares.
+ResultCode binaryCopy(const SxImageBuf& src, SxImageBuf& dst, ResultCode badDst, const QVariant* thresholds,
+                      const QVariant* lows, const QVariant* highs)
+{
+    return dispatch(ByType{}, src.dataType, {{ResultBadArg1, rowsFit(src)}, {badDst, rowsFit(dst)}},
+                    [&]<class T>(std::type_identity<T>) {
+                        const int channels = treatedChannels(src, hasType(src, UInt8));
+                        binary<T, T>(src, dst, thresholdKernels().of<T>().binary,
+                                     {valuesOf<T>(thresholds, channels), valuesOf<T>(lows, channels),
+                                      valuesOf<T>(highs, channels)});
+                    });
+}
+
+/// A level that changes no sample: nothing but itself is at or below it.
+template <class T>
+constexpr T leastOf() noexcept
+{
+    if constexpr (std::numeric_limits<T>::has_infinity)
+        return -std::numeric_limits<T>::infinity();
+    else
+        return std::numeric_limits<T>::lowest();
+}
+
+/// Keeps the samples above their thresholds. Planar images change in their first plane only, by the levels of
+/// channel 0.
+template <class T>
+void keepAbove(SxImageBuf& image, const QVariant* thresholds, const QVariant* values, bool fourChannelRule)
+{
+    if (!hasPixels(image))
+        return;
+    const int channels = isInterleaved(image) ? image.channels : 1;
+    const int treated = std::min(treatedChannels(image, fourChannelRule), channels);
+    std::vector<T> floors = valuesOf<T>(thresholds, treated), replacements = valuesOf<T>(values, treated);
+    floors.resize(static_cast<std::size_t>(channels), leastOf<T>());
+    replacements.resize(static_cast<std::size_t>(channels), leastOf<T>());
+    floors = alongRow(floors);
+    replacements = alongRow(replacements);
+    const KeepLevels<T> levels{floors.data(), replacements.data(), static_cast<std::int64_t>(floors.size())};
+    const auto row = thresholdKernels().of<T>().keep;
+    const std::int64_t samples = std::int64_t{image.width} * channels;
+    rowsStatic(image.height, [&](std::int64_t y) noexcept { row(rowOf(image, y), samples, levels); });
+}
+
+}  // namespace
+
+ResultCode ThresholdBinary(SxImageBuf& image, const QVariant& threshold, const QVariant& low,
+                           const QVariant& high)
+{
+    return guarded([&] {
+        if (const ResultCode rc = firstFailure({{ResultBadArg1, isPresent(image) && isMono(image)}}))
+            return rc;
+        return dispatch(IntegersByType{}, image.dataType, {{ResultBadArg1, rowsFit(image)}},
+                        [&]<class T>(std::type_identity<T>) {
+                            const T limit = plainValue<T>(threshold), below = plainValue<T>(low),
+                                    above = plainValue<T>(high);
+                            const BinaryLevels<T, T> levels{&limit, &below, &above, 1};
+                            const auto row = thresholdKernels().of<T>().binary;
+                            rowsStatic(image.height, [&](std::int64_t y) noexcept {
+                                row(rowOf(image, y), rowOf(image, y), image.width, levels);
+                            });
+                        });
+    });
+}
+
+ResultCode ThresholdBinary(const SxImageBuf& src, SxImageBuf& dst, const QVariant* thresholds,
+                           const QVariant* lows, const QVariant* highs)
+{
+    return guarded([&] {
+        if (const ResultCode rc = firstFailure({
+                {ResultBadArg1, isPresent(src)},
+                {ResultBadArg2, isPresent(dst) && sameSize(dst, src) && sameFormat(dst, src)},
+                {ResultBadArg3, thresholds != nullptr},
+                {ResultBadArg4, lows != nullptr},
+                {ResultBadArg5, highs != nullptr},
+                {ResultUnsupportedType, hasLayout(src)},
+            }))
+            return rc;
+        return binaryCopy(src, dst, ResultBadArg2, thresholds, lows, highs);
+    });
+}
+
+ResultCode ThresholdBinaryMasked(const SxImageBuf& src, const SxImageBuf& mask, SxImageBuf& dst,
+                                 const QVariant* thresholds, const QVariant* lows, const QVariant* highs)
+{
+    return guarded([&] {
+        if (const ResultCode rc = firstFailure({
+                {ResultBadArg1, isPresent(src)},
+                {ResultBadArg2, isMaskOf(mask, src)},
+                {ResultBadArg3, isPresent(dst) && sameSize(dst, src) && sameFormat(dst, src)},
+                {ResultBadArg4, thresholds != nullptr},
+                {ResultBadArg5, lows != nullptr},
+                {ResultBadArg6, highs != nullptr},
+                {ResultUnsupportedType, hasLayout(src)},
+            }))
+            return rc;
+        return binaryCopy(src, dst, ResultBadArg3, thresholds, lows, highs);
+    });
+}
+
+ResultCode ThresholdBinaryGT(const SxImageBuf& src, SxImageBuf& dst, const QVariant* thresholds,
+                             unsigned char* highs, bool fourChannelRule)
+{
+    return guarded([&] {
+        if (const ResultCode rc = firstFailure({
+                {ResultBadArg1, isPresent(src)},
+                {ResultBadArg2, isPresent(dst) && hasType(dst, UInt8) && sameSize(dst, src)},
+                {ResultBadArg2, dst.packing == src.packing},
+                {ResultBadArg3, thresholds != nullptr},
+                {ResultBadArg4, highs != nullptr},
+                {ResultUnsupportedType, hasLayout(src)},
+            }))
+            return rc;
+        return dispatch(
+            ByType{}, src.dataType, {{ResultBadArg1, rowsFit(src)}, {ResultBadArg2, rowsFit(dst)}},
+            [&]<class T>(std::type_identity<T>) {
+                const int channels = treatedChannels(src, fourChannelRule);
+                const std::vector<std::uint8_t> lows(static_cast<std::size_t>(channels));
+                binary<T, std::uint8_t>(src, dst, thresholdKernels().of<T>().mark,
+                                        {valuesOf<T>(thresholds, channels), lows, {highs, highs + channels}});
+            });
+    });
+}
+
+ResultCode ThresholdGT(SxImageBuf& image, const QVariant* thresholds, const QVariant* values,
+                       bool fourChannelRule)
+{
+    return guarded([&] {
+        if (const ResultCode rc = firstFailure({
+                {ResultBadArg1, isPresent(image)},
+                {ResultBadArg2, thresholds != nullptr},
+                {ResultBadArg3, values != nullptr},
+                {ResultUnsupportedType, hasLayout(image)},
+            }))
+            return rc;
+        return dispatch(ByType{}, image.dataType, {{ResultBadArg1, rowsFit(image)}},
+                        [&]<class T>(std::type_identity<T>) {
+                            keepAbove<T>(image, thresholds, values, fourChannelRule);
+                        });
+    });
+}
+
+}  // namespace ko

@@ -1,0 +1,103 @@
+#include "pixel/threshold_kernels.h"
+
+#include "core/image_view.h"
+#include "core/kernel_loops.h"
+
+#include <algorithm>
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "pixel/threshold_kernels.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+HWY_BEFORE_NAMESPACE();
+namespace ko {
+namespace HWY_NAMESPACE {
+namespace {
+
+template <class T, class Out>
+void BinaryRowOf(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples,
+                 const BinaryLevels<T, Out>& levels) noexcept
+{
+    if (levels.period == 1) {
+        const T threshold = levels.thresholds[0];
+        const Out low = levels.lows[0], high = levels.highs[0];
+        KO_INDEPENDENT_ITERATIONS
+        for (std::int64_t i = 0; i < samples; ++i)
+            storeSample<Out>(dst, i, loadSample<T>(src, i) > threshold ? high : low);
+        return;
+    }
+    for (std::int64_t first = 0; first < samples; first += levels.period) {
+        const std::uint8_t* const from = src + first * std::int64_t{sizeof(T)};
+        std::uint8_t* const to = dst + first * std::int64_t{sizeof(Out)};
+        const std::int64_t count = std::min(levels.period, samples - first);
+        KO_INDEPENDENT_ITERATIONS
+        for (std::int64_t i = 0; i < count; ++i) {
+            const Out low = levels.lows[i], high = levels.highs[i];
+            storeSample<Out>(to, i, loadSample<T>(from, i) > levels.thresholds[i] ? high : low);
+        }
+    }
+}
+
+template <class T>
+void MarkChannelRowOf(const std::uint8_t* src, std::uint8_t* dst, std::int64_t width, PixelSteps steps,
+                      const BinaryLevels<T, std::uint8_t>& levels) noexcept
+{
+    const T threshold = levels.thresholds[0];
+    const std::uint8_t low = levels.lows[0], high = levels.highs[0];
+    for (std::int64_t x = 0; x < width; ++x)
+        dst[x * steps.dst] = loadSample<T>(src, x * steps.src) > threshold ? high : low;
+}
+
+template <class T>
+void KeepRowOf(std::uint8_t* row, std::int64_t samples, const KeepLevels<T>& levels) noexcept
+{
+    if (levels.period == 1) {
+        const T threshold = levels.thresholds[0], value = levels.values[0];
+        KO_INDEPENDENT_ITERATIONS
+        for (std::int64_t i = 0; i < samples; ++i) {
+            const T sample = loadSample<T>(row, i);
+            storeSample<T>(row, i, sample <= threshold ? value : sample);
+        }
+        return;
+    }
+    for (std::int64_t first = 0; first < samples; first += levels.period) {
+        std::uint8_t* const at = row + first * std::int64_t{sizeof(T)};
+        const std::int64_t count = std::min(levels.period, samples - first);
+        KO_INDEPENDENT_ITERATIONS
+        for (std::int64_t i = 0; i < count; ++i) {
+            const T sample = loadSample<T>(at, i), value = levels.values[i];
+            storeSample<T>(at, i, sample <= levels.thresholds[i] ? value : sample);
+        }
+    }
+}
+
+template <class T>
+constexpr ThresholdRows<T> rowsOf{&BinaryRowOf<T, T>, &BinaryRowOf<T, std::uint8_t>, &MarkChannelRowOf<T>,
+                                  &KeepRowOf<T>};
+
+const ThresholdKernels& Kernels()
+{
+    static constexpr ThresholdKernels kernels{
+        rowsOf<std::int8_t>,  rowsOf<std::uint8_t>,  rowsOf<std::int16_t>, rowsOf<std::uint16_t>,
+        rowsOf<std::int32_t>, rowsOf<std::uint32_t>, rowsOf<float>,        rowsOf<double>,
+        rowsOf<std::int64_t>, rowsOf<std::uint64_t>};
+    return kernels;
+}
+
+}  // namespace
+}  // namespace HWY_NAMESPACE
+}  // namespace ko
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace ko {
+namespace {
+HWY_EXPORT(Kernels);
+}
+const ThresholdKernels& thresholdKernels()
+{
+    return HWY_DYNAMIC_DISPATCH(Kernels)();
+}
+}  // namespace ko
+#endif

@@ -1,0 +1,56 @@
+// Row kernels of the threshold operations.
+#pragma once
+
+#include "core/kernel_tables.h"
+
+#include <cstdint>
+
+namespace ko {
+
+/// Thresholds in the source's sample type, results in the destination's. Sample i of a row takes number i
+/// modulo `period` of each.
+template <class T, class Out>
+struct BinaryLevels {
+    const T* thresholds;
+    const Out* lows;
+    const Out* highs;
+    std::int64_t period;
+};
+
+/// The same for an operation that keeps the samples above their thresholds.
+template <class T>
+struct KeepLevels {
+    const T* thresholds;
+    const T* values;
+    std::int64_t period;
+};
+
+/// One row: high where a sample is above its threshold, low elsewhere. src and dst may be the same memory
+/// when their samples have the same size.
+template <class T, class Out>
+using BinaryRow = void (*)(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples,
+                           const BinaryLevels<T, Out>& levels) noexcept;
+
+/// Samples from one pixel to the next.
+struct PixelSteps {
+    std::int64_t src;
+    std::int64_t dst;
+};
+
+template <class T>
+struct ThresholdRows {
+    BinaryRow<T, T> binary;
+    BinaryRow<T, std::uint8_t> mark;
+    /// One channel of a row of pixels, by the first of the levels.
+    void (*markChannel)(const std::uint8_t* src, std::uint8_t* dst, std::int64_t width, PixelSteps steps,
+                        const BinaryLevels<T, std::uint8_t>& levels) noexcept;
+    /// One row in place: samples above their threshold stay, those at or below it become the value.
+    void (*keep)(std::uint8_t* row, std::int64_t samples, const KeepLevels<T>& levels) noexcept;
+};
+
+using ThresholdKernels = PerType<ThresholdRows>;
+
+/// The kernels of the running processor.
+const ThresholdKernels& thresholdKernels();
+
+}  // namespace ko
