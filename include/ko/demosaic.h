@@ -5,4 +5,52 @@
 
 namespace ko {
 
+/// Turns a region of a raw Bayer mosaic into a colour picture of the same size.
+///
+/// The 2 x 2 cells of the region are split into four planes (as `ConvertRawToPlanarRaw` does, so the colours
+/// follow the coordinates of the whole image wherever the region starts), each plane is doubled as by
+/// `Stretch`, with its displacement by half a sample, limited as by `ClampToColorDepth`, and the planes are
+/// put together as by `DemosaicSimple`: channel 0 red, channel 1 (green + green) >> 1, channel 2 blue,
+/// channel 3, if there is one, 2^bitsPerSample - 1 cut to the container. At every step results are truncated.
+///
+/// src and dst must not overlap.
+///
+/// @param src     mono `UInt8` or `UInt16` mosaic, `Interleaved`
+/// @param roi     inside src, not empty, width and height even
+/// @param dst     3 or 4 channels, `Interleaved`, src's sample type, the region's size
+/// @param buffer  from `DemosaicAllocBuffer` for the same sample type, depth and region size, so that a
+/// series
+///                of frames allocates nothing; not to be used by two calls at once. Null: the call makes and
+///                frees its own.
+/// @returns the first that applies, in this order
+///   ResultBadArg1  src absent, not mono, without mosaic (`BayerNone`) or not `Interleaved`
+///   ResultBadArg2  roi outside src, odd or empty
+///   ResultBadArg3  dst absent, not 3 or 4 interleaved channels, of another type or size
+///   ResultFailed   src's grid or sample type has no implementation
+///   ResultBadArg1  rows of src are longer than its stride
+///   ResultBadArg3  rows of dst are longer than its stride
+///   ResultFailed   no memory for a buffer, or the given one was made for another type or size
+/// On failure dst is untouched. Runs on the calling thread. O(roi width * height).
+KO_EXPORT ResultCode Demosaic(const SxImageBuf& src, const QRect& roi, SxImageBuf& dst, void* buffer);
+
+/// The same for the whole image. The codes keep their numbers: an image of odd size is `ResultBadArg2`, a bad
+/// dst `ResultBadArg3`.
+KO_EXPORT ResultCode Demosaic(const SxImageBuf& src, SxImageBuf& dst, void* buffer);
+
+/// Makes a work buffer for `Demosaic`: four planes of half the region's size and four of its full size.
+///
+/// @param info  mosaics to be converted: sample type, depth and grid
+/// @param roi   region to be converted; inside info, not empty, width and height even
+/// @returns the buffer, to be released with `DemosaicFreeBuffer`; null
+///   with the log message "Input image must be mono image." where info is not mono or has no mosaic,
+///   then with the log message "Invalid ROI." where roi is outside info, odd or empty,
+///   without a message when memory runs out or info has no valid sample type
+KO_EXPORT void* DemosaicAllocBuffer(const SxImageInfo& info, const QRect& roi);
+
+/// The same for the whole image.
+KO_EXPORT void* DemosaicAllocBuffer(const SxImageInfo& info);
+
+/// Releases a work buffer; null is allowed.
+KO_EXPORT void DemosaicFreeBuffer(void* buffer);
+
 }  // namespace ko

@@ -6,38 +6,11 @@
 #include "core/dispatch.h"
 #include "core/image_view.h"
 
-#include <algorithm>
-#include <limits>
-
 namespace ko {
 
 namespace {
 
 using MosaicTypes = ByTypeOf<UInt8, UInt16>;
-
-/// The region consists of whole cells, wherever they start.
-bool hasEvenSize(const QRect& rect) noexcept
-{
-    return widthOf(rect) % 2 == 0 && heightOf(rect) % 2 == 0;
-}
-
-bool hasSize(const SxImageInfo& info, std::int64_t width, std::int64_t height) noexcept
-{
-    return info.width == width && info.height == height;
-}
-
-bool isFourPlanes(const SxImageInfo& info) noexcept
-{
-    return hasChannels(info, 4) && isPlanar(info);
-}
-
-/// 2^bits - 1 in a sample of type `T`, all ones where that is too wide.
-template <class T>
-T topOf(int bitsPerSample) noexcept
-{
-    const int bits = std::clamp(bitsPerSample, 0, std::numeric_limits<T>::digits);
-    return static_cast<T>((1U << bits) - 1U);
-}
 
 /// Plane of a position in the cell. Each row of a cell has one green, so the first in raster order is the
 /// upper one.

@@ -1,7 +1,12 @@
-// Where the colours of a mosaic lie.
+// Where the colours of a mosaic lie, and the statements that the operations on mosaics share.
 #pragma once
 
+#include "core/checks.h"
+
 #include <ko/image.h>
+
+#include <algorithm>
+#include <limits>
 
 namespace ko {
 
@@ -23,6 +28,30 @@ constexpr BayerCell cellFrom(ExBayerGrid grid, int x, int y) noexcept
     const int redColumn = grid == BayerBGGR || grid == BayerGRBG ? 1 : 0;
     const int redRow = grid == BayerBGGR || grid == BayerGBRG ? 1 : 0;
     return {redColumn ^ (x & 1), redRow ^ (y & 1)};
+}
+
+/// The region consists of whole cells, wherever they start.
+inline bool hasEvenSize(const QRect& rect) noexcept
+{
+    return widthOf(rect) % 2 == 0 && heightOf(rect) % 2 == 0;
+}
+
+inline bool hasSize(const SxImageInfo& info, std::int64_t width, std::int64_t height) noexcept
+{
+    return info.width == width && info.height == height;
+}
+
+inline bool isFourPlanes(const SxImageInfo& info) noexcept
+{
+    return hasChannels(info, 4) && isPlanar(info);
+}
+
+/// 2^bits - 1 in a sample of type `T`, all ones where that is too wide.
+template <class T>
+T topOf(int bitsPerSample) noexcept
+{
+    const int bits = std::clamp(bitsPerSample, 0, std::numeric_limits<T>::digits);
+    return static_cast<T>((1U << bits) - 1U);
 }
 
 }  // namespace ko

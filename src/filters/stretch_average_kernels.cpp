@@ -10,34 +10,18 @@
 #define HWY_TARGET_INCLUDE "filters/stretch_average_kernels.cpp"
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
-
-// Both passes truncate. The processor's average rounds up; on complemented samples rounding up is truncation:
-//   ~((a + b) / 2) = average(~a, ~b)
-// and since floors nest, ((3a + b) / 4) = (a + (a + b) / 2) / 2 and ((a + 2b + c) / 4) = (b + (a + c) / 2)
-// / 2.
+// Compiled per target as well, hence behind Highway.
+#include "frame/averages-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace ko {
 namespace HWY_NAMESPACE {
 namespace {
 
-/// Three quarters of `near` and a quarter of `far`.
-template <class T>
-T Nearer(T near, T far) noexcept
-{
-    return static_cast<T>((3U * near + far) >> 2);
-}
-
 template <class T>
 T Tent(T before, T centre, T after) noexcept
 {
     return static_cast<T>((before + 2U * centre + after) >> 2);
-}
-
-template <class T>
-T Complement(T sample) noexcept
-{
-    return static_cast<T>(~static_cast<unsigned>(sample));
 }
 
 template <class T>
@@ -123,42 +107,6 @@ void HalvedRow(const std::uint8_t* above, const std::uint8_t* centre, const std:
 #else
 
 namespace hn = hwy::HWY_NAMESPACE;
-
-/// Covers from...to - 1 with blocks of `step`, the last one moved back over its neighbour; false where there
-/// is no room for one.
-template <class Block>
-bool InBlocks(std::int64_t from, std::int64_t to, std::int64_t step, const Block& block)
-{
-    if (to - from < step)
-        return false;
-    std::int64_t x = from;
-    for (; x + step <= to; x += step)
-        block(x);
-    if (x < to)
-        block(to - step);
-    return true;
-}
-
-template <class D>
-struct Pair {
-    hn::Vec<D> first;
-    hn::Vec<D> second;
-};
-
-/// The two samples between complemented neighbours, complemented.
-template <class D>
-Pair<D> Between(D, hn::Vec<D> a, hn::Vec<D> b)
-{
-    const auto middle = hn::AverageRound(a, b);
-    return {hn::AverageRound(a, middle), hn::AverageRound(b, middle)};
-}
-
-/// Samples of D's type at any byte address, complemented.
-template <class D>
-hn::Vec<D> LoadComplement(D d, const std::uint8_t* at)
-{
-    return hn::Not(hn::LoadU(d, reinterpret_cast<const hn::TFromD<D>*>(at)));
-}
 
 /// The complemented tents around the samples that follow those at `at` by `distance` bytes.
 template <class D>
@@ -327,18 +275,6 @@ void HalveRow(const std::uint8_t* src, std::uint8_t* dst, std::int64_t pixels, i
     byChannels[channels - 1](src, dst, pixels);
 }
 
-template <class D>
-void StoreComplement(D d, hn::Vec<D> v, std::uint8_t* at)
-{
-    hn::StoreU(hn::Not(v), d, reinterpret_cast<hn::TFromD<D>*>(at));
-}
-
-template <class D>
-hn::Vec<D> LoadPlain(D d, const std::uint8_t* at)
-{
-    return hn::LoadU(d, reinterpret_cast<const hn::TFromD<D>*>(at));
-}
-
 template <class T>
 void DoubledRows(const std::uint8_t* above, const std::uint8_t* below, std::uint8_t* upper,
                  std::uint8_t* lower, std::int64_t samples) noexcept
@@ -347,7 +283,7 @@ void DoubledRows(const std::uint8_t* above, const std::uint8_t* below, std::uint
     const auto step = static_cast<std::int64_t>(hn::Lanes(d));
     const bool done = InBlocks(0, samples, step, [&](std::int64_t x) HWY_ATTR {
         const std::int64_t at = x * static_cast<std::int64_t>(sizeof(T));
-        const auto both = Between(d, LoadPlain(d, above + at), LoadPlain(d, below + at));
+        const auto both = Between(d, LoadAt(d, above + at), LoadAt(d, below + at));
         StoreComplement(d, both.first, upper + at);
         StoreComplement(d, both.second, lower + at);
     });
@@ -363,8 +299,8 @@ void HalvedRow(const std::uint8_t* above, const std::uint8_t* centre, const std:
     const auto step = static_cast<std::int64_t>(hn::Lanes(d));
     const bool done = InBlocks(0, samples, step, [&](std::int64_t x) HWY_ATTR {
         const std::int64_t at = x * static_cast<std::int64_t>(sizeof(T));
-        const auto sides = hn::AverageRound(LoadPlain(d, above + at), LoadPlain(d, below + at));
-        StoreComplement(d, hn::AverageRound(LoadPlain(d, centre + at), sides), dst + at);
+        const auto sides = hn::AverageRound(LoadAt(d, above + at), LoadAt(d, below + at));
+        StoreComplement(d, hn::AverageRound(LoadAt(d, centre + at), sides), dst + at);
     });
     if (!done)
         HalvedSamples<T>(above, centre, below, dst, 0, samples);

@@ -4,26 +4,11 @@
 #include "core/dispatch.h"
 #include "core/image_view.h"
 #include "frame/boundary.h"
-#include "frame/conversions.h"
 #include "frame/rows.h"
 #include "pixel/clamp_kernels.h"
-
-#include <algorithm>
-#include <cmath>
+#include "pixel/color_depth.h"
 
 namespace ko {
-
-namespace {
-
-/// 2^bitsPerSample as a signed 32-bit number, -2^31 from 31 bits on. Bytes know no depth above 8 bits: they
-/// would otherwise all be replaced from 31 bits on, like the samples of the other types.
-std::int32_t limitOf(const SxImageInfo& image)
-{
-    const int bits = hasType(image, UInt8) ? std::min(image.bitsPerSample, 8) : image.bitsPerSample;
-    return toInt32(std::ldexp(1.0, bits));
-}
-
-}  // namespace
 
 ResultCode ClampToColorDepth(SxImageBuf& image)
 {
@@ -38,7 +23,7 @@ ResultCode ClampToColorDepth(SxImageBuf& image)
                             if (!hasPixels(image))
                                 return;
                             const ClampRow row = clampKernels().of<T>();
-                            const std::int32_t limit = limitOf(image);
+                            const std::int32_t limit = colorDepthLimit(image);
                             const bool planar = isPlanar(image);
                             const std::int64_t samples =
                                 std::int64_t{image.width} * (planar ? 1 : image.channels);

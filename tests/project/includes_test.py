@@ -18,7 +18,7 @@ CALLS = {"demosaic": {"filters", "pixel"}, "snake": {"stats", "pixel", "filters"
          "convert": {"stats"}, "tone": {"stats"}}
 
 # Internal headers that hold a rule shared with one other room: (including room, header).
-SHARED_RULES = set()
+SHARED_RULES = {("demosaic", "pixel/color_depth.h")}
 
 OPENMP_HOME = "src/frame/rows.h"
 UMBRELLAS = {"include/ko/koimproc.h"}

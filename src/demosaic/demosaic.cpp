@@ -1,0 +1,203 @@
+#include <ko/demosaic.h>
+
+#include "core/bayer_cell.h"
+#include "core/checks.h"
+#include "core/dispatch.h"
+#include "core/image_view.h"
+#include "demosaic/demosaic_kernels.h"
+#include "frame/boundary.h"
+#include "frame/log.h"
+#include "pixel/color_depth.h"
+
+#include <QString>
+
+#include <array>
+#include <limits>
+#include <memory>
+
+namespace ko {
+
+namespace {
+
+struct FreeImage {
+    void operator()(SxImageBuf* image) const noexcept
+    {
+        FreeBuffer(*image);
+        delete image;
+    }
+};
+using OwnedImage = std::unique_ptr<SxImageBuf, FreeImage>;
+
+/// What callers hold as `void*`: the colour planes of the mosaic and the same planes enlarged. Only rows of
+/// the enlarged planes are in use at any time.
+struct DemosaicBuffer {
+    OwnedImage planar;
+    OwnedImage full;
+};
+
+bool isMosaic(const SxImageInfo& info)
+{
+    return isMono(info) && info.bayerGrid != BayerNone;
+}
+
+bool isRegionOfCells(const QRect& roi, const SxImageInfo& info)
+{
+    return isInside(roi, info) && hasEvenSize(roi) && widthOf(roi) > 0 && heightOf(roi) > 0;
+}
+
+OwnedImage allocPlanes(const SxImageInfo& info, std::int64_t width, std::int64_t height)
+{
+    OwnedImage planes(new SxImageBuf);
+    planes->width = static_cast<int>(width);
+    planes->height = static_cast<int>(height);
+    planes->channels = 4;
+    planes->packing = Planar;
+    planes->dataType = info.dataType;
+    planes->bitsPerSample = info.bitsPerSample;
+    planes->bayerGrid = info.bayerGrid;
+    return isFailure(AllocBuffer(*planes, *planes, false)) ? nullptr : std::move(planes);
+}
+
+std::unique_ptr<DemosaicBuffer> allocBuffer(const SxImageInfo& info, const QRect& roi)
+{
+    const std::int64_t width = widthOf(roi), height = heightOf(roi);
+    auto buffer = std::make_unique<DemosaicBuffer>();
+    buffer->planar = allocPlanes(info, width / 2, height / 2);
+    if (buffer->planar)
+        buffer->full = allocPlanes(info, width, height);
+    return buffer->full ? std::move(buffer) : nullptr;
+}
+
+/// Four planes of the given size and of src's sample type.
+bool arePlanesFor(const SxImageBuf* planes, const SxImageBuf& src, std::int64_t width, std::int64_t height)
+{
+    return planes != nullptr && isPresent(*planes) && isFourPlanes(*planes) &&
+           hasType(*planes, src.dataType) && hasSize(*planes, width, height) && rowsFit(*planes);
+}
+
+/// A caller's buffer may have been made for other images.
+bool fits(const DemosaicBuffer& buffer, const SxImageBuf& src, const QRect& roi)
+{
+    const std::int64_t width = widthOf(roi), height = heightOf(roi);
+    return arePlanesFor(buffer.planar.get(), src, width / 2, height / 2) &&
+           arePlanesFor(buffer.full.get(), src, width, height);
+}
+
+/// The range that `ClampToColorDepth` brings samples into: a limit of 0 or less replaces them all.
+template <class T>
+SampleRange depthRange(const SxImageInfo& image)
+{
+    const std::int64_t limit = colorDepthLimit(image);
+    if (limit > std::numeric_limits<T>::max())
+        return {0, std::numeric_limits<T>::max()};
+    const auto top = static_cast<T>(limit - 1);
+    return {limit > 0 ? T{0} : top, top};
+}
+
+/// The rows of one row of cells, one per position in the cell: left and right of the upper mosaic row, then
+/// of the lower one.
+class CellRows {
+public:
+    /// Four rows of `full` from `first` on; its planes are used as one block of rows.
+    CellRows(SxImageBuf& full, int first)
+    {
+        for (int i = 0; i < 4; ++i)
+            m_rows[static_cast<std::size_t>(i)] = rowOf(full, first + i);
+    }
+
+    std::uint8_t* at(int row, int column) const { return m_rows[static_cast<std::size_t>(2 * row + column)]; }
+
+    PlaneRows colours(BayerCell cell) const
+    {
+        const int x = cell.redColumn, y = cell.redRow;
+        return {at(y, x), at(y, 1 - x), at(1 - y, 1 - x), at(1 - y, x)};
+    }
+
+private:
+    std::array<std::uint8_t*, 4> m_rows;
+};
+
+/// Gives the bytes of splitting the mosaic, doubling each plane with `Stretch`, `ClampToColorDepth` and
+/// `DemosaicSimple`, with the rows of two rows of cells at a time.
+template <class T>
+void interpolate(const SxImageBuf& src, const QRect& roi, SxImageBuf& full, SxImageBuf& dst)
+{
+    const DemosaicRowKernels& kernels = demosaicKernels().of<T>();
+    const BayerCell cell = cellFrom(src.bayerGrid, roi.left(), roi.top());
+    const std::int64_t left = roi.left() * std::int64_t{sizeof(T)};
+    const SampleRange range = depthRange<T>(full);
+    const auto top = topOf<T>(full.bitsPerSample);
+    CellRows above(full, 0), below(full, 4);
+    for (std::int64_t y = 0; y < dst.height; y += 2) {
+        std::swap(above, below);
+        for (const int row : {0, 1})
+            kernels.enlarge(rowOf(src, roi.top() + y + row) + left, below.at(row, 0), below.at(row, 1),
+                            dst.width);
+        kernels.combine((y == 0 ? below : above).colours(cell), below.colours(cell), range,
+                        {rowOf(dst, y), dst.channels, top}, {rowOf(dst, y + 1), dst.channels, top},
+                        dst.width);
+    }
+}
+
+}  // namespace
+
+ResultCode Demosaic(const SxImageBuf& src, SxImageBuf& dst, void* buffer)
+{
+    return Demosaic(src, wholeOf(src), dst, buffer);
+}
+
+ResultCode Demosaic(const SxImageBuf& src, const QRect& roi, SxImageBuf& dst, void* buffer)
+{
+    return guarded([&] {
+        if (const ResultCode rc = firstFailure({
+                {ResultBadArg1, isPresent(src) && isMosaic(src) && isInterleaved(src)},
+                {ResultBadArg2, isRegionOfCells(roi, src)},
+                {ResultBadArg3, isPresent(dst) && hasChannels(dst, 3, 4) && isInterleaved(dst)},
+                {ResultBadArg3, hasType(dst, src.dataType)},
+                {ResultBadArg3, hasSize(dst, widthOf(roi), heightOf(roi))},
+                {ResultFailed, isBayerGrid(src.bayerGrid)},
+            }))
+            return rc;
+        return dispatch(
+            ByTypeOf<UInt8, UInt16>{}, src.dataType,
+            {{ResultBadArg1, rowsFit(src)}, {ResultBadArg3, rowsFit(dst)}},
+            [&]<class T>(std::type_identity<T>) {
+                std::unique_ptr<DemosaicBuffer> own;
+                if (buffer == nullptr)
+                    own = allocBuffer(src, roi);
+                auto* const used = buffer == nullptr ? own.get() : static_cast<DemosaicBuffer*>(buffer);
+                if (used == nullptr || !fits(*used, src, roi))
+                    return ResultFailed;
+                interpolate<T>(src, roi, *used->full, dst);
+                return ResultOk;
+            },
+            ResultFailed);
+    });
+}
+
+void* DemosaicAllocBuffer(const SxImageInfo& info)
+{
+    return DemosaicAllocBuffer(info, wholeOf(info));
+}
+
+void* DemosaicAllocBuffer(const SxImageInfo& info, const QRect& roi)
+{
+    void* buffer = nullptr;
+    guarded([&] {
+        if (!isMosaic(info))
+            logError(QStringLiteral("Input image must be mono image."));
+        else if (!isRegionOfCells(roi, info))
+            logError(QStringLiteral("Invalid ROI."));
+        else
+            buffer = allocBuffer(info, roi).release();
+        return ResultOk;
+    });
+    return buffer;
+}
+
+void DemosaicFreeBuffer(void* buffer)
+{
+    delete static_cast<DemosaicBuffer*>(buffer);
+}
+
+}  // namespace ko
