@@ -1,0 +1,244 @@
+#include "stats/sum_kernels.h"
+
+#include "core/image_view.h"
+
+#include <algorithm>
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "stats/sum_kernels.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+HWY_BEFORE_NAMESPACE();
+namespace ko {
+namespace HWY_NAMESPACE {
+namespace {
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+/// A sample as a summand.
+template <class T>
+SumOf<T> Summand(T sample) noexcept
+{
+    if constexpr (std::is_integral_v<T> && std::is_signed_v<T>)
+        return static_cast<SumOf<T>>(static_cast<std::int64_t>(sample));
+    else
+        return sample;
+}
+
+template <class T>
+std::int64_t PlainLaneCount(std::int64_t period) noexcept
+{
+    return period;
+}
+
+/// One lane per channel.
+template <class T>
+void PlainRow(const std::uint8_t* row, std::int64_t samples, SumOf<T>* lanes, std::int64_t laneCount) noexcept
+{
+    if (laneCount == 1) {
+        SumOf<T> sum = lanes[0];
+        for (std::int64_t i = 0; i < samples; ++i)
+            sum += Summand(loadSample<T>(row, i));
+        lanes[0] = sum;
+        return;
+    }
+    for (std::int64_t pixel = 0; pixel < samples; pixel += laneCount) {
+        for (std::int64_t lane = 0; lane < laneCount; ++lane)
+            lanes[lane] += Summand(loadSample<T>(row, pixel + lane));
+    }
+}
+
+template <class T>
+void PlainFold(const SumOf<T>* lanes, std::int64_t laneCount, SumOf<T>* sums, std::int64_t) noexcept
+{
+    for (std::int64_t lane = 0; lane < laneCount; ++lane)
+        sums[lane] += lanes[lane];
+}
+
+template <class T>
+constexpr SumRows<T> plainRows{&PlainLaneCount<T>, &PlainRow<T>, &PlainFold<T>};
+
+#if HWY_TARGET == HWY_SCALAR
+
+template <class T>
+constexpr SumRows<T> narrowRows = plainRows<T>;
+
+#else
+
+template <class T>
+using Tag = hn::ScalableTag<T>;
+template <class T>
+using Vector = hn::Vec<Tag<T>>;
+template <class T>
+using Wide = hwy::MakeWide<T>;
+using Lane = hn::ScalableTag<std::uint32_t>;
+
+template <class T>
+constexpr std::int64_t samplesOf = static_cast<std::int64_t>(hn::MaxLanes(Tag<T>{}));
+
+/// Samples of one 32-bit lane. A vector of samples takes as many vectors of lanes: vector q of them holds the
+/// samples q, q + samplesPerLane and so on.
+template <class T>
+constexpr std::int64_t samplesPerLane = 4 / static_cast<std::int64_t>(sizeof(T));
+
+/// Samples summed in lanes of twice their width.
+template <class T>
+struct Halves {
+    Vector<Wide<T>> even;
+    Vector<Wide<T>> odd;
+};
+
+template <class T>
+Halves<T> Split(Vector<T> samples) noexcept
+{
+    constexpr int bits = 8 * sizeof(T);
+    const Tag<Wide<T>> d;
+    const Vector<Wide<T>> pairs = hn::BitCast(d, samples);
+    if constexpr (std::is_signed_v<T>)
+        return {hn::ShiftRight<bits>(hn::ShiftLeft<bits>(pairs)), hn::ShiftRight<bits>(pairs)};
+    else
+        return {hn::And(pairs, hn::Set(d, Wide<T>{(1U << bits) - 1U})), hn::ShiftRight<bits>(pairs)};
+}
+
+template <class V>
+void AddTo(std::uint32_t* lanes, V sums) noexcept
+{
+    const Lane d;
+    hn::StoreU(hn::Add(hn::LoadU(d, lanes), hn::BitCast(d, sums)), d, lanes);
+}
+
+/// Adds sums of the samples of one vector to its lanes.
+template <class T>
+void AddHalves(const Halves<T>& sums, std::uint32_t* lanes) noexcept
+{
+    constexpr std::int64_t step = samplesOf<std::uint32_t>;
+    if constexpr (sizeof(T) == 2) {
+        AddTo(lanes, sums.even);
+        AddTo(lanes + step, sums.odd);
+    } else {
+        const Halves<Wide<T>> even = Split<Wide<T>>(sums.even), odd = Split<Wide<T>>(sums.odd);
+        AddTo(lanes, even.even);
+        AddTo(lanes + step, odd.even);
+        AddTo(lanes + 2 * step, even.odd);
+        AddTo(lanes + 3 * step, odd.odd);
+    }
+}
+
+template <class T>
+std::int64_t NarrowLaneCount(std::int64_t period) noexcept
+{
+    if (samplesOf<T> % period == 0)
+        return samplesOf<T>;
+    if (3 * samplesOf<T> % period == 0)
+        return 3 * samplesOf<T>;
+    return period;
+}
+
+/// Whole blocks of `vectors` vectors; returns the number of samples added.
+template <class T, int vectors>
+std::int64_t AddBlocks(const T* row, std::int64_t samples, std::uint32_t* lanes) noexcept
+{
+    const Tag<T> d;
+    constexpr std::int64_t block = vectors * samplesOf<T>;
+    // As many bytes as their 16-bit sums can hold.
+    constexpr std::int64_t blocksPerFlush = 256;
+    std::int64_t at = 0;
+    while (at + block <= samples) {
+        Halves<T> sums[vectors];
+        for (Halves<T>& sum : sums)
+            sum = {hn::Zero(Tag<Wide<T>>{}), hn::Zero(Tag<Wide<T>>{})};
+        const std::int64_t end = at + std::min((samples - at) / block, blocksPerFlush) * block;
+        for (; at < end; at += block) {
+            for (int v = 0; v < vectors; ++v) {
+                const Halves<T> halves = Split<T>(hn::LoadU(d, row + at + v * samplesOf<T>));
+                sums[v].even = hn::Add(sums[v].even, halves.even);
+                sums[v].odd = hn::Add(sums[v].odd, halves.odd);
+            }
+        }
+        for (int v = 0; v < vectors; ++v)
+            AddHalves<T>(sums[v], lanes + v * samplesOf<T>);
+    }
+    return at;
+}
+
+template <class T, int vectors>
+void AddRow(const std::uint8_t* bytes, std::int64_t samples, std::uint32_t* lanes) noexcept
+{
+    const Tag<T> d;
+    const T* const row = reinterpret_cast<const T*>(bytes);
+    std::int64_t at = AddBlocks<T, vectors>(row, samples, lanes);
+    for (std::int64_t lane = 0; at + samplesOf<T> <= samples; at += samplesOf<T>, lane += samplesOf<T>)
+        AddHalves<T>(Split<T>(hn::LoadU(d, row + at)), lanes + lane);
+    const std::int64_t last = samples - samplesOf<T>;
+    if (at < samples && last >= 0) {
+        // The row's last vector, without what it holds of samples added before. The row ends where a block
+        // could end, so this vector's channels are those of a block's last one.
+        const auto added = static_cast<std::size_t>(at - last);
+        const Vector<T> rest = hn::IfThenZeroElse(hn::FirstN(d, added), hn::LoadU(d, row + last));
+        AddHalves<T>(Split<T>(rest), lanes + (vectors - 1) * samplesOf<T>);
+        return;
+    }
+    for (; at < samples; ++at) {
+        const std::int64_t lane = at % samplesPerLane<T> * samplesOf<std::uint32_t> + at / samplesPerLane<T>;
+        lanes[lane] += Summand(loadSample<T>(bytes, at));
+    }
+}
+
+template <class T>
+void NarrowRow(const std::uint8_t* row, std::int64_t samples, std::uint32_t* lanes,
+               std::int64_t laneCount) noexcept
+{
+    if (laneCount == samplesOf<T>)
+        AddRow<T, 1>(row, samples, lanes);
+    else if (laneCount == 3 * samplesOf<T>)
+        AddRow<T, 3>(row, samples, lanes);
+    else
+        PlainRow<T>(row, samples, lanes, laneCount);
+}
+
+template <class T>
+void NarrowFold(const std::uint32_t* lanes, std::int64_t laneCount, std::uint32_t* sums,
+                std::int64_t period) noexcept
+{
+    if (laneCount != samplesOf<T> && laneCount != 3 * samplesOf<T>)
+        return PlainFold<T>(lanes, laneCount, sums, period);
+    for (std::int64_t lane = 0; lane < laneCount; ++lane) {
+        const std::int64_t inVector = lane % samplesOf<T>;
+        const std::int64_t sample =
+            inVector % samplesOf<std::uint32_t> * samplesPerLane<T> + inVector / samplesOf<std::uint32_t>;
+        sums[(lane - inVector + sample) % period] += lanes[lane];
+    }
+}
+
+template <class T>
+constexpr SumRows<T> narrowRows{&NarrowLaneCount<T>, &NarrowRow<T>, &NarrowFold<T>};
+
+#endif
+
+const SumKernels& Kernels()
+{
+    static constexpr SumKernels kernels{narrowRows<std::int8_t>,  narrowRows<std::uint8_t>,
+                                        narrowRows<std::int16_t>, narrowRows<std::uint16_t>,
+                                        plainRows<std::int32_t>,  plainRows<std::uint32_t>,
+                                        plainRows<float>,         plainRows<double>,
+                                        plainRows<std::int64_t>,  plainRows<std::uint64_t>};
+    return kernels;
+}
+
+}  // namespace
+}  // namespace HWY_NAMESPACE
+}  // namespace ko
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace ko {
+namespace {
+HWY_EXPORT(Kernels);
+}
+const SumKernels& sumKernels()
+{
+    return HWY_DYNAMIC_DISPATCH(Kernels)();
+}
+}  // namespace ko
+#endif
