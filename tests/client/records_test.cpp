@@ -16,6 +16,7 @@ static_assert(isSigned32<ExImageDataType>);
 static_assert(isSigned32<ExPixelPacking>);
 static_assert(isSigned32<ExBayerGrid>);
 static_assert(isSigned32<ExPixelCompression>);
+static_assert(isSigned32<Interpolation>);
 static_assert(std::is_same_v<std::underlying_type_t<ResultCode>, std::uint32_t>);
 
 static_assert(sizeof(SxImageInfo) == 48 && alignof(SxImageInfo) == 4);
@@ -93,12 +94,19 @@ TEST(Records, NumberTheirCodesForGood)
     EXPECT_EQ(BayerGRBG, 3);
     EXPECT_EQ(BayerNone, 4);
     EXPECT_EQ(CompressionNone, 0);
+    EXPECT_EQ(InterpolationNearest, 0);
+    EXPECT_EQ(InterpolationLinear, 1);
     EXPECT_EQ(ResultOk, 0U);
     EXPECT_EQ(ResultFailed, 0xA0000000U);
     EXPECT_EQ(ResultIncompatible, 0xA000000DU);
     EXPECT_EQ(ResultOutOfRange, 0xA0004309U);
     EXPECT_EQ(ResultUnsupportedType, 0xA000430CU);
     EXPECT_EQ(ResultBadArg1, 0xA0004313U);
+    EXPECT_EQ(ResultBadArg2, 0xA0004314U);
+    EXPECT_EQ(ResultBadArg3, 0xA0004315U);
+    EXPECT_EQ(ResultBadArg4, 0xA0004316U);
+    EXPECT_EQ(ResultBadArg5, 0xA0004317U);
+    EXPECT_EQ(ResultBadArg6, 0xA0004318U);
     EXPECT_EQ(ResultBadArg7, 0xA0004319U);
 }
 
