@@ -35,4 +35,47 @@ enum Interpolation : std::int32_t { InterpolationNearest = 0, InterpolationLinea
 /// doubling and halving are several times faster than other ratios.
 KO_EXPORT ResultCode Stretch(const SxImageBuf& src, SxImageBuf& dst, Interpolation interpolation);
 
+/// Computes the gradient magnitude with the two 3 x 3 Sobel kernels (1 2 1 across -1 0 1):
+/// trunc(sqrt(gx^2 + gy^2)), with exact gx and gy.
+///
+/// The outermost rows and columns of dst are not written, they keep what they held. Source and destination
+/// must not overlap.
+///
+/// @param src  mono `UInt8` or `UInt16`
+/// @param dst  mono `Int32` of src's size
+/// @returns the first that applies, in this order
+///   ResultBadArg1  src absent, not mono, or of another type
+///   ResultBadArg2  dst absent, not mono, not `Int32`, or of another size
+/// On failure dst is untouched. Rows run in parallel (dynamic). O(height * width).
+/// @source I. Sobel, G. Feldman, "A 3x3 isotropic gradient operator for image processing", 1968
+KO_EXPORT ResultCode Sobel(const SxImageBuf& src, SxImageBuf& dst);
+
+/// Chamfer masks: the steps that a path may take and what each costs, in units of the first entry's weight.
+enum ExChamferMask : std::int32_t {
+    ChamferChessboard = 0,  ///< straight 1, diagonal 1
+    Chamfer3x3 = 1,         ///< 3, 4
+    Chamfer5x5 = 2,         ///< 5, 7, knight's move 11
+    Chamfer7x7 = 3,         ///< 14, 20, 31, (3, 1) 44
+    Chamfer13x13 = 4,       ///< 68, 96, 152, and six longer steps up to (6, 1) 413
+};
+
+/// Computes the distance of every pixel to the nearest non-zero pixel, along steps of a chamfer mask.
+///
+/// The distance is the least sum of step weights in the two-pass sense, divided by the weight of a straight
+/// step. In an image without any non-zero pixel every distance is -1 / that weight. Source and destination
+/// must not overlap.
+///
+/// @param src   mono `UInt8`; every non-zero value counts alike
+/// @param dst   mono `Float64` of src's size; receives distances in pixels
+/// @param mask  the larger the mask, the nearer to the Euclidean distance
+/// @returns the first that applies, in this order
+///   ResultBadArg1  src absent, not mono, or not `UInt8`
+///   ResultBadArg2  dst absent, not mono, not `Float64`, or of another size
+///   ResultBadArg3  mask unknown
+///   ResultFailed   no memory for a few rows of scratch
+/// On failure dst is untouched. Runs on the calling thread: each row needs the one before.
+/// O(height * width * entries of the mask).
+/// @source G. Borgefors, "Distance transformations in digital images", CVGIP 34, 1986
+KO_EXPORT ResultCode ChamferDistance(const SxImageBuf& src, SxImageBuf& dst, ExChamferMask mask);
+
 }  // namespace ko
