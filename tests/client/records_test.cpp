@@ -17,6 +17,7 @@ static_assert(isSigned32<ExPixelPacking>);
 static_assert(isSigned32<ExBayerGrid>);
 static_assert(isSigned32<ExPixelCompression>);
 static_assert(isSigned32<Interpolation>);
+static_assert(isSigned32<ExChamferMask>);
 static_assert(std::is_same_v<std::underlying_type_t<ResultCode>, std::uint32_t>);
 
 static_assert(sizeof(SxImageInfo) == 48 && alignof(SxImageInfo) == 4);
@@ -96,6 +97,11 @@ TEST(Records, NumberTheirCodesForGood)
     EXPECT_EQ(CompressionNone, 0);
     EXPECT_EQ(InterpolationNearest, 0);
     EXPECT_EQ(InterpolationLinear, 1);
+    EXPECT_EQ(ChamferChessboard, 0);
+    EXPECT_EQ(Chamfer3x3, 1);
+    EXPECT_EQ(Chamfer5x5, 2);
+    EXPECT_EQ(Chamfer7x7, 3);
+    EXPECT_EQ(Chamfer13x13, 4);
     EXPECT_EQ(ResultOk, 0U);
     EXPECT_EQ(ResultFailed, 0xA0000000U);
     EXPECT_EQ(ResultIncompatible, 0xA000000DU);

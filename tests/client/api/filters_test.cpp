@@ -13,6 +13,9 @@ TEST(FiltersApi, IsExportedWithTheExactSignatures)
         "libkoimproc.so.1",
         {
             {"Stretch", exported<ResultCode(const SxImageBuf&, SxImageBuf&, Interpolation)>(&Stretch)},
+            {"Sobel", exported<ResultCode(const SxImageBuf&, SxImageBuf&)>(&Sobel)},
+            {"ChamferDistance",
+             exported<ResultCode(const SxImageBuf&, SxImageBuf&, ExChamferMask)>(&ChamferDistance)},
         });
 }
 

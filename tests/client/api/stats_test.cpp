@@ -18,6 +18,10 @@ TEST(StatsApi, IsExportedWithTheExactSignatures)
             {"MinMaxMosaic",
              exported<ResultCode(const SxImageBuf&, int, int, QVariant*, QVariant*, QPoint*, QPoint*)>(
                  &MinMaxMosaic)},
+            {"Mean", exported<ResultCode(const SxImageBuf&, const QRect&, double*)>(&Mean)},
+            {"MeanMasked", exported<ResultCode(const SxImageBuf&, const SxImageBuf&, double*)>(&MeanMasked)},
+            {"MeanStdDevMasked",
+             exported<ResultCode(const SxImageBuf&, const SxImageBuf&, double*, double*)>(&MeanStdDevMasked)},
         });
 }
 

@@ -1,0 +1,25 @@
+#include "exported.h"
+
+#include <ko/koimproc.h>
+
+#include <gtest/gtest.h>
+
+namespace ko::test {
+namespace {
+
+TEST(DemosaicApi, IsExportedWithTheExactSignatures)
+{
+    expectExports(
+        "libkoimproc.so.1",
+        {
+            {"Demosaic", exported<ResultCode(const SxImageBuf&, SxImageBuf&, void*)>(&Demosaic)},
+            {"Demosaic",
+             exported<ResultCode(const SxImageBuf&, const QRect&, SxImageBuf&, void*)>(&Demosaic)},
+            {"DemosaicAllocBuffer", exported<void*(const SxImageInfo&)>(&DemosaicAllocBuffer)},
+            {"DemosaicAllocBuffer", exported<void*(const SxImageInfo&, const QRect&)>(&DemosaicAllocBuffer)},
+            {"DemosaicFreeBuffer", exported<void(void*)>(&DemosaicFreeBuffer)},
+        });
+}
+
+}  // namespace
+}  // namespace ko::test
