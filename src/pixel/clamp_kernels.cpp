@@ -3,6 +3,7 @@
 #include "core/image_view.h"
 #include "core/kernel_loops.h"
 
+#include <algorithm>
 #include <limits>
 
 #undef HWY_TARGET_INCLUDE
@@ -31,10 +32,14 @@ void ClampNarrowRow(std::uint8_t* row, std::int64_t samples, std::int32_t limit)
         return;
     const T least = limit > 0 ? static_cast<T>(limit) : T{0};
     const T top = TopOf<T>(limit);
-    KO_INDEPENDENT_ITERATIONS
-    for (std::int64_t i = 0; i < samples; ++i) {
-        const T sample = loadSample<T>(row, i);
-        storeSample(row, i, sample >= least ? top : sample);
+    for (std::int64_t first = 0; first < samples; first += samplesPerFetch) {
+        const std::int64_t end = std::min(first + samplesPerFetch, samples);
+        fetchAhead<T, true>(row + first * std::int64_t{sizeof(T)}, end - first);
+        KO_INDEPENDENT_ITERATIONS
+        for (std::int64_t i = first; i < end; ++i) {
+            const T sample = loadSample<T>(row, i);
+            storeSample(row, i, sample >= least ? top : sample);
+        }
     }
 }
 

@@ -3,6 +3,8 @@
 #include "core/image_view.h"
 #include "core/kernel_loops.h"
 
+#include <algorithm>
+
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "pixel/logic_kernels.cpp"
 #include <hwy/foreach_target.h>
@@ -24,26 +26,45 @@ struct One {
 };
 
 template <class T, class Holds>
+struct Choose {
+    T set;
+
+    T operator()(T s, T d) const noexcept { return Holds{}(s != T{0}, d != T{0}) ? set : T{0}; }
+};
+
+template <class T>
+struct PassOne {
+    T operator()(T s, T d) const noexcept
+    {
+        const T passed = s != T{0} ? s : d;
+        return One{}(s != T{0}, d != T{0}) ? passed : T{0};
+    }
+};
+
+template <class T, class Combine>
+void CombineRow(const std::uint8_t* src, std::uint8_t* dst, std::int64_t width, Combine combine) noexcept
+{
+    for (std::int64_t first = 0; first < width; first += samplesPerFetch) {
+        const std::int64_t end = std::min(first + samplesPerFetch, width);
+        fetchAhead<T, false>(src + first * std::int64_t{sizeof(T)}, end - first);
+        fetchAhead<T, true>(dst + first * std::int64_t{sizeof(T)}, end - first);
+        KO_INDEPENDENT_ITERATIONS
+        for (std::int64_t x = first; x < end; ++x)
+            storeSample(dst, x, combine(loadSample<T>(src, x), loadSample<T>(dst, x)));
+    }
+}
+
+template <class T, class Holds>
 void LogicRowOf(const std::uint8_t* src, std::uint8_t* dst, std::int64_t width,
                 const std::uint8_t* value) noexcept
 {
-    const T set = loadSample<T>(value, 0);
-    KO_INDEPENDENT_ITERATIONS
-    for (std::int64_t x = 0; x < width; ++x) {
-        const bool holds = Holds{}(loadSample<T>(src, x) != T{0}, loadSample<T>(dst, x) != T{0});
-        storeSample(dst, x, holds ? set : T{0});
-    }
+    CombineRow<T>(src, dst, width, Choose<T, Holds>{loadSample<T>(value, 0)});
 }
 
 template <class T>
 void PassOneRowOf(const std::uint8_t* src, std::uint8_t* dst, std::int64_t width) noexcept
 {
-    KO_INDEPENDENT_ITERATIONS
-    for (std::int64_t x = 0; x < width; ++x) {
-        const T s = loadSample<T>(src, x), d = loadSample<T>(dst, x);
-        const T passed = s != T{0} ? s : d;
-        storeSample(dst, x, (s != T{0}) != (d != T{0}) ? passed : T{0});
-    }
+    CombineRow<T>(src, dst, width, PassOne<T>{});
 }
 
 template <class Holds>

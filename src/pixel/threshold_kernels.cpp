@@ -15,27 +15,44 @@ namespace ko {
 namespace HWY_NAMESPACE {
 namespace {
 
+/// One level for all samples.
+template <class T, class Out>
+void BinaryUniform(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples, T threshold, Out low,
+                   Out high) noexcept
+{
+    KO_INDEPENDENT_ITERATIONS
+    for (std::int64_t i = 0; i < samples; ++i)
+        storeSample<Out>(dst, i, loadSample<T>(src, i) > threshold ? high : low);
+}
+
+/// A level per sample.
+template <class T, class Out>
+void BinaryEach(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples, const T* thresholds,
+                const Out* lows, const Out* highs) noexcept
+{
+    KO_INDEPENDENT_ITERATIONS
+    for (std::int64_t i = 0; i < samples; ++i) {
+        const Out low = lows[i], high = highs[i];
+        storeSample<Out>(dst, i, loadSample<T>(src, i) > thresholds[i] ? high : low);
+    }
+}
+
 template <class T, class Out>
 void BinaryRowOf(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples,
                  const BinaryLevels<T, Out>& levels) noexcept
 {
-    if (levels.period == 1) {
-        const T threshold = levels.thresholds[0];
-        const Out low = levels.lows[0], high = levels.highs[0];
-        KO_INDEPENDENT_ITERATIONS
-        for (std::int64_t i = 0; i < samples; ++i)
-            storeSample<Out>(dst, i, loadSample<T>(src, i) > threshold ? high : low);
-        return;
-    }
-    for (std::int64_t first = 0; first < samples; first += levels.period) {
+    const bool uniform = levels.period == 1;
+    const std::int64_t step = uniform ? samplesPerFetch : levels.period;
+    for (std::int64_t first = 0; first < samples; first += step) {
         const std::uint8_t* const from = src + first * std::int64_t{sizeof(T)};
         std::uint8_t* const to = dst + first * std::int64_t{sizeof(Out)};
-        const std::int64_t count = std::min(levels.period, samples - first);
-        KO_INDEPENDENT_ITERATIONS
-        for (std::int64_t i = 0; i < count; ++i) {
-            const Out low = levels.lows[i], high = levels.highs[i];
-            storeSample<Out>(to, i, loadSample<T>(from, i) > levels.thresholds[i] ? high : low);
-        }
+        const std::int64_t count = std::min(step, samples - first);
+        fetchAhead<T, false>(from, count);
+        fetchAhead<Out, true>(to, count);
+        if (uniform)
+            BinaryUniform<T, Out>(from, to, count, levels.thresholds[0], levels.lows[0], levels.highs[0]);
+        else
+            BinaryEach<T, Out>(from, to, count, levels.thresholds, levels.lows, levels.highs);
     }
 }
 
@@ -50,25 +67,38 @@ void MarkChannelRowOf(const std::uint8_t* src, std::uint8_t* dst, std::int64_t w
 }
 
 template <class T>
+void KeepUniform(std::uint8_t* row, std::int64_t samples, T threshold, T value) noexcept
+{
+    KO_INDEPENDENT_ITERATIONS
+    for (std::int64_t i = 0; i < samples; ++i) {
+        const T sample = loadSample<T>(row, i);
+        storeSample<T>(row, i, sample <= threshold ? value : sample);
+    }
+}
+
+template <class T>
+void KeepEach(std::uint8_t* row, std::int64_t samples, const T* thresholds, const T* values) noexcept
+{
+    KO_INDEPENDENT_ITERATIONS
+    for (std::int64_t i = 0; i < samples; ++i) {
+        const T sample = loadSample<T>(row, i), value = values[i];
+        storeSample<T>(row, i, sample <= thresholds[i] ? value : sample);
+    }
+}
+
+template <class T>
 void KeepRowOf(std::uint8_t* row, std::int64_t samples, const KeepLevels<T>& levels) noexcept
 {
-    if (levels.period == 1) {
-        const T threshold = levels.thresholds[0], value = levels.values[0];
-        KO_INDEPENDENT_ITERATIONS
-        for (std::int64_t i = 0; i < samples; ++i) {
-            const T sample = loadSample<T>(row, i);
-            storeSample<T>(row, i, sample <= threshold ? value : sample);
-        }
-        return;
-    }
-    for (std::int64_t first = 0; first < samples; first += levels.period) {
+    const bool uniform = levels.period == 1;
+    const std::int64_t step = uniform ? samplesPerFetch : levels.period;
+    for (std::int64_t first = 0; first < samples; first += step) {
         std::uint8_t* const at = row + first * std::int64_t{sizeof(T)};
-        const std::int64_t count = std::min(levels.period, samples - first);
-        KO_INDEPENDENT_ITERATIONS
-        for (std::int64_t i = 0; i < count; ++i) {
-            const T sample = loadSample<T>(at, i), value = levels.values[i];
-            storeSample<T>(at, i, sample <= levels.thresholds[i] ? value : sample);
-        }
+        const std::int64_t count = std::min(step, samples - first);
+        fetchAhead<T, true>(at, count);
+        if (uniform)
+            KeepUniform<T>(at, count, levels.thresholds[0], levels.values[0]);
+        else
+            KeepEach<T>(at, count, levels.thresholds, levels.values);
     }
 }
 
