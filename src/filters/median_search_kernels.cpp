@@ -1,0 +1,228 @@
+#include "filters/median_search_kernels.h"
+
+#include <bit>
+#include <cstring>
+#include <limits>
+#include <type_traits>
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "filters/median_search_kernels.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+HWY_BEFORE_NAMESPACE();
+namespace ko {
+namespace HWY_NAMESPACE {
+namespace {
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+/// Unsigned numbers widened to the signed lanes of `D`.
+template <class D, class T>
+HWY_INLINE hn::Vec<D> LoadWidened(D d, const T* from) noexcept
+{
+    const hn::Rebind<T, D> narrow;
+    if constexpr (sizeof(T) == sizeof(hn::TFromD<D>))
+        return hn::BitCast(d, hn::LoadU(narrow, from));
+    else
+        return hn::PromoteTo(d, hn::LoadU(narrow, from));
+}
+
+/// -1 for every code below the bound. One-byte lanes compare with an offset of 128, which wider ones that
+/// hold the codes as they are do not need.
+template <class D>
+struct BelowBound {
+    D d;
+    hn::Vec<D> bound;
+    static constexpr bool offset = sizeof(hn::TFromD<D>) == 1;
+
+    BelowBound(D tag, int value)
+        : d(tag), bound(hn::Set(tag, static_cast<hn::TFromD<D>>(offset ? value - 128 : value)))
+    {
+    }
+
+    HWY_INLINE hn::Vec<D> operator()(const std::uint8_t* codes) const noexcept
+    {
+        auto code = LoadWidened(d, codes);
+        if constexpr (offset)
+            code = hn::Xor(code, hn::Set(d, static_cast<hn::TFromD<D>>(-128)));
+        return hn::VecFromMask(d, hn::Lt(code, bound));
+    }
+};
+
+template <class Count>
+void CountBelow(const std::uint8_t* codes, std::int64_t samples, std::int64_t window, int bound,
+                MedianRowCountOf<Count>* rowCounts) noexcept
+{
+    using Signed = std::make_signed_t<MedianRowCountOf<Count>>;
+    const hn::ScalableTag<Signed> d;
+    const auto lanes = static_cast<std::int64_t>(hn::Lanes(d));
+    const BelowBound<decltype(d)> below(d, bound);
+    auto* const sums = reinterpret_cast<Signed*>(rowCounts);
+
+    // The window is built from its binary digits, most significant first: sums of n samples become sums of 2n
+    // or 2n + 1. Each step reads only sums to the right of those that it replaces.
+    int digits = static_cast<int>(std::bit_width(static_cast<std::uint64_t>(window))) - 2;
+    std::int64_t length = window >> digits;
+    for (std::int64_t i = 0; i < samples; i += lanes) {
+        auto sum = hn::Add(below(codes + i), below(codes + i + 1));
+        if (length == 3)
+            sum = hn::Add(sum, below(codes + i + 2));
+        hn::StoreU(hn::Neg(sum), d, sums + i);
+    }
+    while (digits-- > 0) {
+        const bool odd = ((window >> digits) & 1) != 0;
+        for (std::int64_t i = 0; i < samples; i += lanes) {
+            auto sum = hn::Add(hn::LoadU(d, sums + i), hn::LoadU(d, sums + i + length));
+            if (odd)
+                sum = hn::Sub(sum, below(codes + i + 2 * length));
+            hn::StoreU(sum, d, sums + i);
+        }
+        length = 2 * length + (odd ? 1 : 0);
+    }
+}
+
+template <class Count, bool kRest>
+MedianOutcome SplitWith(const MedianSplit<Count>& s) noexcept
+{
+    using Signed = std::make_signed_t<Count>;
+    const hn::ScalableTag<Signed> d;
+    const auto lanes = static_cast<std::int64_t>(hn::Lanes(d));
+    const auto first = hn::Set(d, static_cast<Signed>(s.first));
+    const auto upper = hn::Set(d, static_cast<Signed>(s.first + s.half));
+    auto stayed = hn::Zero(d), moved = hn::Zero(d);
+    for (std::int64_t x = 0; x < s.columns; x += lanes) {
+        auto count = hn::Set(d, std::numeric_limits<Signed>::min());
+        const auto* entering = s.rowCounts + x;
+        const auto* leaving = entering;
+        for (std::int64_t y = 1; y < s.window; ++y, entering += s.pitch)
+            count = hn::Add(count, LoadWidened(d, entering));
+        const auto* wantedRow = reinterpret_cast<const Signed*>(s.wanted) + x;
+        auto* foundRow = reinterpret_cast<Signed*>(s.found) + x;
+        auto* restRow = reinterpret_cast<Signed*>(s.rest) + (kRest ? x : 0);
+        for (std::int64_t y = 0; y < s.rows; ++y) {
+            count = hn::Add(count, LoadWidened(d, entering));
+            const auto wanted = hn::LoadU(d, wantedRow);
+            const auto found = hn::LoadU(d, foundRow);
+            const auto mine = hn::VecFromMask(d, hn::Eq(found, first));
+            const auto up = hn::And(mine, hn::VecFromMask(d, hn::Lt(count, wanted)));
+            const auto isUp = hn::MaskFromVec(up);
+            hn::StoreU(hn::IfThenElse(isUp, upper, found), d, foundRow);
+            if constexpr (kRest) {
+                const auto rest = hn::LoadU(d, restRow);
+                hn::StoreU(hn::IfThenElse(isUp, hn::Sub(wanted, count), rest), d, restRow);
+                restRow += s.foundPitch;
+            }
+            moved = hn::Or(moved, up);
+            stayed = hn::Or(stayed, hn::AndNot(up, mine));
+            count = hn::Sub(count, LoadWidened(d, leaving));
+            entering += s.pitch;
+            leaving += s.pitch;
+            wantedRow += s.wantedPitch;
+            foundRow += s.foundPitch;
+        }
+    }
+    const auto isAny = [&](auto v) { return !hn::AllTrue(d, hn::Eq(v, hn::Zero(d))); };
+    return {isAny(stayed), isAny(moved)};
+}
+
+template <class Count>
+MedianOutcome Split(const MedianSplit<Count>& step) noexcept
+{
+    return step.rest != nullptr ? SplitWith<Count, true>(step) : SplitWith<Count, false>(step);
+}
+
+/// Bit i tells whether sample first + i of the order lies in the window, for 64 samples.
+template <class Count>
+HWY_INLINE std::uint64_t InWindow(const Count* xs, const Count* ys, Count left, Count top,
+                                  Count span) noexcept
+{
+    const hn::ScalableTag<Count> d;
+    constexpr std::size_t lanes = HWY_LANES(Count) < 64 ? HWY_LANES(Count) : 64;
+    const auto l = hn::Set(d, left), t = hn::Set(d, top), s = hn::Set(d, span);
+    std::uint64_t bits = 0;
+    for (std::size_t i = 0; i < 64; i += lanes) {
+        const auto dx = hn::Sub(hn::LoadU(d, xs + i), l), dy = hn::Sub(hn::LoadU(d, ys + i), t);
+        // The offset from the window's corner wraps to a large number for samples before it.
+        const auto inside = hn::Eq(hn::Min(hn::Max(dx, dy), s), hn::Max(dx, dy));
+        std::uint8_t packed[8] = {};
+        hn::StoreMaskBits(d, inside, packed);
+        std::uint64_t part;
+        std::memcpy(&part, packed, sizeof(part));
+        bits |= part << i;
+    }
+    return bits;
+}
+
+template <class Count>
+void Pick(const MedianOrder<Count>& order, const Count* found, const Count* rest, std::int64_t columns,
+          std::int64_t y, std::int64_t window, std::uint16_t* medians) noexcept
+{
+    const Count top = static_cast<Count>(y), span = static_cast<Count>(window - 1);
+    for (std::int64_t x = 0; x < columns; ++x) {
+        std::uint64_t at = order.starts[found[x]];
+        std::uint64_t left = rest[x];
+        // The window holds at least `rest` samples of this code, so the search ends among them.
+        std::uint64_t bits = InWindow<Count>(order.x + at, order.y + at, static_cast<Count>(x), top, span);
+        for (auto present = static_cast<std::uint64_t>(std::popcount(bits)); present < left;
+             present = static_cast<std::uint64_t>(std::popcount(bits))) {
+            left -= present;
+            at += 64;
+            bits = InWindow<Count>(order.x + at, order.y + at, static_cast<Count>(x), top, span);
+        }
+        for (; left > 1; --left)
+            bits &= bits - 1;
+        medians[x] = order.values[at + static_cast<std::uint64_t>(std::countr_zero(bits))];
+    }
+}
+
+template <class Count>
+const MedianSearchKernels<Count>& Kernels()
+{
+    static constexpr MedianSearchKernels<Count> kernels{&CountBelow<Count>, &Split<Count>, &Pick<Count>};
+    return kernels;
+}
+
+const MedianSearchKernels<std::uint8_t>& Kernels8()
+{
+    return Kernels<std::uint8_t>();
+}
+const MedianSearchKernels<std::uint16_t>& Kernels16()
+{
+    return Kernels<std::uint16_t>();
+}
+const MedianSearchKernels<std::uint32_t>& Kernels32()
+{
+    return Kernels<std::uint32_t>();
+}
+
+}  // namespace
+}  // namespace HWY_NAMESPACE
+}  // namespace ko
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace ko {
+namespace {
+HWY_EXPORT(Kernels8);
+HWY_EXPORT(Kernels16);
+HWY_EXPORT(Kernels32);
+}  // namespace
+
+template <>
+const MedianSearchKernels<std::uint8_t>& medianSearchKernels()
+{
+    return HWY_DYNAMIC_DISPATCH(Kernels8)();
+}
+template <>
+const MedianSearchKernels<std::uint16_t>& medianSearchKernels()
+{
+    return HWY_DYNAMIC_DISPATCH(Kernels16)();
+}
+template <>
+const MedianSearchKernels<std::uint32_t>& medianSearchKernels()
+{
+    return HWY_DYNAMIC_DISPATCH(Kernels32)();
+}
+}  // namespace ko
+#endif
