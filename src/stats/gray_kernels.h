@@ -1,0 +1,36 @@
+// Row kernels that make gray samples from colours.
+#pragma once
+
+#include <cstdint>
+
+namespace ko {
+
+/// Samples lie `step` apart in every source row and together in `out`. Means are truncated.
+struct GrayRows {
+    /// The mean of three rows.
+    void (*meanOfThree)(const std::uint8_t* const (&rows)[3], std::int64_t step, std::int64_t count,
+                        std::uint8_t* out) noexcept;
+    /// The mean of four rows.
+    void (*meanOfFour)(const std::uint8_t* const (&rows)[4], std::int64_t count, std::uint8_t* out) noexcept;
+    /// The mean of those of three rows whose mask byte is not zero; `any` tells where there are such.
+    void (*meanOfSelected)(const std::uint8_t* const (&rows)[3], std::int64_t step,
+                           const std::uint8_t* const (&masks)[3], std::int64_t count, std::uint8_t* out,
+                           std::uint8_t* any) noexcept;
+};
+
+struct GrayKernels {
+    GrayRows u8;
+    GrayRows u16;
+
+    template <class T>
+    constexpr const GrayRows& of() const noexcept
+    {
+        static_assert(sizeof(T) <= 2);
+        return sizeof(T) == 1 ? u8 : u16;
+    }
+};
+
+/// The kernels of the running processor.
+const GrayKernels& grayKernels();
+
+}  // namespace ko

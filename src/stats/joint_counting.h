@@ -1,0 +1,246 @@
+// Counting pairs of samples at the same place of two images: the one body behind all joint histograms.
+#pragma once
+
+#include "stats/counting.h"
+
+#include <ko/histogram_containers.h>
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+namespace ko {
+
+/// Adds to a counter that wraps.
+inline void addWrapping(int& counter, std::uint32_t count) noexcept
+{
+    counter = static_cast<int>(static_cast<std::uint32_t>(counter) + count);
+}
+
+/// One plane of a dense joint histogram.
+class DensePlane {
+public:
+    DensePlane(const CxImageHistogram2D& hist, int plane) noexcept
+        : m_rows(hist[plane]), m_levels(static_cast<std::uint32_t>(hist.levels()))
+    {
+    }
+
+    std::uint32_t rowCount() const noexcept { return m_levels; }
+
+    /// Adds `count` at a place, which need not exist.
+    void add(std::uint32_t row, std::uint32_t column, std::uint32_t count) const noexcept
+    {
+        if (row < m_levels && column < m_levels)
+            addWrapping(m_rows[row][column], count);
+    }
+
+private:
+    int** m_rows;
+    std::uint32_t m_levels;
+};
+
+/// One plane of a sparse joint histogram. It takes any column.
+class SparsePlane {
+public:
+    SparsePlane(CxImageHistogramSparse2D& hist, int plane)
+        : m_rows(hist[plane].rows()), m_rowCount(static_cast<std::uint32_t>(hist[plane].rowCount()))
+    {
+    }
+
+    std::uint32_t rowCount() const noexcept { return m_rowCount; }
+
+    void add(std::uint32_t row, std::uint32_t column, std::uint32_t count) const
+    {
+        if (row < m_rowCount)
+            addWrapping(m_rows[row][static_cast<std::int32_t>(column)], count);
+    }
+
+    /// Prepares a row that exists for that many further columns.
+    void reserve(std::uint32_t row, std::size_t columns) const
+    {
+        m_rows[row].reserve(m_rows[row].size() + columns);
+    }
+
+private:
+    TSparseMatrix<int>::Row* m_rows;
+    std::uint32_t m_rowCount;
+};
+
+/// The pairs to count: a channel of each image over the same pixels.
+struct ChannelPair {
+    const SxImageBuf& first;  ///< selects the column
+    int firstChannel;
+    const SxImageBuf& second;  ///< selects the row
+    int secondChannel;
+    Selection selection;
+    const SxImageBuf* sampleMask = nullptr;  ///< has a byte per sample of the images, not one per pixel
+};
+
+/// The mask bytes of one channel of a run of pixels, where the mask is laid out sample by sample like the
+/// images. A byte past the end of the mask's memory counts as 0.
+inline void gatherSampleMask(const SxImageBuf& mask, int channels, int channel, std::int64_t x,
+                             std::int64_t y, std::int64_t count, std::uint8_t* out) noexcept
+{
+    const std::size_t memory = imageByteSize(mask);
+    for (std::int64_t i = 0; i < count; ++i) {
+        const std::int64_t offset = y * mask.stride + (x + i) * channels + channel;
+        out[i] = static_cast<std::size_t>(offset) < memory ? mask.data[offset] : std::uint8_t{0};
+    }
+}
+
+/// Calls `visit(firsts, seconds, count)` with runs of the samples of both images, side by side.
+template <class T, class Visit>
+void forEachPairRun(const ChannelPair& pair, const Visit& visit)
+{
+    using Buffer = std::array<std::uint8_t, longestRun * sizeof(T)>;
+    Buffer firsts, seconds;
+    std::array<std::uint8_t, longestRun> sampleMask;
+    const SelectRun select = selectKernels().of<T>();
+    const auto together = [](const ChannelRow& row, std::int64_t count, Buffer& buffer) {
+        if (row.step == 1)
+            return row.first;
+        gatherSamples<T>(row, count, buffer.data());
+        return static_cast<const std::uint8_t*>(buffer.data());
+    };
+    forEachRun(pair.selection,
+               [&](std::int64_t x, std::int64_t y, std::int64_t count, const std::uint8_t* mask) {
+                   const std::uint8_t* first =
+                       together(channelRow<T>(pair.first, pair.firstChannel, x, y), count, firsts);
+                   const std::uint8_t* second =
+                       together(channelRow<T>(pair.second, pair.secondChannel, x, y), count, seconds);
+                   if (pair.sampleMask != nullptr) {
+                       gatherSampleMask(*pair.sampleMask, pair.first.channels, pair.firstChannel, x, y, count,
+                                        sampleMask.data());
+                       mask = sampleMask.data();
+                   }
+                   if (mask != nullptr) {
+                       select(first, mask, count, firsts.data());
+                       count = select(second, mask, count, seconds.data());
+                       first = firsts.data();
+                       second = seconds.data();
+                   }
+                   visit(first, second, count);
+               });
+}
+
+/// Counts the pairs of one call, with working memory that is obtained before anything is counted.
+///
+/// Few pairs are counted one by one. Many pairs of bytes go through a counter for each possible pair. The
+/// counters of wider pairs would not fit the caches: their columns are sorted by row first, so that one row
+/// is counted at a time.
+template <class T>
+class PairCounter {
+public:
+    explicit PairCounter(std::int64_t pairs)
+    {
+        if (pairs < fewPairs)
+            return;
+        m_counters.resize(values);
+        if constexpr (sizeof(T) == 2) {
+            m_ends.resize(values);
+            m_columns = std::make_unique_for_overwrite<std::uint16_t[]>(static_cast<std::size_t>(pairs));
+        }
+    }
+
+    template <class Plane>
+    void count(const ChannelPair& pair, const Plane& plane)
+    {
+        if (m_counters.empty())
+            countOneByOne(pair, plane);
+        else if constexpr (sizeof(T) == 1)
+            countByTable(pair, plane);
+        else
+            countByRow(pair, plane);
+    }
+
+private:
+    static constexpr std::int64_t fewPairs = std::int64_t{1} << 15;
+    static constexpr std::uint32_t values = 65536;
+
+    template <class Plane>
+    static void countOneByOne(const ChannelPair& pair, const Plane& plane)
+    {
+        forEachPairRun<T>(pair,
+                          [&](const std::uint8_t* firsts, const std::uint8_t* seconds, std::int64_t count) {
+                              for (std::int64_t i = 0; i < count; ++i)
+                                  plane.add(loadSample<T>(seconds, i), loadSample<T>(firsts, i), 1);
+                          });
+    }
+
+    template <class Plane>
+    void countByTable(const ChannelPair& pair, const Plane& plane)
+    {
+        std::uint32_t* const counters = m_counters.data();
+        forEachPairRun<T>(pair,
+                          [&](const std::uint8_t* firsts, const std::uint8_t* seconds, std::int64_t count) {
+                              for (std::int64_t i = 0; i < count; ++i)
+                                  ++counters[seconds[i] << 8 | firsts[i]];
+                          });
+        for (std::uint32_t pairOfBytes = 0; pairOfBytes < values; ++pairOfBytes) {
+            if (const std::uint32_t count = std::exchange(counters[pairOfBytes], 0U))
+                plane.add(pairOfBytes >> 8, pairOfBytes & 0xFFU, count);
+        }
+    }
+
+    template <class Plane>
+    void countByRow(const ChannelPair& pair, const Plane& plane)
+    {
+        sortByRow(pair);
+        const std::uint32_t rows = std::min(plane.rowCount(), values);
+        std::int64_t begin = 0;
+        for (std::uint32_t row = 0; row < rows; ++row) {
+            const std::span<const std::uint16_t> columns(m_columns.get() + begin,
+                                                         m_columns.get() + m_ends[row]);
+            begin = m_ends[row];
+            if constexpr (std::is_same_v<Plane, SparsePlane>) {
+                addDistinct(plane, row, columns);
+            } else {
+                for (const std::uint16_t column : columns)
+                    plane.add(row, column, 1);
+            }
+        }
+    }
+
+    /// A counting sort.
+    void sortByRow(const ChannelPair& pair)
+    {
+        std::fill(m_ends.begin(), m_ends.end(), 0);
+        forEachPairRun<T>(pair, [&](const std::uint8_t*, const std::uint8_t* seconds, std::int64_t count) {
+            for (std::int64_t i = 0; i < count; ++i)
+                ++m_ends[loadSample<T>(seconds, i)];
+        });
+        std::int64_t begin = 0;
+        for (std::int64_t& end : m_ends)
+            begin += std::exchange(end, begin);
+        forEachPairRun<T>(pair,
+                          [&](const std::uint8_t* firsts, const std::uint8_t* seconds, std::int64_t count) {
+                              for (std::int64_t i = 0; i < count; ++i)
+                                  m_columns[static_cast<std::size_t>(m_ends[loadSample<T>(seconds, i)]++)] =
+                                      loadSample<T>(firsts, i);
+                          });
+    }
+
+    /// Looks each distinct column up once.
+    void addDistinct(const SparsePlane& plane, std::uint32_t row, std::span<const std::uint16_t> columns)
+    {
+        std::size_t distinct = 0;
+        for (const std::uint16_t column : columns)
+            distinct += m_counters[column]++ == 0 ? 1 : 0;
+        plane.reserve(row, distinct);
+        for (const std::uint16_t column : columns) {
+            if (const std::uint32_t count = std::exchange(m_counters[column], 0U))
+                plane.add(row, column, count);
+        }
+    }
+
+    std::vector<std::uint32_t>
+        m_counters;                    ///< of pairs of bytes, or of the columns of one row; 0 between uses
+    std::vector<std::int64_t> m_ends;  ///< where the columns of each row end
+    std::unique_ptr<std::uint16_t[]> m_columns;  ///< row by row
+};
+
+}  // namespace ko

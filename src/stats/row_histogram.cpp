@@ -1,0 +1,65 @@
+#include <ko/stats/row_histogram.h>
+
+#include "frame/boundary.h"
+#include "stats/counting.h"
+#include "stats/histogram_checks.h"
+
+namespace ko {
+
+namespace {
+
+/// Counts a row or a column anew. A mask is taken as it is: what it does not have selects nothing.
+ResultCode countLine(const SxImageBuf& src, const SxImageBuf* mask, bool lineExists, const QRect& line,
+                     CxImageHistogram& hist) noexcept
+{
+    return guarded([&] {
+        if (const ResultCode rc = firstFailure({
+                {ResultBadArg1, isCountable(src)},
+                {ResultBadArg2, lineExists},
+                {ResultBadArg3, isHistogramOf(hist, src)},
+            }))
+            return rc;
+        hist.clear();
+        if (!hasKnownPacking(src))
+            return ResultUnsupportedType;
+        return dispatch(BinNumbers{}, src.dataType, {{ResultBadArg1, rowsFit(src)}},
+                        [&]<class T>(std::type_identity<T>) {
+                            countSelected<T>(src, Selection(line, mask), hist, allChannels(src, hist));
+                        });
+    });
+}
+
+ResultCode countRow(const SxImageBuf& src, const SxImageBuf* mask, int row, CxImageHistogram& hist) noexcept
+{
+    return countLine(src, mask, hasRow(src, row), QRect(0, row, src.width, 1), hist);
+}
+
+ResultCode countColumn(const SxImageBuf& src, const SxImageBuf* mask, int col,
+                       CxImageHistogram& hist) noexcept
+{
+    return countLine(src, mask, hasColumn(src, col), QRect(col, 0, 1, src.height), hist);
+}
+
+}  // namespace
+
+ResultCode RowHistogram(const SxImageBuf& src, int row, CxImageHistogram& hist)
+{
+    return countRow(src, nullptr, row, hist);
+}
+
+ResultCode ColHistogram(const SxImageBuf& src, int col, CxImageHistogram& hist)
+{
+    return countColumn(src, nullptr, col, hist);
+}
+
+ResultCode RowHistogramMasked(const SxImageBuf& src, const SxImageBuf& mask, int row, CxImageHistogram& hist)
+{
+    return countRow(src, &mask, row, hist);
+}
+
+ResultCode ColHistogramMasked(const SxImageBuf& src, const SxImageBuf& mask, int col, CxImageHistogram& hist)
+{
+    return countColumn(src, &mask, col, hist);
+}
+
+}  // namespace ko

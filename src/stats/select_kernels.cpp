@@ -1,0 +1,133 @@
+#include "stats/select_kernels.h"
+
+#include <array>
+#include <bit>
+#include <cstddef>
+#include <cstring>
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "stats/select_kernels.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+#ifndef KO_SELECT_ORDERS
+#define KO_SELECT_ORDERS
+namespace ko {
+namespace {
+
+constexpr int groupSize = 8;
+constexpr int blockSize = 64;
+
+/// For every set of eight samples, the byte order that moves its members to the front.
+template <class T>
+using SelectOrders = std::array<std::array<std::uint8_t, groupSize * sizeof(T)>, 256>;
+
+template <class T>
+constexpr SelectOrders<T> makeSelectOrders()
+{
+    SelectOrders<T> orders{};
+    for (unsigned set = 0; set < 256; ++set) {
+        std::size_t to = 0;
+        for (unsigned i = 0; i < groupSize; ++i) {
+            if ((set >> i & 1U) == 0)
+                continue;
+            for (std::size_t byte = 0; byte < sizeof(T); ++byte)
+                orders[set][to++] = static_cast<std::uint8_t>(i * sizeof(T) + byte);
+        }
+    }
+    return orders;
+}
+
+template <class T>
+[[maybe_unused]] constexpr SelectOrders<T> selectOrders = makeSelectOrders<T>();
+
+}  // namespace
+}  // namespace ko
+#endif
+
+HWY_BEFORE_NAMESPACE();
+namespace ko {
+namespace HWY_NAMESPACE {
+namespace {
+
+#if HWY_TARGET != HWY_SCALAR
+namespace hn = hwy::HWY_NAMESPACE;
+
+/// Bit i tells whether byte i of a block is not zero.
+std::uint64_t SelectedBits(const std::uint8_t* mask) noexcept
+{
+    const hn::ScalableTag<std::uint8_t> d;
+    constexpr std::size_t lanes = HWY_LANES(std::uint8_t);
+    static_assert(blockSize % lanes == 0);
+    std::uint64_t bits = 0;
+    for (std::size_t i = 0; i < blockSize; i += lanes) {
+        const auto selected = hn::Ne(hn::LoadU(d, mask + i), hn::Zero(d));
+        hn::StoreMaskBits(d, selected, reinterpret_cast<std::uint8_t*>(&bits) + i / 8);
+    }
+    return bits;
+}
+
+/// The mixed case: eight samples at a time, moved together by one byte shuffle.
+template <class T>
+std::uint8_t* SelectBlock(const std::uint8_t* samples, std::uint64_t bits, std::uint8_t* to) noexcept
+{
+    const hn::FixedTag<std::uint8_t, groupSize * sizeof(T)> d;
+    for (int group = 0; group < blockSize / groupSize; ++group) {
+        const auto set = static_cast<std::uint8_t>(bits >> (group * groupSize));
+        const auto order = hn::LoadU(d, selectOrders<T>[set].data());
+        const auto values = hn::LoadU(d, samples + static_cast<std::size_t>(group) * groupSize * sizeof(T));
+        hn::StoreU(hn::TableLookupBytes(values, order), d, to);
+        to += static_cast<std::size_t>(std::popcount(set)) * sizeof(T);
+    }
+    return to;
+}
+#endif
+
+template <class T>
+std::int64_t SelectRunOf(const std::uint8_t* samples, const std::uint8_t* mask, std::int64_t count,
+                         std::uint8_t* out) noexcept
+{
+    std::uint8_t* to = out;
+    std::int64_t i = 0;
+#if HWY_TARGET != HWY_SCALAR
+    for (; i + blockSize <= count; i += blockSize) {
+        const std::uint64_t bits = SelectedBits(mask + i);
+        const std::uint8_t* const from = samples + i * static_cast<std::int64_t>(sizeof(T));
+        if (bits == ~std::uint64_t{0}) {
+            std::memmove(to, from, blockSize * sizeof(T));
+            to += blockSize * sizeof(T);
+        } else if (bits != 0) {
+            to = SelectBlock<T>(from, bits, to);
+        }
+    }
+#endif
+    // Written before it is known to be selected, and overwritten if it was not: noise masks defeat branches.
+    for (; i < count; ++i) {
+        std::memmove(to, samples + i * static_cast<std::int64_t>(sizeof(T)), sizeof(T));
+        to += mask[i] != 0 ? sizeof(T) : 0;
+    }
+    return (to - out) / static_cast<std::int64_t>(sizeof(T));
+}
+
+const SelectKernels& Kernels()
+{
+    static constexpr SelectKernels kernels{&SelectRunOf<std::uint8_t>, &SelectRunOf<std::uint16_t>};
+    return kernels;
+}
+
+}  // namespace
+}  // namespace HWY_NAMESPACE
+}  // namespace ko
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace ko {
+namespace {
+HWY_EXPORT(Kernels);
+}
+const SelectKernels& selectKernels()
+{
+    return HWY_DYNAMIC_DISPATCH(Kernels)();
+}
+}  // namespace ko
+#endif

@@ -1,0 +1,28 @@
+// Kernels that pick the samples a mask selects.
+#pragma once
+
+#include <cstdint>
+
+namespace ko {
+
+/// Copies the samples whose mask byte is not zero, in their order, to the front of `out`; returns how many.
+/// `out` has room for `count` samples and may be `samples` itself.
+using SelectRun = std::int64_t (*)(const std::uint8_t* samples, const std::uint8_t* mask, std::int64_t count,
+                                   std::uint8_t* out) noexcept;
+
+struct SelectKernels {
+    SelectRun u8;
+    SelectRun u16;
+
+    template <class T>
+    constexpr SelectRun of() const noexcept
+    {
+        static_assert(sizeof(T) <= 2);
+        return sizeof(T) == 1 ? u8 : u16;
+    }
+};
+
+/// The kernels of the running processor.
+const SelectKernels& selectKernels();
+
+}  // namespace ko

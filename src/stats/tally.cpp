@@ -1,0 +1,181 @@
+#include "stats/tally.h"
+
+#include "core/image_view.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+
+namespace ko {
+
+namespace {
+
+/// Below this many samples they are counted straight into the histogram.
+constexpr std::int64_t fewSamples = std::int64_t{1} << 17;
+
+/// Deeper images fill the first-level cache with one table.
+constexpr std::uint64_t shallowLimit = 8192;
+
+static_assert(std::endian::native == std::endian::little, "units are cut from words, lowest first");
+
+/// Counts 16-bit units; unit i goes to table i % `Tables`.
+template <int Tables>
+void countUnits(const std::uint8_t* bytes, std::int64_t units, std::uint32_t* tables) noexcept
+{
+    constexpr int words = Tables == 3 ? 3 : 4;
+    constexpr std::int64_t group = 4 * words;
+    std::int64_t i = 0;
+    for (; i + group <= units; i += group) {
+        std::uint64_t word[words];
+        std::memcpy(word, bytes + 2 * i, sizeof word);
+        if constexpr (Tables != 3) {
+            const std::uint64_t differences = (word[0] ^ word[1]) | (word[0] ^ word[2]) |
+                                              (word[0] ^ word[3]) | (word[0] ^ std::rotl(word[0], 16));
+            if (differences == 0) {
+                for (int table = 0; table < Tables; ++table)
+                    tables[table * TallyTables::size + (word[0] & 0xFFFFU)] += group / Tables;
+                continue;
+            }
+        }
+        for (int k = 0; k < words; ++k) {
+            for (int j = 0; j < 4; ++j) {
+                ++tables[static_cast<std::size_t>((4 * k + j) % Tables) * TallyTables::size +
+                         (word[k] >> (16 * j) & 0xFFFFU)];
+            }
+        }
+    }
+    for (; i < units; ++i)
+        ++tables[static_cast<std::size_t>(i % Tables) * TallyTables::size +
+                 loadSample<std::uint16_t>(bytes, i)];
+}
+
+}  // namespace
+
+TallyTarget::TallyTarget(const CxImageHistogram& histogram, std::uint64_t most) noexcept
+    : hist(histogram), limit(std::min(most, static_cast<std::uint64_t>(std::max(histogram.levels, 0))))
+{
+}
+
+TallyTables::TallyTables(std::int64_t samples, int tables)
+    : m_counters(samples < fewSamples ? 0 : static_cast<std::size_t>(tables) * size)
+{
+}
+
+std::uint32_t* TallyTables::begin() noexcept
+{
+    if (m_used)
+        std::fill(m_counters.begin(), m_counters.end(), 0U);
+    m_used = true;
+    return m_counters.data();
+}
+
+template <class T>
+int Tally<T>::tablesFor(std::size_t period, std::uint64_t limit) noexcept
+{
+    if (sizeof(T) > 2 || period > 4)
+        return 0;
+    if (sizeof(T) == 1)
+        return period == 3 ? 3 : 2;
+    if (period == 1)
+        return limit <= shallowLimit ? 2 : 1;
+    return static_cast<int>(period);
+}
+
+template <class T>
+Tally<T>::Tally(const TallyTarget& target, std::span<const int> planes, TallyTables& tables) noexcept
+    : m_target(target),
+      m_planes(planes),
+      m_tableCount(tablesFor(planes.size(), target.limit)),
+      m_tables(nullptr)
+{
+    if (m_tableCount > tables.count())
+        m_tableCount = 0;
+    if (m_tableCount != 0)
+        m_tables = tables.begin();
+}
+
+template <class T>
+void Tally<T>::add(const std::uint8_t* samples, std::int64_t count) noexcept
+{
+    if (m_tableCount == 0) {
+        addDirectly(samples, count);
+        return;
+    }
+    if constexpr (sizeof(T) == 1) {
+        addUnits(samples, count / 2);
+        if (count % 2 != 0)
+            countSample(m_target, planeAt(count - 1), samples[count - 1]);
+    } else {
+        addUnits(samples, count);
+    }
+}
+
+template <class T>
+void Tally<T>::addDirectly(const std::uint8_t* samples, std::int64_t count) noexcept
+{
+    const auto period = static_cast<std::int64_t>(m_planes.size());
+    for (std::int64_t position = 0; position < period; ++position) {
+        std::uint32_t* const counters = m_target.counters(planeAt(position));
+        if (counters == nullptr)
+            continue;
+        for (std::int64_t i = position; i < count; i += period) {
+            const T value = loadSample<T>(samples, i);
+            if (value < m_target.limit)
+                ++counters[value];
+        }
+    }
+}
+
+template <class T>
+void Tally<T>::addUnits(const std::uint8_t* samples, std::int64_t units) noexcept
+{
+    switch (m_tableCount) {
+    case 1:
+        return countUnits<1>(samples, units, m_tables);
+    case 2:
+        return countUnits<2>(samples, units, m_tables);
+    case 3:
+        return countUnits<3>(samples, units, m_tables);
+    default:
+        return countUnits<4>(samples, units, m_tables);
+    }
+}
+
+template <class T>
+void Tally<T>::addTo(int plane, const std::uint32_t* counts, std::uint64_t values) const noexcept
+{
+    std::uint32_t* const counters = m_target.counters(plane);
+    if (counters == nullptr)
+        return;
+    const std::uint64_t end = std::min(values, m_target.limit);
+    for (std::uint64_t value = 0; value < end; ++value)
+        counters[value] += counts[value];
+}
+
+template <class T>
+void Tally<T>::finish() noexcept
+{
+    for (int index = 0; index < m_tableCount; ++index) {
+        const std::uint32_t* const table = m_tables + static_cast<std::size_t>(index) * TallyTables::size;
+        if constexpr (sizeof(T) == 1) {
+            std::array<std::uint32_t, 256> first{}, second{};
+            for (std::size_t high = 0; high < 256; ++high) {
+                for (std::size_t low = 0; low < 256; ++low) {
+                    first[low] += table[high * 256 + low];
+                    second[high] += table[high * 256 + low];
+                }
+            }
+            addTo(planeAt(2 * index), first.data(), first.size());
+            addTo(planeAt(2 * index + 1), second.data(), second.size());
+        } else {
+            addTo(planeAt(index), table, TallyTables::size);
+        }
+    }
+}
+
+template class Tally<std::uint8_t>;
+template class Tally<std::uint16_t>;
+template class Tally<std::uint32_t>;
+template class Tally<std::uint64_t>;
+
+}  // namespace ko

@@ -1,0 +1,95 @@
+// Counting runs of samples into histogram planes.
+#pragma once
+
+#include <ko/histogram_containers.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace ko {
+
+/// Where samples are counted: a histogram, and the first value that it does not take.
+struct TallyTarget {
+    const CxImageHistogram& hist;
+    std::uint64_t limit;
+
+    explicit TallyTarget(const CxImageHistogram& histogram) noexcept
+        : TallyTarget(histogram, ~std::uint64_t{0})
+    {
+    }
+    /// Takes no value from `most` on, whatever the levels: how negative samples read without sign are left
+    /// out.
+    TallyTarget(const CxImageHistogram& histogram, std::uint64_t most) noexcept;
+
+    /// The counters of a plane; null when the histogram has no such plane.
+    std::uint32_t* counters(int plane) const noexcept
+    {
+        return hist.bins != nullptr && plane >= 0 && plane < hist.planes ? hist.bins[plane] : nullptr;
+    }
+};
+
+/// Counts one sample.
+template <class T>
+void countSample(const TallyTarget& target, int plane, T value) noexcept
+{
+    std::uint32_t* const counters = target.counters(plane);
+    if (counters != nullptr && value < target.limit)
+        ++counters[value];
+}
+
+/// Working tables for one call, each with a counter per 16-bit value. Counting into one row of counters waits
+/// for itself whenever equal samples follow each other; several tables do not, and tables over pairs of bytes
+/// need half the increments. There are none for few samples, where filling and adding up the tables would
+/// cost more than it saves.
+class TallyTables {
+public:
+    static constexpr std::size_t size = 65536;
+
+    TallyTables(std::int64_t samples, int tables);
+
+    int count() const noexcept { return static_cast<int>(m_counters.size() / size); }
+    /// All tables, one behind the other, zeroed.
+    std::uint32_t* begin() noexcept;
+
+private:
+    std::vector<std::uint32_t> m_counters;
+    bool m_used = false;
+};
+
+/// Counts runs of samples whose planes repeat along the run: sample i goes to plane `planes[i % period]`, or
+/// nowhere where that is negative. Only one tally works with the same tables at a time; its counts have
+/// arrived in the histogram after `finish`.
+template <class T>
+class Tally {
+public:
+    Tally(const TallyTarget& target, std::span<const int> planes, TallyTables& tables) noexcept;
+
+    void add(const std::uint8_t* samples, std::int64_t count) noexcept;
+    void finish() noexcept;
+
+    /// How many tables serve a pattern of that length; 0 when none do.
+    static int tablesFor(std::size_t period, std::uint64_t limit) noexcept;
+
+private:
+    void addDirectly(const std::uint8_t* samples, std::int64_t count) noexcept;
+    void addUnits(const std::uint8_t* samples, std::int64_t units) noexcept;
+    void addTo(int plane, const std::uint32_t* counts, std::uint64_t values) const noexcept;
+    int planeAt(std::int64_t position) const noexcept
+    {
+        return m_planes[static_cast<std::size_t>(position) % m_planes.size()];
+    }
+
+    const TallyTarget m_target;
+    std::span<const int> m_planes;
+    int m_tableCount;
+    std::uint32_t* m_tables;
+};
+
+extern template class Tally<std::uint8_t>;
+extern template class Tally<std::uint16_t>;
+extern template class Tally<std::uint32_t>;
+extern template class Tally<std::uint64_t>;
+
+}  // namespace ko
