@@ -60,6 +60,8 @@ struct Levels {
     std::vector<Out> lows;
     std::vector<Out> highs;
 
+    std::int64_t count() const noexcept { return static_cast<std::int64_t>(thresholds.size()); }
+    Levels alongRow() const { return {ko::alongRow(thresholds), ko::alongRow(lows), ko::alongRow(highs)}; }
     /// The levels of channel `first` and those behind it.
     BinaryLevels<T, Out> from(int first, std::int64_t period) const noexcept
     {
@@ -71,7 +73,7 @@ struct Levels {
 template <class T, class Out>
 void binaryPlanes(const SxImageBuf& src, SxImageBuf& dst, BinaryRow<T, Out> row, const Levels<T, Out>& levels)
 {
-    const int planes = std::min(static_cast<int>(levels.thresholds.size()), dst.channels);
+    const int planes = std::min(static_cast<int>(levels.count()), dst.channels);
     for (int plane = 0; plane < planes; ++plane) {
         const BinaryLevels<T, Out> own = levels.from(plane, 1);
         rowsStatic(src.height, [&](std::int64_t y) noexcept {
@@ -84,19 +86,38 @@ void binaryPlanes(const SxImageBuf& src, SxImageBuf& dst, BinaryRow<T, Out> row,
 template <class T, class Out>
 void binaryPixels(const SxImageBuf& src, SxImageBuf& dst, BinaryRow<T, Out> row, const Levels<T, Out>& levels)
 {
-    const Levels<T, Out> repeated{alongRow(levels.thresholds), alongRow(levels.lows), alongRow(levels.highs)};
-    const BinaryLevels<T, Out> all = repeated.from(0, static_cast<std::int64_t>(repeated.thresholds.size()));
+    const Levels<T, Out> repeated = levels.alongRow();
+    const BinaryLevels<T, Out> all = repeated.from(0, repeated.count());
     const std::int64_t samples = std::int64_t{src.width} * src.channels;
     rowsStatic(src.height, [&](std::int64_t y) noexcept { row(rowOf(src, y), rowOf(dst, y), samples, all); });
 }
 
-/// Pixels of which some channels are left alone, or that have more channels on one side: each image is
-/// stepped by its own channel count.
+/// Pixels whose last channels are left alone.
+template <class T>
+void binaryTreated(const SxImageBuf& src, SxImageBuf& dst, Levels<T, std::uint8_t> levels)
+{
+    const auto row = thresholdKernels().of<T>().markTreated;
+    const auto channels = static_cast<std::size_t>(src.channels);
+    std::vector<std::uint8_t> treated(levels.thresholds.size(), 1);
+    treated.resize(channels);
+    levels.thresholds.resize(channels);
+    levels.lows.resize(channels);
+    levels.highs.resize(channels);
+    treated = alongRow(treated);
+    const Levels<T, std::uint8_t> repeated = levels.alongRow();
+    const BinaryLevels<T, std::uint8_t> all = repeated.from(0, repeated.count());
+    const std::int64_t samples = std::int64_t{src.width} * src.channels;
+    rowsStatic(src.height, [&](std::int64_t y) noexcept {
+        row(rowOf(src, y), rowOf(dst, y), samples, all, treated.data());
+    });
+}
+
+/// Pixels with more channels on one side: each image is stepped by its own channel count.
 template <class T>
 void binaryChannels(const SxImageBuf& src, SxImageBuf& dst, const Levels<T, std::uint8_t>& levels)
 {
     const auto row = thresholdKernels().of<T>().markChannel;
-    const int channels = std::min(static_cast<int>(levels.thresholds.size()), dst.channels);
+    const int channels = std::min(static_cast<int>(levels.count()), dst.channels);
     rowsStatic(src.height, [&](std::int64_t y) noexcept {
         for (int c = 0; c < channels; ++c) {
             row(rowOf(src, y) + c * std::int64_t{sizeof(T)}, rowOf(dst, y) + c, src.width,
@@ -115,9 +136,12 @@ void binary(const SxImageBuf& src, SxImageBuf& dst, BinaryRow<T, Out> row, const
         return;
     }
     if constexpr (std::is_same_v<Out, std::uint8_t>) {
-        const int channels = static_cast<int>(levels.thresholds.size());
-        if (src.channels != channels || dst.channels != channels) {
+        if (src.channels != dst.channels) {
             binaryChannels(src, dst, levels);
+            return;
+        }
+        if (src.channels != levels.count()) {
+            binaryTreated(src, dst, levels);
             return;
         }
     }

@@ -57,6 +57,31 @@ void BinaryRowOf(const std::uint8_t* src, std::uint8_t* dst, std::int64_t sample
 }
 
 template <class T>
+void MarkTreated(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples, const T* thresholds,
+                 const std::uint8_t* lows, const std::uint8_t* highs, const std::uint8_t* treated) noexcept
+{
+    KO_INDEPENDENT_ITERATIONS
+    for (std::int64_t i = 0; i < samples; ++i) {
+        const std::uint8_t low = lows[i], high = highs[i], kept = dst[i];
+        const std::uint8_t marked = loadSample<T>(src, i) > thresholds[i] ? high : low;
+        dst[i] = treated[i] != 0 ? marked : kept;
+    }
+}
+
+template <class T>
+void MarkTreatedRowOf(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples,
+                      const BinaryLevels<T, std::uint8_t>& levels, const std::uint8_t* treated) noexcept
+{
+    for (std::int64_t first = 0; first < samples; first += levels.period) {
+        const std::uint8_t* const from = src + first * std::int64_t{sizeof(T)};
+        const std::int64_t count = std::min(levels.period, samples - first);
+        fetchAhead<T, false>(from, count);
+        fetchAhead<std::uint8_t, true>(dst + first, count);
+        MarkTreated<T>(from, dst + first, count, levels.thresholds, levels.lows, levels.highs, treated);
+    }
+}
+
+template <class T>
 void MarkChannelRowOf(const std::uint8_t* src, std::uint8_t* dst, std::int64_t width, PixelSteps steps,
                       const BinaryLevels<T, std::uint8_t>& levels) noexcept
 {
@@ -103,8 +128,8 @@ void KeepRowOf(std::uint8_t* row, std::int64_t samples, const KeepLevels<T>& lev
 }
 
 template <class T>
-constexpr ThresholdRows<T> rowsOf{&BinaryRowOf<T, T>, &BinaryRowOf<T, std::uint8_t>, &MarkChannelRowOf<T>,
-                                  &KeepRowOf<T>};
+constexpr ThresholdRows<T> rowsOf{&BinaryRowOf<T, T>, &BinaryRowOf<T, std::uint8_t>, &MarkTreatedRowOf<T>,
+                                  &MarkChannelRowOf<T>, &KeepRowOf<T>};
 
 const ThresholdKernels& Kernels()
 {

@@ -41,6 +41,10 @@ template <class T>
 struct ThresholdRows {
     BinaryRow<T, T> binary;
     BinaryRow<T, std::uint8_t> mark;
+    /// `mark` for the samples whose byte in `treated` (numbered like the levels) is not zero; the others of
+    /// dst stay.
+    void (*markTreated)(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples,
+                        const BinaryLevels<T, std::uint8_t>& levels, const std::uint8_t* treated) noexcept;
     /// One channel of a row of pixels, by the first of the levels.
     void (*markChannel)(const std::uint8_t* src, std::uint8_t* dst, std::int64_t width, PixelSteps steps,
                         const BinaryLevels<T, std::uint8_t>& levels) noexcept;
