@@ -44,7 +44,7 @@ TEST(CopyBufferChecks, RefuseWhatDoesNotFitAndWriteNothing)
         {"rectangle above src", [](auto& a) { a.rect.moveTop(-1); }, ResultFailed},
         {"rectangle right of src", [](auto& a) { a.rect.moveLeft(3); }, ResultFailed},
         {"rectangle below src", [](auto& a) { a.rect.moveTop(3); }, ResultFailed},
-        {"rectangle of negative width", [](auto& a) { a.rect.setWidth(-1); }, ResultFailed},
+        {"rectangle of negative width", [](auto& a) { a.rect.setCoords(2, 0, 0, 1); }, ResultFailed},
         {"rectangle of all coordinates",
          [](auto& a) { a.rect.setCoords(std::numeric_limits<int>::min(), 0, most, 2); }, ResultFailed},
         {"position left of dst", [](auto& a) { a.pos.setX(-1); }, ResultFailed},

@@ -78,7 +78,7 @@ TEST(DemosaicChecks, RunInOrderAndLeaveTheDestinationAlone)
         {"roi without columns", [](auto& a) { a.roi.setWidth(0); }, ResultBadArg2},
         {"roi without rows", [](auto& a) { a.roi.setHeight(0); }, ResultBadArg2},
         {"roi of nothing", [](auto& a) { a.roi = QRect(); }, ResultBadArg2},
-        {"roi of negative size", [](auto& a) { a.roi.setWidth(-4); }, ResultBadArg2},
+        {"roi of negative size", [](auto& a) { a.roi.setCoords(4, 0, -1, 1); }, ResultBadArg2},
         {"roi of all coordinates", [](auto& a) { a.roi.setCoords(least, least, most, most); }, ResultBadArg2},
         {"dst absent", [](auto& a) { a.dst->data = nullptr; }, ResultBadArg3},
         {"dst of two channels", [](auto& a) { a.dst->channels = 2; }, ResultBadArg3},
