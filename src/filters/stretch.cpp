@@ -98,19 +98,25 @@ ResultCode stretchByTaps(const SxImageBuf& src, SxImageBuf& dst, const StretchRo
     if (kernels.alongByGather != nullptr)
         gather = arrangeGather(along, src.width, src.channels, bytesPerSample(src.dataType));
     std::vector<const std::uint8_t*> rows(static_cast<std::size_t>(across.mostTaps()));
-    RowBand band(src, dst, across.inputsKept());
+    RowBand band(src, dst, across.inputsKept() + 1);  // source rows come in pairs
     if (!band.exists())
         return ResultFailed;
+    const auto addPair = [&](std::int64_t first) {
+        const std::int64_t second = std::min<std::int64_t>(first + 1, src.height - 1);
+        if (gather) {
+            kernels.alongByGather(rowOf(src, first), rowOf(src, second), band.row(first), band.row(second),
+                                  *gather);
+        } else {
+            for (const std::int64_t y : {first, second})
+                kernels.alongByTable(rowOf(src, y), band.row(y), along, src.channels);
+        }
+    };
     std::int64_t next = 0;
     for (std::int64_t y = 0; y < dst.height; ++y) {
         const std::span<const StretchTap> taps = across.taps(y);
         for (std::size_t i = 0; i < taps.size(); ++i) {
-            for (; next <= taps[i].index; ++next) {
-                if (gather)
-                    kernels.alongByGather(rowOf(src, next), band.row(next), *gather);
-                else
-                    kernels.alongByTable(rowOf(src, next), band.row(next), along, src.channels);
-            }
+            for (; next <= taps[i].index; next += 2)
+                addPair(next);
             rows[i] = band.row(taps[i].index);
         }
         kernels.across(rows.data(), taps, rowOf(dst, y), rowSamples(src, dst));

@@ -129,7 +129,8 @@ struct PixelLanes {
     using D = hn::ScalableTag<T>;
     using P = hn::Repartition<PixelOf<PixelBytes>, D>;
 
-    static std::int64_t Step() { return static_cast<std::int64_t>(hn::Lanes(P{})); }
+    static std::int64_t StepDoubled() { return static_cast<std::int64_t>(hn::Lanes(P{})); }
+    static std::int64_t StepHalved() { return StepDoubled(); }
 
     static void Double(const std::uint8_t* src, std::uint8_t* dst)
     {
@@ -141,7 +142,7 @@ struct PixelLanes {
     static void Halve(const std::uint8_t* src, std::uint8_t* dst)
     {
         const auto lower = TentAt(D{}, src, PixelBytes);
-        const auto upper = TentAt(D{}, src + Step() * PixelBytes, PixelBytes);
+        const auto upper = TentAt(D{}, src + StepHalved() * PixelBytes, PixelBytes);
         hn::StoreU(hn::ConcatEven(P{}, hn::BitCast(P{}, upper), hn::BitCast(P{}, lower)), P{},
                    reinterpret_cast<PixelOf<PixelBytes>*>(dst));
     }
@@ -180,14 +181,19 @@ constexpr Shuffle ShuffleOfHalved(int first, int offset)
     return shuffle;
 }
 
-/// Pixels of 3 or 6 bytes: 24 bytes of them at a time, put in place by byte shuffles.
+/// Pixels of 3 or 6 bytes, put in place by byte shuffles, 24 bytes of source (doubling) or result (halving)
+/// as the unit.
 template <class T, int PixelBytes>
 struct PixelShuffles {
     using D = hn::CappedTag<T, 16 / sizeof(T)>;
     using B = hn::CappedTag<std::uint8_t, 16>;
     using V = hn::Vec<B>;
 
-    static std::int64_t Step() { return 24 / PixelBytes; }
+    static constexpr int unit = 24;
+    static constexpr int unitsHalved = 4;  // a whole number of the widest vectors
+
+    static std::int64_t StepDoubled() { return unit / PixelBytes; }
+    static std::int64_t StepHalved() { return unitsHalved * unit / PixelBytes; }
 
     static V Pick(V from, const Shuffle& shuffle)
     {
@@ -215,16 +221,24 @@ struct PixelShuffles {
 
     static void Halve(const std::uint8_t* src, std::uint8_t* dst)
     {
-        const V tent0 = hn::BitCast(B{}, TentAt(D{}, src, PixelBytes));
-        const V tent16 = hn::BitCast(B{}, TentAt(D{}, src + 16, PixelBytes));
-        const V tent32 = hn::BitCast(B{}, TentAt(D{}, src + 32, PixelBytes));
+        // Tents around every pixel with the widest vectors, then those around every second one.
+        const hn::ScalableTag<T> wide;
+        constexpr auto wideBytes = static_cast<int>(hn::MaxLanes(wide) * sizeof(T));
+        alignas(64) std::uint8_t tents[2 * unit * unitsHalved];
+        for (int at = 0; at < 2 * unit * unitsHalved; at += wideBytes)
+            StoreAt(wide, TentAt(wide, src + at, PixelBytes), tents + at);
         static constexpr Shuffle first[] = {ShuffleOfHalved<PixelBytes>(0, 0),
                                             ShuffleOfHalved<PixelBytes>(0, 16)};
         static constexpr Shuffle rest[] = {ShuffleOfHalved<PixelBytes>(16, 16),
                                            ShuffleOfHalved<PixelBytes>(16, 32)};
-        hn::StoreU(hn::Or(Pick(tent0, first[0]), Pick(tent16, first[1])), B{}, dst);
-        const V end = hn::Or(Pick(tent16, rest[0]), Pick(tent32, rest[1]));
-        hn::StoreU(hn::LowerHalf(end), hn::Half<B>{}, dst + 16);
+        for (int i = 0; i < unitsHalved; ++i, dst += unit) {
+            const std::uint8_t* const own = tents + 2 * unit * i;
+            const V tent0 = hn::Load(B{}, own), tent16 = hn::Load(B{}, own + 16),
+                    tent32 = hn::Load(B{}, own + 32);
+            hn::StoreU(hn::Or(Pick(tent0, first[0]), Pick(tent16, first[1])), B{}, dst);
+            const V end = hn::Or(Pick(tent16, rest[0]), Pick(tent32, rest[1]));
+            hn::StoreU(hn::LowerHalf(end), hn::Half<B>{}, dst + 16);
+        }
     }
 };
 
@@ -237,7 +251,7 @@ void DoubleRowOf(const std::uint8_t* src, std::uint8_t* dst, std::int64_t pixels
 {
     constexpr int pixelBytes = Channels * static_cast<int>(sizeof(T));
     using Moves = PixelMoves<T, pixelBytes>;
-    const bool done = InBlocks(1, pixels, Moves::Step(), [&](std::int64_t x) HWY_ATTR {
+    const bool done = InBlocks(1, pixels, Moves::StepDoubled(), [&](std::int64_t x) HWY_ATTR {
         Moves::Double(src + x * pixelBytes, dst + 2 * x * pixelBytes);
     });
     DoublePixels<T>(src, dst, 0, done ? 1 : pixels, Channels);
@@ -249,7 +263,7 @@ void HalveRowOf(const std::uint8_t* src, std::uint8_t* dst, std::int64_t pixels)
     constexpr int pixelBytes = Channels * static_cast<int>(sizeof(T));
     using Moves = PixelMoves<T, pixelBytes>;
     const std::int64_t last = pixels / 2 - 1;
-    const bool done = InBlocks(0, last, Moves::Step(), [&](std::int64_t x) HWY_ATTR {
+    const bool done = InBlocks(0, last, Moves::StepHalved(), [&](std::int64_t x) HWY_ATTR {
         Moves::Halve(src + 2 * x * pixelBytes, dst + x * pixelBytes);
     });
     HalvePixels<T>(src, dst, done ? last : 0, last + 1, pixels, Channels);

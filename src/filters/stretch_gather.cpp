@@ -19,9 +19,11 @@ struct RowShape {
     std::int64_t bytes;
     int channels;
     int sampleSize;
+
+    std::int64_t pixelBytes() const { return std::int64_t{channels} * sampleSize; }
 };
 
-/// Writes the samples `sample`, `sample` + 1 ... of a window into the bytes of one 16-bit lane.
+/// Makes a 16-bit lane take the sample at a byte of the window.
 void pickSample(std::uint8_t* shuffle, std::int64_t byteInWindow, int sampleSize)
 {
     shuffle[0] = static_cast<std::uint8_t>(byteInWindow);
@@ -36,23 +38,26 @@ StretchTap tapOrNone(const StretchTable& table, std::int64_t output, std::int64_
     return at < count ? taps[static_cast<std::size_t>(at)] : StretchTap{taps[taps.size() - 1].index, 0};
 }
 
-/// Fills group `slot` of a step with taps 2 * pair and 2 * pair + 1; false when they do not fit a window.
-bool fillGroup(StretchGatherStep& step, int slot, const StretchTable& table, const Group& group,
-               std::int64_t pair, const RowShape& row)
+/// Where the window of a group starts that holds its taps from `from` to `to` - 1; nothing where none does.
+std::optional<std::int64_t> windowOf(const StretchTable& table, const Group& group, std::int64_t from,
+                                     std::int64_t to, const RowShape& row)
 {
-    const std::int64_t pixelBytes = std::int64_t{row.channels} * row.sampleSize;
     std::int64_t lowest = row.bytes, highest = 0;
     for (std::int64_t pixel = 0; pixel < group.pixels; ++pixel) {
-        for (const int second : {0, 1}) {
-            const std::int64_t at =
-                tapOrNone(table, group.first + pixel, 2 * pair + second).index * pixelBytes;
-            lowest = std::min(lowest, at);
-            highest = std::max(highest, at + pixelBytes);
+        for (std::int64_t at = from; at < to; ++at) {
+            const std::int64_t byte = tapOrNone(table, group.first + pixel, at).index * row.pixelBytes();
+            lowest = std::min(lowest, byte);
+            highest = std::max(highest, byte + row.pixelBytes());
         }
     }
     const std::int64_t window = std::min(lowest, row.bytes - windowBytes);
-    if (highest - window > windowBytes)
-        return false;
+    return highest - window <= windowBytes ? std::optional(window) : std::nullopt;
+}
+
+/// Fills group `slot` of a step with taps 2 * pair and 2 * pair + 1 from the given window.
+void fillGroup(StretchGatherStep& step, int slot, const StretchTable& table, const Group& group,
+               std::int64_t pair, std::int64_t window, const RowShape& row)
+{
     step.window[slot] = window;
     for (std::int64_t pixel = 0; pixel < group.pixels; ++pixel) {
         for (const int second : {0, 1}) {
@@ -62,9 +67,32 @@ bool fillGroup(StretchGatherStep& step, int slot, const StretchTable& table, con
                     static_cast<std::size_t>(2 * (slot * lanesPerGroup + pixel * row.channels + c) + second);
                 step.weights[lane] = static_cast<std::int16_t>(tap.weight);
                 pickSample(step.shuffle + 2 * lane,
-                           tap.index * pixelBytes + std::int64_t{c} * row.sampleSize - window,
+                           tap.index * row.pixelBytes() + std::int64_t{c} * row.sampleSize - window,
                            row.sampleSize);
             }
+        }
+    }
+}
+
+/// Fills all steps, with a window for all pairs of a group or one for each pair; false where the taps lie too
+/// far apart.
+bool fillSteps(StretchGather& gather, bool oneWindow, const StretchTable& table, const RowShape& row)
+{
+    const std::int64_t pixelsPerGroup = lanesPerGroup / row.channels;
+    gather.oneWindow = oneWindow;
+    gather.steps.assign(static_cast<std::size_t>(gather.blocks * gather.pairs), {});
+    for (std::int64_t i = 0; i < gather.blocks * StretchGather::groups; ++i) {
+        const std::int64_t first = i * pixelsPerGroup;
+        const Group group{first, std::clamp<std::int64_t>(table.outputs() - first, 0, pixelsPerGroup)};
+        StretchGatherStep* const steps =
+            &gather.steps[static_cast<std::size_t>(i / StretchGather::groups * gather.pairs)];
+        for (std::int64_t pair = 0; group.pixels != 0 && pair < gather.pairs; ++pair) {
+            const auto window = oneWindow ? windowOf(table, group, 0, 2 * gather.pairs, row)
+                                          : windowOf(table, group, 2 * pair, 2 * pair + 2, row);
+            if (!window)
+                return false;
+            fillGroup(steps[pair], static_cast<int>(i % StretchGather::groups), table, group, pair, *window,
+                      row);
         }
     }
     return true;
@@ -84,20 +112,9 @@ std::optional<StretchGather> arrangeGather(const StretchTable& table, std::int64
     gather.samplesPerGroup = static_cast<int>(pixelsPerGroup) * channels;
     gather.pairs = table.mostTaps() / 2;
     gather.blocks = (table.outputs() + pixelsPerBlock - 1) / pixelsPerBlock;
-    gather.steps.resize(static_cast<std::size_t>(gather.blocks * gather.pairs), {});
-    for (std::int64_t block = 0; block < gather.blocks; ++block) {
-        for (std::int64_t pair = 0; pair < gather.pairs; ++pair) {
-            StretchGatherStep& step = gather.steps[static_cast<std::size_t>(block * gather.pairs + pair)];
-            for (int slot = 0; slot < StretchGather::groups; ++slot) {
-                const std::int64_t first = block * pixelsPerBlock + slot * pixelsPerGroup;
-                const std::int64_t pixels =
-                    std::clamp<std::int64_t>(table.outputs() - first, 0, pixelsPerGroup);
-                if (pixels != 0 && !fillGroup(step, slot, table, {first, pixels}, pair, row))
-                    return std::nullopt;
-            }
-        }
-    }
-    return gather;
+    if (fillSteps(gather, true, table, row) || fillSteps(gather, false, table, row))
+        return gather;
+    return std::nullopt;
 }
 
 }  // namespace ko

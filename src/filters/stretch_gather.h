@@ -13,15 +13,17 @@ namespace ko {
 /// Two taps for sixteen lanes. Four lanes make a group; a group takes both samples of each of its lanes from
 /// one window of 16 bytes.
 struct StretchGatherStep {
-    std::int64_t window[4];    ///< byte of the row at which the window of a group starts
-    std::uint8_t shuffle[64];  ///< byte of the window for each byte of the 16-bit samples, 0x80 for zero
-    std::int16_t weights[32];  ///< of both samples of each lane
+    alignas(
+        64) std::uint8_t shuffle[64];  ///< byte of the window for each byte of the 16-bit samples, 0x80: zero
+    std::int16_t weights[32];          ///< of both samples of each lane
+    std::int64_t window[4];            ///< byte of the row at which the window of a group starts
 };
 
 /// A whole row: for each 16 lanes, `pairs` steps to be added up.
 struct StretchGather {
     std::vector<StretchGatherStep> steps;
     std::int64_t pairs = 0;
+    bool oneWindow = false;   ///< all steps of a block have the same windows
     std::int64_t blocks = 0;  ///< of 16 lanes
     int samplesPerGroup = 0;  ///< lanes of each group in use, 3 or 4
 

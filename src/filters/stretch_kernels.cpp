@@ -1,7 +1,6 @@
 #include "filters/stretch_kernels.h"
 
 #include "core/image_view.h"
-#include "core/kernel_loops.h"
 
 #include <cstring>
 
@@ -9,6 +8,8 @@
 #define HWY_TARGET_INCLUDE "filters/stretch_kernels.cpp"
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
+// Compiled per target as well, hence behind Highway.
+#include "frame/vectors-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace ko {
@@ -31,10 +32,10 @@ void AlongByTable(const std::uint8_t* src, std::uint8_t* dst, const StretchTable
 }
 
 template <class T>
-void AcrossFrom(const std::uint8_t* const* rows, std::span<const StretchTap> taps, std::uint8_t* dst,
-                std::int64_t from, std::int64_t to) noexcept
+void AcrossAny(const std::uint8_t* const* rows, std::span<const StretchTap> taps, std::uint8_t* dst,
+               std::int64_t samples) noexcept
 {
-    for (std::int64_t x = from; x < to; ++x) {
+    for (std::int64_t x = 0; x < samples; ++x) {
         std::uint32_t sum = 0;
         for (std::size_t i = 0; i < taps.size(); ++i)
             sum += loadSample<T>(rows[i], x) * static_cast<std::uint32_t>(taps[i].weight);
@@ -48,7 +49,7 @@ template <class T>
 void Across(const std::uint8_t* const* rows, std::span<const StretchTap> taps, std::uint8_t* dst,
             std::int64_t samples) noexcept
 {
-    AcrossFrom<T>(rows, taps, dst, 0, samples);
+    AcrossAny<T>(rows, taps, dst, samples);
 }
 
 template <class T>
@@ -76,11 +77,11 @@ hn::Vec<D16> LoadSigned(D16 d16, const std::uint8_t* src, std::uint8_t)
 template <class D16>
 hn::Vec<D16> LoadSigned(D16 d16, const std::uint8_t* src, std::uint16_t)
 {
-    return Centred(d16, hn::LoadU(hn::RebindToUnsigned<D16>{}, reinterpret_cast<const std::uint16_t*>(src)));
+    return Centred(d16, LoadAt(hn::RebindToUnsigned<D16>{}, src));
 }
 
 template <class D16>
-void StoreSigned(D16 d16, hn::Vec<D16> v, std::uint8_t* dst, std::uint8_t)
+void StoreSigned(D16, hn::Vec<D16> v, std::uint8_t* dst, std::uint8_t)
 {
     const hn::Rebind<std::uint8_t, D16> d8;
     hn::StoreU(hn::DemoteTo(d8, v), d8, dst);
@@ -90,8 +91,7 @@ template <class D16>
 void StoreSigned(D16 d16, hn::Vec<D16> v, std::uint8_t* dst, std::uint16_t)
 {
     const hn::RebindToUnsigned<D16> du16;
-    hn::StoreU(hn::BitCast(du16, Centred(d16, hn::BitCast(du16, v))), du16,
-               reinterpret_cast<std::uint16_t*>(dst));
+    StoreAt(du16, hn::BitCast(du16, Centred(d16, hn::BitCast(du16, v))), dst);
 }
 
 /// sum + a * b over pairs of neighbouring lanes.
@@ -111,35 +111,93 @@ hn::Vec<D16> PairOfWeights(D16 d16, const StretchTap* taps)
     return hn::BitCast(d16, hn::Set(d32, taps[0].weight | (taps[1].weight << 16)));
 }
 
+/// Two rows with weights that sum to 65536: what an output row between two input rows is made of.
+struct RowPair {
+    const std::uint8_t* first;
+    const std::uint8_t* second;
+    std::uint32_t secondWeight;
+};
+
+/// The taps as a pair of rows; without rows where there are more than two.
+RowPair AsPair(const std::uint8_t* const* rows, std::span<const StretchTap> taps)
+{
+    RowPair pair{rows[0], rows[0], 0};
+    for (std::size_t i = 1; i < taps.size(); ++i) {
+        if (taps[i].weight == 0 || rows[i] == pair.first)
+            continue;
+        if (pair.secondWeight != 0 && rows[i] != pair.second)
+            return {nullptr, nullptr, 0};
+        pair.second = rows[i];
+        pair.secondWeight += static_cast<std::uint32_t>(taps[i].weight);
+    }
+    return pair;
+}
+
+// (a * (65536 - w) + b * w) >> 16 = a + ((b - a) * w >> 16) = b + ((b - a) * (w - 65536) >> 16). For bytes
+// b - a is signed and w or w - 65536 fits beside it; for 16-bit samples the smaller of a and b is the base
+// and the difference needs no sign.
+template <class D16>
+hn::Vec<D16> Mix(D16 d16, const std::uint8_t* a, const std::uint8_t* b, std::uint32_t weight, std::uint8_t)
+{
+    const auto first = LoadSigned(d16, a, std::uint8_t{});
+    const auto second = LoadSigned(d16, b, std::uint8_t{});
+    const auto rise = hn::MulHigh(hn::Sub(second, first), hn::Set(d16, static_cast<std::int16_t>(weight)));
+    return hn::Add(weight < 0x8000 ? first : second, rise);
+}
+
+template <class D16>
+hn::Vec<D16> Mix(D16 d16, const std::uint8_t* a, const std::uint8_t* b, std::uint32_t weight, std::uint16_t)
+{
+    const hn::RebindToUnsigned<D16> du16;
+    const auto first = LoadAt(du16, a);
+    const auto second = LoadAt(du16, b);
+    const auto base = hn::Min(first, second);
+    const auto weights =
+        hn::IfThenElse(hn::Eq(base, first), hn::Set(du16, static_cast<std::uint16_t>(weight)),
+                       hn::Set(du16, static_cast<std::uint16_t>(65536 - weight)));
+    const auto rise = hn::MulHigh(hn::Sub(hn::Max(first, second), base), weights);
+    return Centred(d16, hn::Add(base, rise));
+}
+
+template <class T>
+void AcrossPair(const RowPair& pair, std::uint8_t* dst, std::int64_t x)
+{
+    const hn::ScalableTag<std::int16_t> d16;
+    const std::int64_t at = x * static_cast<std::int64_t>(sizeof(T));
+    StoreSigned(d16, Mix(d16, pair.first + at, pair.second + at, pair.secondWeight, T{}), dst + at, T{});
+}
+
+template <class T>
+void AcrossMany(const std::uint8_t* const* rows, std::span<const StretchTap> taps, std::uint8_t* dst,
+                std::int64_t x)
+{
+    const hn::ScalableTag<std::int16_t> d16;
+    const hn::RepartitionToWide<decltype(d16)> d32;
+    const std::int64_t at = x * static_cast<std::int64_t>(sizeof(T));
+    auto lower = hn::Zero(d32), upper = hn::Zero(d32);
+    for (std::size_t i = 0; i < taps.size(); i += 2) {
+        const auto weights = PairOfWeights(d16, &taps[i]);
+        const auto a = LoadSigned(d16, rows[i] + at, T{});
+        const auto b = LoadSigned(d16, rows[i + 1] + at, T{});
+        lower = AddPairs(d32, hn::InterleaveLower(d16, a, b), weights, lower);
+        upper = AddPairs(d32, hn::InterleaveUpper(d16, a, b), weights, upper);
+    }
+    const auto sums = hn::ReorderDemote2To(d16, hn::ShiftRight<16>(lower), hn::ShiftRight<16>(upper));
+    StoreSigned(d16, sums, dst + at, T{});
+}
+
 template <class T>
 void Across(const std::uint8_t* const* rows, std::span<const StretchTap> taps, std::uint8_t* dst,
             std::int64_t samples) noexcept
 {
-    const hn::ScalableTag<std::int16_t> d16;
-    const hn::RepartitionToWide<decltype(d16)> d32;
-    const auto step = static_cast<std::int64_t>(hn::Lanes(d16));
-    const auto block = [&](std::int64_t x) HWY_ATTR {
-        auto lower = hn::Zero(d32), upper = hn::Zero(d32);
-        const auto at = x * static_cast<std::int64_t>(sizeof(T));
-        for (std::size_t i = 0; i < taps.size(); i += 2) {
-            const auto weights = PairOfWeights(d16, &taps[i]);
-            const auto a = LoadSigned(d16, rows[i] + at, T{});
-            const auto b = LoadSigned(d16, rows[i + 1] + at, T{});
-            lower = AddPairs(d32, hn::InterleaveLower(d16, a, b), weights, lower);
-            upper = AddPairs(d32, hn::InterleaveUpper(d16, a, b), weights, upper);
-        }
-        const auto sums = hn::ReorderDemote2To(d16, hn::ShiftRight<16>(lower), hn::ShiftRight<16>(upper));
-        StoreSigned(d16, sums, dst + at, T{});
-    };
-    if (samples < step) {
-        AcrossFrom<T>(rows, taps, dst, 0, samples);
-        return;
-    }
-    std::int64_t x = 0;
-    for (; x + step <= samples; x += step)
-        block(x);
-    if (x < samples)
-        block(samples - step);
+    const auto step = static_cast<std::int64_t>(hn::Lanes(hn::ScalableTag<std::int16_t>{}));
+    const RowPair pair = AsPair(rows, taps);
+    const bool done =
+        pair.first != nullptr
+            ? InBlocks(0, samples, step, [&](std::int64_t x) HWY_ATTR { AcrossPair<T>(pair, dst, x); })
+            : InBlocks(0, samples, step, [&](std::int64_t x) HWY_ATTR { AcrossMany<T>(rows, taps, dst, x); });
+    if (!done)
+        AcrossAny<T>(rows, taps, dst, samples);
 }
 
 /// The windows of as many groups as the vector holds, one after the other.
@@ -165,33 +223,70 @@ void StoreSums(D32 d32, hn::Vec<D32> sums, T* dst)
         hn::StoreU(hn::DemoteTo(dt, sums), dt, dst);
 }
 
-template <class T>
-void AlongByGather(const std::uint8_t* src, std::uint8_t* dst, const StretchGather& gather) noexcept
+/// sum + the weighted samples of one step, for as many lanes as D32 holds, from `lane` on.
+template <class T, class D32, class V8>
+hn::Vec<D32> AddStep(D32 d32, V8 window, const StretchGatherStep& step, std::size_t lane, hn::Vec<D32> sum)
+{
+    const hn::Repartition<std::int16_t, D32> d16;
+    const hn::Repartition<std::uint8_t, D32> d8;
+    const auto bytes = hn::TableLookupBytesOr0(window, hn::Load(d8, step.shuffle + 4 * lane));
+    auto samples = hn::BitCast(d16, bytes);
+    if constexpr (sizeof(T) == 2)
+        samples = Centred(d16, hn::BitCast(hn::RebindToUnsigned<decltype(d16)>{}, bytes));
+    return AddPairs(d32, samples, hn::Load(d16, step.weights + 2 * lane), sum);
+}
+
+/// Stores the samples of the sums' groups one behind the other and returns where the next ones go.
+template <class T, class D32>
+std::uint8_t* StoreGroups(D32 d32, hn::Vec<D32> sums, int samplesPerGroup, std::uint8_t* dst)
+{
+    constexpr std::size_t lanes = hn::MaxLanes(d32);
+    if (samplesPerGroup == 4) {
+        StoreSums(d32, hn::ShiftRight<16>(sums), reinterpret_cast<T*>(dst));
+        return dst + lanes * sizeof(T);
+    }
+    T samples[lanes];
+    StoreSums(d32, hn::ShiftRight<16>(sums), samples);
+    for (std::size_t group = 0; group < lanes; group += 4, dst += samplesPerGroup * sizeof(T))
+        std::memcpy(dst, samples + group, 4 * sizeof(T));
+    return dst;
+}
+
+template <class T, bool OneWindow>
+void GatherRows(const std::uint8_t* src0, const std::uint8_t* src1, std::uint8_t* dst0, std::uint8_t* dst1,
+                const StretchGather& gather) noexcept
 {
     const hn::CappedTag<std::int32_t, StretchGather::lanes> d32;
-    const hn::Repartition<std::int16_t, decltype(d32)> d16;
     const hn::Repartition<std::uint8_t, decltype(d32)> d8;
-    constexpr std::size_t lanes = hn::MaxLanes(d32);
     const StretchGatherStep* steps = gather.steps.data();
     for (std::int64_t block = 0; block < gather.blocks; ++block, steps += gather.pairs) {
-        T sums[StretchGather::lanes];
-        for (std::size_t lane = 0; lane < StretchGather::lanes; lane += lanes) {
-            auto sum = hn::Zero(d32);
-            for (std::int64_t pair = 0; pair < gather.pairs; ++pair) {
-                const StretchGatherStep& step = steps[pair];
-                const auto window = LoadWindows(d8, src, step.window + lane / 4);
-                const auto bytes = hn::TableLookupBytesOr0(window, hn::LoadU(d8, step.shuffle + 4 * lane));
-                auto samples = hn::BitCast(d16, bytes);
-                if constexpr (sizeof(T) == 2)
-                    samples = Centred(d16, hn::BitCast(hn::RebindToUnsigned<decltype(d16)>{}, bytes));
-                sum = AddPairs(d32, samples, hn::LoadU(d16, step.weights + 2 * lane), sum);
+        for (std::size_t lane = 0; lane < StretchGather::lanes; lane += hn::MaxLanes(d32)) {
+            auto window0 = LoadWindows(d8, src0, steps->window + lane / 4);
+            auto window1 = LoadWindows(d8, src1, steps->window + lane / 4);
+            auto sums0 = AddStep<T>(d32, window0, *steps, lane, hn::Zero(d32));
+            auto sums1 = AddStep<T>(d32, window1, *steps, lane, hn::Zero(d32));
+            for (std::int64_t pair = 1; pair < gather.pairs; ++pair) {
+                if constexpr (!OneWindow) {
+                    window0 = LoadWindows(d8, src0, steps[pair].window + lane / 4);
+                    window1 = LoadWindows(d8, src1, steps[pair].window + lane / 4);
+                }
+                sums0 = AddStep<T>(d32, window0, steps[pair], lane, sums0);
+                sums1 = AddStep<T>(d32, window1, steps[pair], lane, sums1);
             }
-            StoreSums(d32, hn::ShiftRight<16>(sum), sums + lane);
+            dst0 = StoreGroups<T>(d32, sums0, gather.samplesPerGroup, dst0);
+            dst1 = StoreGroups<T>(d32, sums1, gather.samplesPerGroup, dst1);
         }
-        const auto bytes = static_cast<std::int64_t>(sizeof(T)) * gather.samplesPerGroup;
-        for (int group = 0; group < StretchGather::groups; ++group, dst += bytes)
-            std::memcpy(dst, sums + 4 * group, 4 * sizeof(T));
     }
+}
+
+template <class T>
+void AlongByGather(const std::uint8_t* src0, const std::uint8_t* src1, std::uint8_t* dst0, std::uint8_t* dst1,
+                   const StretchGather& gather) noexcept
+{
+    if (gather.oneWindow)
+        GatherRows<T, true>(src0, src1, dst0, dst1, gather);
+    else
+        GatherRows<T, false>(src0, src1, dst0, dst1, gather);
 }
 
 template <class T>

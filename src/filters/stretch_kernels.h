@@ -14,9 +14,10 @@ namespace ko {
 using StretchAlongRow = void (*)(const std::uint8_t* src, std::uint8_t* dst, const StretchTable& table,
                                  std::int64_t channels) noexcept;
 
-/// One pass along a row by an arranged gather. Up to `stretchRowSlack` bytes behind the row are overwritten.
-using StretchGatherRow = void (*)(const std::uint8_t* src, std::uint8_t* dst,
-                                  const StretchGather& gather) noexcept;
+/// One pass along two rows by an arranged gather, which costs more to read than the rows. Both may be the
+/// same. Up to `stretchRowSlack` bytes behind the results are overwritten.
+using StretchGatherRows = void (*)(const std::uint8_t* src0, const std::uint8_t* src1, std::uint8_t* dst0,
+                                   std::uint8_t* dst1, const StretchGather& gather) noexcept;
 
 /// One output row of the pass across rows: `samples` samples, `rows[i]` weighted by `taps[i].weight`.
 using StretchAcrossRows = void (*)(const std::uint8_t* const* rows, std::span<const StretchTap> taps,
@@ -24,7 +25,7 @@ using StretchAcrossRows = void (*)(const std::uint8_t* const* rows, std::span<co
 
 struct StretchRows {
     StretchAlongRow alongByTable;
-    StretchGatherRow alongByGather;  ///< null where this processor has no use for it
+    StretchGatherRows alongByGather;  ///< null where this processor has no use for it
     StretchAcrossRows across;
 };
 

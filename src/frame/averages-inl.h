@@ -11,6 +11,8 @@
 #define KO_FRAME_AVERAGES_INL_H
 #endif
 
+#include "frame/vectors-inl.h"
+
 HWY_BEFORE_NAMESPACE();
 namespace ko {
 namespace HWY_NAMESPACE {
@@ -32,11 +34,6 @@ T Complement(T sample) noexcept
 #if HWY_TARGET != HWY_SCALAR
 
 template <class D>
-using VecOf = hwy::HWY_NAMESPACE::Vec<D>;
-template <class D>
-using SampleIn = hwy::HWY_NAMESPACE::TFromD<D>;
-
-template <class D>
 struct TwoVecs {
     VecOf<D> first;
     VecOf<D> second;
@@ -51,19 +48,6 @@ TwoVecs<D> Between(D, VecOf<D> a, VecOf<D> b)
     return {hn::AverageRound(a, middle), hn::AverageRound(b, middle)};
 }
 
-/// A vector at any byte address.
-template <class D>
-VecOf<D> LoadAt(D d, const std::uint8_t* at)
-{
-    return hwy::HWY_NAMESPACE::LoadU(d, reinterpret_cast<const SampleIn<D>*>(at));
-}
-
-template <class D>
-void StoreAt(D d, VecOf<D> v, std::uint8_t* at)
-{
-    hwy::HWY_NAMESPACE::StoreU(v, d, reinterpret_cast<SampleIn<D>*>(at));
-}
-
 template <class D>
 VecOf<D> LoadComplement(D d, const std::uint8_t* at)
 {
@@ -74,21 +58,6 @@ template <class D>
 void StoreComplement(D d, VecOf<D> v, std::uint8_t* at)
 {
     StoreAt(d, hwy::HWY_NAMESPACE::Not(v), at);
-}
-
-/// Covers from...to - 1 with blocks of `step`, the last one moved back over its neighbour; false, with
-/// nothing done, where there is no room for one.
-template <class Block>
-bool InBlocks(std::int64_t from, std::int64_t to, std::int64_t step, const Block& block)
-{
-    if (to - from < step)
-        return false;
-    std::int64_t x = from;
-    for (; x + step <= to; x += step)
-        block(x);
-    if (x < to)
-        block(to - step);
-    return true;
 }
 
 #endif
