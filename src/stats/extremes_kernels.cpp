@@ -1,6 +1,7 @@
 #include "stats/extremes_kernels.h"
 
 #include "core/image_view.h"
+#include "core/kernel_loops.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "stats/extremes_kernels.cpp"
@@ -81,6 +82,10 @@ template <class T>
 struct AllSamples {
     const T* row;
 
+    void fetch(std::int64_t at, std::int64_t count) const noexcept
+    {
+        fetchAhead<T, false>(reinterpret_cast<const std::uint8_t*>(row + at), count);
+    }
     void take(std::int64_t at, Vector<T>& low, Vector<T>& high) const noexcept
     {
         const Vector<T> sample = hn::LoadU(Tag<T>{}, row + at);
@@ -101,6 +106,11 @@ struct SelectedSamples {
     const T* row;
     const std::uint8_t* selection;
 
+    void fetch(std::int64_t at, std::int64_t count) const noexcept
+    {
+        fetchAhead<T, false>(reinterpret_cast<const std::uint8_t*>(row + at), count);
+        fetchAhead<std::uint8_t, false>(selection + at, count);
+    }
     auto selected(std::int64_t at) const noexcept
     {
         const hn::Rebind<std::uint8_t, Tag<T>> bytes;
@@ -158,8 +168,10 @@ std::int64_t TakeBlocks(const Samples& samples, std::int64_t count, const Extrem
         low[v] = hn::LoadU(d, lanes.low + v * laneStep<T>);
         high[v] = hn::LoadU(d, lanes.high + v * laneStep<T>);
     }
+    constexpr std::int64_t block = vectors * laneStep<T>;
     std::int64_t at = 0;
-    for (; at + vectors * laneStep<T> <= count; at += vectors * laneStep<T>) {
+    for (; at + block <= count; at += block) {
+        samples.fetch(at, block);
         for (int v = 0; v < vectors; ++v)
             samples.take(at + v * laneStep<T>, low[v], high[v]);
     }

@@ -1,6 +1,7 @@
 #include "stats/moment_kernels.h"
 
 #include "core/image_view.h"
+#include "core/kernel_loops.h"
 
 #include <algorithm>
 
@@ -162,8 +163,11 @@ void Row(const std::uint8_t* row, const std::uint8_t* mask, std::int64_t width, 
     while (at + step <= width) {
         std::conditional_t<sizeof(T) == 1, ByteSums, WordSums> sums;
         const std::int64_t vectors = std::min((width - at) / step, ByteProducts::vectorsPerTotal);
-        for (const std::int64_t end = at + vectors * step; at < end; at += step)
+        for (const std::int64_t end = at + vectors * step; at < end; at += step) {
+            fetchAhead<T, false>(row + at * std::int64_t{sizeof(T)}, step);
+            fetchAhead<std::uint8_t, false>(mask + at, step);
             sums.add(Selected<T>(row, mask, at, moments.count));
+        }
         sums.addTo(moments);
     }
     AddSamples<T>(row, mask, at, width, moments);

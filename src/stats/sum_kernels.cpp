@@ -1,6 +1,7 @@
 #include "stats/sum_kernels.h"
 
 #include "core/image_view.h"
+#include "core/kernel_loops.h"
 
 #include <algorithm>
 
@@ -150,6 +151,7 @@ std::int64_t AddBlocks(const T* row, std::int64_t samples, std::uint32_t* lanes)
             sum = {hn::Zero(Tag<Wide<T>>{}), hn::Zero(Tag<Wide<T>>{})};
         const std::int64_t end = at + std::min((samples - at) / block, blocksPerFlush) * block;
         for (; at < end; at += block) {
+            fetchAhead<T, false>(reinterpret_cast<const std::uint8_t*>(row + at), block);
             for (int v = 0; v < vectors; ++v) {
                 const Halves<T> halves = Split<T>(hn::LoadU(d, row + at + v * samplesOf<T>));
                 sums[v].even = hn::Add(sums[v].even, halves.even);
