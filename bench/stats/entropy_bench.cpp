@@ -15,7 +15,7 @@ double entropyOf(const cv::Mat& image, int levels)
 {
     cv::Mat hist;
     const float range[] = {0.0F, static_cast<float>(levels)};
-    const float* const ranges = range;
+    const float* ranges = range;
     const int channel = 0;
     cv::calcHist(&image, 1, &channel, cv::Mat(), hist, 1, &levels, &ranges);
     double entropy = 0.0;
