@@ -34,14 +34,18 @@ ResultCode countLevels(const SxImageInfo& info, CxImageHistogram& hist, const Co
     return isFailure(count(hist)) ? ResultFailed : ResultOk;
 }
 
-ResultCode countAll(const SxImageBuf& src, CxImageHistogram& hist)
-{
-    return countLevels(src, hist, [&](CxImageHistogram& counted) { return Histogram(src, counted); });
-}
+/// What an entropy is computed from.
+struct Distribution {
+    std::uint64_t pixels = 0;
+    EntropyTable table;  ///< of all counts up to the number of pixels
+    CxImageHistogram hist;
+};
 
-std::uint64_t pixelCount(const SxImageInfo& info)
+ResultCode measure(const SxImageBuf& src, EntropyTables& tables, double key, Distribution& distribution)
 {
-    return static_cast<std::uint64_t>(info.width) * static_cast<std::uint64_t>(info.height);
+    distribution.pixels = static_cast<std::uint64_t>(src.width) * static_cast<std::uint64_t>(src.height);
+    distribution.table = tables.get(key, distribution.pixels + 1);
+    return countLevels(src, distribution.hist, [&](CxImageHistogram& hist) { return Histogram(src, hist); });
 }
 
 /// A base of logarithms or an order of entropy: 1 has no inverse.
@@ -93,18 +97,16 @@ ResultCode EntropyShannon(const SxImageBuf& src, double& entropy, double base)
                 {ResultBadArg1, rowsFit(src)},
             }))
             return rc;
-        const std::uint64_t pixels = pixelCount(src);
-        const EntropyTable table = logarithmTables().get(base, pixels + 1);
-        CxImageHistogram hist;
-        if (const ResultCode rc = countAll(src, hist))
+        Distribution of;
+        if (const ResultCode rc = measure(src, logarithmTables(), base, of))
             return rc;
-        const double* const logarithms = table->data();
+        const double* const logarithms = of.table->data();
         double sum = 0.0;
-        for (int level = 0; level < hist.levels; ++level) {
-            const std::uint32_t count = hist.bins[0][level];
-            sum += (logarithms[count] - logarithms[pixels]) * count;
+        for (int level = 0; level < of.hist.levels; ++level) {
+            const std::uint32_t count = of.hist.bins[0][level];
+            sum += (logarithms[count] - logarithms[of.pixels]) * count;
         }
-        entropy = pixels == 0 ? 0.0 : -(1.0 / static_cast<double>(pixels)) * sum;
+        entropy = of.pixels == 0 ? 0.0 : -(1.0 / static_cast<double>(of.pixels)) * sum;
         return ResultOk;
     });
 }
@@ -119,19 +121,17 @@ ResultCode EntropyRenyi(const SxImageBuf& src, double alpha, double& entropy, do
                 {ResultBadArg1, rowsFit(src)},
             }))
             return rc;
-        const std::uint64_t pixels = pixelCount(src);
-        const EntropyTable table = powerTables().get(alpha, pixels + 1);
-        CxImageHistogram hist;
-        if (const ResultCode rc = countAll(src, hist))
+        Distribution of;
+        if (const ResultCode rc = measure(src, powerTables(), alpha, of))
             return rc;
-        const double* const powers = table->data();
+        const double* const powers = of.table->data();
         double sum = 0.0;
-        for (int level = 0; level < hist.levels; ++level)
-            sum += powers[hist.bins[0][level]];
+        for (int level = 0; level < of.hist.levels; ++level)
+            sum += powers[of.hist.bins[0][level]];
         const double unit = std::log(base);
-        entropy = pixels == 0
+        entropy = of.pixels == 0
                       ? 0.0
-                      : (std::log(sum) / unit - alpha * std::log(static_cast<double>(pixels)) / unit) *
+                      : (std::log(sum) / unit - alpha * std::log(static_cast<double>(of.pixels)) / unit) *
                             (1.0 / (1.0 - alpha));
         return ResultOk;
     });

@@ -62,9 +62,9 @@ KO_EXPORT ResultCode ComputeOtsuThreshold(const SxImageBuf& src, unsigned int& t
 /// those above t is largest; of equally good levels the highest.
 ///
 /// Counts, their products and the sums of the samples are kept in 32 bits, wrap, and are read as signed. From
-/// some 92,000 selected pixels on, when the numbers of pixels on both sides can multiply to 2^31, the
-/// threshold may therefore not be Otsu's; it stays what it is for programs that rely on it. 0 where fewer
-/// than two values are selected. Samples at or above 2^`bitsPerSample` are not counted.
+/// some 92,000 selected pixels on, or 32,768 of the brightest 16-bit ones, these can reach 2^31, and the
+/// threshold may not be Otsu's; it stays what it is for programs that rely on it. 0 where fewer than two
+/// values are selected. Samples at or above 2^`bitsPerSample` are not counted.
 ///
 /// @param src        mono `UInt8` or `UInt16`, of at most 8 or 16 bits
 /// @param mask       mono `UInt8` of src's size; every non-zero byte selects
