@@ -139,7 +139,7 @@ ResultCode EntropyRenyi(const SxImageBuf& src, double alpha, double& entropy, do
 
 ResultCode ComputeOtsuThreshold(const SxImageBuf& src, unsigned int& threshold)
 {
-    // The search runs over a histogram that nothing was counted into, and finds no level.
+    // No pixel is counted, so there is no level to find.
     threshold = 0;
     return firstFailure({{ResultBadArg1, isMonoOf8Or16Bits(src)}});
 }
