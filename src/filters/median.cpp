@@ -1,8 +1,7 @@
 #include <ko/filters.h>
 
 #include "core/checks.h"
-#include "core/dispatch.h"
-#include "core/image_view.h"
+#include "filters/median_network.h"
 #include "filters/median_plan.h"
 #include "filters/median_search.h"
 #include "frame/boundary.h"
@@ -36,23 +35,13 @@ bool isCounterWidth(std::uint64_t width) noexcept
 /// Makes the strips' scratch memory large enough for the radius.
 void prepareScratch(MedianBuffer& buffer, std::int64_t radius)
 {
+    if (radius <= largestNetworkRadius)
+        return;
     for (MedianTile& tile : buffer.plan->tiles) {
         const std::size_t bytes = medianScratchBytes(tile, buffer.plan->info.dataType, radius);
         if (tile.scratch.size() < bytes)
             tile.scratch.resize(bytes);
     }
-}
-
-/// A window of one sample.
-template <class T>
-void copyClamped(const SxImageBuf& src, SxImageBuf& dst)
-{
-    const auto most = static_cast<T>((std::uint32_t{1} << src.bitsPerSample) - 1);
-    const std::int64_t samples = std::int64_t{src.width} * src.channels;
-    rowsStatic(src.height, [&](std::int64_t y) noexcept {
-        for (std::int64_t i = 0; i < samples; ++i)
-            storeSample(rowOf(dst, y), i, std::min(loadSample<T>(rowOf(src, y), i), most));
-    });
 }
 
 ResultCode makeBuffer(const SxImageInfo& info, std::int64_t radius, std::unique_ptr<MedianBuffer>& buffer)
@@ -105,14 +94,14 @@ ResultCode Median(const SxImageBuf& src, SxImageBuf& dst, int radius, void* buff
                 {ResultBadArg2, rowsFit(dst)},
             }))
             return rc;
-        if (radius == 0) {
-            return dispatch(ByTypeOf<UInt8, UInt16>{}, src.dataType, {},
-                            [&]<class T>(std::type_identity<T>) { copyClamped<T>(src, dst); });
-        }
         prepareScratch(*work, radius);
         std::vector<MedianTile>& tiles = work->plan->tiles;
         rowsDynamic(static_cast<std::int64_t>(tiles.size()), [&](std::int64_t i) noexcept {
-            searchMedians(src, dst, tiles[static_cast<std::size_t>(i)], radius);
+            MedianTile& tile = tiles[static_cast<std::size_t>(i)];
+            if (radius <= largestNetworkRadius)
+                sortMedians(src, dst, tile, radius);
+            else
+                searchMedians(src, dst, tile, radius);
         });
         return ResultOk;
     });

@@ -1,0 +1,102 @@
+// Sorting and merging networks, made at compile time: lists of places to compare and exchange.
+#pragma once
+
+#include <array>
+#include <cstddef>
+
+namespace ko {
+
+/// Comparators to be applied in order, each moving the smaller value to `low`; afterwards the value of rank i
+/// is at `order[i]`.
+struct SortingNetwork {
+    static constexpr std::size_t mostPlaces = 32;
+    static constexpr std::size_t mostComparators = 128;
+
+    struct Comparator {
+        int low;
+        int high;
+    };
+    /// Places of values in ascending order.
+    struct Sequence {
+        std::array<int, mostPlaces> places{};
+        int size = 0;
+
+        constexpr void append(int place) { places[static_cast<std::size_t>(size++)] = place; }
+        constexpr int at(int i) const { return places[static_cast<std::size_t>(i)]; }
+        /// Every other place, from the first or the second one on.
+        constexpr Sequence half(int first) const
+        {
+            Sequence result;
+            for (int i = first; i < size; i += 2)
+                result.append(at(i));
+            return result;
+        }
+    };
+
+    std::array<Comparator, mostComparators> comparators{};
+    std::size_t size = 0;
+    Sequence order;
+
+    /// Joins two sorted sequences: evens and odds by themselves, then each odd one with the even one behind
+    /// it. Works for any two lengths.
+    constexpr Sequence merge(const Sequence& a, const Sequence& b)
+    {
+        if (a.size == 0)
+            return b;
+        if (b.size == 0)
+            return a;
+        Sequence result;
+        if (a.size == 1 && b.size == 1) {
+            comparators[size++] = {a.at(0), b.at(0)};
+            result.append(a.at(0));
+            result.append(b.at(0));
+            return result;
+        }
+        const Sequence evens = merge(a.half(0), b.half(0)), odds = merge(a.half(1), b.half(1));
+        result.append(evens.at(0));
+        for (int i = 0; i < odds.size; ++i) {
+            result.append(odds.at(i));
+            if (i + 1 < evens.size) {
+                comparators[size++] = {odds.at(i), evens.at(i + 1)};
+                result.append(evens.at(i + 1));
+            }
+        }
+        if (evens.size > odds.size + 1)
+            result.append(evens.at(evens.size - 1));
+        return result;
+    }
+
+    /// Sorts the places first ... first + count - 1.
+    constexpr Sequence sort(int first, int count)
+    {
+        if (count == 1) {
+            Sequence result;
+            result.append(first);
+            return result;
+        }
+        const Sequence left = sort(first, count / 2);
+        return merge(left, sort(first + count / 2, count - count / 2));
+    }
+};
+
+constexpr SortingNetwork sortingNetwork(int count)
+{
+    SortingNetwork network;
+    network.order = network.sort(0, count);
+    return network;
+}
+
+/// Joins sorted values at the places 0 ... a - 1 with others at a ... a + b - 1.
+constexpr SortingNetwork mergingNetwork(int a, int b)
+{
+    SortingNetwork::Sequence left, right;
+    for (int i = 0; i < a; ++i)
+        left.append(i);
+    for (int i = a; i < a + b; ++i)
+        right.append(i);
+    SortingNetwork network;
+    network.order = network.merge(left, right);
+    return network;
+}
+
+}  // namespace ko
