@@ -120,15 +120,38 @@ std::int64_t countChannel(const SxImageBuf& src, int channel, const Selection& s
     return tally.finish();
 }
 
-/// The interleaved channels of a rectangle, all in one go.
+/// Size of the pieces in which a rectangle is counted.
+struct Pieces {
+    std::int64_t width;
+    std::int64_t height;
+};
+
+/// The counters of deep samples do not fit the first-level cache, but the levels of a small piece of a scene
+/// are close together.
+template <class T>
+Pieces piecesOf(const SxImageBuf& src, const Selection& selection, const TallyTarget& target) noexcept
+{
+    if (sizeof(T) == 2 && isMono(src) && target.limit > 8192)
+        return {256, 64};
+    return {selection.width, selection.height};
+}
+
+/// The interleaved channels of a rectangle that is not empty, all in one go.
 template <class T>
 void countRows(const SxImageBuf& src, const Selection& selection, const TallyTarget& target,
                const ChannelPlanes& planes, TallyTables& tables) noexcept
 {
     Tally<T> tally(target, planes, tables);
-    for (std::int64_t j = 0; j < selection.height; ++j)
-        tally.add(channelRow<T>(src, 0, selection.left, selection.top + j).first,
-                  selection.width * src.channels);
+    const Pieces piece = piecesOf<T>(src, selection, target);
+    for (std::int64_t top = 0; top < selection.height; top += piece.height) {
+        const std::int64_t bottom = std::min(top + piece.height, selection.height);
+        for (std::int64_t left = 0; left < selection.width; left += piece.width) {
+            const std::int64_t width = std::min(piece.width, selection.width - left);
+            for (std::int64_t j = top; j < bottom; ++j)
+                tally.add(channelRow<T>(src, 0, selection.left + left, selection.top + j).first,
+                          width * src.channels);
+        }
+    }
     tally.finish();
 }
 
@@ -164,7 +187,7 @@ std::int64_t countSelected(const SxImageBuf& src, const Selection& selection, Cx
     const TallyTarget target(hist);
     const bool together = !selection.isMasked() && isInterleaved(src);
     const std::size_t period = together ? planes.size() : 1;
-    const int tables = Tally<T>::tablesFor(period, target.limit);
+    const int tables = Tally<T>::tablesFor(period);
     TallyTables working(selection.pixels() * static_cast<std::int64_t>(period), tables);
     return countSelected<T>(src, selection, target, planes, working);
 }

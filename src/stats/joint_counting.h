@@ -1,6 +1,7 @@
 // Counting pairs of samples at the same place of two images: the one body behind all joint histograms.
 #pragma once
 
+#include "core/kernel_loops.h"
 #include "stats/counting.h"
 
 #include <ko/histogram_containers.h>
@@ -175,11 +176,14 @@ private:
     void countByTable(const ChannelPair& pair, const Plane& plane)
     {
         std::uint32_t* const counters = m_counters.data();
-        forEachPairRun<T>(pair,
-                          [&](const std::uint8_t* firsts, const std::uint8_t* seconds, std::int64_t count) {
-                              for (std::int64_t i = 0; i < count; ++i)
-                                  ++counters[seconds[i] << 8 | firsts[i]];
-                          });
+        std::array<std::uint8_t, 2 * longestRun> units;
+        forEachPairRun<T>(
+            pair, [&](const std::uint8_t* firsts, const std::uint8_t* seconds, std::int64_t count) {
+                KO_INDEPENDENT_ITERATIONS
+                for (std::int64_t i = 0; i < count; ++i)
+                    storeSample(units.data(), i, static_cast<std::uint16_t>(seconds[i] << 8 | firsts[i]));
+                countUnits(units.data(), count, counters);
+            });
         for (std::uint32_t pairOfBytes = 0; pairOfBytes < values; ++pairOfBytes) {
             if (const std::uint32_t count = std::exchange(counters[pairOfBytes], 0U))
                 plane.add(pairOfBytes >> 8, pairOfBytes & 0xFFU, count);

@@ -13,14 +13,12 @@ namespace {
 /// Below this many samples they are counted straight into the histogram.
 constexpr std::int64_t fewSamples = std::int64_t{1} << 17;
 
-/// Deeper images fill the first-level cache with one table.
-constexpr std::uint64_t shallowLimit = 8192;
-
 static_assert(std::endian::native == std::endian::little, "units are cut from words, lowest first");
 
-/// Counts 16-bit units; unit i goes to table i % `Tables`.
+/// Counts 16-bit units; unit i goes to table i % `Tables`. One table alone needs the alike ones counted at
+/// once: increments of one counter wait for each other.
 template <int Tables>
-void countUnits(const std::uint8_t* bytes, std::int64_t units, std::uint32_t* tables) noexcept
+void countInTurns(const std::uint8_t* bytes, std::int64_t units, std::uint32_t* tables) noexcept
 {
     constexpr int words = Tables == 3 ? 3 : 4;
     constexpr std::int64_t group = 4 * words;
@@ -69,24 +67,23 @@ std::uint32_t* TallyTables::begin() noexcept
     return m_counters.data();
 }
 
+void countUnits(const std::uint8_t* units, std::int64_t count, std::uint32_t* table) noexcept
+{
+    countInTurns<1>(units, count, table);
+}
+
 template <class T>
-int Tally<T>::tablesFor(std::size_t period, std::uint64_t limit) noexcept
+int Tally<T>::tablesFor(std::size_t period) noexcept
 {
     if (sizeof(T) > 2 || period > 4)
         return 0;
-    if (sizeof(T) == 1)
-        return period == 3 ? 3 : 2;
-    if (period == 1)
-        return limit <= shallowLimit ? 2 : 1;
-    return static_cast<int>(period);
+    // An even period is half as many pairs of bytes long.
+    return static_cast<int>(sizeof(T) == 1 && period % 2 == 0 ? period / 2 : period);
 }
 
 template <class T>
 Tally<T>::Tally(const TallyTarget& target, std::span<const int> planes, TallyTables& tables) noexcept
-    : m_target(target),
-      m_planes(planes),
-      m_tableCount(tablesFor(planes.size(), target.limit)),
-      m_tables(nullptr)
+    : m_target(target), m_planes(planes), m_tableCount(tablesFor(planes.size())), m_tables(nullptr)
 {
     if (m_tableCount > tables.count())
         m_tableCount = 0;
@@ -131,13 +128,13 @@ void Tally<T>::addUnits(const std::uint8_t* samples, std::int64_t units) noexcep
 {
     switch (m_tableCount) {
     case 1:
-        return countUnits<1>(samples, units, m_tables);
+        return countInTurns<1>(samples, units, m_tables);
     case 2:
-        return countUnits<2>(samples, units, m_tables);
+        return countInTurns<2>(samples, units, m_tables);
     case 3:
-        return countUnits<3>(samples, units, m_tables);
+        return countInTurns<3>(samples, units, m_tables);
     default:
-        return countUnits<4>(samples, units, m_tables);
+        return countInTurns<4>(samples, units, m_tables);
     }
 }
 

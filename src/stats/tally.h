@@ -39,10 +39,10 @@ void countSample(const TallyTarget& target, int plane, T value) noexcept
         ++counters[value];
 }
 
-/// Working tables for one call, each with a counter per 16-bit value. Counting into one row of counters waits
-/// for itself whenever equal samples follow each other; several tables do not, and tables over pairs of bytes
-/// need half the increments. There are none for few samples, where filling and adding up the tables would
-/// cost more than it saves.
+/// Working tables for one call, each with a counter per 16-bit value. Bytes are counted as pairs, which
+/// halves the increments; no sample needs to be compared with the levels; and the channels of interleaved
+/// images take turns. There are none for few samples, where filling and adding up the tables would cost more
+/// than it saves.
 class TallyTables {
 public:
     static constexpr std::size_t size = 65536;
@@ -58,6 +58,9 @@ private:
     bool m_used = false;
 };
 
+/// Counts 16-bit units at any address into a table.
+void countUnits(const std::uint8_t* units, std::int64_t count, std::uint32_t* table) noexcept;
+
 /// Counts runs of samples whose planes repeat along the run: sample i goes to plane `planes[i % period]`, or
 /// nowhere where that is negative. Only one tally works with the same tables at a time; its counts have
 /// arrived in the histogram after `finish`.
@@ -70,7 +73,7 @@ public:
     void finish() noexcept;
 
     /// How many tables serve a pattern of that length; 0 when none do.
-    static int tablesFor(std::size_t period, std::uint64_t limit) noexcept;
+    static int tablesFor(std::size_t period) noexcept;
 
 private:
     void addDirectly(const std::uint8_t* samples, std::int64_t count) noexcept;
