@@ -20,14 +20,18 @@ namespace ko {
 /// Samples that are bin numbers, read without sign.
 using BinNumbers = BySizeOf<Int8, UInt8, Int16, UInt16>;
 
-/// The plane of every channel of an image, -1 for channels that are not counted.
+/// The plane of every channel of an image, -1 for channels that are not counted; planar images may leave out
+/// channels at the end. Made only when there is something to count: records may claim any number of channels
+/// until their geometry has been checked.
 using ChannelPlanes = std::vector<int>;
 
 /// Channel c into plane c, as many as both have.
 inline ChannelPlanes allChannels(const SxImageInfo& src, const CxImageHistogram& hist)
 {
-    ChannelPlanes planes(static_cast<std::size_t>(std::max(src.channels, 0)), -1);
-    for (int c = 0; c < std::min(src.channels, hist.planes); ++c)
+    const int counted = std::max(std::min(src.channels, hist.planes), 0);
+    ChannelPlanes planes(static_cast<std::size_t>(isInterleaved(src) ? std::max(src.channels, 0) : counted),
+                         -1);
+    for (int c = 0; c < counted; ++c)
         planes[static_cast<std::size_t>(c)] = c;
     return planes;
 }
@@ -35,10 +39,11 @@ inline ChannelPlanes allChannels(const SxImageInfo& src, const CxImageHistogram&
 /// One channel into one plane; nothing when the image has no such channel.
 inline ChannelPlanes oneChannel(const SxImageBuf& src, int channel, int plane)
 {
-    ChannelPlanes planes(static_cast<std::size_t>(std::max(src.channels, 0)), -1);
     const int physical = ChannelIndexLogicalToPhysical(channel, src);
-    if (physical >= 0 && physical < src.channels)
-        planes[static_cast<std::size_t>(physical)] = plane;
+    if (physical < 0 || physical >= src.channels)
+        return {};
+    ChannelPlanes planes(static_cast<std::size_t>(isInterleaved(src) ? src.channels : physical + 1), -1);
+    planes[static_cast<std::size_t>(physical)] = plane;
     return planes;
 }
 
@@ -171,33 +176,36 @@ std::int64_t countSelected(const SxImageBuf& src, const Selection& selection, co
         return selection.pixels();
     }
     std::int64_t selected = 0;
-    for (int channel = 0; channel < src.channels; ++channel) {
-        const int plane = planes[static_cast<std::size_t>(channel)];
-        if (plane >= 0)
-            selected = countChannel<T>(src, channel, selection, target, plane, tables);
+    for (std::size_t channel = 0; channel < planes.size(); ++channel) {
+        if (planes[channel] >= 0)
+            selected =
+                countChannel<T>(src, static_cast<int>(channel), selection, target, planes[channel], tables);
     }
     return selected;
 }
 
-/// The same with tables of its own.
-template <class T>
+/// The same with tables of its own, and with planes that `makePlanes` makes.
+template <class T, class MakePlanes>
 std::int64_t countSelected(const SxImageBuf& src, const Selection& selection, CxImageHistogram& hist,
-                           const ChannelPlanes& planes)
+                           const MakePlanes& makePlanes)
 {
+    if (selection.pixels() == 0)
+        return 0;
+    const ChannelPlanes planes = makePlanes();
     const TallyTarget target(hist);
     const bool together = !selection.isMasked() && isInterleaved(src);
     const std::size_t period = together ? planes.size() : 1;
-    const int tables = Tally<T>::tablesFor(period);
-    TallyTables working(selection.pixels() * static_cast<std::int64_t>(period), tables);
-    return countSelected<T>(src, selection, target, planes, working);
+    TallyTables tables(selection.pixels() * static_cast<std::int64_t>(period), Tally<T>::tablesFor(period));
+    return countSelected<T>(src, selection, target, planes, tables);
 }
 
 /// Counts single pixels in list order, duplicates again; returns how many were counted. Points outside the
 /// image or the mask (null: none) are left out.
-template <class T>
+template <class T, class MakePlanes>
 std::int64_t countPoints(const SxImageBuf& src, const QPoint& origin, const QList<QPoint>& offsets,
-                         const SxImageBuf* mask, CxImageHistogram& hist, const ChannelPlanes& planes) noexcept
+                         const SxImageBuf* mask, CxImageHistogram& hist, const MakePlanes& makePlanes)
 {
+    const ChannelPlanes planes = makePlanes();
     const TallyTarget target(hist);
     std::int64_t selected = 0;
     if (std::none_of(planes.begin(), planes.end(), [](int plane) { return plane >= 0; }))
@@ -209,9 +217,9 @@ std::int64_t countPoints(const SxImageBuf& src, const QPoint& origin, const QLis
             continue;
         if (mask != nullptr && maskByte(*mask, x, y) == 0)
             continue;
-        for (int c = 0; c < src.channels; ++c)
-            countSample(target, planes[static_cast<std::size_t>(c)],
-                        loadSample<T>(channelRow<T>(src, c, x, y).first, 0));
+        for (std::size_t c = 0; c < planes.size(); ++c)
+            countSample(target, planes[c],
+                        loadSample<T>(channelRow<T>(src, static_cast<int>(c), x, y).first, 0));
         ++selected;
     }
     return selected;

@@ -8,8 +8,9 @@ namespace ko {
 
 namespace {
 
+template <class Planes>
 ResultCode count(const SxImageBuf& src, const Selection& selection, CxImageHistogram& hist,
-                 const ChannelPlanes& planes)
+                 const Planes& planes)
 {
     const SxImageBuf* const stencil = selection.stencil;
     return dispatch(BinNumbers{}, src.dataType,
@@ -17,8 +18,9 @@ ResultCode count(const SxImageBuf& src, const Selection& selection, CxImageHisto
                     [&]<class T>(std::type_identity<T>) { countSelected<T>(src, selection, hist, planes); });
 }
 
+template <class Planes>
 ResultCode count(const SxImageBuf& src, const QPoint& origin, const QList<QPoint>& offsets,
-                 CxImageHistogram& hist, const ChannelPlanes& planes)
+                 CxImageHistogram& hist, const Planes& planes)
 {
     return dispatch(
         BinNumbers{}, src.dataType, {{ResultBadArg1, rowsFit(src)}},
@@ -42,7 +44,7 @@ ResultCode Histogram(const SxImageBuf& src, const QRect& roi, CxImageHistogram& 
                 {ResultUnsupportedType, hasKnownPacking(src)},
             }))
             return rc;
-        return count(src, Selection(roi), hist, allChannels(src, hist));
+        return count(src, Selection(roi), hist, [&] { return allChannels(src, hist); });
     });
 }
 
@@ -63,7 +65,7 @@ ResultCode Histogram(const SxImageBuf& src, const QRect& roi, int channel, CxIma
                 {ResultUnsupportedType, hasKnownPacking(src)},
             }))
             return rc;
-        return count(src, Selection(roi), hist, oneChannel(src, channel, plane));
+        return count(src, Selection(roi), hist, [&] { return oneChannel(src, channel, plane); });
     });
 }
 
@@ -78,7 +80,7 @@ ResultCode Histogram(const SxImageBuf& src, const QPoint& origin, const QList<QP
                 {ResultUnsupportedType, hasKnownPacking(src)},
             }))
             return rc;
-        return count(src, origin, offsets, hist, allChannels(src, hist));
+        return count(src, origin, offsets, hist, [&] { return allChannels(src, hist); });
     });
 }
 
@@ -95,7 +97,7 @@ ResultCode Histogram(const SxImageBuf& src, const QPoint& origin, const QList<QP
                 {ResultUnsupportedType, hasKnownPacking(src)},
             }))
             return rc;
-        return count(src, origin, offsets, hist, oneChannel(src, channel, plane));
+        return count(src, origin, offsets, hist, [&] { return oneChannel(src, channel, plane); });
     });
 }
 
@@ -113,7 +115,7 @@ ResultCode Histogram(const SxImageBuf& src, const SxImageBuf& stencil, const QPo
                 {ResultUnsupportedType, hasKnownPacking(src)},
             }))
             return rc;
-        return count(src, Selection(stencil, pos), hist, allChannels(src, hist));
+        return count(src, Selection(stencil, pos), hist, [&] { return allChannels(src, hist); });
     });
 }
 
@@ -133,7 +135,7 @@ ResultCode Histogram(const SxImageBuf& src, const SxImageBuf& stencil, const QPo
                 {ResultUnsupportedType, hasKnownPacking(src)},
             }))
             return rc;
-        return count(src, Selection(stencil, pos), hist, oneChannel(src, channel, plane));
+        return count(src, Selection(stencil, pos), hist, [&] { return oneChannel(src, channel, plane); });
     });
 }
 

@@ -13,8 +13,9 @@ bool isMaskable(const SxImageBuf& src) noexcept
     return isShallow(src) && fitsItsBytes(src);
 }
 
+template <class Planes>
 ResultCode count(const SxImageBuf& src, const Selection& selection, CxImageHistogram& hist,
-                 const ChannelPlanes& planes, int& selected)
+                 const Planes& planes, int& selected)
 {
     const SxImageBuf* const stencil = selection.stencil;
     return dispatch(BinNumbers{}, src.dataType,
@@ -46,7 +47,8 @@ ResultCode HistogramMasked(const SxImageBuf& src, const SxImageBuf& mask, const 
             }))
             return rc;
         int selected = 0;
-        return count(src, Selection(roi, &mask), hist, allChannels(src, hist), selected);
+        return count(
+            src, Selection(roi, &mask), hist, [&] { return allChannels(src, hist); }, selected);
     });
 }
 
@@ -71,7 +73,8 @@ ResultCode HistogramMasked(const SxImageBuf& src, const SxImageBuf& mask, const 
                 {ResultUnsupportedType, hasKnownPacking(src)},
             }))
             return rc;
-        return count(src, Selection(roi, &mask), hist, oneChannel(src, channel, plane), selected);
+        return count(
+            src, Selection(roi, &mask), hist, [&] { return oneChannel(src, channel, plane); }, selected);
     });
 }
 
@@ -91,12 +94,12 @@ ResultCode HistogramMasked(const SxImageBuf& src, const SxImageBuf& mask, const 
                 {ResultUnsupportedType, hasKnownPacking(src)},
             }))
             return rc;
-        return dispatch(BinNumbers{}, src.dataType,
-                        {{ResultBadArg1, rowsFit(src)}, {ResultBadArg2, rowsFit(mask)}},
-                        [&]<class T>(std::type_identity<T>) {
-                            selected = static_cast<int>(countPoints<T>(src, origin, offsets, &mask, hist,
-                                                                       oneChannel(src, channel, plane)));
-                        });
+        return dispatch(
+            BinNumbers{}, src.dataType, {{ResultBadArg1, rowsFit(src)}, {ResultBadArg2, rowsFit(mask)}},
+            [&]<class T>(std::type_identity<T>) {
+                selected = static_cast<int>(countPoints<T>(src, origin, offsets, &mask, hist,
+                                                           [&] { return oneChannel(src, channel, plane); }));
+            });
     });
 }
 
@@ -115,7 +118,8 @@ ResultCode HistogramMasked(const SxImageBuf& src, const SxImageBuf& mask, const 
                 {ResultUnsupportedType, hasKnownPacking(src)},
             }))
             return rc;
-        return count(src, Selection(stencil, pos, &mask), hist, allChannels(src, hist), selected);
+        return count(
+            src, Selection(stencil, pos, &mask), hist, [&] { return allChannels(src, hist); }, selected);
     });
 }
 
@@ -136,7 +140,9 @@ ResultCode HistogramMasked(const SxImageBuf& src, const SxImageBuf& mask, const 
                 {ResultUnsupportedType, hasKnownPacking(src)},
             }))
             return rc;
-        return count(src, Selection(stencil, pos, &mask), hist, oneChannel(src, channel, plane), selected);
+        return count(
+            src, Selection(stencil, pos, &mask), hist, [&] { return oneChannel(src, channel, plane); },
+            selected);
     });
 }
 

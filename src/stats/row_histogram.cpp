@@ -22,10 +22,10 @@ ResultCode countLine(const SxImageBuf& src, const SxImageBuf* mask, bool lineExi
         hist.clear();
         if (!hasKnownPacking(src))
             return ResultUnsupportedType;
-        return dispatch(BinNumbers{}, src.dataType, {{ResultBadArg1, rowsFit(src)}},
-                        [&]<class T>(std::type_identity<T>) {
-                            countSelected<T>(src, Selection(line, mask), hist, allChannels(src, hist));
-                        });
+        return dispatch(
+            BinNumbers{}, src.dataType, {{ResultBadArg1, rowsFit(src)}}, [&]<class T>(std::type_identity<T>) {
+                countSelected<T>(src, Selection(line, mask), hist, [&] { return allChannels(src, hist); });
+            });
     });
 }
 

@@ -1,5 +1,6 @@
 #include "oracle/histogram.h"
 #include "stats/histogram_args.h"
+#include "support/failing_new.h"
 
 #include <ko/stats/histogram.h>
 
@@ -323,6 +324,43 @@ TEST(HistogramValues, OfAStencilCountWhereItIsNotZero)
     EXPECT_EQ(hist.at(0, 13), 1U);
     EXPECT_EQ(hist.at(0, 22), 1U);
     EXPECT_EQ(hist.at(0, 12) + hist.at(0, 23), 0U);
+}
+
+TEST(HistogramValues, OfChannelsWithoutEndTakeNoMemory)
+{
+    HistogramArgs a;
+    a.src->channels = std::numeric_limits<int>::max();
+    EXPECT_EQ(Histogram(a.src, a.hist), ResultBadArg1);
+    EXPECT_EQ(Histogram(a.src, 3, a.hist, 0), ResultBadArg1);
+    a.src->width = 0;
+    EXPECT_EQ(Histogram(a.src, a.hist), ResultOk);
+    EXPECT_TRUE(a.outputsUntouched());
+    // One pixel per plane, of which only three are looked at.
+    TestImage planar(Layout{.width = 1, .height = 1, .channels = 3, .packing = Planar, .padding = 0});
+    planar->channels = std::numeric_limits<int>::max();
+    ASSERT_EQ(Histogram(planar, a.hist), ResultOk);
+    EXPECT_EQ(a.hist.at(2, 0), 10U);
+}
+
+TEST(HistogramValues, AreUntouchedWhenMemoryRunsOut)
+{
+    TestImage src(Layout{.width = 512, .height = 300, .channels = 3, .packing = Planar});
+    LooseHistogram hist(4, 256);
+    for (int successes = 0;; ++successes) {
+        ResultCode rc, gray;
+        {
+            const NewFailure failure(successes);
+            rc = Histogram(src, hist);
+            gray = rc == ResultFailed ? HistogramRGBGrayFromRGB(src, hist) : ResultFailed;
+        }
+        if (rc == ResultOk) {
+            EXPECT_GE(successes, 2);  // the planes of the channels and the working tables
+            break;
+        }
+        ASSERT_EQ(rc, ResultFailed);
+        ASSERT_EQ(gray, ResultFailed);
+        ASSERT_TRUE(hist.holds(0));
+    }
 }
 
 TEST(HistogramValues, OfAnImageAsWideAsTheLargestNumberDoNotOverflow)
