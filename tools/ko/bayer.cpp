@@ -1,0 +1,47 @@
+#include "bayer.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <map>
+
+namespace ko::tool {
+namespace {
+
+// By the value of ExBayerGrid.
+constexpr std::array<std::string_view, 4> names{"BGGR", "RGGB", "GBRG", "GRBG"};
+
+}  // namespace
+
+std::string gridName(ExBayerGrid grid)
+{
+    return std::string(names.at(static_cast<std::size_t>(grid)));
+}
+
+std::optional<ExBayerGrid> gridOfName(std::string_view name)
+{
+    const auto sameLetter = [](char a, char b) { return a == std::toupper(static_cast<unsigned char>(b)); };
+    for (std::size_t grid = 0; grid < names.size(); ++grid)
+        if (std::ranges::equal(names[grid], name, sameLetter))
+            return static_cast<ExBayerGrid>(grid);
+    return std::nullopt;
+}
+
+int colourAt(ExBayerGrid grid, std::int64_t x, std::int64_t y)
+{
+    const char colour = names.at(static_cast<std::size_t>(grid))[static_cast<std::size_t>(y % 2 * 2 + x % 2)];
+    return colour == 'R' ? 0 : colour == 'G' ? 1 : 2;
+}
+
+CLI::Option* addGridOption(CLI::App& command, ExBayerGrid& grid, const std::string& description)
+{
+    return command
+        .add_option_function<std::string>(
+            "--grid", [&grid](const std::string& name) { grid = gridOfName(name).value(); }, description)
+        ->option_text("rggb|bggr|gbrg|grbg")
+        ->check([](const std::string& name) {
+            return gridOfName(name) ? std::string() : "no pattern is called " + name;
+        });
+}
+
+}  // namespace ko::tool

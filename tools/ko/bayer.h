@@ -1,0 +1,26 @@
+// Names and colours of the mosaic patterns.
+#pragma once
+
+#include "command.h"
+
+#include <ko/image.h>
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace ko::tool {
+
+/// The colours of the cell in raster order, for example "RGGB".
+std::string gridName(ExBayerGrid grid);
+
+/// The pattern of a name in any case; nothing for a name of none.
+std::optional<ExBayerGrid> gridOfName(std::string_view name);
+
+/// Colour of a sensor position: 0 red, 1 green, 2 blue.
+int colourAt(ExBayerGrid grid, std::int64_t x, std::int64_t y);
+
+/// Declares `--grid`; the variable keeps its value where the option is not given.
+CLI::Option* addGridOption(CLI::App& command, ExBayerGrid& grid, const std::string& description);
+
+}  // namespace ko::tool

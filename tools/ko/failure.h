@@ -1,0 +1,33 @@
+// How the tool fails: an exception that names the file and the cause, one line on the standard error.
+#pragma once
+
+#include <ko/result.h>
+
+#include <stdexcept>
+#include <string>
+
+namespace ko::tool {
+
+/// A file that cannot be worked on. Exceptions of other types carry a cause only; whoever knows the file that
+/// is being worked on adds it.
+class Failure : public std::runtime_error {
+public:
+    Failure(const std::string& file, const std::string& cause) : std::runtime_error(file + ": " + cause) {}
+};
+
+/// A command line that makes no sense whatever the files hold.
+class UsageError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// Throws when an operation of the library has failed, with what its status says.
+void require(ResultCode status, const std::string& operation);
+
+/// The first of the lines with which other libraries describe a failure.
+std::string firstLine(const std::string& text);
+
+/// One line on the standard error, whatever characters `message` holds.
+void report(const std::string& message);
+
+}  // namespace ko::tool
