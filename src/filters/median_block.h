@@ -17,21 +17,22 @@ constexpr std::int64_t wholeVectors(std::int64_t columns) noexcept
 }
 
 /// Largest block of a strip. Wider windows get larger blocks, so that what is read around a block stays in
-/// proportion.
+/// proportion. Blocks of deep samples are smaller: the fewer samples, the fewer codes to tell apart.
 struct MedianBlockSize {
     std::int64_t columns;
     std::int64_t rows;
 
-    MedianBlockSize(std::int64_t stripColumns, std::int64_t stripRows, std::int64_t radius) noexcept
+    MedianBlockSize(std::int64_t stripColumns, std::int64_t stripRows, std::int64_t radius,
+                    bool isDeep) noexcept
         : columns(std::min(wholeVectors(stripColumns),
-                           std::clamp<std::int64_t>(wholeVectors(2 * radius), 128, 1024))),
+                           std::clamp<std::int64_t>(wholeVectors(2 * radius), isDeep ? 64 : 128, 1024))),
           rows(std::min(stripRows, std::clamp<std::int64_t>(2 * radius, 64, 1024)))
     {
     }
 };
 
 /// A sample with its place in the block while it is sorted: y, x, value from the highest bits on.
-template <class Count>
+template <class Place>
 struct MedianPlaced {
     using Type = std::uint64_t;
     static constexpr int bits = 24;  ///< of a coordinate
@@ -42,8 +43,11 @@ struct MedianPlaced<std::uint8_t> {
     static constexpr int bits = 8;
 };
 
+/// Largest radius whose blocks have coordinates of one byte.
+inline constexpr std::int64_t largestRadiusOfBytePlaces = 64;
+
 /// The arrays that searching a block takes, laid out one after the other.
-template <class Count>
+template <class Count, class Place>
 class MedianBlockMemory {
 public:
     /// Without `memory` only `bytes` is of use.
@@ -72,10 +76,10 @@ public:
     Count* wanted = nullptr;
     Count* found = nullptr;
     Count* rest = nullptr;
-    Count* x = nullptr;
-    Count* y = nullptr;
+    Place* x = nullptr;
+    Place* y = nullptr;
     std::uint16_t* values = nullptr;
-    typename MedianPlaced<Count>::Type* placed = nullptr;
+    typename MedianPlaced<Place>::Type* placed = nullptr;
     std::uint32_t* starts = nullptr;
     std::uint16_t* medians = nullptr;
     std::size_t bytes = 0;

@@ -16,7 +16,7 @@ namespace {
 
 constexpr std::uint8_t outside = 255;  ///< code of what is not in the image
 
-template <class Sample, class Count>
+template <class Sample, class Count, class Place>
 class BlockSearch {
 public:
     BlockSearch(const SxImageBuf& src, SxImageBuf& dst, MedianTile& tile, std::int64_t radius) noexcept
@@ -25,7 +25,7 @@ public:
           m_tile(tile),
           m_radius(radius),
           m_window(2 * radius + 1),
-          m_block(tile.lastColumn - tile.firstColumn + 1, tile.lastRow - tile.firstRow + 1, radius),
+          m_block(tile.lastColumn - tile.firstColumn + 1, tile.lastRow - tile.firstRow + 1, radius, isDeep),
           m_memory(tile.scratch.data(), m_block, radius, isDeep)
     {
     }
@@ -40,8 +40,8 @@ public:
 
 private:
     static constexpr bool isDeep = sizeof(Sample) > 1;
-    using Placed = typename MedianPlaced<Count>::Type;
-    static constexpr int placeBits = MedianPlaced<Count>::bits;
+    using Placed = typename MedianPlaced<Place>::Type;
+    static constexpr int placeBits = MedianPlaced<Place>::bits;
 
     void runBlock(std::int64_t x, std::int64_t y, std::int64_t channel) noexcept
     {
@@ -95,50 +95,62 @@ private:
         }
     }
 
+    /// Calls `visit(value, x, y)` for the samples that are in the image.
+    template <class Visit>
+    void forEachSample(const Visit& visit) const noexcept
+    {
+        const std::int64_t step = m_tile.channels;
+        for (std::int64_t y = m_top; y < m_bottom; ++y) {
+            const std::uint8_t* const row = sourceRow(y);
+            for (std::int64_t x = m_left; x < m_right; ++x)
+                visit(loadSample<std::uint16_t>(row, (x - m_left) * step), x, y);
+        }
+    }
+
     /// Sorts the samples by value, least significant byte first, and codes them by their place in that order.
     int sortSamples() noexcept
     {
-        const std::int64_t step = m_tile.channels;
         std::array<std::uint32_t, 256> low{}, high{};
-        for (std::int64_t y = m_top; y < m_bottom; ++y) {
-            const std::uint8_t* const row = sourceRow(y);
-            for (std::int64_t x = m_left; x < m_right; ++x) {
-                const auto value = loadSample<std::uint16_t>(row, (x - m_left) * step);
-                ++low[value & 255];
-                ++high[value >> 8];
-            }
-        }
+        forEachSample([&](std::uint16_t value, std::int64_t, std::int64_t) noexcept {
+            ++low[value & 255];
+            ++high[value >> 8];
+        });
         const std::uint32_t count = sumUp(low);
         sumUp(high);
-        for (std::int64_t y = m_top; y < m_bottom; ++y) {
-            const std::uint8_t* const row = sourceRow(y);
-            const Placed place = static_cast<Placed>(y) << (placeBits + 16);
-            for (std::int64_t x = m_left; x < m_right; ++x) {
-                const auto value = loadSample<std::uint16_t>(row, (x - m_left) * step);
-                m_memory.placed[low[value & 255]++] = place | (static_cast<Placed>(x) << 16) | value;
-            }
-        }
-
-        const std::uint32_t codes = std::clamp<std::uint32_t>(count / 64, 1, 255);
-        const std::uint64_t scale = (std::uint64_t{codes} << 32) / count;
-        for (std::uint32_t code = 0; code < codes; ++code)
-            m_memory.starts[code] =
-                static_cast<std::uint32_t>(((std::uint64_t{code} << 32) + scale - 1) / scale);
+        const int codes = startCodes(count);
         if (!isInterior())
             std::memset(m_memory.codes, outside, static_cast<std::size_t>(m_pitch * (m_rows + 2 * m_radius)));
+        forEachSample([&](std::uint16_t value, std::int64_t x, std::int64_t y) noexcept {
+            m_memory.placed[low[value & 255]++] = static_cast<Placed>(
+                (static_cast<Placed>(y) << (placeBits + 16)) | (static_cast<Placed>(x) << 16) | value);
+        });
         constexpr Placed mask = (Placed{1} << placeBits) - 1;
         for (std::uint32_t i = 0; i < count; ++i) {
             const Placed sample = m_memory.placed[i];
             const auto value = static_cast<std::uint16_t>(sample);
-            const auto x = static_cast<Count>((sample >> 16) & mask);
-            const auto y = static_cast<Count>(sample >> (16 + placeBits));
-            const std::uint32_t at = high[value >> 8]++;
-            m_memory.values[at] = value;
-            m_memory.x[at] = x;
-            m_memory.y[at] = y;
-            m_memory.codes[std::int64_t{y} * m_pitch + x] = static_cast<std::uint8_t>((at * scale) >> 32);
+            put(high[value >> 8]++, value, static_cast<Place>((sample >> 16) & mask),
+                static_cast<Place>(sample >> (16 + placeBits)));
         }
+        return codes;
+    }
+
+    /// Divides `count` sorted samples into codes of about 64.
+    int startCodes(std::uint32_t count) noexcept
+    {
+        const std::uint32_t codes = std::clamp<std::uint32_t>(count / 64, 1, 255);
+        m_scale = (std::uint64_t{codes} << 32) / count;
+        for (std::uint32_t code = 0; code < codes; ++code)
+            m_memory.starts[code] =
+                static_cast<std::uint32_t>(((std::uint64_t{code} << 32) + m_scale - 1) / m_scale);
         return static_cast<int>(codes);
+    }
+
+    void put(std::uint32_t at, std::uint16_t value, Place x, Place y) noexcept
+    {
+        m_memory.values[at] = value;
+        m_memory.x[at] = x;
+        m_memory.y[at] = y;
+        m_memory.codes[std::int64_t{y} * m_pitch + x] = static_cast<std::uint8_t>((at * m_scale) >> 32);
     }
 
     /// Turns counts into places; the result is the number of samples.
@@ -234,8 +246,10 @@ private:
     std::int64_t m_radius;
     std::int64_t m_window;
     MedianBlockSize m_block;
-    MedianBlockMemory<Count> m_memory;
-    const MedianSearchKernels<Count>& m_kernels = medianSearchKernels<Count>();
+    MedianBlockMemory<Count, Place> m_memory;
+    const MedianSearchKernels<Count, Place>& m_kernels = medianSearchKernels<Count, Place>();
+
+    std::uint64_t m_scale = 0;  ///< codes per sample, times 2^32
 
     // The block at hand: its place, its size, and the part of it and its borders that is in the image.
     std::int64_t m_x = 0, m_y = 0, m_channel = 0;
@@ -244,17 +258,19 @@ private:
     std::int64_t m_left = 0, m_right = 0, m_top = 0, m_bottom = 0;
 };
 
-/// Calls `body` with the unsigned type that counts the samples of a window.
+/// Calls `body` with the unsigned types that count the samples of a window and hold coordinates in a block.
 template <class Body>
-auto withCounter(std::int64_t radius, const Body& body) noexcept
+auto withTypes(std::int64_t radius, const Body& body) noexcept
 {
     switch (medianCounterWidth(radius)) {
     case 1:
-        return body(std::uint8_t{});
+        return body(std::uint8_t{}, std::uint8_t{});
     case 2:
-        return body(std::uint16_t{});
+        if (radius <= largestRadiusOfBytePlaces)
+            return body(std::uint16_t{}, std::uint8_t{});
+        return body(std::uint16_t{}, std::uint16_t{});
     default:
-        return body(std::uint32_t{});
+        return body(std::uint32_t{}, std::uint32_t{});
     }
 }
 
@@ -265,21 +281,25 @@ std::size_t medianScratchBytes(const MedianTile& tile, ExImageDataType type, std
     constexpr std::int64_t largestRadius = 32767;
     if (radius > largestRadius)
         return std::numeric_limits<std::size_t>::max();
+    const bool isDeep = bytesPerSample(type) > 1;
     const MedianBlockSize block(tile.lastColumn - tile.firstColumn + 1, tile.lastRow - tile.firstRow + 1,
-                                radius);
-    return withCounter(radius, [&](auto count) noexcept {
-        return MedianBlockMemory<decltype(count)>(nullptr, block, radius, bytesPerSample(type) > 1).bytes;
+                                radius, isDeep);
+    return withTypes(radius, [&](auto count, auto place) noexcept {
+        return MedianBlockMemory<decltype(count), decltype(place)>(nullptr, block, radius,
+                                                                   bytesPerSample(type) > 1)
+            .bytes;
     });
 }
 
 void searchMedians(const SxImageBuf& src, SxImageBuf& dst, MedianTile& tile, std::int64_t radius) noexcept
 {
-    withCounter(radius, [&](auto count) noexcept {
+    withTypes(radius, [&](auto count, auto place) noexcept {
         using Count = decltype(count);
+        using Place = decltype(place);
         if (bytesPerSample(src.dataType) == 1)
-            BlockSearch<std::uint8_t, Count>(src, dst, tile, radius).run();
+            BlockSearch<std::uint8_t, Count, Place>(src, dst, tile, radius).run();
         else
-            BlockSearch<std::uint16_t, Count>(src, dst, tile, radius).run();
+            BlockSearch<std::uint16_t, Count, Place>(src, dst, tile, radius).run();
     });
 }
 

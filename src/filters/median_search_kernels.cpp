@@ -133,20 +133,20 @@ MedianOutcome Split(const MedianSplit<Count>& step) noexcept
 }
 
 /// Bit i tells whether sample first + i of the order lies in the window, for 64 samples.
-template <class Count>
-HWY_INLINE std::uint64_t InWindow(const Count* xs, const Count* ys, Count left, Count top,
-                                  Count span) noexcept
+template <class Place>
+HWY_INLINE std::uint64_t InWindow(const Place* xs, const Place* ys, Place left, Place top,
+                                  Place span) noexcept
 {
-    const hn::ScalableTag<Count> d;
-    constexpr std::size_t lanes = HWY_LANES(Count) < 64 ? HWY_LANES(Count) : 64;
+    const hn::ScalableTag<Place> d;
+    constexpr std::size_t lanes = HWY_LANES(Place) < 64 ? HWY_LANES(Place) : 64;
     const auto l = hn::Set(d, left), t = hn::Set(d, top), s = hn::Set(d, span);
     std::uint64_t bits = 0;
     for (std::size_t i = 0; i < 64; i += lanes) {
-        const auto dx = hn::Sub(hn::LoadU(d, xs + i), l), dy = hn::Sub(hn::LoadU(d, ys + i), t);
         // The offset from the window's corner wraps to a large number for samples before it.
-        const auto inside = hn::Eq(hn::Min(hn::Max(dx, dy), s), hn::Max(dx, dy));
+        const auto dx = hn::Sub(hn::LoadU(d, xs + i), l), dy = hn::Sub(hn::LoadU(d, ys + i), t);
+        const auto offset = hn::Max(dx, dy);
         std::uint8_t packed[8] = {};
-        hn::StoreMaskBits(d, inside, packed);
+        hn::StoreMaskBits(d, hn::Eq(hn::Min(offset, s), offset), packed);
         std::uint64_t part;
         std::memcpy(&part, packed, sizeof(part));
         bits |= part << i;
@@ -154,21 +154,24 @@ HWY_INLINE std::uint64_t InWindow(const Count* xs, const Count* ys, Count left, 
     return bits;
 }
 
-template <class Count>
-void Pick(const MedianOrder<Count>& order, const Count* found, const Count* rest, std::int64_t columns,
+template <class Count, class Place>
+void Pick(const MedianOrder<Place>& order, const Count* found, const Count* rest, std::int64_t columns,
           std::int64_t y, std::int64_t window, std::uint16_t* medians) noexcept
 {
-    const Count top = static_cast<Count>(y), span = static_cast<Count>(window - 1);
+    const Place top = static_cast<Place>(y), span = static_cast<Place>(window - 1);
     for (std::int64_t x = 0; x < columns; ++x) {
+        const auto inWindow = [&](std::uint64_t first) noexcept {
+            return InWindow<Place>(order.x + first, order.y + first, static_cast<Place>(x), top, span);
+        };
         std::uint64_t at = order.starts[found[x]];
         std::uint64_t left = rest[x];
         // The window holds at least `rest` samples of this code, so the search ends among them.
-        std::uint64_t bits = InWindow<Count>(order.x + at, order.y + at, static_cast<Count>(x), top, span);
-        for (auto present = static_cast<std::uint64_t>(std::popcount(bits)); present < left;
-             present = static_cast<std::uint64_t>(std::popcount(bits))) {
+        std::uint64_t bits = inWindow(at);
+        for (auto present = static_cast<std::uint64_t>(hwy::PopCount(bits)); present < left;
+             present = static_cast<std::uint64_t>(hwy::PopCount(bits))) {
             left -= present;
             at += 64;
-            bits = InWindow<Count>(order.x + at, order.y + at, static_cast<Count>(x), top, span);
+            bits = inWindow(at);
         }
         for (; left > 1; --left)
             bits &= bits - 1;
@@ -176,24 +179,29 @@ void Pick(const MedianOrder<Count>& order, const Count* found, const Count* rest
     }
 }
 
-template <class Count>
-const MedianSearchKernels<Count>& Kernels()
+template <class Count, class Place>
+const MedianSearchKernels<Count, Place>& Kernels()
 {
-    static constexpr MedianSearchKernels<Count> kernels{&CountBelow<Count>, &Split<Count>, &Pick<Count>};
+    static constexpr MedianSearchKernels<Count, Place> kernels{&CountBelow<Count>, &Split<Count>,
+                                                               &Pick<Count, Place>};
     return kernels;
 }
 
-const MedianSearchKernels<std::uint8_t>& Kernels8()
+const MedianSearchKernels<std::uint8_t, std::uint8_t>& Kernels8()
 {
-    return Kernels<std::uint8_t>();
+    return Kernels<std::uint8_t, std::uint8_t>();
 }
-const MedianSearchKernels<std::uint16_t>& Kernels16()
+const MedianSearchKernels<std::uint16_t, std::uint8_t>& Kernels16()
 {
-    return Kernels<std::uint16_t>();
+    return Kernels<std::uint16_t, std::uint8_t>();
 }
-const MedianSearchKernels<std::uint32_t>& Kernels32()
+const MedianSearchKernels<std::uint16_t, std::uint16_t>& Kernels16Wide()
 {
-    return Kernels<std::uint32_t>();
+    return Kernels<std::uint16_t, std::uint16_t>();
+}
+const MedianSearchKernels<std::uint32_t, std::uint32_t>& Kernels32()
+{
+    return Kernels<std::uint32_t, std::uint32_t>();
 }
 
 }  // namespace
@@ -206,21 +214,27 @@ namespace ko {
 namespace {
 HWY_EXPORT(Kernels8);
 HWY_EXPORT(Kernels16);
+HWY_EXPORT(Kernels16Wide);
 HWY_EXPORT(Kernels32);
 }  // namespace
 
 template <>
-const MedianSearchKernels<std::uint8_t>& medianSearchKernels()
+const MedianSearchKernels<std::uint8_t, std::uint8_t>& medianSearchKernels()
 {
     return HWY_DYNAMIC_DISPATCH(Kernels8)();
 }
 template <>
-const MedianSearchKernels<std::uint16_t>& medianSearchKernels()
+const MedianSearchKernels<std::uint16_t, std::uint8_t>& medianSearchKernels()
 {
     return HWY_DYNAMIC_DISPATCH(Kernels16)();
 }
 template <>
-const MedianSearchKernels<std::uint32_t>& medianSearchKernels()
+const MedianSearchKernels<std::uint16_t, std::uint16_t>& medianSearchKernels()
+{
+    return HWY_DYNAMIC_DISPATCH(Kernels16Wide)();
+}
+template <>
+const MedianSearchKernels<std::uint32_t, std::uint32_t>& medianSearchKernels()
 {
     return HWY_DYNAMIC_DISPATCH(Kernels32)();
 }

@@ -49,16 +49,17 @@ struct MedianOutcome {
     bool someMoved;
 };
 
-/// The samples of a block in the order of their values, and where each code begins.
-template <class Count>
+/// The samples of a block in the order of their values, and where each code begins. `Place` is the unsigned
+/// type that holds the coordinates.
+template <class Place>
 struct MedianOrder {
-    const Count* x;  ///< column in the block, the border of `radius` columns included
-    const Count* y;
+    const Place* x;  ///< column in the block, the border of `radius` columns included
+    const Place* y;
     const std::uint16_t* values;
     const std::uint32_t* starts;
 };
 
-template <class Count>
+template <class Count, class Place>
 struct MedianSearchKernels {
     /// rowCounts[i] = codes below `bound` (1...255) among codes[i] ... codes[i + window - 1], for an odd
     /// window from 3.
@@ -69,12 +70,12 @@ struct MedianSearchKernels {
 
     /// Medians of a row of the block: of the samples that have the code `found[x]` and lie in the window of
     /// pixel (x, y), the value of the one with rank `rest[x]` (from 1).
-    void (*pick)(const MedianOrder<Count>& order, const Count* found, const Count* rest, std::int64_t columns,
+    void (*pick)(const MedianOrder<Place>& order, const Count* found, const Count* rest, std::int64_t columns,
                  std::int64_t y, std::int64_t window, std::uint16_t* medians) noexcept;
 };
 
 /// The kernels of the running processor.
-template <class Count>
-const MedianSearchKernels<Count>& medianSearchKernels();
+template <class Count, class Place>
+const MedianSearchKernels<Count, Place>& medianSearchKernels();
 
 }  // namespace ko
