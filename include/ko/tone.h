@@ -5,4 +5,184 @@
 
 namespace ko {
 
+// The operations of the ThresholdAndStretchHistogram family treat a band of levels low...high of images of
+// one or two bytes per sample. Common to all of them:
+//
+// - Samples are read without sign, also those of `Int8` and `Int16`.
+// - Top is 2^bitsPerSample - 1 and Scale is Top / (high - low), both as the 32-bit numbers of the first image
+//   (Top is 2^31 - 1 from 31 bits on, -1 for negative bitsPerSample). For images of one byte per sample low
+//   and high are first cut to their low 8 bits.
+// - *Stretching* gives (sample - low) * Scale without its fraction, formed in double, and 0 where that is
+//   negative or above Top: the band is spread over the whole range, levels outside it become 0. Where high
+//   equals low, every sample becomes 0. Where high is below low the range is inverted. A result wider than
+//   the sample keeps its low bits.
+// - *Compressing* gives (sample - low) / Scale without its fraction, and 0 for samples outside low...high.
+//   It divides where stretching multiplies, so the result is at most high - low.
+// - Channels are logical channels; each image is addressed by its own layout.
+// - Everything runs on the calling thread. O(height * width) per channel treated. On failure nothing has been
+//   written. Source and destination may be the same memory with the same layout.
+
+/// Stretches one channel in place. The whole range (low 0, high Top) returns `ResultOk` before the sample
+/// type is looked at.
+///
+/// @param image    interleaved or planar, one or two bytes per sample; height x width x channels, any stride
+/// @param channel  0...channels; channels itself is accepted and addresses no sample
+/// @param low, high levels, not checked
+/// @returns the first that applies, in this order
+///   ResultBadArg1          image absent, without channels or of another packing
+///   ResultBadArg2          channel negative or above channels
+///   ResultUnsupportedType  dataType is none of `Int8`, `UInt8`, `Int16`, `UInt16`
+KO_EXPORT ResultCode ThresholdAndStretchHistogram(SxImageBuf& image, int channel, int low, int high);
+
+/// Stretches one channel into one channel of another image, whose other channels stay. The whole range copies
+/// the channel.
+///
+/// @param src         one or two bytes per sample; height x width x channels, any stride
+/// @param srcChannel  0...channels - 1
+/// @param dst         of src's size, dataType, packing and bitsPerSample; any channels
+/// @param dstChannel  0...channels of dst - 1
+/// @param low, high   0...Top in any order
+/// @returns the first that applies, in this order
+///   ResultBadArg1          src absent
+///   ResultBadArg2          no such channel in src
+///   ResultBadArg3          dst absent, of another size, dataType, packing or bitsPerSample
+///   ResultBadArg4          no such channel in dst
+///   ResultBadArg5          low outside 0...Top
+///   ResultBadArg6          high outside 0...Top
+///   ResultUnsupportedType  dataType is none of `Int8`, `UInt8`, `Int16`, `UInt16`; a packing that is neither
+///                          interleaved nor planar, unless the band is the whole range
+///   ResultFailed           the copy of the whole range failed
+KO_EXPORT ResultCode ThresholdAndStretchHistogram(const SxImageBuf& src, int srcChannel, SxImageBuf& dst,
+                                                  int dstChannel, int low, int high);
+
+/// Stretches one channel in place where the mask is not zero. The whole range returns `ResultOk` before the
+/// sample type is looked at.
+///
+/// @param image    as in the form without a mask
+/// @param mask     mono `UInt8` of image's size
+/// @param channel  0...channels; channels itself is accepted and addresses no sample
+/// @param low, high levels, not checked
+/// @returns the first that applies, in this order
+///   ResultBadArg1          image absent, without channels or of another packing
+///   ResultBadArg2          mask absent, not mono, not `UInt8`, or of another size
+///   ResultBadArg3          channel negative or above channels
+///   ResultUnsupportedType  dataType is none of `Int8`, `UInt8`, `Int16`, `UInt16`
+KO_EXPORT ResultCode ThresholdAndStretchHistogramMasked(SxImageBuf& image, const SxImageBuf& mask,
+                                                        int channel, int low, int high);
+
+/// Stretches one channel into one channel of another image where the mask is not zero. The whole range copies
+/// the whole channel, whatever the mask.
+///
+/// @param src         one or two bytes per sample; height x width x channels, any stride
+/// @param srcChannel  0...channels - 1
+/// @param dst         of src's size, dataType and bitsPerSample, and of its packing unless src is mono; any
+///                    channels
+/// @param dstChannel  0...channels of dst - 1
+/// @param mask        mono `UInt8` of src's size
+/// @param low, high   0...Top in any order
+/// @returns the first that applies, in this order
+///   ResultBadArg1          src absent
+///   ResultBadArg2          no such channel in src
+///   ResultBadArg3          dst absent, of another size, dataType, bitsPerSample or packing
+///   ResultBadArg4          no such channel in dst
+///   ResultBadArg5          mask absent, not mono, not `UInt8`, or of another size
+///   ResultBadArg6          low outside 0...Top
+///   ResultBadArg7          high outside 0...Top
+///   ResultUnsupportedType  as in the form without a mask
+///   ResultFailed           the copy of the whole range failed
+KO_EXPORT ResultCode ThresholdAndStretchHistogramMasked(const SxImageBuf& src, int srcChannel,
+                                                        SxImageBuf& dst, int dstChannel,
+                                                        const SxImageBuf& mask, int low, int high);
+
+/// Compresses a grey image, or the first three channels of a colour image together.
+///
+/// Of a mono image every sample is compressed. Of an image with three or more channels the first three are
+/// where all three lie in low...high, and become 0 otherwise. An image with two channels stays as it is. The
+/// channels of dst beyond those written stay, and those that dst lacks are left out.
+///
+/// @param src        one or two bytes per sample; height x width x channels, any stride
+/// @param dst        of src's size, dataType, packing and bitsPerSample; any channels
+/// @param low, high  0 <= low <= high <= Top
+/// @returns the first that applies, in this order
+///   ResultBadArg1          src absent
+///   ResultBadArg2          dst absent, of another size, dataType, packing or bitsPerSample
+///   ResultBadArg3          low negative, above high or above Top
+///   ResultBadArg4          high above Top
+///   ResultUnsupportedType  dataType is none of `Int8`, `UInt8`, `Int16`, `UInt16`; three or more channels in
+///                          a packing that is neither interleaved nor planar
+KO_EXPORT ResultCode ThresholdAndStretchHistogramGray(const SxImageBuf& src, SxImageBuf& dst, int low,
+                                                      int high);
+
+/// `ThresholdAndStretchHistogramGray` for the pixels that a mask selects.
+///
+/// @param mask  not checked. A pixel is selected by byte y * stride + x of the mask's memory; where the mask
+///              has no such pixel or byte, or no memory, nothing is selected
+/// @returns the codes of `ThresholdAndStretchHistogramGray`, dst as argument 2
+KO_EXPORT ResultCode ThresholdAndStretchHistogramGrayMasked(const SxImageBuf& src, const SxImageBuf& mask,
+                                                            SxImageBuf& dst, int low, int high);
+
+/// Compresses a raw image of four planes into the first three planes of an image: red (plane 0), the mean of
+/// both greens (planes 1 and 3, halves dropped) and blue (plane 2).
+///
+/// Where one of the three is outside low...high all become 0. A source with fewer than four planes, an
+/// interleaved one or one without memory is accepted and changes nothing; planes that dst lacks are left out.
+///
+/// @param src        planar, four planes, one or two bytes per sample; height x width, any stride
+/// @param dst        of src's size, dataType, packing and bitsPerSample; any channels
+/// @param low, high  0 <= low <= high <= Top
+/// @returns the first that applies, in this order
+///   ResultBadArg1          src absent and not of four channels and not planar, all at once
+///   ResultBadArg2          dst absent, of another size, dataType, packing or bitsPerSample
+///   ResultBadArg3          low negative, above high or above Top
+///   ResultBadArg4          high above Top
+///   ResultUnsupportedType  dataType is none of `Int8`, `UInt8`, `Int16`, `UInt16`
+KO_EXPORT ResultCode ThresholdAndStretchHistogramGrayRawPlanar(const SxImageBuf& src, SxImageBuf& dst,
+                                                               int low, int high);
+
+/// `ThresholdAndStretchHistogramGrayRawPlanar` for the pixels that a mask selects. Beware: a mask as all
+/// other operations want it is refused here.
+///
+/// @param mask  present, not a mono `UInt8` image, and not of src's width and height. A pixel is selected by
+///              byte y * stride + x of the mask's memory; where the mask has no such pixel or byte, nothing
+///              is selected
+/// @returns the first that applies, in this order
+///   ResultBadArg1          src absent and not of four channels and not planar, all at once
+///   ResultBadArg2          mask absent, or mono and `UInt8`, or of src's size
+///   ResultBadArg3          dst absent, of another size, dataType, packing or bitsPerSample
+///   ResultBadArg4          low negative, above high or above Top
+///   ResultBadArg5          high above Top
+///   ResultUnsupportedType  dataType is none of `Int8`, `UInt8`, `Int16`, `UInt16`
+KO_EXPORT ResultCode ThresholdAndStretchHistogramGrayRawPlanarMasked(const SxImageBuf& src,
+                                                                     const SxImageBuf& mask, SxImageBuf& dst,
+                                                                     int low, int high);
+
+/// Stretches the mean of both greens (planes 1 and 3, halves kept) of a raw image of four planes into one
+/// plane of an image. The whole range (low 0, high Top) writes the mean, halves dropped.
+///
+/// @param src         planar, four planes, one or two bytes per sample; height x width, any stride
+/// @param dst         planar, of src's size and dataType; any bitsPerSample, one or more channels
+/// @param dstChannel  0...channels of dst - 1
+/// @param low, high   levels, not checked
+/// @returns the first that applies, in this order
+///   ResultBadArg1          src absent, not of four channels or not planar
+///   ResultBadArg2          dst absent, without channels, not planar, of another size or dataType
+///   ResultBadArg3          no such channel in dst
+///   ResultUnsupportedType  dataType is none of `Int8`, `UInt8`, `Int16`, `UInt16`
+KO_EXPORT ResultCode ThresholdAndStretchHistogramGreenRawPlanar(const SxImageBuf& src, SxImageBuf& dst,
+                                                                int dstChannel, int low, int high);
+
+/// `ThresholdAndStretchHistogramGreenRawPlanar` for the pixels whose mask byte is not zero, the whole range
+/// included.
+///
+/// @param mask  mono `UInt8` of src's size
+/// @returns the first that applies, in this order
+///   ResultBadArg1          src absent, not of four channels or not planar
+///   ResultBadArg2          dst absent, without channels, not planar, of another size or dataType
+///   ResultBadArg3          no such channel in dst
+///   ResultBadArg4          mask absent, not mono, not `UInt8`, or of another size
+///   ResultUnsupportedType  dataType is none of `Int8`, `UInt8`, `Int16`, `UInt16`
+KO_EXPORT ResultCode ThresholdAndStretchHistogramGreenRawPlanarMasked(const SxImageBuf& src, SxImageBuf& dst,
+                                                                      int dstChannel, const SxImageBuf& mask,
+                                                                      int low, int high);
+
 }  // namespace ko

@@ -1,0 +1,192 @@
+#include <ko/tone.h>
+
+#include "frame/boundary.h"
+#include "tone/level_map.h"
+
+namespace ko {
+
+namespace {
+
+template <class T>
+void stretchChannel(const SxImageBuf& src, int srcChannel, SxImageBuf& dst, int dstChannel,
+                    const SxImageBuf* mask, int low, int high)
+{
+    const LevelMap<T> map(contrastKernels().of<T>().stretch, bandOf<T>(src, low, high));
+    mapChannel<T>(channelOf(src, srcChannel), channelOf(dst, dstChannel), {src.width, src.height, mask}, map);
+}
+
+/// The mean of the greens of a raw image, stretched unless the band is the whole range.
+template <class T>
+void stretchGreen(const SxImageBuf& src, SxImageBuf& dst, int dstChannel, const SxImageBuf* mask, int low,
+                  int high)
+{
+    const ContrastRows<T>& rows = contrastKernels().of<T>();
+    const ContrastBand band = bandOf<T>(src, low, high);
+    const bool identity = isIdentity(src, low, high);
+    const auto first = channelOf(src, 1), second = channelOf(src, 3);
+    fillChannel<T>(
+        channelOf(dst, dstChannel), {src.width, src.height, mask},
+        [&](std::int64_t x, std::int64_t y, std::int64_t count, std::uint8_t* out) {
+            const std::uint8_t *const a = first.template at<T>(x, y), *const b = second.template at<T>(x, y);
+            if (identity)
+                rows.mean(a, b, out, count);
+            else
+                rows.stretchMean(a, b, out, count, band);
+        });
+}
+
+/// The status of the copy forms after their own checks; `badDst` and `badMask` number their arguments.
+ResultCode stretchCopy(const SxImageBuf& src, int srcChannel, SxImageBuf& dst, int dstChannel,
+                       const SxImageBuf* mask, int low, int high, ResultCode badMask)
+{
+    const bool identity = isIdentity(src, low, high);
+    if (const ResultCode rc = firstFailure({
+            {ResultUnsupportedType, hasLevelSamples(src)},
+            {ResultUnsupportedType, identity || (hasKnownPacking(src) && hasKnownPacking(dst))},
+        }))
+        return rc;
+    return dispatch(
+        LevelSamples{}, src.dataType,
+        {{ResultBadArg1, rowsFit(src)}, {ResultBadArg3, rowsFit(dst)}, {badMask, !mask || rowsFit(*mask)}},
+        [&]<class T>(std::type_identity<T>) {
+            if (identity)
+                return isFailure(CopyChannel(src, srcChannel, dst, dstChannel)) ? ResultFailed : ResultOk;
+            stretchChannel<T>(src, srcChannel, dst, dstChannel, mask, low, high);
+            return ResultOk;
+        });
+}
+
+ResultCode stretchInPlace(SxImageBuf& image, const SxImageBuf* mask, int channel, int low, int high)
+{
+    if (isIdentity(image, low, high))
+        return ResultOk;
+    return dispatch(LevelSamples{}, image.dataType,
+                    {{ResultBadArg1, rowsFit(image)}, {ResultBadArg2, !mask || rowsFit(*mask)}},
+                    [&]<class T>(std::type_identity<T>) {
+                        stretchChannel<T>(image, channel, image, channel, mask, low, high);
+                    });
+}
+
+bool isStretchable(const SxImageBuf& image) noexcept
+{
+    return isPresent(image) && image.channels >= 1 && hasKnownPacking(image);
+}
+
+bool isRawSource(const SxImageBuf& src) noexcept
+{
+    return isPresent(src) && hasChannels(src, 4) && isPlanar(src);
+}
+
+bool isGreenResultOf(const SxImageBuf& dst, const SxImageInfo& src) noexcept
+{
+    return isPresent(dst) && dst.channels >= 1 && isPlanar(dst) && dst.dataType == src.dataType &&
+           sameSize(dst, src);
+}
+
+ResultCode stretchGreenChecked(const SxImageBuf& src, SxImageBuf& dst, int dstChannel, const SxImageBuf* mask,
+                               int low, int high)
+{
+    return dispatch(
+        LevelSamples{}, src.dataType,
+        {{ResultBadArg1, rowsFit(src)},
+         {ResultBadArg2, rowsFit(dst)},
+         {ResultBadArg4, !mask || rowsFit(*mask)}},
+        [&]<class T>(std::type_identity<T>) { stretchGreen<T>(src, dst, dstChannel, mask, low, high); });
+}
+
+}  // namespace
+
+ResultCode ThresholdAndStretchHistogram(SxImageBuf& image, int channel, int low, int high)
+{
+    return guarded([&] {
+        if (const ResultCode rc = firstFailure({
+                {ResultBadArg1, isStretchable(image)},
+                {ResultBadArg2, channel >= 0 && channel <= image.channels},
+            }))
+            return rc;
+        return stretchInPlace(image, nullptr, channel, low, high);
+    });
+}
+
+ResultCode ThresholdAndStretchHistogram(const SxImageBuf& src, int srcChannel, SxImageBuf& dst,
+                                        int dstChannel, int low, int high)
+{
+    return guarded([&] {
+        if (const ResultCode rc = firstFailure({
+                {ResultBadArg1, isPresent(src)},
+                {ResultBadArg2, hasChannel(src, srcChannel)},
+                {ResultBadArg3, isPresent(dst) && sameSize(dst, src) && sameLevels(dst, src)},
+                {ResultBadArg3, dst.packing == src.packing},
+                {ResultBadArg4, hasChannel(dst, dstChannel)},
+                {ResultBadArg5, isLevel(low, src)},
+                {ResultBadArg6, isLevel(high, src)},
+            }))
+            return rc;
+        return stretchCopy(src, srcChannel, dst, dstChannel, nullptr, low, high, ResultBadArg5);
+    });
+}
+
+ResultCode ThresholdAndStretchHistogramMasked(SxImageBuf& image, const SxImageBuf& mask, int channel, int low,
+                                              int high)
+{
+    return guarded([&] {
+        if (const ResultCode rc = firstFailure({
+                {ResultBadArg1, isStretchable(image)},
+                {ResultBadArg2, isMaskOf(mask, image)},
+                {ResultBadArg3, channel >= 0 && channel <= image.channels},
+            }))
+            return rc;
+        return stretchInPlace(image, &mask, channel, low, high);
+    });
+}
+
+ResultCode ThresholdAndStretchHistogramMasked(const SxImageBuf& src, int srcChannel, SxImageBuf& dst,
+                                              int dstChannel, const SxImageBuf& mask, int low, int high)
+{
+    return guarded([&] {
+        if (const ResultCode rc = firstFailure({
+                {ResultBadArg1, isPresent(src)},
+                {ResultBadArg2, hasChannel(src, srcChannel)},
+                {ResultBadArg3, isPresent(dst) && sameSize(dst, src) && sameLevels(dst, src)},
+                {ResultBadArg3, isMono(src) || dst.packing == src.packing},
+                {ResultBadArg4, hasChannel(dst, dstChannel)},
+                {ResultBadArg5, isMaskOf(mask, src)},
+                {ResultBadArg6, isLevel(low, src)},
+                {ResultBadArg7, isLevel(high, src)},
+            }))
+            return rc;
+        return stretchCopy(src, srcChannel, dst, dstChannel, &mask, low, high, ResultBadArg5);
+    });
+}
+
+ResultCode ThresholdAndStretchHistogramGreenRawPlanar(const SxImageBuf& src, SxImageBuf& dst, int dstChannel,
+                                                      int low, int high)
+{
+    return guarded([&] {
+        if (const ResultCode rc = firstFailure({
+                {ResultBadArg1, isRawSource(src)},
+                {ResultBadArg2, isGreenResultOf(dst, src)},
+                {ResultBadArg3, hasChannel(dst, dstChannel)},
+            }))
+            return rc;
+        return stretchGreenChecked(src, dst, dstChannel, nullptr, low, high);
+    });
+}
+
+ResultCode ThresholdAndStretchHistogramGreenRawPlanarMasked(const SxImageBuf& src, SxImageBuf& dst,
+                                                            int dstChannel, const SxImageBuf& mask, int low,
+                                                            int high)
+{
+    return guarded([&] {
+        if (const ResultCode rc = firstFailure({
+                {ResultBadArg1, isRawSource(src)},
+                {ResultBadArg2, isGreenResultOf(dst, src)},
+                {ResultBadArg3, hasChannel(dst, dstChannel)},
+                {ResultBadArg4, isMaskOf(mask, src)},
+            }))
+            return rc;
+        return stretchGreenChecked(src, dst, dstChannel, &mask, low, high);
+    });
+}
+
+}  // namespace ko

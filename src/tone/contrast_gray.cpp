@@ -1,0 +1,180 @@
+#include <ko/tone.h>
+
+#include "frame/boundary.h"
+#include "tone/level_map.h"
+
+namespace ko {
+
+namespace {
+
+/// Compresses three channels together. `load(x, y, count, samples)` reads the samples of `count` pixels of a
+/// row into three blocks.
+template <class T, class Load>
+void compressColours(const SxImageBuf& src, SxImageBuf& dst, const SxImageBuf* mask, int low, int high,
+                     const Load& load)
+{
+    const ContrastRows<T>& rows = contrastKernels().of<T>();
+    const ContrastBand band = bandOf<T>(src, low, high);
+    const LevelMap<T> map(rows.compress, band);
+    const SelectedPixels pixels{src.width, src.height, mask};
+    SampleBlock<T> sampleBlocks[3], resultBlocks[3];
+    const std::uint8_t* samples[3];
+    std::uint8_t* results[3];
+    for (int c = 0; c < 3; ++c) {
+        samples[c] = sampleBlocks[c].data();
+        results[c] = resultBlocks[c].data();
+    }
+    const ChannelSamples<std::uint8_t> channels[3]{channelOf(dst, 0), channelOf(dst, 1), channelOf(dst, 2)};
+    forEachBlock(pixels, [&](std::int64_t x, std::int64_t y, std::int64_t count) {
+        load(x, y, count, sampleBlocks);
+        for (int c = 0; c < 3; ++c)
+            map(samples[c], results[c], count);
+        rows.clearOutside(samples, results, count, band);
+        for (int c = 0; c < 3; ++c) {
+            if (channels[c].first != nullptr)
+                scatter<T>(results[c], channels[c].at<T>(x, y), channels[c].step, count, pixels.maskAt(x, y));
+        }
+    });
+}
+
+/// One channel alone, three together, two not at all.
+template <class T>
+void compress(const SxImageBuf& src, SxImageBuf& dst, const SxImageBuf* mask, int low, int high)
+{
+    if (src.channels == 1) {
+        const LevelMap<T> map(contrastKernels().of<T>().compress, bandOf<T>(src, low, high));
+        mapChannel<T>(channelOf(src, 0), channelOf(dst, 0), {src.width, src.height, mask}, map);
+    }
+    if (src.channels < 3)
+        return;
+    const ChannelSamples<const std::uint8_t> channels[3]{channelOf(src, 0), channelOf(src, 1),
+                                                         channelOf(src, 2)};
+    compressColours<T>(src, dst, mask, low, high,
+                       [&](std::int64_t x, std::int64_t y, std::int64_t count, SampleBlock<T>* samples) {
+                           for (int c = 0; c < 3; ++c)
+                               gather<T>(channels[c].template at<T>(x, y), channels[c].step, count,
+                                         samples[c].data());
+                       });
+}
+
+/// Red, the mean of both greens and blue of the four planes of a raw image. A source with fewer planes, or
+/// none, has no pixels.
+template <class T>
+void compressRaw(const SxImageBuf& src, SxImageBuf& dst, const SxImageBuf* mask, int low, int high)
+{
+    if (src.data == nullptr || isInterleaved(src) || src.channels < 4)
+        return;
+    const auto mean = contrastKernels().of<T>().mean;
+    const ChannelSamples<const std::uint8_t> planes[4]{channelOf(src, 0), channelOf(src, 1),
+                                                       channelOf(src, 2), channelOf(src, 3)};
+    compressColours<T>(src, dst, mask, low, high,
+                       [&](std::int64_t x, std::int64_t y, std::int64_t count, SampleBlock<T>* samples) {
+                           gather<T>(planes[0].template at<T>(x, y), 1, count, samples[0].data());
+                           mean(planes[1].template at<T>(x, y), planes[3].template at<T>(x, y),
+                                samples[1].data(), count);
+                           gather<T>(planes[2].template at<T>(x, y), 1, count, samples[2].data());
+                       });
+}
+
+/// The destination of the Gray members: any number of channels.
+bool isGrayResultOf(const SxImageBuf& dst, const SxImageInfo& src) noexcept
+{
+    return isPresent(dst) && sameSize(dst, src) && dst.packing == src.packing && sameLevels(dst, src);
+}
+
+/// 0 <= low <= high, and below the number of levels.
+bool isLowOf(int low, int high, const SxImageInfo& src) noexcept
+{
+    return low >= 0 && low <= high && low < levelsOf(src);
+}
+
+/// Unlike anywhere else, only what fails all three tests is refused.
+bool isAnyRawSource(const SxImageBuf& src) noexcept
+{
+    return isPresent(src) || src.channels == 4 || isPlanar(src);
+}
+
+ResultCode compressChecked(const SxImageBuf& src, SxImageBuf& dst, const SxImageBuf* mask, int low, int high,
+                           ResultCode badDst)
+{
+    if (const ResultCode rc = firstFailure({
+            {ResultUnsupportedType, hasLevelSamples(src)},
+            {ResultUnsupportedType, src.channels < 3 || hasKnownPacking(src)},
+        }))
+        return rc;
+    return dispatch(LevelSamples{}, src.dataType, {{ResultBadArg1, rowsFit(src)}, {badDst, rowsFit(dst)}},
+                    [&]<class T>(std::type_identity<T>) { compress<T>(src, dst, mask, low, high); });
+}
+
+ResultCode compressRawChecked(const SxImageBuf& src, SxImageBuf& dst, const SxImageBuf* mask, int low,
+                              int high, ResultCode badDst)
+{
+    return dispatch(LevelSamples{}, src.dataType,
+                    {{ResultBadArg1, src.data == nullptr || rowsFit(src)}, {badDst, rowsFit(dst)}},
+                    [&]<class T>(std::type_identity<T>) { compressRaw<T>(src, dst, mask, low, high); });
+}
+
+}  // namespace
+
+ResultCode ThresholdAndStretchHistogramGray(const SxImageBuf& src, SxImageBuf& dst, int low, int high)
+{
+    return guarded([&] {
+        if (const ResultCode rc = firstFailure({
+                {ResultBadArg1, isPresent(src)},
+                {ResultBadArg2, isGrayResultOf(dst, src)},
+                {ResultBadArg3, isLowOf(low, high, src)},
+                {ResultBadArg4, high < levelsOf(src)},
+            }))
+            return rc;
+        return compressChecked(src, dst, nullptr, low, high, ResultBadArg2);
+    });
+}
+
+ResultCode ThresholdAndStretchHistogramGrayMasked(const SxImageBuf& src, const SxImageBuf& mask,
+                                                  SxImageBuf& dst, int low, int high)
+{
+    return guarded([&] {
+        if (const ResultCode rc = firstFailure({
+                {ResultBadArg1, isPresent(src)},
+                {ResultBadArg2, isGrayResultOf(dst, src)},
+                {ResultBadArg3, isLowOf(low, high, src)},
+                {ResultBadArg4, high < levelsOf(src)},
+            }))
+            return rc;
+        return compressChecked(src, dst, &mask, low, high, ResultBadArg2);
+    });
+}
+
+ResultCode ThresholdAndStretchHistogramGrayRawPlanar(const SxImageBuf& src, SxImageBuf& dst, int low,
+                                                     int high)
+{
+    return guarded([&] {
+        if (const ResultCode rc = firstFailure({
+                {ResultBadArg1, isAnyRawSource(src)},
+                {ResultBadArg2, isGrayResultOf(dst, src)},
+                {ResultBadArg3, isLowOf(low, high, src)},
+                {ResultBadArg4, high < levelsOf(src)},
+            }))
+            return rc;
+        return compressRawChecked(src, dst, nullptr, low, high, ResultBadArg2);
+    });
+}
+
+ResultCode ThresholdAndStretchHistogramGrayRawPlanarMasked(const SxImageBuf& src, const SxImageBuf& mask,
+                                                           SxImageBuf& dst, int low, int high)
+{
+    return guarded([&] {
+        // Refused is what every other operation demands of its mask.
+        if (const ResultCode rc = firstFailure({
+                {ResultBadArg1, isAnyRawSource(src)},
+                {ResultBadArg2, isPresent(mask) && !isMask(mask) && !sameSize(mask, src)},
+                {ResultBadArg3, isGrayResultOf(dst, src)},
+                {ResultBadArg4, isLowOf(low, high, src)},
+                {ResultBadArg5, high < levelsOf(src)},
+            }))
+            return rc;
+        return compressRawChecked(src, dst, &mask, low, high, ResultBadArg3);
+    });
+}
+
+}  // namespace ko

@@ -1,0 +1,141 @@
+#include "tone/lookup_kernels.h"
+
+#include "core/image_view.h"
+#include "core/kernel_loops.h"
+
+#include <algorithm>
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "tone/lookup_kernels.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+#include "frame/vectors-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace ko {
+namespace HWY_NAMESPACE {
+namespace {
+
+template <class T>
+void LookUpEach(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples, const T* table) noexcept
+{
+    KO_INDEPENDENT_ITERATIONS
+    for (std::int64_t i = 0; i < samples; ++i)
+        storeSample<T>(dst, i, table[loadSample<T>(src, i)]);
+}
+
+void LookUp16Row(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples,
+                 const std::uint16_t* table) noexcept
+{
+    for (std::int64_t first = 0; first < samples; first += samplesPerFetch) {
+        const std::int64_t count = std::min(samplesPerFetch, samples - first);
+        fetchAhead<std::uint16_t, false>(src + 2 * first, count);
+        fetchAhead<std::uint16_t, true>(dst + 2 * first, count);
+        LookUpEach<std::uint16_t>(src + 2 * first, dst + 2 * first, count, table);
+    }
+}
+
+#if HWY_TARGET == HWY_SCALAR
+
+void LookUp8Row(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples,
+                const std::uint8_t* table) noexcept
+{
+    LookUpEach<std::uint8_t>(src, dst, samples, table);
+}
+
+#else
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+using Bytes = hn::ScalableTag<std::uint8_t>;
+using SignedBytes = hn::ScalableTag<std::int8_t>;
+
+/// 256 entries as the differences of neighbouring sixteenths: each sixteenth is the exclusive or of itself
+/// and of all before it in its half. So a sample takes every sixteenth up to its own and needs no test for
+/// which one that is, other than the sign of its distance to the sixteenth's first level: byte shuffles give
+/// 0 for negative positions.
+class SplitTable {
+public:
+    explicit SplitTable(const std::uint8_t* table) noexcept
+    {
+        for (int i = 0; i < 256; ++i) {
+            const bool opensHalf = i % 128 < 16;
+            m_differences[i] = opensHalf ? table[i] : static_cast<std::uint8_t>(table[i] ^ table[i - 16]);
+        }
+    }
+
+    hn::Vec<Bytes> at(hn::Vec<Bytes> samples) const noexcept
+    {
+        const Bytes bytes;
+        return hn::Xor(half<0>(samples), half<8>(hn::Xor(samples, hn::Set(bytes, 128))));
+    }
+
+private:
+    /// The entries of samples 0...127 from the eight sixteenths from number `First` on, 0 for others. Such
+    /// others are negative as signed bytes and stay so when they are reduced with saturation.
+    template <int First>
+    hn::Vec<Bytes> half(hn::Vec<Bytes> samples) const noexcept
+    {
+        const auto even = hn::Xor(hn::Xor(sixteenth<First, 0>(samples), sixteenth<First, 2>(samples)),
+                                  hn::Xor(sixteenth<First, 4>(samples), sixteenth<First, 6>(samples)));
+        const auto odd = hn::Xor(hn::Xor(sixteenth<First, 1>(samples), sixteenth<First, 3>(samples)),
+                                 hn::Xor(sixteenth<First, 5>(samples), sixteenth<First, 7>(samples)));
+        return hn::Xor(even, odd);
+    }
+
+    template <int First, int Number>
+    hn::Vec<Bytes> sixteenth(hn::Vec<Bytes> samples) const noexcept
+    {
+        const Bytes bytes;
+        const SignedBytes distances;
+        const auto distance = hn::SaturatedSub(hn::BitCast(distances, samples),
+                                               hn::Set(distances, static_cast<std::int8_t>(16 * Number)));
+        const auto entries = hn::LoadDup128(bytes, m_differences + 16 * (First + Number));
+        return hn::TableLookupBytesOr0(entries, hn::BitCast(bytes, distance));
+    }
+
+    alignas(64) std::uint8_t m_differences[256];
+};
+
+void LookUp8Row(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples,
+                const std::uint8_t* table) noexcept
+{
+    const Bytes bytes;
+    const auto step = static_cast<std::int64_t>(hn::Lanes(bytes));
+    const std::int64_t vectored = samples < 4 * step ? 0 : samples - samples % step;
+    if (vectored > 0) {
+        const SplitTable split(table);
+        for (std::int64_t x = 0; x < vectored; x += step) {
+            fetchAhead<std::uint8_t, false>(src + x, step);
+            fetchAhead<std::uint8_t, true>(dst + x, step);
+            StoreAt(bytes, split.at(LoadAt(bytes, src + x)), dst + x);
+        }
+    }
+    LookUpEach<std::uint8_t>(src + vectored, dst + vectored, samples - vectored, table);
+}
+
+#endif
+
+const LookUpKernels& Kernels()
+{
+    static constexpr LookUpKernels kernels{&LookUp8Row, &LookUp16Row};
+    return kernels;
+}
+
+}  // namespace
+}  // namespace HWY_NAMESPACE
+}  // namespace ko
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace ko {
+namespace {
+HWY_EXPORT(Kernels);
+}
+const LookUpKernels& lookUpKernels()
+{
+    return HWY_DYNAMIC_DISPATCH(Kernels)();
+}
+}  // namespace ko
+#endif

@@ -1,0 +1,32 @@
+// Row kernels that replace samples by what a table holds for them.
+#pragma once
+
+#include <cstdint>
+#include <type_traits>
+
+namespace ko {
+
+/// One row: dst[i] = table[src[i]], with an entry for every value of the sample. src and dst may be the same
+/// memory.
+template <class T>
+using LookUpRow = void (*)(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples,
+                           const T* table) noexcept;
+
+struct LookUpKernels {
+    LookUpRow<std::uint8_t> u8;
+    LookUpRow<std::uint16_t> u16;
+
+    template <class T>
+    constexpr LookUpRow<T> of() const noexcept
+    {
+        if constexpr (std::is_same_v<T, std::uint8_t>)
+            return u8;
+        else
+            return u16;
+    }
+};
+
+/// The kernels of the running processor.
+const LookUpKernels& lookUpKernels();
+
+}  // namespace ko

@@ -1,0 +1,48 @@
+#include "exported.h"
+
+#include <ko/koimproc.h>
+
+#include <gtest/gtest.h>
+
+namespace ko::test {
+namespace {
+
+TEST(ToneApi, IsExportedWithTheExactSignatures)
+{
+    expectExports(
+        "libkoimproc.so.1",
+        {
+            {"ThresholdAndStretchHistogram",
+             exported<ResultCode(SxImageBuf&, int, int, int)>(&ThresholdAndStretchHistogram)},
+            {"ThresholdAndStretchHistogram",
+             exported<ResultCode(const SxImageBuf&, int, SxImageBuf&, int, int, int)>(
+                 &ThresholdAndStretchHistogram)},
+            {"ThresholdAndStretchHistogramMasked",
+             exported<ResultCode(SxImageBuf&, const SxImageBuf&, int, int, int)>(
+                 &ThresholdAndStretchHistogramMasked)},
+            {"ThresholdAndStretchHistogramMasked",
+             exported<ResultCode(const SxImageBuf&, int, SxImageBuf&, int, const SxImageBuf&, int, int)>(
+                 &ThresholdAndStretchHistogramMasked)},
+            {"ThresholdAndStretchHistogramGray",
+             exported<ResultCode(const SxImageBuf&, SxImageBuf&, int, int)>(
+                 &ThresholdAndStretchHistogramGray)},
+            {"ThresholdAndStretchHistogramGrayMasked",
+             exported<ResultCode(const SxImageBuf&, const SxImageBuf&, SxImageBuf&, int, int)>(
+                 &ThresholdAndStretchHistogramGrayMasked)},
+            {"ThresholdAndStretchHistogramGrayRawPlanar",
+             exported<ResultCode(const SxImageBuf&, SxImageBuf&, int, int)>(
+                 &ThresholdAndStretchHistogramGrayRawPlanar)},
+            {"ThresholdAndStretchHistogramGrayRawPlanarMasked",
+             exported<ResultCode(const SxImageBuf&, const SxImageBuf&, SxImageBuf&, int, int)>(
+                 &ThresholdAndStretchHistogramGrayRawPlanarMasked)},
+            {"ThresholdAndStretchHistogramGreenRawPlanar",
+             exported<ResultCode(const SxImageBuf&, SxImageBuf&, int, int, int)>(
+                 &ThresholdAndStretchHistogramGreenRawPlanar)},
+            {"ThresholdAndStretchHistogramGreenRawPlanarMasked",
+             exported<ResultCode(const SxImageBuf&, SxImageBuf&, int, const SxImageBuf&, int, int)>(
+                 &ThresholdAndStretchHistogramGreenRawPlanarMasked)},
+        });
+}
+
+}  // namespace
+}  // namespace ko::test

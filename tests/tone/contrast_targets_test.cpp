@@ -1,0 +1,249 @@
+#include "oracle/contrast.h"
+#include "support/targets.h"
+#include "support/test_image.h"
+
+#include <ko/tone.h>
+
+#include <gtest/gtest.h>
+
+namespace ko::test {
+namespace {
+
+struct Levels {
+    int low;
+    int high;
+};
+
+/// Narrow and wide, inverted, of one level, and next to the whole range.
+constexpr Levels bandsOf8Bits[] = {{50, 100}, {0, 51}, {3, 254}, {200, 40}, {77, 77}, {1, 255}};
+constexpr Levels bandsOf12Bits[] = {{500, 3000}, {0, 51}, {1, 4094}, {3000, 400}, {4095, 4095}};
+constexpr Levels bandsOf16Bits[] = {{500, 60000}, {30000, 30257}, {1, 65535}, {65535, 0}};
+
+/// Every sample type and depth, with bands of its own.
+template <class Body>
+void forEachBand(const Body& body)
+{
+    for (const Levels band : bandsOf8Bits) {
+        body(UInt8, 8, band);
+        body(Int8, 8, band);
+    }
+    for (const Levels band : bandsOf12Bits)
+        body(UInt16, 12, band);
+    for (const Levels band : bandsOf16Bits) {
+        body(UInt16, 16, band);
+        body(Int16, 16, band);
+    }
+}
+
+constexpr int widths[] = {0, 1, 2, 3, 7, 15, 16, 17, 31, 33, 63, 64, 65, 127, 129, 255, 256, 257, 300, 513};
+
+std::uint32_t seedOf(const Layout& layout)
+{
+    return static_cast<std::uint32_t>(layout.width * 16 + layout.channels);
+}
+
+/// A source, two equal destinations for the two sides, and a mask.
+struct Images {
+    TestImage src, dst, expected, mask;
+
+    Images(const Layout& from, const Layout& to)
+        : src(from), dst(to), expected(to), mask(Layout{.width = from.width, .height = from.height})
+    {
+        src.fillRandom(seedOf(from));
+        dst.fillRandom(1);
+        expected.fillRandom(1);
+        mask.fillSparse(seedOf(from));
+    }
+    void expectEqual() { ASSERT_EQ(dst.bytes(), expected.bytes()); }
+};
+
+void compareStretch(const Layout& from, int srcChannel, const Layout& to, int dstChannel, Levels band)
+{
+    {
+        Images images(from, to);
+        oracle::stretch(images.src, srcChannel, images.expected, dstChannel, nullptr, band.low, band.high);
+        ASSERT_EQ(
+            ThresholdAndStretchHistogram(images.src, srcChannel, images.dst, dstChannel, band.low, band.high),
+            ResultOk);
+        images.expectEqual();
+    }
+    {
+        Images images(from, to);
+        oracle::stretch(images.src, srcChannel, images.expected, dstChannel, &images.mask, band.low,
+                        band.high);
+        ASSERT_EQ(ThresholdAndStretchHistogramMasked(images.src, srcChannel, images.dst, dstChannel,
+                                                     images.mask, band.low, band.high),
+                  ResultOk);
+        images.expectEqual();
+    }
+}
+
+void compareInPlace(const Layout& layout, int channel, Levels band)
+{
+    {
+        Images images(layout, layout);
+        oracle::stretch(images.dst, channel, images.expected, channel, nullptr, band.low, band.high);
+        ASSERT_EQ(ThresholdAndStretchHistogram(images.dst, channel, band.low, band.high), ResultOk);
+        images.expectEqual();
+    }
+    {
+        Images images(layout, layout);
+        oracle::stretch(images.dst, channel, images.expected, channel, &images.mask, band.low, band.high);
+        ASSERT_EQ(ThresholdAndStretchHistogramMasked(images.dst, images.mask, channel, band.low, band.high),
+                  ResultOk);
+        images.expectEqual();
+    }
+}
+
+TEST(ThresholdAndStretchHistogramTargets, AgreeWithTheNaiveTwin)
+{
+    forEachTarget([] {
+        forEachBand([](ExImageDataType type, int bits, Levels band) {
+            for (const int width : widths) {
+                Layout one{.width = width, .height = 3, .type = type, .bits = bits};
+                compareStretch(one, 0, one, 0, band);
+                compareInPlace(one, 0, band);
+            }
+        });
+    });
+}
+
+TEST(ThresholdAndStretchHistogramTargets, AgreeBetweenChannelsOfAnyLayout)
+{
+    forEachTarget([] {
+        forEachBand([](ExImageDataType type, int bits, Levels band) {
+            for (const int width : {1, 5, 64, 259}) {
+                for (const ExPixelPacking packing : {Interleaved, Planar}) {
+                    const Layout three{.width = width,
+                                       .height = 3,
+                                       .channels = 3,
+                                       .type = type,
+                                       .packing = packing,
+                                       .bits = bits,
+                                       .padding = 3};
+                    Layout five = three;
+                    five.channels = 5;
+                    five.misalignment = 0;
+                    compareStretch(three, 2, five, 4, band);
+                    compareStretch(five, 1, three, 0, band);
+                    compareInPlace(three, 1, band);
+                }
+            }
+        });
+    });
+}
+
+TEST(ThresholdAndStretchHistogramMaskedTargets, AddressAMonoSourceAndAnotherPackingEachByItsOwnLayout)
+{
+    for (const ExPixelPacking packing : {Interleaved, Planar}) {
+        const Layout from{.width = 300, .height = 3, .type = UInt16, .packing = packing};
+        Layout to = from;
+        to.channels = 3;
+        to.packing = packing == Planar ? Interleaved : Planar;
+        Images images(from, to);
+        oracle::stretch(images.src, 0, images.expected, 2, &images.mask, 100, 50000);
+        ASSERT_EQ(ThresholdAndStretchHistogramMasked(images.src, 0, images.dst, 2, images.mask, 100, 50000),
+                  ResultOk);
+        images.expectEqual();
+    }
+}
+
+void compareGray(const Layout& from, const Layout& to, Levels band)
+{
+    {
+        Images images(from, to);
+        oracle::compress(images.src, images.expected, nullptr, band.low, band.high);
+        ASSERT_EQ(ThresholdAndStretchHistogramGray(images.src, images.dst, band.low, band.high), ResultOk);
+        images.expectEqual();
+    }
+    {
+        Images images(from, to);
+        oracle::compress(images.src, images.expected, &images.mask, band.low, band.high);
+        ASSERT_EQ(
+            ThresholdAndStretchHistogramGrayMasked(images.src, images.mask, images.dst, band.low, band.high),
+            ResultOk);
+        images.expectEqual();
+    }
+    Images images(from, from);
+    images.src.fillRandom(1);
+    oracle::compress(images.expected, images.expected, nullptr, band.low, band.high);
+    ASSERT_EQ(ThresholdAndStretchHistogramGray(images.src, images.src, band.low, band.high), ResultOk);
+    ASSERT_EQ(images.src.bytes(), images.expected.bytes());
+}
+
+TEST(ThresholdAndStretchHistogramGrayTargets, AgreeWithTheNaiveTwin)
+{
+    forEachTarget([] {
+        forEachBand([](ExImageDataType type, int bits, Levels band) {
+            if (band.low > band.high)
+                return;
+            for (const int width : {0, 1, 17, 64, 257})
+                for (const int channels : {1, 2, 3, 4, 5})
+                    for (const ExPixelPacking packing : {Interleaved, Planar}) {
+                        const Layout layout{.width = width,
+                                            .height = 2,
+                                            .channels = channels,
+                                            .type = type,
+                                            .packing = packing,
+                                            .bits = bits};
+                        compareGray(layout, layout, band);
+                    }
+        });
+    });
+}
+
+TEST(ThresholdAndStretchHistogramGrayTargets, WriteTheChannelsThatTheDestinationHas)
+{
+    for (const ExPixelPacking packing : {Interleaved, Planar})
+        for (const int from : {1, 2, 3, 4})
+            for (const int to : {1, 2, 3, 6}) {
+                Layout src{.width = 70, .height = 2, .channels = from, .packing = packing};
+                Layout dst = src;
+                dst.channels = to;
+                compareGray(src, dst, {10, 240});
+            }
+}
+
+void compareRaw(const Layout& from, int dstChannels, Levels band)
+{
+    Layout to = from;
+    to.channels = dstChannels;
+    if (band.low <= band.high) {
+        Images images(from, to);
+        oracle::compressRaw(images.src, images.expected, nullptr, band.low, band.high);
+        ASSERT_EQ(ThresholdAndStretchHistogramGrayRawPlanar(images.src, images.dst, band.low, band.high),
+                  ResultOk);
+        images.expectEqual();
+    }
+    for (const bool masked : {false, true}) {
+        Images images(from, to);
+        const int channel = dstChannels - 1;
+        oracle::stretchGreen(images.src, images.expected, channel, masked ? &images.mask : nullptr, band.low,
+                             band.high);
+        ASSERT_EQ(masked ? ThresholdAndStretchHistogramGreenRawPlanarMasked(images.src, images.dst, channel,
+                                                                            images.mask, band.low, band.high)
+                         : ThresholdAndStretchHistogramGreenRawPlanar(images.src, images.dst, channel,
+                                                                      band.low, band.high),
+                  ResultOk);
+        images.expectEqual();
+    }
+}
+
+TEST(ThresholdAndStretchHistogramRawPlanarTargets, AgreeWithTheNaiveTwin)
+{
+    forEachTarget([] {
+        forEachBand([](ExImageDataType type, int bits, Levels band) {
+            const Layout raw{.height = 2, .channels = 4, .type = type, .packing = Planar, .bits = bits};
+            for (const int width : {0, 1, 17, 64, 257})
+                for (const int channels : {1, 2, 3, 4}) {
+                    Layout layout = raw;
+                    layout.width = width;
+                    compareRaw(layout, channels, band);
+                    compareRaw(layout, channels, {0, (1 << bits) - 1});
+                }
+        });
+    });
+}
+
+}  // namespace
+}  // namespace ko::test
