@@ -1,3 +1,4 @@
+#include "core/channel_kernels.h"
 #include "core/checks.h"
 #include "core/image_view.h"
 
@@ -115,15 +116,21 @@ ResultCode CopyChannel(const SxImageBuf& src, int srcChannel, SxImageBuf& dst, i
         return rc;
     const int size = bytesPerSample(src.dataType);
     const ChannelLayout from = layoutOf(src, srcChannel), to = layoutOf(dst, dstChannel);
-    const bool denseRows = from.step == size && to.step == size;
+    const bool intoDenseRows = to.step == size;
+    const bool betweenDenseRows = intoDenseRows && from.step == size;
+    const PickChannelRow pick =
+        intoDenseRows && isInterleaved(src) ? channelKernels().of(src.channels, size) : nullptr;
     const CopySamples copy = copySamplesOf(size);
     for (std::int64_t y = 0; y < src.height; ++y) {
-        const std::uint8_t* const srcRow = rowOf(src, y) + from.offset;
+        const std::uint8_t* const srcRow = rowOf(src, y);
         std::uint8_t* const dstRow = rowOf(dst, y) + to.offset;
-        if (denseRows)
-            std::memmove(dstRow, srcRow, static_cast<std::size_t>(std::int64_t{size} * src.width));
+        if (betweenDenseRows)
+            std::memmove(dstRow, srcRow + from.offset,
+                         static_cast<std::size_t>(std::int64_t{size} * src.width));
+        else if (pick != nullptr)
+            pick(srcRow, srcChannel, dstRow, src.width);
         else
-            copy(srcRow, from.step, dstRow, to.step, src.width);
+            copy(srcRow + from.offset, from.step, dstRow, to.step, src.width);
     }
     return ResultOk;
 }

@@ -1,4 +1,5 @@
 #include "support/check_table.h"
+#include "support/targets.h"
 #include "support/test_image.h"
 
 #include <ko/image.h>
@@ -204,6 +205,30 @@ TEST(CopyChannelValues, AreTheChannelInEveryTypeAndBetweenPackings)
             }
         }
     }
+}
+
+void expectPickedChannels(ExImageDataType type, int width, int channels)
+{
+    TestImage src(Layout{.width = width, .height = 2, .channels = channels, .type = type});
+    src.fillRandom(static_cast<std::uint32_t>(width));
+    const Layout mono{.width = width, .height = 2, .type = type, .padding = 2, .misalignment = 3};
+    for (int channel = 0; channel < channels; ++channel) {
+        TestImage dst(mono), expected(mono);
+        copyChannelTwin(src, channel, expected, 0);
+        ASSERT_EQ(CopyChannel(src, channel, dst, 0), ResultOk);
+        ASSERT_EQ(dst.bytes(), expected.bytes())
+            << "type " << type << " width " << width << " channel " << channel << " of " << channels;
+    }
+}
+
+TEST(CopyChannelTargets, EqualTheTwinForEveryWidthAndChannelOfPixels)
+{
+    forEachTarget([] {
+        for (const ExImageDataType type : {Int8, UInt16, Float32})
+            for (int width = 0; width <= 130; ++width)
+                for (const int channels : {3, 4})
+                    expectPickedChannels(type, width, channels);
+    });
 }
 
 TEST(CopyChannelValues, MayStayInTheImage)
