@@ -113,6 +113,8 @@ class Demosaic(ToolTest):
         self.write("m.tif", tiff(2, 2, [5000, 300, 65535, 4095]))
         self.succeed("demosaic", "m.tif", "--grid", "rggb", "--bits", "12", "-o", "out.tif")
         self.expect("out.tif", 2, 2, [4095, (300 + 4095) // 2, 4095] * 4)
+        self.succeed("demosaic", "m.tif", "--grid", "rggb", "--bits", "12", "--half", "-o", "out.tif")
+        self.expect("out.tif", 1, 1, [4095, 4095, 4095])
 
     def test_options_override_what_the_file_says(self):
         samples = random_samples(4 * 4, 4095, 8)

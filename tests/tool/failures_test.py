@@ -2,6 +2,8 @@
 
 import os
 import resource
+import signal
+import subprocess
 
 import ko_files
 from ko_files import ToolTest, fits, png, random_samples, tiff
@@ -129,6 +131,24 @@ class BadOutput(ToolTest):
             self.refuse("demosaic", "a.tif", "-o", output, names=output + ": ", says="cannot be written: File too large",
                       preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (1000, 1000)))
             self.assertEqual(self.read(output), b"the old result")
+
+    def test_a_signal_leaves_nothing_behind(self):
+        size = 3000
+        self.write("big.tif", tiff(size, size, [7] * size * size))
+        kept = self.write("out.tif", b"the old result")
+        before = sorted(os.listdir(self.dir))
+        for _ in range(50):
+            run = subprocess.Popen([ko_files.TOOL, "unpack", "big.tif", "-o", kept], cwd=self.dir,
+                                   stdout=subprocess.DEVNULL)
+            while run.poll() is None and sorted(os.listdir(self.dir)) == before:
+                pass
+            run.terminate()
+            interrupted = run.wait() == -signal.SIGTERM
+            self.assertEqual(sorted(os.listdir(self.dir)), before)
+            if interrupted:
+                break
+        self.assertTrue(interrupted)
+        self.assertTrue(self.read(kept) == b"the old result" or len(self.read(kept)) > 2 * size * size)
 
 
 if __name__ == "__main__":

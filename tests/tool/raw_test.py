@@ -72,6 +72,8 @@ class Raw(ToolTest):
         self.assertEqual(self.succeed("info", "a.dng"),
                          "a.dng: 32 x 24, 1 channel, UInt16, 10 bits, mosaic RGGB, camera raw Maker Model, "
                          "active area 32 x 24 at 6,4 of 40 x 30, black 64, white 1023\n")
+        self.write("a.dng", dng(32, 24, [0] * 768, "rggb", (1, 2, 3, 4), 1023))
+        self.assertIn(", black 1/2/3/4, white 1023\n", self.succeed("info", "a.dng"))
 
     def test_raws_are_demosaiced_without_options_and_with_another_pattern(self):
         samples = random_samples(32 * 24, 4095, 6)
@@ -85,6 +87,11 @@ class Raw(ToolTest):
     def test_sensors_without_a_mosaic_of_red_green_and_blue_are_refused(self):
         self.write("a.dng", dng(32, 24, [0] * 768, "rrbb"))
         self.refuse("demosaic", "a.dng", "-o", "out.tif", names="a.dng: ", says="mosaic")
+
+    def test_raws_under_another_ending_are_refused(self):
+        # One maker's raws start like this.
+        self.write("a.bin", dng(32, 24, [0] * 768, "rggb").replace(b"II*\0", b"IIU\0"))
+        self.refuse("info", "a.bin", names="a.bin: ", says="is a camera raw; give it the ending of one")
 
     def test_raws_that_end_early_are_refused(self):
         samples = random_samples(64 * 48, 65535, 7)

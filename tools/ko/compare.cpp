@@ -4,6 +4,7 @@
 #include "geometry.h"
 #include "image_file.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <iomanip>

@@ -2,6 +2,7 @@
 
 #include "bayer.h"
 
+#include <algorithm>
 #include <charconv>
 #include <sstream>
 
@@ -68,7 +69,8 @@ std::optional<Image> alignedForFile(const Image& image)
     if (shift == 0)
         return std::nullopt;
     Image moved(*image);
-    moveSamples(image, moved, [shift](int sample) { return sample << shift; });
+    const int top = (1 << image->bitsPerSample) - 1;
+    moveSamples(image, moved, [shift, top](int sample) { return std::min(sample, top) << shift; });
     return moved;
 }
 

@@ -15,7 +15,8 @@ std::string describe(const SxImageInfo& format);
 /// somebody else's and change nothing.
 void applyDescription(const std::string& text, SxImageInfo& format);
 
-/// The image with its samples in the high bits, where files have them; nothing when they stand there already.
+/// The image with its samples in the high bits, where files have them, those above its depth at the brightest
+/// value; nothing when they stand there already.
 std::optional<Image> alignedForFile(const Image& image);
 
 /// The way back, in place.

@@ -39,7 +39,7 @@ constexpr FitsType fitsTypes[] = {
 
 std::string trimmed(std::string text)
 {
-    text.erase(0, text.find_first_not_of(" '"));
+    text.erase(0, text.find_first_not_of(" '+"));
     text.erase(text.find_last_not_of(" '") + 1);
     return text;
 }
@@ -56,6 +56,8 @@ std::map<std::string, std::string> readHeader(std::ifstream& stream)
     std::map<std::string, std::string> header;
     std::string block(blockLength, ' ');
     while (stream.read(block.data(), blockLength)) {
+        if (header.empty() && !block.starts_with("SIMPLE  =                    T"))
+            break;
         for (std::size_t at = 0; at < blockLength; at += cardLength) {
             const std::string card = block.substr(at, cardLength);
             const std::string key = trimmed(card.substr(0, 8));
@@ -92,7 +94,7 @@ FitsInput openFits(const std::string& file)
 {
     FitsInput input{std::ifstream(file, std::ios::binary), {}, {}};
     auto header = readHeader(input.stream);
-    if (header["SIMPLE"] != "T")
+    if (header.empty())
         throw Failure(file, "cannot be read as a picture: not a FITS file");
     const int axes = numberOf(header, "NAXIS", 0);
     const int width = numberOf(header, "NAXIS1", 0);

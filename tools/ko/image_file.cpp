@@ -81,6 +81,8 @@ Picture openPicture(const std::string& file)
     Picture picture{OIIO::ImageInput::open(file, &config), {}};
     if (!picture.input)
         throw Failure(file, "cannot be read as a picture: " + firstLine(OIIO::geterror()));
+    if (picture.input->format_name() == std::string("raw"))
+        throw Failure(file, "is a camera raw; give it the ending of one");
     const OIIO::ImageSpec& spec = picture.input->spec();
     const std::optional<ExImageDataType> type = typeOfStored(spec.format);
     if (!type || spec.depth > 1 || spec.deep || spec.width < 1 || spec.height < 1 || spec.nchannels < 1)

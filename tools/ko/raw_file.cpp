@@ -63,6 +63,17 @@ public:
         return black;
     }
 
+    /// The black levels of the first cell in raster order, a single one when they are equal.
+    std::string blackLevels() const
+    {
+        std::string text = std::to_string(black(0, 0));
+        if (black(1, 0) == black(0, 0) && black(0, 1) == black(0, 0) && black(1, 1) == black(0, 0))
+            return text;
+        for (const unsigned level : {black(1, 0), black(0, 1), black(1, 1)})
+            text += '/' + std::to_string(level);
+        return text;
+    }
+
     /// Unpacks and returns the top left sample of the active area; rows follow at `raw_pitch` bytes.
     const std::uint16_t* unpack()
     {
@@ -123,8 +134,7 @@ FileInfo readRawInfo(const std::string& file)
                               ", active area " + text(raw.sizes().width) + " x " + text(raw.sizes().height) +
                               " at " + text(raw.sizes().left_margin) + "," + text(raw.sizes().top_margin) +
                               " of " + text(raw.sizes().raw_width) + " x " + text(raw.sizes().raw_height) +
-                              ", black " + std::to_string(raw.black(0, 0)) + ", white " +
-                              std::to_string(raw.white())};
+                              ", black " + raw.blackLevels() + ", white " + std::to_string(raw.white())};
 }
 
 Image readRaw(const std::string& file)

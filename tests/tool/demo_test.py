@@ -1,0 +1,61 @@
+"""The page that ./dev demo makes."""
+
+import os
+import re
+import subprocess
+import sys
+from pathlib import Path
+from urllib.parse import unquote
+
+import ko_files
+from ko_files import ToolTest, png, random_samples
+from raw_test import dng
+
+GALLERY = Path(__file__).parents[2] / "tools/demo/gallery.py"
+
+
+class Gallery(ToolTest):
+    def gallery(self, *arguments):
+        run = subprocess.run([sys.executable, "-B", GALLERY, ko_files.TOOL, "page", *arguments], cwd=self.dir,
+                             capture_output=True, text=True)
+        page = self.read("page/index.html").decode()
+        self.assertIn(os.path.realpath(self.path("page/index.html")), run.stdout)
+        links = re.findall(r'(?:href|src)="([^"]*)"', page) + re.findall(r"url\(([^)]*)\)", page)
+        for link in links:
+            self.assertGreater(os.path.getsize(self.path("page/" + unquote(link))), 0)
+        return run, page, set(map(unquote, links))
+
+    def test_photographs_stand_beside_mosaic_and_result_with_both_ratios(self):
+        self.write("one & two.png", png(8, 6, random_samples(144, 255, 1), channels=3))
+        self.write("odd.png", png(9, 7, [90] * 189, channels=3))
+        run, page, links = self.gallery("photos", "one & two.png", "odd.png")
+        self.assertEqual((run.returncode, run.stderr), (0, ""))
+        self.assertEqual(links, {f"{folder}/{name}.png" for folder in ("originals", "mosaics", "results")
+                                 for name in ("one & two", "odd")})
+        self.assertIn("<h2>one &amp; two.png</h2>", page)
+        self.assertIn("Mosaic RGGB, 12 bits", page)
+        self.assertIn("Mosaic BGGR, 12 bits", page)
+        self.assertEqual(page.count("<td>as it is</td>"), 2)
+        self.assertEqual(page.count("<td>moved back by one pixel</td>"), 2)
+        # A picture of one colour comes back up to the rounding of its depth.
+        worst = min(float(n) for n in re.findall(r"<td>(\d+\.\d+|inf) dB</td>", page.split("<h2>odd.png")[1]))
+        self.assertGreater(worst, 70)
+
+    def test_raws_stand_beside_their_mosaic(self):
+        self.write("a.dng", dng(32, 24, random_samples(768, 4095, 2), "gbrg", white=4095))
+        run, page, links = self.gallery("raws", "a.dng")
+        self.assertEqual((run.returncode, run.stderr), (0, ""))
+        self.assertEqual(links, {"mosaics/1-a.jpg", "results/1-a.jpg"})
+        self.assertIn("mosaic GBRG", page)
+
+    def test_a_bad_file_is_told_and_left_out(self):
+        self.write("bad.png", b"nothing")
+        self.write("good.png", png(4, 4, [1] * 48, channels=3))
+        run, page, links = self.gallery("photos", "bad.png", "good.png")
+        self.assertEqual(run.returncode, 1)
+        self.assertRegex(run.stderr, "^ko: page/originals/bad.png: cannot be read as a picture")
+        self.assertNotIn("bad.png", page)
+
+
+if __name__ == "__main__":
+    ko_files.main()
