@@ -154,28 +154,40 @@ HWY_INLINE std::uint64_t InWindow(const Place* xs, const Place* ys, Place left, 
     return bits;
 }
 
+/// Number of the set bit that has `rank` (from 1) among those of `bits`.
+HWY_INLINE std::uint64_t BitOfRank(std::uint64_t bits, std::uint64_t rank) noexcept
+{
+#if HWY_TARGET == HWY_AVX3
+    // Older processors have this instruction too, but some take hundreds of cycles for it.
+    bits = _pdep_u64(std::uint64_t{1} << (rank - 1), bits);
+#else
+    for (; rank > 1; --rank)
+        bits &= bits - 1;
+#endif
+    return static_cast<std::uint64_t>(std::countr_zero(bits));
+}
+
 template <class Count, class Place>
 void Pick(const MedianOrder<Place>& order, const Count* found, const Count* rest, std::int64_t columns,
-          std::int64_t y, std::int64_t window, std::uint16_t* medians) noexcept
+          std::int64_t y, std::int64_t window, std::uint32_t* places) noexcept
 {
     const Place top = static_cast<Place>(y), span = static_cast<Place>(window - 1);
     for (std::int64_t x = 0; x < columns; ++x) {
-        const auto inWindow = [&](std::uint64_t first) noexcept {
-            return InWindow<Place>(order.x + first, order.y + first, static_cast<Place>(x), top, span);
-        };
-        std::uint64_t at = order.starts[found[x]];
-        std::uint64_t left = rest[x];
-        // The window holds at least `rest` samples of this code, so the search ends among them.
-        std::uint64_t bits = inWindow(at);
-        for (auto present = static_cast<std::uint64_t>(hwy::PopCount(bits)); present < left;
-             present = static_cast<std::uint64_t>(hwy::PopCount(bits))) {
-            left -= present;
-            at += 64;
-            bits = inWindow(at);
+        const std::uint32_t start = order.starts[found[x]];
+        // All chunks are looked at, so that nothing depends on where the sample turns up.
+        std::uint64_t left = rest[x], chosenBits = 1, chosenRank = 1;
+        std::uint32_t chosen = 0;
+        for (std::uint32_t first = 0; first < static_cast<std::uint32_t>(order.chunks) * 64; first += 64) {
+            const std::uint64_t bits = InWindow<Place>(order.x + start + first, order.y + start + first,
+                                                       static_cast<Place>(x), top, span);
+            const std::uint64_t present = hwy::PopCount(bits);
+            const bool isHere = left - 1 < present;  // never once `left` is 0
+            chosenBits = isHere ? bits : chosenBits;
+            chosenRank = isHere ? left : chosenRank;
+            chosen = isHere ? first : chosen;
+            left = left > present ? left - present : 0;
         }
-        for (; left > 1; --left)
-            bits &= bits - 1;
-        medians[x] = order.values[at + static_cast<std::uint64_t>(std::countr_zero(bits))];
+        places[x] = start + chosen + static_cast<std::uint32_t>(BitOfRank(chosenBits, chosenRank));
     }
 }
 

@@ -55,8 +55,8 @@ template <class Place>
 struct MedianOrder {
     const Place* x;  ///< column in the block, the border of `radius` columns included
     const Place* y;
-    const std::uint16_t* values;
     const std::uint32_t* starts;
+    int chunks;  ///< of 64 samples, that no code exceeds
 };
 
 template <class Count, class Place>
@@ -68,10 +68,10 @@ struct MedianSearchKernels {
 
     MedianOutcome (*split)(const MedianSplit<Count>& step) noexcept;
 
-    /// Medians of a row of the block: of the samples that have the code `found[x]` and lie in the window of
-    /// pixel (x, y), the value of the one with rank `rest[x]` (from 1).
+    /// Finds the medians of a row of the block: of the samples that have the code `found[x]` and lie in the
+    /// window of pixel (x, y), the place in the order of the one with rank `rest[x]` (from 1).
     void (*pick)(const MedianOrder<Place>& order, const Count* found, const Count* rest, std::int64_t columns,
-                 std::int64_t y, std::int64_t window, std::uint16_t* medians) noexcept;
+                 std::int64_t y, std::int64_t window, std::uint32_t* places) noexcept;
 };
 
 /// The kernels of the running processor.
