@@ -69,6 +69,12 @@ inline bool isPlanar(const SxImageInfo& info) noexcept
     return info.packing == Planar;
 }
 
+/// A packing with a meaning for this image: mono images are laid out alike under any.
+inline bool hasLayout(const SxImageInfo& info) noexcept
+{
+    return isMono(info) || isInterleaved(info) || isPlanar(info);
+}
+
 /// The image's sample type is one of those named.
 template <class... Types>
 bool hasType(const SxImageInfo& info, Types... types) noexcept
@@ -86,6 +92,12 @@ bool hasChannels(const SxImageInfo& info, Counts... counts) noexcept
 inline bool sameSize(const SxImageInfo& a, const SxImageInfo& b) noexcept
 {
     return a.width == b.width && a.height == b.height;
+}
+
+/// Samples at the same places, whatever their types.
+inline bool sameGeometry(const SxImageInfo& a, const SxImageInfo& b) noexcept
+{
+    return sameSize(a, b) && a.channels == b.channels && a.packing == b.packing;
 }
 
 /// Equal in everything but size, stride and the reserved words.

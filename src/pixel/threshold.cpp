@@ -18,12 +18,6 @@ namespace ko {
 
 namespace {
 
-/// A packing with a meaning for this image: mono images are laid out alike under any.
-bool hasLayout(const SxImageInfo& image)
-{
-    return isMono(image) || isInterleaved(image) || isPlanar(image);
-}
-
 /// Channels that an operation treats: of interleaved pixels with a fourth channel that is not colour, three.
 int treatedChannels(const SxImageInfo& image, bool fourChannelRule)
 {

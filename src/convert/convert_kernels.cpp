@@ -1,0 +1,351 @@
+#include "convert/convert_kernels.h"
+
+#include "core/image_view.h"
+#include "core/kernel_loops.h"
+#include "frame/conversions.h"
+
+#include <algorithm>
+#include <cstdint>
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "convert/convert_kernels.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+#include "frame/vectors-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace ko {
+namespace HWY_NAMESPACE {
+namespace {
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+// Single samples: the meaning of the rows, their tails, and what vectors leave aside.
+
+double Mapped(double sample, double low, double scale) noexcept
+{
+    return (sample - low) * scale;
+}
+
+float Mapped(float sample, float low, float scale) noexcept
+{
+    return (sample - low) * scale;
+}
+
+double Mapped(std::int32_t sample, std::int32_t low, double scale) noexcept
+{
+    const auto wrapped = static_cast<std::uint32_t>(sample) - static_cast<std::uint32_t>(low);
+    return static_cast<std::int32_t>(wrapped) * scale;
+}
+
+template <class Sample, class Low, class Scale>
+double MappedSample(const std::uint8_t* src, std::int64_t i, const Ramp<Low, Scale>& ramp) noexcept
+{
+    const std::int64_t p = i % ramp.period;
+    return Mapped(static_cast<Low>(loadSample<Sample>(src, i)), ramp.low[p], ramp.scale[p]);
+}
+
+/// Cuts to 0...top, NaN to 0.
+struct Clamp {
+    double top;
+
+    template <class Dst>
+    Dst Stored(double value) const noexcept
+    {
+        // A top of 2^32 - 1 is no float, but every float below it is below 2^32 - 1 as a double too.
+        return value > 0 ? static_cast<Dst>(std::min(value, top)) : Dst{0};
+    }
+};
+
+/// Keeps the low bits.
+struct Wrap {
+    template <class Dst>
+    Dst Stored(double value) const noexcept
+    {
+        return static_cast<Dst>(toInt64(value));
+    }
+};
+
+template <class Sample, class Dst, class Low, class Scale, class Fit>
+void ScalarSamples(const std::uint8_t* src, std::uint8_t* dst, std::int64_t from, std::int64_t to,
+                   const Ramp<Low, Scale>& ramp, Fit fit) noexcept
+{
+    for (std::int64_t i = from; i < to; ++i)
+        storeSample(dst, i, fit.template Stored<Dst>(MappedSample<Sample>(src, i, ramp)));
+}
+
+#if HWY_TARGET != HWY_SCALAR
+
+// Vectors of doubles, one for each destination sample.
+
+template <class Sample, class D>
+VecOf<D> MappedVec(D d, const std::uint8_t* at, const double* low, const double* scale)
+{
+    VecOf<D> sample;
+    if constexpr (std::is_same_v<Sample, double>)
+        sample = LoadAt(d, at);
+    else
+        sample = hn::PromoteTo(d, LoadAt(hn::Rebind<Sample, D>(), at));
+    return hn::Mul(hn::Sub(sample, hn::LoadU(d, low)), hn::LoadU(d, scale));
+}
+
+template <class Sample, class D>
+VecOf<D> MappedVec(D d, const std::uint8_t* at, const std::int32_t* low, const double* scale)
+{
+    const hn::Rebind<std::int32_t, D> d32;
+    const auto difference = hn::Sub(LoadAt(d32, at), hn::LoadU(d32, low));
+    return hn::Mul(hn::PromoteTo(d, difference), hn::LoadU(d, scale));
+}
+
+template <class Sample, class D>
+VecOf<D> MappedVec(D d, const std::uint8_t* at, const float* low, const float* scale)
+{
+    const hn::Rebind<float, D> ds;
+    return hn::PromoteTo(d, hn::Mul(hn::Sub(LoadAt(ds, at), hn::LoadU(ds, low)), hn::LoadU(ds, scale)));
+}
+
+/// The low bits of the truncated values, which lie within 31 bits for the narrow destinations and within 51
+/// for the wide one, in whose mantissa adding 1.5 * 2^52 puts the integer.
+template <class Dst, class D>
+void StoreLowBits(D d, VecOf<D> v, std::uint8_t* at)
+{
+    const hn::Rebind<Dst, D> to;
+    if constexpr (sizeof(Dst) == 4) {
+        const auto shifted = hn::Add(hn::Trunc(v), hn::Set(d, 6755399441055744.0));
+        StoreAt(to, hn::TruncateTo(to, hn::BitCast(hn::RebindToUnsigned<D>(), shifted)), at);
+    } else {
+        const hn::Rebind<std::int32_t, D> d32;
+        const hn::RebindToUnsigned<decltype(d32)> du32;
+        StoreAt(to, hn::TruncateTo(to, hn::BitCast(du32, hn::DemoteTo(d32, v))), at);
+    }
+}
+
+/// Cuts to 0...top; the comparison is what makes NaN 0.
+template <class D>
+VecOf<D> Clamped(D d, VecOf<D> v, SampleIn<D> top)
+{
+    const auto zero = hn::Zero(d);
+    return hn::Min(hn::IfThenElse(hn::Gt(v, zero), v, zero), hn::Set(d, top));
+}
+
+/// What 64 bits cannot hold becomes 0, like the low bits of -2^63. False where a lane is beyond `limit`.
+template <class D>
+bool MakeStorable(D d, VecOf<D>& v, SampleIn<D> limit)
+{
+    const auto zero = hn::Zero(d);
+    const auto bound = hn::Set(d, SampleIn<D>(9223372036854775808.0));
+    v = hn::IfThenElse(hn::Lt(hn::Abs(v), bound), v, zero);
+    return hn::AllTrue(d, hn::Lt(hn::Abs(v), hn::Set(d, limit)));
+}
+
+template <class Dst, class D>
+bool StoreFitted(D d, VecOf<D> v, std::uint8_t* at, Clamp clamp)
+{
+    StoreLowBits<Dst>(d, Clamped(d, v, clamp.top), at);
+    return true;
+}
+
+template <class Dst, class D>
+bool StoreFitted(D d, VecOf<D> v, std::uint8_t* at, Wrap)
+{
+    constexpr double limit = sizeof(Dst) == 4 ? 2251799813685248.0 : 2147483648.0;
+    if (!MakeStorable(d, v, limit))
+        return false;
+    StoreLowBits<Dst>(d, v, at);
+    return true;
+}
+
+template <class Sample, class Dst>
+struct ByDoubles {
+    template <class Low, class Scale, class Fit>
+    static bool Store(const std::uint8_t* src, std::uint8_t* dst, const Low* low, const Scale* scale, Fit fit)
+    {
+        const hn::ScalableTag<double> d;
+        return StoreFitted<Dst>(d, MappedVec<Sample>(d, src, low, scale), dst, fit);
+    }
+    static std::int64_t Lanes() { return static_cast<std::int64_t>(hn::Lanes(hn::ScalableTag<double>())); }
+};
+
+// Vectors of floats that stay floats; for destinations whose values a float holds.
+
+template <class D>
+VecOf<D> MappedFloats(D d, VecOf<D> samples, const float* low, const float* scale)
+{
+    return hn::Mul(hn::Sub(samples, hn::LoadU(d, low)), hn::LoadU(d, scale));
+}
+
+template <class Dst, class D>
+auto LowBits(D, VecOf<D> v)
+{
+    const hn::RebindToUnsigned<D> du;
+    return hn::TruncateTo(hn::Rebind<Dst, D>(), hn::BitCast(du, hn::ConvertTo(hn::RebindToSigned<D>(), v)));
+}
+
+template <class Dst>
+struct ByFloats {
+    static bool Store(const std::uint8_t* src, std::uint8_t* dst, const float* low, const float* scale,
+                      Clamp clamp)
+    {
+        const hn::ScalableTag<float> d;
+        const auto v = Clamped(d, MappedFloats(d, LoadAt(d, src), low, scale), static_cast<float>(clamp.top));
+        StoreAt(hn::Rebind<Dst, decltype(d)>(), LowBits<Dst>(d, v), dst);
+        return true;
+    }
+    static bool Store(const std::uint8_t* src, std::uint8_t* dst, const float* low, const float* scale, Wrap)
+    {
+        const hn::ScalableTag<float> d;
+        auto v = MappedFloats(d, LoadAt(d, src), low, scale);
+        if (!MakeStorable(d, v, 2147483648.0F))
+            return false;
+        StoreAt(hn::Rebind<Dst, decltype(d)>(), LowBits<Dst>(d, v), dst);
+        return true;
+    }
+    static std::int64_t Lanes() { return static_cast<std::int64_t>(hn::Lanes(hn::ScalableTag<float>())); }
+};
+
+template <class Sample, class Dst, class Low>
+using VectorsFor =
+    std::conditional_t<std::is_same_v<Low, float> && sizeof(Dst) < 4, ByFloats<Dst>, ByDoubles<Sample, Dst>>;
+
+/// Whole vectors; returns how many samples they were.
+template <class Sample, class Dst, class Low, class Scale, class Fit>
+std::int64_t VectorSamples(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples,
+                           const Ramp<Low, Scale>& ramp, Fit fit) noexcept
+{
+    using Vectors = VectorsFor<Sample, Dst, Low>;
+    const std::int64_t lanes = Vectors::Lanes();
+    if (ramp.period % lanes != 0)
+        return 0;
+    std::int64_t i = 0, phase = 0;
+    while (i + lanes <= samples) {
+        const std::int64_t end = std::min(i + samplesPerFetch, samples - lanes + 1);
+        fetchAhead<Sample, false>(src + i * std::int64_t{sizeof(Sample)}, end - i);
+        fetchAhead<Dst, true>(dst + i * std::int64_t{sizeof(Dst)}, end - i);
+        for (; i < end; i += lanes) {
+            if (!Vectors::Store(src + i * std::int64_t{sizeof(Sample)}, dst + i * std::int64_t{sizeof(Dst)},
+                                ramp.low + phase, ramp.scale + phase, fit))
+                ScalarSamples<Sample, Dst>(src, dst, i, i + lanes, ramp, fit);
+            phase += lanes;
+            phase = phase == ramp.period ? 0 : phase;
+        }
+    }
+    return i;
+}
+
+#endif
+
+template <class Sample, class Dst, class Low, class Scale, class Fit>
+void Convert(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples, const Ramp<Low, Scale>& ramp,
+             Fit fit) noexcept
+{
+    std::int64_t done = 0;
+#if HWY_TARGET != HWY_SCALAR
+    done = VectorSamples<Sample, Dst>(src, dst, samples, ramp, fit);
+#endif
+    ScalarSamples<Sample, Dst>(src, dst, done, samples, ramp, fit);
+}
+
+template <class Sample, class Dst, class AnyRamp>
+void RowClamped(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples, const AnyRamp& ramp,
+                double top) noexcept
+{
+    Convert<Sample, Dst>(src, dst, samples, ramp, Clamp{top});
+}
+
+template <class Sample, class Dst, class AnyRamp>
+void RowWrapped(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples,
+                const AnyRamp& ramp) noexcept
+{
+    Convert<Sample, Dst>(src, dst, samples, ramp, Wrap{});
+}
+
+#if HWY_TARGET != HWY_SCALAR
+
+/// Whole vectors of pixels; returns how many samples they were.
+std::int64_t VectorsReversed(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples,
+                             const SingleRamp& ramp) noexcept
+{
+    const hn::ScalableTag<float> d;
+    const hn::Rebind<std::uint8_t, decltype(d)> to;
+    const auto step = static_cast<std::int64_t>(3 * hn::Lanes(d));
+    const auto mapped = [&](VecOf<decltype(d)> v, int c) {
+        return hn::Mul(hn::Sub(v, hn::Set(d, ramp.low[c])), hn::Set(d, ramp.scale[c]));
+    };
+    std::int64_t i = 0;
+    for (; i + step <= samples; i += step) {
+        VecOf<decltype(d)> a, b, c;
+        const auto* const from =
+            reinterpret_cast<const float*>(src + i * static_cast<std::int64_t>(sizeof(float)));
+        hn::LoadInterleaved3(d, from, a, b, c);
+        a = mapped(a, 0);
+        b = mapped(b, 1);
+        c = mapped(c, 2);
+        constexpr float limit = 2147483648.0F;
+        const bool storable =
+            MakeStorable(d, a, limit) & MakeStorable(d, b, limit) & MakeStorable(d, c, limit);
+        if (!storable)
+            break;
+        hn::StoreInterleaved3(LowBits<std::uint8_t>(d, c), LowBits<std::uint8_t>(d, b),
+                              LowBits<std::uint8_t>(d, a), to, dst + i);
+    }
+    return i;
+}
+
+#endif
+
+void RowReversed(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples,
+                 const SingleRamp& ramp) noexcept
+{
+    std::int64_t i = 0;
+#if HWY_TARGET != HWY_SCALAR
+    i = VectorsReversed(src, dst, samples, ramp);
+#endif
+    for (; i < samples; ++i) {
+        const std::int64_t reversed = i - i % 3 + 2 - i % 3;
+        dst[reversed] = Wrap{}.Stored<std::uint8_t>(MappedSample<float>(src, i, ramp));
+    }
+}
+
+template <class Dst>
+constexpr ClampedRows AllClamped()
+{
+    return {&RowClamped<double, Dst, DoubleRamp>, &RowClamped<float, Dst, DoubleRamp>,
+            &RowClamped<float, Dst, SingleRamp>};
+}
+
+template <class Dst>
+constexpr WrappedRows AllWrapped()
+{
+    return {&RowWrapped<double, Dst, DoubleRamp>, &RowWrapped<float, Dst, DoubleRamp>};
+}
+
+const ConvertKernels& Kernels()
+{
+    static constexpr ConvertKernels kernels{
+        {AllClamped<std::uint8_t>(), AllClamped<std::uint16_t>(), AllClamped<std::uint32_t>()},
+        {AllWrapped<std::uint8_t>(), AllWrapped<std::uint16_t>(), AllWrapped<std::uint32_t>()},
+        {&RowWrapped<std::int32_t, std::uint8_t, IntegerRamp>,
+         &RowWrapped<std::int32_t, std::uint16_t, IntegerRamp>},
+        &RowWrapped<float, std::uint8_t, SingleRamp>,
+        &RowReversed,
+    };
+    return kernels;
+}
+
+}  // namespace
+}  // namespace HWY_NAMESPACE
+}  // namespace ko
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace ko {
+namespace {
+HWY_EXPORT(Kernels);
+}
+const ConvertKernels& convertKernels()
+{
+    return HWY_DYNAMIC_DISPATCH(Kernels)();
+}
+}  // namespace ko
+#endif
