@@ -7,8 +7,11 @@ namespace ko::tool {
 
 extern const Command compareCommand;
 extern const Command demosaicCommand;
+extern const Command hist2dCommand;
+extern const Command histCommand;
 extern const Command infoCommand;
 extern const Command simulateCommand;
+extern const Command statsCommand;
 extern const Command unpackCommand;
 
 }  // namespace ko::tool

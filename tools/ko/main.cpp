@@ -9,7 +9,8 @@ namespace {
 
 // In the order of the help.
 const Command* const commands[] = {
-    &infoCommand, &compareCommand, &unpackCommand, &simulateCommand, &demosaicCommand,
+    &infoCommand,     &compareCommand, &unpackCommand, &simulateCommand,
+    &demosaicCommand, &histCommand,    &statsCommand,  &hist2dCommand,
 };
 
 }  // namespace

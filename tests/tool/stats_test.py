@@ -1,0 +1,64 @@
+"""ko stats: the figures against hand-worked ones."""
+
+import json
+import math
+
+import ko_files
+from ko_files import ToolTest, png, tiff
+
+
+class Stats(ToolTest):
+    def figures(self, *arguments):
+        return json.loads(self.succeed("stats", *arguments, "--json"))["channels"]
+
+    def test_the_figures_of_each_channel(self):
+        self.write("a.png", png(4, 1, [0, 10, 5, 0, 10, 5, 4, 20, 5, 4, 20, 5], channels=3))
+        red, green, blue = self.figures("a.png")
+        self.assertEqual(red, {"name": "red", "minimum": 0, "maximum": 4, "mean": 2, "deviation": 2, "entropy": 1,
+                               "otsu": 3})
+        self.assertEqual((green["minimum"], green["maximum"], green["mean"], green["otsu"]), (10, 20, 15, 19))
+        self.assertEqual(blue, {"name": "blue", "minimum": 5, "maximum": 5, "mean": 5, "deviation": 0, "entropy": 0,
+                                "otsu": 0})
+
+    def test_the_table_is_aligned(self):
+        self.write("a.tif", tiff(2, 2, [0, 0, 65535, 65535]))
+        self.assertEqual(self.succeed("stats", "a.tif"),
+                         "a.tif: 16 bits\n"
+                         "channel               min          max         mean    deviation      entropy         Otsu\n"
+                         "gray                    0        65535    32767.500    32767.500        1.000        65534\n")
+
+    def test_masks_and_regions_select(self):
+        self.write("a.png", png(3, 2, [1, 2, 3, 4, 5, 6]))
+        self.write("m.png", png(3, 2, [1, 0, 1, 0, 1, 1]))
+        (gray,) = self.figures("a.png", "--mask", "m.png", "--roi", "1,0,2,2")
+        self.assertEqual((gray["minimum"], gray["maximum"], gray["mean"]), (3, 6, 14 / 3))
+        self.assertAlmostEqual(gray["entropy"], math.log2(3))
+
+    def test_a_mosaic_has_the_figures_of_each_position(self):
+        self.write("a.tif", tiff(4, 2, [1, 2, 1, 2, 3, 4, 3, 6], description="koimproc bits=16 grid=BGGR"))
+        self.assertEqual([(c["name"], c["mean"]) for c in self.figures("a.tif")],
+                         [("red", 5), ("green 1", 2), ("blue", 1), ("green 2", 3)])
+
+    def test_other_samples_have_neither_entropy_nor_threshold(self):
+        self.write("f.tif", tiff(2, 1, [-0.5, 1.5], bits=32, sample_format=3))
+        (gray,) = self.figures("f.tif")
+        self.assertEqual(gray, {"name": "gray", "minimum": -0.5, "maximum": 1.5, "mean": 0.5, "deviation": 1,
+                                "entropy": None, "otsu": None})
+        self.assertRegex(self.succeed("stats", "f.tif"), r"-0\.5 +1\.5 +0\.500 +1\.000 +- +-\n$")
+
+    def test_the_threshold_of_a_large_picture_is_not_lost_to_32_bits(self):
+        # Two lumps of 200,000 pixels in all: their counts multiply to more than 2^31.
+        self.write("a.tif", tiff(500, 400, [40000 + i % 7 if i % 3 else 60000 + i % 5 for i in range(200000)]))
+        (gray,) = self.figures("a.tif")
+        self.assertTrue(40006 <= gray["otsu"] < 60000, gray)
+
+    def test_bad_input_is_refused(self):
+        self.write("a.png", png(2, 2, range(4)))
+        self.write("m.png", png(2, 2, [0] * 12, channels=3))
+        self.refuse("stats", "none.png", names="none.png: ", says="no such file")
+        self.refuse("stats", "a.png", "--mask", "m.png", names="m.png: ", says="one channel")
+        self.refuse("stats", "a.png", "--roi", "1,1,2,2", names="a.png: ", says="does not lie inside")
+
+
+if __name__ == "__main__":
+    ko_files.main()
