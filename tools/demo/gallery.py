@@ -106,10 +106,10 @@ class Gallery:
                 figure(self.directory, mosaic, "Mosaic", width) +
                 figure(self.directory, result, "Result: " + summary.strip(), width) + "</div>")
 
-    def write(self, text, sections):
-        page = self.place(".", "index.html")
+    def write(self, text, sections, file="index.html", title="Demosaicing with koimproc"):
+        page = self.place(".", file)
         page.write_text('<!DOCTYPE html><html lang="en"><head><meta charset="utf-8"><title>koimproc</title>'
-                        f"<style>{STYLE}</style></head><body><h1>Demosaicing with koimproc</h1>"
+                        f"<style>{STYLE}</style></head><body><h1>{title}</h1>"
                         f"{text}{''.join(sections)}</body></html>\n", encoding="utf-8")
         print(f"The pictures are in {page.resolve()}")
 

@@ -9,8 +9,9 @@ namespace {
 
 // In the order of the help.
 const Command* const commands[] = {
-    &infoCommand,     &compareCommand, &unpackCommand, &simulateCommand,
-    &demosaicCommand, &histCommand,    &statsCommand,  &hist2dCommand,
+    &infoCommand,   &compareCommand, &unpackCommand,   &simulateCommand, &demosaicCommand,
+    &borderCommand, &maskCommand,    &histCommand,     &statsCommand,    &hist2dCommand,
+    &medianCommand, &sobelCommand,   &distanceCommand, &snakeCommand,
 };
 
 }  // namespace

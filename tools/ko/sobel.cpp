@@ -1,0 +1,34 @@
+// ko sobel: where brightness changes.
+#include "commands.h"
+#include "failure.h"
+#include "filtering.h"
+
+#include <memory>
+
+namespace ko::tool {
+namespace {
+
+/// The strongest edge becomes white. A picture without edges stays black.
+Image sobel(const Image& picture, Frame& frame)
+{
+    requireMonoUnsigned(picture);
+    Image gradient = cleared(makeFormat(picture->width, picture->height, 1, Int32));
+    Image result(makeFormat(picture->width, picture->height, 1, picture->dataType));
+    timed(frame, [&] {
+        require(Sobel(*picture, *gradient), "Sobel");
+        require(ConvertI32ToU(*gradient, *result, NormalizeJoint, nullptr, nullptr), "ConvertI32ToU");
+    });
+    return result;
+}
+
+}  // namespace
+
+const Command sobelCommand{"Filters", "sobel",
+                           "Gradient magnitude of mono pictures, the strongest edge white",
+                           [](CLI::App& command) -> Command::Action {
+                               auto files = std::make_shared<FileSeries>();
+                               addSeriesOptions(command, *files);
+                               return [files] { return runFilter(*files, sobel); };
+                           }};
+
+}  // namespace ko::tool
