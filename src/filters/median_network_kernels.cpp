@@ -47,14 +47,16 @@ HWY_INLINE void Apply(V* v) noexcept
     Apply<Net>(v, std::make_index_sequence<Net::network.size>());
 }
 
-/// Calls body(x) for vectors that cover 0 ... samples - 1, one vector or more: the last one overlaps the one
-/// before where it has to.
+/// Calls body(x) for vectors that cover first ... end - 1, at least one vector. All but the first and the
+/// last start at `aligned` plus whole vectors; these two overlap their neighbours where they have to.
 template <class Body>
-HWY_INLINE void ForEachVector(std::int64_t samples, std::int64_t lanes, const Body& body) noexcept
+HWY_INLINE void ForEachVector(std::int64_t first, std::int64_t end, std::int64_t aligned, std::int64_t lanes,
+                              const Body& body) noexcept
 {
-    for (std::int64_t x = 0; x < samples - lanes; x += lanes)
+    body(first);
+    for (std::int64_t x = first + lanes - ((first - aligned) & (lanes - 1)); x < end - lanes; x += lanes)
         body(x);
-    body(samples - lanes);
+    body(end - lanes);
 }
 
 /// Sorted values of one piece of a row: for every sample the values of each rank, rank by rank.
@@ -136,7 +138,8 @@ private:
 
     /// Few planes may be long without leaving the first-level cache.
     static constexpr std::int64_t kSamples = (kRadius == 1 ? 2048 : kRadius == 2 ? 1024 : 512) / sizeof(T);
-    static constexpr std::int64_t kPiece = kSamples - 2 * kRadius * medianRowChannels;
+    static constexpr std::int64_t kLine = 64 / sizeof(T);
+    static constexpr std::int64_t kPiece = kSamples - 2 * kRadius * medianRowChannels - kLine;
     template <int kRanks>
     using Sorted = Planes<T, kRanks, kSamples>;
 
@@ -165,6 +168,7 @@ private:
     /// One vector of samples or more.
     void piece(const std::uint8_t* const* rows, std::uint8_t* dst, std::int64_t samples) noexcept
     {
+        m_first = lineOffset(rows[0]);
         sortColumns(rows, samples + 2 * kRadius * m_step, std::make_index_sequence<kWindow>());
         if constexpr (kRadius == 1) {
             selectOfThree(dst, samples);
@@ -180,6 +184,12 @@ private:
                 select<Fours>(m_pairs, m_pairs, 2 * m_step, m_threes, 4 * m_step, dst, samples);
             }
         }
+    }
+
+    /// Samples from the start of a cache line to `row`.
+    static std::int64_t lineOffset(const std::uint8_t* row) noexcept
+    {
+        return static_cast<std::int64_t>(reinterpret_cast<std::uintptr_t>(row) % 64 / sizeof(T));
     }
 
     static HWY_INLINE V loadRow(const std::uint8_t* row, std::int64_t sample) noexcept
@@ -204,9 +214,10 @@ private:
     void sortColumns(const std::uint8_t* const* rows, std::int64_t samples,
                      std::index_sequence<kI...>) noexcept
     {
-        ForEachVector(samples, m_lanes, [&](std::int64_t x) {
+        const std::int64_t first = m_first;
+        ForEachVector(first, first + samples, 0, m_lanes, [&](std::int64_t x) {
             V v[kWindow];
-            ((v[kI] = loadRow(rows[kI], x)), ...);
+            ((v[kI] = loadRow(rows[kI], x - first)), ...);
             Apply<Sorting<kWindow>>(v);
             m_columns.template store<Sorting<kWindow>>(D(), x, v);
         });
@@ -217,7 +228,7 @@ private:
     void merge(Sorted<kA>& a, Sorted<kB>& b, std::int64_t shift, Sorted<kA + kB>& to,
                std::int64_t samples) noexcept
     {
-        ForEachVector(samples, m_lanes, [&](std::int64_t x) {
+        ForEachVector(m_first, m_first + samples, 0, m_lanes, [&](std::int64_t x) {
             V v[kA + kB];
             a.load(D(), x, v);
             b.load(D(), x + shift, v + kA);
@@ -232,13 +243,14 @@ private:
                 std::uint8_t* dst, std::int64_t samples) noexcept
     {
         const V most = hn::Set(D(), m_most);
-        ForEachVector(samples, m_lanes, [&](std::int64_t x) {
+        const std::int64_t first = m_first;
+        ForEachVector(first, first + samples, first - lineOffset(dst), m_lanes, [&](std::int64_t x) {
             V v[kA + kB];
             a.load(D(), x, v);
             b.load(D(), x + shift, v + kA);
             Apply<Net>(v);
             const V median = SelectRank<Net, kMiddle>(D(), v, c, x + rest, std::make_index_sequence<kC>());
-            storeRow(hn::Min(median, most), dst, x);
+            storeRow(hn::Min(median, most), dst, x - first);
         });
     }
 
@@ -246,14 +258,15 @@ private:
     void selectOfThree(std::uint8_t* dst, std::int64_t samples) noexcept
     {
         const V most = hn::Set(D(), m_most);
-        ForEachVector(samples, m_lanes, [&](std::int64_t x) {
+        const std::int64_t first = m_first;
+        ForEachVector(first, first + samples, first - lineOffset(dst), m_lanes, [&](std::int64_t x) {
             V a[3], b[3], c[3];
             m_columns.load(D(), x, a);
             m_columns.load(D(), x + m_step, b);
             m_columns.load(D(), x + 2 * m_step, c);
             const V low = hn::Max(hn::Max(a[0], b[0]), c[0]);
             const V high = hn::Min(hn::Min(a[2], b[2]), c[2]);
-            storeRow(hn::Min(middle(low, middle(a[1], b[1], c[1]), high), most), dst, x);
+            storeRow(hn::Min(middle(low, middle(a[1], b[1], c[1]), high), most), dst, x - first);
         });
     }
 
@@ -265,6 +278,8 @@ private:
     std::int64_t m_lanes;
     std::int64_t m_step;
     T m_most;
+    /// Place in the planes of a piece's first sample: they lie to their cache lines as the rows do to theirs.
+    std::int64_t m_first = 0;
     Sorted<kWindow> m_columns;
     Sorted<2 * kWindow> m_pairs;
     Sorted<3 * kWindow> m_threes;
