@@ -8,6 +8,8 @@
 #include <cstring>
 #include <utility>
 
+#include <hwy/cache_control.h>
+
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "filters/median_network_kernels.cpp"
 #include <hwy/foreach_target.h>
@@ -169,6 +171,7 @@ private:
     void piece(const std::uint8_t* const* rows, std::uint8_t* dst, std::int64_t samples) noexcept
     {
         m_first = lineOffset(rows[0]);
+        prefetch(rows, dst, samples);
         sortColumns(rows, samples + 2 * kRadius * m_step, std::make_index_sequence<kWindow>());
         if constexpr (kRadius == 1) {
             selectOfThree(dst, samples);
@@ -183,6 +186,19 @@ private:
                                                      samples + 4 * m_step);
                 select<Fours>(m_pairs, m_pairs, 2 * m_step, m_threes, 4 * m_step, dst, samples);
             }
+        }
+    }
+
+    /// Has the memory ready that the sorting network would wait for: where the medians go, and what the next
+    /// row of windows adds, one stride below the last.
+    static void prefetch(const std::uint8_t* const* rows, const std::uint8_t* dst,
+                         std::int64_t samples) noexcept
+    {
+        const auto last = reinterpret_cast<std::uintptr_t>(rows[kWindow - 1]);
+        const std::uintptr_t next = last + (last - reinterpret_cast<std::uintptr_t>(rows[kWindow - 2]));
+        for (std::int64_t i = 0; i < samples * static_cast<std::int64_t>(sizeof(T)); i += 64) {
+            hwy::Prefetch(dst + i);
+            hwy::Prefetch(reinterpret_cast<const std::uint8_t*>(next + static_cast<std::uintptr_t>(i)));
         }
     }
 
