@@ -1,9 +1,74 @@
 // Equalisation, matching, contrast stretching, background correction and averaging.
 #pragma once
 
+#include <ko/histogram_containers.h>
 #include <ko/image.h>
 
 namespace ko {
+
+/// Spreads the levels of an image evenly: every sample becomes 2^bitsPerSample - 1 times the part of all
+/// samples of its channel that are at or below it, without its fraction.
+///
+/// The part is summed up in double, level by level. Of interleaved colour all three channels follow the
+/// distribution of the first, which keeps the balance of the colours, and a fourth channel of dst stays;
+/// planes follow their own distributions. Samples are read without sign. Samples above the depth are not
+/// counted and become what the highest level becomes. dst may be the memory of src.
+///
+/// @param src  mono, planar, or interleaved with 3 or 4 channels; one or two bytes per sample; height x
+/// width,
+///             any stride. A mono image may have any packing
+/// @param dst  of src's size, channels, bitsPerSample, bayerGrid, dataType, packing and pixelFormat
+/// @returns the first that applies, in this order
+///   ResultBadArg1          src absent, or dataType none of `Int8`, `UInt8`, `Int16`, `UInt16`
+///   ResultBadArg2          dst absent, of another size or format
+///   ResultBadArg1          bitsPerSample above that of the container
+///   ResultBadArg3          bitsPerSample negative or no channels
+///   ResultUnsupportedType  interleaved with another number of channels, or an unknown packing
+///   ResultFailed           a channel of which no sample is counted, as in images without pixels, or no
+///   memory
+/// On the last failure the planes before the one at fault have been written; on the others dst is untouched.
+/// Samples are counted on the calling thread, then rows run in parallel (dynamic), planes in turn.
+/// O(height * width * channels + 2^bitsPerSample).
+KO_EXPORT ResultCode HistogramEqualize(const SxImageBuf& src, SxImageBuf& dst);
+
+/// Gives an image the distribution of levels of another image, channel by channel.
+///
+/// A sample becomes the first level at which the part of all samples of the reference's channel that are at
+/// or below it is not less than the same part for the sample in src. Where there is none, because the
+/// reference's channel has no counted sample or by rounding, it becomes the greatest value of the container
+/// (255 or 65535), whatever the depth. Samples above the depth are not counted and become what the highest
+/// level becomes, the greatest value where no sample is counted. A fourth channel of interleaved pixels stays
+/// as it is in dst. All three may be the same memory.
+///
+/// @param src        as for `HistogramEqualize`; signed types pass the checks and fail later
+/// @param reference  of src's size, channels, bitsPerSample, bayerGrid, dataType, packing and pixelFormat
+/// @param dst        likewise
+/// @returns the first that applies, in this order
+///   ResultBadArg1  src absent, or dataType none of `Int8`, `UInt8`, `Int16`, `UInt16`
+///   ResultBadArg2  reference absent, of another size or format
+///   ResultBadArg3  dst absent, of another size or format
+///   ResultFailed   bitsPerSample negative or above that of the container, no channels, signed samples,
+///   another
+///                  layout than mono, planar and interleaved with 3 or 4 channels, or no memory
+/// dst is untouched on failure, planes before one for which memory is lacking apart. An image without pixels
+/// is matched. Samples are counted on the calling thread, then rows run in parallel (dynamic), planes in
+/// turn. O(height * width * channels + 2^bitsPerSample).
+KO_EXPORT ResultCode HistogramMatch(const SxImageBuf& src, const SxImageBuf& reference, SxImageBuf& dst);
+
+/// Gives an image the distribution of levels of a histogram, plane by plane. Everything not said here is as
+/// in the form with an image.
+///
+/// @param reference  exactly src's channels as planes and 2^bitsPerSample levels; extra bins are not looked
+/// at
+/// @returns the first that applies, in this order
+///   ResultBadArg1          src absent, or dataType none of `Int8`, `UInt8`, `Int16`, `UInt16`
+///   ResultBadArg2          reference of other planes or levels, or without its bins
+///   ResultBadArg3          dst absent, of another size or format
+///   ResultFailed           bitsPerSample above that of the container or an unknown packing
+///   ResultUnsupportedType  signed samples, or interleaved with other than 1, 3 or 4 channels
+///   ResultFailed           no memory
+KO_EXPORT ResultCode HistogramMatch(const SxImageBuf& src, const CxImageHistogram& reference,
+                                    SxImageBuf& dst);
 
 // The operations of the ThresholdAndStretchHistogram family treat a band of levels low...high of images of
 // one or two bytes per sample. Common to all of them:

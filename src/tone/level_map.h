@@ -58,7 +58,7 @@ public:
     }
 
 private:
-    const LookUpRow<std::uint8_t> m_lookUp = lookUpKernels().of<std::uint8_t>();
+    const LookUpRow<std::uint8_t> m_lookUp = lookUpKernels().of<std::uint8_t>().row;
     std::uint8_t m_table[256];
 };
 

@@ -117,9 +117,26 @@ void LookUp8Row(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples
 
 #endif
 
+template <class T>
+void LookUpColoursRowOf(const std::uint8_t* src, std::uint8_t* dst, std::int64_t width, std::int64_t channels,
+                        const T* const* tables) noexcept
+{
+    const T *const first = tables[0], *const second = tables[1], *const third = tables[2];
+    for (std::int64_t x = 0; x < width; ++x) {
+        const std::int64_t at = x * channels;
+        const T a = loadSample<T>(src, at), b = loadSample<T>(src, at + 1), c = loadSample<T>(src, at + 2);
+        storeSample<T>(dst, at, first[a]);
+        storeSample<T>(dst, at + 1, second[b]);
+        storeSample<T>(dst, at + 2, third[c]);
+    }
+}
+
 const LookUpKernels& Kernels()
 {
-    static constexpr LookUpKernels kernels{&LookUp8Row, &LookUp16Row};
+    static constexpr LookUpKernels kernels{
+        {&LookUp8Row, &LookUpColoursRowOf<std::uint8_t>},
+        {&LookUp16Row, &LookUpColoursRowOf<std::uint16_t>},
+    };
     return kernels;
 }
 

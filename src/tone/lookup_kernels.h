@@ -12,12 +12,20 @@ template <class T>
 using LookUpRow = void (*)(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples,
                            const T* table) noexcept;
 
+template <class T>
+struct LookUpRows {
+    LookUpRow<T> row;
+    /// The first three channels of a row of pixels, each by its table. src and dst may be the same memory.
+    void (*colours)(const std::uint8_t* src, std::uint8_t* dst, std::int64_t width, std::int64_t channels,
+                    const T* const* tables) noexcept;
+};
+
 struct LookUpKernels {
-    LookUpRow<std::uint8_t> u8;
-    LookUpRow<std::uint16_t> u16;
+    LookUpRows<std::uint8_t> u8;
+    LookUpRows<std::uint16_t> u16;
 
     template <class T>
-    constexpr LookUpRow<T> of() const noexcept
+    constexpr const LookUpRows<T>& of() const noexcept
     {
         if constexpr (std::is_same_v<T, std::uint8_t>)
             return u8;

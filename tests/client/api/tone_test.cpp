@@ -12,6 +12,11 @@ TEST(ToneApi, IsExportedWithTheExactSignatures)
     expectExports(
         "libkoimproc.so.1",
         {
+            {"HistogramEqualize", exported<ResultCode(const SxImageBuf&, SxImageBuf&)>(&HistogramEqualize)},
+            {"HistogramMatch",
+             exported<ResultCode(const SxImageBuf&, const SxImageBuf&, SxImageBuf&)>(&HistogramMatch)},
+            {"HistogramMatch",
+             exported<ResultCode(const SxImageBuf&, const CxImageHistogram&, SxImageBuf&)>(&HistogramMatch)},
             {"ThresholdAndStretchHistogram",
              exported<ResultCode(SxImageBuf&, int, int, int)>(&ThresholdAndStretchHistogram)},
             {"ThresholdAndStretchHistogram",
