@@ -4,6 +4,8 @@
 #include <ko/histogram_containers.h>
 #include <ko/image.h>
 
+#include <QVector>
+
 namespace ko {
 
 /// Spreads the levels of an image evenly: every sample becomes 2^bitsPerSample - 1 times the part of all
@@ -249,5 +251,86 @@ KO_EXPORT ResultCode ThresholdAndStretchHistogramGreenRawPlanar(const SxImageBuf
 KO_EXPORT ResultCode ThresholdAndStretchHistogramGreenRawPlanarMasked(const SxImageBuf& src, SxImageBuf& dst,
                                                                       int dstChannel, const SxImageBuf& mask,
                                                                       int low, int high);
+
+/// Averages the same region of a list of frames.
+///
+/// Every sample becomes the sum of the frames' samples divided by their number, truncated. The sums are 32
+/// bits wide and **wrap without notice**: 16-bit frames are safe up to 65537 of them, 32-bit frames never
+/// are.
+///
+/// @param frames  one or more, `UInt8`, `UInt16` or `UInt32`, each of dst's channels, bitsPerSample,
+/// bayerGrid,
+///                dataType, packing and pixelFormat; sizes and strides may differ
+/// @param roi     inside every frame; may be empty
+/// @param dst     at least as large as roi, which is written to its top left corner. With a region that
+/// begins
+///                at (0, 0) dst may be one of the frames
+/// @returns the first that applies, in this order
+///   ResultBadArg1          frames empty
+///   ResultBadArg2          dst absent or smaller than roi
+///   ResultFailed           roi of negative size, dst without channels, or no memory
+///   ResultBadArg1          a frame absent or of another format, or roi not inside it
+///   ResultUnsupportedType  another sample type (of the first frame; a bad frame behind it is not looked at)
+/// On failure dst is untouched. Rows run in parallel (dynamic), planes in turn.
+/// O(roi height * roi width * channels * frames), with memory for one address per frame.
+KO_EXPORT ResultCode AverageImage(QVector<SxImageBuf> frames, const QRect& roi, SxImageBuf& dst);
+
+/// Averages whole frames: `AverageImage` over the size of the first one.
+///
+/// @returns ResultBadArg1 for an empty list, ResultFailed for whatever else the other form refuses
+KO_EXPORT ResultCode AverageImage(QVector<SxImageBuf> frames, SxImageBuf& dst);
+
+/// Divides an image by a background image and scales the quotient.
+///
+/// A sample x over the background sample b becomes trunc(min(top, (x / b) * ratio * gains[channel])),
+/// computed from left to right in double, and 0 where b is 0. top is 2^bitsPerSample - 1; ratio is
+/// targetLevel / referenceLevel where both are above 0, otherwise 1. What does not fit the sample (negative
+/// gains, depths beyond the container) keeps its low bits; a product that is NaN counts as top. A fourth
+/// channel of dst is not written. dst may be the memory of src or of the background.
+///
+/// @param src             `UInt8` or `UInt16`, interleaved, one, three or four channels; any stride
+/// @param background      of src's size, channels, bitsPerSample, bayerGrid, dataType, packing and
+/// pixelFormat
+/// @param dst             like background
+/// @param referenceLevel  0 or more
+/// @param targetLevel     0 or more
+/// @param gains  null (every gain is top, cut to the container), or one gain per corrected channel (at most
+///               three). **The call takes the array over and releases it with `delete[]`**: pass what
+///               `new double[]` returned and do not touch it afterwards. It is released whenever the checks
+///               below pass, whatever happens then; when one fails, the array stays the caller's
+/// @returns the first that applies, in this order
+///   ResultBadArg1  src absent, of another type, channel count or packing
+///   ResultBadArg2  background absent or of another size or format
+///   ResultBadArg3  dst absent or of another size or format
+///   ResultBadArg4  referenceLevel negative
+///   ResultBadArg5  targetLevel negative
+///   ResultFailed   no memory
+/// On failure dst is untouched. Rows run in parallel (dynamic). O(height * width * channels).
+KO_EXPORT ResultCode CorrectBackground(const SxImageBuf& src, const SxImageBuf& background, SxImageBuf& dst,
+                                       double referenceLevel, double targetLevel, double* gains);
+
+/// Divides an image by a background image and multiplies by a factor per channel, in place.
+///
+/// A sample x over the background sample b becomes trunc(min(limit, (x / b) * factors[channel])), computed in
+/// double, and stays as it is where b is 0. limit is 255 for `UInt8`. For `UInt16` it is 2^bitsPerSample of
+/// the image, **not one less, and cut to 16 bits**: 12-bit images are limited to 4096, and full 16-bit images
+/// become 0 wherever the background is not 0. What does not fit the sample keeps its low bits; a product that
+/// is NaN counts as limit.
+///
+/// @param background    `UInt8` or `UInt16`, any packing; mono for a mono image, otherwise of three or four
+///                      channels
+/// @param image         of the background's size, packing and dataType; mono, or of three or four channels
+/// @param channelCount  the first channels are corrected, the others stay; 0 and negative correct nothing
+/// @param factors       one per corrected channel; remains the caller's
+/// @returns the first that applies, in this order
+///   ResultBadArg1          background absent
+///   ResultBadArg2          image absent, of another size, packing or dataType, or its channels do not go
+///   with
+///                          the background's
+///   ResultBadArg3          channelCount above that of either image, or factors null
+///   ResultUnsupportedType  dataType is neither `UInt8` nor `UInt16`
+/// On failure image is untouched. Runs on the calling thread. O(height * width * channels).
+KO_EXPORT ResultCode BackgroundCorrection(const SxImageBuf& background, SxImageBuf& image, int channelCount,
+                                          const double* factors);
 
 }  // namespace ko

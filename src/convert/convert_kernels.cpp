@@ -12,7 +12,7 @@
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
-#include "frame/vectors-inl.h"
+#include "frame/low_bits-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace ko {
@@ -105,38 +105,12 @@ VecOf<D> MappedVec(D d, const std::uint8_t* at, const float* low, const float* s
     return hn::PromoteTo(d, hn::Mul(hn::Sub(LoadAt(ds, at), hn::LoadU(ds, low)), hn::LoadU(ds, scale)));
 }
 
-/// The low bits of the truncated values, which lie within 31 bits for the narrow destinations and within 51
-/// for the wide one, in whose mantissa adding 1.5 * 2^52 puts the integer.
-template <class Dst, class D>
-void StoreLowBits(D d, VecOf<D> v, std::uint8_t* at)
-{
-    const hn::Rebind<Dst, D> to;
-    if constexpr (sizeof(Dst) == 4) {
-        const auto shifted = hn::Add(hn::Trunc(v), hn::Set(d, 6755399441055744.0));
-        StoreAt(to, hn::TruncateTo(to, hn::BitCast(hn::RebindToUnsigned<D>(), shifted)), at);
-    } else {
-        const hn::Rebind<std::int32_t, D> d32;
-        const hn::RebindToUnsigned<decltype(d32)> du32;
-        StoreAt(to, hn::TruncateTo(to, hn::BitCast(du32, hn::DemoteTo(d32, v))), at);
-    }
-}
-
 /// Cuts to 0...top; the comparison is what makes NaN 0.
 template <class D>
 VecOf<D> Clamped(D d, VecOf<D> v, SampleIn<D> top)
 {
     const auto zero = hn::Zero(d);
     return hn::Min(hn::IfThenElse(hn::Gt(v, zero), v, zero), hn::Set(d, top));
-}
-
-/// What 64 bits cannot hold becomes 0, like the low bits of -2^63. False where a lane is beyond `limit`.
-template <class D>
-bool MakeStorable(D d, VecOf<D>& v, SampleIn<D> limit)
-{
-    const auto zero = hn::Zero(d);
-    const auto bound = hn::Set(d, SampleIn<D>(9223372036854775808.0));
-    v = hn::IfThenElse(hn::Lt(hn::Abs(v), bound), v, zero);
-    return hn::AllTrue(d, hn::Lt(hn::Abs(v), hn::Set(d, limit)));
 }
 
 template <class Dst, class D>
@@ -149,8 +123,7 @@ bool StoreFitted(D d, VecOf<D> v, std::uint8_t* at, Clamp clamp)
 template <class Dst, class D>
 bool StoreFitted(D d, VecOf<D> v, std::uint8_t* at, Wrap)
 {
-    constexpr double limit = sizeof(Dst) == 4 ? 2251799813685248.0 : 2147483648.0;
-    if (!MakeStorable(d, v, limit))
+    if (!MakeStorable(d, v, storableLimit<Dst>))
         return false;
     StoreLowBits<Dst>(d, v, at);
     return true;

@@ -46,6 +46,14 @@ TEST(ToneApi, IsExportedWithTheExactSignatures)
             {"ThresholdAndStretchHistogramGreenRawPlanarMasked",
              exported<ResultCode(const SxImageBuf&, SxImageBuf&, int, const SxImageBuf&, int, int)>(
                  &ThresholdAndStretchHistogramGreenRawPlanarMasked)},
+            {"AverageImage", exported<ResultCode(QVector<SxImageBuf>, SxImageBuf&)>(&AverageImage)},
+            {"AverageImage",
+             exported<ResultCode(QVector<SxImageBuf>, const QRect&, SxImageBuf&)>(&AverageImage)},
+            {"CorrectBackground",
+             exported<ResultCode(const SxImageBuf&, const SxImageBuf&, SxImageBuf&, double, double, double*)>(
+                 &CorrectBackground)},
+            {"BackgroundCorrection",
+             exported<ResultCode(const SxImageBuf&, SxImageBuf&, int, const double*)>(&BackgroundCorrection)},
         });
 }
 

@@ -1,0 +1,81 @@
+#include "support/bench_image.h"
+#include "support/rows.h"
+
+#include <ko/tone.h>
+
+#include <opencv2/core.hpp>
+#include <opencv2/imgproc.hpp>
+
+#include <algorithm>
+#include <vector>
+
+namespace ko::bench {
+namespace {
+
+constexpr int frameCount = 16;
+
+template <ExImageDataType Type, int Bits>
+Work averageImage(int size)
+{
+    const Format format{.size = size, .type = Type, .bits = Bits};
+    std::vector<BenchImage> frames;
+    for (int i = 0; i < frameCount; ++i)
+        frames.emplace_back(format, Scene::Camera);
+    const QVector<SxImageBuf> list(frames.begin(), frames.end());
+    const BenchImage dst(format);
+    cv::Mat sum(size, size, CV_32F), mean = dst.mat();
+    return {
+        .ours = [=] { return AverageImage(list, dst); },
+        .peer = {"accumulate x 16",
+                 [=]() mutable {
+                     sum.setTo(0);
+                     for (const BenchImage& frame : frames)
+                         cv::accumulate(frame.mat(), sum);
+                     sum.convertTo(mean, mean.type(), 1.0 / frameCount);
+                 }},
+        .limit = {.read = frames.front().pixelBytes() * frameCount, .written = dst.pixelBytes()},
+    };
+}
+
+template <ExImageDataType Type, int Bits>
+constexpr double top = (1 << Bits) - 1;
+
+template <ExImageDataType Type, int Bits>
+Work correctBackground(int size)
+{
+    const Format format{.size = size, .type = Type, .bits = Bits};
+    const BenchImage src(format, Scene::Camera), background(format, Scene::Random), dst(format);
+    return {
+        .ours = [=] { return CorrectBackground(src, background, dst, 0, 0, nullptr); },
+        .peer = {"divide", [=, a = src.mat(), b = background.mat(),
+                            out = dst.mat()]() mutable { cv::divide(a, b, out, top<Type, Bits>); }},
+        .limit = {.read = src.pixelBytes() + background.pixelBytes(), .written = dst.pixelBytes()},
+    };
+}
+
+template <ExImageDataType Type, int Bits>
+Work backgroundCorrection(int size)
+{
+    const Format format{.size = size, .type = Type, .bits = Bits};
+    const BenchImage background(format, Scene::Camera);
+    const BenchImage image(format, Scene::Camera), theirs(format, Scene::Camera);
+    const double factor = top<Type, Bits> / 2;
+    return {
+        .ours = [=] { return BackgroundCorrection(background, image, 1, &factor); },
+        .peer = {"divide", [=, b = background.mat(),
+                            out = theirs.mat()]() mutable { cv::divide(out, b, out, factor); }},
+        .limit = {.read = background.pixelBytes(), .rewritten = image.pixelBytes()},
+    };
+}
+
+const Rows rows{
+    {"AverageImage", "16 frames U8", &averageImage<UInt8, 8>},
+    {"AverageImage", "16 frames 12-bit", &averageImage<UInt16, 12>},
+    {"CorrectBackground", "U8", &correctBackground<UInt8, 8>},
+    {"CorrectBackground", "12-bit", &correctBackground<UInt16, 12>},
+    {"BackgroundCorrection", "U8", &backgroundCorrection<UInt8, 8>},
+    {"BackgroundCorrection", "12-bit", &backgroundCorrection<UInt16, 12>},
+};
+
+}  // namespace
+}  // namespace ko::bench

@@ -1,0 +1,354 @@
+#include "oracle/background.h"
+#include "support/check_table.h"
+#include "support/targets.h"
+#include "support/test_image.h"
+
+#include <ko/tone.h>
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <limits>
+#include <memory>
+#include <random>
+
+namespace ko::test {
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+using Words = std::vector<std::uint16_t>;
+constexpr double infinity = std::numeric_limits<double>::infinity();
+constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+
+/// Gains that the call is to take over.
+double* gainsOf(const std::vector<double>& values)
+{
+    auto* const gains = new double[values.size()];
+    std::copy(values.begin(), values.end(), gains);
+    return gains;
+}
+
+struct CorrectArgs {
+    TestImage src{Layout{.channels = 3}};
+    TestImage background{Layout{.channels = 3}};
+    TestImage dst{Layout{.channels = 3}};
+    double reference = 1;
+    double target = 1;
+    std::unique_ptr<double[]> gains{gainsOf({1, 1, 1})};
+    Bytes before;
+
+    CorrectArgs()
+    {
+        src.fillBytes(9);
+        background.fillBytes(3);
+        dst.fillBytes(200);
+        before = dst.bytes();
+    }
+    /// Where a check fails the gains stay ours, and a second owner would free them twice.
+    ResultCode call()
+    {
+        const ResultCode rc = CorrectBackground(src, background, dst, reference, target, gains.get());
+        if (!isFailure(rc))
+            (void)gains.release();
+        return rc;
+    }
+    bool outputsUntouched() const { return dst.bytes() == before; }
+};
+
+TEST(CorrectBackgroundChecks, RunInOrderLeaveTheDestinationAloneAndTheGainsToTheCaller)
+{
+    runCheckTable<CorrectArgs>({
+        {"src absent", [](auto& a) { a.src->data = nullptr; }, ResultBadArg1},
+        {"src signed", [](auto& a) { a.src->dataType = Int8; }, ResultBadArg1},
+        {"src of type 0", [](auto& a) { a.src->dataType = typeCode(0); }, ResultBadArg1},
+        {"src of two channels", [](auto& a) { a.src->channels = 2; }, ResultBadArg1},
+        {"src of five channels", [](auto& a) { a.src->channels = 5; }, ResultBadArg1},
+        {"src planar", [](auto& a) { a.src->packing = Planar; }, ResultBadArg1},
+        {"background absent", [](auto& a) { a.background->data = nullptr; }, ResultBadArg2},
+        {"background narrower", [](auto& a) { a.background->width = 3; }, ResultBadArg2},
+        {"background lower", [](auto& a) { a.background->height = 2; }, ResultBadArg2},
+        {"background of other channels", [](auto& a) { a.background->channels = 4; }, ResultBadArg2},
+        {"background of other depth", [](auto& a) { a.background->bitsPerSample = 7; }, ResultBadArg2},
+        {"background with a mosaic", [](auto& a) { a.background->bayerGrid = BayerRGGB; }, ResultBadArg2},
+        {"background of another type", [](auto& a) { a.background->dataType = Int8; }, ResultBadArg2},
+        {"background planar", [](auto& a) { a.background->packing = Planar; }, ResultBadArg2},
+        {"background of another format", [](auto& a) { a.background->pixelFormat = 2; }, ResultBadArg2},
+        {"dst absent", [](auto& a) { a.dst->data = nullptr; }, ResultBadArg3},
+        {"dst lower", [](auto& a) { a.dst->height = 2; }, ResultBadArg3},
+        {"dst of other depth", [](auto& a) { a.dst->bitsPerSample = 7; }, ResultBadArg3},
+        {"dst of another type", [](auto& a) { a.dst->dataType = UInt16; }, ResultBadArg3},
+        {"reference level negative", [](auto& a) { a.reference = -1e-300; }, ResultBadArg4},
+        {"target level negative", [](auto& a) { a.target = -infinity; }, ResultBadArg5},
+        {"rows of src beyond their stride", [](auto& a) { a.src->stride = 11; }, ResultBadArg1},
+        {"rows of the background beyond their stride", [](auto& a) { a.background->stride = 11; },
+         ResultBadArg2},
+        {"rows of dst beyond their stride", [](auto& a) { a.dst->stride = 11; }, ResultBadArg3},
+    });
+}
+
+struct InPlaceArgs {
+    TestImage background{Layout{.channels = 3}};
+    TestImage image{Layout{.channels = 4}};
+    int count = 3;
+    std::vector<double> factors{1, 1, 1};
+    const double* given = factors.data();
+    Bytes before;
+
+    InPlaceArgs()
+    {
+        background.fillBytes(3);
+        image.fillBytes(200);
+        before = image.bytes();
+    }
+    ResultCode call() { return BackgroundCorrection(background, image, count, given); }
+    bool outputsUntouched() const { return image.bytes() == before; }
+};
+
+TEST(BackgroundCorrectionChecks, RunInOrderAndLeaveTheImageAlone)
+{
+    runCheckTable<InPlaceArgs>({
+        {"background absent", [](auto& a) { a.background->data = nullptr; }, ResultBadArg1},
+        {"image absent", [](auto& a) { a.image->data = nullptr; }, ResultBadArg2},
+        {"image narrower", [](auto& a) { a.image->width = 3; }, ResultBadArg2},
+        {"image lower", [](auto& a) { a.image->height = 2; }, ResultBadArg2},
+        {"image planar", [](auto& a) { a.image->packing = Planar; }, ResultBadArg2},
+        {"image of another type", [](auto& a) { a.image->dataType = UInt16; }, ResultBadArg2},
+        {"image mono", [](auto& a) { a.image->channels = 1; }, ResultBadArg2},
+        {"background of two channels", [](auto& a) { a.background->channels = 2; }, ResultBadArg2},
+        {"background mono", [](auto& a) { a.background->channels = 1; }, ResultBadArg2},
+        {"image of five channels", [](auto& a) { a.image->channels = 5; }, ResultBadArg2},
+        {"count above the background's", [](auto& a) { a.count = 4; }, ResultBadArg3},
+        {"factors null", [](auto& a) { a.given = nullptr; }, ResultBadArg3},
+        {"both signed", [](auto& a) { a.image->dataType = a.background->dataType = Int8; },
+         ResultUnsupportedType},
+        {"both of type 12", [](auto& a) { a.image->dataType = a.background->dataType = typeCode(12); },
+         ResultUnsupportedType},
+        {"rows of the background beyond their stride", [](auto& a) { a.background->stride = 11; },
+         ResultBadArg1},
+        {"rows of the image beyond their stride", [](auto& a) { a.image->stride = 15; }, ResultBadArg2},
+    });
+}
+
+/// One row over another.
+template <class T>
+std::vector<T> corrected(ExImageDataType type, int bits, std::initializer_list<T> samples,
+                         std::initializer_list<T> below, double reference, double target, double* gains)
+{
+    const Layout layout{.width = static_cast<int>(samples.size()), .height = 1, .type = type, .bits = bits};
+    TestImage src(layout), background(layout), dst(layout);
+    src.setAll<T>(samples);
+    background.setAll<T>(below);
+    EXPECT_EQ(CorrectBackground(src, background, dst, reference, target, gains), ResultOk);
+    return dst.all<T>();
+}
+
+TEST(CorrectBackgroundValues, ScaleToTheTopWithoutGains)
+{
+    EXPECT_EQ(corrected<std::uint8_t>(UInt8, 0, {7, 7, 7, 0}, {7, 0, 14, 9}, 0, 0, nullptr),
+              (Bytes{255, 0, 127, 0}));
+    EXPECT_EQ(corrected<std::uint16_t>(UInt16, 12, {7, 8, 7}, {7, 7, 14}, 0, 0, nullptr),
+              (Words{4095, 4095, 2047}));
+    EXPECT_EQ(corrected<std::uint16_t>(UInt16, 16, {7, 7}, {7, 14}, 0, 5, nullptr), (Words{65535, 32767}))
+        << "one level of 0 gives no ratio";
+}
+
+TEST(CorrectBackgroundValues, FollowTheRatioOfTheLevelsAndTheGain)
+{
+    EXPECT_EQ(corrected<std::uint8_t>(UInt8, 0, {7}, {7}, 100, 50, nullptr), Bytes{127});
+    EXPECT_EQ(corrected<std::uint8_t>(UInt8, 0, {7}, {7}, 100, 50, gainsOf({10})), Bytes{5});
+    EXPECT_EQ(corrected<std::uint8_t>(UInt8, 0, {7}, {7}, 0, 50, gainsOf({10})), Bytes{10});
+    EXPECT_EQ(corrected<std::uint8_t>(UInt8, 0, {7}, {7}, nan, 50, gainsOf({10})), Bytes{10});
+}
+
+TEST(CorrectBackgroundValues, MultiplyFromLeftToRight)
+{
+    const double third = 1.0 / 49, gain = 49;
+    ASSERT_LT(third * gain, 1);
+    EXPECT_EQ(corrected<std::uint8_t>(UInt8, 0, {1}, {49}, 1, 1, gainsOf({gain})), Bytes{0});
+    EXPECT_EQ(corrected<std::uint8_t>(UInt8, 0, {49}, {1}, 49, 1, gainsOf({1})),
+              Bytes{static_cast<std::uint8_t>(49 * third)});
+}
+
+TEST(CorrectBackgroundValues, KeepLowBitsOfWhatDoesNotFitAndTakeNanForTheTop)
+{
+    EXPECT_EQ(corrected<std::uint8_t>(UInt8, 0, {6, 200, 0}, {2, 1, 5}, 0, 0, gainsOf({-1})),
+              (Bytes{253, 56, 0}));
+    EXPECT_EQ(corrected<std::uint8_t>(UInt8, 12, {2, 8}, {1, 2}, 0, 0, gainsOf({129})), (Bytes{2, 4}));
+    EXPECT_EQ(corrected<std::uint8_t>(UInt8, 0, {6, 0, 6}, {2, 2, 0}, 0, 0, gainsOf({infinity})),
+              (Bytes{255, 255, 0}));
+    EXPECT_EQ(corrected<std::uint8_t>(UInt8, 0, {6, 0}, {2, 2}, 0, 0, gainsOf({-infinity})), (Bytes{0, 255}));
+}
+
+TEST(CorrectBackgroundValues, LeaveAFourthChannelAsItWas)
+{
+    const Layout layout{.width = 2, .height = 1, .channels = 4};
+    TestImage src(layout), background(layout), dst(layout);
+    src.fillBytes(8);
+    background.fillBytes(4);
+    dst.fillBytes(77);
+    ASSERT_EQ(CorrectBackground(src, background, dst, 0, 0, gainsOf({1, 2, 3})), ResultOk);
+    EXPECT_EQ(dst.all<std::uint8_t>(), (Bytes{2, 4, 6, 77, 2, 4, 6, 77}));
+}
+
+TEST(CorrectBackgroundValues, TakeTheGainsOverForAnImageWithoutPixelsToo)
+{
+    const Layout layout{.width = 0, .height = 3};
+    TestImage src(layout), background(layout), dst(layout);
+    EXPECT_EQ(CorrectBackground(src, background, dst, 0, 0, gainsOf({1})), ResultOk)
+        << "the leak checker of the sanitizer looks after this";
+}
+
+template <class T>
+std::vector<T> correctedInPlace(ExImageDataType type, int bits, std::initializer_list<T> samples,
+                                std::initializer_list<T> below, double factor)
+{
+    const Layout layout{.width = static_cast<int>(samples.size()), .height = 1, .type = type, .bits = bits};
+    TestImage image(layout), background(layout);
+    image.setAll<T>(samples);
+    background.setAll<T>(below);
+    EXPECT_EQ(BackgroundCorrection(background, image, 1, &factor), ResultOk);
+    return image.all<T>();
+}
+
+TEST(BackgroundCorrectionValues, KeepSamplesOverABackgroundOf0AndLimitTheOthers)
+{
+    EXPECT_EQ(correctedInPlace<std::uint8_t>(UInt8, 0, {7, 7, 7, 0}, {7, 0, 1, 9}, 50),
+              (Bytes{50, 7, 255, 0}));
+    EXPECT_EQ(correctedInPlace<std::uint8_t>(UInt8, 4, {7}, {1}, 50), Bytes{255}) << "whatever the depth";
+    EXPECT_EQ(correctedInPlace<std::uint16_t>(UInt16, 12, {7, 7, 7}, {7, 0, 1}, 4000),
+              (Words{4000, 7, 4096}));
+    EXPECT_EQ(correctedInPlace<std::uint16_t>(UInt16, 16, {7, 7, 60000}, {7, 0, 1}, 40), (Words{0, 7, 0}));
+    EXPECT_EQ(correctedInPlace<std::uint16_t>(UInt16, 16, {9}, {3}, -2), Words{65530});
+}
+
+TEST(BackgroundCorrectionValues, LeaveTheChannelsFromTheCountOnAlone)
+{
+    const double factors[] = {1, 2, 3, 4};
+    for (const ExPixelPacking packing : {Interleaved, Planar}) {
+        TestImage background(Layout{.width = 2, .height = 1, .channels = 3, .packing = packing});
+        TestImage image(Layout{.width = 2, .height = 1, .channels = 4, .packing = packing});
+        background.fillBytes(4);
+        image.fillBytes(8);
+        for (const int count : {0, -1, std::numeric_limits<int>::min()}) {
+            ASSERT_EQ(BackgroundCorrection(background, image, count, factors), ResultOk);
+            EXPECT_EQ(image.all<std::uint8_t>(), Bytes(8, 8));
+        }
+        ASSERT_EQ(BackgroundCorrection(background, image, 2, factors), ResultOk);
+        EXPECT_EQ(image.all<std::uint8_t>(), (Bytes{2, 4, 8, 8, 2, 4, 8, 8}));
+        EXPECT_TRUE(image.guardsIntact());
+    }
+}
+
+/// Every number of the type over every background in reach, by which quotients of every kind occur.
+void fillPairs(TestImage& samples, TestImage& below, std::uint32_t seed)
+{
+    std::mt19937 random(seed);
+    samples.fillRandom(seed);
+    below.fillRandom(seed + 1);
+    samples.forEachSample([&](int x, int y, int c) {
+        if (random() % 4 == 0)
+            std::memcpy(below.sample(x, y, c), samples.sample(x, y, c),
+                        static_cast<std::size_t>(bytesPerSample(samples.buf().dataType)));
+        else if (random() % 4 == 0)
+            std::memset(below.sample(x, y, c), 0,
+                        static_cast<std::size_t>(bytesPerSample(samples.buf().dataType)));
+    });
+}
+
+template <class T>
+void compareCorrect(const Layout& layout, const std::vector<double>& gains, double reference, double target)
+{
+    TestImage src(layout), background(layout), dst(layout), expected(layout);
+    fillPairs(src, background, static_cast<std::uint32_t>(layout.width + 100 * layout.channels));
+    dst.fillBytes(99);
+    expected.fillBytes(99);
+    ASSERT_EQ(CorrectBackground(src, background, dst, reference, target, gainsOf(gains)), ResultOk);
+    oracle::correctBackground<T>(src, background, expected, target / reference, gains);
+    ASSERT_EQ(dst.bytes(), expected.bytes())
+        << layout.width << " x " << layout.channels << " type " << layout.type;
+}
+
+template <class T>
+void compareInPlace(const Layout& layout, int count, const std::vector<double>& factors)
+{
+    TestImage image(layout), expected(layout), background(layout);
+    fillPairs(image, background, static_cast<std::uint32_t>(layout.width));
+    fillPairs(expected, background, static_cast<std::uint32_t>(layout.width));
+    ASSERT_EQ(BackgroundCorrection(background, image, count, factors.data()), ResultOk);
+    oracle::backgroundCorrection<T>(background, expected, count, factors);
+    ASSERT_EQ(image.bytes(), expected.bytes())
+        << layout.width << " x " << layout.channels << " count " << count;
+}
+
+template <class T>
+void compareAll(ExImageDataType type)
+{
+    const std::vector<double> gains[] = {
+        {100, 200, 150.5, 9}, {1, 2, 3, 4}, {-7, 4000, 0, 1e20}, {1e-3, 1, 7e4, 1}};
+    for (int width = 0; width <= 70; ++width) {
+        const Layout layout{.width = width, .height = 2, .type = type, .padding = width % 5};
+        compareCorrect<T>(layout, gains[width % 4], 3, 2);
+        compareInPlace<T>(layout, 1, gains[width % 4]);
+    }
+    for (const int channels : {3, 4}) {
+        for (int bits = 4; bits <= 16; ++bits) {
+            Layout layout{.width = 41, .height = 2, .channels = channels, .type = type, .bits = bits};
+            compareCorrect<T>(layout, gains[bits % 4], 1, 1);
+            for (int count = 0; count <= channels; ++count)
+                compareInPlace<T>(layout, count, gains[bits % 4]);
+            layout.packing = Planar;
+            compareInPlace<T>(layout, channels, gains[bits % 4]);
+        }
+    }
+}
+
+TEST(CorrectBackgroundTargets, AndThoseOfBackgroundCorrectionEqualTheTwins)
+{
+    forEachTarget([] {
+        compareAll<std::uint8_t>(UInt8);
+        compareAll<std::uint16_t>(UInt16);
+    });
+}
+
+TEST(CorrectBackgroundTargets, DivideEveryPairOfBytesExactly)
+{
+    const Layout layout{.width = 256, .height = 256};
+    TestImage src(layout), background(layout);
+    src.forEachSample([&](int x, int y, int) {
+        src.set<std::uint8_t>(x, y, static_cast<std::uint8_t>(x));
+        background.set<std::uint8_t>(x, y, static_cast<std::uint8_t>(y));
+    });
+    forEachTarget([&] {
+        for (const double gain : {255.0, 1.0, 2.0, 3.0, 7.0, 49.0, 100.0, 128.0, 254.99}) {
+            TestImage dst(layout), expected(layout);
+            ASSERT_EQ(CorrectBackground(src, background, dst, 0, 0, gainsOf({gain})), ResultOk);
+            oracle::correctBackground<std::uint8_t>(src, background, expected, 1.0, {gain});
+            ASSERT_EQ(dst.bytes(), expected.bytes()) << gain;
+        }
+    });
+}
+
+TEST(CorrectBackgroundTargets, DivideWordsExactly)
+{
+    forEachTarget([&] {
+        for (const double gain : {65535.0, 3.0, 49.0, 1021.0, 32768.0}) {
+            const Layout layout{.width = 512, .height = 128, .type = UInt16};
+            TestImage src(layout), background(layout), dst(layout), expected(layout);
+            fillPairs(src, background, static_cast<std::uint32_t>(gain));
+            ASSERT_EQ(CorrectBackground(src, background, dst, 0, 0, gainsOf({gain})), ResultOk);
+            oracle::correctBackground<std::uint16_t>(src, background, expected, 1.0, {gain});
+            EXPECT_EQ(dst.all<std::uint16_t>(), expected.all<std::uint16_t>()) << gain;
+        }
+    });
+}
+
+TEST(CorrectBackgroundThreads, GiveTheSameBytesForAnyNumber)
+{
+    forEachThreadCount([] {
+        compareCorrect<std::uint16_t>({.width = 33, .height = 60, .channels = 3, .type = UInt16, .bits = 12},
+                                      {4095, 2000, 3000}, 100, 90);
+    });
+}
+
+}  // namespace
+}  // namespace ko::test
