@@ -1,0 +1,40 @@
+// What travels with a frame besides its pixels.
+#pragma once
+
+#include <ko/export.h>
+
+#include <QMap>
+#include <QString>
+#include <QStringList>
+#include <QVariant>
+
+namespace ko {
+
+/// Named values, ordered by name. Copies share their memory until one of them is changed.
+class KO_EXPORT CxMetadata {
+public:
+    bool isEmpty() const { return m_values.isEmpty(); }
+    int count() const { return m_values.size(); }
+    bool contains(const QString& name) const { return m_values.contains(name); }
+
+    /// All names in ascending order.
+    QStringList names() const { return m_values.keys(); }
+
+    /// The value of a name, or `fallback` where there is none.
+    QVariant value(const QString& name, const QVariant& fallback = {}) const;
+
+    /// Adds a value or replaces the one of that name. An invalid QVariant is a value too.
+    void set(const QString& name, const QVariant& value);
+
+    /// False where there was no such name.
+    bool remove(const QString& name);
+
+    /// Equal names with equal values.
+    bool operator==(const CxMetadata& other) const { return m_values == other.m_values; }
+    bool operator!=(const CxMetadata& other) const { return !(*this == other); }
+
+private:
+    QMap<QString, QVariant> m_values;
+};
+
+}  // namespace ko
