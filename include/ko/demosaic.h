@@ -1,6 +1,7 @@
 // From a raw Bayer mosaic to a colour picture.
 #pragma once
 
+#include <ko/demosaic/convertor.h>
 #include <ko/image.h>
 
 namespace ko {
