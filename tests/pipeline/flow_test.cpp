@@ -268,8 +268,8 @@ TEST(Flow, RefusesDataThatASinkCannotUse)
 
 /// a -> b -> c and a -> c; the order of what happens to them.
 struct Triangle {
+    std::vector<std::string> calls;  // outlives the workers that write to it
     Stage a, b, c;
-    std::vector<std::string> calls;
 
     Triangle()
     {
