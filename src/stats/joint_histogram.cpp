@@ -102,7 +102,7 @@ ResultCode countChannels(const SxImageBuf& src1, int ch1, const SxImageBuf& src2
 }
 
 ResultCode countLine(const SxImageBuf& src1, int ch1, const SxImageBuf& src2, int ch2, bool lineExists,
-                     const QRect& line, CxImageHistogramSparse2D& hist) noexcept
+                     const Selection& line, CxImageHistogramSparse2D& hist) noexcept
 {
     return guarded([&] {
         if (const ResultCode rc = firstFailure({
@@ -115,7 +115,7 @@ ResultCode countLine(const SxImageBuf& src1, int ch1, const SxImageBuf& src2, in
                 {ResultUnsupportedType, hasKnownPacking(src1)},
             }))
             return rc;
-        return countChannels(src1, ch1, src2, ch2, Selection(line), hist);
+        return countChannels(src1, ch1, src2, ch2, line, hist);
     });
 }
 
@@ -191,13 +191,13 @@ ResultCode Histogram2D(const SxImageBuf& src1, int ch1, const SxImageBuf& src2, 
 ResultCode RowHistogram2D(const SxImageBuf& src1, int ch1, const SxImageBuf& src2, int ch2, int row,
                           CxImageHistogramSparse2D& h)
 {
-    return countLine(src1, ch1, src2, ch2, hasRow(src1, row), QRect(0, row, src1.width, 1), h);
+    return countLine(src1, ch1, src2, ch2, hasRow(src1, row), Selection::ofRow(src1, row), h);
 }
 
 ResultCode ColHistogram2D(const SxImageBuf& src1, int ch1, const SxImageBuf& src2, int ch2, int col,
                           CxImageHistogramSparse2D& h)
 {
-    return countLine(src1, ch1, src2, ch2, hasColumn(src1, col), QRect(col, 0, 1, src1.height), h);
+    return countLine(src1, ch1, src2, ch2, hasColumn(src1, col), Selection::ofColumn(src1, col), h);
 }
 
 ResultCode HistogramMasked2D(const SxImageBuf& src1, const SxImageBuf& src2, const SxImageBuf& mask,

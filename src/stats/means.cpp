@@ -28,8 +28,8 @@ struct Region {
         : src(image),
           left(roi.left()),
           top(roi.top()),
-          width(std::int64_t{roi.right()} + 1 - left),
-          height(std::int64_t{roi.bottom()} + 1 - top),
+          width(widthOf(roi)),
+          height(heightOf(roi)),
           period(isPlanar(image) ? 1 : image.channels),
           imageBytes(imageByteSize(image))
     {
@@ -161,13 +161,18 @@ Spread twoPassSpread(const SxImageBuf& src, const SxImageBuf& mask)
     return spread;
 }
 
+/// Two passes, rounded step by step, are what the deviation is defined by. Over more narrow samples than this
+/// the exact sums, which differ in the last digits, save time that counts.
+constexpr std::int64_t fewPixels = 65536;
+
 template <class T>
 Spread maskedSpread(const SxImageBuf& src, const SxImageBuf& mask)
 {
-    if constexpr (isNarrow<T>)
-        return spreadOf<T>(momentsOf<T>(src, mask));
-    else
-        return twoPassSpread<T>(src, mask);
+    if constexpr (isNarrow<T>) {
+        if (std::int64_t{src.width} * src.height > fewPixels)
+            return spreadOf<T>(momentsOf<T>(src, mask));
+    }
+    return twoPassSpread<T>(src, mask);
 }
 
 /// Means of interleaved channels. Narrow samples are summed as integers, which changes no bit of the sums.

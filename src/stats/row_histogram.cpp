@@ -9,7 +9,7 @@ namespace ko {
 namespace {
 
 /// Counts a row or a column anew. A mask is taken as it is: what it does not have selects nothing.
-ResultCode countLine(const SxImageBuf& src, const SxImageBuf* mask, bool lineExists, const QRect& line,
+ResultCode countLine(const SxImageBuf& src, bool lineExists, const Selection& line,
                      CxImageHistogram& hist) noexcept
 {
     return guarded([&] {
@@ -22,22 +22,22 @@ ResultCode countLine(const SxImageBuf& src, const SxImageBuf* mask, bool lineExi
         hist.clear();
         if (!hasKnownPacking(src))
             return ResultUnsupportedType;
-        return dispatch(
-            BinNumbers{}, src.dataType, {{ResultBadArg1, rowsFit(src)}}, [&]<class T>(std::type_identity<T>) {
-                countSelected<T>(src, Selection(line, mask), hist, [&] { return allChannels(src, hist); });
-            });
+        return dispatch(BinNumbers{}, src.dataType, {{ResultBadArg1, rowsFit(src)}},
+                        [&]<class T>(std::type_identity<T>) {
+                            countSelected<T>(src, line, hist, [&] { return allChannels(src, hist); });
+                        });
     });
 }
 
 ResultCode countRow(const SxImageBuf& src, const SxImageBuf* mask, int row, CxImageHistogram& hist) noexcept
 {
-    return countLine(src, mask, hasRow(src, row), QRect(0, row, src.width, 1), hist);
+    return countLine(src, hasRow(src, row), Selection::ofRow(src, row, mask), hist);
 }
 
 ResultCode countColumn(const SxImageBuf& src, const SxImageBuf* mask, int col,
                        CxImageHistogram& hist) noexcept
 {
-    return countLine(src, mask, hasColumn(src, col), QRect(col, 0, 1, src.height), hist);
+    return countLine(src, hasColumn(src, col), Selection::ofColumn(src, col, mask), hist);
 }
 
 }  // namespace

@@ -51,11 +51,7 @@ struct Selection {
     const SxImageBuf* stencil = nullptr;  ///< of the rectangle's size; null: all
 
     explicit Selection(const QRect& rect, const SxImageBuf* imageMask = nullptr) noexcept
-        : left(rect.left()),
-          top(rect.top()),
-          width(std::int64_t{rect.right()} + 1 - rect.left()),
-          height(std::int64_t{rect.bottom()} + 1 - rect.top()),
-          mask(imageMask)
+        : left(rect.left()), top(rect.top()), width(widthOf(rect)), height(heightOf(rect)), mask(imageMask)
     {
     }
     Selection(const SxImageBuf& placed, const QPoint& pos, const SxImageBuf* imageMask = nullptr) noexcept
@@ -68,8 +64,26 @@ struct Selection {
     {
     }
 
+    /// A row or a column, which need not exist until pixels are visited.
+    static Selection ofRow(const SxImageInfo& image, int row, const SxImageBuf* imageMask = nullptr) noexcept
+    {
+        return {0, row, image.width, 1, imageMask};
+    }
+    static Selection ofColumn(const SxImageInfo& image, int column,
+                              const SxImageBuf* imageMask = nullptr) noexcept
+    {
+        return {column, 0, 1, image.height, imageMask};
+    }
+
     bool isMasked() const noexcept { return mask != nullptr || stencil != nullptr; }
     std::int64_t pixels() const noexcept { return width > 0 && height > 0 ? width * height : 0; }
+
+private:
+    Selection(std::int64_t x, std::int64_t y, std::int64_t columns, std::int64_t rows,
+              const SxImageBuf* imageMask) noexcept
+        : left(x), top(y), width(columns), height(rows), mask(imageMask)
+    {
+    }
 };
 
 /// Longest run that `forEachRun` hands out, so that its users can buffer one. Even, which keeps pairs of

@@ -59,11 +59,10 @@ TallyTables::TallyTables(std::int64_t samples, int tables)
 {
 }
 
-std::uint32_t* TallyTables::begin() noexcept
+std::uint32_t* TallyTables::begin(int tables) noexcept
 {
-    if (m_used)
-        std::fill(m_counters.begin(), m_counters.end(), 0U);
-    m_used = true;
+    std::fill_n(m_counters.begin(), static_cast<std::size_t>(std::min(tables, m_used)) * size, 0U);
+    m_used = std::max(tables, m_used);
     return m_counters.data();
 }
 
@@ -88,7 +87,7 @@ Tally<T>::Tally(const TallyTarget& target, std::span<const int> planes, TallyTab
     if (m_tableCount > tables.count())
         m_tableCount = 0;
     if (m_tableCount != 0)
-        m_tables = tables.begin();
+        m_tables = tables.begin(m_tableCount);
 }
 
 template <class T>

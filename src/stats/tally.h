@@ -50,12 +50,12 @@ public:
     TallyTables(std::int64_t samples, int tables);
 
     int count() const noexcept { return static_cast<int>(m_counters.size() / size); }
-    /// All tables, one behind the other, zeroed.
-    std::uint32_t* begin() noexcept;
+    /// The first so many tables, one behind the other, zeroed.
+    std::uint32_t* begin(int tables) noexcept;
 
 private:
     std::vector<std::uint32_t> m_counters;
-    bool m_used = false;
+    int m_used = 0;  // tables that are no longer zero
 };
 
 /// Counts 16-bit units at any address into a table.

@@ -84,6 +84,7 @@ constexpr auto maskWidth = [](auto& a) { a.mask->width = 5; };
 constexpr auto maskRows = [](auto& a) { a.mask->stride = 5; };
 constexpr auto lineNegative = [](auto& a) { a.line = -1; };
 constexpr auto lineBeyond = [](auto& a) { ++a.line; };
+constexpr auto lineFarBeyond = [](auto& a) { a.line = std::numeric_limits<int>::max(); };
 
 template <class Args>
 void setHist(Args& args, int planes, int levels)
@@ -185,6 +186,7 @@ TYPED_TEST(LineHistogram2D, RunsItsChecksInOrder)
         {"ch2 negative", ch2Negative, ResultBadArg4},
         {"line negative", lineNegative, ResultBadArg5},
         {"line beyond", lineBeyond, ResultBadArg5},
+        {"line far beyond", lineFarBeyond, ResultBadArg5},
         {"two planes", twoPlanes, ResultBadArg5},
         {"packing", packings, ResultUnsupportedType},
         {"src1 rows beyond their stride", src1Rows, ResultBadArg1},

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
+
 namespace ko::test {
 namespace {
 
@@ -43,6 +45,7 @@ TYPED_TEST(LineHistogramChecks, RunInOrder)
         {"UInt16 of 17 bits", srcDeepWords, ResultBadArg1},
         {"line negative", [](auto& a) { a.line = -1; }, ResultBadArg2},
         {"line beyond", [](auto& a) { ++a.line; }, ResultBadArg2},
+        {"line far beyond", [](auto& a) { a.line = std::numeric_limits<int>::max(); }, ResultBadArg2},
         {"no bins", noBins, ResultBadArg3},
         {"other planes", otherPlanes, ResultBadArg3},
         {"few levels", fewLevels, ResultBadArg3},

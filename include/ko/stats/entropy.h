@@ -18,9 +18,8 @@ namespace ko {
 /// @returns the first that applies, in this order
 ///   ResultBadArg1  src absent, not mono, or neither `UInt8` nor `UInt16`
 ///   ResultBadArg3  base not positive (NaN included), or 1
-///   ResultFailed   the image cannot be counted (its depth exceeds its samples), or memory for the table,
-///   eight
-///                  bytes per pixel, runs out
+///   ResultFailed   the image cannot be counted (its depth exceeds its samples), or memory runs out
+///                  (the table takes eight bytes per pixel)
 /// On failure entropy is untouched. Runs on the calling thread; callers that share a base wait for each other
 /// while a table is made. O(height * width).
 /// @source C. E. Shannon, A mathematical theory of communication, 1948
@@ -39,9 +38,8 @@ KO_EXPORT ResultCode EntropyShannon(const SxImageBuf& src, double& entropy, doub
 ///   ResultBadArg1  src absent, not mono, or neither `UInt8` nor `UInt16`
 ///   ResultBadArg2  alpha not positive (NaN included), or 1
 ///   ResultBadArg4  base not positive (NaN included), or 1
-///   ResultFailed   the image cannot be counted (its depth exceeds its samples), or memory for the table,
-///   eight
-///                  bytes per pixel, runs out
+///   ResultFailed   the image cannot be counted (its depth exceeds its samples), or memory runs out
+///                  (the table takes eight bytes per pixel)
 /// On failure entropy is untouched. Runs on the calling thread; callers that share an order wait for each
 /// other while a table is made. O(height * width).
 /// @source A. Rényi, On measures of entropy and information, 1961
@@ -72,9 +70,8 @@ KO_EXPORT ResultCode ComputeOtsuThreshold(const SxImageBuf& src, unsigned int& t
 /// @returns the first that applies, in this order
 ///   ResultBadArg1  src not mono, or neither `UInt8` nor `UInt16`
 ///   ResultBadArg2  mask absent, not mono, not `UInt8`, or of another size
-///   ResultFailed   the image cannot be counted (src is absent or its depth exceeds its samples), or memory
-///   runs
-///                  out; the former logs "Failed to calculate the image histogram"
+///   ResultFailed   the image cannot be counted (src is absent or its depth exceeds its samples), which
+///                  logs "Failed to calculate the image histogram", or memory runs out
 /// Runs on the calling thread. O(height * width + levels).
 /// @source N. Otsu, A threshold selection method from gray-level histograms, 1979
 KO_EXPORT ResultCode ComputeOtsuThresholdMasked(const SxImageBuf& src, const SxImageBuf& mask,
