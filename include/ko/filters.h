@@ -60,8 +60,9 @@ KO_EXPORT ResultCode Stretch(const SxImageBuf& src, SxImageBuf& dst, Interpolati
 ///   ResultBadArg1          rows of src are longer than its stride
 ///   ResultBadArg2          rows of dst are longer than its stride
 ///   ResultFailed           out of memory, or radius above 32767
-/// On failure dst is untouched. Strips of the image run in parallel (dynamic). About O(height * width), the
-/// radius adds little.
+/// On failure dst is untouched. Strips of the image run in parallel (dynamic). About O(height * width): the
+/// radius adds little, different medians close to each other add some.
+/// @source A. Adams, "Fast median filters using separable sorting networks", SIGGRAPH 2021: radius 1 to 3
 KO_EXPORT ResultCode Median(const SxImageBuf& src, SxImageBuf& dst, int radius, void* buffer);
 
 /// Makes the work buffer of `Median` for images of one format, with as many strips as there are threads now.
@@ -74,6 +75,7 @@ KO_EXPORT ResultCode Median(const SxImageBuf& src, SxImageBuf& dst, int radius, 
 ///   ResultUnsupportedType  not `UInt8` or `UInt16`, a depth outside the container's, no channels, or planar
 ///   ResultBadArg2          radius negative, or the window wider than the image (its height is not looked at)
 ///   ResultFailed           out of memory
+///   ResultBadArg3          buffer null
 /// On failure `*buffer` is left as it was.
 KO_EXPORT ResultCode MedianAllocBuffer(const SxImageInfo& info, int radius, void** buffer);
 

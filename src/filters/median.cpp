@@ -111,10 +111,12 @@ ResultCode MedianAllocBuffer(const SxImageInfo& info, int radius, void** buffer)
 {
     return guarded([&] {
         std::unique_ptr<MedianBuffer> made;
-        const ResultCode rc = makeBuffer(info, radius, made);
-        if (rc == ResultOk)
-            *buffer = made.release();
-        return rc;
+        if (const ResultCode rc = makeBuffer(info, radius, made))
+            return rc;
+        if (buffer == nullptr)
+            return ResultBadArg3;
+        *buffer = made.release();
+        return ResultOk;
     });
 }
 
