@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <charconv>
 #include <cstdlib>
 #include <filesystem>
@@ -72,22 +73,14 @@ std::map<std::string, std::string> readHeader(std::ifstream& stream)
     return {};
 }
 
-int numberOf(const std::map<std::string, std::string>& header, const std::string& key, int otherwise)
+/// The number under a key, `otherwise` where there is none.
+template <class T>
+T numberOf(const std::map<std::string, std::string>& header, const std::string& key, T otherwise)
 {
     const auto found = header.find(key);
-    int number = otherwise;
     if (found != header.end())
-        std::from_chars(found->second.data(), found->second.data() + found->second.size(), number);
-    return number;
-}
-
-double realOf(const std::map<std::string, std::string>& header, const std::string& key, double otherwise)
-{
-    const auto found = header.find(key);
-    double number = otherwise;
-    if (found != header.end())
-        std::from_chars(found->second.data(), found->second.data() + found->second.size(), number);
-    return number;
+        std::from_chars(found->second.data(), found->second.data() + found->second.size(), otherwise);
+    return otherwise;
 }
 
 FitsInput openFits(const std::string& file)
@@ -103,11 +96,11 @@ FitsInput openFits(const std::string& file)
     if (axes < 2 || axes > 3 || width < 1 || height < 1 || channels < 1)
         throw Failure(file, "holds no flat picture of numbers");
 
-    const double offset = realOf(header, "BZERO", 0);
+    const double offset = numberOf(header, "BZERO", 0.0);
     const auto type = std::ranges::find_if(fitsTypes, [&](const FitsType& entry) {
         return header["BITPIX"] == entry.bitpix && offset == std::strtod(entry.offset, nullptr);
     });
-    if (type == std::end(fitsTypes) || realOf(header, "BSCALE", 1) != 1)
+    if (type == std::end(fitsTypes) || numberOf(header, "BSCALE", 1.0) != 1)
         throw Failure(file, "samples with this BITPIX, BZERO and BSCALE are not supported");
     input.type = *type;
     input.format = makeFormat(width, height, channels, type->type);

@@ -51,9 +51,12 @@ public:
             throw std::system_error(ENAMETOOLONG, std::generic_category());
         std::memcpy(pendingPath.data(), path.c_str(), path.native().size() + 1);
         unlink(pendingPath.data());
+        isPending = 1;  // before there is a file, lest a signal comes between
         m_file = open(pendingPath.data(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0666);
-        ensure(m_file >= 0);
-        isPending = 1;
+        if (m_file < 0) {
+            isPending = 0;
+            ensure(false);
+        }
     }
     ~PendingFile()
     {
