@@ -20,9 +20,8 @@ namespace ko {
 /// @param roi     inside src, not empty, width and height even
 /// @param dst     3 or 4 channels, `Interleaved`, src's sample type, the region's size
 /// @param buffer  from `DemosaicAllocBuffer` for the same sample type, depth and region size, so that a
-/// series
-///                of frames allocates nothing; not to be used by two calls at once. Null: the call makes and
-///                frees its own.
+///                series of frames allocates nothing; not to be used by two calls at once. Null: the call
+///                makes and frees its own.
 /// @returns the first that applies, in this order
 ///   ResultBadArg1  src absent, not mono, without mosaic (`BayerNone`) or not `Interleaved`
 ///   ResultBadArg2  roi outside src, odd or empty

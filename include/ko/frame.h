@@ -85,8 +85,8 @@ KO_EXPORT ResultCode CreateImageWithMirroredBorder(const SxImageBuf& src, SxImag
 ///
 /// @param src   `Interleaved`, 1, 3 or 4 channels, samples of one or two bytes
 /// @param roi   inside src
-/// @param dst   (roi width + left + right) x (roi height + top + bottom) of src's format; must not overlap
-/// src
+/// @param dst   (roi width + left + right) x (roi height + top + bottom) of src's format; must not
+///              overlap src
 /// @param left, top, right, bottom  0...roi width (left, right) or roi height (top, bottom)
 /// @returns the first that applies, in this order
 ///   ResultBadArg1          src not `Interleaved`, absent, or of other channels
@@ -165,9 +165,8 @@ KO_EXPORT ResultCode BinaryMask(const SxImageBuf& src, SxImageBuf& mask, unsigne
 ///                    rounded up to 4; release it with `FreeBuffer`
 /// @param a           larger semi-axis in pixels, 1 or more
 /// @param b           smaller semi-axis in pixels, 1...a
-/// @param angle       from the x axis to the larger semi-axis, radians, rows growing downwards; an angle that
-/// is
-///                    not finite counts as 0
+/// @param angle       from the x axis to the larger semi-axis, radians, rows growing downwards; an angle
+///                    that is not finite counts as 0
 /// @param background  sample outside, also in the row padding
 /// @param foreground  sample inside
 /// @returns the first that applies, in this order

@@ -159,16 +159,15 @@ KO_EXPORT ResultCode Xor(const SxImageBuf& src, SxImageBuf& dst, QVariant* value
 /// - L is -2^31 for depths of 31 and more: every `UInt16` sample becomes 65535, every `UInt32` and `UInt64`
 ///   sample 0x7FFFFFFF.
 /// - L is 0 for negative depths: the samples that reach it become the greatest value of their type.
-/// - `UInt32` samples of 0x80000000 and above are negative here and stay, unless the depth is 31 or more. Of
-/// a
-///   `UInt64` sample the low 32 bits are compared, likewise as a signed number.
+/// - `UInt32` samples of 0x80000000 and above are negative here and stay, unless the depth is 31 or more.
+///   Of a `UInt64` sample the low 32 bits are compared, likewise as a signed number.
 ///
 /// @param image  interleaved or planar, `UInt8`, `UInt16`, `UInt32` or `UInt64`; height x width x channels
 /// @returns the first that applies, in this order
 ///   ResultBadArg1          image absent
 ///   ResultUnsupportedType  another packing, mono images included, or another type
-/// On failure image is untouched. Rows run in parallel (dynamic), planes in turn. O(height * width *
-/// channels).
+/// On failure image is untouched. Rows run in parallel (dynamic), planes in turn.
+/// O(height * width * channels).
 KO_EXPORT ResultCode ClampToColorDepth(SxImageBuf& image);
 
 }  // namespace ko

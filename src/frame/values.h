@@ -47,8 +47,8 @@ T plainValue(const QVariant& variant)
         return static_cast<T>(variant.toUInt());
 }
 
-/// Typed extraction: the value as `T`'s own meta-type converts it, 0 where it does not. Unlike the plain
-/// conversion it refuses what the type cannot be made from instead of cutting bits.
+/// Typed extraction: the value as the conversion to `T`'s own meta-type gives it, 0 where there is none.
+/// Whole numbers are cut to the low bits here as well; `T`'s own meta-type is read without any conversion.
 template <class T>
 T typedValue(const QVariant& variant)
 {

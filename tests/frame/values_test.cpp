@@ -55,6 +55,17 @@ TEST(TypedValue, ConvertsOtherTypesAndGivesZeroWhereItCannot)
     EXPECT_EQ(typedValue<std::int32_t>(QVariant(QPoint(1, 2))), 0);
 }
 
+TEST(TypedValue, CutsToTheLowBits)
+{
+    EXPECT_EQ(typedValue<std::uint8_t>(QVariant(300)), 44);
+    EXPECT_EQ(typedValue<std::uint8_t>(QVariant("300")), 44);
+    EXPECT_EQ(typedValue<std::uint8_t>(QVariant(-1)), 255);
+    EXPECT_EQ(typedValue<std::int8_t>(QVariant(200)), -56);
+    EXPECT_EQ(typedValue<std::uint16_t>(QVariant(65537)), 1);
+    EXPECT_EQ(typedValue<std::int16_t>(QVariant(-70000)), -4464);
+    EXPECT_EQ(typedValue<std::uint32_t>(QVariant(-1)), 4294967295U);
+}
+
 TEST(MetaTypes, AreThoseOfTheSampleTypes)
 {
     EXPECT_EQ(detail::metaTypeOf<std::int8_t>(), 40);
