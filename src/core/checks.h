@@ -6,6 +6,7 @@
 
 #include <ko/image.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
@@ -146,10 +147,10 @@ inline bool isInside(const QPoint& point, const SxImageInfo& image) noexcept
     return point.x() >= 0 && point.y() >= 0 && point.x() < image.width && point.y() < image.height;
 }
 
-/// The whole image as a region.
+/// The whole image as a region; negative sizes, from which QRect's corners could overflow, count as 0.
 inline QRect wholeOf(const SxImageInfo& image) noexcept
 {
-    return {0, 0, image.width, image.height};
+    return {0, 0, std::max(image.width, 0), std::max(image.height, 0)};
 }
 
 }  // namespace ko

@@ -57,6 +57,13 @@ TEST(Regions, OfExtremeCoordinatesDoNotOverflow)
     EXPECT_FALSE(isInside(QRect(QPoint(std::numeric_limits<int>::min(), 0), QPoint(most, 5)), buf));
 }
 
+TEST(Regions, OfAWholeImageOfNegativeSizeAreEmpty)
+{
+    constexpr int least = std::numeric_limits<int>::min();
+    EXPECT_EQ(wholeOf(image(least, -1, 20)), QRect(0, 0, 0, 0));
+    EXPECT_EQ(wholeOf(image(7, least, 20)), QRect(0, 0, 7, 0));
+}
+
 TEST(Points, LieInsideBelowTheSize)
 {
     const SxImageBuf buf = image(3, 2, 3);

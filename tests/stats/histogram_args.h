@@ -11,6 +11,7 @@
 #include <QRect>
 
 #include <cstdint>
+#include <limits>
 #include <vector>
 
 namespace ko::test {
@@ -92,6 +93,9 @@ namespace spoil {
 
 inline constexpr auto srcAbsent = [](auto& a) { a.src->data = nullptr; };
 inline constexpr auto srcNegative = [](auto& a) { a.src->height = -5; };
+inline constexpr auto srcMostNegative = [](auto& a) {
+    a.src->width = a.src->height = std::numeric_limits<int>::min();
+};
 inline constexpr auto srcSigned = [](auto& a) { a.src->dataType = Int8; };
 inline constexpr auto srcWide = [](auto& a) { a.src->dataType = UInt32; };
 inline constexpr auto srcUnknownType = [](auto& a) { a.src->dataType = typeCode(12); };

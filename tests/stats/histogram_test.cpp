@@ -43,6 +43,7 @@ TEST(HistogramChecks, OfTheWholeImageNumberTheHistogramAsWithARegion)
     runCheckTable<WholeArgs>({
         {"src absent", srcAbsent, ResultBadArg1},
         {"src of negative height", srcNegative, ResultBadArg1},
+        {"src of the most negative size", srcMostNegative, ResultBadArg1},
         {"UInt16 of 17 bits", srcDeepWords, ResultBadArg1},
         {"src signed", srcSigned, ResultBadArg1},
         {"src of 4 bytes", srcWide, ResultBadArg1},
