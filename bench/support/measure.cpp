@@ -21,10 +21,17 @@ namespace {
 
 constexpr std::size_t lineBytes = 64;
 
-double secondsNow(int threads)
+clockid_t clockFor(const Work& work, int threads)
+{
+    if (threads > 1)
+        return CLOCK_MONOTONIC;
+    return work.hasOwnThreads ? CLOCK_PROCESS_CPUTIME_ID : CLOCK_THREAD_CPUTIME_ID;
+}
+
+double secondsNow(clockid_t clock)
 {
     timespec now{};
-    clock_gettime(threads == 1 ? CLOCK_THREAD_CPUTIME_ID : CLOCK_MONOTONIC, &now);
+    clock_gettime(clock, &now);
     return static_cast<double>(now.tv_sec) + 1e-9 * static_cast<double>(now.tv_nsec);
 }
 
@@ -98,13 +105,13 @@ public:
     {
     }
 
-    void takeTurn(int threads, double turnSeconds)
+    void takeTurn(int threads, clockid_t clock, double turnSeconds)
     {
         // The first call brings its memory back into the caches after the others' turns.
-        timedCall(threads);
+        timedCall(clock);
         double spent = 0;
         do {
-            m_seconds.push_back(timedCall(threads));
+            m_seconds.push_back(timedCall(clock));
             spent += m_seconds.back();
         } while (spent < turnSeconds);
         // Worker threads spin for a while after a parallel region; they must not do so in the next turn.
@@ -122,13 +129,13 @@ public:
     }
 
 private:
-    double timedCall(int threads) const
+    double timedCall(clockid_t clock) const
     {
         if (m_before)
             m_before();
-        const double start = secondsNow(threads);
+        const double start = secondsNow(clock);
         m_call();
-        return secondsNow(threads) - start;
+        return secondsNow(clock) - start;
     }
 
     std::function<void()> m_call;
@@ -142,6 +149,7 @@ Result measure(const Work& work, int threads, const Effort& effort)
 {
     omp_set_num_threads(threads);
     cv::setNumThreads(threads);
+    const clockid_t clock = clockFor(work, threads);
     Result result;
     Sweep sweep(work.limit);
     Contender ours([&] { result.failed |= isFailure(work.ours()); }, work.before);
@@ -153,11 +161,11 @@ Result measure(const Work& work, int threads, const Effort& effort)
         const std::chrono::duration<double> spent = std::chrono::steady_clock::now() - start;
         if (round >= effort.minRounds && spent.count() > effort.seconds)
             break;
-        ours.takeTurn(threads, effort.turnSeconds);
+        ours.takeTurn(threads, clock, effort.turnSeconds);
         if (work.peer.run)
-            peer.takeTurn(threads, effort.turnSeconds);
+            peer.takeTurn(threads, clock, effort.turnSeconds);
         if (!sweep.isEmpty())
-            limit.takeTurn(threads, effort.turnSeconds);
+            limit.takeTurn(threads, clock, effort.turnSeconds);
     }
     result.ours = ours.medianMilliseconds();
     result.peer = peer.medianMilliseconds();

@@ -30,7 +30,8 @@ struct Work {
     Peer peer = {};
     Traffic limit = {};
     std::function<void()> before =
-        {};  ///< untimed, before every call; for operations that use up their input
+        {};                      ///< untimed, before every call; for operations that use up their input
+    bool hasOwnThreads = false;  ///< works on threads that it keeps: count the CPU time of all threads
 };
 
 struct Row {
