@@ -9,9 +9,11 @@ namespace {
 
 // In the order of the help.
 const Command* const commands[] = {
-    &infoCommand,   &compareCommand, &unpackCommand,   &simulateCommand, &demosaicCommand,
-    &borderCommand, &maskCommand,    &histCommand,     &statsCommand,    &hist2dCommand,
-    &medianCommand, &sobelCommand,   &distanceCommand, &snakeCommand,
+    &infoCommand,      &compareCommand,       &unpackCommand,   &simulateCommand, &demosaicCommand,
+    &borderCommand,    &maskCommand,          &histCommand,     &statsCommand,    &hist2dCommand,
+    &thresholdCommand, &stretchLevelsCommand, &equalizeCommand, &matchCommand,    &flatfieldCommand,
+    &averageCommand,   &convertCommand,       &medianCommand,   &sobelCommand,    &distanceCommand,
+    &snakeCommand,
 };
 
 }  // namespace

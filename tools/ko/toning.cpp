@@ -1,0 +1,59 @@
+#include "toning.h"
+
+#include "channels.h"
+#include "failure.h"
+
+#include <stdexcept>
+
+namespace ko::tool {
+
+void requireTones(const SxImageInfo& format)
+{
+    requireLevels(format);
+    if (format.channels != 1 && format.channels != 3 && format.channels != 4)
+        throw std::runtime_error("neither a gray nor a colour picture, it has " +
+                                 std::to_string(format.channels) + " channels");
+}
+
+std::string differenceOf(const SxImageInfo& format, const SxImageInfo& other)
+{
+    if (format.width != other.width || format.height != other.height)
+        return "differs in size from ";
+    if (format.channels != other.channels)
+        return "has another number of channels than ";
+    if (format.dataType != other.dataType || format.bitsPerSample != other.bitsPerSample)
+        return "differs in depth from ";
+    if (format.bayerGrid != other.bayerGrid)
+        return "has another mosaic pattern than ";
+    return {};
+}
+
+Image copyOf(const Image& picture)
+{
+    Image copy(*picture);
+    require(CopyBuffer(*picture, QRect(0, 0, picture->width, picture->height), *copy, QPoint(), false),
+            "CopyBuffer");
+    return copy;
+}
+
+Image channelOf(const Image& picture, int channel)
+{
+    SxImageInfo format = makeFormat(picture->width, picture->height, 1, picture->dataType);
+    format.bitsPerSample = picture->bitsPerSample;
+    Image samples(format);
+    require(CopyChannel(*picture, channel, *samples, 0), "CopyChannel");
+    return samples;
+}
+
+int toneChannels(const SxImageInfo& format)
+{
+    return format.channels == 4 ? 3 : format.channels;
+}
+
+void keepAlpha(const Image& picture, Image& result)
+{
+    if (picture->channels == 4)
+        require(CopyChannel(*picture, 3, *result, 3), "CopyChannel");
+}
+
+}  // namespace ko::tool
