@@ -21,6 +21,8 @@ struct Options {
 
 Image ellipse(const Options& options)
 {
+    if (options.b > options.a)
+        throw UsageError("the second semi-axis must not be the larger one");
     SxImageBuf drawn;
     require(EllipseMaskMono(drawn, options.a, options.b, options.degrees * std::numbers::pi / 180, 0, 255),
             "EllipseMaskMono");
@@ -74,8 +76,12 @@ const Command maskCommand{
         command.require_subcommand(1);
         CLI::App* const ellipses =
             addKind(command, "ellipse", "Filled ellipse in the smallest picture", *options);
-        ellipses->add_option("a", options->a, "larger semi-axis in pixels")->required();
-        ellipses->add_option("b", options->b, "smaller semi-axis in pixels")->required();
+        ellipses->add_option("a", options->a, "larger semi-axis in pixels")
+            ->required()
+            ->check(CLI::Range(1, 1 << 14));
+        ellipses->add_option("b", options->b, "smaller semi-axis in pixels")
+            ->required()
+            ->check(CLI::Range(1, 1 << 14));
         ellipses->add_option("--angle", options->degrees, "of the larger axis, degrees clockwise");
         CLI::App* const circles = addKind(command, "circle", "Drawn disc of 2 to 15 pixels", *options);
         circles->add_option("size", options->size, "diameter in pixels")
