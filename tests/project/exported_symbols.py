@@ -28,11 +28,11 @@ def exported(library):
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("list", type=Path)
-    parser.add_argument("library", type=Path, nargs="+")
+    parser.add_argument("libraries", type=Path, nargs="+")
     parser.add_argument("--update", action="store_true", help="write the list anew")
     args = parser.parse_args()
 
-    actual = sorted({line for library in args.library for line in exported(library)})
+    actual = sorted({line for library in args.libraries for line in exported(library)})
     if args.update:
         args.list.write_text("".join(f"{line}\n" for line in actual))
         return
