@@ -1,5 +1,7 @@
 """ko simulate: the mosaics it makes of photographs."""
 
+import itertools
+import os
 import statistics
 
 import ko_files
@@ -47,6 +49,22 @@ class Simulate(ToolTest):
         self.assertEqual(mosaics[0], mosaics[1])
         self.assertAlmostEqual(statistics.mean(mosaics[0]), 128 / 255 * 4095, delta=1.5)
         self.assertAlmostEqual(statistics.pstdev(mosaics[0]), 20, delta=1)
+
+    def test_every_seed_has_noise_of_its_own_and_the_first_is_the_default(self):
+        self.write("photo.png", png(64, 64, [128] * 64 * 64 * 3, channels=3))
+        frames = {}
+        for seed in ("", "0", "1", "2", "4294967295"):
+            self.succeed("simulate", "photo.png", "-o", "raw.tif", "--noise", "20", *(["--seed", seed] if seed else []))
+            frames[seed] = [s >> 4 for s in read_tiff(self.read("raw.tif"))[3]]
+        self.assertEqual(frames[""], frames["1"])
+        for one, other in itertools.combinations(("0", "1", "2", "4294967295"), 2):
+            differences = [a - b for a, b in zip(frames[one], frames[other])]
+            # Independent noise: the deviation of the difference is larger by the root of 2.
+            self.assertAlmostEqual(statistics.pstdev(differences), 20 * 2**0.5, delta=1.5)
+        for seed in ("-1", "4294967296", "x", "1.5"):
+            run = self.ko("simulate", "photo.png", "-o", "bad.tif", "--seed", seed)
+            self.assertEqual(run.returncode, 2, seed)
+            self.assertFalse(os.path.exists(self.path("bad.tif")))
 
     def test_the_vignette_darkens_the_corners_alone(self):
         self.write("photo.png", png(34, 18, [255] * 34 * 18 * 3, channels=3))

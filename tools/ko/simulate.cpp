@@ -22,11 +22,14 @@ struct Options {
     int bits = 12;
     double noise = 0;
     double vignette = 0;
+    std::uint32_t seed = 1;
 };
 
 /// Normally distributed numbers, the same ones on every machine, which the standard library's are not.
 class Noise {
 public:
+    explicit Noise(std::uint32_t seed) : m_engine(seed) {}
+
     double next()
     {
         // 1 - u keeps the logarithm's argument above 0.
@@ -37,7 +40,7 @@ public:
 private:
     double uniform() { return static_cast<double>(m_engine()) / 4294967296.0; }
 
-    std::mt19937 m_engine{1};
+    std::mt19937 m_engine;
 };
 
 template <class T>
@@ -47,7 +50,7 @@ void expose(const Image& photo, double white, const Options& options, Image& mos
     const double centreX = (mosaic->width - 1) / 2.0;
     const double centreY = (mosaic->height - 1) / 2.0;
     const double corner = centreX * centreX + centreY * centreY;
-    Noise noise;
+    Noise noise(options.seed);
     for (int y = 0; y < mosaic->height; ++y) {
         const T* from = rowOf<T>(photo, y);
         for (int x = 0; x < mosaic->width; ++x) {
@@ -112,6 +115,9 @@ const Command simulateCommand{
         command
             .add_option("--noise", options->noise, "standard deviation of the noise in samples of that depth")
             ->check(CLI::NonNegativeNumber);
+        command
+            .add_option("--seed", options->seed, "number that selects the noise: another one for each frame")
+            ->capture_default_str();
         command.add_option("--vignette", options->vignette, "loss of light in the corners, 0...1")
             ->check(CLI::Range(0.0, 1.0));
         return [options] {
