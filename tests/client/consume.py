@@ -9,6 +9,7 @@ from pathlib import Path
 
 HERE = Path(__file__).parent
 EXPECTED = "0 7 7 0\n"
+INTEROP = {"qimage.h": "Qt5Gui", "opencv.h": "opencv4"}  # what these headers need beside the package itself
 WARNINGS = ["-std=c++17", "-Wall", "-Wextra", "-Wpedantic", "-Werror"]
 
 
@@ -46,11 +47,17 @@ def add_subdirectory(args):
                      [f"-DKOIMPROC_SOURCE={args.source}", "-DCMAKE_BUILD_TYPE=Debug"])
 
 
-def pkg_config_flags(args):
+def pkg_config_flags(args, package="koimproc"):
     search = library_dir(args.prefix) / "pkgconfig"
     environment = {**os.environ, "PKG_CONFIG_PATH": str(search)}
-    return run(["pkg-config", "--cflags", "--libs", "koimproc"], env=environment,
+    return run(["pkg-config", "--cflags", "--libs", package], env=environment,
                stdout=subprocess.PIPE).stdout.split()
+
+
+def include_flags(args, package="koimproc"):
+    """Without the libraries, and with foreign headers as such, so that they may have warnings."""
+    flags = [flag for flag in pkg_config_flags(args, package) if not flag.startswith(("-l", "-L"))]
+    return flags if package == "koimproc" else [flag.replace("-I", "-isystem", 1) for flag in flags]
 
 
 def pkg_config(args):
@@ -64,12 +71,13 @@ def pkg_config(args):
 def headers(args):
     """Every public header compiles on its own."""
     root = args.prefix / "include"
-    flags = [flag for flag in pkg_config_flags(args) if not flag.startswith(("-l", "-L"))]
+    flags = include_flags(args)
     found = sorted(path.relative_to(root) for path in (root / "ko").rglob("*.h"))
     if Path("ko/koimproc.h") not in found:
         sys.exit("ko/koimproc.h is not installed")
     for header in found:
-        run([args.compiler, *WARNINGS, "-fPIC", "-fsyntax-only", *flags, "-x", "c++", "-"],
+        foreign = include_flags(args, INTEROP[header.name]) if header.parent.name == "interop" else []
+        run([args.compiler, *WARNINGS, "-fPIC", "-fsyntax-only", *flags, *foreign, "-x", "c++", "-"],
             input=f"#include <{header}>\n")
 
 

@@ -10,8 +10,11 @@ from pathlib import Path
 
 ROOMS = ["core", "frame", "stats", "tone", "pixel", "convert", "filters", "demosaic", "snake"]
 
+# Headers that stand on core and that nothing of the project includes.
+INTEROP = "interop"
+
 # Whose internal headers a room may include besides its own.
-INTERNAL = {room: {"core", "frame"} for room in ROOMS} | {"core": set(), "frame": {"core"}}
+INTERNAL = {room: {"core", "frame"} for room in ROOMS} | {"core": set(), "frame": {"core"}, INTEROP: {"core"}}
 
 # Whose operations a room may call, through their public headers alone.
 CALLS = {"demosaic": {"filters", "pixel"}, "snake": {"stats", "pixel", "filters"},
@@ -22,6 +25,9 @@ SHARED_RULES = {("demosaic", "pixel/color_depth.h")}
 
 OPENMP_HOME = "src/frame/rows.h"
 UMBRELLAS = {"include/ko/koimproc.h"}
+
+# OpenCV is a peer to measure against and a library to exchange images with, never one to build on.
+OPENCV_HOMES = ("bench/", "include/ko/interop/opencv.h", "tests/interop/", "examples/opencv.cpp", "examples/CMakeLists.txt")
 INCLUDE = re.compile(r'^\s*#\s*include\s*[<"]([^>"]+)[>"]', re.MULTILINE)
 OPENMP = re.compile(r"^\s*#\s*pragma\s+omp\b", re.MULTILINE)
 OPENCV = re.compile(r"find_package\(\s*OpenCV|pkg_check_modules\([^)]*opencv", re.IGNORECASE)
@@ -40,13 +46,17 @@ def room_of(path):
 def public_room(header):
     """The room of a public header named as in ko/stats/means.h; headers without a room belong to core."""
     name = Path(header).parts[1].removesuffix(".h")
-    return name if name in ROOMS else "core"
+    return name if name in ROOMS + [INTEROP] else "core"
 
 
 def may_include(path, header):
     """Whether one file of the libraries may include one header of the project."""
     room = room_of(path)
     first = Path(header).parts[0]
+    if path in UMBRELLAS:
+        return public_room(header) != INTEROP if first == "ko" else True
+    if header == "ko/koimproc.h":
+        return False
     if first == "ko":
         return public_room(header) in {room} | INTERNAL[room] | CALLS.get(room, set())
     if first in ROOMS and "/" in header:
@@ -58,18 +68,18 @@ def violations(path, text):
     """What one file does against the rules, as sentences."""
     headers = INCLUDE.findall(text)
     in_library = path.startswith(("src/", "include/"))
-    if in_library and path not in UMBRELLAS and room_of(path):
+    if in_library and room_of(path):
         for header in headers:
-            if header == "ko/koimproc.h" or not may_include(path, header):
+            if not may_include(path, header):
                 yield f"{path} must not include {header}"
     if in_library:
         if any(header.startswith("hwy/") for header in headers) and not path.endswith("_kernels.cpp"):
             yield f"{path} includes Highway but is not a *_kernels.cpp"
         if path != OPENMP_HOME and ("omp.h" in headers or OPENMP.search(text)):
             yield f"{path} uses OpenMP, which only {OPENMP_HOME} may"
-    if not path.startswith("bench/"):
+    if not path.startswith(OPENCV_HOMES):
         if any(header.startswith("opencv") for header in headers) or OPENCV.search(text):
-            yield f"{path} uses OpenCV, which only bench/ may"
+            yield f"{path} uses OpenCV, which only {', '.join(OPENCV_HOMES)} may"
 
 
 def source_files(root):
@@ -113,6 +123,9 @@ class Rules(unittest.TestCase):
         self.check("include/ko/stats/means.h", "#include <ko/tone.h>", False)
         self.check("src/frame/a.cpp", "#include <ko/koimproc.h>", False)
         self.check("include/ko/koimproc.h", "#include <ko/snake.h>", True)
+        self.check("include/ko/interop/a.h", "#include <ko/image.h>", True)
+        self.check("include/ko/interop/a.h", "#include <ko/frame.h>", False)
+        self.check("include/ko/koimproc.h", "#include <ko/interop/qimage.h>", False)
 
     def test_homes_of_the_dependencies(self):
         self.check("src/pixel/a_kernels.cpp", "#include <hwy/highway.h>", True)
@@ -124,6 +137,10 @@ class Rules(unittest.TestCase):
         self.check("bench/pixel/a.cpp", "#include <opencv2/core.hpp>", True)
         self.check("tools/ko/a.cpp", "#include <opencv2/core.hpp>", False)
         self.check("CMakeLists.txt", "find_package(OpenCV REQUIRED)", False)
+        self.check("tests/interop/CMakeLists.txt", "find_package(OpenCV REQUIRED)", True)
+        self.check("include/ko/interop/opencv.h", "#include <opencv2/core.hpp>", True)
+        self.check("include/ko/interop/qimage.h", "#include <opencv2/core.hpp>", False)
+        self.check("src/pixel/a.cpp", "#include <ko/interop/opencv.h>", False)
 
 
 if __name__ == "__main__":

@@ -1,0 +1,45 @@
+#!/usr/bin/env python3
+"""Every example program ends well and prints what it is there to show.
+
+usage: examples_test.py <root of the source tree> <directory of the example programs>
+"""
+import re
+import subprocess
+import sys
+import unittest
+from pathlib import Path
+
+EXPECTED = {
+    "first": r"red 1000, green 1000, blue 1000\n",
+    "pipeline": r"(?s)camera +200 processed.*\ngreen of the last frame: 199\n",
+    "qimage": r"red at the bad pixel: 255 before, 120 after\n",
+    "opencv": r"red (999|1000), green (999|1000), blue (999|1000)\n153600 pixels set\n",
+}
+
+
+class Examples(unittest.TestCase):
+    root = Path()
+    programs = Path()
+
+    def test_each_prints_what_it_is_there_to_show(self):
+        for name, expected in EXPECTED.items():
+            with self.subTest(name):
+                done = subprocess.run([self.programs / f"ko_example_{name}"], text=True, capture_output=True)
+                self.assertEqual(0, done.returncode, done.stderr)
+                self.assertTrue(re.fullmatch(expected, done.stdout), done.stdout)
+
+    def test_every_source_is_known_here(self):
+        sources = {path.stem for path in (self.root / "examples").glob("*.cpp")}
+        self.assertEqual(set(EXPECTED), sources)
+
+    def test_the_first_program_of_the_readme_is_the_one_that_runs(self):
+        program = (self.root / "examples/first.cpp").read_text()
+        self.assertIn(f"```cpp\n{program}```\n", (self.root / "README.md").read_text())
+
+
+if __name__ == "__main__":
+    if len(sys.argv) != 3:
+        sys.exit(__doc__)
+    Examples.programs = Path(sys.argv.pop())
+    Examples.root = Path(sys.argv.pop())
+    unittest.main()
