@@ -256,7 +256,7 @@ std::int64_t VectorsReversed(const std::uint8_t* src, std::uint8_t* dst, std::in
         c = mapped(c, 2);
         constexpr float limit = 2147483648.0F;
         const bool storable =
-            MakeStorable(d, a, limit) & MakeStorable(d, b, limit) & MakeStorable(d, c, limit);
+            MakeStorable(d, a, limit) && MakeStorable(d, b, limit) && MakeStorable(d, c, limit);
         if (!storable)
             break;
         hn::StoreInterleaved3(LowBits<std::uint8_t>(d, c), LowBits<std::uint8_t>(d, b),

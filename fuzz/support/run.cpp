@@ -1,0 +1,85 @@
+#include "fuzz/support/run.h"
+
+#include "support/allocation_failure.h"
+
+#include <QtGlobal>
+#include <hwy/targets.h>
+#include <omp.h>
+
+#include <cstdio>
+
+namespace ko::fuzz {
+
+namespace {
+
+void useTargets(std::int64_t targets)
+{
+    hwy::SetSupportedTargetsForTest(targets);
+    hwy::GetChosenTarget().Update(hwy::SupportedTargets());
+}
+
+/// Calls go by the thousand here: neither teams of threads nor messages for each of them.
+void prepareOnce()
+{
+    static const bool isPrepared = [] {
+        omp_set_num_threads(1);
+        qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
+        return true;
+    }();
+    (void)isPrepared;
+}
+
+/// One input under changing conditions.
+class Trial {
+public:
+    Trial(Case chosen, ByteReader in, int grants) : m_case(chosen), m_in(in), m_grants(grants) {}
+
+    void under(const char* condition)
+    {
+        Outcome outcome(m_isFirst && m_grants < 0);
+        {
+            const test::AllocationFailure shortage(m_grants);
+            ByteReader in = m_in;
+            m_case(in, outcome);
+        }
+        if (m_isFirst)
+            m_first = outcome;
+        m_isFirst = false;
+        if (outcome == m_first)
+            return;
+        std::fprintf(stderr, "fuzz: %s ", condition);
+        fail("gives another result than the first kernel build");
+    }
+
+private:
+    Case m_case;
+    ByteReader m_in;
+    int m_grants;
+    bool m_isFirst = true;
+    Outcome m_first{false};
+};
+
+}  // namespace
+
+void run(const Cases& cases, const std::uint8_t* data, std::size_t size)
+{
+    prepareOnce();
+    ByteReader in(data, size);
+    const Case chosen = cases[in.byte() % cases.size()];
+    const bool severalThreads = in.oneIn(16);
+    const int grants = in.oneIn(16) ? in.below(6) : -1;
+    Trial trial(chosen, in, grants);
+    for (std::int64_t rest = hwy::SupportedTargets(); rest != 0; rest &= rest - 1) {
+        const std::int64_t target = rest & -rest;
+        useTargets(target);
+        trial.under(hwy::TargetName(target));
+        useTargets(0);
+    }
+    if (severalThreads) {
+        omp_set_num_threads(3);
+        trial.under("three threads");
+        omp_set_num_threads(1);
+    }
+}
+
+}  // namespace ko::fuzz
