@@ -57,14 +57,19 @@ template <ExImageDataType Type, int Bits>
 Work backgroundCorrection(int size)
 {
     const Format format{.size = size, .type = Type, .bits = Bits};
-    const BenchImage background(format, Scene::Camera);
-    const BenchImage image(format, Scene::Camera), theirs(format, Scene::Camera);
+    const BenchImage background(format, Scene::Camera), frame(format, Scene::Random);
+    const BenchImage image(format), theirs(format);
     const double factor = top<Type, Bits> / 2;
     return {
         .ours = [=] { return BackgroundCorrection(background, image, 1, &factor); },
         .peer = {"divide", [=, b = background.mat(),
                             out = theirs.mat()]() mutable { cv::divide(out, b, out, factor); }},
         .limit = {.read = background.pixelBytes(), .rewritten = image.pixelBytes()},
+        .before =
+            [=] {
+                frame.mat().copyTo(image.mat());
+                frame.mat().copyTo(theirs.mat());
+            },
     };
 }
 

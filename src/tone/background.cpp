@@ -11,50 +11,73 @@
 #include <algorithm>
 #include <cmath>
 #include <memory>
-#include <vector>
 
 namespace ko {
 
 namespace {
 
-/// The first `count` gains over and over, until whole vectors of a kernel fit.
-std::vector<double> alongRow(const double* gains, int count)
-{
-    std::vector<double> samples(64 * static_cast<std::size_t>(count));
-    for (std::size_t i = 0; i < samples.size(); ++i)
-        samples[i] = gains[i % static_cast<std::size_t>(count)];
-    return samples;
-}
+/// The arrays of a correction for rows in which the first `treated` of `channels` samples change.
+class RowGains {
+public:
+    template <class T>
+    RowGains(std::type_identity<T>, const Correction& correction, const double* gains, int treated,
+             int channels)
+        : m_correction(correction)
+    {
+        const bool single = std::all_of(gains, gains + treated,
+                                        [&](double gain) { return singleServes<T>(correction, gain); });
+        for (int i = 0; i < correctionPeriod; ++i) {
+            const int channel = i % channels;
+            // Samples that stay may be computed with anything.
+            m_gain[i] = gains[channel < treated ? channel : 0];
+            m_scale[i] = single ? static_cast<float>(correction.ratio * m_gain[i]) : 0;
+            m_treated[i] = channel < treated ? 255 : 0;
+        }
+        m_correction.gain = m_gain;
+        m_correction.scale = single ? m_scale : nullptr;
+        m_correction.treated = treated < channels ? m_treated : nullptr;
+    }
+    RowGains(const RowGains&) = delete;
+    RowGains& operator=(const RowGains&) = delete;
+
+    const Correction& correction() const noexcept { return m_correction; }
+
+private:
+    Correction m_correction;
+    double m_gain[correctionPeriod];
+    float m_scale[correctionPeriod];
+    std::uint8_t m_treated[correctionPeriod];
+};
 
 /// Corrects the first `treated` channels of interleaved pixels or planes; `loop` runs the rows.
-template <class Loop>
-void correct(const CorrectRows& kernels, const SxImageBuf& src, const SxImageBuf& background, SxImageBuf& dst,
-             int treated, Correction correction, const double* gains, const Loop& loop)
+template <class T, class Loop>
+void correct(const SxImageBuf& src, const SxImageBuf& background, SxImageBuf& dst, int treated,
+             const Correction& correction, const double* gains, const Loop& loop)
 {
     if (!hasPixels(src) || treated < 1)
         return;
+    const CorrectRows& kernels = backgroundKernels().of<T>();
     const bool interleaved = isInterleaved(src);
-    if (interleaved && treated == src.channels && treated == background.channels) {
-        const std::vector<double> repeated = alongRow(gains, treated);
-        correction.gain = repeated.data();
-        correction.period = static_cast<std::int64_t>(repeated.size());
-        const std::int64_t samples = std::int64_t{src.width} * src.channels;
-        loop(src.height, [&](std::int64_t y) noexcept {
-            kernels.row(rowOf(src, y), rowOf(background, y), rowOf(dst, y), samples, correction);
-        });
+    if (!interleaved || src.channels == background.channels) {
+        const int perRow = interleaved ? src.channels : 1;
+        for (int plane = 0; plane < (interleaved ? 1 : treated); ++plane) {
+            const RowGains row(std::type_identity<T>{}, correction, gains + plane, interleaved ? treated : 1,
+                               perRow);
+            loop(src.height, [&](std::int64_t y) noexcept {
+                kernels.row(planeRowOf(src, plane, y), planeRowOf(background, plane, y),
+                            planeRowOf(dst, plane, y), std::int64_t{src.width} * perRow, row.correction());
+            });
+        }
         return;
     }
-    const ChannelSteps steps =
-        interleaved ? ChannelSteps{src.channels, background.channels, dst.channels} : ChannelSteps{1, 1, 1};
-    const std::int64_t size = bytesPerSample(src.dataType);
+    const ChannelSteps steps{src.channels, background.channels, dst.channels};
     for (int c = 0; c < treated; ++c) {
-        const std::int64_t shift = interleaved ? c * size : 0;
-        const int plane = interleaved ? 0 : c;
-        correction.gain = gains + c;
-        correction.period = 1;
+        Correction own = correction;
+        own.gain = gains + c;
+        const std::int64_t shift = std::int64_t{c} * sizeof(T);
         loop(src.height, [&](std::int64_t y) noexcept {
-            kernels.channel(planeRowOf(src, plane, y) + shift, planeRowOf(background, plane, y) + shift,
-                            planeRowOf(dst, plane, y) + shift, src.width, steps, correction);
+            kernels.channel(rowOf(src, y) + shift, rowOf(background, y) + shift, rowOf(dst, y) + shift,
+                            src.width, steps, own);
         });
     }
 }
@@ -100,9 +123,9 @@ ResultCode CorrectBackground(const SxImageBuf& src, const SxImageBuf& background
                 owned = std::make_unique<double[]>(channels);
                 std::fill_n(owned.get(), channels, static_cast<T>(toInt64(top)));
             }
-            correct(backgroundKernels().of<T>(), src, background, dst, std::min(src.channels, 3),
-                    {.ratio = ratio, .top = top, .gain = nullptr, .period = 0, .keep = false}, owned.get(),
-                    [](std::int64_t rows, const auto& body) { rowsDynamic(rows, body); });
+            correct<T>(src, background, dst, std::min(src.channels, 3),
+                       {.ratio = ratio, .top = top, .keep = false}, owned.get(),
+                       [](std::int64_t rows, const auto& body) { rowsDynamic(rows, body); });
         });
     });
 }
@@ -128,12 +151,11 @@ ResultCode BackgroundCorrection(const SxImageBuf& background, SxImageBuf& image,
                     sizeof(T) == 1
                         ? 255.0
                         : static_cast<std::uint16_t>(toInt64(std::ldexp(1.0, image.bitsPerSample)));
-                correct(backgroundKernels().of<T>(), image, background, image, channelCount,
-                        {.ratio = 1.0, .top = clamp, .gain = nullptr, .period = 0, .keep = true}, factors,
-                        [](std::int64_t rows, const auto& body) {
-                            for (std::int64_t y = 0; y < rows; ++y)
-                                body(y);
-                        });
+                correct<T>(image, background, image, channelCount, {.ratio = 1.0, .top = clamp, .keep = true},
+                           factors, [](std::int64_t rows, const auto& body) {
+                               for (std::int64_t y = 0; y < rows; ++y)
+                                   body(y);
+                           });
             });
     });
 }

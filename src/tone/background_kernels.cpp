@@ -5,13 +5,14 @@
 #include "frame/conversions.h"
 
 #include <algorithm>
+#include <cstring>
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "tone/background_kernels.cpp"
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
-#include "frame/low_bits-inl.h"
+#include "frame/vectors-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace ko {
@@ -29,89 +30,101 @@ T Corrected(T sample, T background, double gain, const Correction& correction) n
     return static_cast<T>(toInt64(std::min(correction.top, quotient * correction.ratio * gain)));
 }
 
-template <class T>
-void ScalarSamples(const std::uint8_t* src, const std::uint8_t* background, std::uint8_t* dst,
-                   std::int64_t from, std::int64_t to, const Correction& correction) noexcept
-{
-    for (std::int64_t i = from; i < to; ++i) {
-        const double gain = correction.gain[i % correction.period];
-        storeSample(dst, i, Corrected(loadSample<T>(src, i), loadSample<T>(background, i), gain, correction));
-    }
-}
-
 #if HWY_TARGET != HWY_SCALAR
 
-/// a / b correctly rounded, for whole numbers below 2^16; anything where b is 0.
+/// The part of a block that is whole vectors: writes the results, those that are not certain included, and
+/// lists the places of the latter. Returns how many samples were done.
 ///
-/// With multiply-add in one rounding there is no need to divide doubles. A single-precision reciprocal and
-/// one Newton step give 1 / b to 47 bits; the remainder of the quotient made with it is exact, and adding its
-/// own quotient leaves a relative error of 2^-90 before the last rounding. No quotient of 16-bit numbers is
-/// that close to the middle between two doubles without being a double itself: the distance is at least
-/// 2^-70.
-template <class D>
-VecOf<D> Quotient(D d, VecOf<D> a, VecOf<D> b)
+/// The product in floats is off by less than 2^-22 of itself: three roundings of 2^-24, of the quotient, of
+/// the scale and of the product; the roundings of the doubles that define the result are far below that.
+/// Hence a result is certain unless a whole number lies within 1.5 * 2^-22 of the highest level.
+template <class T, bool All>
+int CertainSamples(const std::uint8_t* src, const std::uint8_t* background, std::uint8_t* dst, int samples,
+                   const Correction& correction, std::int32_t* uncertain, int& count) noexcept
 {
-#if HWY_NATIVE_FMA
-    const hn::Rebind<float, D> df;
-    const auto single = hn::Div(hn::Set(df, 1.0F), hn::DemoteTo(df, b));
-    const auto rough = hn::PromoteTo(d, single);
-    const auto reciprocal = hn::MulAdd(rough, hn::NegMulAdd(rough, b, hn::Set(d, 1.0)), rough);
-    const auto quotient = hn::Mul(a, reciprocal);
-    return hn::MulAdd(hn::NegMulAdd(quotient, b, a), reciprocal, quotient);
-#else
-    (void)d;
-    return hn::Div(a, b);
-#endif
-}
-
-template <class T, class D>
-VecOf<D> LoadWide(D d, const std::uint8_t* at)
-{
-    const hn::Rebind<std::int32_t, D> d32;
-    return hn::PromoteTo(d, hn::PromoteTo(d32, LoadAt(hn::Rebind<T, D>(), at)));
-}
-
-/// Whole vectors; returns how many samples they were.
-template <class T>
-std::int64_t VectorSamples(const std::uint8_t* src, const std::uint8_t* background, std::uint8_t* dst,
-                           std::int64_t samples, const Correction& correction) noexcept
-{
-    const hn::ScalableTag<double> d;
-    const auto lanes = static_cast<std::int64_t>(hn::Lanes(d));
-    if (correction.period % lanes != 0)
-        return 0;
-    const auto ratio = hn::Set(d, correction.ratio), top = hn::Set(d, correction.top);
-    const auto zero = hn::Zero(d);
+    const hn::ScalableTag<float> d;
+    const hn::Rebind<T, decltype(d)> to;
+    const hn::Rebind<std::int32_t, decltype(d)> d32;
+    const hn::RebindToUnsigned<decltype(d32)> du32;
+    constexpr int lanes = static_cast<int>(hn::MaxLanes(d));
     constexpr std::int64_t size = sizeof(T);
-    std::int64_t i = 0, phase = 0;
+    const auto top = static_cast<float>(correction.top);
+    const auto limit = hn::Set(d, top + 0.5F), slack = hn::Set(d, (top + 1) * 1.5F / (1 << 22));
+    auto places = hn::Iota(d32, 0);
+    int i = 0;
     for (; i + lanes <= samples; i += lanes) {
-        const auto sample = LoadWide<T>(d, src + i * size);
-        const auto below = LoadWide<T>(d, background + i * size);
-        auto v = hn::Mul(Quotient(d, sample, below), ratio);
-        v = hn::Mul(v, hn::LoadU(d, correction.gain + phase));
-        v = hn::IfThenElse(hn::Lt(v, top), v, top);
-        v = hn::IfThenElse(hn::Eq(below, zero), correction.keep ? sample : zero, v);
-        if (MakeStorable(d, v, storableLimit<T>))
-            StoreLowBits<T>(d, v, dst + i * size);
-        else
-            ScalarSamples<T>(src, background, dst, i, i + lanes, correction);
-        phase += lanes;
-        phase = phase == correction.period ? 0 : phase;
+        const auto sample = LoadAt(to, src + i * size), below = LoadAt(to, background + i * size);
+        const auto a = hn::ConvertTo(d, hn::PromoteTo(d32, sample));
+        const auto b = hn::ConvertTo(d, hn::PromoteTo(d32, below));
+        const auto v = hn::Min(hn::Mul(hn::Div(a, b), hn::LoadU(d, correction.scale + i)), limit);
+        const auto whole = hn::Trunc(hn::Add(v, slack));
+        // Nothing is below 0: a sample of 0 is certain.
+        const auto open = hn::RebindMask(d32, hn::Lt(hn::Max(hn::Sub(v, slack), hn::Zero(d)), whole));
+        hn::StoreU(hn::Compress(places, open), d32, uncertain + count);
+        count += static_cast<int>(hn::CountTrue(d32, open));
+        places = hn::Add(places, hn::Set(d32, lanes));
+        // In the mantissa of a float between 2^23 and 2^24 stands the number itself.
+        auto result = hn::TruncateTo(to, hn::BitCast(du32, hn::Add(whole, hn::Set(d, 8388608.0F))));
+        const auto without = correction.keep ? sample : hn::Zero(to);
+        result = hn::IfThenElse(hn::Eq(below, hn::Zero(to)), without, result);
+        if constexpr (!All) {
+            const auto treated = LoadAt(hn::Rebind<std::int8_t, decltype(d)>(), correction.treated + i);
+            VecOf<decltype(to)> mark;
+            if constexpr (size == 1)
+                mark = hn::BitCast(to, treated);
+            else
+                mark = hn::BitCast(to, hn::PromoteTo(hn::RebindToSigned<decltype(to)>(), treated));
+            result = hn::IfVecThenElse(mark, result, LoadAt(to, dst + i * size));
+        }
+        StoreAt(to, result, dst + i * size);
     }
     return i;
 }
 
 #endif
 
+/// At most one period.
+template <class T>
+void Block(const std::uint8_t* src, const std::uint8_t* background, std::uint8_t* dst, int samples,
+           const Correction& correction) noexcept
+{
+    // A vector may be written behind the last place.
+    std::int32_t uncertain[correctionPeriod + 64];
+    // The samples as they were: dst may be the memory of either.
+    std::uint8_t given[correctionPeriod * sizeof(T)], below[correctionPeriod * sizeof(T)];
+    std::memcpy(given, src, samples * sizeof(T));
+    std::memcpy(below, background, samples * sizeof(T));
+    fetchAhead<T, false>(src, samples);
+    fetchAhead<T, false>(background, samples);
+    fetchAhead<T, true>(dst, samples);
+    int done = 0, count = 0;
+#if HWY_TARGET != HWY_SCALAR
+    if (correction.scale != nullptr) {
+        done = correction.treated == nullptr
+                   ? CertainSamples<T, true>(src, background, dst, samples, correction, uncertain, count)
+                   : CertainSamples<T, false>(src, background, dst, samples, correction, uncertain, count);
+    }
+#endif
+    while (done < samples)
+        uncertain[count++] = done++;
+    for (int k = 0; k < count; ++k) {
+        const int i = uncertain[k];
+        if (correction.treated == nullptr || correction.treated[i] != 0)
+            storeSample(
+                dst, i,
+                Corrected(loadSample<T>(given, i), loadSample<T>(below, i), correction.gain[i], correction));
+    }
+}
+
 template <class T>
 void RowCorrected(const std::uint8_t* src, const std::uint8_t* background, std::uint8_t* dst,
                   std::int64_t samples, const Correction& correction) noexcept
 {
-    std::int64_t done = 0;
-#if HWY_TARGET != HWY_SCALAR
-    done = VectorSamples<T>(src, background, dst, samples, correction);
-#endif
-    ScalarSamples<T>(src, background, dst, done, samples, correction);
+    for (std::int64_t i = 0; i < samples; i += correctionPeriod) {
+        const std::int64_t shift = i * static_cast<std::int64_t>(sizeof(T));
+        Block<T>(src + shift, background + shift, dst + shift,
+                 static_cast<int>(std::min<std::int64_t>(correctionPeriod, samples - i)), correction);
+    }
 }
 
 template <class T>

@@ -2,23 +2,38 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 #include <type_traits>
 
 namespace ko {
 
+/// Samples of a row after which the gains repeat: whole pixels of any colour, whole vectors of any length.
+inline constexpr int correctionPeriod = 768;
+
 /// What becomes of sample i over the background sample b: trunc(min(top, (sample / b) * ratio * gain[i %
-/// period])) in its low bits, a product that is NaN counting as the top.
-///
-/// Rows are fastest where the period is a multiple of 64; one value may be repeated to get there.
+/// correctionPeriod])) in its low bits, a product that is NaN counting as the top.
 struct Correction {
     double ratio;
     double top;
-    const double* gain;
-    std::int64_t period;
     bool keep;  ///< a sample over a background of 0 stays what it is; false: it becomes 0
+    const double* gain = nullptr;
+    const float* scale = nullptr;  ///< ratio * gain[i]; null unless `singleServes` for all of them
+    const std::uint8_t* treated =
+        nullptr;  ///< 0 for samples to leave alone, else 255; null: none are left alone
 };
 
-/// Contiguous samples. dst may be the memory of src.
+/// Whether single precision comes close enough to tell the result of almost all samples: the type holds the
+/// top, and no product leaves the range in which its relative error is that of three roundings.
+template <class T>
+bool singleServes(const Correction& correction, double gain) noexcept
+{
+    constexpr double small = 1.0 / (1LL << 60), large = 1LL << 60;
+    const auto within = [](double value) { return value >= small && value <= large; };
+    return within(correction.ratio) && (gain == 0 || within(correction.ratio * gain)) &&
+           correction.top >= 0 && correction.top <= std::numeric_limits<T>::max();
+}
+
+/// Contiguous samples. dst may be the memory of src or of the background.
 using CorrectRow = void (*)(const std::uint8_t* src, const std::uint8_t* background, std::uint8_t* dst,
                             std::int64_t samples, const Correction& correction) noexcept;
 

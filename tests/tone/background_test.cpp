@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstring>
 #include <limits>
 #include <memory>
@@ -319,7 +320,26 @@ TEST(CorrectBackgroundTargets, DivideEveryPairOfBytesExactly)
         background.set<std::uint8_t>(x, y, static_cast<std::uint8_t>(y));
     });
     forEachTarget([&] {
-        for (const double gain : {255.0, 1.0, 2.0, 3.0, 7.0, 49.0, 100.0, 128.0, 254.99}) {
+        for (const double gain : {255.0,
+                                  1.0,
+                                  2.0,
+                                  3.0,
+                                  7.0,
+                                  49.0,
+                                  100.0,
+                                  127.5,
+                                  128.0,
+                                  254.99,
+                                  0.0,
+                                  -0.0,
+                                  1e-3,
+                                  -1.5,
+                                  1e18,
+                                  1e19,
+                                  std::ldexp(1.0, -60),
+                                  std::ldexp(1.0, -61),
+                                  infinity,
+                                  nan}) {
             TestImage dst(layout), expected(layout);
             ASSERT_EQ(CorrectBackground(src, background, dst, 0, 0, gainsOf({gain})), ResultOk);
             oracle::correctBackground<std::uint8_t>(src, background, expected, 1.0, {gain});
@@ -339,6 +359,82 @@ TEST(CorrectBackgroundTargets, DivideWordsExactly)
             oracle::correctBackground<std::uint16_t>(src, background, expected, 1.0, {gain});
             EXPECT_EQ(dst.all<std::uint16_t>(), expected.all<std::uint16_t>()) << gain;
         }
+    });
+}
+
+TEST(CorrectBackgroundTargets, DecideExactlyWhereProductsComeCloseToWholeNumbers)
+{
+    std::mt19937 random(7);
+    for (const int bits : {8, 12, 16}) {
+        const ExImageDataType type = bits == 8 ? UInt8 : UInt16;
+        const int top = (1 << bits) - 1;
+        const Layout layout{.width = 800, .height = 3, .type = type, .bits = bits};
+        for (int round = 0; round < 40; ++round) {
+            // The quotient of two samples times the gain is a whole number, or the double next to it.
+            const int a = static_cast<int>(random() % 30) + 1, b = static_cast<int>(random() % 30) + 1;
+            const int whole = static_cast<int>(random() % static_cast<unsigned>(top)) + 1;
+            double gain = whole / (static_cast<double>(a) / b);
+            gain = round % 3 == 0 ? gain : std::nextafter(gain, round % 3 == 1 ? 0 : infinity);
+            TestImage src(layout), background(layout);
+            src.forEachSample([&](int x, int y, int) {
+                const int times = (x % (top / 30)) + 1;
+                const int sample = y < 2 ? a * times : x, below = y < 2 ? b * times : y + x / 7;
+                std::memcpy(src.sample(x, y), &sample, static_cast<std::size_t>(bytesPerSample(type)));
+                std::memcpy(background.sample(x, y), &below, static_cast<std::size_t>(bytesPerSample(type)));
+            });
+            forEachTarget([&] {
+                TestImage dst(layout), expected(layout);
+                ASSERT_EQ(CorrectBackground(src, background, dst, 0, 0, gainsOf({gain})), ResultOk);
+                if (bits == 8)
+                    oracle::correctBackground<std::uint8_t>(src, background, expected, 1.0, {gain});
+                else
+                    oracle::correctBackground<std::uint16_t>(src, background, expected, 1.0, {gain});
+                ASSERT_EQ(dst.bytes(), expected.bytes()) << bits << " bits, gain " << gain;
+            });
+        }
+    }
+}
+
+TEST(CorrectBackgroundTargets, TreatLongRowsLikeShortOnes)
+{
+    forEachTarget([] {
+        for (const int channels : {1, 3, 4}) {
+            for (const int width : {255, 256, 257, 767, 768, 769, 1600}) {
+                Layout layout{.width = width, .height = 2, .channels = channels, .type = UInt16, .bits = 12};
+                compareCorrect<std::uint16_t>(layout, {4095, 2000.5, 3000}, 100, 90);
+                for (int count = 1; count <= channels; ++count)
+                    compareInPlace<std::uint16_t>(layout, count, {4095, 2000.5, 3000, 7});
+                layout.packing = Planar;
+                compareInPlace<std::uint16_t>(layout, channels, {4095, 2000.5, 3000, 7});
+            }
+        }
+    });
+}
+
+TEST(CorrectBackgroundTargets, MayReplaceTheSourceOrTheBackground)
+{
+    const Layout layout{.width = 1600, .height = 2};
+    forEachTarget([&] {
+        TestImage src(layout), background(layout), expected(layout);
+        fillPairs(src, background, 5);
+        oracle::correctBackground<std::uint8_t>(src, background, expected, 1.0, {255});
+        TestImage same(layout), other(layout);
+        fillPairs(same, other, 5);
+        ASSERT_EQ(CorrectBackground(same, background, same, 0, 0, nullptr), ResultOk);
+        EXPECT_EQ(same.all<std::uint8_t>(), expected.all<std::uint8_t>());
+        ASSERT_EQ(CorrectBackground(src, other, other, 0, 0, nullptr), ResultOk);
+        EXPECT_EQ(other.all<std::uint8_t>(), expected.all<std::uint8_t>());
+    });
+}
+
+TEST(CorrectBackgroundTargets, CombineAnyRatioWithAnyGain)
+{
+    const double values[] = {1e-300, 1e-20, 0.7, 1e20, 1e300};
+    forEachTarget([&] {
+        for (const double ratio : values)
+            for (const double gain : values)
+                compareCorrect<std::uint8_t>({.width = 70, .height = 2, .channels = 3}, {gain, 3, 100}, 1,
+                                             ratio);
     });
 }
 
