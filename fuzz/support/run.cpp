@@ -82,4 +82,12 @@ void run(const Cases& cases, const std::uint8_t* data, std::size_t size)
     }
 }
 
+void runOnce(const Cases& cases, const std::uint8_t* data, std::size_t size)
+{
+    prepareOnce();
+    ByteReader in(data, size);
+    Outcome ignored(true);
+    cases[in.byte() % cases.size()](in, ignored);
+}
+
 }  // namespace ko::fuzz

@@ -27,6 +27,9 @@ Cases joined(const Families&... families)
 /// and lets memory run out in others.
 void run(const Cases& cases, const std::uint8_t* data, std::size_t size);
 
+/// Runs the case that the first byte names, as it is.
+void runOnce(const Cases& cases, const std::uint8_t* data, std::size_t size);
+
 }  // namespace ko::fuzz
 
 /// The entry of a room's fuzzer: the families of cases that it has.

@@ -2,6 +2,10 @@
 // shortcuts.
 #pragma once
 
+#include "oracle/chamfer.h"
+#include "oracle/sobel.h"
+#include "support/test_image.h"
+
 #include <ko/snake.h>
 
 #include <algorithm>
@@ -16,6 +20,15 @@ struct SnakePoint {
     bool operator==(const SnakePoint&) const = default;
 };
 using Snake = std::vector<SnakePoint>;
+
+inline Snake plain(const QList<_point_<int>>& points)
+{
+    Snake result;
+    for (const auto& point : points)
+        result.push_back({point.x, point.y});
+    return result;
+}
+
 /// Image values by column and row.
 struct SnakeField {
     int width, height;
@@ -167,6 +180,44 @@ inline void snakeIterate(Snake& s, const SxSnakeParams& p, const SnakeField& f)
     }
     if (p.refine != 0)
         snakeResample(s, p.pointSpacing);
+}
+
+/// Gradient and distance as the contour sees them.
+template <class T>
+SnakeField fieldOf(const test::TestImage& src, double edgeFraction)
+{
+    const int w = src.buf().width, h = src.buf().height;
+    test::TestImage gradient(test::Layout{.width = w, .height = h, .type = Int32});
+    sobel<T>(src, gradient);
+    auto values = gradient.all<std::int32_t>();
+    const int largest = *std::max_element(values.begin(), values.end());
+    const int threshold = static_cast<int>(largest * std::min(1.0, std::max(0.0, edgeFraction)));
+    test::TestImage edges(test::Layout{.width = w, .height = h}),
+        distance(test::Layout{.width = w, .height = h, .type = Float64});
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x) {
+            auto& g = values[static_cast<std::size_t>(y * w + x)];
+            edges.set<std::uint8_t>(x, y, g > threshold ? std::uint8_t{255} : std::uint8_t{0});
+            g = g > threshold ? g : 0;
+        }
+    chamferDistance(edges, distance, 2);
+    std::vector<int> scaled;
+    for (const double d : distance.all<double>())
+        scaled.push_back(static_cast<int>(5.0 * d));
+    return {w, h, values, scaled};
+}
+
+template <class T>
+Snake snakeImage(const test::TestImage& src, const SxSnakeParams& params, const QList<_point_<int>>& input)
+{
+    const SnakeField field = fieldOf<T>(src, params.edgeFraction);
+    Snake snake = plain(input);
+    for (auto& point : snake) {
+        point.x = std::min(std::max(point.x, 1), field.width - 2);
+        point.y = std::min(std::max(point.y, 1), field.height - 2);
+    }
+    snakeIterate(snake, params, field);
+    return snake;
 }
 
 }  // namespace ko::oracle

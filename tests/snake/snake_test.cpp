@@ -1,6 +1,4 @@
-#include "oracle/chamfer.h"
 #include "oracle/snake.h"
-#include "oracle/sobel.h"
 #include "support/allocation_failure.h"
 #include "support/check_table.h"
 #include "support/failing_new.h"
@@ -19,13 +17,7 @@ namespace {
 
 using Points = QList<_point_<int>>;
 
-oracle::Snake plain(const Points& points)
-{
-    oracle::Snake result;
-    for (const auto& point : points)
-        result.push_back({point.x, point.y});
-    return result;
-}
+using oracle::plain;
 
 Points circle(int cx, int cy, int radius, int count)
 {
@@ -103,41 +95,10 @@ TEST(SnakeImageChecks, ReportMissingMemoryOfTheContour)
     }
 }
 
-/// Gradient and distance as the contour sees them.
-template <class T>
-oracle::SnakeField fieldOf(const TestImage& src, double edgeFraction)
-{
-    const int w = src.buf().width, h = src.buf().height;
-    TestImage gradient(Layout{.width = w, .height = h, .type = Int32});
-    oracle::sobel<T>(src, gradient);
-    auto values = gradient.all<std::int32_t>();
-    const int largest = *std::max_element(values.begin(), values.end());
-    const int threshold = static_cast<int>(largest * std::min(1.0, std::max(0.0, edgeFraction)));
-    TestImage edges(Layout{.width = w, .height = h}),
-        distance(Layout{.width = w, .height = h, .type = Float64});
-    for (int y = 0; y < h; ++y)
-        for (int x = 0; x < w; ++x) {
-            auto& g = values[static_cast<std::size_t>(y * w + x)];
-            edges.set<std::uint8_t>(x, y, g > threshold ? std::uint8_t{255} : std::uint8_t{0});
-            g = g > threshold ? g : 0;
-        }
-    oracle::chamferDistance(edges, distance, 2);
-    std::vector<int> scaled;
-    for (const double d : distance.all<double>())
-        scaled.push_back(static_cast<int>(5.0 * d));
-    return {w, h, values, scaled};
-}
-
 template <class T>
 void compareWithTwin(const TestImage& src, const SxSnakeParams& params, const Points& input)
 {
-    const oracle::SnakeField field = fieldOf<T>(src, params.edgeFraction);
-    oracle::Snake expected = plain(input);
-    for (auto& point : expected) {
-        point.x = std::min(std::max(point.x, 1), field.width - 2);
-        point.y = std::min(std::max(point.y, 1), field.height - 2);
-    }
-    oracle::snakeIterate(expected, params, field);
+    const oracle::Snake expected = oracle::snakeImage<T>(src, params, input);
     Points output;
     ASSERT_EQ(SnakeImage(src, params, input, output), ResultOk);
     EXPECT_EQ(plain(output).size(), expected.size());

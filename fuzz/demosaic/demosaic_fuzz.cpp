@@ -1,0 +1,4 @@
+// Demosaicing and the convertor.
+#include "fuzz/demosaic/families.h"
+
+KO_FUZZ_ROOM(ko::fuzz::demosaicCases(), ko::fuzz::convertorCases())

@@ -1,0 +1,11 @@
+// The families of operations that share the room's fuzzer.
+#pragma once
+
+#include "fuzz/support/run.h"
+
+namespace ko::fuzz {
+
+Cases convertorCases();
+Cases demosaicCases();
+
+}  // namespace ko::fuzz
