@@ -75,6 +75,44 @@ class Hist(ToolTest):
         self.write("m.png", png(4, 2, [1, 1, 0, 1, 1, 0, 1, 1]))
         self.assertEqual(self.csv("a.tif", "--mask", "m.png")[1], [{0: 1}, {1: 1, 3: 1}, {7: 1}, {4: 1, 6: 1}])
 
+    def test_a_row_or_a_column_can_be_chosen(self):
+        self.write("a.png", png(3, 2, [10, 11, 12, 13, 14, 11]))
+        self.write("m.png", png(3, 2, [0, 1, 1, 0, 0, 1]))
+        self.assertEqual(self.csv("a.png", "--row", "1"), (["gray"], [{13: 1, 14: 1, 11: 1}]))
+        self.assertEqual(self.csv("a.png", "--column", "2")[1], [{12: 1, 11: 1}])
+        self.assertEqual(self.csv("a.png", "--row", "0", "--mask", "m.png")[1], [{11: 1, 12: 1}])
+        self.assertEqual(self.csv("a.png", "--column", "1", "--mask", "m.png")[1], [{11: 1}])
+        self.refuse("hist", "a.png", "--row", "2", names="a.png: ", says="has no row 2")
+        self.refuse("hist", "a.png", "--column", "3", names="a.png: ", says="has no column 3")
+        self.refuse("hist", "a.png", "--row", "0", "--column", "0", names="", says="only one of", code=2)
+
+    def test_gray_is_the_mean_of_the_colours(self):
+        self.write("a.png", png(3, 1, [1, 2, 5, 1, 2, 3, 9, 9, 9], channels=3))
+        self.write("m.png", png(3, 1, [1, 1, 0]))
+        names = ["gray", "red", "green", "blue"]
+        self.assertEqual(self.csv("a.png", "--gray"), (names, [{2: 2, 9: 1}, {1: 2, 9: 1}, {2: 2, 9: 1}, {5: 1, 3: 1, 9: 1}]))
+        self.assertEqual(self.csv("a.png", "--gray", "--mask", "m.png"), (names, [{2: 2}, {1: 2}, {2: 2}, {5: 1, 3: 1}]))
+        self.assertEqual(self.csv("a.png", "--gray", "--roi", "1,0,2,1", "--channel", "0"), (["gray"], [{2: 1, 9: 1}]))
+        self.assertEqual(self.csv("a.png", "--gray", "--channel", "0", "--mask", "m.png"), (["gray"], [{2: 2}]))
+        self.write("alpha.tif", tiff(1, 1, [1, 2, 6, 77], channels=4, bits=8, extra=[(338, 3, (2,))]))
+        self.assertEqual(self.csv("alpha.tif", "--gray", "--channel", "0"), (["gray"], [{3: 1}]))
+        self.write("g.png", png(1, 1, [1]))
+        self.refuse("hist", "g.png", "--gray", names="g.png: ", says="neither a colour picture nor a mosaic")
+
+    def test_the_gray_of_a_mosaic_is_that_of_its_cells(self):
+        self.write("a.tif", tiff(4, 2, [10, 20, 1, 2, 21, 40, 3, 6], bits=8, description="koimproc bits=8 grid=RGGB"))
+        self.write("m.png", png(4, 2, [0, 0, 0, 0, 0, 0, 0, 1]))
+        names = ["gray", "red", "green", "blue"]
+        self.assertEqual(self.csv("a.tif", "--gray"),
+                         (names, [{22: 1, 3: 1}, {10: 1, 1: 1}, {20: 1, 21: 1, 2: 1, 3: 1}, {40: 1, 6: 1}]))
+        self.assertEqual(self.csv("a.tif", "--gray", "--mask", "m.png"), (names, [{3: 1}, {1: 1}, {2: 1, 3: 1}, {6: 1}]))
+
+    def test_of_signed_samples_those_that_are_not_negative_count(self):
+        self.write("a.tif", tiff(4, 1, [-5, 0, 7, 7], sample_format=2))
+        self.assertEqual(self.csv("a.tif"), (["gray"], [{0: 1, 7: 2}]))
+        self.assertEqual(self.csv("a.tif", "--roi", "0,0,2,1"), (["gray"], [{0: 1}]))
+        self.refuse("hist", "a.tif", "--row", "0", names="a.tif: ", says="of signed samples")
+
     def test_without_an_output_a_sparkline_is_printed(self):
         self.write("a.png", png(4, 1, [0, 0, 128, 255]))
         self.assertEqual(self.succeed("hist", "a.png"),
@@ -107,7 +145,8 @@ class Hist(ToolTest):
         self.refuse("hist", "a.tif", "-o", "out.csv", names="a.tif: ", says="odd size, 4 x 3")
         self.refuse("hist", "f.tif", "-o", "out.csv", names="f.tif: ", says="8 or 16 bits")
         roi = ("--roi", "0,0,4,2")
-        self.refuse("hist", "a.tif", *roi, "--mask", "m.png", "-o", "o.csv", names="m.png: ", says="size of the picture, 4 x 3")
+        self.refuse("hist", "a.tif", *roi, "--mask", "m.png", "-o", "o.csv", names="a.tif: ",
+                    says="m.png has not the size of the picture, 4 x 3")
         self.refuse("hist", "a.tif", *roi, "--mask", "none.png", "-o", "o.csv", names="a.tif: ", says="selects no sample")
         self.refuse("hist", "a.tif", "--roi", "2,0,4,2", "-o", "o.csv", names="a.tif: ", says="does not lie inside")
         self.refuse("hist", "a.tif", *roi, "-o", "no/out.csv", names="no/out.csv: ", says="cannot be written")
@@ -136,6 +175,17 @@ class Hist2D(ToolTest):
         self.write("a.png", png(1, 1, [10, 20, 30], channels=3))
         self.succeed("hist2d", "a.png", "a.png", "--channel", "2", "-o", "out.svg")
         self.assertIn('x="170" y="502" width="2" height="2"', self.read("out.svg").decode())
+
+    def test_rows_columns_and_masks_select(self):
+        self.write("a.png", png(2, 2, [0, 50, 100, 150]))
+        self.write("m.png", png(2, 2, [0, 0, 0, 1]))
+        for options, levels in ((("--row", "1"), {100, 150}), (("--column", "0"), {0, 100}), (("--mask", "m.png"), {150})):
+            self.succeed("hist2d", "a.png", "a.png", *options, "-o", "out.svg")
+            cells = [line for line in self.read("out.svg").decode().splitlines() if 'width="2" height="2"' in line]
+            self.assertEqual(len(cells), len(levels), options)
+            for level in levels:
+                self.assertTrue(any(f'x="{110 + 2 * level}" y="{562 - 2 * level}"' in cell for cell in cells), options)
+        self.refuse("hist2d", "a.png", "a.png", "--row", "2", "-o", "o.png", names="a.png: ", says="no such row or column")
 
     def test_pictures_that_do_not_fit_are_refused(self):
         self.write("a.png", png(2, 2, range(4)))

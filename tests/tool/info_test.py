@@ -102,6 +102,10 @@ class CommandLine(ToolTest):
         self.refuse("unpack", "a.tif", "b.tif", "-o", ".", names="a.tif: ", says="replace this input", code=2)
         self.refuse("unpack", "a.tif", "-o", "./d/../a.tif", names="a.tif: ", says="replace this input", code=2)
 
+    def test_the_machine_is_named_for_reports_of_faults(self):
+        self.assertRegex(self.succeed("info", "--machine"), r"^ko [\d.]+, \d+ processors, second-level cache of \d+ KiB\n$")
+        self.refuse("info", names="", says="a file or --machine is wanted", code=2)
+
 
 if __name__ == "__main__":
     ko_files.main()

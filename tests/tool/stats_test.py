@@ -52,6 +52,35 @@ class Stats(ToolTest):
         (gray,) = self.figures("a.tif")
         self.assertTrue(40006 <= gray["otsu"] < 60000, gray)
 
+    def test_the_renyi_entropy_has_an_order(self):
+        self.write("a.png", png(4, 1, [0, 0, 0, 9]))
+        (gray,) = self.figures("a.png", "--renyi", "2")
+        self.assertAlmostEqual(gray["renyi"], -math.log2((3 / 4) ** 2 + (1 / 4) ** 2))
+        self.assertRegex(self.succeed("stats", "a.png", "--renyi", "2"), r"Otsu +Renyi\n.* 0\.811 .* 0\.678\n$")
+        self.refuse("stats", "a.png", "--renyi", "1", names="", says="of order 1", code=2)
+
+    def test_the_extremes_of_cells_have_places(self):
+        self.write("a.png", png(4, 2, [9, 1, 7, 2, 8, 1, 8, 3]))
+        run = json.loads(self.succeed("stats", "a.png", "--cell", "2,1", "--json"))
+        self.assertEqual(run["cells"], [
+            {"position": [0, 0], "minimum": 7, "minimumAt": [2, 0], "maximum": 9, "maximumAt": [0, 0]},
+            {"position": [1, 0], "minimum": 1, "minimumAt": [1, 0], "maximum": 3, "maximumAt": [3, 1]}])
+        self.assertIn("cell 0,0: min 1 at 1,1, max 8 at 2,1\n",
+                      self.succeed("stats", "a.png", "--roi", "1,1,2,1", "--cell", "1,1"))
+        self.refuse("stats", "a.png", "--cell", "3,1", names="a.png: ", says="do not consist of such cells")
+
+    def test_tiles_show_uneven_light(self):
+        self.write("a.tif", tiff(5, 2, [1, 3, 5, 7, 9, 1, 3, 5, 7, 9]))
+        (gray,) = self.figures("a.tif", "--tiles", "2,1")
+        self.assertEqual(gray["tiles"], [[2, 7]])
+        self.assertRegex(self.succeed("stats", "a.tif", "--tiles", "2,1"), r"mean of tiles, gray\n +2\.000 +7\.000\n$")
+        self.refuse("stats", "a.tif", "--tiles", "6,1", names="a.tif: ", says="fewer pixels than tiles")
+
+    def test_the_mean_of_a_large_tile_is_not_lost_to_32_bits(self):
+        self.write("a.tif", tiff(400, 500, [65535 - i % 2 for i in range(200000)]))
+        (gray,) = self.figures("a.tif", "--tiles", "1,1")
+        self.assertEqual(gray["tiles"], [[65534.5]])
+
     def test_bad_input_is_refused(self):
         self.write("a.png", png(2, 2, range(4)))
         self.write("m.png", png(2, 2, [0] * 12, channels=3))

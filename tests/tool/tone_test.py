@@ -41,9 +41,13 @@ class Threshold(ToneTest):
 
     def test_levels_that_the_samples_do_not_have_are_refused(self):
         self.write("a.png", png(2, 1, [0, 1]))
-        for level in ("256", "-1", "0.5", "1e300", "nan"):
+        for level in ("256", "-1", "0.5", "1e300"):
             self.refuse("threshold", "a.png", "-o", "o.tif", f"--above={level}", names="a.png: ", says="is no level")
-        self.refuse("threshold", "a.png", "-o", "o.tif", names="", says="either --above or --otsu", code=2)
+        for level in ("nan", "1,5", "inf", "five", ""):
+            run = self.ko("threshold", "a.png", "-o", "o.tif", f"--above={level}")
+            self.assertEqual(run.returncode, 2)
+            self.assertIn("--above", run.stderr)
+        self.refuse("threshold", "a.png", "-o", "o.tif", names="", says="either above or otsu", code=2)
 
 
 class Equalize(ToneTest):
@@ -90,10 +94,28 @@ class StretchLevels(ToneTest):
         self.write("a.png", png(2, 1, [50, 60, 70, 80, 90, 101], channels=3))
         self.assertEqual(self.samples("stretch-levels", "a.png", "--auto", "0"), [0, 50, 100, 150, 200, 255])
 
+    def test_outside_the_mask_nothing_changes(self):
+        self.write("a.png", png(4, 1, [50, 101, 75, 200]))
+        self.write("m.png", png(4, 1, [1, 1, 0, 0]))
+        self.assertEqual(self.samples("stretch-levels", "a.png", "--low", "50", "--high", "152", "--mask", "m.png"),
+                         [0, 127, 75, 200])
+        # The band is that of the selected samples.
+        self.assertEqual(self.samples("stretch-levels", "a.png", "--auto", "0", "--mask", "m.png"), [0, 255, 75, 200])
+
+    def test_the_greens_of_a_mosaic_are_stretched_together(self):
+        self.write("a.tif", tiff(4, 2, [0, 10, 0, 20, 30, 0, 31, 0], bits=8, description="koimproc bits=8 grid=RGGB"))
+        self.write("m.png", png(4, 2, [0, 0, 1, 0, 0, 0, 0, 0]))
+        # Means 20 and 25.5, halves kept, times 255 / 51.
+        band = ("--green", "--low", "0", "--high", "51")
+        self.assertEqual(self.samples("stretch-levels", "a.tif", *band), [100, 127])
+        self.assertEqual(self.samples("stretch-levels", "a.tif", *band, "--mask", "m.png"), [0, 127])
+        self.write("g.png", png(2, 2, range(4)))
+        self.refuse("stretch-levels", "g.png", *band, "-o", "o.tif", names="g.png: ", says="not a mosaic")
+
     def test_bands_that_make_no_sense_are_refused(self):
         self.write("a.png", png(2, 1, [7, 7]))
-        for options in ((), ("--low", "5", "--high", "5")):
-            self.refuse("stretch-levels", "a.png", "-o", "o.tif", *options, names="", says="--low", code=2)
+        for options in ((), ("--low", "5"), ("--low", "5", "--high", "5"), ("--low", "5", "--high", "6", "--auto", "1")):
+            self.refuse("stretch-levels", "a.png", "-o", "o.tif", *options, names="", says="low", code=2)
         self.refuse("stretch-levels", "a.png", "-o", "o.tif", "--low", "5", "--high", "256", names="a.png: ", says="end below")
         self.refuse("stretch-levels", "a.png", "-o", "o.tif", "--auto", "1", names="a.png: ", says="has level 7")
 
@@ -126,11 +148,73 @@ class Flatfield(ToneTest):
                     names="size.tif: ", says="differs in size from depth.tif")
 
 
+    def test_factors_can_take_the_place_of_the_mean(self):
+        self.write("a.png", png(3, 1, [40, 80, 9]))
+        self.write("b.png", png(3, 1, [50, 100, 0]))
+        self.assertEqual(self.samples("flatfield", "a.png", "--background", "b.png", "--factors", "100"), [80, 80, 9])
+        self.write("c.png", png(1, 1, [40, 80, 200], channels=3))
+        self.write("d.png", png(1, 1, [50, 100, 100], channels=3))
+        self.assertEqual(self.samples("flatfield", "c.png", "--background", "d.png", "--factors", "10,20,200"), [8, 16, 255])
+
+    def test_results_of_factors_stay_within_the_depth(self):
+        for name, level in (("a.tif", 4000), ("b.tif", 100)):
+            self.write(name, tiff(1, 1, [level << 4], description="koimproc bits=12"))
+        self.assertEqual(self.samples("flatfield", "a.tif", "--background", "b.tif", "--factors", "1000"), [4095 << 4])
+
+    def test_factors_that_do_not_fit_are_refused(self):
+        self.write("a.tif", tiff(1, 1, [9]))
+        self.write("c.png", png(1, 1, [1, 2, 3], channels=3))
+        self.refuse("flatfield", "a.tif", "--background", "a.tif", "--factors", "1", "-o", "o.tif", names="a.tif: ",
+                    says="below 16 bits")
+        self.refuse("flatfield", "c.png", "--background", "c.png", "--factors", "1,2", "-o", "o.tif", names="c.png: ",
+                    says="3 channels, there are 2 factors")
+        self.assertIn("one to 3 numbers 0...1000000000", self.ko("flatfield", "c.png", "--background", "c.png", "-o", "o.tif",
+                                                           "--factors=-1").stderr)
+
+
+class CompressLevels(ToneTest):
+    def test_a_band_is_divided_by_its_spread(self):
+        self.write("a.png", png(5, 1, [99, 100, 150, 151, 152]))
+        # 255 levels on 51 steps: a fifth.
+        self.assertEqual(self.samples("compress-levels", "a.png", "--low", "100", "--high", "151"), [0, 0, 10, 10, 0])
+
+    def test_colours_go_together(self):
+        self.write("a.png", png(2, 1, [100, 110, 151, 100, 110, 152], channels=3))
+        self.assertEqual(self.samples("compress-levels", "a.png", "--low", "100", "--high", "151"), [0, 2, 10, 0, 0, 0])
+
+    def test_a_mosaic_becomes_a_colour_picture(self):
+        self.write("a.tif", tiff(4, 2, [10, 20, 10, 20, 31, 40, 33, 40], bits=8, description="koimproc bits=8 grid=RGGB"))
+        self.succeed("compress-levels", "a.tif", "--low", "0", "--high", "85", "-o", "out.tif")
+        # Greens 20 and 31 have the mean 25, 20 and 33 have 26; a third of each.
+        self.assertEqual(read_tiff(self.read("out.tif"))[:4], (2, 1, 3, [3, 8, 13, 3, 8, 13]))
+
+    def test_a_mask_leaves_the_rest_black(self):
+        self.write("a.tif", tiff(4, 2, [30] * 8, bits=8, description="koimproc bits=8 grid=RGGB"))
+        self.write("m.png", png(4, 2, [0, 0, 0, 0, 0, 0, 1, 0]))
+        self.assertEqual(self.samples("compress-levels", "a.tif", "--low", "0", "--high", "85", "--mask", "m.png"),
+                         [0, 0, 0, 10, 10, 10])
+        self.write("g.png", png(4, 2, [30] * 8))
+        self.assertEqual(self.samples("compress-levels", "g.png", "--low", "0", "--high", "85", "--mask", "m.png"),
+                         [0] * 6 + [10, 0])
+
+    def test_bands_that_make_no_sense_are_refused(self):
+        self.write("a.png", png(1, 1, [7]))
+        self.refuse("compress-levels", "a.png", "--low", "5", "--high", "5", "-o", "o.tif", names="", says="below high", code=2)
+        self.refuse("compress-levels", "a.png", "--low", "5", "--high", "256", "-o", "o.tif", names="a.png: ", says="end below 256")
+
+
 class Average(ToneTest):
     def test_sums_are_exact_and_the_quotient_is_truncated(self):
         frames = [random_samples(30, 65535, seed) for seed in range(1, 8)]
         names = [self.write(f"f{i}.tif", tiff(5, 6, frame)) for i, frame in enumerate(frames)]
         self.assertEqual(self.samples("average", *names), [sum(column) // 7 for column in zip(*frames)])
+
+    def test_frames_that_are_not_held_give_the_same(self):
+        frames = [random_samples(30, 255, seed) for seed in range(1, 6)]
+        names = [self.write(f"f{i}.png", png(5, 6, frame)) for i, frame in enumerate(frames)]
+        expected = [sum(column) // 5 for column in zip(*frames)]
+        for memory in ("1024", "0"):
+            self.assertEqual(self.samples("average", *names, "--memory", memory), expected)
 
     def test_depth_and_pattern_are_kept(self):
         for name, level in (("a.tif", 100), ("b.tif", 103)):
@@ -169,6 +253,21 @@ class Convert(ToneTest):
         self.assertEqual(self.samples("convert", "f.tif", "--joint", "--to", "u8"), [0, 63, 127, 63, 127, 255])
         self.assertEqual(self.samples("convert", "f.tif", "--separate", "--to", "u8"), [0, 0, 0, 255, 255, 255])
 
+    def test_a_given_range_ends_at_the_brightest_level(self):
+        self.write("f.tif", tiff(5, 1, [-1, 0, 0.5, 1, 9], bits=32, sample_format=3))
+        self.assertEqual(self.samples("convert", "f.tif", "--to", "u8", "--range", "0,1"), [0, 0, 128, 255, 255])
+        for given in ("1,0", "1", "0,1,2", "0,x"):
+            run = self.ko("convert", "f.tif", "-o", "o.tif", "--range", given)
+            self.assertEqual(run.returncode, 2)
+            self.assertIn("range", run.stderr)
+
+    def test_a_mask_selects_what_has_the_range(self):
+        self.write("f.tif", tiff(3, 1, [0, 1, 2, 1, 2, 3, 50, 60, 70], bits=32, channels=3, sample_format=3))
+        self.write("m.png", png(3, 1, [1, 1, 0]))
+        self.assertEqual(self.samples("convert", "f.tif", "--to", "u8", "--mask", "m.png"),
+                         [0, 85, 170, 85, 170, 255, 0, 0, 0])
+        self.refuse("convert", "f.tif", "--mask", "m.png", "-o", "o.tif", names="f.tif: ", says="to 8 bits only")
+
     def test_wide_integers_are_converted(self):
         self.write("i.tif", wide_tiff([-100, 0, 155]))
         self.assertEqual(self.samples("convert", "i.tif", "--to", "u8"), [0, 100, 255])
@@ -178,7 +277,7 @@ class Convert(ToneTest):
         self.write("i.tif", wide_tiff([-2**31 + 1, 2**31 - 2]))
         self.refuse("convert", "a.png", "-o", "o.tif", names="a.png: ", says="only floating-point")
         self.refuse("convert", "i.tif", "-o", "o.tif", names="i.tif: ", says="further apart than 31 bits")
-        self.refuse("convert", "i.tif", "-o", "o.tif", "--zero-based", names="i.tif: ", says="--zero-based is for")
+        self.refuse("convert", "i.tif", "-o", "o.tif", "--zero-based", names="i.tif: ", says="zero-based, range and mask are for")
 
 
 if __name__ == "__main__":

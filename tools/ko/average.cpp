@@ -1,11 +1,14 @@
 // ko average: one picture with less noise of many frames.
 #include "batch.h"
-#include "channels.h"
 #include "commands.h"
 #include "failure.h"
-#include "filtering.h"
 #include "image_file.h"
+#include "levels.h"
+#include "parts.h"
+#include "settings.h"
 #include "toning.h"
+
+#include <CLI/CLI.hpp>
 
 #include <limits>
 #include <memory>
@@ -15,19 +18,17 @@
 namespace ko::tool {
 namespace {
 
-/// Adds frames one by one. `AverageImage` wants all of them in memory at once; the sums of 32 bits and the
-/// quotients without their fractions are the same, so that the pictures are.
-class Average {
+/// Adds frames one by one: 32 bits for each sample, however many there are. The sums and the quotients
+/// without their fractions are those of `AverageImage`, so that the pictures are.
+class Sums {
 public:
+    explicit Sums(const SxImageInfo& format)
+        : m_format(format), m_sums(cleared(makeFormat(format.width, format.height, format.channels, UInt32)))
+    {
+    }
+
     void add(const Image& frame)
     {
-        requireLevels(*frame);
-        if (!m_sums) {
-            m_format = *frame;
-            m_sums = cleared(makeFormat(frame->width, frame->height, frame->channels, UInt32));
-        } else if (const std::string difference = differenceOf(*frame, m_format); !difference.empty()) {
-            throw std::runtime_error(difference + "the frames before");
-        }
         if (frame->dataType == UInt8)
             addRows<std::uint8_t>(frame);
         else
@@ -35,7 +36,7 @@ public:
         ++m_count;
     }
 
-    Image quotient() const
+    Image mean() const
     {
         Image result(m_format);
         if (result->dataType == UInt8)
@@ -52,7 +53,7 @@ private:
     void addRows(const Image& frame)
     {
         for (int y = 0; y < m_format.height; ++y) {
-            auto* sums = rowOf<std::uint32_t>(*m_sums, y);
+            auto* sums = rowOf<std::uint32_t>(m_sums, y);
             const T* samples = rowOf<T>(frame, y);
             for (std::int64_t x = 0; x < rowSamples(); ++x)
                 sums[x] += samples[x];
@@ -63,36 +64,90 @@ private:
     void divideRows(Image& result) const
     {
         for (int y = 0; y < m_format.height; ++y) {
-            const auto* sums = rowOf<std::uint32_t>(*m_sums, y);
+            const auto* sums = rowOf<std::uint32_t>(m_sums, y);
             for (std::int64_t x = 0; x < rowSamples(); ++x)
                 rowOf<T>(result, y)[x] = static_cast<T>(sums[x] / m_count);
         }
     }
 
     SxImageInfo m_format;
-    std::optional<Image> m_sums;
+    Image m_sums;
     std::uint32_t m_count = 0;
 };
 
-int run(const FileSeries& files)
+/// Holds the frames, which averages them fastest, until they take more memory than allowed.
+class Average {
+public:
+    explicit Average(int mebibytes) : m_allowed(std::size_t(mebibytes) << 20) {}
+
+    void add(Image frame)
+    {
+        requireLevels(*frame);
+        if (!m_format)
+            m_format = *frame;
+        else if (const std::string difference = differenceOf(*frame, *m_format); !difference.empty())
+            throw std::runtime_error(difference + "the frames before");
+        if (!m_sums && (m_held.size() + 1) * imageByteSize(*frame) > m_allowed)
+            release();
+        if (m_sums)
+            m_sums->add(frame);
+        else
+            m_held.push_back(std::move(frame));
+    }
+
+    Image mean() const
+    {
+        if (m_sums)
+            return m_sums->mean();
+        QVector<SxImageBuf> frames;
+        for (const Image& frame : m_held)
+            frames.append(*frame);
+        Image result(*m_format);
+        require(AverageImage(frames, *result), "AverageImage");
+        return result;
+    }
+
+private:
+    void release()
+    {
+        m_sums.emplace(*m_format);
+        for (const Image& frame : m_held)
+            m_sums->add(frame);
+        m_held.clear();
+    }
+
+    std::size_t m_allowed;
+    std::optional<SxImageInfo> m_format;
+    std::vector<Image> m_held;
+    std::optional<Sums> m_sums;
+};
+
+struct Options {
+    FileSeries files;
+    int mebibytes = 1024;
+    Settings settings;
+};
+
+int run(const Options& options)
 {
     // So many frames of 16 bits are the most that sums of 32 bits hold.
     constexpr std::size_t mostFrames = std::numeric_limits<std::uint32_t>::max() / 65535;
+    const FileSeries& files = options.files;
     if (files.inputs.size() > mostFrames)
         throw UsageError("more than " + std::to_string(mostFrames) + " frames");
     std::vector<Job> jobs;
     for (const std::string& input : files.inputs)
         jobs.push_back(planJobs({{input}, files.output}, ".tif").front());
 
-    Average average;
+    Average average(options.mebibytes);
     const int code = runBatch(jobs, [&](const Job& job) {
-        const Image picture = readImage(job.input);
+        Image picture = readImage(job.input);
         Frame frame{pixelCount(*picture), {}};
-        timed(frame, [&] { average.add(picture); });
+        timed(frame, [&] { average.add(std::move(picture)); });
         return frame;
     });
     if (code == ExitOk)
-        writeImage(average.quotient(), jobs.front().output);
+        writeImage(average.mean(), jobs.front().output);
     return code;
 }
 
@@ -101,13 +156,18 @@ int run(const FileSeries& files)
 const Command averageCommand{
     "Tone", "average", "One picture of many frames, in the memory of a few",
     [](CLI::App& command) -> Command::Action {
-        auto files = std::make_shared<FileSeries>();
-        command.add_option("frame", files->inputs, "pictures or camera raws of one format")->required();
+        auto options = std::make_shared<Options>();
+        command.add_option("frame", options->files.inputs, "pictures or camera raws of one format")
+            ->required();
         command
-            .add_option("-o,--output", files->output,
+            .add_option("-o,--output", options->files.output,
                         "mean of all frames, without its fractions; not written unless all can be read")
             ->required();
-        return [files] { return run(*files); };
+        options->settings.whole(
+            "memory", options->mebibytes, {0, 1 << 20},
+            "MiB of frames to hold, 1024 if not given; beyond, they are summed up one by one");
+        options->settings.declare(command);
+        return [options] { return run(*options); };
     }};
 
 }  // namespace ko::tool

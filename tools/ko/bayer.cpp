@@ -1,9 +1,10 @@
 #include "bayer.h"
 
+#include <CLI/CLI.hpp>
+
 #include <algorithm>
 #include <array>
 #include <cctype>
-#include <map>
 
 namespace ko::tool {
 namespace {
@@ -33,15 +34,31 @@ int colourAt(ExBayerGrid grid, std::int64_t x, std::int64_t y)
     return colour == 'R' ? 0 : colour == 'G' ? 1 : 2;
 }
 
-CLI::Option* addGridOption(CLI::App& command, ExBayerGrid& grid, const std::string& description)
+ExBayerGrid gridAt(ExBayerGrid grid, int x, int y)
 {
-    return command
+    if (grid == BayerNone)
+        return grid;
+    std::string name;
+    for (int position = 0; position < 4; ++position)
+        name += names.at(static_cast<std::size_t>(
+            grid))[static_cast<std::size_t>(2 * ((position / 2 + y) & 1) + ((position + x) & 1))];
+    return gridOfName(name).value();
+}
+
+void addGridOption(CLI::App& command, ExBayerGrid& grid, const std::string& description)
+{
+    command
         .add_option_function<std::string>(
             "--grid", [&grid](const std::string& name) { grid = gridOfName(name).value(); }, description)
         ->option_text("rggb|bggr|gbrg|grbg")
         ->check([](const std::string& name) {
             return gridOfName(name) ? std::string() : "no pattern is called " + name;
         });
+}
+
+Settings::Words gridWords()
+{
+    return {{"rggb", BayerRGGB}, {"bggr", BayerBGGR}, {"gbrg", BayerGBRG}, {"grbg", BayerGRBG}};
 }
 
 }  // namespace ko::tool

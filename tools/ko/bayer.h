@@ -1,7 +1,7 @@
 // Names and colours of the mosaic patterns.
 #pragma once
 
-#include "command.h"
+#include "settings.h"
 
 #include <ko/image.h>
 
@@ -20,7 +20,13 @@ std::optional<ExBayerGrid> gridOfName(std::string_view name);
 /// Colour of a sensor position: 0 red, 1 green, 2 blue.
 int colourAt(ExBayerGrid grid, std::int64_t x, std::int64_t y);
 
+/// The pattern of a mosaic seen from the position (x, y), which becomes its first.
+ExBayerGrid gridAt(ExBayerGrid grid, int x, int y);
+
 /// Declares `--grid`; the variable keeps its value where the option is not given.
-CLI::Option* addGridOption(CLI::App& command, ExBayerGrid& grid, const std::string& description);
+void addGridOption(CLI::App& command, ExBayerGrid& grid, const std::string& description);
+
+/// The patterns by their names, as a setting takes them.
+Settings::Words gridWords();
 
 }  // namespace ko::tool

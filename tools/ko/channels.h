@@ -1,11 +1,12 @@
 // The samples that statistics are made of: channels of a picture, as far as the user selects them.
 #pragma once
 
-#include "command.h"
 #include "image.h"
+#include "settings.h"
 
 #include <QRect>
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -17,14 +18,14 @@ struct Selection {
     QRect region;      ///< null: the whole picture
 };
 
-/// Declares `--mask` and `--roi`.
-void addSelectionOptions(CLI::App& command, Selection& selection);
+/// Declares `mask` and `roi`.
+void addSelection(Settings& settings, Selection& selection);
 
-/// One channel of a picture: a mono image with its selected samples. Under a mask they stand in one row, in
-/// raster order; else where they stood.
+/// One channel of a picture as a mono image, and which of its samples count; all without a mask.
 struct Channel {
     std::string name;
     Image samples;
+    std::optional<Image> mask;
 };
 
 /// The channels of a picture; a mosaic has four, one for each position of its cell. Throws where the region
@@ -32,23 +33,20 @@ struct Channel {
 /// nothing is selected.
 std::vector<Channel> selectChannels(const Image& picture, const Selection& selection);
 
-/// True for the sample types whose levels can be counted: unsigned of 8 or 16 bits.
-inline bool hasLevels(const SxImageInfo& format)
-{
-    return format.dataType == UInt8 || format.dataType == UInt16;
-}
+/// What the channels of a picture are called.
+std::vector<std::string> channelNames(const SxImageInfo& format);
 
-/// Throws where the levels of a picture cannot be counted.
-void requireLevels(const SxImageInfo& format);
+/// The region of a selection inside a picture; for a mosaic it consists of whole cells. Throws where not.
+QRect selectedRegion(const SxImageInfo& format, const Selection& selection);
 
-/// How often each level occurs in a mono image whose levels can be counted.
-std::vector<std::uint32_t> countLevels(const Image& channel);
+/// The selected samples of a channel, in one row if there is a mask.
+Image gather(const Channel& channel);
 
-/// An image of ones, which selects all pixels.
-Image maskOfOnes(const SxImageInfo& format);
+/// How often each level occurs in a channel whose levels can be counted.
+std::vector<std::uint32_t> countLevels(const Channel& channel);
 
-/// Otsu's threshold of a mono image whose levels can be counted. The sums of the operation are 32 bits wide
-/// and hold 32,767 pixels of any level: for more, it is the threshold of so many evenly spaced quantiles.
-unsigned otsuThreshold(const Image& channel);
+/// Otsu's threshold of a distribution. The sums of the operation are 32 bits wide and hold 32,767 pixels of
+/// any level: for more, it is the threshold of so many evenly spaced quantiles.
+unsigned otsuThreshold(const std::vector<std::uint32_t>& counts);
 
 }  // namespace ko::tool

@@ -1,9 +1,11 @@
 // What a subcommand of the tool is.
 #pragma once
 
-#include <CLI/CLI.hpp>
-
 #include <functional>
+
+namespace CLI {
+class App;
+}
 
 namespace ko::tool {
 
@@ -14,7 +16,8 @@ enum ExitCode : int {
     ExitUsage = 2,   ///< the command line makes no sense; nothing was done
 };
 
-/// One subcommand. A new one is a file with its definition, its name in commands.h and its place in main.cpp.
+/// One subcommand. A new one is a file with its definition, its name in commands.h and its place in
+/// registry.cpp.
 struct Command {
     /// Runs with the options that `setUp` declared and answers with the exit code.
     using Action = std::function<int()>;

@@ -1,4 +1,4 @@
-// Every subcommand, each defined in the file of its name.
+// Every subcommand that is no operation on single pictures, each defined in the file of its name.
 #pragma once
 
 #include "command.h"
@@ -6,25 +6,14 @@
 namespace ko::tool {
 
 extern const Command averageCommand;
-extern const Command borderCommand;
 extern const Command compareCommand;
-extern const Command convertCommand;
-extern const Command demosaicCommand;
-extern const Command distanceCommand;
-extern const Command equalizeCommand;
-extern const Command flatfieldCommand;
 extern const Command hist2dCommand;
 extern const Command histCommand;
 extern const Command infoCommand;
 extern const Command maskCommand;
-extern const Command matchCommand;
-extern const Command medianCommand;
 extern const Command simulateCommand;
 extern const Command snakeCommand;
-extern const Command sobelCommand;
 extern const Command statsCommand;
-extern const Command stretchLevelsCommand;
-extern const Command thresholdCommand;
 extern const Command unpackCommand;
 
 }  // namespace ko::tool

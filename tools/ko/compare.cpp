@@ -1,8 +1,10 @@
 // ko compare: how far two pictures are apart.
 #include "commands.h"
 #include "failure.h"
-#include "geometry.h"
 #include "image_file.h"
+#include "settings.h"
+
+#include <CLI/CLI.hpp>
 
 #include <algorithm>
 #include <cmath>
@@ -18,6 +20,7 @@ struct Options {
     std::string reference;
     std::string picture;
     QPoint shift;
+    Settings settings;
 };
 
 double sampleAt(const Image& image, int x, int y, int channel)
@@ -103,8 +106,9 @@ const Command compareCommand{
             .add_option("picture", options->picture,
                         "of the reference's size; one row or column more or less is left out")
             ->required();
-        addPointOption(command, "--shift", options->shift,
-                       "also compare with the picture moved back by this many columns and rows");
+        options->settings.point("shift", options->shift,
+                                "also compare with the picture moved back by this many columns and rows");
+        options->settings.declare(command);
         return [options] { return run(*options); };
     }};
 

@@ -1,121 +1,106 @@
 // ko demosaic: from mosaics to colour pictures.
-#include "batch.h"
 #include "bayer.h"
-#include "commands.h"
 #include "failure.h"
 #include "geometry.h"
-#include "image_file.h"
+#include "levels.h"
+#include "operations.h"
+#include "parts.h"
+#include "work_buffers.h"
 
-#include <array>
 #include <memory>
+#include <new>
 #include <stdexcept>
 
 namespace ko::tool {
 namespace {
 
 struct Options {
-    FileSeries files;
     ExBayerGrid grid = BayerNone;  ///< BayerNone: as the file says
     int bits = 0;                  ///< 0: as the file says
     QRect region;
-    bool half = false;
+    bool isHalf = false;
 };
 
-/// The work buffer of `Demosaic`, kept over frames of one format.
-class WorkBuffer {
+class Demosaicing {
 public:
-    WorkBuffer() = default;
-    WorkBuffer(const WorkBuffer&) = delete;
-    WorkBuffer& operator=(const WorkBuffer&) = delete;
-    ~WorkBuffer() { DemosaicFreeBuffer(m_buffer); }
+    explicit Demosaicing(const Options& options) : m_options(options) {}
 
-    void* suitedTo(const SxImageInfo& format, const QRect& region)
+    Image run(const Image& picture, Frame& frame)
     {
-        const Key key{format.dataType, format.bitsPerSample, format.bayerGrid, region.width(),
-                      region.height()};
-        if (m_buffer && key == m_key)
-            return m_buffer;
-        DemosaicFreeBuffer(m_buffer);
-        m_buffer = DemosaicAllocBuffer(format, region);
-        if (!m_buffer)
-            throw std::bad_alloc();
-        m_key = key;
-        return m_buffer;
+        const SxImageBuf mosaic = mosaicOf(picture);
+        const QRect region = regionIn(mosaic, m_options.region);
+        if (region.width() % 2 != 0 || region.height() % 2 != 0)
+            throw std::runtime_error("odd size, " + std::to_string(region.width()) + " x " +
+                                     std::to_string(region.height()) + "; choose an even part with roi");
+        const int scale = m_options.isHalf ? 2 : 1;
+        Image result(resized(mosaic, region.width() / scale, region.height() / scale, 3));
+        if (m_options.isHalf)
+            timed(frame, [&] {
+                require(DemosaicSimple(mosaic, region, *result, mosaic.bayerGrid), "DemosaicSimple");
+            });
+        else
+            demosaic(mosaic, region, result, frame);
+        return result;
     }
 
 private:
-    using Key = std::array<int, 5>;
-
-    Key m_key{};
-    void* m_buffer = nullptr;
-};
-
-/// The mosaic of a file with what the options override, fit for the library.
-Image readMosaic(const std::string& file, const Options& options)
-{
-    Image mosaic = readImage(file);
-    if (mosaic->channels != 1)
-        throw std::runtime_error("not a mosaic but a picture of " + std::to_string(mosaic->channels) +
-                                 " channels");
-    if (mosaic->dataType != UInt8 && mosaic->dataType != UInt16)
-        throw std::runtime_error("the samples of a mosaic must be unsigned of 8 or 16 bits");
-    if (options.grid != BayerNone)
-        mosaic->bayerGrid = options.grid;
-    if (mosaic->bayerGrid == BayerNone)
-        throw std::runtime_error("the file names no mosaic pattern; say it with --grid");
-    if (options.bits > 8 * bytesPerSample(mosaic->dataType))
-        throw std::runtime_error("its samples have fewer than " + std::to_string(options.bits) + " bits");
-    if (options.bits != 0)
-        mosaic->bitsPerSample = options.bits;
-    return mosaic;
-}
-
-Frame demosaic(const Job& job, const Options& options, WorkBuffer& buffer)
-{
-    const Image mosaic = readMosaic(job.input, options);
-    const QRect region = regionIn(*mosaic, options.region);
-    if (region.width() % 2 != 0 || region.height() % 2 != 0)
-        throw std::runtime_error("odd size, " + std::to_string(region.width()) + " x " +
-                                 std::to_string(region.height()) + "; choose an even part with --roi");
-    const int scale = options.half ? 2 : 1;
-    SxImageInfo format = makeFormat(region.width() / scale, region.height() / scale, 3, mosaic->dataType);
-    format.bitsPerSample = mosaic->bitsPerSample;
-    Image picture(format);
-    Frame frame{pixelCount(*picture), {}};
-    if (options.half) {
-        timed(frame, [&] {
-            require(DemosaicSimple(*mosaic, region, *picture, mosaic->bayerGrid), "DemosaicSimple");
-        });
-    } else {
-        void* const work = buffer.suitedTo(*mosaic, region);
-        timed(frame, [&] { require(Demosaic(*mosaic, region, *picture, work), "Demosaic"); });
+    /// The picture with what the options override, fit for the library.
+    SxImageBuf mosaicOf(const Image& picture) const
+    {
+        SxImageBuf mosaic = *picture;
+        if (mosaic.channels != 1)
+            throw std::runtime_error("not a mosaic but a picture of " + std::to_string(mosaic.channels) +
+                                     " channels");
+        if (!hasLevels(mosaic))
+            throw std::runtime_error("the samples of a mosaic must be unsigned of 8 or 16 bits");
+        if (m_options.grid != BayerNone)
+            mosaic.bayerGrid = m_options.grid;
+        if (mosaic.bayerGrid == BayerNone)
+            throw std::runtime_error("the file names no mosaic pattern; say it with grid");
+        if (m_options.bits > 8 * bytesPerSample(mosaic.dataType))
+            throw std::runtime_error("its samples have fewer than " + std::to_string(m_options.bits) +
+                                     " bits");
+        if (m_options.bits != 0)
+            mosaic.bitsPerSample = m_options.bits;
+        return mosaic;
     }
-    writeImage(picture, job.output);
-    return frame;
-}
 
-int run(const Options& options)
-{
-    WorkBuffer buffer;
-    return runBatch(planJobs(options.files, ".tif"),
-                    [&](const Job& job) { return demosaic(job, options, buffer); });
-}
+    void demosaic(const SxImageBuf& mosaic, const QRect& region, Image& result, Frame& frame)
+    {
+        const auto make = [&] {
+            void* const buffer = DemosaicAllocBuffer(mosaic, region);
+            if (!buffer)
+                throw std::bad_alloc();
+            return buffer;
+        };
+        m_buffers.lend(
+            {mosaic.dataType, mosaic.bitsPerSample, mosaic.bayerGrid, region.width(), region.height()}, make,
+            [&](void* buffer) {
+                timed(frame, [&] { require(Demosaic(mosaic, region, *result, buffer), "Demosaic"); });
+            });
+    }
+
+    Options m_options;
+    WorkBuffers m_buffers{DemosaicFreeBuffer};
+};
 
 }  // namespace
 
-const Command demosaicCommand{
+const Operation demosaicOperation{
     "Demosaicing", "demosaic", "Turn camera raws and mosaic pictures into colour pictures",
-    [](CLI::App& command) -> Command::Action {
+    [](Settings& settings) -> Operation::Prepare {
         auto options = std::make_shared<Options>();
-        addSeriesOptions(command, options->files);
-        addGridOption(command, options->grid, "mosaic pattern, instead of what the file says");
-        command
-            .add_option("--bits", options->bits,
-                        "significant bits of a sample, instead of what the file says")
-            ->check(CLI::Range(8, 16));
-        addRegionOption(command, options->region, "only this part, of even width and height");
-        command.add_flag("--half", options->half, "one pixel per 2 x 2 cell, without interpolation");
-        return [options] { return run(*options); };
+        settings.choice("grid", options->grid, gridWords(), "mosaic pattern, instead of what the file says");
+        settings.whole("bits", options->bits, {8, 16},
+                       "significant bits of a sample, instead of what the file says");
+        settings.region("roi", options->region, "only this part, of even width and height");
+        settings.flag("half", options->isHalf, "one pixel per 2 x 2 cell, without interpolation");
+        return [options]() -> Filter {
+            auto demosaicing = std::make_shared<Demosaicing>(*options);
+            return [demosaicing](const Image& picture, Frame& frame) {
+                return demosaicing->run(picture, frame);
+            };
+        };
     }};
 
 }  // namespace ko::tool

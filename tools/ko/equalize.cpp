@@ -1,10 +1,7 @@
 // ko equalize: levels used evenly.
-#include "commands.h"
 #include "failure.h"
-#include "filtering.h"
+#include "operations.h"
 #include "toning.h"
-
-#include <memory>
 
 namespace ko::tool {
 namespace {
@@ -20,13 +17,9 @@ Image equalize(const Image& picture, Frame& frame)
 
 }  // namespace
 
-const Command equalizeCommand{
+const Operation equalizeOperation{
     "Tone", "equalize",
     "Spread the levels evenly; all colours by the distribution of the first channel, which keeps them apart",
-    [](CLI::App& command) -> Command::Action {
-        auto files = std::make_shared<FileSeries>();
-        addSeriesOptions(command, *files);
-        return [files] { return runFilter(*files, equalize); };
-    }};
+    [](Settings&) -> Operation::Prepare { return [] { return Filter(equalize); }; }};
 
 }  // namespace ko::tool

@@ -1,8 +1,8 @@
 #include "filtering.h"
 
 #include "image_file.h"
+#include "levels.h"
 
-#include <cstring>
 #include <stdexcept>
 
 namespace ko::tool {
@@ -11,25 +11,35 @@ int runFilter(const FileSeries& files, const Filter& filter)
 {
     return runBatch(planJobs(files, ".tif"), [&](const Job& job) {
         const Image picture = readImage(job.input);
-        Frame frame{pixelCount(*picture), {}};
-        writeImage(filter(picture, frame), job.output);
+        Frame frame;
+        const Image result = filter(picture, frame);
+        frame.pixels = pixelCount(*result);
+        writeImage(result, job.output);
         return frame;
     });
 }
 
-void requireMonoUnsigned(const Image& picture)
+void requireMono(const SxImageInfo& picture)
 {
-    if (picture->channels != 1)
-        throw std::runtime_error("has " + std::to_string(picture->channels) + " channels, wanted is one");
-    if (picture->dataType != UInt8 && picture->dataType != UInt16)
+    if (picture.channels != 1)
+        throw std::runtime_error("has " + std::to_string(picture.channels) + " channels, wanted is one");
+}
+
+void requireMonoUnsigned(const SxImageInfo& picture)
+{
+    requireMono(picture);
+    if (!hasLevels(picture))
         throw std::runtime_error("its samples are not unsigned of 8 or 16 bits");
 }
 
-Image cleared(const SxImageInfo& format)
+void requireMosaic(const SxImageInfo& picture)
 {
-    Image image(format);
-    std::memset(image->data, 0, imageByteSize(*image));
-    return image;
+    requireMonoUnsigned(picture);
+    if (picture.bayerGrid == BayerNone)
+        throw std::runtime_error("not a mosaic, or its file names no pattern");
+    if (picture.width % 2 != 0 || picture.height % 2 != 0)
+        throw std::runtime_error("a mosaic of odd size, " + std::to_string(picture.width) + " x " +
+                                 std::to_string(picture.height));
 }
 
 }  // namespace ko::tool

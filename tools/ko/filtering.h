@@ -1,24 +1,21 @@
 // What the commands share that turn pictures into pictures.
 #pragma once
 
-#include "batch.h"
-#include "image.h"
 #include "jobs.h"
-
-#include <functional>
+#include "operation.h"
 
 namespace ko::tool {
-
-/// Makes the result of one picture and adds the time that the library took to the frame.
-using Filter = std::function<Image(const Image& picture, Frame& frame)>;
 
 /// Reads every input, filters it and writes the result.
 int runFilter(const FileSeries& files, const Filter& filter);
 
 /// Throws unless the picture has one channel and unsigned samples of 8 or 16 bits.
-void requireMonoUnsigned(const Image& picture);
+void requireMonoUnsigned(const SxImageInfo& picture);
 
-/// An image of the format whose samples are all 0.
-Image cleared(const SxImageInfo& format);
+/// Throws unless the picture has one channel.
+void requireMono(const SxImageInfo& picture);
+
+/// Throws unless the picture is a mosaic of even size and unsigned samples of 8 or 16 bits.
+void requireMosaic(const SxImageInfo& picture);
 
 }  // namespace ko::tool

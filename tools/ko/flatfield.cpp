@@ -1,13 +1,13 @@
 // ko flatfield: pictures without the shading of the lens and the unevenness of the sensor.
-#include "channels.h"
-#include "commands.h"
 #include "failure.h"
-#include "filtering.h"
 #include "image_file.h"
+#include "masks.h"
+#include "operations.h"
+#include "parts.h"
 #include "toning.h"
 
-#include <algorithm>
 #include <memory>
+#include <numeric>
 #include <optional>
 #include <stdexcept>
 
@@ -15,9 +15,9 @@ namespace ko::tool {
 namespace {
 
 struct Options {
-    FileSeries files;
     std::string background;
     std::string dark;
+    std::vector<double> factors;
 };
 
 template <class T>
@@ -44,14 +44,10 @@ void subtract(Image& image, const Image& dark)
 /// Mean over the colours.
 double meanLevel(const Image& picture)
 {
-    double sum = 0;
-    for (int channel = 0; channel < toneChannels(*picture); ++channel) {
-        double mean = 0;
-        const Image samples = channelOf(picture, channel);
-        require(MeanStdDevMasked(*samples, *maskOfOnes(*samples), &mean, nullptr), "MeanStdDevMasked");
-        sum += mean;
-    }
-    return sum / toneChannels(*picture);
+    std::vector<double> means(static_cast<std::size_t>(picture->channels));
+    require(MeanMasked(*picture, *maskOfOnes(*picture), means.data()), "MeanMasked");
+    means.resize(static_cast<std::size_t>(toneChannels(*picture)));
+    return std::accumulate(means.begin(), means.end(), 0.0) / static_cast<double>(means.size());
 }
 
 /// The pictures that all others are corrected with.
@@ -82,15 +78,9 @@ try {
     throw Failure(options.background, error.what());
 }
 
-Image correct(const Image& picture, const Correction& correction, const Options& options, Frame& frame)
+/// With the background's mean as the gain, what is as bright as the background comes out at that level.
+void divideByMean(const Image& source, const Correction& correction, Image& result, Frame& frame)
 {
-    if (const std::string difference = differenceOf(*picture, *correction.background); !difference.empty())
-        throw std::runtime_error(difference + options.background);
-    Image source = copyOf(picture);
-    if (correction.dark)
-        subtract(source, *correction.dark);
-    Image result(*picture);
-    // With the background's mean as the gain, what is as bright as the background comes out at that level.
     std::unique_ptr<double[]> gains(new double[3]{correction.level, correction.level, correction.level});
     ResultCode status = ResultOk;
     timed(frame,
@@ -99,31 +89,62 @@ Image correct(const Image& picture, const Correction& correction, const Options&
     if (status == ResultOk || status == ResultFailed)
         static_cast<void>(gains.release());
     require(status, "CorrectBackground");
-    keepAlpha(picture, result);
-    return result;
 }
 
-int run(const Options& options)
+/// In place. Limits to one level more than there is, hence the clamp.
+void divideByFactors(Image& image, const Correction& correction, std::vector<double> factors, Frame& frame)
 {
-    const Correction correction = readCorrection(options);
-    return runFilter(options.files, [&](const Image& picture, Frame& frame) {
-        return correct(picture, correction, options, frame);
+    if (image->bitsPerSample == 16)
+        throw std::runtime_error("factors go with depths below 16 bits only");
+    if (factors.size() == 1)
+        factors.assign(static_cast<std::size_t>(toneChannels(*image)), factors.front());
+    if (static_cast<int>(factors.size()) != toneChannels(*image))
+        throw std::runtime_error("has " + std::to_string(toneChannels(*image)) + " channels, there are " +
+                                 std::to_string(factors.size()) + " factors");
+    timed(frame, [&] {
+        require(BackgroundCorrection(*correction.background, *image, toneChannels(*image), factors.data()),
+                "BackgroundCorrection");
+        require(ClampToColorDepth(*image), "ClampToColorDepth");
     });
+}
+
+Image correct(const Image& picture, const Correction& correction, const Options& options, Frame& frame)
+{
+    if (const std::string difference = differenceOf(*picture, *correction.background); !difference.empty())
+        throw std::runtime_error(difference + options.background);
+    Image source = copyOf(picture);
+    if (correction.dark)
+        subtract(source, *correction.dark);
+    if (options.factors.empty()) {
+        Image result(*picture);
+        divideByMean(source, correction, result, frame);
+        source = std::move(result);
+    } else {
+        divideByFactors(source, correction, options.factors, frame);
+    }
+    keepAlpha(picture, source);
+    return source;
 }
 
 }  // namespace
 
-const Command flatfieldCommand{
+const Operation flatfieldOperation{
     "Tone", "flatfield", "Divide pictures by one of an even background, at the background's mean level",
-    [](CLI::App& command) -> Command::Action {
+    [](Settings& settings) -> Operation::Prepare {
         auto options = std::make_shared<Options>();
-        addSeriesOptions(command, options->files);
-        command
-            .add_option("--background", options->background,
-                        "picture of something even, in the format of the inputs")
-            ->required();
-        command.add_option("--dark", options->dark, "picture without light, taken off both");
-        return [options] { return run(*options); };
+        settings
+            .file("background", options->background, "picture of something even, in the format of the inputs")
+            .isRequired = true;
+        settings.file("dark", options->dark, "picture without light, taken off both");
+        settings.numbers("factors", options->factors, {0, 1e9}, 3, "F[,F,F]",
+                         "multiply by these instead of by the mean, one for all channels or one for each; "
+                         "samples stay where the background is black");
+        return [options]() -> Filter {
+            auto correction = std::make_shared<const Correction>(readCorrection(*options));
+            return [options, correction](const Image& picture, Frame& frame) {
+                return correct(picture, *correction, *options, frame);
+            };
+        };
     }};
 
 }  // namespace ko::tool

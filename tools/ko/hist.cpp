@@ -1,10 +1,10 @@
 // ko hist: histograms as diagrams, tables and sparklines.
-#include "channels.h"
 #include "commands.h"
 #include "diagram.h"
-#include "failure.h"
-#include "image_file.h"
+#include "level_counts.h"
 #include "replace_file.h"
+
+#include <CLI/CLI.hpp>
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -22,44 +22,11 @@ namespace ko::tool {
 namespace {
 
 struct Options {
-    std::string file;
+    Counting counting;
     std::string output;
-    Selection selection;
-    int channel = -1;  ///< -1: all
     bool isLogarithmic = false;
+    Settings settings;
 };
-
-struct Curve {
-    std::string name;
-    std::vector<std::uint32_t> counts;  ///< by level
-};
-
-struct Histograms {
-    std::string file;
-    int bits;
-    std::vector<Curve> curves;
-
-    int levels() const { return 1 << bits; }
-};
-
-Histograms countFile(const Options& options)
-try {
-    const Image picture = readImage(options.file);
-    requireLevels(*picture);
-    const std::vector<Channel> channels = selectChannels(picture, options.selection);
-    if (options.channel >= static_cast<int>(channels.size()))
-        throw std::runtime_error("has no channel " + std::to_string(options.channel) +
-                                 ", they are counted from 0");
-    Histograms result{options.file, picture->bitsPerSample, {}};
-    for (const Channel& channel : channels)
-        if (options.channel < 0 || &channel == &channels[static_cast<std::size_t>(options.channel)])
-            result.curves.push_back({channel.name, countLevels(channel.samples)});
-    return result;
-} catch (const Failure&) {
-    throw;
-} catch (const std::runtime_error& error) {
-    throw Failure(options.file, error.what());
-}
 
 /// Counts of `groups` groups of neighbouring levels.
 std::vector<double> grouped(const Curve& curve, int groups)
@@ -198,7 +165,8 @@ void printSparklines(const Histograms& histograms, bool isLogarithmic)
 
 int run(const Options& options)
 {
-    const Histograms histograms = countFile(options);
+    options.settings.verify();
+    const Histograms histograms = countFile(options.counting);
     const std::string ending = std::filesystem::path(options.output).extension().string();
     if (options.output.empty())
         printSparklines(histograms, options.isLogarithmic);
@@ -217,13 +185,12 @@ const Command histCommand{
     "Statistics", "hist", "Histogram of every channel, of a mosaic for the four positions of its cell",
     [](CLI::App& command) -> Command::Action {
         auto options = std::make_shared<Options>();
-        command.add_option("file", options->file, "picture or camera raw")->required();
+        command.add_option("file", options->counting.file, "picture or camera raw")->required();
         command.add_option("-o,--output", options->output,
                            "diagram (.svg, .png ...) or table (.csv, .json); printed small if not given");
-        addSelectionOptions(command, options->selection);
-        command.add_option("--channel", options->channel, "only this channel, counted from 0")
-            ->check(CLI::NonNegativeNumber);
-        command.add_flag("--log", options->isLogarithmic, "logarithmic heights, not in tables");
+        addCounting(options->settings, options->counting);
+        options->settings.flag("log", options->isLogarithmic, "logarithmic heights, not in tables");
+        options->settings.declare(command);
         return [options] { return run(*options); };
     }};
 

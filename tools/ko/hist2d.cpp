@@ -1,9 +1,13 @@
 // ko hist2d: how often the levels of two pictures meet.
-#include "channels.h"
 #include "commands.h"
 #include "diagram.h"
 #include "failure.h"
 #include "image_file.h"
+#include "levels.h"
+#include "masks.h"
+#include "settings.h"
+
+#include <CLI/CLI.hpp>
 
 #include <algorithm>
 #include <cmath>
@@ -18,6 +22,9 @@ struct Options {
     std::string second;
     std::string output;
     int channel = 0;
+    std::optional<int> row, column;
+    std::string mask;
+    Settings settings;
 };
 
 /// Counts of square groups of level pairs; the first picture's levels run across, the second's up.
@@ -43,16 +50,33 @@ Image readCountable(const std::string& file, int channel)
     return picture;
 }
 
-Density count(const Options& options)
+CxImageHistogramSparse2D countPairs(const Image& first, const Image& second, const Options& options)
 {
+    const int channel = options.channel;
+    CxImageHistogramSparse2D pairs(1, 1 << first->bitsPerSample);
+    if (const auto mask = readMask(options.mask))
+        require(HistogramMasked2D(*first, channel, *second, channel, *mask->of(*first), pairs),
+                "HistogramMasked2D");
+    else if (options.row)
+        require(RowHistogram2D(*first, channel, *second, channel, *options.row, pairs), "RowHistogram2D");
+    else if (options.column)
+        require(ColHistogram2D(*first, channel, *second, channel, *options.column, pairs), "ColHistogram2D");
+    else
+        require(Histogram2D(*first, channel, *second, channel, pairs), "Histogram2D");
+    return pairs;
+}
+
+Density count(const Options& options)
+try {
     const Image first = readCountable(options.first, options.channel);
     const Image second = readCountable(options.second, options.channel);
     if (first->width != second->width || first->height != second->height ||
         first->dataType != second->dataType || first->bitsPerSample != second->bitsPerSample)
         throw Failure(options.second, "differs in size or depth from " + options.first);
+    if (options.row.value_or(0) >= first->height || options.column.value_or(0) >= first->width)
+        throw std::runtime_error("has no such row or column, they are counted from 0");
     const int levels = 1 << first->bitsPerSample;
-    CxImageHistogramSparse2D pairs(1, levels);
-    require(Histogram2D(*first, options.channel, *second, options.channel, pairs), "Histogram2D");
+    CxImageHistogramSparse2D pairs = countPairs(first, second, options);
 
     Density density{first->bitsPerSample, std::min(levels, 256), {}};
     density.counts.resize(static_cast<std::size_t>(density.cells) * static_cast<std::size_t>(density.cells));
@@ -61,6 +85,10 @@ Density count(const Options& options)
         for (const auto& [column, times] : pairs[0].rows()[row])
             density.counts[static_cast<std::size_t>(row / size * density.cells + column / size)] += times;
     return density;
+} catch (const Failure&) {
+    throw;
+} catch (const std::runtime_error& error) {
+    throw Failure(options.first, error.what());
 }
 
 /// From dark blue over red to yellow, for 0...1.
@@ -137,9 +165,20 @@ const Command hist2dCommand{
             .add_option("second", options->second, "another of the same size and depth, its levels run up")
             ->required();
         command.add_option("-o,--output", options->output, "diagram (.png, .svg ...)")->required();
-        command.add_option("--channel", options->channel, "of both pictures, counted from 0")
-            ->check(CLI::NonNegativeNumber);
+        Settings& settings = options->settings;
+        settings.whole("channel", options->channel, naturalNumbers, "of both pictures, counted from 0");
+        settings.whole("row", options->row, naturalNumbers, "only this row, counted from 0");
+        settings.whole("column", options->column, naturalNumbers, "only this column, counted from 0");
+        settings.file("mask", options->mask,
+                      "picture of one channel and the same size; only where it is not zero");
+        settings.rule(
+            [o = options.get()] {
+                return o->row.has_value() + o->column.has_value() + !o->mask.empty() <= 1;
+            },
+            "only one of row, column, mask can be wanted");
+        settings.declare(command);
         return [options] {
+            options->settings.verify();
             writeDrawing(draw(count(*options), *options), options->output);
             return ExitOk;
         };

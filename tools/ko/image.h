@@ -33,6 +33,13 @@ public:
         if (isFailure(AllocBuffer(format, m_record, false)))
             throw std::bad_alloc();
     }
+    /// Takes over the memory of a record that an operation has allocated.
+    static Image owning(const SxImageBuf& record)
+    {
+        Image image;
+        image.m_record = record;
+        return image;
+    }
     Image(Image&& other) noexcept : m_record(std::exchange(other.m_record, {})) {}
     Image& operator=(Image&& other) noexcept
     {
@@ -47,6 +54,8 @@ public:
     const SxImageBuf* operator->() const { return &m_record; }
 
 private:
+    Image() = default;
+
     SxImageBuf m_record;
 };
 

@@ -2,6 +2,8 @@
 
 #include "failure.h"
 
+#include <CLI/CLI.hpp>
+
 #include <filesystem>
 #include <map>
 

@@ -1,22 +1,11 @@
-#include "commands.h"
 #include "failure.h"
+#include "registry.h"
+
+#include <CLI/CLI.hpp>
 
 #include <iostream>
 
 using namespace ko::tool;
-
-namespace {
-
-// In the order of the help.
-const Command* const commands[] = {
-    &infoCommand,      &compareCommand,       &unpackCommand,   &simulateCommand, &demosaicCommand,
-    &borderCommand,    &maskCommand,          &histCommand,     &statsCommand,    &hist2dCommand,
-    &thresholdCommand, &stretchLevelsCommand, &equalizeCommand, &matchCommand,    &flatfieldCommand,
-    &averageCommand,   &convertCommand,       &medianCommand,   &sobelCommand,    &distanceCommand,
-    &snakeCommand,
-};
-
-}  // namespace
 
 int main(int argc, char** argv)
 try {
@@ -25,10 +14,8 @@ try {
     app.require_subcommand(1);
 
     Command::Action action;
-    for (const Command* command : commands) {
-        CLI::App* sub = app.add_subcommand(command->name, command->summary)->group(command->room);
-        sub->callback([&action, run = command->setUp(*sub)] { action = run; });
-    }
+    for (const Entry& entry : entries())
+        declareEntry(app, entry, action);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

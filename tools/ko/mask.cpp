@@ -1,9 +1,13 @@
-// ko mask: masks as pictures, 255 inside and 0 outside.
+// ko mask: masks as pictures, 255 inside and 0 outside unless told otherwise.
 #include "commands.h"
 #include "failure.h"
 #include "image_file.h"
+#include "settings.h"
 
-#include <cstring>
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <array>
 #include <memory>
 #include <numbers>
 
@@ -17,21 +21,36 @@ struct Options {
     double degrees = 0;
     int size = 2;
     unsigned value = 0;
+    std::vector<double> inside, outside;
+    Settings colours;
 };
+
+/// Three bytes; a single number stands for all of them.
+std::array<unsigned char, 3> bytesOf(const std::vector<double>& numbers, unsigned char otherwise)
+{
+    std::array<unsigned char, 3> bytes{otherwise, otherwise, otherwise};
+    for (std::size_t i = 0; i < bytes.size() && !numbers.empty(); ++i)
+        bytes[i] = static_cast<unsigned char>(numbers[std::min(i, numbers.size() - 1)]);
+    return bytes;
+}
 
 Image ellipse(const Options& options)
 {
     if (options.b > options.a)
         throw UsageError("the second semi-axis must not be the larger one");
+    if (options.inside.size() == 2 || options.outside.size() == 2)
+        throw UsageError("a colour is one number or three");
+    const auto inside = bytesOf(options.inside, 255);
+    const auto outside = bytesOf(options.outside, 0);
+    const double angle = options.degrees * std::numbers::pi / 180;
     SxImageBuf drawn;
-    require(EllipseMaskMono(drawn, options.a, options.b, options.degrees * std::numbers::pi / 180, 0, 255),
-            "EllipseMaskMono");
-    Image result(drawn);
-    const ResultCode copied =
-        CopyBuffer(drawn, QRect(0, 0, drawn.width, drawn.height), *result, QPoint(0, 0), true);
-    FreeBuffer(drawn);
-    require(copied, "CopyBuffer");
-    return result;
+    if (options.inside.size() == 3 || options.outside.size() == 3)
+        require(EllipseMaskRgb(drawn, options.a, options.b, angle, outside.data(), inside.data()),
+                "EllipseMaskRgb");
+    else
+        require(EllipseMaskMono(drawn, options.a, options.b, angle, outside[0], inside[0]),
+                "EllipseMaskMono");
+    return Image::owning(drawn);
 }
 
 Image circle(const Options& options)
@@ -41,8 +60,9 @@ Image circle(const Options& options)
         throw UsageError("there are discs of 2 to 15 pixels");
     Image result(makeFormat(options.size, options.size, 1, UInt8));
     for (int y = 0; y < options.size; ++y)
-        std::memcpy(rowOf<std::uint8_t>(result, y), disc + y * options.size,
-                    static_cast<std::size_t>(options.size));
+        require(MemCpy(rowOf<std::uint8_t>(result, y), disc + y * options.size,
+                       static_cast<std::uint64_t>(options.size), result->memoryTag, 0),
+                "MemCpy");
     require(Binarize(*result, *result, 255), "Binarize");
     return result;
 }
@@ -83,6 +103,12 @@ const Command maskCommand{
             ->required()
             ->check(CLI::Range(1, 1 << 14));
         ellipses->add_option("--angle", options->degrees, "of the larger axis, degrees clockwise");
+        options->colours.numbers(
+            "inside", options->inside, {0, 255}, 3, "N[,N,N]",
+            "level or colour inside, 255 if not given; three numbers make a colour picture");
+        options->colours.numbers("outside", options->outside, {0, 255}, 3, "N[,N,N]",
+                                 "level or colour outside, 0 if not given");
+        options->colours.declare(*ellipses);
         CLI::App* const circles = addKind(command, "circle", "Drawn disc of 2 to 15 pixels", *options);
         circles->add_option("size", options->size, "diameter in pixels")
             ->required()

@@ -1,8 +1,7 @@
 // ko match: the tones of another picture.
-#include "commands.h"
 #include "failure.h"
-#include "filtering.h"
 #include "image_file.h"
+#include "operations.h"
 #include "toning.h"
 
 #include <memory>
@@ -11,13 +10,9 @@
 namespace ko::tool {
 namespace {
 
-struct Options {
-    FileSeries files;
-    std::string reference;
-};
-
 /// What the reference lends to other pictures.
 struct Tones {
+    std::string file;
     int bits;
     CxImageHistogram histogram;
 };
@@ -26,7 +21,7 @@ Tones readTones(const std::string& file)
 try {
     const Image picture = readImage(file);
     requireTones(*picture);
-    Tones tones{picture->bitsPerSample, {}};
+    Tones tones{file, picture->bitsPerSample, {}};
     tones.histogram.resize(picture->channels, 1 << picture->bitsPerSample, 0);
     require(Histogram(*picture, tones.histogram), "Histogram");
     return tones;
@@ -36,32 +31,31 @@ try {
     throw Failure(file, error.what());
 }
 
-int run(const Options& options)
+Image match(const Image& picture, const Tones& tones, Frame& frame)
 {
-    const Tones tones = readTones(options.reference);
-    return runFilter(options.files, [&](const Image& picture, Frame& frame) {
-        requireTones(*picture);
-        if (picture->bitsPerSample != tones.bits || picture->channels != tones.histogram.planes)
-            throw std::runtime_error("differs in depth or channels from " + options.reference);
-        Image result(*picture);
-        timed(frame, [&] { require(HistogramMatch(*picture, tones.histogram, *result), "HistogramMatch"); });
-        keepAlpha(picture, result);
-        return result;
-    });
+    requireTones(*picture);
+    if (picture->bitsPerSample != tones.bits || picture->channels != tones.histogram.planes)
+        throw std::runtime_error("differs in depth or channels from " + tones.file);
+    Image result(*picture);
+    timed(frame, [&] { require(HistogramMatch(*picture, tones.histogram, *result), "HistogramMatch"); });
+    keepAlpha(picture, result);
+    return result;
 }
 
 }  // namespace
 
-const Command matchCommand{
+const Operation matchOperation{
     "Tone", "match", "Give pictures the distribution of levels of a reference, channel by channel",
-    [](CLI::App& command) -> Command::Action {
-        auto options = std::make_shared<Options>();
-        addSeriesOptions(command, options->files);
-        command
-            .add_option("--reference", options->reference,
-                        "picture of any size, with the depth and the channels of the inputs")
-            ->required();
-        return [options] { return run(*options); };
+    [](Settings& settings) -> Operation::Prepare {
+        auto reference = std::make_shared<std::string>();
+        settings
+            .file("reference", *reference,
+                  "picture of any size, with the depth and the channels of the inputs")
+            .isRequired = true;
+        return [reference]() -> Filter {
+            auto tones = std::make_shared<const Tones>(readTones(*reference));
+            return [tones](const Image& picture, Frame& frame) { return match(picture, *tones, frame); };
+        };
     }};
 
 }  // namespace ko::tool

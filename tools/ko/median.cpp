@@ -1,7 +1,8 @@
 // ko median: noise out, edges kept.
-#include "commands.h"
 #include "failure.h"
-#include "filtering.h"
+#include "levels.h"
+#include "operations.h"
+#include "work_buffers.h"
 
 #include <algorithm>
 #include <memory>
@@ -10,38 +11,48 @@
 namespace ko::tool {
 namespace {
 
-struct Options {
-    FileSeries files;
-    int radius = 1;
-};
+class MedianFilter {
+public:
+    explicit MedianFilter(int radius) : m_radius(radius) {}
 
-Image median(const Image& picture, Frame& frame, int radius)
-{
-    if (picture->channels != 1 && picture->channels != 3)
-        throw std::runtime_error("has " + std::to_string(picture->channels) + " channels, wanted are 1 or 3");
-    if (picture->dataType != UInt8 && picture->dataType != UInt16)
-        throw std::runtime_error("its samples are not unsigned of 8 or 16 bits");
-    if (radius > (std::min(picture->width, picture->height) - 1) / 2)
-        throw std::runtime_error("smaller than the neighbourhood");
-    Image result(*picture);
-    timed(frame, [&] { require(Median(*picture, *result, radius, nullptr), "Median"); });
-    return result;
-}
+    Image run(const Image& picture, Frame& frame)
+    {
+        if (picture->channels != 1 && picture->channels != 3)
+            throw std::runtime_error("has " + std::to_string(picture->channels) +
+                                     " channels, wanted are 1 or 3");
+        if (!hasLevels(*picture))
+            throw std::runtime_error("its samples are not unsigned of 8 or 16 bits");
+        if (m_radius > (std::min(picture->width, picture->height) - 1) / 2)
+            throw std::runtime_error("smaller than the neighbourhood");
+        Image result(*picture);
+        const auto make = [&] {
+            void* buffer = nullptr;
+            require(MedianAllocBuffer(*picture, m_radius, &buffer), "MedianAllocBuffer");
+            return buffer;
+        };
+        m_buffers.lend(
+            {picture->width, picture->height, picture->channels, picture->dataType, picture->bitsPerSample},
+            make, [&](void* buffer) {
+                timed(frame, [&] { require(Median(*picture, *result, m_radius, buffer), "Median"); });
+            });
+        return result;
+    }
+
+private:
+    int m_radius;
+    WorkBuffers m_buffers{MedianFreeBuffer};
+};
 
 }  // namespace
 
-const Command medianCommand{
+const Operation medianOperation{
     "Filters", "median", "Replace every sample by the median of the square around it",
-    [](CLI::App& command) -> Command::Action {
-        auto options = std::make_shared<Options>();
-        addSeriesOptions(command, options->files);
-        command.add_option("--radius", options->radius, "the square is 2 x radius + 1 wide")
-            ->check(CLI::Range(0, 1 << 20))
-            ->capture_default_str();
-        return [options] {
-            return runFilter(options->files, [options](const Image& picture, Frame& frame) {
-                return median(picture, frame, options->radius);
-            });
+    [](Settings& settings) -> Operation::Prepare {
+        auto radius = std::make_shared<int>(1);
+        settings.whole("radius", *radius, {0, 32767}, "the square is 2 x radius + 1 wide; 1 if not given");
+        return [radius]() -> Filter {
+            auto filter = std::make_shared<MedianFilter>(*radius);
+            return [filter](const Image& picture, Frame& frame) { return filter->run(picture, frame); };
         };
     }};
 

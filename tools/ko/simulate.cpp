@@ -4,6 +4,8 @@
 #include "failure.h"
 #include "image_file.h"
 
+#include <CLI/CLI.hpp>
+
 #include <algorithm>
 #include <cmath>
 #include <iostream>

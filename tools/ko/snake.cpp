@@ -5,6 +5,8 @@
 #include "image_file.h"
 #include "replace_file.h"
 
+#include <CLI/CLI.hpp>
+
 #include <QByteArray>
 #include <QFile>
 #include <QJsonDocument>
@@ -150,7 +152,7 @@ int run(const Options& options)
         starts.push_back(pointsOn(parseCircle(circle)));
     const Image picture = readImage(options.picture);
     try {
-        requireMonoUnsigned(picture);
+        requireMonoUnsigned(*picture);
     } catch (const std::runtime_error& error) {
         throw Failure(options.picture, error.what());
     }

@@ -1,9 +1,8 @@
 // ko sobel: where brightness changes.
-#include "commands.h"
 #include "failure.h"
 #include "filtering.h"
-
-#include <memory>
+#include "operations.h"
+#include "parts.h"
 
 namespace ko::tool {
 namespace {
@@ -11,7 +10,7 @@ namespace {
 /// The strongest edge becomes white. A picture without edges stays black.
 Image sobel(const Image& picture, Frame& frame)
 {
-    requireMonoUnsigned(picture);
+    requireMonoUnsigned(*picture);
     Image gradient = cleared(makeFormat(picture->width, picture->height, 1, Int32));
     Image result(makeFormat(picture->width, picture->height, 1, picture->dataType));
     timed(frame, [&] {
@@ -23,12 +22,8 @@ Image sobel(const Image& picture, Frame& frame)
 
 }  // namespace
 
-const Command sobelCommand{"Filters", "sobel",
-                           "Gradient magnitude of mono pictures, the strongest edge white",
-                           [](CLI::App& command) -> Command::Action {
-                               auto files = std::make_shared<FileSeries>();
-                               addSeriesOptions(command, *files);
-                               return [files] { return runFilter(*files, sobel); };
-                           }};
+const Operation sobelOperation{"Filters", "sobel",
+                               "Gradient magnitude of mono pictures, the strongest edge white",
+                               [](Settings&) -> Operation::Prepare { return [] { return Filter(sobel); }; }};
 
 }  // namespace ko::tool

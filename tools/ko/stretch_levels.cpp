@@ -1,24 +1,25 @@
 // ko stretch-levels: a band of levels spread over all of them.
-#include "channels.h"
-#include "commands.h"
 #include "failure.h"
 #include "filtering.h"
+#include "masks.h"
+#include "operations.h"
+#include "parts.h"
 #include "toning.h"
 
 #include <algorithm>
 #include <memory>
 #include <numeric>
-#include <optional>
 #include <stdexcept>
 
 namespace ko::tool {
 namespace {
 
 struct Options {
-    FileSeries files;
     std::optional<int> low;
     std::optional<int> high;
     std::optional<double> percent;
+    bool isGreen = false;
+    std::string mask;
 };
 
 struct Band {
@@ -37,17 +38,23 @@ std::ptrdiff_t levelBehind(Iterator begin, double limit)
     return level - begin;
 }
 
-/// The band that leaves out `percent` of the samples of all colours at each end.
-Band automaticBand(const Image& picture, double percent)
+/// The band that leaves out `percent` of the selected samples of all colours at each end.
+Band automaticBand(const Image& picture, const Mask* mask, double percent)
 {
     const int levels = 1 << picture->bitsPerSample;
     CxImageHistogram histogram;
     histogram.resize(toneChannels(*picture), levels, 0);
-    require(Histogram(*picture, histogram), "Histogram");
+    if (mask)
+        require(HistogramMasked(*picture, *mask->of(*picture), histogram), "HistogramMasked");
+    else
+        require(Histogram(*picture, histogram), "Histogram");
     std::vector<double> counts(static_cast<std::size_t>(levels));
     for (int plane = 0; plane < histogram.planes; ++plane)
         std::transform(counts.begin(), counts.end(), histogram.bins[plane], counts.begin(), std::plus());
-    const double limit = std::accumulate(counts.begin(), counts.end(), 0.0) * percent / 100;
+    const double total = std::accumulate(counts.begin(), counts.end(), 0.0);
+    if (total == 0)
+        throw std::runtime_error("the mask selects nothing");
+    const double limit = total * percent / 100;
     return {static_cast<int>(levelBehind(counts.begin(), limit)),
             static_cast<int>(levels - 1 - levelBehind(counts.rbegin(), limit))};
 }
@@ -70,61 +77,90 @@ void lowerTo(Image& image, int high)
         lowerRows<std::uint16_t>(image, high);
 }
 
-Image stretch(const Image& picture, const Options& options, Frame& frame)
+Band bandFor(const Image& picture, const Options& options, const Mask* mask)
 {
-    requireTones(*picture);
     const Band band =
-        options.percent ? automaticBand(picture, *options.percent) : Band{*options.low, *options.high};
+        options.percent ? automaticBand(picture, mask, *options.percent) : Band{*options.low, *options.high};
     if (band.low >= band.high)
         throw std::runtime_error("all that counts has level " + std::to_string(band.low));
     if (band.high >= 1 << picture->bitsPerSample)
         throw std::runtime_error("its levels of " + std::to_string(picture->bitsPerSample) +
                                  " bits end below " + std::to_string(band.high));
-    Image result = copyOf(picture);
-    if (options.percent)
-        lowerTo(result, band.high);
-    timed(frame, [&] {
-        for (int channel = 0; channel < toneChannels(*result); ++channel)
-            require(ThresholdAndStretchHistogram(*result, channel, band.low, band.high),
-                    "ThresholdAndStretchHistogram");
-    });
-    keepAlpha(picture, result);
-    return result;
+    return band;
 }
 
-int run(const Options& options)
+/// The stretched mean of both greens of every cell; black where the mask selects no pixel of it.
+Image stretchGreen(const Image& mosaic, const Band& band, const Mask* mask, Frame& frame)
 {
-    const bool hasBand = options.low && options.high;
-    if (hasBand == options.percent.has_value())
-        throw UsageError("either --low and --high or --auto is wanted");
-    if (hasBand && *options.low >= *options.high)
-        throw UsageError("--low must be below --high");
-    return runFilter(options.files,
-                     [&](const Image& picture, Frame& frame) { return stretch(picture, options, frame); });
+    const Image planes = planesOf(mosaic, wholeOf(*mosaic), mosaic->bayerGrid);
+    Image green = cleared(resized(*planes, planes->width, planes->height, 1));
+    green->packing = Planar;
+    timed(frame, [&] {
+        if (mask)
+            require(ThresholdAndStretchHistogramGreenRawPlanarMasked(
+                        *planes, *green, 0, *cellMask(mask->of(*mosaic)), band.low, band.high),
+                    "ThresholdAndStretchHistogramGreenRawPlanarMasked");
+        else
+            require(ThresholdAndStretchHistogramGreenRawPlanar(*planes, *green, 0, band.low, band.high),
+                    "ThresholdAndStretchHistogramGreenRawPlanar");
+    });
+    green->packing = Interleaved;  // the same for one channel
+    return green;
+}
+
+Image stretch(const Image& picture, const Options& options, const Mask* mask, Frame& frame)
+{
+    requireTones(*picture);
+    if (options.isGreen)
+        requireMosaic(*picture);
+    const Band band = bandFor(picture, options, mask);
+    Image source = copyOf(picture);
+    if (options.percent)
+        lowerTo(source, band.high);
+    if (options.isGreen)
+        return stretchGreen(source, band, mask, frame);
+    Image result = copyOf(picture);
+    timed(frame, [&] {
+        for (int channel = 0; channel < toneChannels(*result); ++channel)
+            if (mask)
+                require(ThresholdAndStretchHistogramMasked(*source, channel, *result, channel,
+                                                           *mask->of(*picture), band.low, band.high),
+                        "ThresholdAndStretchHistogramMasked");
+            else
+                require(ThresholdAndStretchHistogram(*source, channel, *result, channel, band.low, band.high),
+                        "ThresholdAndStretchHistogram");
+    });
+    return result;
 }
 
 }  // namespace
 
-const Command stretchLevelsCommand{
+const Operation stretchLevelsOperation{
     "Tone", "stretch-levels", "Spread a band of levels over all levels, the same band for all colours",
-    [](CLI::App& command) -> Command::Action {
+    [](Settings& settings) -> Operation::Prepare {
         auto options = std::make_shared<Options>();
-        addSeriesOptions(command, options->files);
-        CLI::Option* low =
-            command.add_option("--low", options->low, "becomes black, as does every level below")
-                ->check(CLI::NonNegativeNumber);
-        CLI::Option* high =
-            command.add_option("--high", options->high, "becomes white; levels above become black, too")
-                ->check(CLI::NonNegativeNumber)
-                ->needs(low);
-        low->needs(high);
-        command
-            .add_option(
-                "--auto", options->percent,
-                "band that leaves out this percentage of the samples at each end; those above become white")
-            ->check(CLI::Range(0.0, 49.0))
-            ->excludes(low);
-        return [options] { return run(*options); };
+        const Range levels{0, 65535};
+        settings.whole("low", options->low, levels, "becomes black, as does every level below");
+        settings.whole("high", options->high, levels, "becomes white; levels above become black, too");
+        settings.number(
+            "auto", options->percent, {0, 49},
+            "band that leaves out this percentage of the samples at each end; those above become white");
+        settings.flag("green", options->isGreen, "the mean of both greens of a mosaic, at half the size");
+        settings.file("mask", options->mask,
+                      "picture of one channel and the same size; only where it is not zero");
+        const Options* const o = options.get();
+        settings.rule(
+            [o] {
+                return o->low.has_value() == o->high.has_value() &&
+                       o->low.has_value() != o->percent.has_value();
+            },
+            "either low and high or auto is wanted");
+        settings.rule([o] { return !o->low || *o->low < *o->high; }, "low must be below high");
+        return [options]() -> Filter {
+            return [options, mask = readMask(options->mask)](const Image& picture, Frame& frame) {
+                return stretch(picture, *options, mask.get(), frame);
+            };
+        };
     }};
 
 }  // namespace ko::tool

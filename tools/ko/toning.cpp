@@ -1,7 +1,7 @@
 #include "toning.h"
 
-#include "channels.h"
 #include "failure.h"
+#include "levels.h"
 
 #include <stdexcept>
 
@@ -26,23 +26,6 @@ std::string differenceOf(const SxImageInfo& format, const SxImageInfo& other)
     if (format.bayerGrid != other.bayerGrid)
         return "has another mosaic pattern than ";
     return {};
-}
-
-Image copyOf(const Image& picture)
-{
-    Image copy(*picture);
-    require(CopyBuffer(*picture, QRect(0, 0, picture->width, picture->height), *copy, QPoint(), false),
-            "CopyBuffer");
-    return copy;
-}
-
-Image channelOf(const Image& picture, int channel)
-{
-    SxImageInfo format = makeFormat(picture->width, picture->height, 1, picture->dataType);
-    format.bitsPerSample = picture->bitsPerSample;
-    Image samples(format);
-    require(CopyChannel(*picture, channel, *samples, 0), "CopyChannel");
-    return samples;
 }
 
 int toneChannels(const SxImageInfo& format)

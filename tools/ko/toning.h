@@ -14,11 +14,6 @@ void requireTones(const SxImageInfo& format);
 /// are the same.
 std::string differenceOf(const SxImageInfo& format, const SxImageInfo& other);
 
-Image copyOf(const Image& picture);
-
-/// One channel as a mono image.
-Image channelOf(const Image& picture, int channel);
-
 /// Channels that hold tones: not the fourth, which is alpha.
 int toneChannels(const SxImageInfo& format);
 

@@ -1,0 +1,24 @@
+// What the tool can do.
+#pragma once
+
+#include "command.h"
+#include "operation.h"
+
+#include <span>
+#include <string_view>
+#include <variant>
+
+namespace ko::tool {
+
+using Entry = std::variant<const Command*, const Operation*>;
+
+/// In the order of the help.
+std::span<const Entry> entries();
+
+/// The operation of a name; null for a name of none.
+const Operation* findOperation(std::string_view name);
+
+/// Declares the subcommand of an entry, which sets `action` when the command line asks for it.
+void declareEntry(CLI::App& app, const Entry& entry, Command::Action& action);
+
+}  // namespace ko::tool
