@@ -64,14 +64,14 @@ KO_EXPORT ResultCode ConvertFloatToU(const SxImageBuf& src, SxImageBuf& dst, Nor
 ///
 /// @param src            `Float32`; height x width x channels, interleaved or planar; a mosaic has one range
 /// @param dst            `UInt8` of src's size, channels and packing
-/// @param normalization  of channels
+/// @param normalization  of channels; looked at for one channel too
 /// @param min, max       null, or one element per channel of src
 /// @returns the first that applies, in this order
 ///   ResultBadArg1  src absent or not `Float32`
 ///   ResultBadArg2  dst absent, not `UInt8`, of another size, channel count or packing
+///   ResultBadArg3  normalization unknown
 ///   ResultFailed   the range cannot be measured: an unknown packing, several interleaved channels with a
 ///                  mosaic; no memory
-///   ResultBadArg3  normalization unknown
 /// On failure dst, min and max are untouched. The range is measured on the calling thread, then rows run in
 /// parallel (static), planes in turn. O(height * width * channels).
 KO_EXPORT ResultCode ConvertFloatToU8(const SxImageBuf& src, SxImageBuf& dst, NormalizationType normalization,
@@ -85,8 +85,8 @@ KO_EXPORT ResultCode ConvertFloatToU8(const SxImageBuf& src, SxImageBuf& dst, No
 ///   ResultBadArg1  src absent or not `Float32`
 ///   ResultBadArg2  mask absent, not `UInt8`, of another size
 ///   ResultBadArg3  dst absent, not `UInt8`, of another size, channel count or packing
-///   ResultFailed   the range cannot be measured: mask not mono, an unknown packing; no memory
 ///   ResultBadArg4  normalization unknown
+///   ResultFailed   the range cannot be measured: mask not mono, an unknown packing; no memory
 /// On failure dst, min and max are untouched. The range is measured on the calling thread, then rows run in
 /// parallel (static), planes in turn. O(height * width * channels).
 KO_EXPORT ResultCode ConvertFloatToU8(const SxImageBuf& src, const SxImageBuf& mask, SxImageBuf& dst,
@@ -108,12 +108,10 @@ KO_EXPORT ResultCode ConvertFloatToU8(const SxImageBuf& src, const SxImageBuf& m
 /// @returns the first that applies, in this order
 ///   ResultBadArg1  src absent or not `Float64`
 ///   ResultBadArg2  mask absent, of another size; for an interleaved src not mono; for a planar src of
-///   several
-///                  channels that are not planar
+///                  several channels that are not planar
 ///   ResultBadArg3  dst absent, of another type, size, channel count or packing
 ///   ResultFailed   the range cannot be measured: any other mask that is not mono `UInt8`, an unknown
-///   packing;
-///                  an unknown normalization; no memory
+///                  packing; an unknown normalization; no memory
 /// On failure dst, min and max are untouched. The range is measured on the calling thread, then rows run in
 /// parallel (static), planes in turn. O(height * width * channels).
 KO_EXPORT ResultCode ConvertDoubleToUMasked(const SxImageBuf& src, const SxImageBuf& mask, SxImageBuf& dst,

@@ -23,6 +23,12 @@ inline bool isMosaic(const SxImageInfo& image) noexcept
 
 inline constexpr int cellPositions = 4;
 
+/// A kind of normalisation that exists.
+inline bool isNormalization(NormalizationType normalization) noexcept
+{
+    return normalization == NormalizeSeparate || normalization == NormalizeJoint;
+}
+
 template <class T>
 struct Ranges {
     std::vector<T> low;
@@ -46,7 +52,7 @@ struct Ranges {
     {
         if (normalization == NormalizeJoint)
             join();
-        return normalization == NormalizeJoint || normalization == NormalizeSeparate;
+        return isNormalization(normalization);
     }
 
     template <class Out>

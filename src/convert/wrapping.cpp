@@ -149,14 +149,11 @@ constexpr auto dynamicLoop = [](std::int64_t rows, const auto& body) { rowsDynam
 
 /// ConvertFloatToU8 after its checks. The range is mapped to 0...255 in single precision, whatever the depth.
 ResultCode convertForDisplay(const SxImageBuf& src, const SxImageBuf* mask, SxImageBuf& dst,
-                             NormalizationType normalization, ResultCode badNormalization, float* min,
-                             float* max)
+                             NormalizationType normalization, float* min, float* max)
 {
     Ranges<float> ranges;
-    if (!measureChannels(ranges, src, mask))
+    if (!measureChannels(ranges, src, mask) || !ranges.normalize(normalization))
         return ResultFailed;
-    if (!ranges.normalize(normalization))
-        return badNormalization;
     std::vector<float> scales(ranges.count());
     for (std::size_t i = 0; i < scales.size(); ++i)
         scales[i] = 255.0F / (ranges.high[i] - ranges.low[i]);
@@ -218,11 +215,12 @@ ResultCode ConvertFloatToU8(const SxImageBuf& src, SxImageBuf& dst, Normalizatio
         if (const ResultCode rc = firstFailure({
                 {ResultBadArg1, isPresent(src) && hasType(src, Float32)},
                 {ResultBadArg2, isPresent(dst) && hasType(dst, UInt8) && sameGeometry(dst, src)},
+                {ResultBadArg3, isNormalization(normalization)},
                 {ResultBadArg1, rowsFit(src)},
                 {ResultBadArg2, rowsFit(dst)},
             }))
             return rc;
-        return convertForDisplay(src, nullptr, dst, normalization, ResultBadArg3, min, max);
+        return convertForDisplay(src, nullptr, dst, normalization, min, max);
     });
 }
 
@@ -234,12 +232,13 @@ ResultCode ConvertFloatToU8(const SxImageBuf& src, const SxImageBuf& mask, SxIma
                 {ResultBadArg1, isPresent(src) && hasType(src, Float32)},
                 {ResultBadArg2, isPresent(mask) && hasType(mask, UInt8) && sameSize(mask, src)},
                 {ResultBadArg3, isPresent(dst) && hasType(dst, UInt8) && sameGeometry(dst, src)},
+                {ResultBadArg4, isNormalization(normalization)},
                 {ResultBadArg1, rowsFit(src)},
                 {ResultBadArg2, maskRowsFit(mask)},
                 {ResultBadArg3, rowsFit(dst)},
             }))
             return rc;
-        return convertForDisplay(src, &mask, dst, normalization, ResultBadArg4, min, max);
+        return convertForDisplay(src, &mask, dst, normalization, min, max);
     });
 }
 
