@@ -17,8 +17,7 @@ namespace ko {
 /// counted and become what the highest level becomes. dst may be the memory of src.
 ///
 /// @param src  mono, planar, or interleaved with 3 or 4 channels; one or two bytes per sample; height x
-/// width,
-///             any stride. A mono image may have any packing
+///             width, any stride. A mono image may have any packing
 /// @param dst  of src's size, channels, bitsPerSample, bayerGrid, dataType, packing and pixelFormat
 /// @returns the first that applies, in this order
 ///   ResultBadArg1          src absent, or dataType none of `Int8`, `UInt8`, `Int16`, `UInt16`
@@ -27,7 +26,7 @@ namespace ko {
 ///   ResultBadArg3          bitsPerSample negative or no channels
 ///   ResultUnsupportedType  interleaved with another number of channels, or an unknown packing
 ///   ResultFailed           a channel of which no sample is counted, as in images without pixels, or no
-///   memory
+///                          memory
 /// On the last failure the planes before the one at fault have been written; on the others dst is untouched.
 /// Samples are counted on the calling thread, then rows run in parallel (dynamic), planes in turn.
 /// O(height * width * channels + 2^bitsPerSample).
@@ -50,8 +49,7 @@ KO_EXPORT ResultCode HistogramEqualize(const SxImageBuf& src, SxImageBuf& dst);
 ///   ResultBadArg2  reference absent, of another size or format
 ///   ResultBadArg3  dst absent, of another size or format
 ///   ResultFailed   bitsPerSample negative or above that of the container, no channels, signed samples,
-///   another
-///                  layout than mono, planar and interleaved with 3 or 4 channels, or no memory
+///                  another layout than mono, planar and interleaved with 3 or 4 channels, or no memory
 /// dst is untouched on failure, planes before one for which memory is lacking apart. An image without pixels
 /// is matched. Samples are counted on the calling thread, then rows run in parallel (dynamic), planes in
 /// turn. O(height * width * channels + 2^bitsPerSample).
@@ -60,8 +58,7 @@ KO_EXPORT ResultCode HistogramMatch(const SxImageBuf& src, const SxImageBuf& ref
 /// Gives an image the distribution of levels of a histogram, plane by plane. Everything not said here is as
 /// in the form with an image.
 ///
-/// @param reference  exactly src's channels as planes and 2^bitsPerSample levels; extra bins are not looked
-/// at
+/// @param reference  exactly src's channels as planes and 2^bitsPerSample levels; extra bins are ignored
 /// @returns the first that applies, in this order
 ///   ResultBadArg1          src absent, or dataType none of `Int8`, `UInt8`, `Int16`, `UInt16`
 ///   ResultBadArg2          reference of other planes or levels, or without its bins
@@ -259,18 +256,17 @@ KO_EXPORT ResultCode ThresholdAndStretchHistogramGreenRawPlanarMasked(const SxIm
 /// are.
 ///
 /// @param frames  one or more, `UInt8`, `UInt16` or `UInt32`, each of dst's channels, bitsPerSample,
-/// bayerGrid,
-///                dataType, packing and pixelFormat; sizes and strides may differ
+///                bayerGrid, dataType, packing and pixelFormat; sizes and strides may differ
 /// @param roi     inside every frame; may be empty
 /// @param dst     at least as large as roi, which is written to its top left corner. With a region that
-/// begins
-///                at (0, 0) dst may be one of the frames
+///                begins at (0, 0) dst may be one of the frames
 /// @returns the first that applies, in this order
 ///   ResultBadArg1          frames empty
 ///   ResultBadArg2          dst absent or smaller than roi
 ///   ResultFailed           roi of negative size, dst without channels, or no memory
 ///   ResultBadArg1          a frame absent or of another format, or roi not inside it
-///   ResultUnsupportedType  another sample type (of the first frame; a bad frame behind it is not looked at)
+///   ResultUnsupportedType  another sample type, or several channels in an unknown packing (of the first
+///                          frame; a bad frame behind it is not looked at)
 /// On failure dst is untouched. Rows run in parallel (dynamic), planes in turn.
 /// O(roi height * roi width * channels * frames), with memory for one address per frame.
 KO_EXPORT ResultCode AverageImage(QVector<SxImageBuf> frames, const QRect& roi, SxImageBuf& dst);
@@ -290,7 +286,7 @@ KO_EXPORT ResultCode AverageImage(QVector<SxImageBuf> frames, SxImageBuf& dst);
 ///
 /// @param src             `UInt8` or `UInt16`, interleaved, one, three or four channels; any stride
 /// @param background      of src's size, channels, bitsPerSample, bayerGrid, dataType, packing and
-/// pixelFormat
+///                        pixelFormat
 /// @param dst             like background
 /// @param referenceLevel  0 or more
 /// @param targetLevel     0 or more
@@ -317,18 +313,18 @@ KO_EXPORT ResultCode CorrectBackground(const SxImageBuf& src, const SxImageBuf& 
 /// become 0 wherever the background is not 0. What does not fit the sample keeps its low bits; a product that
 /// is NaN counts as limit.
 ///
-/// @param background    `UInt8` or `UInt16`, any packing; mono for a mono image, otherwise of three or four
-///                      channels
+/// @param background    `UInt8` or `UInt16`; mono in any packing for a mono image, otherwise of three or four
+///                      channels, interleaved or planar
 /// @param image         of the background's size, packing and dataType; mono, or of three or four channels
 /// @param channelCount  the first channels are corrected, the others stay; 0 and negative correct nothing
 /// @param factors       one per corrected channel; remains the caller's
 /// @returns the first that applies, in this order
 ///   ResultBadArg1          background absent
 ///   ResultBadArg2          image absent, of another size, packing or dataType, or its channels do not go
-///   with
-///                          the background's
+///                          with the background's
 ///   ResultBadArg3          channelCount above that of either image, or factors null
-///   ResultUnsupportedType  dataType is neither `UInt8` nor `UInt16`
+///   ResultUnsupportedType  dataType is neither `UInt8` nor `UInt16`, or several channels in an unknown
+///                          packing
 /// On failure image is untouched. Runs on the calling thread. O(height * width * channels).
 KO_EXPORT ResultCode BackgroundCorrection(const SxImageBuf& background, SxImageBuf& image, int channelCount,
                                           const double* factors);

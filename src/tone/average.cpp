@@ -33,7 +33,7 @@ ResultCode checkFrames(const QVector<SxImageBuf>& frames, const QRect& roi, cons
     for (const SxImageBuf& frame : frames) {
         if (!isPresent(frame) || !sameFormat(frame, dst) || !isInside(roi, frame))
             return ResultBadArg1;
-        if (!hasType(frame, UInt8, UInt16, UInt32))
+        if (!hasType(frame, UInt8, UInt16, UInt32) || !hasLayout(frame))
             return ResultUnsupportedType;
     }
     const bool allFit =

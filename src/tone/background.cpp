@@ -141,6 +141,7 @@ ResultCode BackgroundCorrection(const SxImageBuf& background, SxImageBuf& image,
                 {ResultBadArg2, channelsGoTogether(background, image)},
                 {ResultBadArg3, channelCount <= std::min(background.channels, image.channels)},
                 {ResultBadArg3, factors != nullptr},
+                {ResultUnsupportedType, hasLayout(image)},
             }))
             return rc;
         return dispatch(

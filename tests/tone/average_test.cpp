@@ -85,6 +85,22 @@ TEST(AverageImageChecks, AcceptUnsignedSamplesOfUpTo32Bits)
     }
 }
 
+TEST(AverageImageChecks, AcceptAnUnknownPackingOfOneChannelOnly)
+{
+    constexpr auto unknownPacking = static_cast<ExPixelPacking>(2);
+    for (const int channels : {1, 3}) {
+        TestImage frame(Layout{.channels = channels, .packing = Planar});
+        TestImage dst(Layout{.channels = channels, .packing = Planar});
+        frame.fillBytes(7);
+        dst.fillBytes(1);
+        frame->packing = dst->packing = unknownPacking;
+        const bool laidOutAlike = channels == 1;
+        EXPECT_EQ(AverageImage({frame}, QRect(0, 0, 4, 3), dst),
+                  laidOutAlike ? ResultOk : ResultUnsupportedType);
+        EXPECT_EQ(dst.get<std::uint8_t>(1, 1), laidOutAlike ? 7 : 1);
+    }
+}
+
 TEST(AverageImageChecks, OfTheWholeFormReportFailureForAllButAnEmptyList)
 {
     AverageArgs args;
