@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <limits>
+#include <utility>
 #include <vector>
 
 namespace ko::test {
@@ -229,6 +230,18 @@ TEST(ConvertFloatToU8Values, ReverseThreeInterleavedChannels)
     EXPECT_EQ(dst.all<std::uint8_t>(), Bytes(36)) << "constant channels";
 }
 
+TEST(ConvertFloatToU8Values, KeepTheOrderOfPlanesAndOfOtherChannelCounts)
+{
+    for (const auto& [channels, packing] : {std::pair{3, Planar}, {2, Interleaved}, {4, Interleaved}}) {
+        TestImage src(Layout{.channels = channels, .type = Float32, .packing = packing});
+        TestImage dst(Layout{.channels = channels, .packing = packing});
+        src.forEachSample([&](int x, int y, int c) { src.set<float>(x, y, c, c == 0 ? 1.0F : 0.0F); });
+        ASSERT_EQ(ConvertFloatToU8(src, dst, NormalizeJoint, nullptr, nullptr), ResultOk);
+        dst.forEachSample(
+            [&](int x, int y, int c) { EXPECT_EQ(dst.get<std::uint8_t>(x, y, c), c == 0 ? 255 : 0); });
+    }
+}
+
 TEST(ConvertFloatToU8Values, IgnoreTheDepthAndRefuseAnUnknownNormalisationOfOneChannelToo)
 {
     Row<float, std::uint8_t> row(Float32, UInt8, {0, 0.5F, 1, std::numeric_limits<float>::quiet_NaN()}, 4);
@@ -265,6 +278,16 @@ TEST(ConvertFloatToU8MaskedValues, TakeTheRangeOfTheSelectedPixelsAndLeaveTheOth
     EXPECT_EQ(ConvertFloatToU8(row.src, mask, row.dst, unknownKind, nullptr, nullptr), ResultBadArg4);
 }
 
+TEST(ConvertFloatToU8MaskedValues, ReverseTheSelectedPixelsAlone)
+{
+    Row<float, std::uint8_t> row(Float32, UInt8, {1, 0, 0.5F, 0, 1, 1}, 0, 3);
+    TestImage mask(Layout{.width = 2, .height = 1});
+    mask.setAll<std::uint8_t>({0, 3});
+    row.dst.setAll<std::uint8_t>({7, 8, 9, 7, 8, 9});
+    ASSERT_EQ(ConvertFloatToU8(row.src, mask, row.dst, NormalizeJoint, nullptr, nullptr), ResultOk);
+    EXPECT_EQ(row.all(), (Bytes{7, 8, 9, 255, 255, 0}));
+}
+
 TEST(ConvertDoubleToUMaskedValues, KeepLowBitsOfAnUncutTopAndAFourthChannel)
 {
     Row<double, std::uint8_t> row(Float64, Int8, {0, 0, 0, 5, 1, 2, 4, 9}, 9, 4);
@@ -277,6 +300,23 @@ TEST(ConvertDoubleToUMaskedValues, KeepLowBitsOfAnUncutTopAndAFourthChannel)
     EXPECT_EQ(high[3], 9);
     ASSERT_EQ(ConvertDoubleToUMasked(row.src, mask, row.dst, NormalizeSeparate, low, high), ResultOk);
     EXPECT_EQ(row.all(), (Bytes{0, 0, 0, 7, 255, 255, 255, 7})) << "511 in its low 8 bits";
+}
+
+TEST(ConvertDoubleToUMaskedValues, TreatTwoChannelsAndThreePlanes)
+{
+    TestImage mask(Layout{.width = 2, .height = 1});
+    mask.fillBytes(1);
+    Row<double, std::uint8_t> row(Float64, UInt8, {0, 6, 1, 5}, 0, 2);
+    ASSERT_EQ(ConvertDoubleToUMasked(row.src, mask, row.dst, NormalizeSeparate, nullptr, nullptr), ResultOk);
+    EXPECT_EQ(row.all(), (Bytes{0, 255, 255, 0}));
+    TestImage src(Layout{.width = 2, .height = 1, .channels = 4, .type = Float64, .packing = Planar});
+    TestImage dst(Layout{.width = 2, .height = 1, .channels = 4, .packing = Planar});
+    src.forEachSample([&](int x, int y, int c) { src.set<double>(x, y, c, x * (c + 1)); });
+    dst.fillBytes(7);
+    ASSERT_EQ(ConvertDoubleToUMasked(src, mask, dst, NormalizeSeparate, nullptr, nullptr), ResultOk);
+    dst.forEachSample([&](int x, int y, int c) {
+        EXPECT_EQ(dst.get<std::uint8_t>(x, y, c), c == 3 ? 7 : x * 255) << "the fourth plane stays";
+    });
 }
 
 TEST(ConvertDoubleToUMaskedValues, MakeAConstantSelection0AndIgnoreTheKindForOneChannel)
@@ -314,6 +354,16 @@ TEST(ConvertI32ToUValues, FormDifferencesIn32BitsThatWrap)
     ASSERT_EQ(ConvertI32ToU(far.src, far.dst, NormalizeSeparate, nullptr, nullptr), ResultOk);
     // The range is -1, so the scale is -65535; the differences are -2^31, -1 and 0.
     EXPECT_EQ(far.all(), (Words{0, 65535, 0}));
+}
+
+TEST(ConvertI32ToUValues, KeepTheLowBitsOf64AtDepthsBeyondTheContainer)
+{
+    Row<std::int32_t, std::uint8_t> bytes(Int32, UInt8, {0, 1, 3}, 12);
+    ASSERT_EQ(ConvertI32ToU(bytes.src, bytes.dst, NormalizeSeparate, nullptr, nullptr), ResultOk);
+    EXPECT_EQ(bytes.all(), (Bytes{0, 0x55, 0xFF})) << "0x555 and 0xFFF";
+    Row<std::int32_t, std::uint16_t> words(Int32, UInt16, {0, 1, 3}, 40);
+    ASSERT_EQ(ConvertI32ToU(words.src, words.dst, NormalizeSeparate, nullptr, nullptr), ResultOk);
+    EXPECT_EQ(words.all(), (Words{0, 0x5555, 0xFFFF})) << "0x5555555555 and 0xFFFFFFFFFF";
 }
 
 TEST(ConvertI32ToUValues, MakeAConstantChannel0AndConvertAFourth)
@@ -361,6 +411,16 @@ TEST(ScaleDoubleFloatToUValues, Are0AtADepthOf32Bits)
     row.dst->bitsPerSample = 31;
     ASSERT_EQ(ScaleDoubleFloatToU(row.src, row.dst, 0, 1), ResultOk);
     EXPECT_EQ(row.all(), (Longs{0, 0x40000000, 0x7FFFFFFF, 0x7FFFFFFF}));
+}
+
+TEST(ScaleDoubleFloatToUValues, OfDepthsBeyondTheContainerCutTheTopAndTheStepsApart)
+{
+    Row<double, std::uint8_t> row(Float64, UInt8, {0, 1.0 / 64, 0.5}, 12);
+    ASSERT_EQ(ScaleDoubleFloatToU(row.src, row.dst, 0, 1), ResultOk);
+    EXPECT_EQ(row.all(), (Bytes{0, 64, 255})) << "4096 steps below a top of 255";
+    row.dst->bitsPerSample = 40;
+    ASSERT_EQ(ScaleDoubleFloatToU(row.src, row.dst, 0, 1), ResultOk);
+    EXPECT_EQ(row.all(), Bytes(3)) << "2^40 has no low 32 bits";
 }
 
 TEST(ScaleDoubleFloatToUValues, OfFloatsNeverExceedATopThatIsNoFloat)

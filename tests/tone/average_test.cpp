@@ -176,6 +176,23 @@ TEST(AverageImageValues, GoToTheTopLeftCornerAndLeaveTheRest)
     EXPECT_EQ(dst.all<std::uint8_t>(), (Bytes{5, 6, 9, 9, 9, 9})) << "nothing to average";
 }
 
+TEST(AverageImageValues, OfPlanesAreFoundByTheLayoutOfEachFrame)
+{
+    TestImage a(Layout{.width = 2, .height = 2, .channels = 2, .packing = Planar});
+    TestImage b(Layout{.width = 3, .height = 3, .channels = 2, .packing = Planar, .padding = 0});
+    TestImage dst(Layout{.width = 1, .height = 2, .channels = 2, .packing = Planar, .padding = 2});
+    a.fillBytes(200);
+    b.fillBytes(200);
+    dst.forEachSample([&](int, int y, int c) {
+        a.set<std::uint8_t>(1, y, c, static_cast<std::uint8_t>(10 * y + 20 * c));
+        b.set<std::uint8_t>(1, y, c, static_cast<std::uint8_t>(10 * y + 20 * c + 3));
+    });
+    ASSERT_EQ(AverageImage({a, b}, QRect(1, 0, 1, 2), dst), ResultOk);
+    dst.forEachSample(
+        [&](int x, int y, int c) { EXPECT_EQ(dst.get<std::uint8_t>(x, y, c), 10 * y + 20 * c + 1); });
+    EXPECT_TRUE(dst.guardsIntact());
+}
+
 TEST(AverageImageValues, OfSumsAroundMultiplesOfTheCountAreExact)
 {
     // One frame carries the sum, the others are 0: every quotient near a whole number is met.
