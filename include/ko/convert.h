@@ -107,11 +107,13 @@ KO_EXPORT ResultCode ConvertFloatToU8(const SxImageBuf& src, const SxImageBuf& m
 /// @param min, max       null, or one element per channel
 /// @returns the first that applies, in this order
 ///   ResultBadArg1  src absent or not `Float64`
-///   ResultBadArg2  mask absent, of another size; for an interleaved src not mono; for a planar src of
-///                  several channels that are not planar
+///   ResultBadArg2  mask absent, of another size;
+///                  for an interleaved src not mono;
+///                  for a planar src of several channels that are not planar
 ///   ResultBadArg3  dst absent, of another type, size, channel count or packing
-///   ResultFailed   the range cannot be measured: any other mask that is not mono `UInt8`, an unknown
-///                  packing; an unknown normalization; no memory
+///   ResultFailed   the range cannot be measured: any other mask that is not mono `UInt8`,
+///                  an unknown packing;
+///                  an unknown normalization; no memory
 /// On failure dst, min and max are untouched. The range is measured on the calling thread, then rows run in
 /// parallel (static), planes in turn. O(height * width * channels).
 KO_EXPORT ResultCode ConvertDoubleToUMasked(const SxImageBuf& src, const SxImageBuf& mask, SxImageBuf& dst,

@@ -16,8 +16,9 @@ namespace ko {
 /// planes follow their own distributions. Samples are read without sign. Samples above the depth are not
 /// counted and become what the highest level becomes. dst may be the memory of src.
 ///
-/// @param src  mono, planar, or interleaved with 3 or 4 channels; one or two bytes per sample; height x
-///             width, any stride. A mono image may have any packing
+/// @param src  mono, planar, or interleaved with 3 or 4 channels; one or two bytes per sample;
+///             height x width, any stride;
+///             a mono image may have any packing
 /// @param dst  of src's size, channels, bitsPerSample, bayerGrid, dataType, packing and pixelFormat
 /// @returns the first that applies, in this order
 ///   ResultBadArg1          src absent, or dataType none of `Int8`, `UInt8`, `Int16`, `UInt16`
@@ -49,7 +50,8 @@ KO_EXPORT ResultCode HistogramEqualize(const SxImageBuf& src, SxImageBuf& dst);
 ///   ResultBadArg2  reference absent, of another size or format
 ///   ResultBadArg3  dst absent, of another size or format
 ///   ResultFailed   bitsPerSample negative or above that of the container, no channels, signed samples,
-///                  another layout than mono, planar and interleaved with 3 or 4 channels, or no memory
+///                  another layout than mono, planar and interleaved with 3 or 4 channels,
+///                  or no memory
 /// dst is untouched on failure, planes before one for which memory is lacking apart. An image without pixels
 /// is matched. Samples are counted on the calling thread, then rows run in parallel (dynamic), planes in
 /// turn. O(height * width * channels + 2^bitsPerSample).
@@ -58,7 +60,8 @@ KO_EXPORT ResultCode HistogramMatch(const SxImageBuf& src, const SxImageBuf& ref
 /// Gives an image the distribution of levels of a histogram, plane by plane. Everything not said here is as
 /// in the form with an image.
 ///
-/// @param reference  exactly src's channels as planes and 2^bitsPerSample levels; extra bins are ignored
+/// @param reference  exactly src's channels as planes and 2^bitsPerSample levels;
+///                   extra bins are not looked at
 /// @returns the first that applies, in this order
 ///   ResultBadArg1          src absent, or dataType none of `Int8`, `UInt8`, `Int16`, `UInt16`
 ///   ResultBadArg2          reference of other planes or levels, or without its bins
@@ -259,7 +262,8 @@ KO_EXPORT ResultCode ThresholdAndStretchHistogramGreenRawPlanarMasked(const SxIm
 ///                bayerGrid, dataType, packing and pixelFormat; sizes and strides may differ
 /// @param roi     inside every frame; may be empty
 /// @param dst     at least as large as roi, which is written to its top left corner. With a region that
-///                begins at (0, 0) dst may be one of the frames
+///                begins at (0, 0) dst may be one of the frames;
+///                what lies outside that corner stays as it is
 /// @returns the first that applies, in this order
 ///   ResultBadArg1          frames empty
 ///   ResultBadArg2          dst absent or smaller than roi
