@@ -5,7 +5,7 @@ function(ko_install_libraries)
     install(
         TARGETS kocore koimproc
         EXPORT koimprocTargets
-        LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
+        LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT runtime NAMELINK_COMPONENT development
         INCLUDES DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
     install(DIRECTORY "${PROJECT_SOURCE_DIR}/include/ko" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
 

@@ -18,6 +18,9 @@ static_assert(isSigned32<ExBayerGrid>);
 static_assert(isSigned32<ExPixelCompression>);
 static_assert(isSigned32<Interpolation>);
 static_assert(isSigned32<ExChamferMask>);
+static_assert(isSigned32<NormalizationType>);
+static_assert(isSigned32<CxDemosaicConvertor::ExDemosaicAlgorithm>);
+static_assert(isSigned32<CxDemosaicConvertor::ExBayerGridSource>);
 static_assert(std::is_same_v<std::underlying_type_t<ResultCode>, std::uint32_t>);
 
 static_assert(sizeof(SxImageInfo) == 48 && alignof(SxImageInfo) == 4);
@@ -36,6 +39,48 @@ static_assert(offsetof(SxImageInfo, reserved) == 36);
 static_assert(sizeof(SxImageBuf) == 88 && alignof(SxImageBuf) == 8);
 static_assert(std::is_base_of_v<SxImageInfo, SxImageBuf>);
 static_assert(std::is_trivially_copyable_v<SxImageBuf>);
+
+static_assert(sizeof(_point_<int>) == 8 && offsetof(_point_<int>, x) == 0 && offsetof(_point_<int>, y) == 4);
+
+static_assert(sizeof(SxSnakeParams) == 64 && alignof(SxSnakeParams) == 8);
+static_assert(std::is_standard_layout_v<SxSnakeParams>);
+static_assert(offsetof(SxSnakeParams, edgeFraction) == 0);
+static_assert(offsetof(SxSnakeParams, weightContinuity) == 8);
+static_assert(offsetof(SxSnakeParams, weightCurvature) == 16);
+static_assert(offsetof(SxSnakeParams, weightDistance) == 24);
+static_assert(offsetof(SxSnakeParams, weightGradient) == 32);
+static_assert(offsetof(SxSnakeParams, refine) == 40);
+static_assert(offsetof(SxSnakeParams, refineInterval) == 44);
+static_assert(offsetof(SxSnakeParams, loopDistance) == 48);
+static_assert(offsetof(SxSnakeParams, pointSpacing) == 52);
+static_assert(offsetof(SxSnakeParams, maxIterations) == 56);
+
+static_assert(sizeof(CxImageHistogram) == 24 && std::is_standard_layout_v<CxImageHistogram>);
+static_assert(offsetof(CxImageHistogram, bins) == 0);
+static_assert(offsetof(CxImageHistogram, planes) == 8);
+static_assert(offsetof(CxImageHistogram, levels) == 12);
+static_assert(offsetof(CxImageHistogram, extraBins) == 16);
+
+static_assert(sizeof(SxPipeStatistics) == 40 && std::is_standard_layout_v<SxPipeStatistics>);
+static_assert(offsetof(SxPipeStatistics, received) == 0);
+static_assert(offsetof(SxPipeStatistics, processed) == 8);
+static_assert(offsetof(SxPipeStatistics, failed) == 16);
+static_assert(offsetof(SxPipeStatistics, dropped) == 24);
+static_assert(offsetof(SxPipeStatistics, waiting) == 32);
+
+// The classes that programs derive from or hold by value; a size that changes breaks what is already compiled.
+static_assert(sizeof(CxImageHistogram2D) == 32);
+static_assert(sizeof(CxImageHistogramSparse2D) == 24);
+static_assert(sizeof(CxMetadata) == 8);
+static_assert(sizeof(IxDataInfo) == 8);
+static_assert(sizeof(CxImageDataInfo) == 56);
+static_assert(sizeof(IxData) == 24);
+static_assert(sizeof(CxImageData) == 136);
+static_assert(sizeof(IxPipeItem) == 32);
+static_assert(sizeof(IxDataProcessor) == 32);
+static_assert(sizeof(CxFrameSource) == 48);
+static_assert(sizeof(CxFrameSink) == 64);
+static_assert(sizeof(CxDemosaicConvertor) == 48);
 
 std::ptrdiff_t offsetIn(const SxImageBuf& image, const void* member)
 {
@@ -74,6 +119,21 @@ TEST(Records, StartEmptyWithColourPixelsAndNoMosaic)
         EXPECT_EQ(word, 0U);
 }
 
+TEST(Records, StartTheSnakeWithItsUsualSettings)
+{
+    const SxSnakeParams params;
+    EXPECT_EQ(params.edgeFraction, 0.2);
+    EXPECT_EQ(params.weightContinuity, 0.5);
+    EXPECT_EQ(params.weightCurvature, 0.5);
+    EXPECT_EQ(params.weightDistance, 2.0);
+    EXPECT_EQ(params.weightGradient, 1.0);
+    EXPECT_EQ(params.refine, 1);
+    EXPECT_EQ(params.refineInterval, 5);
+    EXPECT_EQ(params.loopDistance, 2);
+    EXPECT_EQ(params.pointSpacing, 5);
+    EXPECT_EQ(params.maxIterations, 200);
+}
+
 TEST(Records, NumberTheirCodesForGood)
 {
     EXPECT_EQ(Int8, 1);
@@ -102,6 +162,13 @@ TEST(Records, NumberTheirCodesForGood)
     EXPECT_EQ(Chamfer5x5, 2);
     EXPECT_EQ(Chamfer7x7, 3);
     EXPECT_EQ(Chamfer13x13, 4);
+    EXPECT_EQ(NormalizeSeparate, 0);
+    EXPECT_EQ(NormalizeJoint, 1);
+    EXPECT_EQ(CxDemosaicConvertor::AlgorithmSimple, 0);
+    EXPECT_EQ(CxDemosaicConvertor::GridFromImage, 0);
+    EXPECT_EQ(CxDemosaicConvertor::GridFromSettings, 1);
+    EXPECT_EQ(IxPipeItem::StateStopped, 0);
+    EXPECT_EQ(IxPipeItem::StateStarted, 1);
     EXPECT_EQ(ResultOk, 0U);
     EXPECT_EQ(ResultFailed, 0xA0000000U);
     EXPECT_EQ(ResultIncompatible, 0xA000000DU);

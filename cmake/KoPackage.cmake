@@ -1,0 +1,80 @@
+# Debian packages, one per component: libkoimproc<SOVERSION> (both libraries), libkoimproc-dev and koimproc-tools.
+# `./dev package` builds them; the install prefix has to be /usr for the multiarch directories.
+find_program(KO_GZIP gzip REQUIRED)
+
+# Debian wants the changelog compressed without a time stamp.
+set(changelog "${PROJECT_SOURCE_DIR}/packaging/changelog")
+set(changelog_gz "${PROJECT_BINARY_DIR}/packaging/changelog.Debian.gz")
+file(MAKE_DIRECTORY "${PROJECT_BINARY_DIR}/packaging")
+add_custom_command(
+    OUTPUT "${changelog_gz}"
+    COMMAND "${KO_GZIP}" -9nc "${changelog}" > "${changelog_gz}"
+    DEPENDS "${changelog}"
+    VERBATIM)
+add_custom_target(ko_package_documents ALL DEPENDS "${changelog_gz}")
+
+set(library_package "libkoimproc${PROJECT_VERSION_MAJOR}")
+foreach(pair "runtime:${library_package}" "development:libkoimproc-dev" "tools:koimproc-tools")
+    string(REGEX MATCH "^([^:]+):(.+)$" ignored "${pair}")
+    set(documents "${CMAKE_INSTALL_DATAROOTDIR}/doc/${CMAKE_MATCH_2}")
+    install(FILES "${PROJECT_SOURCE_DIR}/packaging/copyright" "${changelog_gz}"
+            DESTINATION "${documents}"
+            COMPONENT ${CMAKE_MATCH_1})
+endforeach()
+# One package for two libraries that are always used together.
+install(FILES "${PROJECT_SOURCE_DIR}/packaging/lintian-overrides"
+        DESTINATION "${CMAKE_INSTALL_DATAROOTDIR}/lintian/overrides"
+        RENAME "${library_package}"
+        COMPONENT runtime)
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_NAME koimproc)
+set(CPACK_PACKAGE_VERSION "${PROJECT_VERSION}")
+set(CPACK_PACKAGE_CONTACT "koimproc developers <koimproc@lists.example.com>")
+set(CPACK_COMPONENTS_ALL runtime development tools)
+# Each component's text brings its own first line.
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")
+set(CPACK_STRIP_FILES ON)
+set(CPACK_PACKAGING_INSTALL_PREFIX "${CMAKE_INSTALL_PREFIX}")
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE
+                                                WORLD_READ WORLD_EXECUTE)
+
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "${PROJECT_BINARY_DIR}/src")
+set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
+# What packages built against the libraries will depend on.
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
+
+set(full_version "${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE}")
+set(CPACK_COMPONENT_RUNTIME_DESCRIPTION
+    "image-processing operations for camera images\n\
+Exact and fast operations on 8 and 16 bit mono, colour and raw Bayer frames:\n\
+statistics, tone, thresholds, filters, demosaicing, a frame pipeline.\n\
+This package holds the shared libraries.")
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME "${library_package}")
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA "${PROJECT_SOURCE_DIR}/packaging/triggers")
+
+set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
+    "image-processing operations for camera images (development)\n\
+Exact and fast operations on 8 and 16 bit mono, colour and raw Bayer frames.\n\
+This package holds the headers, the CMake package and the pkg-config file.")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libkoimproc-dev)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${library_package} (= ${full_version}), qtbase5-dev")
+
+set(CPACK_COMPONENT_TOOLS_DESCRIPTION
+    "image-processing operations for camera images (tool)\n\
+The command ko applies the operations of koimproc to image files and camera\n\
+raws, one by one, by recipe or as a stream of frames.")
+set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME koimproc-tools)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION graphics)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS ON)
+# dpkg-shlibdeps cannot know a package that is not installed, so this one is named by hand.
+set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "${library_package} (>= ${full_version})")
+include(CPack)
