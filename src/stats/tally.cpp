@@ -47,6 +47,40 @@ void countInTurns(const std::uint8_t* bytes, std::int64_t units, std::uint32_t* 
                  loadSample<std::uint16_t>(bytes, i)];
 }
 
+/// Counts bytes, each to the table of its position modulo four.
+void countBytes(const std::uint8_t* bytes, std::int64_t count, std::uint32_t* tables) noexcept
+{
+    std::int64_t i = 0;
+    for (; i + 16 <= count; i += 16) {
+        const auto low = loadSample<std::uint64_t>(bytes + i, 0),
+                   high = loadSample<std::uint64_t>(bytes + i, 1);
+        if (((low ^ high) | (low ^ std::rotl(low, 8))) == 0) {
+            tables[low & 0xFFU] += 16;
+            continue;
+        }
+        for (const std::uint64_t word : {low, high}) {
+            for (int j = 0; j < 8; ++j)
+                ++tables[static_cast<std::size_t>(j % ByteTally::tables) * 256 + (word >> (8 * j) & 0xFFU)];
+        }
+    }
+    for (; i < count; ++i)
+        ++tables[bytes[i]];
+}
+
+/// Pairs after which the trial ends.
+constexpr std::int64_t trialPairs = 32768;
+
+/// More than half of the pairs are the first of their kind, judged by every eighth second byte.
+bool isScattered(const std::uint32_t* table, std::int64_t pairs) noexcept
+{
+    constexpr std::size_t row = 256, step = 8;
+    std::ptrdiff_t distinct = 0;
+    for (std::size_t first = 0; first < TallyTables::size; first += step * row)
+        distinct +=
+            std::count_if(table + first, table + first + row, [](std::uint32_t count) { return count != 0; });
+    return 2 * static_cast<std::int64_t>(step) * distinct > pairs;
+}
+
 }  // namespace
 
 TallyTarget::TallyTarget(const CxImageHistogram& histogram, std::uint64_t most) noexcept
@@ -98,7 +132,10 @@ void Tally<T>::add(const std::uint8_t* samples, std::int64_t count) noexcept
         return;
     }
     if constexpr (sizeof(T) == 1) {
-        addUnits(samples, count / 2);
+        if (m_planes.size() == 1)
+            addBytes(samples, count);
+        else
+            addUnits(samples, count / 2);
         if (count % 2 != 0)
             countSample(m_target, planeAt(count - 1), samples[count - 1]);
     } else {
@@ -137,6 +174,20 @@ void Tally<T>::addUnits(const std::uint8_t* samples, std::int64_t units) noexcep
     }
 }
 
+/// Even counts of bytes for one plane.
+template <class T>
+void Tally<T>::addBytes(const std::uint8_t* samples, std::int64_t count) noexcept
+{
+    if (m_bytes.scattered)
+        return countBytes(samples, count - count % 2, m_bytes.counts.data());
+    addUnits(samples, count / 2);
+    m_bytes.pairs += count / 2;
+    if (!m_bytes.judged && m_bytes.pairs >= trialPairs) {
+        m_bytes.judged = true;
+        m_bytes.scattered = isScattered(m_tables, m_bytes.pairs);
+    }
+}
+
 template <class T>
 void Tally<T>::addTo(int plane, const std::uint32_t* counts, std::uint64_t values) const noexcept
 {
@@ -163,6 +214,8 @@ void Tally<T>::finish() noexcept
             }
             addTo(planeAt(2 * index), first.data(), first.size());
             addTo(planeAt(2 * index + 1), second.data(), second.size());
+            for (std::size_t k = 0; m_bytes.scattered && k < m_bytes.counts.size(); k += 256)
+                addTo(planeAt(0), m_bytes.counts.data() + k, 256);
         } else {
             addTo(planeAt(index), table, TallyTables::size);
         }

@@ -3,6 +3,7 @@
 
 #include <ko/histogram_containers.h>
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -61,6 +62,17 @@ private:
 /// Counts 16-bit units at any address into a table.
 void countUnits(const std::uint8_t* units, std::int64_t count, std::uint32_t* table) noexcept;
 
+/// How the bytes of one plane are counted: as pairs, until a trial shows that hardly any pair occurs twice.
+/// The counters of such pairs do not stay in the first-level cache, those of single bytes do.
+struct ByteTally {
+    static constexpr int tables = 4;
+
+    std::int64_t pairs = 0;  ///< counted so far
+    bool judged = false;
+    bool scattered = false;
+    std::array<std::uint32_t, tables * 256> counts{};
+};
+
 /// Counts runs of samples whose planes repeat along the run: sample i goes to plane `planes[i % period]`, or
 /// nowhere where that is negative. Only one tally works with the same tables at a time; its counts have
 /// arrived in the histogram after `finish`.
@@ -78,6 +90,7 @@ public:
 private:
     void addDirectly(const std::uint8_t* samples, std::int64_t count) noexcept;
     void addUnits(const std::uint8_t* samples, std::int64_t units) noexcept;
+    void addBytes(const std::uint8_t* samples, std::int64_t count) noexcept;
     void addTo(int plane, const std::uint32_t* counts, std::uint64_t values) const noexcept;
     int planeAt(std::int64_t position) const noexcept
     {
@@ -88,6 +101,7 @@ private:
     std::span<const int> m_planes;
     int m_tableCount;
     std::uint32_t* m_tables;
+    ByteTally m_bytes;
 };
 
 extern template class Tally<std::uint8_t>;

@@ -227,6 +227,7 @@ TEST(HistogramTargets, EqualTheTwinForImagesThatTakeWorkingTables)
         if (channels <= 4 && bits != 5)
             compareAll({451, 301, channels, type, packing, bits});
     });
+    compareAll({451, 301, 1, UInt8, Interleaved, 5});
     compareAll({451, 301, 1, UInt16, Interleaved, 12});
     compareAll({451, 301, 1, UInt16, Interleaved, 16});
     compareAll({4099, 33, 3, UInt16, Interleaved, 16});
