@@ -69,9 +69,9 @@ KO_EXPORT ResultCode ConvertFloatToU(const SxImageBuf& src, SxImageBuf& dst, Nor
 /// @returns the first that applies, in this order
 ///   ResultBadArg1  src absent or not `Float32`
 ///   ResultBadArg2  dst absent, not `UInt8`, of another size, channel count or packing
-///   ResultBadArg3  normalization unknown
-///   ResultFailed   the range cannot be measured: an unknown packing, several interleaved channels with a
-///                  mosaic; no memory
+///   ResultBadArg3  normalization unknown, or the range cannot be measured: an unknown packing, several
+///                  interleaved channels with a mosaic
+///   ResultFailed   no memory
 /// On failure dst, min and max are untouched. The range is measured on the calling thread, then rows run in
 /// parallel (static), planes in turn. O(height * width * channels).
 KO_EXPORT ResultCode ConvertFloatToU8(const SxImageBuf& src, SxImageBuf& dst, NormalizationType normalization,
@@ -85,8 +85,8 @@ KO_EXPORT ResultCode ConvertFloatToU8(const SxImageBuf& src, SxImageBuf& dst, No
 ///   ResultBadArg1  src absent or not `Float32`
 ///   ResultBadArg2  mask absent, not `UInt8`, of another size
 ///   ResultBadArg3  dst absent, not `UInt8`, of another size, channel count or packing
-///   ResultBadArg4  normalization unknown
-///   ResultFailed   the range cannot be measured: mask not mono, an unknown packing; no memory
+///   ResultBadArg4  normalization unknown, or the range cannot be measured: mask not mono, an unknown packing
+///   ResultFailed   no memory
 /// On failure dst, min and max are untouched. The range is measured on the calling thread, then rows run in
 /// parallel (static), planes in turn. O(height * width * channels).
 KO_EXPORT ResultCode ConvertFloatToU8(const SxImageBuf& src, const SxImageBuf& mask, SxImageBuf& dst,
@@ -132,9 +132,9 @@ KO_EXPORT ResultCode ConvertDoubleToUMasked(const SxImageBuf& src, const SxImage
 /// @returns the first that applies, in this order
 ///   ResultBadArg1          src absent or not `Int32`
 ///   ResultBadArg2          dst absent, without a valid type, of another size, channel count or packing
-///   ResultUnsupportedType  dst neither `UInt8` nor `UInt16`
-///   ResultFailed           the range cannot be measured: an unknown packing, several interleaved channels
-///                          with a mosaic; an unknown normalization; no memory
+///   ResultUnsupportedType  src has several channels in an unknown packing; dst neither `UInt8` nor `UInt16`
+///   ResultFailed           the range cannot be measured: several interleaved channels with a mosaic;
+///                          an unknown normalization; no memory
 /// On failure dst, min and max are untouched. The range is measured on the calling thread, then rows run in
 /// parallel (dynamic), planes in turn. O(height * width * channels).
 KO_EXPORT ResultCode ConvertI32ToU(const SxImageBuf& src, SxImageBuf& dst, NormalizationType normalization,

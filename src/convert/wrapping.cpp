@@ -147,13 +147,14 @@ void convertSelected(const SxImageBuf& src, SxImageBuf& dst, const SxImageBuf* m
 constexpr auto staticLoop = [](std::int64_t rows, const auto& body) { rowsStatic(rows, body); };
 constexpr auto dynamicLoop = [](std::int64_t rows, const auto& body) { rowsDynamic(rows, body); };
 
-/// ConvertFloatToU8 after its checks. The range is mapped to 0...255 in single precision, whatever the depth.
+/// ConvertFloatToU8 after its checks; `immeasurable` is the answer where there is no range to normalise. The
+/// range is mapped to 0...255 in single precision, whatever the depth.
 ResultCode convertForDisplay(const SxImageBuf& src, const SxImageBuf* mask, SxImageBuf& dst,
-                             NormalizationType normalization, float* min, float* max)
+                             NormalizationType normalization, ResultCode immeasurable, float* min, float* max)
 {
     Ranges<float> ranges;
     if (!measureChannels(ranges, src, mask) || !ranges.normalize(normalization))
-        return ResultFailed;
+        return immeasurable;
     std::vector<float> scales(ranges.count());
     for (std::size_t i = 0; i < scales.size(); ++i)
         scales[i] = 255.0F / (ranges.high[i] - ranges.low[i]);
@@ -220,7 +221,7 @@ ResultCode ConvertFloatToU8(const SxImageBuf& src, SxImageBuf& dst, Normalizatio
                 {ResultBadArg2, rowsFit(dst)},
             }))
             return rc;
-        return convertForDisplay(src, nullptr, dst, normalization, min, max);
+        return convertForDisplay(src, nullptr, dst, normalization, ResultBadArg3, min, max);
     });
 }
 
@@ -238,7 +239,7 @@ ResultCode ConvertFloatToU8(const SxImageBuf& src, const SxImageBuf& mask, SxIma
                 {ResultBadArg3, rowsFit(dst)},
             }))
             return rc;
-        return convertForDisplay(src, &mask, dst, normalization, min, max);
+        return convertForDisplay(src, &mask, dst, normalization, ResultBadArg4, min, max);
     });
 }
 
@@ -273,6 +274,7 @@ ResultCode ConvertI32ToU(const SxImageBuf& src, SxImageBuf& dst, NormalizationTy
                 {ResultBadArg1, isPresent(src) && hasType(src, Int32)},
                 {ResultBadArg2, isPresent(dst) && bytesPerSample(dst.dataType) != 0},
                 {ResultBadArg2, sameGeometry(dst, src)},
+                {ResultUnsupportedType, hasLayout(src)},
             }))
             return rc;
         return dispatch(ByTypeOf<UInt8, UInt16>{}, dst.dataType,

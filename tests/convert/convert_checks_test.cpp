@@ -113,9 +113,9 @@ std::vector<CheckRow<A>> kindRows(ResultCode code)
 }
 
 template <class A>
-std::vector<CheckRow<A>> mosaicRow()
+std::vector<CheckRow<A>> mosaicRow(ResultCode code)
 {
-    return {{"several channels of a mosaic", [](auto& a) { a.src->bayerGrid = BayerRGGB; }, ResultFailed}};
+    return {{"several channels of a mosaic", [](auto& a) { a.src->bayerGrid = BayerRGGB; }, code}};
 }
 
 template <class A>
@@ -136,7 +136,7 @@ void runClampedChecks()
                {"dst of type 0", [](auto& a) { a.dst->dataType = typeCode(0); }, ResultUnsupportedType},
                {"dst of type 12", [](auto& a) { a.dst->dataType = typeCode(12); }, ResultUnsupportedType}});
     append(rows, shortRows<A>(ResultBadArg2));
-    append(rows, mosaicRow<A>());
+    append(rows, mosaicRow<A>(ResultFailed));
     append(rows, kindRows<A>(ResultFailed));
     runCheckTable<A>(rows);
 }
@@ -169,8 +169,9 @@ TEST(ConvertFloatToU8Checks, RunInOrderAndWriteNothing)
                          {"dst of type 0", [](auto& a) { a.dst->dataType = typeCode(0); }, ResultBadArg2}});
     append(rows, kindRows<DisplayArgs>(ResultBadArg3));
     append(rows, shortRows<DisplayArgs>(ResultBadArg2));
-    append(rows, mosaicRow<DisplayArgs>());
-    append<DisplayArgs>(rows, {{"packing 2", [](auto& a) { setPackings(a, unknownPacking); }, ResultFailed}});
+    append(rows, mosaicRow<DisplayArgs>(ResultBadArg3));
+    append<DisplayArgs>(rows,
+                        {{"packing 2", [](auto& a) { setPackings(a, unknownPacking); }, ResultBadArg3}});
     runCheckTable<DisplayArgs>(rows);
 }
 
@@ -189,8 +190,8 @@ TEST(ConvertFloatToU8MaskedChecks, RunInOrderAndWriteNothing)
                {"rows of src beyond their stride", [](auto& a) { a.src->stride = 11; }, ResultBadArg1},
                {"rows of the mask beyond their stride", [](auto& a) { a.mask->stride = 3; }, ResultBadArg2},
                {"rows of dst beyond their stride", [](auto& a) { a.dst->stride = 11; }, ResultBadArg3},
-               {"mask of two channels", [](auto& a) { a.mask->channels = 2; }, ResultFailed},
-               {"packing 2", [](auto& a) { setPackings(a, unknownPacking); }, ResultFailed}});
+               {"mask of two channels", [](auto& a) { a.mask->channels = 2; }, ResultBadArg4},
+               {"packing 2", [](auto& a) { setPackings(a, unknownPacking); }, ResultBadArg4}});
     runCheckTable<A>(rows);
 }
 
@@ -242,10 +243,10 @@ TEST(ConvertI32ToUChecks, RunInOrderAndWriteNothing)
                {"dst of 32 bits", [](auto& a) { a.dst->dataType = UInt32; }, ResultUnsupportedType},
                {"dst signed", [](auto& a) { a.dst->dataType = Int8; }, ResultUnsupportedType},
                {"dst of 16 bytes", [](auto& a) { a.dst->dataType = Sample128; }, ResultUnsupportedType}});
+    append<A>(rows, {{"packing 2", [](auto& a) { setPackings(a, unknownPacking); }, ResultUnsupportedType}});
     append(rows, shortRows<A>(ResultBadArg2));
-    append(rows, mosaicRow<A>());
+    append(rows, mosaicRow<A>(ResultFailed));
     append(rows, kindRows<A>(ResultFailed));
-    append<A>(rows, {{"packing 2", [](auto& a) { setPackings(a, unknownPacking); }, ResultFailed}});
     runCheckTable<A>(rows);
 }
 
