@@ -92,15 +92,15 @@ bool isColour(const SxImageInfo& info)
     return isInterleaved(info) && info.channels > 1 && info.pixelFormat == 1;
 }
 
-/// Exact sums of a mono image under a mask.
+/// Count and sum of the selected samples of a mono image.
 template <class T>
-Moments momentsOf(const SxImageBuf& src, const SxImageBuf& mask)
+MaskedSum maskedSum(const SxImageBuf& src, const SxImageBuf& mask)
 {
-    Moments moments;
-    const MomentsRow row = momentKernels().of<T>();
+    MaskedSum sum;
+    const auto add = momentKernels().of<T>().add;
     for (std::int64_t y = 0; y < src.height; ++y)
-        row(rowOf(src, y), rowOf(mask, y), src.width, moments);
-    return moments;
+        add(rowOf(src, y), rowOf(mask, y), src.width, sum);
+    return sum;
 }
 
 /// Calls `visit(row, x)` for every selected pixel in raster order.
@@ -117,62 +117,95 @@ void forEachSelected(const SxImageBuf& src, const SxImageBuf& mask, const Visit&
     }
 }
 
-/// Samples so narrow that sums of them and of their squares are exact in integers.
+/// Samples so narrow that sums of them are exact in integers, and so in double step by step.
 template <class T>
 inline constexpr bool isNarrow = std::is_integral_v<T> && sizeof(T) <= 2;
+
+template <class T>
+double meanOf(const MaskedSum& total)
+{
+    const auto count = static_cast<std::int64_t>(total.count);
+    const std::int64_t sum = static_cast<std::int64_t>(total.sum) - momentBias<T> * count;
+    return static_cast<double>(sum) / static_cast<double>(count);
+}
 
 struct Spread {
     double mean = 0.0;
     double stdDev = 0.0;
 };
 
-/// Mean and population deviation from exact sums. The numerator count * squares - sum * sum needs 128 bits.
+/// Adds the squared distances of the selected samples of a row one by one, rounding after each.
 template <class T>
-Spread spreadOf(const Moments& moments)
+double addSquares(double sum, const std::uint8_t* row, const std::uint8_t* mask, std::int64_t width,
+                  double mean)
 {
-    __extension__ using Exact = unsigned __int128;
-    const auto count = static_cast<double>(moments.count);
-    const auto sum =
-        static_cast<std::int64_t>(moments.sum) - momentBias<T> * static_cast<std::int64_t>(moments.count);
-    Spread spread{static_cast<double>(sum) / count, 0.0};
-    if (moments.count != 0) {
-        const Exact scaled = Exact{moments.count} * moments.squares - Exact{moments.sum} * moments.sum;
-        spread.stdDev = std::sqrt(static_cast<double>(scaled) / count / count);
+    for (std::int64_t x = 0; x < width; ++x) {
+        if (mask[x] == 0)
+            continue;
+        const double distance = static_cast<double>(loadSample<T>(row, x)) - mean;
+        sum += distance * distance;
     }
-    return spread;
+    return sum;
+}
+
+double powerOfTwoUpTo(double value)
+{
+    return value == 0.0 ? 0.0 : std::ldexp(1.0, std::ilogb(value));
+}
+
+/// `addSquares` over all rows, with most samples taken many at a time: from a power of two to the next the
+/// last digit of a sum stays in its place, each square is rounded to it, and what has been rounded adds up
+/// exactly in any order. It does not where a piece takes the sum to the next power of two, nor where a square
+/// lies half way between two roundings and the sum's own last digit decides.
+template <class T>
+double sumOfSquares(const SxImageBuf& src, const SxImageBuf& mask, double mean, std::int64_t highest)
+{
+    constexpr std::int64_t longestPiece = 4096;
+    const MomentRows& rows = momentKernels().of<T>();
+    double sum = 0.0, anchor = 0.0, tested = 0.0;
+    bool hasTies = false;
+    for (std::int64_t y = 0; y < src.height; ++y) {
+        for (std::int64_t x = 0; x < src.width; x += longestPiece) {
+            const std::uint8_t* const row = rowOf(src, y) + x * std::int64_t{sizeof(T)};
+            const std::uint8_t* const selected = rowOf(mask, y) + x;
+            const std::int64_t width = std::min(longestPiece, src.width - x);
+            const double squares = rows.squares(row, selected, width, mean, anchor);
+            const bool staysBelow = squares == 0.0 || sum + squares < 2 * anchor;
+            if (staysBelow && tested != anchor) {
+                hasTies = rows.hasTies(highest, mean, anchor);
+                tested = anchor;
+            }
+            if (staysBelow && !hasTies) {
+                sum += squares;
+                continue;
+            }
+            sum = addSquares<T>(sum, row, selected, width, mean);
+            anchor = powerOfTwoUpTo(sum);
+        }
+    }
+    return sum;
 }
 
 /// Mean and population deviation of a mono image in two passes over the selected samples.
 template <class T>
-Spread twoPassSpread(const SxImageBuf& src, const SxImageBuf& mask)
+Spread spreadOf(const SxImageBuf& src, const SxImageBuf& mask)
 {
-    double count = 0.0, sum = 0.0, squares = 0.0;
-    forEachSelected(src, mask, [&](const std::uint8_t* row, std::int64_t x) {
-        sum += static_cast<double>(loadSample<T>(row, x));
-        count += 1.0;
-    });
-    Spread spread{sum / count, 0.0};
-    forEachSelected(src, mask, [&](const std::uint8_t* row, std::int64_t x) {
-        const double distance = static_cast<double>(loadSample<T>(row, x)) - spread.mean;
-        squares += distance * distance;
-    });
-    if (count != 0.0)
-        spread.stdDev = std::sqrt(squares / count);
-    return spread;
-}
-
-/// Two passes, rounded step by step, are what the deviation is defined by. Over more narrow samples than this
-/// the exact sums, which differ in the last digits, save time that counts.
-constexpr std::int64_t fewPixels = 65536;
-
-template <class T>
-Spread maskedSpread(const SxImageBuf& src, const SxImageBuf& mask)
-{
+    double count = 0.0, mean = 0.0, squares = 0.0;
     if constexpr (isNarrow<T>) {
-        if (std::int64_t{src.width} * src.height > fewPixels)
-            return spreadOf<T>(momentsOf<T>(src, mask));
+        const MaskedSum total = maskedSum<T>(src, mask);
+        count = static_cast<double>(total.count);
+        mean = meanOf<T>(total);
+        squares = sumOfSquares<T>(src, mask, mean, total.highest);
+    } else {
+        forEachSelected(src, mask, [&](const std::uint8_t* row, std::int64_t x) {
+            mean += static_cast<double>(loadSample<T>(row, x));
+            count += 1.0;
+        });
+        mean /= count;
+        for (std::int64_t y = 0; y < src.height; ++y)
+            squares = addSquares<T>(squares, rowOf(src, y), rowOf(mask, y), src.width, mean);
     }
-    return twoPassSpread<T>(src, mask);
+    return {mean, count != 0.0 ? std::sqrt(squares / count) : 0.0};
 }
 
 /// Means of interleaved channels. Narrow samples are summed as integers, which changes no bit of the sums.
@@ -182,7 +215,7 @@ void channelMeans(const SxImageBuf& src, const SxImageBuf& mask, double* means)
     using Sum = std::conditional_t<isNarrow<T>, std::int64_t, double>;
     if constexpr (isNarrow<T>) {
         if (isMono(src)) {
-            *means = spreadOf<T>(momentsOf<T>(src, mask)).mean;
+            *means = meanOf<T>(maskedSum<T>(src, mask));
             return;
         }
     }
@@ -261,7 +294,7 @@ ResultCode MeanStdDevMasked(const SxImageBuf& src, const SxImageBuf& mask, doubl
         Spread spread;
         const ResultCode rc =
             dispatch(ByType{}, src.dataType, {{ResultBadArg1, rowsFit(src)}, {ResultBadArg2, rowsFit(mask)}},
-                     [&]<class T>(std::type_identity<T>) { spread = maskedSpread<T>(src, mask); });
+                     [&]<class T>(std::type_identity<T>) { spread = spreadOf<T>(src, mask); });
         if (rc != ResultOk && rc != ResultUnsupportedType)
             return rc;
         if (mean != nullptr)

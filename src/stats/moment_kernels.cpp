@@ -4,6 +4,7 @@
 #include "core/kernel_loops.h"
 
 #include <algorithm>
+#include <array>
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "stats/moment_kernels.cpp"
@@ -19,121 +20,69 @@ namespace hn = hwy::HWY_NAMESPACE;
 
 template <class T>
 void AddSamples(const std::uint8_t* row, const std::uint8_t* mask, std::int64_t from, std::int64_t width,
-                Moments& moments) noexcept
+                MaskedSum& sum) noexcept
 {
     for (std::int64_t x = from; x < width; ++x) {
         if (mask[x] == 0)
             continue;
-        const auto sample = static_cast<std::uint64_t>(loadSample<T>(row, x) + momentBias<T>);
-        ++moments.count;
-        moments.sum += sample;
-        moments.squares += sample * sample;
+        const std::int64_t sample = loadSample<T>(row, x) + momentBias<T>;
+        ++sum.count;
+        sum.sum += static_cast<std::uint64_t>(sample);
+        sum.highest = std::max(sum.highest, sample);
     }
+}
+
+/// Adds to an accumulator that starts at the anchor and so rounds every square as asked.
+template <class T>
+double AddSquares(const std::uint8_t* row, const std::uint8_t* mask, std::int64_t from, std::int64_t width,
+                  double mean, double accumulator) noexcept
+{
+    for (std::int64_t x = from; x < width; ++x) {
+        if (mask[x] == 0)
+            continue;
+        const double distance = static_cast<double>(loadSample<T>(row, x)) - mean;
+        accumulator += distance * distance;
+    }
+    return accumulator;
+}
+
+template <class T>
+bool HasTies(std::int64_t highest, double mean, double anchor) noexcept
+{
+    const double half = anchor * 0x1p-53;
+    const auto last = static_cast<std::int32_t>(highest);
+    int ties = 0;
+    for (std::int32_t raised = 0; raised <= last; ++raised) {
+        const double distance = static_cast<double>(raised - static_cast<std::int32_t>(momentBias<T>)) - mean;
+        const double square = distance * distance;
+        const double error = square - ((anchor + square) - anchor);
+        ties |= error == half || error == -half ? 1 : 0;
+    }
+    return ties != 0;
 }
 
 #if HWY_TARGET == HWY_SCALAR
 
 template <class T>
-void Row(const std::uint8_t* row, const std::uint8_t* mask, std::int64_t width, Moments& moments) noexcept
+void SumRow(const std::uint8_t* row, const std::uint8_t* mask, std::int64_t width, MaskedSum& sum) noexcept
 {
-    AddSamples<T>(row, mask, 0, width, moments);
+    AddSamples<T>(row, mask, 0, width, sum);
+}
+
+template <class T>
+double SquaresRow(const std::uint8_t* row, const std::uint8_t* mask, std::int64_t width, double mean,
+                  double anchor) noexcept
+{
+    return AddSquares<T>(row, mask, 0, width, mean, anchor) - anchor;
 }
 
 #else
 
 template <class T>
 using Tag = hn::ScalableTag<std::make_unsigned_t<T>>;
-using Factor = hn::ScalableTag<std::int16_t>;
-using Product = hn::ScalableTag<std::int32_t>;
+using Byte = hn::ScalableTag<std::uint8_t>;
 using Total = hn::ScalableTag<std::uint64_t>;
-
-/// Sum of products of bytes held in 16-bit lanes; `vectorsPerTotal` vectors cannot overflow it.
-class ByteProducts {
-public:
-    static constexpr std::int64_t vectorsPerTotal = 8192;
-
-    // Written out, here and below: constructors that the compiler makes are built for the wrong processor.
-    ByteProducts() noexcept : m_even(hn::Zero(Product{})), m_odd(hn::Zero(Product{})) {}
-
-    void add(hn::Vec<Factor> a, hn::Vec<Factor> b) noexcept
-    {
-        m_even = hn::ReorderWidenMulAccumulate(Product{}, a, b, m_even, m_odd);
-    }
-    std::uint64_t total() const noexcept
-    {
-        const Total d;
-        const auto products = hn::BitCast(d, hn::Add(m_even, m_odd));
-        const auto halves = hn::Add(hn::And(products, hn::Set(d, 0xFFFFFFFFU)), hn::ShiftRight<32>(products));
-        return hn::GetLane(hn::SumOfLanes(d, halves));
-    }
-
-private:
-    hn::Vec<Product> m_even, m_odd;
-};
-
-/// The low and the high bytes of 16-bit units.
-struct Bytes {
-    hn::Vec<Factor> low;
-    hn::Vec<Factor> high;
-};
-
-template <class V>
-Bytes BytesOf(V samples) noexcept
-{
-    const hn::ScalableTag<std::uint16_t> d;
-    const Factor factor;
-    const auto units = hn::BitCast(d, samples);
-    return {hn::BitCast(factor, hn::And(units, hn::Set(d, 0xFF))),
-            hn::BitCast(factor, hn::ShiftRight<8>(units))};
-}
-
-/// Sums over vectors of bytes.
-class ByteSums {
-public:
-    ByteSums() noexcept : m_sum(hn::Zero(Total{})) {}
-
-    void add(hn::Vec<hn::ScalableTag<std::uint8_t>> samples) noexcept
-    {
-        const Bytes bytes = BytesOf(samples);
-        m_squares.add(bytes.low, bytes.low);
-        m_squares.add(bytes.high, bytes.high);
-        m_sum = hn::Add(m_sum, hn::SumsOf8(samples));
-    }
-    void addTo(Moments& moments) const noexcept
-    {
-        moments.sum += hn::GetLane(hn::SumOfLanes(Total{}, m_sum));
-        moments.squares += m_squares.total();
-    }
-
-private:
-    ByteProducts m_squares;
-    hn::Vec<Total> m_sum;
-};
-
-/// Sums over vectors of words, which are taken as 256 * high + low.
-class WordSums {
-public:
-    WordSums() noexcept {}
-
-    void add(hn::Vec<hn::ScalableTag<std::uint16_t>> samples) noexcept
-    {
-        const Bytes bytes = BytesOf(samples);
-        const auto one = hn::Set(Factor{}, 1);
-        m_low.add(bytes.low, one);
-        m_high.add(bytes.high, one);
-        m_lowLow.add(bytes.low, bytes.low);
-        m_lowHigh.add(bytes.low, bytes.high);
-        m_highHigh.add(bytes.high, bytes.high);
-    }
-    void addTo(Moments& moments) const noexcept
-    {
-        moments.sum += (m_high.total() << 8) + m_low.total();
-        moments.squares += (m_highHigh.total() << 16) + (m_lowHigh.total() << 9) + m_lowLow.total();
-    }
-
-private:
-    ByteProducts m_low, m_high, m_lowLow, m_lowHigh, m_highHigh;
-};
+using Real = hn::ScalableTag<double>;
 
 /// The samples with a non-zero mask byte, zero for the others.
 template <class T>
@@ -155,30 +104,107 @@ auto Selected(const std::uint8_t* row, const std::uint8_t* mask, std::int64_t at
     return hn::IfThenElseZero(selected, hn::Xor(samples, hn::Set(d, static_cast<U>(momentBias<T>))));
 }
 
-template <class T>
-void Row(const std::uint8_t* row, const std::uint8_t* mask, std::int64_t width, Moments& moments) noexcept
+template <class V>
+std::int64_t HighestOf(V samples) noexcept
 {
+    const hn::DFromV<V> d;
+    std::array<hn::TFromV<V>, HWY_MAX_BYTES / sizeof(hn::TFromV<V>)> lanes{};
+    hn::StoreU(samples, d, lanes.data());
+    return *std::max_element(lanes.begin(), lanes.end());
+}
+
+/// Words are summed as bytes: all of them, and the low ones, which leaves the high ones.
+template <class T>
+void SumRow(const std::uint8_t* row, const std::uint8_t* mask, std::int64_t width, MaskedSum& sum) noexcept
+{
+    const Tag<T> d;
     constexpr auto step = static_cast<std::int64_t>(hn::MaxLanes(Tag<T>{}));
+    auto all = hn::Zero(Total{}), low = hn::Zero(Total{});
+    auto highest = hn::Zero(d);
     std::int64_t at = 0;
-    while (at + step <= width) {
-        std::conditional_t<sizeof(T) == 1, ByteSums, WordSums> sums;
-        const std::int64_t vectors = std::min((width - at) / step, ByteProducts::vectorsPerTotal);
-        for (const std::int64_t end = at + vectors * step; at < end; at += step) {
-            fetchAhead<T, false>(row + at * std::int64_t{sizeof(T)}, step);
-            fetchAhead<std::uint8_t, false>(mask + at, step);
-            sums.add(Selected<T>(row, mask, at, moments.count));
-        }
-        sums.addTo(moments);
+    for (; at + step <= width; at += step) {
+        fetchAhead<T, false>(row + at * std::int64_t{sizeof(T)}, step);
+        fetchAhead<std::uint8_t, false>(mask + at, step);
+        const auto samples = Selected<T>(row, mask, at, sum.count);
+        highest = hn::Max(highest, samples);
+        all = hn::Add(all, hn::SumsOf8(hn::BitCast(Byte{}, samples)));
+        if constexpr (sizeof(T) == 2)
+            low = hn::Add(low, hn::SumsOf8(hn::BitCast(Byte{}, hn::And(samples, hn::Set(d, 0xFF)))));
     }
-    AddSamples<T>(row, mask, at, width, moments);
+    const std::uint64_t bytes = hn::GetLane(hn::SumOfLanes(Total{}, all));
+    const std::uint64_t lowBytes = hn::GetLane(hn::SumOfLanes(Total{}, low));
+    sum.sum += sizeof(T) == 1 ? bytes : ((bytes - lowBytes) << 8) + lowBytes;
+    sum.highest = std::max(sum.highest, HighestOf(highest));
+    AddSamples<T>(row, mask, at, width, sum);
+}
+
+using RealVector = hn::Vec<Real>;
+constexpr auto realLanes = static_cast<std::int64_t>(hn::MaxLanes(Real{}));
+
+/// The squared distances of one vector of samples.
+template <class T>
+HWY_INLINE RealVector SquaresOf(const std::uint8_t* row, std::int64_t at, RealVector mean) noexcept
+{
+    const auto samples = hn::LoadU(hn::Rebind<T, Real>{}, reinterpret_cast<const T*>(row) + at);
+    const auto whole = hn::PromoteTo(hn::Rebind<std::int32_t, Real>{}, samples);
+    const RealVector distance = hn::Sub(hn::PromoteTo(Real{}, whole), mean);
+    return hn::Mul(distance, distance);
+}
+
+/// The same, 0 for samples that are not selected.
+template <class T>
+HWY_INLINE RealVector SelectedSquares(const std::uint8_t* row, const std::uint8_t* mask, std::int64_t at,
+                                      RealVector mean) noexcept
+{
+    const hn::Rebind<std::uint64_t, Real> bits;
+    const auto marks = hn::LoadU(hn::Rebind<std::uint8_t, Real>{}, mask + at);
+    const auto wide = hn::PromoteTo(bits, hn::PromoteTo(hn::Rebind<std::uint32_t, Real>{}, marks));
+    const auto selected = hn::RebindMask(Real{}, hn::Ne(wide, hn::Zero(bits)));
+    return hn::IfThenElseZero(selected, SquaresOf<T>(row, at, mean));
+}
+
+/// Masks are mostly alike over a vector of bytes, which then need no selecting one by one.
+template <class T>
+double SquaresRow(const std::uint8_t* row, const std::uint8_t* mask, std::int64_t width, double mean,
+                  double anchor) noexcept
+{
+    const Real d;
+    const Byte bytes;
+    const auto centre = hn::Set(d, mean), start = hn::Set(d, anchor);
+    auto even = start, odd = start;
+    constexpr std::int64_t block = 8 * realLanes;
+    std::int64_t at = 0;
+    for (; at + block <= width; at += block) {
+        fetchAhead<T, false>(row + at * std::int64_t{sizeof(T)}, block);
+        const auto unselected = hn::Eq(hn::LoadU(bytes, mask + at), hn::Zero(bytes));
+        if (hn::AllFalse(bytes, unselected)) {
+            for (std::int64_t x = at; x < at + block; x += 2 * realLanes) {
+                even = hn::Add(even, SquaresOf<T>(row, x, centre));
+                odd = hn::Add(odd, SquaresOf<T>(row, x + realLanes, centre));
+            }
+        } else if (!hn::AllTrue(bytes, unselected)) {
+            for (std::int64_t x = at; x < at + block; x += 2 * realLanes) {
+                even = hn::Add(even, SelectedSquares<T>(row, mask, x, centre));
+                odd = hn::Add(odd, SelectedSquares<T>(row, mask, x + realLanes, centre));
+            }
+        }
+    }
+    for (; at + realLanes <= width; at += realLanes)
+        even = hn::Add(even, SelectedSquares<T>(row, mask, at, centre));
+    const auto sums = hn::Add(hn::Sub(even, start), hn::Sub(odd, start));
+    return hn::GetLane(hn::SumOfLanes(d, sums)) +
+           (AddSquares<T>(row, mask, at, width, mean, anchor) - anchor);
 }
 
 #endif
 
+template <class T>
+constexpr MomentRows rowsOf{&SumRow<T>, &SquaresRow<T>, &HasTies<T>};
+
 const MomentKernels& Kernels()
 {
-    static constexpr MomentKernels kernels{&Row<std::int8_t>, &Row<std::uint8_t>, &Row<std::int16_t>,
-                                           &Row<std::uint16_t>};
+    static constexpr MomentKernels kernels{rowsOf<std::int8_t>, rowsOf<std::uint8_t>, rowsOf<std::int16_t>,
+                                           rowsOf<std::uint16_t>};
     return kernels;
 }
 

@@ -52,10 +52,8 @@ KO_EXPORT ResultCode MeanMasked(const SxImageBuf& src, const SxImageBuf& mask, d
 
 /// Mean and population standard deviation (divisor n) of a mono image over the pixels that a mask selects.
 ///
-/// Sums in double in two passes in raster order: the mean first, then the squared distances from it. In
-/// images of more than 65,536 pixels, 8- and 16-bit samples are summed exactly in integers instead, which is
-/// faster and can change the last digits of the deviation. With no pixel selected the mean is 0/0, that is
-/// NaN, and the deviation 0.
+/// Sums in double in two passes in raster order: the mean first, then the squared distances from it. With no
+/// pixel selected the mean is 0/0, that is NaN, and the deviation 0.
 ///
 /// @param src     mono, any sample type but `Sample128`
 /// @param mask    mono `UInt8` of src's size; every non-zero byte selects its pixel
