@@ -68,7 +68,8 @@ static_assert(offsetof(SxPipeStatistics, failed) == 16);
 static_assert(offsetof(SxPipeStatistics, dropped) == 24);
 static_assert(offsetof(SxPipeStatistics, waiting) == 32);
 
-// The classes that programs derive from or hold by value; a size that changes breaks what is already compiled.
+// The classes that programs derive from or hold by value; a size that changes breaks what is already
+// compiled.
 static_assert(sizeof(CxImageHistogram2D) == 32);
 static_assert(sizeof(CxImageHistogramSparse2D) == 24);
 static_assert(sizeof(CxMetadata) == 8);
