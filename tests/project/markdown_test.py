@@ -1,0 +1,71 @@
+#!/usr/bin/env python3
+"""Relative links of the Markdown files lead somewhere, and the site shows only pictures that it makes.
+
+usage: markdown_test.py <root of the source tree>
+"""
+import re
+import sys
+import unittest
+from pathlib import Path
+
+LINK = re.compile(r"\[[^\]]*\]\(([^)\s]+)\)")
+FENCED = re.compile(r"^```.*?^```", re.MULTILINE | re.DOTALL)
+GENERATED = "pictures/"  # made by tools/site/pictures.py, so not in the tree
+
+
+def markdown_files(root):
+    for path in sorted(root.rglob("*.md")):
+        if path.relative_to(root).parts[0] not in ("build", ".git"):
+            yield path
+
+
+def links(text):
+    return LINK.findall(FENCED.sub("", text))
+
+
+def places(text):
+    """The anchors of the headings as code hosts form them."""
+    titles = re.findall(r"^#+ (.+)$", FENCED.sub("", text), re.MULTILINE)
+    return {re.sub(r"[^\w\- ]", "", title).strip().lower().replace(" ", "-") for title in titles}
+
+
+def broken(path, root, pictures):
+    for link in links(path.read_text()):
+        if re.match(r"[a-z]+:", link):
+            continue
+        target, _, place = link.partition("#")
+        if target.startswith(GENERATED) and path.is_relative_to(root / "docs/site"):
+            if target.removeprefix(GENERATED) not in pictures:
+                yield f"{path}: nothing makes {target}"
+            continue
+        file = path.parent / target if target else path
+        if not file.exists():
+            yield f"{path}: {link} does not exist"
+        elif place and place not in places(file.read_text()):
+            yield f"{path}: {link} has no such heading"
+
+
+class Markdown(unittest.TestCase):
+    root = Path()
+
+    def test_has_no_broken_links(self):
+        sys.path.insert(0, str(self.root / "tools/site"))
+        from pictures import STEPS
+        files = list(markdown_files(self.root))
+        self.assertGreater(len(files), 15, "this is not the source tree")
+        self.assertEqual([], [sentence for path in files for sentence in broken(path, self.root, STEPS)])
+
+
+class Rules(unittest.TestCase):
+    def test_links_are_found_and_code_is_not_searched(self):
+        self.assertEqual(["a.md", "b.png"], links("[x](a.md) ![](b.png)\n```cpp\n[](int i)\n```\n"))
+
+    def test_headings_become_places(self):
+        self.assertEqual({"a-first-program", "the-tool-ko"}, places("# A first program\n## The tool `ko`\n"))
+
+
+if __name__ == "__main__":
+    if len(sys.argv) != 2:
+        sys.exit(__doc__)
+    Markdown.root = Path(sys.argv.pop()).resolve()
+    unittest.main()

@@ -1,0 +1,167 @@
+#!/usr/bin/env python3
+"""Builds the documentation site with Doxygen, in the root of the source tree.
+
+usage: build.py PICTURES
+
+Pages are the Markdown files named in PAGES, written so that they can be read in the repository too. On the way to
+Doxygen, links between them become references, links to other files of the repository plain names, lines of pictures
+rows of figures, and names of operations in `backticks` links. The text of a room opens the page on which its
+declarations follow. The result is build/docs/html; a link that leads nowhere is an error.
+"""
+import html
+import re
+import shutil
+import subprocess
+import sys
+import xml.etree.ElementTree as xml
+from pathlib import Path
+
+from header_filter import ROOMS, filtered, room_of
+from links import broken_links
+
+OUT = Path("build/docs")
+SITE = Path("docs/site")
+HEADERS = Path("include/ko")
+
+# Pages besides the rooms: source, identifier, title in the bar at the top.
+PAGES = [
+    (SITE / "index.md", "index", "Overview"),
+    (SITE / "concepts.md", "concepts", "Concepts"),
+    (Path("docs/tool.md"), "tool", "The tool"),
+    (Path("docs/performance.md"), "performance", "Performance"),
+    (SITE / "faq.md", "faq", "FAQ"),
+    (Path("ARCHITECTURE.md"), "architecture", None),
+    (Path("CONTRIBUTING.md"), "contributing", None),
+    (Path("CHANGELOG.md"), "changelog", None),
+    (Path("bench/README.md"), "benches", None),
+]
+PAGES += [(path, path.stem, None) for path in sorted(Path("docs").glob("*.md"))
+          if path not in [page[0] for page in PAGES]]
+ROOM_PAGES = {SITE / "rooms" / f"{room}.md": room for room in ["core", *ROOMS]}
+IDENTIFIERS = {path.resolve(): identifier for path, identifier, _ in PAGES}
+IDENTIFIERS |= {path.resolve(): room for path, room in ROOM_PAGES.items()}
+
+EXPORTED = re.compile(r"^KO_EXPORT [\w:*& ]+?[ *&](\w+)\(|^inline [\w:]+ (viewOf|viewAs\w+)\(|^class KO_EXPORT (\w+)",
+                      re.MULTILINE)
+TITLE = re.compile(r"\A# (.+)\n")
+LINK = re.compile(r"(?<!!)\[([^\]]+)\]\(([^)\s]+)\)")
+PICTURE = re.compile(r"!\[([^\]]*)\]\((pictures/[^)]+)\)")
+PICTURE_LINE = re.compile(r"^(?:!\[[^\]]*\]\(pictures/[^)]+\) *)+$", re.MULTILINE)
+BARRED_CODE = re.compile(r"`([^`\n]*\\\|[^`\n]*)`")  # how Markdown has a bar in the code of a table
+CODE = re.compile(r"`([A-Za-z]\w+)`")
+COMMENT = re.compile(r"<!--.*?-->\n?", re.DOTALL)
+PREAMBLE = "<!-- what holds for every operation -->"
+
+
+def exported_names():
+    """Every operation and class with its room."""
+    names = {}
+    for header in sorted(HEADERS.rglob("*.h")):
+        for match in EXPORTED.finditer(header.read_text()):
+            names[match[1] or match[2] or match[3]] = room_of(header)
+    return names
+
+
+def resolved(link, source):
+    """What a link of a page becomes."""
+    text, target = link[1], link[2]
+    if target.startswith(("http:", "https:")):
+        return link[0]
+    path, _, _ = target.partition("#")
+    file = (source.parent / path).resolve()
+    if file in IDENTIFIERS:
+        return f"[{text}](@ref {IDENTIFIERS[file]})"
+    if not file.exists():
+        sys.exit(f"{source}: {target} does not exist")
+    return text if text.startswith("`") else f"`{text}`"
+
+
+def figures(line):
+    shown = "".join(f'<figure><a href="{path}"><img src="{path}" alt=""/></a>'
+                    f"<figcaption>{html.escape(caption).replace('`', '')}</figcaption></figure>"
+                    for caption, path in PICTURE.findall(line[0]))
+    return f'@htmlonly[block]\n<div class="pictures">{shown}</div>\n@endhtmlonly'
+
+
+def plain_code(code):
+    """Code as HTML, in which Doxygen takes a bar as it is but would make a dash of two hyphens."""
+    return "<code>" + html.escape(code[1]).replace("--", "\\--") + "</code>"
+
+
+def translated(source, names):
+    """Title and text of a page, for Doxygen."""
+    text = source.read_text()
+    title = TITLE.match(text)
+    text = text[title.end():]
+    if PREAMBLE in text:
+        head = filtered(Path("include/ko/koimproc.h"), (HEADERS / "koimproc.h").read_text().splitlines())
+        rules = [line.removeprefix("///").removeprefix(" ") for line in head if line.startswith("///")]
+        text = text.replace(PREAMBLE, "\n".join(rules[rules.index("") + 3:]))
+    text = COMMENT.sub("", text)
+    text = LINK.sub(lambda link: resolved(link, source), text)
+    text = PICTURE_LINE.sub(figures, text)
+    text = BARRED_CODE.sub(plain_code, text)
+    text = CODE.sub(lambda code: f"[{code[1]}](@ref ko::{code[1]})" if code[1] in names else code[0], text)
+    return title[1], text
+
+
+def write_pages(names):
+    directory = OUT / "pages"
+    shutil.rmtree(directory, ignore_errors=True)
+    directory.mkdir(parents=True)
+    for source, identifier, _ in PAGES:
+        title, text = translated(source, names)
+        label = "mainpage" if identifier == "index" else identifier
+        (directory / f"{identifier}.md").write_text(f"# {title} {{#{label}}}\n{text}")
+    for number, (source, room) in enumerate(ROOM_PAGES.items()):
+        title, text = translated(source, names)
+        missing = [name for name, home in names.items() if home == room and f"`{name}`" not in source.read_text()]
+        if missing:
+            sys.exit(f"{source} does not tell of {', '.join(missing)}")
+        (directory / f"room{number:02}.dox").write_text(f"/** @defgroup {room} {title}\n\n{text}\n*/\n")
+    (directory / "namespace.dox").write_text("/** @namespace ko\n *  Everything that the libraries export.\n */\n")
+
+
+def write_layout():
+    """Doxygen's own layout with our pages in the bar and the text of a room at its top."""
+    path = OUT / "layout.xml"
+    subprocess.run(["doxygen", "-l", path], check=True)
+    tree = xml.parse(path)
+    group = tree.getroot().find("group")
+    text = group.find("detaileddescription")
+    group.remove(text)
+    group.insert(1, text)
+    group.find("briefdescription").set("visible", "no")
+    bar = tree.getroot().find("navindex")
+    for tab in list(bar):
+        bar.remove(tab)
+    for _, identifier, title in PAGES:
+        if identifier == "index":
+            xml.SubElement(bar, "tab", type="mainpage", visible="yes", title=title)
+        elif title:
+            xml.SubElement(bar, "tab", type="user", url=f"@ref {identifier}", title=title)
+        if identifier == "concepts":
+            xml.SubElement(bar, "tab", type="modules", visible="yes", title="Operations", intro="")
+    xml.SubElement(bar, "tab", type="classlist", visible="yes", title="Classes", intro="")
+    xml.SubElement(bar, "tab", type="filelist", visible="yes", title="Headers", intro="")
+    tree.write(path, encoding="unicode")
+
+
+def main():
+    pictures = Path(sys.argv[1])
+    write_pages(exported_names())
+    write_layout()
+    shutil.rmtree(OUT / "html", ignore_errors=True)
+    if subprocess.run(["doxygen", SITE / "Doxyfile"]).returncode != 0:
+        sys.exit("Doxygen warned")
+    shutil.copytree(pictures, OUT / "html/pictures", ignore=shutil.ignore_patterns("*.tif"))
+    broken = list(broken_links(OUT / "html"))
+    if broken:
+        sys.exit("\n".join(broken))
+    print(f"{OUT}/html/index.html")
+
+
+if __name__ == "__main__":
+    if len(sys.argv) != 2:
+        sys.exit(__doc__)
+    main()

@@ -1,0 +1,94 @@
+#!/usr/bin/env python3
+"""Makes the pictures of the documentation site from real photographs with the tool, nothing else.
+
+usage: pictures.py KO PHOTOGRAPHS DIRECTORY
+
+Each picture is one command. In its arguments {name} stands for another picture made here, {photo:file} for a
+photograph.
+"""
+import re
+import subprocess
+import sys
+from pathlib import Path
+
+SENSOR = "--bits 12 --vignette 0.7 --noise 250"
+FRAMES = 8
+
+# Those that only lead to others keep the sample type of their step in a TIFF.
+STEPS = {
+    "mosaic.png": "simulate {photo:astronaut.png}",
+    "demosaiced.png": "demosaic {mosaic.png}",
+    "halved.png": "demosaic {mosaic.png} --half",
+    "photo.png": "border {photo:astronaut.png}",
+    "coins.png": "border {photo:coins.png}",
+    "moon.png": "border {photo:moon.png}",
+    "page.png": "border {photo:page.png}",
+    "camera.png": "border {photo:camera.png}",
+    "border.png": "border {photo:coins.png} --left 90 --right 90 --top 70 --bottom 70",
+    "ellipse.png": "mask ellipse 150 80 --angle 30",
+    "histogram.png": "hist {photo:astronaut.png}",
+    "histogram-moon.png": "hist {photo:moon.png}",
+    "histogram-equalized.png": "hist {equalized.png}",
+    "joint.png": "hist2d {moon.png} {equalized.png}",
+    "equalized.png": "equalize {photo:moon.png}",
+    "stretched.png": "stretch-levels {photo:moon.png} --auto 1",
+    "matched.png": "match {photo:camera.png} --reference {photo:moon.png}",
+    "card.png": "threshold {photo:astronaut.png} --above 255 --low 200",
+    "cards.tif": "average " + " ".join(f"{{card-{n}.tif}}" for n in range(FRAMES)),
+    "frames.tif": "average " + " ".join(f"{{frame-{n}.tif}}" for n in range(FRAMES)),
+    "flat.tif": "flatfield {frames.tif} --background {cards.tif}",
+    "frame.png": "demosaic {frame-0.tif}",
+    "averaged.png": "demosaic {frames.tif}",
+    "corrected.png": "demosaic {flat.tif}",
+    "otsu.png": "threshold {photo:coins.png} --otsu",
+    "median.png": "median {frame.png} --radius 2",
+    "smooth.png": "median {photo:coins.png} --radius 2",
+    "sobel.png": "sobel {smooth.png}",
+    "edges.png": "threshold {sobel.png} --otsu",
+    "distance.tif": "distance {edges.png}",
+    "distance.png": "convert {distance.tif} --to u8",
+    "snake.png": "snake {smooth.png} --circle 44,124,27 --circle 103,126,25 --circle 155,127,25"
+                 " --circle 206,125,26 --circle 271,120,30 --circle 336,125,25",
+}
+for n in range(FRAMES):
+    STEPS[f"card-{n}.tif"] = f"simulate {{card.png}} {SENSOR} --seed {n + 1}"
+    STEPS[f"frame-{n}.tif"] = f"simulate {{photo:astronaut.png}} {SENSOR} --seed {n + 1 + FRAMES}"
+
+NAME = re.compile(r"\{(?!photo:)([^}]+)\}")
+PHOTO = re.compile(r"\{photo:([^}]+)\}")
+
+
+class Maker:
+    def __init__(self, ko, photographs, directory):
+        self.ko = ko
+        self.photographs = photographs
+        self.directory = directory
+        self.made = set()
+
+    def make(self, name):
+        """Makes a picture, and first those that it is made of."""
+        if name in self.made:
+            return
+        self.made.add(name)
+        step = STEPS[name]
+        for source in NAME.findall(step):
+            self.make(source)
+        step = NAME.sub(lambda match: str(self.directory / match[1]), step)
+        step = PHOTO.sub(lambda match: str(self.photographs / match[1]), step)
+        subprocess.run([self.ko, *step.split(), "-o", self.directory / name], check=True,
+                       stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
+
+
+def main():
+    ko, photographs, directory = sys.argv[1:]
+    Path(directory).mkdir(parents=True, exist_ok=True)
+    maker = Maker(ko, Path(photographs), Path(directory))
+    try:
+        for name in STEPS:
+            maker.make(name)
+    except subprocess.CalledProcessError as failure:
+        sys.exit(failure.stderr.decode())
+
+
+if __name__ == "__main__":
+    main()
