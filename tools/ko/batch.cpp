@@ -1,44 +1,14 @@
 #include "batch.h"
 
 #include "failure.h"
+#include "progress_bar.h"
 
 #include <iomanip>
 #include <iostream>
-#include <new>
 #include <sstream>
-
-#include <unistd.h>
 
 namespace ko::tool {
 namespace {
-
-/// Drawn on the last line of a terminal, wiped off before other output.
-class ProgressBar {
-public:
-    explicit ProgressBar(std::size_t total)
-        : m_total(total), m_visible(total > 1 && isatty(STDERR_FILENO) == 1)
-    {
-    }
-
-    void show(std::size_t done) const
-    {
-        if (!m_visible)
-            return;
-        constexpr std::size_t width = 40;
-        const std::size_t filled = width * done / m_total;
-        std::cerr << "\r[" << std::string(filled, '#') << std::string(width - filled, ' ') << "] " << done
-                  << '/' << m_total << std::flush;
-    }
-    void wipe() const
-    {
-        if (m_visible)
-            std::cerr << "\r\033[K" << std::flush;
-    }
-
-private:
-    std::size_t m_total;
-    bool m_visible;
-};
 
 std::string rates(double frames, double megapixels, double seconds)
 {
@@ -47,6 +17,8 @@ std::string rates(double frames, double megapixels, double seconds)
          << " megapixels/s";
     return text.str();
 }
+
+}  // namespace
 
 void summarise(std::size_t inputs, std::size_t done, const Frame& sum, double seconds)
 {
@@ -62,8 +34,6 @@ void summarise(std::size_t inputs, std::size_t done, const Frame& sum, double se
     std::cout << '\n';
 }
 
-}  // namespace
-
 int runBatch(const std::vector<Job>& jobs, const std::function<Frame(const Job&)>& work)
 {
     const ProgressBar bar(jobs.size());
@@ -73,19 +43,12 @@ int runBatch(const std::vector<Job>& jobs, const std::function<Frame(const Job&)
     std::size_t done = 0;
     for (const Job& job : jobs) {
         bar.show(tried++);
-        std::string trouble;
-        try {
+        const std::string trouble = troubleWith(job.input, [&] {
             const Frame frame = work(job);
             sum.pixels += frame.pixels;
             sum.spent += frame.spent;
             ++done;
-        } catch (const Failure& failure) {
-            trouble = failure.what();
-        } catch (const std::bad_alloc&) {
-            trouble = job.input + ": out of memory";
-        } catch (const std::exception& error) {
-            trouble = job.input + ": " + error.what();
-        }
+        });
         bar.wipe();
         if (!trouble.empty())
             report(trouble);

@@ -21,6 +21,9 @@ struct Frame {
 /// standard output and answers with the exit code.
 int runBatch(const std::vector<Job>& jobs, const std::function<Frame(const Job&)>& work);
 
+/// The summary of `done` out of `inputs` frames, in so many seconds from the first file to the last.
+void summarise(std::size_t inputs, std::size_t done, const Frame& sum, double seconds);
+
 /// Runs `operation` and adds the time it took.
 template <class Operation>
 void timed(Frame& frame, Operation&& operation)

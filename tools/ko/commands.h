@@ -14,6 +14,7 @@ extern const Command maskCommand;
 extern const Command simulateCommand;
 extern const Command snakeCommand;
 extern const Command statsCommand;
+extern const Command streamCommand;
 extern const Command unpackCommand;
 
 }  // namespace ko::tool

@@ -1,7 +1,9 @@
 #include "failure.h"
 
+#include "standard_error.h"
+
 #include <cctype>
-#include <iostream>
+#include <new>
 #include <sstream>
 
 namespace ko::tool {
@@ -43,6 +45,18 @@ std::string firstLine(const std::string& text)
     return text.empty() ? "unknown cause" : text.substr(0, text.find('\n'));
 }
 
+std::string troubleWith(const std::string& file, const std::function<void()>& work)
+try {
+    work();
+    return {};
+} catch (const Failure& failure) {
+    return failure.what();
+} catch (const std::bad_alloc&) {
+    return file + ": out of memory";
+} catch (const std::exception& error) {
+    return file + ": " + error.what();
+}
+
 void report(const std::string& message)
 {
     std::string line = "ko: " + message;
@@ -51,7 +65,7 @@ void report(const std::string& message)
     for (char& c : line)
         if (std::iscntrl(static_cast<unsigned char>(c)))
             c = ' ';
-    std::cerr << line << std::endl;
+    writeError(line + '\n');
 }
 
 }  // namespace ko::tool

@@ -3,6 +3,7 @@
 
 #include <ko/result.h>
 
+#include <functional>
 #include <stdexcept>
 #include <string>
 
@@ -26,6 +27,10 @@ void require(ResultCode status, const std::string& operation);
 
 /// The first of the lines with which other libraries describe a failure.
 std::string firstLine(const std::string& text);
+
+/// Does `work` on a file. Answers with what kept it from being done, the name of the file included; empty
+/// when it has been done.
+std::string troubleWith(const std::string& file, const std::function<void()>& work);
 
 /// One line on the standard error, whatever characters `message` holds.
 void report(const std::string& message);

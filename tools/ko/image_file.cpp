@@ -3,9 +3,9 @@
 #include "description.h"
 #include "failure.h"
 #include "fits_file.h"
-#include "quiet.h"
 #include "raw_file.h"
 #include "replace_file.h"
+#include "standard_error.h"
 
 #include <OpenImageIO/filesystem.h>
 #include <OpenImageIO/imageio.h>

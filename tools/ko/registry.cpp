@@ -50,6 +50,7 @@ const std::array allEntries{
 
     Entry(&simulateCommand),
     Entry(&demosaicOperation),
+    Entry(&streamCommand),
 
     Entry(&snakeCommand),
 };
