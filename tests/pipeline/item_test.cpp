@@ -4,8 +4,11 @@
 
 #include <gmock/gmock.h>
 
+#include <array>
 #include <thread>
 #include <vector>
+
+#include <pthread.h>
 
 namespace ko::test {
 namespace {
@@ -25,6 +28,17 @@ TEST(ItemSettings, NameTheItemAndItsWorker)
     EXPECT_EQ(QString("debayer"), one.name());
     EXPECT_EQ(QString("debayer"), one.title());
     EXPECT_EQ(QString("debayer"), one.myThread()->objectName());
+}
+
+TEST(ItemSettings, NameTheThreadForDebuggers)
+{
+    std::array<char, 16> name{};
+    Stage stage;
+    stage.onSetupStop = [&] { pthread_getname_np(pthread_self(), name.data(), name.size()); };
+    ASSERT_TRUE(stage.setName("debayer"));
+    ASSERT_TRUE(stage.setState(IxPipeItem::StateStarted));
+    ASSERT_TRUE(stage.setState(IxPipeItem::StateStopped));
+    EXPECT_STREQ("debayer", name.data());
 }
 
 TEST(ItemSettings, StartWithAQueueThatBlocksAndNoFlags)
@@ -126,6 +140,8 @@ TEST(ItemState, StaysStoppedWhereTheItemIsNotValidOrRefuses)
         EXPECT_EQ(QtWarningMsg, log.records()[0].type);
         EXPECT_EQ(item->name() + ": cannot be started", log.records()[0].text);
     }
+    refusing.onSetupStart = []() -> bool { throw 7; };
+    EXPECT_FALSE(refusing.setState(IxPipeItem::StateStarted));
     refusing.onSetupStart = nullptr;
     EXPECT_TRUE(refusing.setState(IxPipeItem::StateStarted));
 }

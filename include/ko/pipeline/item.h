@@ -156,7 +156,7 @@ public:
 protected:
     explicit IxPipeItem(ExFlags flags, QObject* parent);
 
-    /// Before the worker starts, on the thread that starts it. False keeps the item stopped.
+    /// Before the worker starts, on the thread that starts it. False or an exception keeps the item stopped.
     virtual bool setupStart();
 
     /// After the last frame, on the worker, with the item still started.

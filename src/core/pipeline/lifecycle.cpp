@@ -68,7 +68,12 @@ bool IxPipeItem::Core::start(IxPipeItem& item)
     setPhase(PipePhase::Starting);
     starter = std::this_thread::get_id();
     lock.unlock();
-    const bool isReady = item.isValid() && item.setupStart();
+    bool isReady = false;
+    try {
+        isReady = item.isValid() && item.setupStart();
+    } catch (...) {
+        // Refused. Whoever waits for the end of this change must not wait for ever.
+    }
     lock.lock();
     const bool isRunning = isReady && startWorker(item);
     setPhase(isRunning ? PipePhase::Started : PipePhase::Stopped);

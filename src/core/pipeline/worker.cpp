@@ -3,7 +3,6 @@
 #include <QDebug>
 
 #include <exception>
-#include <new>
 
 namespace ko {
 
@@ -20,7 +19,7 @@ Frame copyOf(const IxData& frame) noexcept
 {
     try {
         return Frame(frame.clone());
-    } catch (const std::bad_alloc&) {
+    } catch (...) {
         return nullptr;
     }
 }
@@ -31,7 +30,7 @@ void remember(IxData& frame, std::mutex& mutex, std::unique_ptr<IxDataInfo>& pla
         std::unique_ptr<IxDataInfo> info(frame.dataInfo());
         const std::lock_guard lock(mutex);
         place.swap(info);
-    } catch (const std::bad_alloc&) {
+    } catch (...) {
         // The format of the frame before stays known.
     }
 }
@@ -84,6 +83,9 @@ bool PipeWorker::process(Frame frame, Frame& output)
         output.reset(made);
     } catch (const std::exception& error) {
         qWarning().noquote() << m_item.name() + ": frame failed:" << error.what();
+        return false;
+    } catch (...) {
+        qWarning().noquote() << m_item.name() + ": frame failed: unknown exception";
         return false;
     }
     if (output)
