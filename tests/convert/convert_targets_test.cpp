@@ -273,20 +273,20 @@ void compareScaled(const Case& with)
     const double infinity = std::numeric_limits<double>::infinity();
     const oracle::Span given[] = {{-2, 5},        {0, 1},        {3, -1},     {4, 4},
                                   {1, 1 + 1e-12}, {0, infinity}, {0, 1e-320}, {-1e300, 1e300}};
-    for (const auto& [min, max] : {given[0], given[with.seed % std::size(given)]}) {
+    for (const oracle::Span& span : {given[0], given[with.seed % std::size(given)]}) {
         forType(ByTypeOf<UInt8, UInt16, UInt32>{}, with.dst.type, [&]<class Dst>(std::type_identity<Dst>) {
             compare<S>(
                 with,
-                [&, min = min, max = max](SxImageBuf& src, SxImageBuf& dst, S*, S*) {
+                [&](SxImageBuf& src, SxImageBuf& dst, S*, S*) {
                     src.bitsPerSample = 8 * static_cast<int>(sizeof(S));
                     if (dst.bitsPerSample == 0)
                         dst.bitsPerSample = 1;
-                    return ScaleDoubleFloatToU(src, dst, min, max);
+                    return ScaleDoubleFloatToU(src, dst, span.low, span.high);
                 },
-                [&, min = min, max = max](const TestImage& src, TestImage& dst) {
+                [&](const TestImage& src, TestImage& dst) {
                     if (dst->bitsPerSample == 0)
                         dst->bitsPerSample = 1;
-                    oracle::scaleToU<S, Dst>(src, dst, min, max);
+                    oracle::scaleToU<S, Dst>(src, dst, span.low, span.high);
                     return std::vector<oracle::Span>{};
                 });
         });

@@ -1,0 +1,93 @@
+// One call of an operation on images of its own, with a record of everything that it wrote.
+#pragma once
+
+#include "support/test_image.h"
+
+#include <ko/koimproc.h>
+
+#include <QList>
+#include <QVariant>
+
+#include <array>
+#include <deque>
+#include <string>
+#include <vector>
+
+namespace ko::test {
+
+class Call {
+public:
+    /// Size and samples of the images follow from the seed.
+    explicit Call(unsigned seed) : width(16 + 4 * static_cast<int>(seed % 5)), m_seed(seed) {}
+
+    const int width;
+    const int height = 18;
+    const QRect region{2, 2, 12, 10};
+
+    /// A new image of random samples, which belongs to the call.
+    TestImage& image(ExImageDataType type = UInt8, int channels = 1, ExPixelPacking packing = Interleaved);
+    TestImage& image(const Layout& layout);
+    TestImage& mosaic(ExImageDataType type = UInt8);
+
+    /// A mask that selects about half of the pixels; `channels` above 1 make it planar.
+    TestImage& mask(int channels = 1);
+    TestImage& stencil();
+
+    CxImageHistogram& histogram(int planes);
+    CxImageHistogram2D& dense(int planes);
+    CxImageHistogramSparse2D& sparse(int planes);
+
+    /// Remembers a status; `allDone` tells whether any was a failure.
+    void status(ResultCode code);
+    bool allDone() const { return m_allDone; }
+
+    template <class T>
+    void value(const T& number)
+    {
+        static_assert(std::is_arithmetic_v<T>);
+        bytes(&number, sizeof(number));
+    }
+    void value(const QVariant& number) { value(number.toDouble()); }
+    void value(const QPoint& point) { value(point.x()), value(point.y()); }
+    template <class T, std::size_t Count>
+    void value(const std::array<T, Count>& numbers)
+    {
+        for (const T& number : numbers)
+            value(number);
+    }
+    void bytes(const void* data, std::size_t count);
+
+    /// Remembers the samples of an image that the library has allocated, and releases it.
+    void release(SxImageBuf& image);
+
+    /// Statuses and values, then all images, padding and guards included, and all histograms.
+    std::vector<std::uint8_t> record() const;
+
+private:
+    unsigned m_seed;
+    unsigned m_filled = 0;
+    bool m_allDone = true;
+    std::vector<std::uint8_t> m_values;
+    std::deque<TestImage> m_images;
+    std::deque<CxImageHistogram> m_histograms;
+    std::deque<CxImageHistogram2D> m_dense;
+    std::deque<CxImageHistogramSparse2D> m_sparse;
+};
+
+struct Operation {
+    const char* name;
+    void (*run)(Call& call);
+};
+
+/// All exported operations, room by room; some take part more than once, with other samples.
+using Operations = std::vector<Operation>;
+Operations coreOperations();
+Operations frameOperations();
+Operations countingOperations();
+Operations statisticsOperations();
+Operations toneOperations();
+Operations pixelOperations();
+Operations conversionOperations();
+Operations filterOperations();
+
+}  // namespace ko::test
