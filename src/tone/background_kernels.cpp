@@ -12,7 +12,7 @@
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
-#include "frame/vectors-inl.h"
+#include "tone/whole_parts-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace ko {
@@ -33,38 +33,30 @@ T Corrected(T sample, T background, double gain, const Correction& correction) n
 #if HWY_TARGET != HWY_SCALAR
 
 /// The part of a block that is whole vectors: writes the results, those that are not certain included, and
-/// lists the places of the latter. Returns how many samples were done.
+/// lists the places of the latter from `end` on. Returns how many samples were done.
 ///
 /// The product in floats is off by less than 2^-22 of itself: three roundings of 2^-24, of the quotient, of
 /// the scale and of the product; the roundings of the doubles that define the result are far below that.
 /// Hence a result is certain unless a whole number lies within 1.5 * 2^-22 of the highest level.
 template <class T, bool All>
 int CertainSamples(const std::uint8_t* src, const std::uint8_t* background, std::uint8_t* dst, int samples,
-                   const Correction& correction, std::int32_t* uncertain, int& count) noexcept
+                   const Correction& correction, std::int32_t*& end) noexcept
 {
     const hn::ScalableTag<float> d;
     const hn::Rebind<T, decltype(d)> to;
     const hn::Rebind<std::int32_t, decltype(d)> d32;
-    const hn::RebindToUnsigned<decltype(d32)> du32;
     constexpr int lanes = static_cast<int>(hn::MaxLanes(d));
     constexpr std::int64_t size = sizeof(T);
     const auto top = static_cast<float>(correction.top);
     const auto limit = hn::Set(d, top + 0.5F), slack = hn::Set(d, (top + 1) * 1.5F / (1 << 22));
-    auto places = hn::Iota(d32, 0);
+    std::int32_t* open = end;
     int i = 0;
     for (; i + lanes <= samples; i += lanes) {
         const auto sample = LoadAt(to, src + i * size), below = LoadAt(to, background + i * size);
         const auto a = hn::ConvertTo(d, hn::PromoteTo(d32, sample));
         const auto b = hn::ConvertTo(d, hn::PromoteTo(d32, below));
         const auto v = hn::Min(hn::Mul(hn::Div(a, b), hn::LoadU(d, correction.scale + i)), limit);
-        const auto whole = hn::Trunc(hn::Add(v, slack));
-        // Nothing is below 0: a sample of 0 is certain.
-        const auto open = hn::RebindMask(d32, hn::Lt(hn::Max(hn::Sub(v, slack), hn::Zero(d)), whole));
-        hn::StoreU(hn::Compress(places, open), d32, uncertain + count);
-        count += static_cast<int>(hn::CountTrue(d32, open));
-        places = hn::Add(places, hn::Set(d32, lanes));
-        // In the mantissa of a float between 2^23 and 2^24 stands the number itself.
-        auto result = hn::TruncateTo(to, hn::BitCast(du32, hn::Add(whole, hn::Set(d, 8388608.0F))));
+        auto result = Narrowed(to, d, WholeParts<false>(d, v, slack, i, open));
         const auto without = correction.keep ? sample : hn::Zero(to);
         result = hn::IfThenElse(hn::Eq(below, hn::Zero(to)), without, result);
         if constexpr (!All) {
@@ -78,18 +70,36 @@ int CertainSamples(const std::uint8_t* src, const std::uint8_t* background, std:
         }
         StoreAt(to, result, dst + i * size);
     }
+    end = open;
     return i;
 }
 
 #endif
+
+/// The block in doubles, for a top that the samples can hold.
+template <class T>
+void ExactBlock(const std::uint8_t* src, const std::uint8_t* background, std::uint8_t* dst, int samples,
+                const Correction& correction) noexcept
+{
+    const double ratio = correction.ratio, top = correction.top;
+    const double* const gain = correction.gain;
+    const std::int32_t keep = correction.keep ? -1 : 0;
+    KO_INDEPENDENT_ITERATIONS
+    for (int i = 0; i < samples; ++i) {
+        const std::int32_t sample = loadSample<T>(src, i), below = loadSample<T>(background, i);
+        const double product = static_cast<double>(sample) / std::max(below, 1) * ratio * gain[i];
+        const auto result = static_cast<std::int32_t>(std::min(top, product));
+        storeSample(dst, i, static_cast<T>(below == 0 ? sample & keep : result));
+    }
+}
 
 /// At most one period.
 template <class T>
 void Block(const std::uint8_t* src, const std::uint8_t* background, std::uint8_t* dst, int samples,
            const Correction& correction) noexcept
 {
-    // A vector may be written behind the last place.
-    std::int32_t uncertain[correctionPeriod + 64];
+    Places<correctionPeriod> places;
+    std::int32_t* end = places;
     // The samples as they were: dst may be the memory of either.
     std::uint8_t given[correctionPeriod * sizeof(T)], below[correctionPeriod * sizeof(T)];
     std::memcpy(given, src, samples * sizeof(T));
@@ -97,18 +107,20 @@ void Block(const std::uint8_t* src, const std::uint8_t* background, std::uint8_t
     fetchAhead<T, false>(src, samples);
     fetchAhead<T, false>(background, samples);
     fetchAhead<T, true>(dst, samples);
-    int done = 0, count = 0;
+    int done = 0;
 #if HWY_TARGET != HWY_SCALAR
     if (correction.scale != nullptr) {
         done = correction.treated == nullptr
-                   ? CertainSamples<T, true>(src, background, dst, samples, correction, uncertain, count)
-                   : CertainSamples<T, false>(src, background, dst, samples, correction, uncertain, count);
+                   ? CertainSamples<T, true>(src, background, dst, samples, correction, end)
+                   : CertainSamples<T, false>(src, background, dst, samples, correction, end);
     }
 #endif
     while (done < samples)
-        uncertain[count++] = done++;
-    for (int k = 0; k < count; ++k) {
-        const int i = uncertain[k];
+        *end++ = done++;
+    if (correction.scale != nullptr && correction.treated == nullptr && end - places > mostOpen(samples))
+        return ExactBlock<T>(given, below, dst, samples, correction);
+    for (const std::int32_t* place = places; place != end; ++place) {
+        const std::int32_t i = *place;
         if (correction.treated == nullptr || correction.treated[i] != 0)
             storeSample(
                 dst, i,

@@ -25,11 +25,14 @@ void compressColours(const SxImageBuf& src, SxImageBuf& dst, const SxImageBuf* m
         results[c] = resultBlocks[c].data();
     }
     const ChannelSamples<std::uint8_t> channels[3]{channelOf(dst, 0), channelOf(dst, 1), channelOf(dst, 2)};
+    const bool wholePixels = isInterleaved(dst) && dst.channels == 3 && mask == nullptr;
     forEachBlock(pixels, [&](std::int64_t x, std::int64_t y, std::int64_t count) {
         load(x, y, count, sampleBlocks);
         for (int c = 0; c < 3; ++c)
             map(samples[c], results[c], count);
         rows.clearOutside(samples, results, count, band);
+        if (wholePixels)
+            return rows.merge(results, count, channels[0].at<T>(x, y));
         for (int c = 0; c < 3; ++c) {
             if (channels[c].first != nullptr)
                 scatter<T>(results[c], channels[c].at<T>(x, y), channels[c].step, count, pixels.maskAt(x, y));
@@ -49,12 +52,18 @@ void compress(const SxImageBuf& src, SxImageBuf& dst, const SxImageBuf* mask, in
         return;
     const ChannelSamples<const std::uint8_t> channels[3]{channelOf(src, 0), channelOf(src, 1),
                                                          channelOf(src, 2)};
-    compressColours<T>(src, dst, mask, low, high,
-                       [&](std::int64_t x, std::int64_t y, std::int64_t count, SampleBlock<T>* samples) {
-                           for (int c = 0; c < 3; ++c)
-                               gather<T>(channels[c].template at<T>(x, y), channels[c].step, count,
-                                         samples[c].data());
-                       });
+    const bool wholePixels = isInterleaved(src) && src.channels == 3;
+    const auto split = contrastKernels().of<T>().split;
+    compressColours<T>(
+        src, dst, mask, low, high,
+        [&](std::int64_t x, std::int64_t y, std::int64_t count, SampleBlock<T>* samples) {
+            if (wholePixels) {
+                std::uint8_t* const to[3]{samples[0].data(), samples[1].data(), samples[2].data()};
+                return split(channels[0].template at<T>(x, y), count, to);
+            }
+            for (int c = 0; c < 3; ++c)
+                gather<T>(channels[c].template at<T>(x, y), channels[c].step, count, samples[c].data());
+        });
 }
 
 /// Red, the mean of both greens and blue of the four planes of a raw image. A source with fewer planes, or

@@ -30,6 +30,10 @@ struct ContrastRows {
     /// The means of two rows, halves dropped.
     void (*mean)(const std::uint8_t* first, const std::uint8_t* second, std::uint8_t* dst,
                  std::int64_t samples) noexcept;
+    /// Takes whole pixels of three channels apart.
+    void (*split)(const std::uint8_t* src, std::int64_t pixels, std::uint8_t* const* channels) noexcept;
+    /// Puts them together.
+    void (*merge)(const std::uint8_t* const* channels, std::int64_t pixels, std::uint8_t* dst) noexcept;
     /// Clears the results of the pixels whose three samples do not all lie in low...high.
     void (*clearOutside)(const std::uint8_t* const* samples, std::uint8_t* const* results,
                          std::int64_t pixels, const ContrastBand& band) noexcept;

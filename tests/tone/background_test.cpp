@@ -414,6 +414,32 @@ TEST(CorrectBackgroundTargets, TreatLongRowsLikeShortOnes)
     });
 }
 
+TEST(CorrectBackgroundTargets, DivideExactlyWhereEveryProductIsAWholeNumber)
+{
+    forEachTarget([] {
+        for (const int channels : {1, 3, 4}) {
+            const Layout layout{.width = 900, .height = 2, .channels = channels, .type = UInt16, .bits = 12};
+            TestImage src(layout), background(layout), dst(layout), expected(layout);
+            src.forEachSample([&](int x, int y, int c) {
+                const auto sample = static_cast<std::uint16_t>(x % 97 * 3 + y);
+                src.set<std::uint16_t>(x, y, c, static_cast<std::uint16_t>(sample * (x % 5 + 1)));
+                background.set<std::uint16_t>(x, y, c, x % 50 == 0 ? std::uint16_t{0} : sample);
+            });
+            const std::vector<double> gains{49, 700, 1};
+            ASSERT_EQ(CorrectBackground(src, background, dst, 7, 3, gainsOf(gains)), ResultOk);
+            oracle::correctBackground<std::uint16_t>(src, background, expected, 3.0 / 7, gains);
+            ASSERT_EQ(dst.bytes(), expected.bytes()) << channels;
+            const std::vector<double> factors{49, 4095, 1, 2};
+            TestImage image(layout), twin(layout);
+            ASSERT_EQ(CopyBuffer(src, QRect(0, 0, 900, 2), image, QPoint(0, 0), true), ResultOk);
+            ASSERT_EQ(CopyBuffer(src, QRect(0, 0, 900, 2), twin, QPoint(0, 0), true), ResultOk);
+            ASSERT_EQ(BackgroundCorrection(background, image, channels, factors.data()), ResultOk);
+            oracle::backgroundCorrection<std::uint16_t>(background, twin, channels, factors);
+            ASSERT_EQ(image.bytes(), twin.bytes()) << channels;
+        }
+    });
+}
+
 TEST(CorrectBackgroundTargets, MayReplaceTheSourceOrTheBackground)
 {
     const Layout layout{.width = 1600, .height = 2};

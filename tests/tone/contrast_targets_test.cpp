@@ -192,6 +192,32 @@ TEST(ThresholdAndStretchHistogramGrayTargets, AgreeWithTheNaiveTwin)
     });
 }
 
+TEST(ThresholdAndStretchHistogramGrayTargets, DivideEveryWordExactly)
+{
+    // Rows ascend, so that some blocks hold nothing but whole quotients and others none.
+    constexpr Levels bands[] = {{0, 65535},   {0, 65534}, {1, 65535}, {0, 13107}, {5, 21850},
+                                {0, 257},     {3, 4},     {7, 7},     {0, 4095},  {0, 1365},
+                                {1024, 3072}, {0, 50178}, {9, 8652},  {0, 3750},  {2, 3755}};
+    for (const int bits : {12, 16}) {
+        const Layout layout{.width = 1024, .height = 64, .type = UInt16, .bits = bits};
+        TestImage src(layout);
+        src.forEachSample([&](int x, int y, int) {
+            src.set<std::uint16_t>(x, y, static_cast<std::uint16_t>(y * 1024 + x));
+        });
+        for (const Levels band : bands) {
+            if (band.high >= 1 << bits)
+                continue;
+            TestImage expected(layout);
+            oracle::compress(src, expected, nullptr, band.low, band.high);
+            forEachTarget([&] {
+                TestImage dst(layout);
+                ASSERT_EQ(ThresholdAndStretchHistogramGray(src, dst, band.low, band.high), ResultOk);
+                ASSERT_EQ(dst.bytes(), expected.bytes()) << bits << ": " << band.low << " to " << band.high;
+            });
+        }
+    }
+}
+
 TEST(ThresholdAndStretchHistogramGrayTargets, WriteTheChannelsThatTheDestinationHas)
 {
     for (const ExPixelPacking packing : {Interleaved, Planar})
