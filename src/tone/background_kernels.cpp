@@ -87,9 +87,11 @@ void ExactBlock(const std::uint8_t* src, const std::uint8_t* background, std::ui
     KO_INDEPENDENT_ITERATIONS
     for (int i = 0; i < samples; ++i) {
         const std::int32_t sample = loadSample<T>(src, i), below = loadSample<T>(background, i);
-        const double product = static_cast<double>(sample) / std::max(below, 1) * ratio * gain[i];
-        const auto result = static_cast<std::int32_t>(std::min(top, product));
-        storeSample(dst, i, static_cast<T>(below == 0 ? sample & keep : result));
+        // All bits set over a background of 0, by a shift: comparing with 0 would make the compiler branch.
+        const std::int32_t bare = (below - 1) >> 31;
+        const double product = static_cast<double>(sample) / (below - bare) * ratio * gain[i];
+        const auto result = static_cast<std::int32_t>(product < top ? product : top);
+        storeSample(dst, i, static_cast<T>((result & ~bare) | (sample & keep & bare)));
     }
 }
 
