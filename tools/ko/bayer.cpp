@@ -1,7 +1,5 @@
 #include "bayer.h"
 
-#include <CLI/CLI.hpp>
-
 #include <algorithm>
 #include <array>
 #include <cctype>
@@ -43,17 +41,6 @@ ExBayerGrid gridAt(ExBayerGrid grid, int x, int y)
         name += names.at(static_cast<std::size_t>(
             grid))[static_cast<std::size_t>(2 * ((position / 2 + y) & 1) + ((position + x) & 1))];
     return gridOfName(name).value();
-}
-
-void addGridOption(CLI::App& command, ExBayerGrid& grid, const std::string& description)
-{
-    command
-        .add_option_function<std::string>(
-            "--grid", [&grid](const std::string& name) { grid = gridOfName(name).value(); }, description)
-        ->option_text("rggb|bggr|gbrg|grbg")
-        ->check([](const std::string& name) {
-            return gridOfName(name) ? std::string() : "no pattern is called " + name;
-        });
 }
 
 Settings::Words gridWords()

@@ -23,9 +23,6 @@ int colourAt(ExBayerGrid grid, std::int64_t x, std::int64_t y);
 /// The pattern of a mosaic seen from the position (x, y), which becomes its first.
 ExBayerGrid gridAt(ExBayerGrid grid, int x, int y);
 
-/// Declares `--grid`; the variable keeps its value where the option is not given.
-void addGridOption(CLI::App& command, ExBayerGrid& grid, const std::string& description);
-
 /// The patterns by their names, as a setting takes them.
 Settings::Words gridWords();
 

@@ -7,10 +7,13 @@ namespace ko::tool {
 
 extern const Command averageCommand;
 extern const Command compareCommand;
+extern const Command completionCommand;
 extern const Command hist2dCommand;
 extern const Command histCommand;
 extern const Command infoCommand;
+extern const Command manualCommand;
 extern const Command maskCommand;
+extern const Command runCommand;
 extern const Command simulateCommand;
 extern const Command snakeCommand;
 extern const Command statsCommand;

@@ -38,15 +38,30 @@ std::string identity(const std::string& file)
     return error ? file : path.string();
 }
 
+void addOptions(CLI::App& command, FileSeries& series, const std::string& output)
+{
+    command.add_option("input", series.inputs, "pictures or camera raws")->required();
+    command.add_option("-o,--output", series.output, output)->required();
+}
+
 }  // namespace
 
 void addSeriesOptions(CLI::App& command, FileSeries& series)
 {
-    command.add_option("input", series.inputs, "pictures or camera raws")->required();
-    command
-        .add_option("-o,--output", series.output,
-                    "result; for several inputs a directory, or a name with {} in place of the input's")
-        ->required();
+    addOptions(command, series,
+               "result; for several inputs a directory, or a name with {} in place of the input's");
+}
+
+void addDirectoryOptions(CLI::App& command, FileSeries& series)
+{
+    addOptions(command, series, "directory of the results, or a name with {} in place of the input's");
+}
+
+FileSeries intoDirectory(FileSeries series)
+{
+    if (series.output.find("{}") == std::string::npos && !series.output.ends_with('/'))
+        series.output += '/';
+    return series;
 }
 
 std::vector<Job> planJobs(const FileSeries& series, const std::string& ending)

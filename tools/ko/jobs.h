@@ -23,6 +23,12 @@ struct Job {
 /// Declares the inputs and `-o`, both required.
 void addSeriesOptions(CLI::App& command, FileSeries& series);
 
+/// The same where the output is to be a directory, for `intoDirectory`.
+void addDirectoryOptions(CLI::App& command, FileSeries& series);
+
+/// The series with an output that is a directory, there or not, unless it is a pattern.
+FileSeries intoDirectory(FileSeries series);
+
 /// The jobs of a series.
 ///
 /// An output with `{}` in its name is a pattern: the braces stand for the input's name without directory and

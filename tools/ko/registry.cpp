@@ -53,6 +53,11 @@ const std::array allEntries{
     Entry(&streamCommand),
 
     Entry(&snakeCommand),
+
+    Entry(&runCommand),
+
+    Entry(&completionCommand),
+    Entry(&manualCommand),
 };
 
 Command::Action setUp(const Command& command, CLI::App& app)
@@ -92,6 +97,15 @@ const Operation* findOperation(std::string_view name)
             operation && (*operation)->name == name)
             return *operation;
     return nullptr;
+}
+
+std::vector<std::string> operationNames()
+{
+    std::vector<std::string> names;
+    for (const Entry& entry : allEntries)
+        if (const auto* operation = std::get_if<const Operation*>(&entry))
+            names.emplace_back((*operation)->name);
+    return names;
 }
 
 void declareEntry(CLI::App& app, const Entry& entry, Command::Action& action)

@@ -25,6 +25,7 @@ struct Options {
     double noise = 0;
     double vignette = 0;
     std::uint32_t seed = 1;
+    Settings settings;
 };
 
 /// Normally distributed numbers, the same ones on every machine, which the standard library's are not.
@@ -110,7 +111,8 @@ const Command simulateCommand{
         command.add_option("photo", options->photo, "colour photograph")->required();
         command.add_option("-o,--output", options->output, "mosaic; the file keeps pattern and depth")
             ->required();
-        addGridOption(command, options->grid, "mosaic pattern, rggb if not given");
+        options->settings.choice("grid", options->grid, gridWords(), "mosaic pattern, rggb if not given");
+        options->settings.declare(command);
         command.add_option("--bits", options->bits, "depth of the sensor")
             ->check(CLI::Range(8, 16))
             ->capture_default_str();

@@ -117,7 +117,7 @@ void printFigure(const std::optional<double>& figure)
 {
     std::cout << std::setw(13);
     if (figure)
-        std::cout << *figure;
+        std::cout << *figure + 0.0;  // no minus before zero
     else
         std::cout << '-';
 }

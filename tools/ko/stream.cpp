@@ -174,10 +174,7 @@ private:
 
 int run(const Options& options)
 {
-    FileSeries files = options.files;
-    if (files.output.find("{}") == std::string::npos && !files.output.ends_with('/'))
-        files.output += '/';
-    const std::vector<Job> jobs = planJobs(files, ".tif");
+    const std::vector<Job> jobs = planJobs(intoDirectory(options.files), ".tif");
     // The items warn of every loss; here each failure has its line and the summary counts the drops.
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
     return Stream(options, jobs).run();
@@ -190,11 +187,7 @@ const Command streamCommand{
     "Convert mosaics to colour pictures of half the size, reading and writing meanwhile",
     [](CLI::App& command) -> Command::Action {
         auto options = std::make_shared<Options>();
-        command.add_option("input", options->files.inputs, "camera raws and mosaic pictures")->required();
-        command
-            .add_option("-o,--output", options->files.output,
-                        "directory of the results, or a name with {} in place of the input's")
-            ->required();
+        addDirectoryOptions(command, options->files);
         addMosaicSettings(options->settings, options->mosaic);
         options->settings.declare(command);
         CLI::Option* const block = command.add_flag("--block", options->block,
