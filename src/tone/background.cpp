@@ -44,8 +44,9 @@ public:
 
 private:
     Correction m_correction;
-    double m_gain[correctionPeriod];
-    float m_scale[correctionPeriod];
+    // Whole vectors are read from them, which takes longer across cache lines.
+    alignas(64) double m_gain[correctionPeriod];
+    alignas(64) float m_scale[correctionPeriod];
     std::uint8_t m_treated[correctionPeriod];
 };
 
