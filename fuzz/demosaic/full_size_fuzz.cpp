@@ -64,7 +64,7 @@ void call(ByteReader& in, Outcome& out)
     if (src.isSound())
         src->bayerGrid = in.code(grids);
     QRect roi = isWhole ? QRect(0, 0, layout.width, layout.height) : anyRect(in, layout);
-    if (!isWhole && isInside(roi, src.buf()) && !in.oneIn(8))
+    if (!isWhole && isInside(roi, src.buf()) && widthOf(roi) > 0 && !in.oneIn(8))
         roi = QRect(roi.x(), roi.y(), static_cast<int>(widthOf(roi)) & ~1,
                     static_cast<int>(heightOf(roi)) & ~1);
     const auto kept = [](std::int64_t extent) {

@@ -63,8 +63,9 @@ public:
         if (kind < 2)
             return;
         const FuzzImage other(in, anyLayout(in, {filteredTypes, {1, 3, 4}}));
-        const bool isOther = kind == 3 && in.oneIn(4);
-        const int otherRadius = kind == 3 ? in.below(12) : radius;
+        m_isForeign = kind == 3;
+        const bool isOther = m_isForeign && in.oneIn(4);
+        const int otherRadius = m_isForeign ? in.below(12) : radius;
         const SxImageBuf& made = isOther ? other.buf() : src.buf();
         const bool isTooLarge = std::int64_t{made.width} * made.channels > 100000 || otherRadius > 1000;
         if (isTooLarge)
@@ -77,8 +78,12 @@ public:
 
     void* get() { return m_buffer; }
 
+    /// Whether it serves depends on the number of strips, which is that of the threads.
+    bool isForeign() const { return m_isForeign; }
+
 private:
     void* m_buffer = nullptr;
+    bool m_isForeign = false;
 };
 
 void median(ByteReader& in, Outcome& out)
@@ -90,7 +95,8 @@ void median(ByteReader& in, Outcome& out)
     const int radius = anyRadius(in, layout);
     MedianBuffer buffer(in, out, src, radius);
     const ResultCode rc = Median(src, dst, radius, buffer.get());
-    addCall(out, rc, dst, src);
+    Outcome apart(false);
+    addCall(buffer.isForeign() ? apart : out, rc, dst, src);
     const bool isFiltered = layout.channels == 1 || layout.channels == 3;
     if (rc != ResultOk || !out.isJudged() || !areSound(src, dst) || !isFiltered)
         return;

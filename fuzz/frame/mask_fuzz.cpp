@@ -31,6 +31,19 @@ void binarize(ByteReader& in, Outcome& out)
     expected.requireEqual(dst);
 }
 
+void binarizeInPlace(ByteReader& in, Outcome& out)
+{
+    FuzzImage image(in, anyLayout(in, {{UInt8}}));
+    const std::uint8_t value = in.byte();
+    const ResultCode rc = Binarize(image, image, value);
+    addCall(out, rc, image);
+    if (rc != ResultOk || !out.isJudged() || !image.isSound())
+        return;
+    Twin expected(image);
+    oracle::binarize<std::uint8_t>(Twin(image), expected, value);
+    expected.requireEqual(image);
+}
+
 void maskImage(ByteReader& in, Outcome& out)
 {
     const Layout layout = anyLayout(in, {everyType, everyChannels});
@@ -166,8 +179,8 @@ void circle(ByteReader& in, Outcome& out)
 
 Cases maskCases()
 {
-    return {&binarize,    &maskImage,  &setValueMasked,     &binaryMask,
-            &ellipseMono, &ellipseRgb, &ellipseOverAnImage, &circle};
+    return {&binarize,   &maskImage,          &setValueMasked, &binaryMask,     &ellipseMono,
+            &ellipseRgb, &ellipseOverAnImage, &circle,         &binarizeInPlace};
 }
 
 }  // namespace ko::fuzz

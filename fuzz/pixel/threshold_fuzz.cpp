@@ -134,6 +134,24 @@ void toBytes(ByteReader& in, Outcome& out)
     expected.requireEqual(dst);
 }
 
+void toBytesInPlace(ByteReader& in, Outcome& out)
+{
+    FuzzImage image(in, anyLayout(in, {{UInt8}, everyChannels}));
+    const Levels levels(in, image);
+    std::vector<unsigned char> highs(resultsOf(image), in.byte());
+    const bool fourChannelRule = in.flag();
+    const ResultCode rc =
+        ThresholdBinaryGT(image, image, levels.thresholdData(), highs.data(), fourChannelRule);
+    addCall(out, rc, image);
+    if (rc != ResultOk || !out.isJudged() || !image.isSound())
+        return;
+    Twin expected(image);
+    oracle::thresholdBinary<std::uint8_t, std::uint8_t>(
+        Twin(image), expected, typed<std::uint8_t>(levels.thresholds),
+        std::vector<std::uint8_t>(highs.size()), highs, fourChannelRule);
+    expected.requireEqual(image);
+}
+
 void replace(ByteReader& in, Outcome& out)
 {
     const Layout layout = anyLayout(in, {everyType, everyChannels});
@@ -155,7 +173,7 @@ void replace(ByteReader& in, Outcome& out)
 
 Cases thresholdCases()
 {
-    return {&inPlace, &copy, &copyOntoItself, &masked, &toBytes, &replace};
+    return {&inPlace, &copy, &copyOntoItself, &masked, &toBytes, &replace, &toBytesInPlace};
 }
 
 }  // namespace ko::fuzz

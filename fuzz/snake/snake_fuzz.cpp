@@ -28,7 +28,8 @@ SxSnakeParams anyParams(ByteReader& in)
     params.refineInterval = in.between(-1, 6);
     params.loopDistance = in.oneIn(16) ? in.integer() : in.between(-1, 6);
     params.pointSpacing = in.oneIn(16) ? -in.below(100) : in.between(2, 9);
-    params.maxIterations = in.between(-1, 25);
+    // Insertion may go on to its limit of 65,536 points, with which few steps take long enough.
+    params.maxIterations = in.between(-1, params.refine != 0 ? 4 : 25);
     return params;
 }
 

@@ -106,10 +106,11 @@ void line(ByteReader& in, Outcome& out)
     const auto count = isRow ? &RowHistogram2D : &ColHistogram2D;
     const ResultCode rc = count(pair.first, pair.firstChannel, pair.second, pair.secondChannel, at, hist);
     addPairs(out, rc, hist, pair);
+    if (rc != ResultOk || !out.isJudged() || !areSound(pair.first, pair.second))
+        return;
     const QRect rect = isRow ? QRect(0, at, layout.width, 1) : QRect(at, 0, 1, layout.height);
-    if (rc == ResultOk && out.isJudged() && areSound(pair.first, pair.second))
-        pair.compare(
-            false, [&](int) { return oracle::inside(rect); }, oracle::contents(hist), levels, 65536);
+    pair.compare(
+        false, [&](int) { return oracle::inside(rect); }, oracle::contents(hist), levels, 65536);
 }
 
 /// Nothing where memory has run out for the container itself.

@@ -104,6 +104,31 @@ void correct(ByteReader& in, Outcome& out)
     expected.requireEqual(dst);
 }
 
+/// The destination is the source or the background.
+void correctOnto(ByteReader& in, Outcome& out)
+{
+    Layout layout = anyLayout(in, {correctedTypes, {1, 3, 4}});
+    layout.packing = Interleaved;
+    FuzzImage image(in, layout);
+    const FuzzImage other(in, like(in, layout));
+    const double reference = in.real(), target = in.real();
+    const bool isSource = in.flag();
+    const SxImageBuf& src = isSource ? image.buf() : other.buf();
+    const SxImageBuf& background = isSource ? other.buf() : image.buf();
+    const ResultCode rc = CorrectBackground(src, background, image, reference, target, nullptr);
+    addCall(out, rc, image, other);
+    if (rc != ResultOk || !out.isJudged() || !areSound(image, other))
+        return;
+    Twin expected(image);
+    const Twin a(isSource ? image : other), b(isSource ? other : image);
+    const double ratio = reference > 0 && target > 0 ? target / reference : 1.0;
+    const std::vector<double> gains(3, topOf(layout));
+    dispatch(Unsigned{}, layout.type, {}, [&]<class T>(std::type_identity<T>) {
+        oracle::correctBackground<T>(a, b, expected, ratio, gains);
+    });
+    expected.requireEqual(image);
+}
+
 void correctInPlace(ByteReader& in, Outcome& out)
 {
     const Layout layout = anyLayout(in, {correctedTypes, {1, 3, 4, 2}});
@@ -129,7 +154,7 @@ void correctInPlace(ByteReader& in, Outcome& out)
 
 Cases backgroundCases()
 {
-    return {&average, &correct, &correctInPlace};
+    return {&average, &correct, &correctInPlace, &correctOnto};
 }
 
 }  // namespace ko::fuzz

@@ -75,11 +75,40 @@ void gray(ByteReader& in, Outcome& out)
     expected.requireEqual(dst);
 }
 
+/// One image as source and destination of the copying forms.
+void copyOntoItself(ByteReader& in, Outcome& out)
+{
+    FuzzImage image(in, anyLayout(in, {toneTypes, everyChannels}));
+    const FuzzImage mask(in, like(in, image.layout(), UInt8, 1));
+    const int channel = anyChannel(in, image->channels);
+    const Band band = anyBand(in, image.layout());
+    const bool isMasked = in.flag(), isGray = in.flag();
+    ResultCode rc = ResultOk;
+    if (isGray)
+        rc = isMasked ? ThresholdAndStretchHistogramGrayMasked(image, mask, image, band.low, band.high)
+                      : ThresholdAndStretchHistogramGray(image, image, band.low, band.high);
+    else
+        rc = isMasked ? ThresholdAndStretchHistogramMasked(image, channel, image, channel, mask, band.low,
+                                                           band.high)
+                      : ThresholdAndStretchHistogram(image, channel, image, channel, band.low, band.high);
+    addCall(out, rc, image, mask);
+    if (rc != ResultOk || !out.isJudged() || !areSound(image, mask) || isWhole(band, image.layout()))
+        return;
+    Twin expected(image);
+    const Twin source(image), selection(mask);
+    const Twin* const selects = isMasked ? &selection : nullptr;
+    if (isGray)
+        oracle::compress(source, expected, selects, band.low, band.high);
+    else
+        oracle::stretch(source, channel, expected, channel, selects, band.low, band.high);
+    expected.requireEqual(image);
+}
+
 }  // namespace
 
 Cases contrastCases()
 {
-    return {&inPlace, &copy, &gray};
+    return {&inPlace, &copy, &gray, &copyOntoItself};
 }
 
 }  // namespace ko::fuzz
