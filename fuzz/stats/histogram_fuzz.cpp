@@ -28,14 +28,28 @@ void compareOne(const FuzzImage& src, const Selects& selects, int channel, const
     require(counts == hist, "other counts than the naive twin's");
 }
 
-void whole(ByteReader& in, Outcome& out)
+void countAll(ByteReader& in, Outcome& out, const Layout& layout)
 {
-    const FuzzImage src(in, countable(in, {countableTypes, everyChannels}));
+    const FuzzImage src(in, layout);
     CxImageHistogram hist = anyHistogram(in, src->channels, levelsOf(src.buf()));
     const ResultCode rc = Histogram(src, hist);
     addCount(out, rc, hist, src);
     if (rc == ResultOk && out.isJudged() && src.isSound())
         compareAll(src, oracle::everywhere(), hist);
+}
+
+void whole(ByteReader& in, Outcome& out)
+{
+    countAll(in, out, countable(in, {countableTypes, everyChannels}));
+}
+
+/// Just as many samples as take the way of large images.
+void largeWhole(ByteReader& in, Outcome& out)
+{
+    Layout layout = countable(in, {{UInt8, UInt16}, {1, 3}});
+    layout.width = (layout.channels == 1 ? 363 : 210) + in.below(6);
+    layout.height = layout.channels == 1 ? 363 : 210;
+    countAll(in, out, layout);
 }
 
 void region(ByteReader& in, Outcome& out)
@@ -134,7 +148,7 @@ void anyDepth(ByteReader& in, Outcome& out)
 
 Cases histogramCases()
 {
-    return {&whole, &region, &channelOfWhole, &channelOfRegion, &points, &stencil, &anyDepth};
+    return {&whole, &region, &channelOfWhole, &channelOfRegion, &points, &stencil, &anyDepth, &largeWhole};
 }
 
 }  // namespace ko::fuzz

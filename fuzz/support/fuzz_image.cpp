@@ -7,7 +7,7 @@ namespace ko::fuzz {
 
 namespace {
 
-constexpr std::size_t mostMemory = std::size_t{1} << 18;
+constexpr std::size_t mostMemory = std::size_t{1} << 19;
 
 /// Numbers without pattern, the same for the same seed everywhere.
 class Noise {
@@ -147,8 +147,10 @@ void FuzzImage::contradict(ByteReader& in)
 void FuzzImage::allocate(int misalignment)
 {
     const std::size_t bytes = imageByteSize(m_buf);
-    if (bytes > mostMemory)
+    if (bytes > mostMemory) {
+        require(!m_isSound, "a layout that a fuzzer has no memory for");
         return;
+    }
     m_size = bytes;
     m_memory = std::make_unique<std::uint8_t[]>(bytes + static_cast<std::size_t>(misalignment));
     m_first = m_memory.get() + misalignment;
