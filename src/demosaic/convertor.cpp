@@ -1,5 +1,6 @@
 #include <ko/demosaic/convertor.h>
 
+#include "core/checks.h"
 #include "frame/log.h"
 
 #include <ko/bayer.h>
@@ -196,7 +197,7 @@ std::unique_ptr<CxImageData> CxDemosaicConvertor::convert(CxImageData& input)
     const auto* const colourInfo = dynamic_cast<const CxImageDataInfo*>(description.get());
     if (colourInfo == nullptr || isFailure(AllocBuffer(colourInfo->info(), colour.buf, false)))
         return fail(QStringLiteral("Failed to alloc the output image."));
-    if (isFailure(DemosaicSimple(mosaic, QRect(0, 0, mosaic.width, mosaic.height), colour.buf, grid)))
+    if (isFailure(DemosaicSimple(mosaic, wholeOf(mosaic), colour.buf, grid)))
         return fail(QStringLiteral("Failed to debayerize the image."));
     return frameOf(colour, input, outputMetadata);
 }

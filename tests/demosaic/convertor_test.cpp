@@ -8,6 +8,7 @@
 #include <gmock/gmock.h>
 
 #include <cstring>
+#include <limits>
 #include <memory>
 
 namespace ko::test {
@@ -555,6 +556,16 @@ TEST(ConvertorPipe, ConvertsEveryFrameOfAStream)
     ASSERT_EQ(20U, numbers.size());
     EXPECT_EQ(19, numbers.back());
     EXPECT_TRUE(std::is_sorted(numbers.begin(), numbers.end()));
+}
+
+TEST(ConvertorFrames, OfTheLowestWidthFailWithoutAnAlgorithmToo)
+{
+    const LogCapture log;
+    Convertor convertor;
+    ASSERT_TRUE(convertor.setAlgorithm(static_cast<CxDemosaicConvertor::ExDemosaicAlgorithm>(1)));
+    Frame frame = frameOf({});
+    imageOf(frame).width = std::numeric_limits<int>::min();
+    EXPECT_EQ(nullptr, convertor.convert(frame));
 }
 
 }  // namespace
