@@ -18,15 +18,15 @@ namespace ko {
 class KO_EXPORT CxImageHistogram {
 public:
     std::uint32_t** bins = nullptr;  ///< `bins[p][v]` samples of value v were counted into plane p
-    std::int32_t planes = 0;
-    std::int32_t levels = 0;  ///< counters per plane that operations use, for values 0...levels - 1
+    std::int32_t planes = 0;         ///< rows of counters
+    std::int32_t levels = 0;         ///< counters per plane that operations use, for values 0...levels - 1
     std::uint32_t extraBins =
         0;  ///< further counters behind them, which no operation of this library touches
 
     CxImageHistogram() = default;
-    CxImageHistogram(const CxImageHistogram& other);
-    CxImageHistogram(CxImageHistogram&& other) noexcept;
-    CxImageHistogram& operator=(CxImageHistogram other) noexcept;
+    CxImageHistogram(const CxImageHistogram& other);               ///< copies every counter
+    CxImageHistogram(CxImageHistogram&& other) noexcept;           ///< leaves `other` empty
+    CxImageHistogram& operator=(CxImageHistogram other) noexcept;  ///< copies or moves
     ~CxImageHistogram();
 
     /// Makes room for `planeCount` rows of `levelCount` + `extraCount` counters, all 0. Where these are the
@@ -52,11 +52,12 @@ public:
     /// are never counted into cost nothing.
     /// @throws std::bad_alloc
     CxImageHistogram2D(int planes, int levels);
-    CxImageHistogram2D(const CxImageHistogram2D& other);
-    CxImageHistogram2D(CxImageHistogram2D&& other) noexcept;
-    CxImageHistogram2D& operator=(CxImageHistogram2D other) noexcept;
+    CxImageHistogram2D(const CxImageHistogram2D& other);               ///< copies every counter
+    CxImageHistogram2D(CxImageHistogram2D&& other) noexcept;           ///< leaves `other` empty
+    CxImageHistogram2D& operator=(CxImageHistogram2D other) noexcept;  ///< copies or moves
     ~CxImageHistogram2D();
 
+    /// Matrices.
     int planes() const { return static_cast<int>(m_planes.size()); }
 
     /// Rows and columns of each plane's matrix.
@@ -84,10 +85,12 @@ public:
     {
     }
 
+    /// As given when made.
     int rowCount() const { return static_cast<int>(m_rows.size()); }
 
     /// The first of `rowCount` rows.
     Row* rows() { return m_rows.data(); }
+    /// The first of `rowCount` rows, for reading.
     const Row* rows() const { return m_rows.data(); }
 
 private:
@@ -101,6 +104,7 @@ public:
     /// @throws std::bad_alloc
     CxImageHistogramSparse2D(int planes, int levels);
 
+    /// Matrices.
     int planes() const { return static_cast<int>(m_planes.size()); }
 
     /// Rows of each plane's matrix; columns are any 32-bit numbers.

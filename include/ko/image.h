@@ -44,6 +44,7 @@ enum ExBayerGrid : std::int32_t {
     BayerNone = 4,  ///< not a mosaic
 };
 
+/// Compression of pixel memory, of which there is none.
 enum ExPixelCompression : std::int32_t { CompressionNone = 0 };
 
 /// Geometry and sample format of an image.
@@ -53,11 +54,11 @@ struct SxImageInfo {
     std::int32_t stride = 0;         ///< bytes from a row to the next; 0 lets `AllocBuffer` choose
     std::int32_t channels = 0;       ///< samples per pixel
     std::int32_t bitsPerSample = 0;  ///< significant bits, independent of the container
-    ExImageDataType dataType = static_cast<ExImageDataType>(0);
-    ExPixelPacking packing = Interleaved;
-    std::int32_t pixelFormat = 1;  ///< 1: the first three of 3 or 4 channels are colour
-    ExBayerGrid bayerGrid = BayerNone;
-    std::int32_t reserved[3] = {};  ///< copied unchanged
+    ExImageDataType dataType = static_cast<ExImageDataType>(0);  ///< container of a sample
+    ExPixelPacking packing = Interleaved;                        ///< order of the samples
+    std::int32_t pixelFormat = 1;       ///< 1: the first three of 3 or 4 channels are colour
+    ExBayerGrid bayerGrid = BayerNone;  ///< arrangement of a raw mosaic
+    std::int32_t reserved[3] = {};      ///< copied unchanged
 };
 
 /// An image: its format, its pixel memory and the bookkeeping of that memory.

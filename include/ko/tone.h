@@ -72,6 +72,8 @@ KO_EXPORT ResultCode HistogramMatch(const SxImageBuf& src, const SxImageBuf& ref
 KO_EXPORT ResultCode HistogramMatch(const SxImageBuf& src, const CxImageHistogram& reference,
                                     SxImageBuf& dst);
 
+// ---------------------------------------------------------------- bands of levels
+//
 // The operations of the ThresholdAndStretchHistogram family treat a band of levels low...high of images of
 // one or two bytes per sample. Common to all of them:
 //
@@ -251,6 +253,8 @@ KO_EXPORT ResultCode ThresholdAndStretchHistogramGreenRawPlanar(const SxImageBuf
 KO_EXPORT ResultCode ThresholdAndStretchHistogramGreenRawPlanarMasked(const SxImageBuf& src, SxImageBuf& dst,
                                                                       int dstChannel, const SxImageBuf& mask,
                                                                       int low, int high);
+
+// ---------------------------------------------------------------- series and backgrounds
 
 /// Averages the same region of a list of frames.
 ///

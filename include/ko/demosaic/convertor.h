@@ -19,6 +19,7 @@ class KO_EXPORT CxDemosaicConvertor : public IxDataProcessor {
     Q_OBJECT
 
 public:
+    /// How a colour pixel is made.
     enum ExDemosaicAlgorithm : std::int32_t {
         AlgorithmSimple = 0,  ///< the only one that produces images
     };
@@ -32,9 +33,9 @@ public:
     CxDemosaicConvertor();
     ~CxDemosaicConvertor() override;
 
-    ExDemosaicAlgorithm algorithm();
-    ExBayerGrid bayerGrid();
-    ExBayerGridSource bayerGridSource();
+    ExDemosaicAlgorithm algorithm();      ///< as set, `AlgorithmSimple` at first
+    ExBayerGrid bayerGrid();              ///< as set, `BayerNone` at first
+    ExBayerGridSource bayerGridSource();  ///< as set, `GridFromImage` at first
 
     /// Setters answer false, log a message and change nothing while the item is started. They are not part
     /// of `saveSettings`.
@@ -43,7 +44,7 @@ public:
     /// pixels fails.
     bool setAlgorithm(ExDemosaicAlgorithm algorithm);
 
-    /// False with a message for values outside `BayerBGGR`...`BayerGRBG`. `BayerNone` until first set.
+    /// False with a message for values outside `BayerBGGR`...`BayerGRBG`.
     bool setBayerGrid(ExBayerGrid bayerGrid);
 
     /// Takes any value.

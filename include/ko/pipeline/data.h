@@ -22,15 +22,17 @@ public:
     virtual IxDataInfo* clone() const;
 
 protected:
-    IxDataInfo(const IxDataInfo&) = default;
-    IxDataInfo& operator=(const IxDataInfo&) = default;
+    IxDataInfo(const IxDataInfo&) = default;             ///< for `clone` of derived classes
+    IxDataInfo& operator=(const IxDataInfo&) = default;  ///< for derived classes
 };
 
 /// Format of image frames.
 class KO_EXPORT CxImageDataInfo : public IxDataInfo {
 public:
+    /// Copies the format.
     explicit CxImageDataInfo(const SxImageInfo& info) : m_info(info) {}
 
+    /// The format.
     const SxImageInfo& info() const { return m_info; }
     CxImageDataInfo* clone() const override;
 
@@ -44,10 +46,14 @@ class KO_EXPORT IxData : public QObject {
     Q_OBJECT
 
 public:
+    /// A frame without metadata.
     explicit IxData(QObject* parent = nullptr);
 
+    /// What travels with the frame.
     CxMetadata& metadata() { return m_metadata; }
+    /// The same for reading.
     const CxMetadata& metadata() const { return m_metadata; }
+    /// Replaces all of it.
     void setMetadata(const CxMetadata& metadata) { m_metadata = metadata; }
 
     /// The frame's format, owned by the caller; null where there is none.
@@ -82,13 +88,17 @@ public:
     /// Copies the pixels too. Null for an image that `CopyBuffer` cannot copy.
     CxImageData* clone() const override;
 
+    /// Number of the frame as its source counts.
     int frameNo() const { return m_frameNo; }
+    /// Numbers the frame.
     void setFrameNo(int frameNo) { m_frameNo = frameNo; }
 
     /// Time of the frame in units of whoever made it.
     std::uint64_t timestamp() const { return m_timestamp; }
+    /// Stamps the frame.
     void setTimestamp(std::uint64_t timestamp) { m_timestamp = timestamp; }
 
+    /// Date of the frame, invalid unless `setImageShallow` gave one.
     QDateTime dateTime() const { return m_dateTime; }
 
     /// Adopts an image without copying its pixels; the caller's record is from now on only a view. The image

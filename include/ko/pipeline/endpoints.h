@@ -15,6 +15,7 @@ class KO_EXPORT CxFrameSource : public IxDataProcessor {
     Q_OBJECT
 
 public:
+    /// An item with `FlagNoInput`.
     CxFrameSource();
     ~CxFrameSource() override;
 

@@ -56,12 +56,15 @@ class KO_EXPORT IxPipeItem : public QObject {
     Q_OBJECT
 
 public:
+    /// Whether an item takes frames.
     enum ExState { StateStopped = 0, StateStarted = 1 };
 
+    /// What an item cannot be connected with.
     enum ExFlag {
         FlagNoInput = 1,   ///< accepts no precedessors: makes frames
         FlagNoOutput = 2,  ///< accepts no successors: uses frames up
     };
+    /// Any of the flags together.
     Q_DECLARE_FLAGS(ExFlags, ExFlag)
 
     ~IxPipeItem() override;
@@ -75,14 +78,15 @@ public:
     /// The state, for callers that hold `m_mutex`. A started item stays so until its worker has ended.
     ExState state_noLock() const;
 
-    ExFlags flags() const;
-    int queueCapacity() const;
-    ExQueuePolicy queuePolicy() const;
+    ExFlags flags() const;              ///< as made, and what `addFlags` has added
+    int queueCapacity() const;          ///< frames that may wait
+    ExQueuePolicy queuePolicy() const;  ///< what happens to the next one
 
     /// Sets how many frames may wait and what happens to the next one; 8 and `QueueBlocks` at first. False,
     /// with nothing changed, while started, for a capacity below 1 and an unknown policy.
     bool setQueue(int capacity, ExQueuePolicy policy);
 
+    /// What became of the frames so far.
     SxPipeStatistics statistics() const;
 
     /// Waits until no frame is waiting or being worked on. False when the time is over (a negative number of
@@ -112,8 +116,8 @@ public:
     /// fewer than two are.
     virtual double calcFps() const;
 
-    virtual bool isStarted() const;
-    virtual bool isStopped() const;
+    virtual bool isStarted() const;  ///< its state is `StateStarted`
+    virtual bool isStopped() const;  ///< its state is `StateStopped`
 
     /// Whether the item could be started; true unless overridden.
     virtual bool isValid() const;
@@ -121,10 +125,14 @@ public:
     /// Takes over name, queue capacity and queue policy as far as the map has them. False, with nothing
     /// changed, while started and when a value is not acceptable.
     virtual bool loadSettings(const QVariantMap& settings);
+
+    /// What `loadSettings` takes.
     virtual QVariantMap saveSettings() const;
 
     /// A widget to change the settings with; none unless overridden. Items know no widget library.
     virtual bool hasConfigurationWidget() const;
+
+    /// That widget, null where there is none.
     virtual QWidget* configurationWidget(QWidget* parent);
 
     /// Starts or stops this item alone (`StartPipe` and `StopPipe` do it to a whole pipe in the right order)
@@ -146,14 +154,21 @@ public:
 
     /// False while either is started, and where there is no such connection.
     virtual bool removeSuccessor(IxPipeItem* successor);
+
+    /// The same connection, made from its other end: `precedessor->addSuccessor(this)`.
     virtual bool addPrecedessor(IxPipeItem* precedessor);
+
+    /// The same as `precedessor->removeSuccessor(this)`; false for null.
     virtual bool removePrecedessor(IxPipeItem* precedessor);
 
     /// This item's side of the acceptance: may `successor` follow it?
     virtual bool acceptAsSuccessor(IxPipeItem* successor) = 0;
+
+    /// And of its input: may `precedessor` come before it?
     virtual bool acceptAsPrecedessor(IxPipeItem* precedessor) = 0;
 
 protected:
+    /// A stopped item with a name of its own, connected with nothing.
     explicit IxPipeItem(ExFlags flags, QObject* parent);
 
     /// Before the worker starts, on the thread that starts it. False or an exception keeps the item stopped.
@@ -178,9 +193,8 @@ public:
     virtual bool onDataAvailable(IxData* data, const IxPipeItem* sender);
 
 protected:
-    /// Called by `StartPipe` when all items have started, by `StopPipe` when all have stopped.
-    virtual void onPipeStarted();
-    virtual void onPipeStopped();
+    virtual void onPipeStarted();  ///< called by `StartPipe` when all items have started
+    virtual void onPipeStopped();  ///< called by `StopPipe` when all items have stopped
 
     /// Ends the worker and the connections for good; see Destruction.
     void retire();

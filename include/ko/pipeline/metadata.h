@@ -13,8 +13,11 @@ namespace ko {
 /// Named values, ordered by name. Copies share their memory until one of them is changed.
 class KO_EXPORT CxMetadata {
 public:
+    /// Whether there is no value.
     bool isEmpty() const { return m_values.isEmpty(); }
+    /// Number of values.
     int count() const { return m_values.size(); }
+    /// Whether there is a value of that name.
     bool contains(const QString& name) const { return m_values.contains(name); }
 
     /// All names in ascending order.
@@ -31,6 +34,7 @@ public:
 
     /// Equal names with equal values.
     bool operator==(const CxMetadata& other) const { return m_values == other.m_values; }
+    /// Not equal.
     bool operator!=(const CxMetadata& other) const { return !(*this == other); }
 
 private:

@@ -10,6 +10,7 @@ class KO_EXPORT IxDataProcessor : public IxPipeItem {
     Q_OBJECT
 
 public:
+    /// A stopped item, connected with nothing.
     explicit IxDataProcessor(ExFlags flags = {}, QObject* parent = nullptr);
     ~IxDataProcessor() override;
 
