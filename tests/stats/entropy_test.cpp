@@ -122,9 +122,14 @@ TEST(EntropyShannonValues, OfAnImageWithoutPixelsAreZero)
     double entropy = kept;
     ASSERT_EQ(EntropyShannon(src, entropy, 2.0), ResultOk);
     EXPECT_EQ(entropy, 0.0);
-    entropy = kept;
+}
+
+TEST(EntropyRenyiValues, OfAnImageWithoutPixelsAreNotNumbers)
+{
+    const TestImage src(Layout{.width = 0, .height = 4});
+    double entropy = kept;
     ASSERT_EQ(EntropyRenyi(src, 2.0, entropy, 2.0), ResultOk);
-    EXPECT_EQ(entropy, 0.0);
+    EXPECT_TRUE(std::isnan(entropy));
 }
 
 TEST(EntropyShannonTargets, AgreeWithTheTwinForBothTypesAndAnyOrderOfSizes)
