@@ -29,9 +29,12 @@ void runPipe(Call& call)
     source.addSuccessor(&convertor);
     convertor.addSuccessor(&sink);
     call.value(StartPipe(source));
+    // Until the pipe is drained, the record is the sink's.
+    bool pushed = true;
     for (int i = 0; i < 5; ++i)
-        call.value(source.push(copyOf(call.mosaic())));
+        pushed = source.push(copyOf(call.mosaic())) && pushed;
     call.value(DrainPipe(source));
+    call.value(pushed);
     call.value(StopPipe(source));
     call.value(sink.statistics().processed);
 }
