@@ -18,7 +18,7 @@ constexpr std::initializer_list<ExBayerGrid> grids = {BayerBGGR, BayerRGGB, Baye
 /// The work buffer of a call: none, the right one, or one that was made for something else.
 class WorkBuffer {
 public:
-    WorkBuffer(ByteReader& in, const SxImageInfo& info, const QRect& roi)
+    WorkBuffer(ByteReader& in, const SxImageInfo& info, const QRect& roi) : m_bits(info.bitsPerSample)
     {
         const int kind = in.below(4);
         const bool isLarge = std::int64_t{info.width} * info.height > 100000;
@@ -36,19 +36,23 @@ public:
 
     void* get() { return m_buffer; }
 
+    /// The depth that colours are limited to: a buffer of the right size may have been made for another.
+    int bits() const { return m_bits; }
+
 private:
-    static void* foreign(ByteReader& in)
+    void* foreign(ByteReader& in)
     {
         SxImageInfo info;
         info.width = 2 * in.below(20);
         info.height = 2 * in.below(20);
         info.channels = 1;
         info.dataType = in.pick({UInt8, UInt16});
-        info.bitsPerSample = in.between(1, 16);
+        info.bitsPerSample = m_bits = in.between(1, 16);
         info.bayerGrid = BayerRGGB;
         return DemosaicAllocBuffer(info);
     }
 
+    int m_bits;
     void* m_buffer = nullptr;
 };
 
@@ -80,11 +84,12 @@ void call(ByteReader& in, Outcome& out)
     addCall(out, rc, dst, src);
     if (rc != ResultOk || !out.isJudged() || !areSound(src, dst))
         return;
-    Twin expected(dst);
+    Twin mosaic(src), expected(dst);
+    mosaic.buf().bitsPerSample = buffer.bits();
     if (layout.type == UInt8)
-        oracle::demosaic<std::uint8_t>(Twin(src), roi, src->bayerGrid, expected);
+        oracle::demosaic<std::uint8_t>(mosaic, roi, src->bayerGrid, expected);
     else
-        oracle::demosaic<std::uint16_t>(Twin(src), roi, src->bayerGrid, expected);
+        oracle::demosaic<std::uint16_t>(mosaic, roi, src->bayerGrid, expected);
     expected.requireEqual(dst);
 }
 
