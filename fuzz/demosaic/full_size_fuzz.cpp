@@ -28,7 +28,7 @@ public:
         else if (kind == 2)
             m_buffer = DemosaicAllocBuffer(info);
         else if (kind == 3)
-            m_buffer = foreign(in);
+            makeForeign(in);
     }
     ~WorkBuffer() { DemosaicFreeBuffer(m_buffer); }
     WorkBuffer(const WorkBuffer&) = delete;
@@ -40,16 +40,18 @@ public:
     int bits() const { return m_bits; }
 
 private:
-    void* foreign(ByteReader& in)
+    void makeForeign(ByteReader& in)
     {
         SxImageInfo info;
         info.width = 2 * in.below(20);
         info.height = 2 * in.below(20);
         info.channels = 1;
         info.dataType = in.pick({UInt8, UInt16});
-        info.bitsPerSample = m_bits = in.between(1, 16);
+        info.bitsPerSample = in.between(1, 16);
         info.bayerGrid = BayerRGGB;
-        return DemosaicAllocBuffer(info);
+        m_buffer = DemosaicAllocBuffer(info);
+        if (m_buffer != nullptr)
+            m_bits = info.bitsPerSample;
     }
 
     int m_bits;
