@@ -75,7 +75,8 @@ KO_EXPORT ResultCode InitSafeBorder(const SxImageBuf& src, SxImageBuf& dst, int 
 ///   ResultBadArg4          right out of range
 ///   ResultBadArg5          top out of range
 ///   ResultBadArg6          bottom out of range
-///   ResultUnsupportedType  samples of another size and any margin above 0; the centre has been copied then
+///   ResultUnsupportedType  src.dataType outside 1...11, or samples of another size and any margin above 0;
+///                          the centre of the latter has been copied then
 /// Rows run in parallel (dynamic). O(height * width).
 KO_EXPORT ResultCode CreateImageWithMirroredBorder(const SxImageBuf& src, SxImageBuf& dst, int left, int top,
                                                    int right, int bottom);
@@ -96,7 +97,8 @@ KO_EXPORT ResultCode CreateImageWithMirroredBorder(const SxImageBuf& src, SxImag
 ///   ResultBadArg5          right out of range
 ///   ResultBadArg6          top out of range
 ///   ResultBadArg7          bottom out of range
-///   ResultUnsupportedType  samples of another size and any margin above 0; the centre has been copied then
+///   ResultUnsupportedType  src.dataType outside 1...11, or samples of another size and any margin above 0;
+///                          the centre of the latter has been copied then
 /// Rows run in parallel (dynamic). O(height * width).
 KO_EXPORT ResultCode CreateImageWithMirroredBorder(const SxImageBuf& src, const QRect& roi, SxImageBuf& dst,
                                                    int left, int top, int right, int bottom);

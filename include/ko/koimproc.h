@@ -3,9 +3,8 @@
 // What holds for every operation, unless it says otherwise:
 //
 // - Images are records over pixel memory (`SxImageBuf`). An image is *absent* when its `data` is null; a
-// record
-//   whose size is negative or whose stride is shorter than a row is refused like an absent one. Strides are
-//   in bytes; rows may start at any address.
+//   record whose size is negative, or that has rows longer than its stride, is refused like an absent one.
+//   Strides are in bytes; rows may start at any address.
 // - Of each row only `width` pixels are touched, never the padding behind them. Nothing is read or written
 //   outside `imageByteSize` bytes from `data`.
 // - Outputs are the caller's: prepared before the call, never reallocated. Only the operations that say so
@@ -16,11 +15,9 @@
 // - Checks run in the order listed; the first that fails answers, and nothing has been written then.
 // - Sample values of any type travel as `QVariant`; one that does not convert acts as 0.
 // - Source and destination may be the same memory where each output sample depends only on the input sample
-// at
-//   the same place; neighbourhood operations do not support overlap.
+//   at the same place; neighbourhood operations do not support overlap.
 // - Calls on different images may run at the same time from any threads. Threads inside an operation come
-// from
-//   OpenMP and have ended when it returns; results do not depend on their number or on the processor.
+//   from OpenMP and have ended when it returns; results do not depend on their number or on the processor.
 // - Nothing throws.
 #pragma once
 

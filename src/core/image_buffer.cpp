@@ -51,7 +51,7 @@ ResultCode allocate(SxImageBuf& image, bool cleared) noexcept
     SxImageInfo laidOut = image;
     if (laidOut.stride == 0)
         laidOut.stride = chosenStride(laidOut);
-    if (!rowsFit(laidOut))
+    if (!strideHoldsRow(laidOut) || !rowsFit(laidOut))
         return ResultFailed;
 
     const std::size_t pixels = imageByteSize(laidOut);

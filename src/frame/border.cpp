@@ -195,11 +195,14 @@ ResultCode CreateImageWithMirroredBorder(const SxImageBuf& src, const QRect& roi
             return rc;
         if (const ResultCode rc = checkMargins(width, height, margins, ResultBadArg4))
             return rc;
-        if (const ResultCode rc =
-                firstFailure({{ResultBadArg1, rowsFit(src)}, {ResultBadArg3, rowsFit(dst)}}))
+        const int bytes = bytesPerSample(src.dataType);
+        if (const ResultCode rc = firstFailure({
+                {ResultUnsupportedType, bytes != 0},
+                {ResultBadArg1, rowsFit(src)},
+                {ResultBadArg3, rowsFit(dst)},
+            }))
             return rc;
         const bool hasMargin = left != 0 || right != 0 || top != 0 || bottom != 0;
-        const int bytes = bytesPerSample(src.dataType);
         const bool canFill = bytes == 1 || bytes == 2;
         copyMirrored(src, roi, dst, margins, hasMargin && canFill);
         return hasMargin && !canFill ? ResultUnsupportedType : ResultOk;

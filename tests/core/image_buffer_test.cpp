@@ -199,6 +199,7 @@ TEST(AllocBufferChecks, RefuseGeometryThatCannotExist)
         {.type = typeCode(12)},
         {.type = typeCode(-1)},
         {.stride = 19},
+        {.height = 0, .stride = 19},
         {.stride = -20},
         {.width = 0, .stride = -1},
         {.channels = 3, .stride = 59},

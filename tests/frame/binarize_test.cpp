@@ -65,6 +65,8 @@ TEST(BinarizeValues, OfAnImageWithoutRowsAreNone)
     TestImage src(Layout{.height = 0});
     TestImage dst(Layout{.height = 0});
     EXPECT_EQ(Binarize(src, dst, 1), ResultOk);
+    src->stride = dst->stride = 0;
+    EXPECT_EQ(Binarize(src, dst, 1), ResultOk) << "no rows, so none beyond its stride";
 }
 
 TEST(BinarizeValues, MayOverwriteTheSource)

@@ -320,6 +320,21 @@ TEST(MirroredBorderValues, OfWideSamplesCopyTheCentreAndRefuseTheMargin)
     EXPECT_EQ(same.all<float>(), (std::vector<float>{1.5F, 2.5F}));
 }
 
+TEST(MirroredBorderValues, OfUnknownTypesAreRefusedWithoutAMarginToo)
+{
+    TestImage src(Layout{}), dst(Layout{});
+    dst.fillBytes(9);
+    const std::vector<std::uint8_t> before = dst.bytes();
+    for (const int code : {0, 12, -1}) {
+        src->dataType = dst->dataType = typeCode(code);
+        EXPECT_EQ(CreateImageWithMirroredBorder(src, dst, 0, 0, 0, 0), ResultUnsupportedType) << code;
+        EXPECT_EQ(CreateImageWithMirroredBorder(src, QRect(0, 0, 4, 3), dst, 0, 0, 0, 0),
+                  ResultUnsupportedType)
+            << code;
+    }
+    EXPECT_EQ(dst.bytes(), before);
+}
+
 TEST(MirroredBorderValues, EqualTheTwinForEveryMarginChannelAndRegion)
 {
     for (const ExImageDataType type : {Int8, UInt8, Int16, UInt16})

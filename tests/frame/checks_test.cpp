@@ -97,6 +97,14 @@ TEST(Rows, FitTheirStrideOrTheImageIsRefused)
     EXPECT_TRUE(rowsFit(colour));
 }
 
+TEST(Rows, ThatDoNotExistFitAnyStride)
+{
+    EXPECT_TRUE(rowsFit(image(4, 0, 0)));
+    EXPECT_TRUE(rowsFit(image(4, 0, 3)));
+    EXPECT_FALSE(rowsFit(image(4, 0, -4)));
+    EXPECT_FALSE(rowsFit(image(4, -1, 3)));
+}
+
 TEST(Rows, WithProductsBeyond64BitsDoNotFit)
 {
     SxImageBuf huge = image(most, most, most);
