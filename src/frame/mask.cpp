@@ -29,8 +29,9 @@ std::uint32_t wordAt(const std::uint8_t* image, std::size_t byteSize, std::int64
 }
 
 /// One word per channel at consecutive bytes of the pixel, so that neighbouring bytes take part in 8-bit
-/// images.
-void markDifferentInterleaved(const SxImageBuf& src, SxImageBuf& mask, std::uint32_t value)
+/// images. Only the last word of a row can reach behind the image.
+void markDifferentInterleaved(const SxImageBuf& src, SxImageBuf& mask, MarkUnlikeRow markRow,
+                              std::uint32_t value)
 {
     const std::size_t byteSize = imageByteSize(src);
     const int sampleBytes = bytesPerSample(src.dataType);
@@ -38,9 +39,15 @@ void markDifferentInterleaved(const SxImageBuf& src, SxImageBuf& mask, std::uint
     const std::uint32_t expected = sampleBytes == 1   ? value & 0xFFU
                                    : sampleBytes == 2 ? value & 0xFFFFU
                                                       : value;
+    const bool byRows = isMono(src) && src.width > 0 && expected <= 0xFFFFU;
     for (std::int64_t y = 0; y < src.height; ++y) {
         std::uint8_t* const marks = rowOf(mask, y);
-        for (std::int64_t x = 0; x < src.width; ++x) {
+        std::int64_t x = 0;
+        if (byRows) {
+            x = src.width - 1;
+            markRow(rowOf(src, y), marks, x, static_cast<std::uint16_t>(expected));
+        }
+        for (; x < src.width; ++x) {
             const std::int64_t pixel = y * src.stride + x * pixelBytes;
             std::uint8_t mark = 0;
             for (std::int64_t k = 0; k < src.channels && mark == 0; ++k)
@@ -119,7 +126,7 @@ ResultCode BinaryMask(const SxImageBuf& src, SxImageBuf& mask, unsigned int valu
                         {{ResultBadArg1, rowsFit(src)}, {ResultBadArg2, rowsFit(mask)}},
                         [&]<class T>(std::type_identity<T>) {
                             if (isInterleaved(src))
-                                markDifferentInterleaved(src, mask, value);
+                                markDifferentInterleaved(src, mask, maskKernels().markUnlike.of<T>(), value);
                             else
                                 markDifferentPlanar(src, mask, maskKernels().markDifferent.of<T>(), value);
                         });

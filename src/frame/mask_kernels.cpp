@@ -51,6 +51,22 @@ void MarkDifferentRowOf(const std::uint8_t* row, std::uint8_t* mask, std::int64_
         mask[x] = loadSample<T>(row, x) != sample ? std::uint8_t{1} : mask[x];
 }
 
+template <class T>
+void MarkUnlikeRowOf(const std::uint8_t* row, std::uint8_t* mask, std::int64_t width,
+                     std::uint16_t value) noexcept
+{
+    if constexpr (sizeof(T) == 1) {
+        const auto low = static_cast<std::uint8_t>(value), high = static_cast<std::uint8_t>(value >> 8);
+        KO_INDEPENDENT_ITERATIONS
+        for (std::int64_t x = 0; x < width; ++x)
+            mask[x] = static_cast<std::uint8_t>((row[x] != low) | (row[x + 1] != high));
+    } else {
+        KO_INDEPENDENT_ITERATIONS
+        for (std::int64_t x = 0; x < width; ++x)
+            mask[x] = static_cast<std::uint16_t>(loadSample<T>(row, x)) != value ? 1 : 0;
+    }
+}
+
 #define KO_PER_SIZE(Row)                                                                                     \
     {                                                                                                        \
         &Row<std::uint8_t>, &Row<std::uint16_t>, &Row<std::uint32_t>, &Row<std::uint64_t>, &Row<float>,      \
@@ -59,8 +75,11 @@ void MarkDifferentRowOf(const std::uint8_t* row, std::uint8_t* mask, std::int64_
 
 const MaskKernels& Kernels()
 {
-    static constexpr MaskKernels kernels{KO_PER_SIZE(ClearUnmaskedRowOf), KO_PER_SIZE(SetMaskedRowOf),
-                                         KO_PER_SIZE(MarkDifferentRowOf)};
+    static constexpr MaskKernels kernels{KO_PER_SIZE(ClearUnmaskedRowOf),
+                                         KO_PER_SIZE(SetMaskedRowOf),
+                                         KO_PER_SIZE(MarkDifferentRowOf),
+                                         {&MarkUnlikeRowOf<std::uint8_t>, &MarkUnlikeRowOf<std::uint16_t>,
+                                          &MarkUnlikeRowOf<std::uint32_t>, &MarkUnlikeRowOf<std::uint64_t>}};
     return kernels;
 }
 
