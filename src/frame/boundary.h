@@ -3,18 +3,16 @@
 
 #include <ko/result.h>
 
-#include <exception>
-
 namespace ko {
 
-/// Runs the body of an exported operation; what it throws (out of memory, in practice) becomes
-/// `ResultFailed`.
+/// Runs the body of an exported operation; what it throws becomes `ResultFailed`: exhausted memory, or
+/// anything from a conversion that a program has registered for a type of its own.
 template <class Body>
 ResultCode guarded(Body&& body) noexcept
 {
     try {
         return body();
-    } catch (const std::exception&) {
+    } catch (...) {
         return ResultFailed;
     }
 }

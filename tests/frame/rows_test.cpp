@@ -61,5 +61,10 @@ TEST(ErrorBoundary, TurnsExhaustedMemoryIntoAStatus)
     EXPECT_EQ(guarded([] { return ResultOutOfRange; }), ResultOutOfRange);
 }
 
+TEST(ErrorBoundary, HoldsWhatIsNoExceptionOfTheStandardLibrary)
+{
+    EXPECT_EQ(guarded([]() -> ResultCode { throw 7; }), ResultFailed);
+}
+
 }  // namespace
 }  // namespace ko::test
