@@ -198,6 +198,23 @@ TEST(ConvertFloatToU8Targets, EqualTheTwin)
     });
 }
 
+TEST(ConvertFloatToU8Targets, EqualTheTwinForARangeWhoseScaleOverflows)
+{
+    forEachTarget([] {
+        for (const int channels : {1, 3, 4}) {
+            TestImage src(Layout{.width = 100, .height = 2, .channels = channels, .type = Float32});
+            src.forEachSample([&](int x, int y, int c) {
+                src.set<float>(x, y, c, (x + y + c) % 3 == 0 ? std::numeric_limits<float>::denorm_min() : 0);
+            });
+            const Layout layout{.width = 100, .height = 2, .channels = channels};
+            TestImage dst(layout), expected(layout);
+            ASSERT_EQ(ConvertFloatToU8(src, dst, NormalizeSeparate, nullptr, nullptr), ResultOk);
+            oracle::convertForDisplay(src, nullptr, expected, false);
+            EXPECT_EQ(dst.bytes(), expected.bytes()) << channels;
+        }
+    });
+}
+
 TEST(ConvertFloatToU8MaskedTargets, EqualTheTwin)
 {
     forEachTarget([] {

@@ -300,6 +300,10 @@ TEST(HistogramRGBGrayFromRawPlanarMaskedValues, ReadTheBytesOfAnyMaskWithinItsMe
     hist.fill(0);
     ASSERT_EQ(HistogramRGBGrayFromRawPlanarMasked(src, bytes, hist), ResultOk);
     EXPECT_EQ(hist.at(0, 0), 6U);
+    bytes->stride = 0;
+    hist.fill(0);
+    ASSERT_EQ(HistogramRGBGrayFromRawPlanarMasked(src, bytes, hist), ResultOk);
+    EXPECT_EQ(hist.at(0, 0), 0U);
 }
 
 }  // namespace

@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <limits>
 
 namespace ko::test {
@@ -195,6 +197,21 @@ TEST(HistogramValues, AreAddedToTheCountsAlreadyThere)
     EXPECT_EQ(hist.bins[0][1], 4U);
     EXPECT_EQ(hist.bins[0][2], 0U);
     EXPECT_EQ(hist.bins[0][15], 6U);
+}
+
+TEST(HistogramValues, CountNoiseThatTurnsIntoAFlatArea)
+{
+    TestImage src(Layout{.width = 601, .height = 300, .padding = 3});
+    src.fillRandom(7);
+    for (int y = 200; y < 300; ++y)
+        for (int x = 0; x < 601; ++x)
+            src.set<std::uint8_t>(x, y, 0, y < 250 ? 17 : 255);
+    std::array<std::uint32_t, 256> expected{};
+    src.forEachSample([&](int x, int y, int c) { ++expected[src.get<std::uint8_t>(x, y, c)]; });
+    CxImageHistogram hist;
+    hist.resize(1, 256, 0);
+    ASSERT_EQ(Histogram(src, hist), ResultOk);
+    EXPECT_TRUE(std::equal(expected.begin(), expected.end(), hist.bins[0]));
 }
 
 TEST(HistogramValues, WrapSilently)

@@ -1,5 +1,6 @@
 #include "oracle/equalize.h"
 #include "support/check_table.h"
+#include "support/failing_new.h"
 #include "support/targets.h"
 #include "support/test_image.h"
 
@@ -409,6 +410,27 @@ void compareAll(int width, int height)
             words.bits = 12;
             compare<std::uint16_t>(words);
         }
+}
+
+TEST(HistogramEqualizeValues, AreNoneWhenMemoryRunsOut)
+{
+    TestImage src(Layout{.width = 600, .height = 300}), dst(Layout{.width = 600, .height = 300});
+    src.fillRandom(5);
+    const auto before = dst.bytes();
+    ResultCode rc = ResultFailed;
+    int failures = 0;
+    for (int successes = 0; rc == ResultFailed; ++successes) {
+        {
+            const NewFailure failure(successes);
+            rc = HistogramEqualize(src, dst);
+        }
+        if (rc == ResultFailed) {
+            ++failures;
+            ASSERT_EQ(dst.bytes(), before);
+        }
+    }
+    EXPECT_EQ(rc, ResultOk);
+    EXPECT_GE(failures, 3);  // the counters, the working tables of counting them, the table of levels
 }
 
 TEST(HistogramEqualizeTargets, AndMatchingAgreeWithTheirNaiveTwins)
