@@ -13,15 +13,28 @@ namespace ko {
 namespace HWY_NAMESPACE {
 namespace {
 
+template <class T, int Channels>
+void ClearUnmaskedPixels(std::uint8_t* row, const std::uint8_t* mask, std::int64_t width) noexcept
+{
+    KO_INDEPENDENT_ITERATIONS
+    for (std::int64_t x = 0; x < width; ++x) {
+        for (int c = 0; c < Channels; ++c)
+            storeSample<T>(row, x * Channels + c, mask[x] != 0 ? loadSample<T>(row, x * Channels + c) : T{0});
+    }
+}
+
 template <class T>
 void ClearUnmaskedRowOf(std::uint8_t* row, const std::uint8_t* mask, std::int64_t width,
                         std::int64_t channels) noexcept
 {
-    if (channels == 1) {
-        KO_INDEPENDENT_ITERATIONS
-        for (std::int64_t x = 0; x < width; ++x)
-            storeSample<T>(row, x, mask[x] != 0 ? loadSample<T>(row, x) : T{0});
-        return;
+    if (channels == 1)
+        return ClearUnmaskedPixels<T, 1>(row, mask, width);
+    // Pixels of wider samples are too long for the compiler to vectorise.
+    if constexpr (sizeof(T) <= 4) {
+        if (channels == 3)
+            return ClearUnmaskedPixels<T, 3>(row, mask, width);
+        if (channels == 4)
+            return ClearUnmaskedPixels<T, 4>(row, mask, width);
     }
     for (std::int64_t x = 0; x < width; ++x) {
         if (mask[x] != 0)
