@@ -16,28 +16,70 @@ inside() {
     chroot "$system" env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LC_ALL=C.UTF-8 DEBIAN_FRONTEND=noninteractive "$@"
 }
 
+# Packages of Debian by name, ours by place.
+install() {
+    inside sh -ec "apt-get install -y -qq $* >/dev/null"
+}
+
+fail() {
+    echo "$*" >&2
+    exit 1
+}
+
+# says TEXT COMMAND...: what a command prints has this text.
+says() {
+    inside "${@:2}" | grep -F -- "$1" >/dev/null || fail "not said by ${*:2}: $1"
+}
+
+# For the users inside as well, whose root directory this is.
+chmod 755 "$system"
 debootstrap --variant=minbase bookworm "$system" >/dev/null
 # The same mirror, proxy and certificates as the machine that runs this.
 rm "$system/etc/apt/sources.list"
 cp -a /etc/apt/sources.list* /etc/apt/apt.conf.d "$system/etc/apt/"
+cat > "$system/etc/apt/apt.conf.d/zz-bare" <<END
+APT::Install-Recommends "false";
+Dpkg::Use-Pty "false";
+END
 # The system is thrown away, so nothing has to reach the disk.
 echo force-unsafe-io > "$system/etc/dpkg/dpkg.cfg.d/unsafe-io"
 mount -t proc proc "$system/proc"
-inside apt-get -o APT::Sandbox::User=root update -qq
+inside apt-get update -qq
 
 mkdir -p "$system/packages/work"
 cp "$packages"/*.deb "$system/packages"
-cp -r "$sources/tests/client" "$system/packages/client"
+cp -r "$sources/tests/client" "$sources/examples" "$system/packages"
 
-# A program of the tool alone, before any compiler is there.
-inside sh -ec 'apt-get -o APT::Sandbox::User=root install -y -qq --no-install-recommends /packages/libkoimproc1_*.deb /packages/koimproc-tools_*.deb >/dev/null'
+# The tool alone, before any compiler is there.
+install '/packages/libkoimproc1_*.deb /packages/koimproc-tools_*.deb'
 inside ko --version
-inside sh -ec 'apt-get -o APT::Sandbox::User=root install -y -qq --no-install-recommends g++ cmake ninja-build pkg-config python3 qtbase5-dev >/dev/null'
 
-inside sh -ec 'apt-get -o APT::Sandbox::User=root install -y -qq --no-install-recommends /packages/libkoimproc-dev_*.deb >/dev/null'
+# Its manual page and what shells complete, found where `man` and the shells look.
+install man-db bash-completion fish zsh
+warnings=$(inside man --warnings ko 2>&1 >/dev/null)
+[ -z "$warnings" ] || fail "$warnings"
+says 'ko median' man ko
+says '_ko' bash -c 'source /usr/share/bash-completion/bash_completion; _completion_loader ko; complete -p ko'
+says '--radius' fish -c 'complete -C "ko median --"'
+says '_ko' zsh -fc 'autoload -Uz compinit; compinit -uD; print -r -- $_comps[ko]'
+
+# Programs of others.
+install g++ cmake ninja-build pkg-config python3 qtbase5-dev
+install '/packages/libkoimproc-dev_*.deb'
 for way in find_package pkg_config; do
     inside python3 /packages/client/consume.py --compiler g++ --work /packages/work --prefix /usr $way
 done
+
+# What the header for QImage needs has come with qtbase5-dev. There is no OpenCV, so that nothing but its own header
+# can have asked for it; and the libraries and programs without QImage do not load QtGui.
+inside sh -ec 'g++ -std=c++17 -fPIC /packages/examples/qimage.cpp -o /packages/work/qimage $(pkg-config --cflags --libs koimproc Qt5Gui)'
+says 'red at the bad pixel: 255 before, 120 after' /packages/work/qimage
+if inside pkg-config --exists opencv4; then
+    fail "OpenCV was installed"
+fi
+if inside ldd /packages/work/pkg_config_client | grep -E 'Qt5Gui|opencv'; then
+    fail "loaded by a program that does not need it"
+fi
 
 names=(libkoimproc-dev libkoimproc1 koimproc-tools)
 inside dpkg -L "${names[@]}" | sort -u > "$system/packages/installed"
