@@ -20,6 +20,10 @@ BITS = 12
 # The enlarged planes lie half a cell, which is one pixel, to the right and below of where the sensor saw them.
 SHIFT = "1,1"
 
+# Where to look closely: an eye, a rocket's nose, a spoon.
+MIDDLE = "50% 40%"
+PLACES = {"astronaut.png": "43% 19%", "coffee.png": "63% 71%", "chelsea.png": "36% 37%", "rocket.jpg": "50% 34%"}
+
 STYLE = """
 body { margin: 0 auto; max-width: 80rem; padding: 2rem; font: 1rem/1.5 system-ui, sans-serif; color: #ddd;
        background: #1b1c1f; }
@@ -29,7 +33,7 @@ p { max-width: 50rem; } a { color: inherit; }
 figure { flex: 1 1 16rem; min-width: 0; margin: 0; } figcaption { color: #999; font-size: .9rem; }
 img { display: block; width: 100%; border-radius: .3rem; }
 .zoom { height: 16rem; margin-top: .5rem; border-radius: .3rem; image-rendering: pixelated;
-        background-position: 50% 40%; background-repeat: no-repeat; }
+        background-repeat: no-repeat; }
 td, th { padding: .1rem 1rem .1rem 0; text-align: right; } td:first-child, th:first-child { text-align: left; }
 """
 
@@ -49,10 +53,11 @@ it at six times its size.</p>
 """
 
 
-def figure(directory, picture, caption, width):
+def figure(directory, picture, caption, width, place=MIDDLE):
     link = quote(str(picture.relative_to(directory)))
     return (f'<figure><a href="{link}"><img src="{link}" alt=""></a>'
-            f'<div class="zoom" style="background-image: url({link}); background-size: {6 * width}px"></div>'
+            f'<div class="zoom" style="background-image: url({link}); background-size: {6 * width}px; '
+            f'background-position: {place}"></div>'
             f"<figcaption>{html.escape(caption)}</figcaption></figure>")
 
 
@@ -88,11 +93,11 @@ class Gallery:
         result = self.place("results", photo.stem + ".png")
         self.ko("simulate", original, "-o", mosaic, "--grid", grid, "--bits", BITS)
         summary = self.ko("demosaic", mosaic, "-o", result)
-        width = self.width(mosaic)
+        close = self.width(mosaic), PLACES.get(photo.name, MIDDLE)
         return (f"<h2>{html.escape(photo.name)}</h2>" + '<div class="row">' +
-                figure(self.directory, original, "Original", width) +
-                figure(self.directory, mosaic, f"Mosaic {grid.upper()}, {BITS} bits", width) +
-                figure(self.directory, result, "Result: " + summary.strip(), width) + "</div>" +
+                figure(self.directory, original, "Original", *close) +
+                figure(self.directory, mosaic, f"Mosaic {grid.upper()}, {BITS} bits", *close) +
+                figure(self.directory, result, "Result: " + summary.strip(), *close) + "</div>" +
                 self.ratios(original, result))
 
     def raw(self, raw, number):
@@ -108,8 +113,9 @@ class Gallery:
 
     def write(self, text, sections, file="index.html", title="Demosaicing with koimproc"):
         page = self.place(".", file)
-        page.write_text('<!DOCTYPE html><html lang="en"><head><meta charset="utf-8"><title>koimproc</title>'
-                        f"<style>{STYLE}</style></head><body><h1>{title}</h1>"
+        page.write_text('<!DOCTYPE html><html lang="en"><head><meta charset="utf-8">'
+                        '<meta name="viewport" content="width=device-width, initial-scale=1">'
+                        f"<title>{title}</title><style>{STYLE}</style></head><body><h1>{title}</h1>"
                         f"{text}{''.join(sections)}</body></html>\n", encoding="utf-8")
         print(f"The pictures are in {page.resolve()}")
 

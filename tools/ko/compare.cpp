@@ -101,7 +101,7 @@ const Command compareCommand{
     "Files", "compare", "Peak signal-to-noise ratio of two pictures",
     [](CLI::App& command) -> Command::Action {
         auto options = std::make_shared<Options>();
-        command.add_option("reference", options->reference)->required();
+        command.add_option("reference", options->reference, "what the picture should be like")->required();
         command
             .add_option("picture", options->picture,
                         "of the reference's size; one row or column more or less is left out")
