@@ -75,8 +75,7 @@ inline bool hasWholeRows(const cv::Mat& mat)
 /// image as it was. `bitsPerSample` and `bayerGrid` are not known to the Mat.
 ///
 /// @param image  of a sample type of the table above, mono or interleaved. Rows must start at multiples of
-/// the
-///               sample size. The pixels must outlive the Mat
+///               the sample size. The pixels must outlive the Mat
 /// @returns the Mat; an empty one when the image is absent, has no pixels, another format or misaligned rows
 inline cv::Mat viewAsMat(const SxImageBuf& image)
 {

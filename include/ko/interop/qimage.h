@@ -120,8 +120,7 @@ inline QImage viewAsQImage(const SxImageBuf& image)
 /// @param image  of a format of the table above. It must outlive the view and keep its pixels: nothing may be
 ///               assigned to it, nor may a copy be taken and then one of them be painted on
 /// @returns the image, for use without `FreeBuffer`; an empty record (null `data`) for a null QImage or one
-/// of
-///          another format
+///          of another format
 inline SxImageBuf viewOf(QImage& image)
 {
     std::uint8_t* bits = image.bits();

@@ -2,19 +2,19 @@
 //
 // Common to all of them:
 //
-// - A sample is its own bin number: counting adds 1 to `bins[plane][sample]`. Counts already there are kept;
-//   only `HistogramEx` starts anew. Counters wrap at 2^32.
-// - The levels that an image needs are 2^bitsPerSample. Samples at or above `hist.levels` are left out, and
-// so
-//   are planes that the histogram does not have.
-// - "Countable" means present, and `UInt8` of at most 8 or `UInt16` of at most 16 bits. The masked forms take
-//   `Int8` and `Int16` too and read their samples without sign; only `UInt8` is held to 8 bits there.
+// - A sample is its own bin number: counting adds 1 to `bins[plane][sample]`. Counts already there are
+//   kept; only `HistogramEx` starts anew. Counters wrap at 2^32.
+// - The levels that an image needs are 2^bitsPerSample. Samples at or above `hist.levels` are left out,
+//   and so are planes that the histogram does not have.
+// - "Countable" means present, and `UInt8` of at most 8 or `UInt16` of at most 16 bits. The masked forms
+//   take `Int8` and `Int16` too and read their samples without sign; only `UInt8` is held to 8 bits
+//   there.
 // - A channel is a logical one (`ChannelIndexLogicalToPhysical`).
 // - A histogram *for* an image has bins and at least the levels that the image needs.
-// - `packing` is `Interleaved` or `Planar`; anything else is `ResultUnsupportedType`, after all other checks.
+// - `packing` is `Interleaved` or `Planar`; anything else is `ResultUnsupportedType`, after all other
+//   checks.
 // - On failure the histogram and `count` are untouched, unless the operation says otherwise. Large images
-// take
-//   up to 1 MB of working memory before anything is counted; where it cannot be had the answer is
+//   take up to 1 MB of working memory before anything is counted; where it cannot be had the answer is
 //   `ResultFailed`.
 // - Everything runs on the calling thread, in O(pixels visited * channels counted) plus the tables' size.
 #pragma once
