@@ -11,10 +11,13 @@ from pathlib import Path
 
 EXPECTED = {
     "first": r"red 1000, green 1000, blue 1000\n",
+    "measure": r"(position \d: 15360 of 76800 pixels are white\n){4}mean of a region: 1596\.0\n"
+               r"a region that leaves the image is refused\nunder the mask: 2552\.0, deviation 481\.5\n",
     "pipeline": r"(?s)camera +200 processed.*\ngreen of the last frame: 199\n",
     "qimage": r"red at the bad pixel: 255 before, 120 after\n",
     "opencv": r"red (999|1000), green (999|1000), blue (999|1000)\n153600 pixels set\n",
 }
+SHOWN = {"first": "README.md", "measure": "docs/site/first-steps.md"}
 
 
 class Examples(unittest.TestCase):
@@ -32,9 +35,10 @@ class Examples(unittest.TestCase):
         sources = {path.stem for path in (self.root / "examples").glob("*.cpp")}
         self.assertEqual(set(EXPECTED), sources)
 
-    def test_the_first_program_of_the_readme_is_the_one_that_runs(self):
-        program = (self.root / "examples/first.cpp").read_text()
-        self.assertIn(f"```cpp\n{program}```\n", (self.root / "README.md").read_text())
+    def test_programs_in_the_documentation_are_those_that_run(self):
+        for name, document in SHOWN.items():
+            program = (self.root / f"examples/{name}.cpp").read_text()
+            self.assertIn(f"```cpp\n{program}```\n", (self.root / document).read_text())
 
 
 if __name__ == "__main__":

@@ -26,6 +26,7 @@ HEADERS = Path("include/ko")
 # Pages besides the rooms: source, identifier, title in the bar at the top.
 PAGES = [
     (SITE / "index.md", "index", "Overview"),
+    (SITE / "first-steps.md", "first-steps", "First steps"),
     (SITE / "concepts.md", "concepts", "Concepts"),
     (Path("docs/tool.md"), "tool", "The tool"),
     (Path("docs/performance.md"), "performance", "Performance"),
@@ -43,20 +44,22 @@ IDENTIFIERS |= {path.resolve(): room for path, room in ROOM_PAGES.items()}
 
 EXPORTED = re.compile(r"^KO_EXPORT [\w:*& ]+?[ *&](\w+)\(|^inline [\w:]+ (viewOf|viewAs\w+)\(|^class KO_EXPORT (\w+)",
                       re.MULTILINE)
+RECORD = re.compile(r"^(?:struct|enum) ((?:Sx|Ex)\w+)", re.MULTILINE)
 TITLE = re.compile(r"\A# (.+)\n")
 LINK = re.compile(r"(?<!!)\[([^\]]+)\]\(([^)\s]+)\)")
 PICTURE = re.compile(r"!\[([^\]]*)\]\((pictures/[^)]+)\)")
 PICTURE_LINE = re.compile(r"^(?:!\[[^\]]*\]\(pictures/[^)]+\) *)+$", re.MULTILINE)
-BARRED_CODE = re.compile(r"`([^`\n]*\\\|[^`\n]*)`")  # how Markdown has a bar in the code of a table
+COMMAND_CODE = re.compile(r"`([^`\n]*(?:\\\||--)[^`\n]*)`")  # with options, or a bar as the code of a table has it
 CODE = re.compile(r"`([A-Za-z]\w+)`")
 COMMENT = re.compile(r"<!--.*?-->\n?", re.DOTALL)
 PREAMBLE = "<!-- what holds for every operation -->"
 
 
 def exported_names():
-    """Every operation and class with its room."""
+    """Every operation and class with its room. Records and enumerations have none: no page has to tell of them."""
     names = {}
     for header in sorted(HEADERS.rglob("*.h")):
+        names.update(dict.fromkeys(RECORD.findall(header.read_text())))
         for match in EXPORTED.finditer(header.read_text()):
             names[match[1] or match[2] or match[3]] = room_of(header)
     return names
@@ -83,9 +86,10 @@ def figures(line):
     return f'@htmlonly[block]\n<div class="pictures">{shown}</div>\n@endhtmlonly'
 
 
-def plain_code(code):
-    """Code as HTML, in which Doxygen takes a bar as it is but would make a dash of two hyphens."""
-    return "<code>" + html.escape(code[1]).replace("--", "\\--") + "</code>"
+def command_code(code):
+    """Code as HTML whose words are not broken at hyphens, in which Doxygen would make a dash of two of them."""
+    words = html.escape(code[1], quote=False).replace("--", "\\--").split(" ")
+    return "<code>" + " ".join(f'<span class="word">{word}</span>' for word in words) + "</code>"
 
 
 def translated(source, names):
@@ -100,7 +104,7 @@ def translated(source, names):
     text = COMMENT.sub("", text)
     text = LINK.sub(lambda link: resolved(link, source), text)
     text = PICTURE_LINE.sub(figures, text)
-    text = BARRED_CODE.sub(plain_code, text)
+    text = COMMAND_CODE.sub(command_code, text)
     text = CODE.sub(lambda code: f"[{code[1]}](@ref ko::{code[1]})" if code[1] in names else code[0], text)
     return title[1], text
 
