@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Relative links of the Markdown files lead somewhere, and the site shows only pictures that it makes.
+"""Relative links of the Markdown files lead somewhere, the site shows only pictures that it makes, and code that is
+quoted from a source stands there.
 
 usage: markdown_test.py <root of the source tree>
 """
@@ -10,6 +11,8 @@ from pathlib import Path
 
 LINK = re.compile(r"\[[^\]]*\]\(([^)\s]+)\)")
 FENCED = re.compile(r"^```.*?^```", re.MULTILINE | re.DOTALL)
+STEP = re.compile(r"^## [^\n]*`([^`\n]+)`\n(.*?)(?=^## |\Z)", re.MULTILINE | re.DOTALL)
+QUOTED = re.compile(r"^```cpp\n(.*?)^```", re.MULTILINE | re.DOTALL)
 GENERATED = "pictures/"  # made by tools/site/pictures.py, so not in the tree
 
 
@@ -45,6 +48,11 @@ def broken(path, root, pictures):
             yield f"{path}: {link} has no such heading"
 
 
+def quotations(text):
+    """The code below headings that name a file, with that file."""
+    return [(file.replace("{h,cpp}", "cpp"), code) for file, step in STEP.findall(text) for code in QUOTED.findall(step)]
+
+
 class Markdown(unittest.TestCase):
     root = Path()
 
@@ -54,6 +62,12 @@ class Markdown(unittest.TestCase):
         files = list(markdown_files(self.root))
         self.assertGreater(len(files), 15, "this is not the source tree")
         self.assertEqual([], [sentence for path in files for sentence in broken(path, self.root, STEPS)])
+
+    def test_quotes_code_as_it_is(self):
+        quoted = quotations((self.root / "docs/adding-an-operation.md").read_text())
+        self.assertEqual(3, len(quoted))
+        for file, code in quoted:
+            self.assertIn(code, (self.root / file).read_text())
 
 
 class Rules(unittest.TestCase):
