@@ -49,7 +49,7 @@ TITLE = re.compile(r"\A# (.+)\n")
 LINK = re.compile(r"(?<!!)\[([^\]]+)\]\(([^)\s]+)\)")
 PICTURE = re.compile(r"!\[([^\]]*)\]\((pictures/[^)]+)\)")
 PICTURE_LINE = re.compile(r"^(?:!\[[^\]]*\]\(pictures/[^)]+\) *)+$", re.MULTILINE)
-COMMAND_CODE = re.compile(r"`([^`\n]*(?:\\\||--)[^`\n]*)`")  # with options, or a bar as the code of a table has it
+COMMAND_CODE = re.compile(r"`([^`\n]*(?:\\\||--|@)[^`\n]*)`")  # with options, a bar of a table or Doxygen's own
 CODE = re.compile(r"`([A-Za-z]\w+)`")
 COMMENT = re.compile(r"<!--.*?-->\n?", re.DOTALL)
 PREAMBLE = "<!-- what holds for every operation -->"
@@ -87,8 +87,8 @@ def figures(line):
 
 
 def command_code(code):
-    """Code as HTML whose words are not broken at hyphens, in which Doxygen would make a dash of two of them."""
-    words = html.escape(code[1], quote=False).replace("--", "\\--").split(" ")
+    """Code as HTML whose words are not broken at hyphens, in which Doxygen makes no dashes and follows no orders."""
+    words = html.escape(code[1], quote=False).replace("--", "\\--").replace("@", "\\@").split(" ")
     return "<code>" + " ".join(f'<span class="word">{word}</span>' for word in words) + "</code>"
 
 
