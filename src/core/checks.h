@@ -29,22 +29,24 @@ inline ResultCode firstFailure(std::initializer_list<Check> checks) noexcept
     return ResultOk;
 }
 
-/// The samples of a row (of one plane, for planar data) lie within the stride.
-inline bool strideHoldsRow(const SxImageInfo& info) noexcept
+/// The samples of a row (of one plane, for planar data) take no more than `bytes`.
+inline bool rowTakesAtMost(std::int32_t bytes, const SxImageInfo& info) noexcept
 {
     const std::int64_t samples =
         info.packing == Interleaved ? std::int64_t{info.width} * info.channels : std::int64_t{info.width};
     // 2^31 * 2^31 samples of up to 16 bytes would not fit; no stride reaches them either.
     constexpr std::int64_t beyondAnyStride = std::int64_t{1} << 40;
-    return samples <= beyondAnyStride && samples * bytesPerSample(info.dataType) <= info.stride;
+    return samples <= beyondAnyStride && samples * bytesPerSample(info.dataType) <= bytes;
 }
 
 /// The last row ends inside the image's memory, and that memory is one that addresses can span. An image
-/// without rows has none that could leave it. The geometry of a record is looked at last, when its type is
-/// known to be one that the operation works on.
+/// without rows has none that could leave it, so any stride does, but no row may be longer than strides get:
+/// working memory is made by the length of a row. The geometry of a record is looked at last, when its type
+/// is known to be one that the operation works on.
 inline bool rowsFit(const SxImageInfo& info) noexcept
 {
-    return info.stride >= 0 && (info.height == 0 || strideHoldsRow(info)) &&
+    constexpr std::int32_t longest = std::numeric_limits<std::int32_t>::max();
+    return info.stride >= 0 && rowTakesAtMost(info.height == 0 ? longest : info.stride, info) &&
            imageByteSize(info) <= std::size_t{std::numeric_limits<std::ptrdiff_t>::max()};
 }
 

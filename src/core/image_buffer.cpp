@@ -51,7 +51,7 @@ ResultCode allocate(SxImageBuf& image, bool cleared) noexcept
     SxImageInfo laidOut = image;
     if (laidOut.stride == 0)
         laidOut.stride = chosenStride(laidOut);
-    if (!strideHoldsRow(laidOut) || !rowsFit(laidOut))
+    if (!rowTakesAtMost(laidOut.stride, laidOut) || !rowsFit(laidOut))
         return ResultFailed;
 
     const std::size_t pixels = imageByteSize(laidOut);

@@ -103,6 +103,10 @@ TEST(Rows, ThatDoNotExistFitAnyStride)
     EXPECT_TRUE(rowsFit(image(4, 0, 3)));
     EXPECT_FALSE(rowsFit(image(4, 0, -4)));
     EXPECT_FALSE(rowsFit(image(4, -1, 3)));
+    SxImageBuf longest = image(most, 0, 0);
+    EXPECT_TRUE(rowsFit(longest));
+    longest.dataType = UInt16;
+    EXPECT_FALSE(rowsFit(longest)) << "a row that no stride could hold";
 }
 
 TEST(Rows, WithProductsBeyond64BitsDoNotFit)
