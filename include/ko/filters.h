@@ -60,9 +60,9 @@ KO_EXPORT ResultCode Stretch(const SxImageBuf& src, SxImageBuf& dst, Interpolati
 ///   ResultBadArg1          rows of src are longer than its stride
 ///   ResultBadArg2          rows of dst are longer than its stride
 ///   ResultFailed           out of memory, or radius above 32767
-/// On failure dst is untouched. Strips of the image run in parallel (dynamic). About O(height * width): the
-/// radius adds little, different medians close to each other add some.
+/// On failure dst is untouched. Strips run in parallel (dynamic). O(height * width), times radius up to 7.
 /// @source A. Adams, "Fast median filters using separable sorting networks", SIGGRAPH 2021: radius 1 to 3
+/// @source L. Sugy, "A fast parallel median filtering algorithm using hierarchical tiling", 2025: 4 to 7
 KO_EXPORT ResultCode Median(const SxImageBuf& src, SxImageBuf& dst, int radius, void* buffer);
 
 /// Makes the work buffer of `Median` for images of one format, with as many strips as there are threads now.

@@ -4,6 +4,7 @@
 #include "filters/median_network.h"
 #include "filters/median_plan.h"
 #include "filters/median_search.h"
+#include "filters/median_tiles.h"
 #include "frame/boundary.h"
 #include "frame/rows.h"
 
@@ -32,10 +33,16 @@ bool isCounterWidth(std::uint64_t width) noexcept
     return width == 1 || width == 2 || width == 4;
 }
 
+/// The median of this radius is searched for: there is no network for it.
+bool isSearched(const SxImageInfo& info, std::int64_t radius) noexcept
+{
+    return radius > largestNetworkRadius && !hasTileMedians(info.dataType, radius);
+}
+
 /// Makes the strips' scratch memory large enough for the radius.
 void prepareScratch(MedianBuffer& buffer, std::int64_t radius)
 {
-    if (radius <= largestNetworkRadius)
+    if (!isSearched(buffer.plan->info, radius))
         return;
     for (MedianTile& tile : buffer.plan->tiles) {
         const std::size_t bytes = medianScratchBytes(tile, buffer.plan->info.dataType, radius);
@@ -98,10 +105,12 @@ ResultCode Median(const SxImageBuf& src, SxImageBuf& dst, int radius, void* buff
         std::vector<MedianTile>& tiles = work->plan->tiles;
         rowsDynamic(static_cast<std::int64_t>(tiles.size()), [&](std::int64_t i) noexcept {
             MedianTile& tile = tiles[static_cast<std::size_t>(i)];
-            if (radius <= largestNetworkRadius)
+            if (isSearched(src, radius))
+                searchMedians(src, dst, tile, radius);
+            else if (radius <= largestNetworkRadius)
                 sortMedians(src, dst, tile, radius);
             else
-                searchMedians(src, dst, tile, radius);
+                tileMedians(src, dst, tile, radius);
         });
         return ResultOk;
     });

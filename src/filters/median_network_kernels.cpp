@@ -2,7 +2,6 @@
 
 #include "core/image_view.h"
 #include "core/kernel_loops.h"
-#include "filters/sorting_networks.h"
 
 #include <algorithm>
 #include <cstring>
@@ -15,39 +14,14 @@
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
+#include "filters/median_exchange-inl.h"
+
 HWY_BEFORE_NAMESPACE();
 namespace ko {
 namespace HWY_NAMESPACE {
 namespace {
 
 namespace hn = hwy::HWY_NAMESPACE;
-
-template <int kCount>
-struct Sorting {
-    static constexpr SortingNetwork network = sortingNetwork(kCount);
-};
-template <int kA, int kB>
-struct Merging {
-    static constexpr SortingNetwork network = mergingNetwork(kA, kB);
-};
-
-/// Applies a network to vectors. What it makes and nobody reads, the compiler drops.
-template <class Net, class V, std::size_t... kI>
-HWY_INLINE void Apply(V* v, std::index_sequence<kI...>) noexcept
-{
-    const auto exchange = [v](int low, int high) {
-        const V smaller = hn::Min(v[low], v[high]);
-        v[high] = hn::Max(v[low], v[high]);
-        v[low] = smaller;
-    };
-    (exchange(Net::network.comparators[kI].low, Net::network.comparators[kI].high), ...);
-}
-
-template <class Net, class V>
-HWY_INLINE void Apply(V* v) noexcept
-{
-    Apply<Net>(v, std::make_index_sequence<Net::network.size>());
-}
 
 /// Calls body(x) for vectors that cover first ... end - 1, at least one vector. All but the first and the
 /// last start at `aligned` plus whole vectors; these two overlap their neighbours where they have to.

@@ -406,16 +406,38 @@ TEST(MedianTargets, EqualTheTwinForEveryWidth)
 {
     const Threads one(1);
     for (const ExImageDataType type : {UInt8, UInt16})
-        for (const int radius : {1, 2, 3, 4})
+        for (const int radius : {1, 2, 3, 4, 8})
             for (int width = 2 * radius + 1; width <= 150; ++width)
                 compareWithTwin({type, 1, type == UInt8 ? 8 : 16, radius, width, 2 * radius + 2});
+}
+
+TEST(MedianTargets, EqualTheTwinForEveryHeightAndPlaceInATile)
+{
+    const Threads one(1);
+    forEachContainer([](ExImageDataType type, int channels, int bits) {
+        for (int radius = 4; radius <= 7; ++radius)
+            for (int more = 0; more <= 2 * radius + 4; ++more)
+                compareWithTwin(
+                    {type, channels, bits, radius, 2 * radius + 1 + more / 2, 2 * radius + 1 + more});
+    });
+}
+
+TEST(MedianTargets, EqualTheTwinAcrossTheJointsOfPieces)
+{
+    const Threads one(1);
+    for (const int radius : {4, 5, 6, 7})
+        for (const int more : {0, 1, 4, 13}) {
+            compareWithTwin({UInt8, 1, 8, radius, 1024 + more, 2 * radius + 3});
+            compareWithTwin({UInt16, 1, 16, radius, 512 + more, 2 * radius + 3});
+            compareWithTwin({UInt16, 3, 12, radius, 512 + more, 2 * radius + 3, Pattern::Ramp});
+        }
 }
 
 TEST(MedianTargets, EqualTheTwinAcrossTheJointsOfBlocks)
 {
     const Threads one(1);
     forEachContainer([](ExImageDataType type, int channels, int bits) {
-        for (const int radius : {1, 2, 3, 6, 8})
+        for (const int radius : {1, 2, 3, 6, 8, 10})
             compareWithTwin({type, channels, bits, radius, 301 / channels, 83});
     });
 }
@@ -425,7 +447,7 @@ TEST(MedianTargets, EqualTheTwinForEveryPatternOfSamples)
     const Threads one(1);
     forEachContainer([](ExImageDataType type, int channels, int bits) {
         for (const Pattern pattern : allPatterns)
-            for (const int radius : {1, 2, 3, 5})
+            for (const int radius : {1, 2, 3, 4, 5, 6, 7, 9})
                 compareWithTwin({type, channels, bits, radius, 70, 21, pattern});
     });
 }
@@ -433,11 +455,11 @@ TEST(MedianTargets, EqualTheTwinForEveryPatternOfSamples)
 TEST(MedianTargets, CutSamplesBeyondTheDepth)
 {
     const Threads one(1);
-    for (const int radius : {1, 2, 3, 5}) {
+    for (const int radius : {1, 2, 3, 5, 8}) {
         for (int bits = 1; bits <= 8; ++bits)
-            compareWithTwin({UInt8, 1, bits, radius, 40, 13});
+            compareWithTwin({UInt8, 1, bits, radius, 40, 17});
         for (int bits = 1; bits <= 16; ++bits)
-            compareWithTwin({UInt16, 1, bits, radius, 40, 13});
+            compareWithTwin({UInt16, 1, bits, radius, 40, 17});
     }
 }
 
@@ -483,7 +505,7 @@ TEST(MedianThreads, GiveTheSameBytesForAnyNumber)
 {
     forEachThreadCount([] {
         for (const ExImageDataType type : {UInt8, UInt16})
-            for (const int radius : {1, 2, 3, 6})
+            for (const int radius : {1, 2, 3, 6, 9})
                 compareWithTwin({type, 3, 8, radius, 200, 30});
     });
 }
@@ -508,6 +530,9 @@ TEST(MedianBuffers, ServeSmallerWindowsAndLargerOnesThatTheyHaveRoomFor)
     const WorkBuffer made(infoOf(90, 40, UInt16, 16), 4);
     for (const int radius : {0, 1, 2, 3, 4, 5, 7})
         compareWithTwin({UInt16, 1, 16, radius, 90, 40}, made);
+    const WorkBuffer wide(infoOf(90, 40, UInt16, 16), 8);
+    for (const int radius : {3, 7, 8, 9, 12})
+        compareWithTwin({UInt16, 1, 16, radius, 90, 40}, wide);
 }
 
 TEST(MedianMemory, RunningOutIsAFailureThatLeavesNothingBehind)
@@ -522,7 +547,7 @@ TEST(MedianMemory, RunningOutIsAFailureThatLeavesNothingBehind)
         bool struck = false;
         {
             const NewFailure failure(granted);
-            rc = Median(src, dst, 6, nullptr);
+            rc = Median(src, dst, 9, nullptr);
             struck = NewFailure::hasStruck();
         }
         failures += rc == ResultFailed ? 1 : 0;

@@ -52,11 +52,27 @@ TEST(SortingNetworks, MergeSortedSequencesOfAnyTwoLengths)
                 }
 }
 
+TEST(SortingNetworks, MergeTheLongestSequencesInUse)
+{
+    for (const auto& [a, b] : {std::pair{58, 16}, {82, 24}, {80, 20}, {96, 48}})
+        for (int onesOfA = 0; onesOfA <= a; ++onesOfA)
+            for (int onesOfB = 0; onesOfB <= b; ++onesOfB) {
+                std::vector<int> values(static_cast<std::size_t>(a + b));
+                std::fill(values.begin() + a - onesOfA, values.begin() + a, 1);
+                std::fill(values.end() - onesOfB, values.end(), 1);
+                const std::vector<int> merged = applied(mergingNetwork(a, b), values);
+                ASSERT_TRUE(std::is_sorted(merged.begin(), merged.end()))
+                    << a << " " << b << " " << onesOfA << " " << onesOfB;
+            }
+}
+
 TEST(SortingNetworks, OfTheWindowsInUseHaveAsFewComparatorsAsIsKnownToBePossible)
 {
     EXPECT_EQ(sortingNetwork(3).size, 3U);
     EXPECT_EQ(sortingNetwork(5).size, 9U);
+    EXPECT_EQ(sortingNetwork(6).size, 12U);
     EXPECT_EQ(sortingNetwork(7).size, 16U);
+    EXPECT_EQ(sortingNetwork(8).size, 19U);
 }
 
 }  // namespace
