@@ -178,16 +178,11 @@ private:
 template <class Body>
 auto withTypes(std::int64_t radius, const Body& body) noexcept
 {
-    switch (medianCounterWidth(radius)) {
-    case 1:
-        return body(std::uint8_t{}, std::uint8_t{});
-    case 2:
-        if (radius <= largestRadiusOfBytePlaces)
-            return body(std::uint16_t{}, std::uint8_t{});
-        return body(std::uint16_t{}, std::uint16_t{});
-    default:
+    if (medianCounterWidth(radius) > 2)
         return body(std::uint32_t{}, std::uint32_t{});
-    }
+    if (radius > largestRadiusOfBytePlaces)
+        return body(std::uint16_t{}, std::uint16_t{});
+    return body(std::uint16_t{}, std::uint8_t{});
 }
 
 }  // namespace

@@ -199,10 +199,6 @@ const MedianSearchKernels<Count, Place>& Kernels()
     return kernels;
 }
 
-const MedianSearchKernels<std::uint8_t, std::uint8_t>& Kernels8()
-{
-    return Kernels<std::uint8_t, std::uint8_t>();
-}
 const MedianSearchKernels<std::uint16_t, std::uint8_t>& Kernels16()
 {
     return Kernels<std::uint16_t, std::uint8_t>();
@@ -224,17 +220,11 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace ko {
 namespace {
-HWY_EXPORT(Kernels8);
 HWY_EXPORT(Kernels16);
 HWY_EXPORT(Kernels16Wide);
 HWY_EXPORT(Kernels32);
 }  // namespace
 
-template <>
-const MedianSearchKernels<std::uint8_t, std::uint8_t>& medianSearchKernels()
-{
-    return HWY_DYNAMIC_DISPATCH(Kernels8)();
-}
 template <>
 const MedianSearchKernels<std::uint16_t, std::uint8_t>& medianSearchKernels()
 {
