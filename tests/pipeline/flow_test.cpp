@@ -1,7 +1,5 @@
-#include "core/pipeline/frame_queue.h"
 #include "pipeline/stage.h"
 #include "support/allocation_failure.h"
-#include "support/failing_new.h"
 #include "support/log_capture.h"
 
 #include <gmock/gmock.h>
@@ -239,39 +237,6 @@ TEST(Flow, CountsFramesThatRefuseToBeCopiedAsDropped)
     ASSERT_TRUE(DrainPipe(first));
     EXPECT_EQ(1U, ends[0].statistics().dropped);
     EXPECT_EQ(1U, ends[1].statistics().processed);
-}
-
-TEST(Flow, LosesAnImageForWhichThereIsNoFrame)
-{
-    CxFrameSource source;
-    SxImageBuf image;
-    ASSERT_EQ(AllocBuffer(image, 4, 4, 1, UInt8, 0, 8, Interleaved, false, CompressionNone), ResultOk);
-    bool isPushed = true;
-    {
-        const NewFailure none(0);
-        isPushed = source.push(image);
-    }
-    EXPECT_FALSE(isPushed);
-}
-
-TEST(Queue, DropsFramesThatItHasNoMemoryFor)
-{
-    constexpr int most = 1000;
-    FrameQueue queue;
-    queue.open(most, QueueBlocks);
-    std::vector<FrameQueue::Frame> frames;
-    for (int i = 0; i < most; ++i)
-        frames.push_back(std::make_unique<CxImageData>());
-    int taken = 0;
-    {
-        const NewFailure none(0);
-        while (taken < most && queue.push(std::move(frames[static_cast<std::size_t>(taken)]), nullptr))
-            ++taken;
-    }
-    EXPECT_LT(taken, most);
-    EXPECT_EQ(1U, queue.statistics().dropped);
-    EXPECT_TRUE(queue.push(std::make_unique<CxImageData>(), nullptr));
-    queue.close();
 }
 
 TEST(Flow, MeasuresFramesPerSecond)
