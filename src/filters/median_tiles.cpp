@@ -29,13 +29,11 @@ public:
     {
         if (x < 0 && y < m_height)
             return isLowOnLine(-x, m_height - 1 - y);
-        if (y < 0 && x < m_width)
+        if (y < 0)
             return isLowOnLine(-y, x);
-        if (x >= m_width && y >= 0)
+        if (x >= m_width)
             return isLowOnLine(x - m_width + 1, y);
-        if (y >= m_height)
-            return isLowOnLine(y - m_height + 1, m_width - 1 - x);
-        return isLowOnLine(-y, x);
+        return isLowOnLine(y - m_height + 1, m_width - 1 - x);
     }
 
 private:
