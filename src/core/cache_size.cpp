@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <fstream>
+#include <string>
 
 namespace ko {
 
@@ -29,7 +30,7 @@ unsigned sizeIn(const std::string& path)
     return size > ~0U / factor ? 0U : size * factor;
 }
 
-unsigned askSystem()
+unsigned askSystem() noexcept
 {
     const long size = sysconf(_SC_LEVEL2_CACHE_SIZE);
     if (size > 0 && size <= long{~0U >> 1})
@@ -39,14 +40,18 @@ unsigned askSystem()
 
 }  // namespace
 
-unsigned l2CacheSizeFrom(const std::string& directory)
+unsigned l2CacheSizeFrom(const char* directory) noexcept
 {
-    // A processor lists two caches of the first level, one of each further one.
-    for (const char* const index : {"/index0/", "/index1/", "/index2/", "/index3/", "/index4/"}) {
-        const std::string cache = directory + index;
-        if (firstWordOf<int>(cache + "level") == 2 &&
-            firstWordOf<std::string>(cache + "type") != "Instruction")
-            return sizeIn(cache + "size");
+    try {
+        // A processor lists two caches of the first level, one of each further one.
+        for (const char* const index : {"/index0/", "/index1/", "/index2/", "/index3/", "/index4/"}) {
+            const std::string cache = std::string(directory) + index;
+            if (firstWordOf<int>(cache + "level") == 2 &&
+                firstWordOf<std::string>(cache + "type") != "Instruction")
+                return sizeIn(cache + "size");
+        }
+    } catch (...) {
+        // Without memory for a path nobody tells.
     }
     return 0;
 }

@@ -1,12 +1,10 @@
 // Size of the processor's caches.
 #pragma once
 
-#include <string>
-
 namespace ko {
 
 /// Bytes of the second-level cache that holds data, by the cache descriptions (`index0`, `index1`, ...) under
 /// `directory`; 0 when they do not tell.
-unsigned l2CacheSizeFrom(const std::string& directory);
+unsigned l2CacheSizeFrom(const char* directory) noexcept;
 
 }  // namespace ko

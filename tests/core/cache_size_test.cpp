@@ -1,4 +1,5 @@
 #include "core/cache_size.h"
+#include "support/failing_new.h"
 
 #include <ko/image.h>
 
@@ -42,11 +43,24 @@ TEST(CacheSizes, ComeFromTheSecondLevelThatHoldsData)
     CacheDirectory caches;
     caches.add(0, "1", "Data", "48K");
     caches.add(1, "1", "Instruction", "32K");
-    EXPECT_EQ(l2CacheSizeFrom(caches.path()), 0U);
+    EXPECT_EQ(l2CacheSizeFrom(caches.path().c_str()), 0U);
     caches.add(2, "2", "Instruction", "512K");
-    EXPECT_EQ(l2CacheSizeFrom(caches.path()), 0U);
+    EXPECT_EQ(l2CacheSizeFrom(caches.path().c_str()), 0U);
     caches.add(3, "2", "Unified", "1280K");
-    EXPECT_EQ(l2CacheSizeFrom(caches.path()), 1280U * 1024U);
+    EXPECT_EQ(l2CacheSizeFrom(caches.path().c_str()), 1280U * 1024U);
+}
+
+TEST(CacheSizes, AreNoneWithoutMemoryForAPath)
+{
+    CacheDirectory caches;
+    caches.add(2, "2", "Unified", "1280K");
+    const std::string path = caches.path();
+    unsigned size = 1;
+    {
+        const NewFailure none(0);
+        size = l2CacheSizeFrom(path.c_str());
+    }
+    EXPECT_EQ(size, 0U);
 }
 
 TEST(CacheSizes, HaveUnits)
@@ -57,7 +71,7 @@ TEST(CacheSizes, HaveUnits)
     };
     for (const auto& [text, bytes] : sizes) {
         caches.add(0, "2", "Unified", text);
-        EXPECT_EQ(l2CacheSizeFrom(caches.path()), bytes) << text;
+        EXPECT_EQ(l2CacheSizeFrom(caches.path().c_str()), bytes) << text;
     }
 }
 
