@@ -60,6 +60,9 @@ void markDifferentInterleaved(const SxImageBuf& src, SxImageBuf& mask, MarkUnlik
 void markDifferentPlanar(const SxImageBuf& src, SxImageBuf& mask, MarkDifferentRow markRow,
                          std::uint32_t value)
 {
+    // Without pixels, a record may tell of two billion planes.
+    if (!hasPixels(src))
+        return;
     for (int plane = 0; plane < src.channels; ++plane) {
         rowsStatic(src.height, [&](std::int64_t y) noexcept {
             markRow(planeRowOf(src, plane, y), rowOf(mask, y), src.width, value);

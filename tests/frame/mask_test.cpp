@@ -253,6 +253,14 @@ void compareBinaryMask(const Layout& layout)
     }
 }
 
+TEST(BinaryMaskValues, OfPlanesWithoutPixelsTakeNoTime)
+{
+    TestImage src(Layout{.width = 0, .height = 3, .packing = Planar}), mask(Layout{.width = 0, .height = 3});
+    src->channels = std::numeric_limits<int>::max();
+    src->height = mask->height = 0;
+    EXPECT_EQ(BinaryMask(src, mask, 0), ResultOk);
+}
+
 TEST(BinaryMaskTargets, EqualTheTwinForEveryTypePackingAndWidth)
 {
     forEachTarget([] {
