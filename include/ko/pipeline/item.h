@@ -24,8 +24,8 @@ enum ExQueuePolicy : std::int32_t {
     QueueDropsOldest = 1,  ///< the frame that has waited longest is deleted and counted as dropped
 };
 
-/// What became of the frames that were offered to an item since it was made. At all times
-/// received = processed + failed + dropped + waiting + the one being worked on, if any.
+/// What became of the frames offered to an item since it was made. At all times received = processed +
+/// failed + dropped + waiting + the one being worked on, if any, + those whose bringers wait for room.
 struct SxPipeStatistics {
     std::uint64_t received = 0;   ///< brought by `onDataAvailable`
     std::uint64_t processed = 0;  ///< `processData` answered true
