@@ -46,7 +46,7 @@ echo force-unsafe-io > "$system/etc/dpkg/dpkg.cfg.d/unsafe-io"
 mount -t proc proc "$system/proc"
 inside apt-get update -qq
 
-mkdir -p "$system/packages/work"
+mkdir -p "$system/packages/built"
 cp "$packages"/*.deb "$system/packages"
 cp -r "$sources/tests/client" "$sources/examples" "$system/packages"
 
@@ -67,17 +67,17 @@ says '_ko' zsh -fc 'autoload -Uz compinit; compinit -uD; print -r -- $_comps[ko]
 install g++ cmake ninja-build pkg-config python3 qtbase5-dev
 install '/packages/libkoimproc-dev_*.deb'
 for way in find_package pkg_config; do
-    inside python3 /packages/client/consume.py --compiler g++ --work /packages/work --prefix /usr $way
+    inside python3 /packages/client/consume.py --compiler g++ --work /packages/built --prefix /usr $way
 done
 
 # What the header for QImage needs has come with qtbase5-dev. There is no OpenCV, so that nothing but its own header
 # can have asked for it; and the libraries and programs without QImage do not load QtGui.
-inside sh -ec 'g++ -std=c++17 -fPIC /packages/examples/qimage.cpp -o /packages/work/qimage $(pkg-config --cflags --libs koimproc Qt5Gui)'
-says 'red at the bad pixel: 255 before, 120 after' /packages/work/qimage
+inside sh -ec 'g++ -std=c++17 -fPIC /packages/examples/qimage.cpp -o /packages/built/qimage $(pkg-config --cflags --libs koimproc Qt5Gui)'
+says 'red at the bad pixel: 255 before, 120 after' /packages/built/qimage
 if inside pkg-config --exists opencv4; then
     fail "OpenCV was installed"
 fi
-if inside ldd /packages/work/pkg_config_client | grep -E 'Qt5Gui|opencv'; then
+if inside ldd /packages/built/pkg_config_client | grep -E 'Qt5Gui|opencv'; then
     fail "loaded by a program that does not need it"
 fi
 
