@@ -5,7 +5,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <new>
+#include <thread>
 #include <vector>
 
 namespace ko::test {
@@ -31,6 +34,47 @@ TEST(RowLoops, GiveEachThreadOneBlockWhenStatic)
     rowsStatic(10,
                [&](std::int64_t y) noexcept { owner[static_cast<std::size_t>(y)] = omp_get_thread_num(); });
     EXPECT_TRUE(std::is_sorted(owner.begin(), owner.end()));
+}
+
+TEST(RowShares, GiveAThreadItsOwnRowsFirst)
+{
+    RowShares shares(10, 3);
+    std::vector<std::int64_t> taken;
+    shares.takeRows(1, [&](std::int64_t y) noexcept { taken.push_back(y); });
+    EXPECT_EQ(taken, (std::vector<std::int64_t>{3, 4, 5, 6, 7, 8, 9, 0, 1, 2}));
+    taken.clear();
+    shares.takeRows(0, [&](std::int64_t y) noexcept { taken.push_back(y); });
+    EXPECT_TRUE(taken.empty());
+}
+
+TEST(RowShares, ServeMoreThreadsThanRows)
+{
+    RowShares shares(2, 7);
+    std::vector<std::int64_t> taken;
+    shares.takeRows(4, [&](std::int64_t y) noexcept { taken.push_back(y); });
+    EXPECT_EQ(taken, (std::vector<std::int64_t>{1, 0}));
+}
+
+TEST(RowShares, HaveNothingForAHeightBelowZero)
+{
+    forEachThreadCount([] { rowsDynamic(-1, [](std::int64_t) noexcept { ADD_FAILURE(); }); });
+}
+
+TEST(RowLoops, LeaveTheRowsOfABusyThreadToTheOthers)
+{
+    constexpr std::int64_t rows = 100;
+    omp_set_num_threads(2);
+    std::atomic<int> others{0};
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    rowsDynamic(rows, [&](std::int64_t y) noexcept {
+        if (y != 0) {
+            ++others;
+            return;
+        }
+        while (others < rows - 1 && std::chrono::steady_clock::now() < deadline)
+            std::this_thread::yield();
+        EXPECT_EQ(others, rows - 1);
+    });
 }
 
 TEST(Reduction, CombinesOneSlotPerThread)
