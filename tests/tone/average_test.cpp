@@ -215,6 +215,39 @@ TEST(AverageImageValues, OfSumsAroundMultiplesOfTheCountAreExact)
     });
 }
 
+/// All frames have the samples of one image, except for one whose samples are a unit lower, equal or a unit
+/// higher: the sums lie as near to a multiple of the count as they can.
+template <class T>
+void averageNearMultiples(ExImageDataType type, int count, T largest)
+{
+    constexpr int quotients = 200, width = 3 * quotients;
+    const Layout layout{.width = width, .height = 1, .type = type};
+    TestImage other(layout), last(layout), dst(layout);
+    std::vector<std::int64_t> sums;
+    for (int x = 0; x < width; ++x) {
+        const int quotient = largest - 1 - x / 3, off = x % 3 - 1;
+        other.set<T>(x, 0, static_cast<T>(quotient));
+        last.set<T>(x, 0, static_cast<T>(quotient + off));
+        sums.push_back(std::int64_t{count} * quotient + off);
+    }
+    QVector<SxImageBuf> frames(count, other);
+    frames.back() = last;
+    ASSERT_EQ(AverageImage(frames, dst), ResultOk);
+    for (int x = 0; x < width; ++x)
+        ASSERT_EQ(dst.get<T>(x, 0), sums[static_cast<std::size_t>(x)] / count) << count << " frames, x " << x;
+}
+
+TEST(AverageImageValues, AreExactForAnyCountOfFrames)
+{
+    forEachTarget([] {
+        // Up to 16448 frames of bytes and 64 of words keep their sums within 22 bits.
+        for (const int count : {1, 2, 3, 5, 7, 8, 9, 16, 17, 63, 64, 65, 255, 1000, 16447, 16448, 16449}) {
+            averageNearMultiples<std::uint8_t>(UInt8, count, 255);
+            averageNearMultiples<std::uint16_t>(UInt16, count, 65535);
+        }
+    });
+}
+
 template <class T>
 void compareWithTwin(const Layout& layout, const QRect& roi, int count)
 {
@@ -239,9 +272,9 @@ void compareWithTwin(const Layout& layout, const QRect& roi, int count)
 template <class T>
 void compareAll(ExImageDataType type)
 {
-    for (int width = 0; width <= 67; ++width)
+    for (int width = 0; width <= 260; ++width)
         compareWithTwin<T>({.width = width, .height = 2, .type = type, .padding = width % 4},
-                           {0, 0, width, 2}, 1 + width % 7);
+                           {0, 0, width, 2}, 1 + width % 19);
     for (const ExPixelPacking packing : {Interleaved, Planar})
         for (const int channels : {1, 2, 3, 5})
             for (const QRect& roi : {QRect(0, 0, 31, 5), QRect(3, 1, 20, 4), QRect(30, 4, 1, 1)})
