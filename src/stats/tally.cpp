@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <cstring>
 
 namespace ko {
 
@@ -15,6 +16,15 @@ constexpr std::int64_t fewSamples = std::int64_t{1} << 17;
 
 static_assert(std::endian::native == std::endian::little, "units are cut from words, lowest first");
 
+/// A group of bytes consists of one value of `Size` bytes again and again. Its first two words tell nearly
+/// always that it does not, for next to nothing.
+template <std::size_t Size>
+bool repeats(const std::uint8_t* bytes, std::int64_t group) noexcept
+{
+    return loadSample<std::uint64_t>(bytes, 0) == loadSample<std::uint64_t>(bytes, 1) &&
+           std::memcmp(bytes, bytes + Size, static_cast<std::size_t>(group) - Size) == 0;
+}
+
 /// Counts 16-bit units; unit i goes to table i % `Tables`. One table alone needs the alike ones counted at
 /// once: increments of one counter wait for each other.
 template <int Tables>
@@ -24,21 +34,17 @@ void countInTurns(const std::uint8_t* bytes, std::int64_t units, std::uint32_t* 
     constexpr std::int64_t group = 4 * words;
     std::int64_t i = 0;
     for (; i + group <= units; i += group) {
-        std::uint64_t word[words];
-        std::memcpy(word, bytes + 2 * i, sizeof word);
-        if constexpr (Tables != 3) {
-            const std::uint64_t differences = (word[0] ^ word[1]) | (word[0] ^ word[2]) |
-                                              (word[0] ^ word[3]) | (word[0] ^ std::rotl(word[0], 16));
-            if (differences == 0) {
-                for (int table = 0; table < Tables; ++table)
-                    tables[table * TallyTables::size + (word[0] & 0xFFFFU)] += group / Tables;
-                continue;
-            }
+        const std::uint8_t* const at = bytes + 2 * i;
+        if (Tables != 3 && repeats<2>(at, 2 * group)) {
+            for (int table = 0; table < Tables; ++table)
+                tables[table * TallyTables::size + loadSample<std::uint16_t>(at, 0)] += group / Tables;
+            continue;
         }
         for (int k = 0; k < words; ++k) {
+            const auto word = loadSample<std::uint64_t>(at, k);
             for (int j = 0; j < 4; ++j) {
                 ++tables[static_cast<std::size_t>((4 * k + j) % Tables) * TallyTables::size +
-                         (word[k] >> (16 * j) & 0xFFFFU)];
+                         (word >> (16 * j) & 0xFFFFU)];
             }
         }
     }
@@ -50,15 +56,15 @@ void countInTurns(const std::uint8_t* bytes, std::int64_t units, std::uint32_t* 
 /// Counts bytes, each to the table of its position modulo four.
 void countBytes(const std::uint8_t* bytes, std::int64_t count, std::uint32_t* tables) noexcept
 {
+    constexpr std::int64_t group = 16;
     std::int64_t i = 0;
-    for (; i + 16 <= count; i += 16) {
-        const auto low = loadSample<std::uint64_t>(bytes + i, 0),
-                   high = loadSample<std::uint64_t>(bytes + i, 1);
-        if (((low ^ high) | (low ^ std::rotl(low, 8))) == 0) {
-            tables[low & 0xFFU] += 16;
+    for (; i + group <= count; i += group) {
+        if (repeats<1>(bytes + i, group)) {
+            tables[bytes[i]] += group;
             continue;
         }
-        for (const std::uint64_t word : {low, high}) {
+        for (int k = 0; k < 2; ++k) {
+            const auto word = loadSample<std::uint64_t>(bytes + i, k);
             for (int j = 0; j < 8; ++j)
                 ++tables[static_cast<std::size_t>(j % ByteTally::tables) * 256 + (word >> (8 * j) & 0xFFU)];
         }

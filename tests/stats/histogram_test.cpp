@@ -8,7 +8,10 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
+#include <cstdint>
 #include <limits>
+#include <vector>
 
 namespace ko::test {
 namespace {
@@ -212,6 +215,31 @@ TEST(HistogramValues, CountNoiseThatTurnsIntoAFlatArea)
     hist.resize(1, 256, 0);
     ASSERT_EQ(Histogram(src, hist), ResultOk);
     EXPECT_TRUE(std::equal(expected.begin(), expected.end(), hist.bins[0]));
+}
+
+/// Rows of one value with one other sample, at a position that moves on from row to row, below some rows of
+/// noise.
+template <class T>
+void expectOddOnesOutCounted(int noisyRows)
+{
+    TestImage src(Layout{.width = 601, .height = 300, .type = sizeof(T) == 1 ? UInt8 : UInt16, .padding = 3});
+    src.fillRandom(7);
+    for (int y = noisyRows; y < 300; ++y)
+        for (int x = 0; x < 601; ++x)
+            src.set<T>(x, y, 0, static_cast<T>(x == 64 + y ? y : 17));
+    std::vector<std::uint32_t> expected(std::size_t{1} << 8 * sizeof(T));
+    src.forEachSample([&](int x, int y, int c) { ++expected[src.get<T>(x, y, c)]; });
+    CxImageHistogram hist;
+    hist.resize(1, static_cast<int>(expected.size()), 0);
+    ASSERT_EQ(Histogram(src, hist), ResultOk);
+    EXPECT_TRUE(std::equal(expected.begin(), expected.end(), hist.bins[0]));
+}
+
+TEST(HistogramValues, CountTheOddOneOutOfAFlatRow)
+{
+    expectOddOnesOutCounted<std::uint8_t>(0);
+    expectOddOnesOutCounted<std::uint8_t>(200);
+    expectOddOnesOutCounted<std::uint16_t>(0);
 }
 
 TEST(HistogramValues, WrapSilently)
