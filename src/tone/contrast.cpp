@@ -11,7 +11,7 @@ template <class T>
 void stretchChannel(const SxImageBuf& src, int srcChannel, SxImageBuf& dst, int dstChannel,
                     const SxImageBuf* mask, int low, int high)
 {
-    const LevelMap<T> map(contrastKernels().of<T>().stretch, bandOf<T>(src, low, high));
+    const LevelMap<T> map(Spreading::Stretch, bandOf<T>(src, low, high));
     mapChannel<T>(channelOf(src, srcChannel), channelOf(dst, dstChannel), {src.width, src.height, mask}, map);
 }
 

@@ -4,20 +4,18 @@
 #include "core/kernel_loops.h"
 
 #include <algorithm>
-#include <cmath>
-#include <cstring>
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "tone/contrast_kernels.cpp"
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
-#include "tone/whole_parts-inl.h"
-
 HWY_BEFORE_NAMESPACE();
 namespace ko {
 namespace HWY_NAMESPACE {
 namespace {
+
+namespace hn = hwy::HWY_NAMESPACE;
 
 /// Distance of a sample from a level, wrapped to 32 bits.
 template <class T>
@@ -51,106 +49,56 @@ T Compressed(T sample, const ContrastBand& band) noexcept
 template <class T>
 using Spread = T (*)(T sample, const ContrastBand& band) noexcept;
 
-template <class T, Spread<T> Each>
-void ExactBlock(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples,
-                const ContrastBand& band) noexcept
-{
-    const ContrastBand own = band;
-    KO_INDEPENDENT_ITERATIONS
-    for (std::int64_t i = 0; i < samples; ++i)
-        storeSample<T>(dst, i, Each(loadSample<T>(src, i), own));
-}
-
-template <class T>
-void StretchRowOf(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples,
-                  const ContrastBand& band) noexcept
+/// Calls `block` for some samples at a time, with the memory ahead of them on its way.
+template <class T, class Block>
+void InFetchedBlocks(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples, const Block& block)
 {
     for (std::int64_t first = 0; first < samples; first += samplesPerFetch) {
-        const std::uint8_t* const from = src + first * std::int64_t{sizeof(T)};
-        std::uint8_t* const to = dst + first * std::int64_t{sizeof(T)};
+        const std::int64_t shift = first * std::int64_t{sizeof(T)};
         const std::int64_t count = std::min(samplesPerFetch, samples - first);
-        fetchAhead<T, false>(from, count);
-        fetchAhead<T, true>(to, count);
-        ExactBlock<T, &Stretched<T>>(from, to, count, band);
+        fetchAhead<T, false>(src + shift, count);
+        fetchAhead<T, true>(dst + shift, count);
+        block(src + shift, dst + shift, count);
     }
 }
 
-void CompressBytesRow(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples,
-                      const ContrastBand& band) noexcept
+template <class T, Spread<T> Each>
+void SpreadRow(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples,
+               const ContrastBand& band) noexcept
 {
-    ExactBlock<std::uint8_t, &Compressed<std::uint8_t>>(src, dst, samples, band);
+    const ContrastBand own = band;
+    InFetchedBlocks<T>(src, dst, samples,
+                       [&](const std::uint8_t* from, std::uint8_t* to, std::int64_t count) {
+                           KO_INDEPENDENT_ITERATIONS
+                           for (std::int64_t i = 0; i < count; ++i)
+                               storeSample<T>(to, i, Each(loadSample<T>(from, i), own));
+                       });
 }
 
-#if HWY_TARGET != HWY_SCALAR
-
-namespace hn = hwy::HWY_NAMESPACE;
-
-/// Results fit the mantissa of a float, and the factor leaves every product in the range of its relative
-/// error. Samples between the levels have distances that fit, too.
-bool FloatsServe(const ContrastBand& band, double factor) noexcept
+/// In arithmetic of 16 or 32 bits.
+template <class Lane>
+void QuotientsRow(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples,
+                  const LevelQuotient& quotient) noexcept
 {
-    return band.low >= 0 && band.high <= 65535 && band.limit >= 1 && band.limit <= 65536 &&
-           factor >= std::ldexp(1.0, -40) && factor <= std::ldexp(1.0, 40);
-}
-
-/// At most `samplesPerFetch` words, multiplied instead of divided; false after a block with many samples that
-/// had to be divided. A float product is off by less than 2^-22 of itself, by the roundings of the factor and
-/// of the product.
-bool CompressBlock(const std::uint8_t* src, std::uint8_t* dst, int samples, const ContrastBand& band,
-                   float factor) noexcept
-{
-    const hn::ScalableTag<float> d;
-    const hn::Rebind<std::uint16_t, decltype(d)> to;
-    const hn::Rebind<std::int32_t, decltype(d)> d32;
-    constexpr int lanes = static_cast<int>(hn::MaxLanes(d));
-    const auto limit = static_cast<float>(band.limit);
-    const auto slack = hn::Set(d, (limit + 1) / (1 << 22));
-    const auto low = hn::Set(d32, band.low);
-    const auto below = hn::Set(d32, band.low - 1), above = hn::Set(d32, band.high + 1);
-    Places<samplesPerFetch> places;
-    std::int32_t* end = places;
-    // The samples as they were: dst may be their memory.
-    std::uint8_t given[2 * samplesPerFetch];
-    std::memcpy(given, src, 2 * static_cast<std::size_t>(samples));
-    int i = 0;
-    for (; i + lanes <= samples; i += lanes) {
-        const auto sample = hn::PromoteTo(d32, LoadAt(to, src + 2 * i));
-        const auto inside = hn::And(hn::Gt(sample, below), hn::Lt(sample, above));
-        const auto distance = hn::ConvertTo(d, hn::IfThenElseZero(inside, hn::Sub(sample, low)));
-        const auto product = hn::Mul(distance, hn::Set(d, factor));
-        const auto whole = WholeParts<true>(d, product, slack, i, end);
-        StoreAt(to, Narrowed(to, d, whole), dst + 2 * i);
-    }
-    while (i < samples)
-        *end++ = i++;
-    if (end - places > mostOpen(samples)) {
-        ExactBlock<std::uint16_t, &Compressed<std::uint16_t>>(given, dst, samples, band);
-        return false;
-    }
-    for (const std::int32_t* place = places; place != end; ++place)
-        storeSample(dst, *place, Compressed(loadSample<std::uint16_t>(given, *place), band));
-    return true;
-}
-
-#endif
-
-void CompressWordsRow(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples,
-                      const ContrastBand& band) noexcept
-{
-    std::int64_t done = 0;
-#if HWY_TARGET != HWY_SCALAR
-    const double factor = 1 / band.scale;
-    for (bool serves = FloatsServe(band, factor); serves && done < samples;) {
-        const std::int64_t count = std::min(samplesPerFetch, samples - done);
-        fetchAhead<std::uint16_t, false>(src + 2 * done, count);
-        fetchAhead<std::uint16_t, true>(dst + 2 * done, count);
-        serves = CompressBlock(src + 2 * done, dst + 2 * done, static_cast<int>(count), band,
-                               static_cast<float>(factor));
-        done += count;
-    }
-#endif
-    ExactBlock<std::uint16_t, &Compressed<std::uint16_t>>(src + 2 * done, dst + 2 * done, samples - done,
-                                                          band);
+    const auto low = static_cast<Lane>(quotient.low), width = static_cast<Lane>(quotient.width),
+               numerator = static_cast<Lane>(quotient.numerator),
+               denominator = static_cast<Lane>(quotient.denominator),
+               carry = static_cast<Lane>(quotient.carry), spread = static_cast<Lane>(quotient.spread),
+               factor = static_cast<Lane>(quotient.factor);
+    InFetchedBlocks<std::uint16_t>(
+        src, dst, samples, [&](const std::uint8_t* from, std::uint8_t* to, std::int64_t count) {
+            KO_INDEPENDENT_ITERATIONS
+            for (std::int64_t i = 0; i < count; ++i) {
+                const auto above = static_cast<Lane>(loadSample<std::uint16_t>(from, i) - low);
+                const Lane distance = above <= width ? above : Lane{0};
+                const auto moved =
+                    sizeof(Lane) == 2 ? static_cast<Lane>(std::uint32_t{distance} * spread) : distance;
+                const auto estimate = static_cast<Lane>(std::uint32_t{moved} * factor >> 16);
+                const auto rest = static_cast<Lane>(std::uint32_t{distance} * numerator -
+                                                    std::uint32_t{estimate} * denominator);
+                storeSample(to, i, static_cast<std::uint16_t>(estimate + Lane{rest >= carry}));
+            }
+        });
 }
 
 template <class T>
@@ -232,16 +180,18 @@ void MergeRowOf(const std::uint8_t* const* channels, std::int64_t pixels, std::u
 }
 
 template <class T>
-constexpr ContrastRows<T> RowsWith(decltype(ContrastRows<T>::compress) compress)
-{
-    return {&StretchRowOf<T>, compress,       &StretchMeanRowOf<T>, &MeanRowOf<T>,
-            &SplitRowOf<T>,   &MergeRowOf<T>, &ClearOutsideRowOf<T>};
-}
+constexpr ContrastRows<T> rows{&SpreadRow<T, &Stretched<T>>,
+                               &SpreadRow<T, &Compressed<T>>,
+                               &StretchMeanRowOf<T>,
+                               &MeanRowOf<T>,
+                               &SplitRowOf<T>,
+                               &MergeRowOf<T>,
+                               &ClearOutsideRowOf<T>};
 
 const ContrastKernels& Kernels()
 {
-    static constexpr ContrastKernels kernels{RowsWith<std::uint8_t>(&CompressBytesRow),
-                                             RowsWith<std::uint16_t>(&CompressWordsRow)};
+    static constexpr ContrastKernels kernels{rows<std::uint8_t>, rows<std::uint16_t>,
+                                             &QuotientsRow<std::uint16_t>, &QuotientsRow<std::uint32_t>};
     return kernels;
 }
 

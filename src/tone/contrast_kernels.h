@@ -14,6 +14,27 @@ struct ContrastBand {
     double limit;  ///< top + 1, at most 2^31
 };
 
+/// Distances from the lowest level of a band as parts of a range in whole numbers: distance * numerator /
+/// denominator without its fraction, less one where `carry` says so.
+struct LevelQuotient {
+    std::uint32_t low;
+    std::uint32_t width;  ///< high - low, 1 or more
+    std::uint32_t numerator;
+    std::uint32_t denominator;
+    /// Remainder from which on an estimate is one too low: the denominator, one more where the quotient of a
+    /// distance that the denominator divides is to be one less.
+    std::uint32_t carry;
+    /// distance * spread * factor / 2^16 is a little below the quotient. Where 16 bits hold all that is
+    /// computed, the spread makes the most of them; else it is 1.
+    std::uint32_t spread;
+    std::uint32_t factor;
+    bool fits16Bits;
+};
+
+/// Samples outside of the band become 0. src and dst may be the same memory.
+using QuotientRow = void (*)(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples,
+                             const LevelQuotient& quotient) noexcept;
+
 template <class T>
 struct ContrastRows {
     /// (sample - low) * scale without its fraction, 0 where that is negative or not below the limit. src and
@@ -42,6 +63,9 @@ struct ContrastRows {
 struct ContrastKernels {
     ContrastRows<std::uint8_t> u8;
     ContrastRows<std::uint16_t> u16;
+    /// Words as parts of the range, for quotients that 16 bits hold and for all.
+    QuotientRow quotients16;
+    QuotientRow quotients32;
 
     template <class T>
     constexpr const ContrastRows<T>& of() const noexcept

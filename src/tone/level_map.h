@@ -4,9 +4,11 @@
 #include "tone/channel_blocks.h"
 #include "tone/contrast_kernels.h"
 #include "tone/contrast_levels.h"
+#include "tone/level_quotient.h"
 #include "tone/lookup_kernels.h"
 
 #include <cstdint>
+#include <optional>
 
 namespace ko {
 
@@ -24,32 +26,53 @@ ContrastBand bandOf(const SxImageInfo& image, int low, int high) noexcept
     return {low, high, top / width, top + 1.0};
 }
 
-/// What becomes of the samples of a row: of bytes by a table, of wider samples by a kernel.
+/// The row kernel that spreads levels in doubles.
 template <class T>
-class LevelMap {
-public:
-    using Row = decltype(ContrastRows<T>::stretch);
+auto spreadingRow(Spreading spreading) noexcept
+{
+    const ContrastRows<T>& rows = contrastKernels().of<T>();
+    return spreading == Spreading::Stretch ? rows.stretch : rows.compress;
+}
 
-    LevelMap(Row row, const ContrastBand& band) noexcept : m_row(row), m_band(band) {}
+/// What becomes of the samples of a row: of bytes by a table, of words by whole numbers or else in doubles.
+template <class T>
+class LevelMap;
+
+template <>
+class LevelMap<std::uint16_t> {
+public:
+    LevelMap(Spreading spreading, const ContrastBand& band) noexcept
+        : m_row(spreadingRow<std::uint16_t>(spreading)),
+          m_band(band),
+          m_quotient(quotientOf(spreading, band)),
+          m_quotients(m_quotient && m_quotient->fits16Bits ? contrastKernels().quotients16
+                                                           : contrastKernels().quotients32)
+    {
+    }
 
     void operator()(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples) const noexcept
     {
-        m_row(src, dst, samples, m_band);
+        if (m_quotient)
+            m_quotients(src, dst, samples, *m_quotient);
+        else
+            m_row(src, dst, samples, m_band);
     }
 
 private:
-    const Row m_row;
+    const decltype(ContrastRows<std::uint16_t>::stretch) m_row;
     const ContrastBand m_band;
+    const std::optional<LevelQuotient> m_quotient;
+    const QuotientRow m_quotients;
 };
 
 template <>
 class LevelMap<std::uint8_t> {
 public:
-    LevelMap(decltype(ContrastRows<std::uint8_t>::stretch) row, const ContrastBand& band) noexcept
+    LevelMap(Spreading spreading, const ContrastBand& band) noexcept
     {
         for (int level = 0; level < 256; ++level)
             m_table[level] = static_cast<std::uint8_t>(level);
-        row(m_table, m_table, 256, band);
+        spreadingRow<std::uint8_t>(spreading)(m_table, m_table, 256, band);
     }
 
     void operator()(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples) const noexcept

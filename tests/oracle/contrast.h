@@ -51,11 +51,11 @@ inline int compressed(int level, int low, int high, int top)
 inline void stretch(const test::TestImage& src, int srcChannel, test::TestImage& dst, int dstChannel,
                     const test::TestImage* mask, int low, int high)
 {
+    const int top = topLevel(src);
     for (int y = 0; y < src.buf().height; ++y)
         for (int x = 0; x < src.buf().width; ++x)
             if (isSelected(mask, x, y))
-                setLevel(dst, x, y, dstChannel,
-                         stretched(levelAt(src, x, y, srcChannel), low, high, topLevel(src)));
+                setLevel(dst, x, y, dstChannel, stretched(levelAt(src, x, y, srcChannel), low, high, top));
 }
 
 /// One pixel of colour, or of gray where count is 1.
@@ -74,14 +74,14 @@ inline void compress(const test::TestImage& src, test::TestImage& dst, const tes
 {
     if (src.buf().channels == 2)
         return;
-    const int count = src.buf().channels == 1 ? 1 : 3;
+    const int count = src.buf().channels == 1 ? 1 : 3, top = topLevel(src);
     for (int y = 0; y < src.buf().height; ++y)
         for (int x = 0; x < src.buf().width; ++x) {
             int levels[3] = {};
             for (int c = 0; c < count; ++c)
                 levels[c] = levelAt(src, x, y, c);
             if (isSelected(mask, x, y))
-                compressPixel(dst, x, y, levels, count, low, high, topLevel(src));
+                compressPixel(dst, x, y, levels, count, low, high, top);
         }
 }
 

@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 namespace ko::test {
 namespace {
 
@@ -192,29 +194,47 @@ TEST(ThresholdAndStretchHistogramGrayTargets, AgreeWithTheNaiveTwin)
     });
 }
 
-TEST(ThresholdAndStretchHistogramGrayTargets, DivideEveryWordExactly)
+/// Bands whose whole results doubles reach all, or none of, or some of; full and narrow ones. The first ones
+/// are of 12 bits, too.
+constexpr Levels bandsOfWords[] = {{0, 4095},  {0, 1365},  {1024, 3072}, {0, 257},     {3, 4},
+                                   {7, 7},     {0, 3333},  {9, 3342},    {0, 2730},    {0, 3750},
+                                   {2, 3755},  {1, 4095},  {0, 65535},   {0, 65534},   {1, 65535},
+                                   {0, 13107}, {5, 21850}, {0, 50178},   {9, 8652},    {0, 32768},
+                                   {0, 32767}, {0, 32769}, {7, 52435},   {100, 21945}, {16384, 49152}};
+
+/// Both ways of spreading ascending words, on every target.
+void compareAscending(const Layout& layout, Levels band)
 {
-    // Rows ascend, so that some blocks hold nothing but whole quotients and others none.
-    constexpr Levels bands[] = {{0, 65535},   {0, 65534}, {1, 65535}, {0, 13107}, {5, 21850},
-                                {0, 257},     {3, 4},     {7, 7},     {0, 4095},  {0, 1365},
-                                {1024, 3072}, {0, 50178}, {9, 8652},  {0, 3750},  {2, 3755}};
-    for (const int bits : {12, 16}) {
-        const Layout layout{.width = 1024, .height = 64, .type = UInt16, .bits = bits};
-        TestImage src(layout);
-        src.forEachSample([&](int x, int y, int) {
-            src.set<std::uint16_t>(x, y, static_cast<std::uint16_t>(y * 1024 + x));
-        });
-        for (const Levels band : bands) {
-            if (band.high >= 1 << bits)
-                continue;
-            TestImage expected(layout);
-            oracle::compress(src, expected, nullptr, band.low, band.high);
-            forEachTarget([&] {
-                TestImage dst(layout);
-                ASSERT_EQ(ThresholdAndStretchHistogramGray(src, dst, band.low, band.high), ResultOk);
-                ASSERT_EQ(dst.bytes(), expected.bytes()) << bits << ": " << band.low << " to " << band.high;
-            });
-        }
+    TestImage src(layout), stretched(layout), compressed(layout);
+    src.forEachSample([&](int x, int y, int) {
+        src.set<std::uint16_t>(x, y, 0, static_cast<std::uint16_t>(y * layout.width + x));
+    });
+    oracle::compress(src, compressed, nullptr, band.low, band.high);
+    const bool identity = band.low == 0 && band.high == (1 << layout.bits) - 1;
+    if (!identity)
+        oracle::stretch(src, 0, stretched, 0, nullptr, band.low, band.high);
+    forEachTarget([&] {
+        TestImage dst(layout);
+        ASSERT_EQ(ThresholdAndStretchHistogramGray(src, dst, band.low, band.high), ResultOk);
+        ASSERT_EQ(dst.bytes(), compressed.bytes()) << band.low << " to " << band.high;
+        ASSERT_EQ(ThresholdAndStretchHistogram(src, 0, dst, 0, band.low, band.high), ResultOk);
+        ASSERT_EQ(dst.bytes(), identity ? src.bytes() : stretched.bytes()) << band.low << " to " << band.high;
+    });
+}
+
+TEST(ThresholdAndStretchHistogramTargets, SpreadEveryWordExactly)
+{
+    for (const int bits : {12, 15, 16})
+        for (const Levels band : bandsOfWords)
+            if (band.high < 1 << bits)
+                compareAscending({.width = 1024, .height = 64, .type = UInt16, .bits = bits}, band);
+}
+
+TEST(ThresholdAndStretchHistogramTargets, SpreadEveryBandOfNineBitsExactly)
+{
+    for (int width = 0; width < 512; ++width) {
+        const int low = std::min(width % 7, 511 - width);
+        compareAscending({.width = 259, .height = 2, .type = UInt16, .bits = 9}, {low, low + width});
     }
 }
 
