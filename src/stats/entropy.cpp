@@ -129,10 +129,8 @@ ResultCode EntropyRenyi(const SxImageBuf& src, double alpha, double& entropy, do
         for (int level = 0; level < of.hist.levels; ++level)
             sum += powers[of.hist.bins[0][level]];
         const double unit = std::log(base);
-        entropy = of.pixels == 0
-                      ? 0.0
-                      : (std::log(sum) / unit - alpha * std::log(static_cast<double>(of.pixels)) / unit) *
-                            (1.0 / (1.0 - alpha));
+        entropy = (std::log(sum) / unit - alpha * std::log(static_cast<double>(of.pixels)) / unit) *
+                  (1.0 / (1.0 - alpha));
         return ResultOk;
     });
 }

@@ -122,9 +122,17 @@ TEST(EntropyShannonValues, OfAnImageWithoutPixelsAreZero)
     double entropy = kept;
     ASSERT_EQ(EntropyShannon(src, entropy, 2.0), ResultOk);
     EXPECT_EQ(entropy, 0.0);
-    entropy = kept;
-    ASSERT_EQ(EntropyRenyi(src, 2.0, entropy, 2.0), ResultOk);
-    EXPECT_EQ(entropy, 0.0);
+}
+
+TEST(EntropyRenyiValues, OfAnImageWithoutPixelsAreNotANumber)
+{
+    for (const auto& [width, height] : {std::pair{0, 0}, {0, 4}, {4, 0}})
+        for (const double alpha : {0.5, 2.0}) {
+            const TestImage src(Layout{.width = width, .height = height});
+            double entropy = kept;
+            ASSERT_EQ(EntropyRenyi(src, alpha, entropy, 2.0), ResultOk);
+            EXPECT_TRUE(std::isnan(entropy)) << alpha;
+        }
 }
 
 TEST(EntropyShannonTargets, AgreeWithTheTwinForBothTypesAndAnyOrderOfSizes)

@@ -27,8 +27,9 @@ KO_EXPORT ResultCode EntropyShannon(const SxImageBuf& src, double& entropy, doub
 
 /// Rényi entropy of the distribution of the sample values.
 ///
-/// log(sum of p^alpha) / (1 - alpha) over the levels, with p the share of a level's pixels; 0 for an image
-/// without pixels. Powers are kept between calls like the logarithms of `EntropyShannon`.
+/// log(sum of p^alpha) / (1 - alpha) over the levels, with p the share of a level's pixels. Unlike
+/// `EntropyShannon` it has no answer for an image without pixels: the difference of two infinities, that is
+/// NaN. Powers are kept between calls like the logarithms there.
 ///
 /// @param src      mono `UInt8` or `UInt16`, of at most 8 or 16 bits
 /// @param alpha    order, positive and not 1
