@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <limits>
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "convert/convert_kernels.cpp"
@@ -91,14 +92,6 @@ VecOf<D> MappedVec(D d, const std::uint8_t* at, const double* low, const double*
 }
 
 template <class Sample, class D>
-VecOf<D> MappedVec(D d, const std::uint8_t* at, const std::int32_t* low, const double* scale)
-{
-    const hn::Rebind<std::int32_t, D> d32;
-    const auto difference = hn::Sub(LoadAt(d32, at), hn::LoadU(d32, low));
-    return hn::Mul(hn::PromoteTo(d, difference), hn::LoadU(d, scale));
-}
-
-template <class Sample, class D>
 VecOf<D> MappedVec(D d, const std::uint8_t* at, const float* low, const float* scale)
 {
     const hn::Rebind<float, D> ds;
@@ -177,9 +170,41 @@ struct ByFloats {
     static std::int64_t Lanes() { return static_cast<std::int64_t>(hn::Lanes(hn::ScalableTag<float>())); }
 };
 
+// Vectors of 32-bit integers, mapped in two halves.
+
+template <class Dst>
+struct ByIntegers {
+    static bool Store(const std::uint8_t* src, std::uint8_t* dst, const std::int32_t* low,
+                      const double* scale, Wrap)
+    {
+        const hn::ScalableTag<std::int32_t> d;
+        const hn::Half<decltype(d)> dh;
+        const hn::ScalableTag<double> wide;
+        const auto mapped = [&](VecOf<decltype(dh)> differences, const double* scales) {
+            return hn::DemoteTo(dh, hn::Mul(hn::PromoteTo(wide, differences), hn::LoadU(wide, scales)));
+        };
+        const auto differences = hn::Sub(LoadAt(d, src), hn::LoadU(d, low));
+        const auto v = hn::Combine(d, mapped(hn::UpperHalf(dh, differences), scale + hn::Lanes(wide)),
+                                   mapped(hn::LowerHalf(dh, differences), scale));
+        // What 32 bits cannot hold has become one of the outermost values.
+        using Limits = std::numeric_limits<std::int32_t>;
+        const auto cut = hn::Or(hn::Eq(v, hn::Set(d, Limits::min())), hn::Eq(v, hn::Set(d, Limits::max())));
+        if (!hn::AllFalse(d, cut))
+            return false;
+        const hn::Rebind<Dst, decltype(d)> to;
+        StoreAt(to, hn::TruncateTo(to, hn::BitCast(hn::RebindToUnsigned<decltype(d)>(), v)), dst);
+        return true;
+    }
+    static std::int64_t Lanes()
+    {
+        return static_cast<std::int64_t>(hn::Lanes(hn::ScalableTag<std::int32_t>()));
+    }
+};
+
 template <class Sample, class Dst, class Low>
-using VectorsFor =
-    std::conditional_t<std::is_same_v<Low, float> && sizeof(Dst) < 4, ByFloats<Dst>, ByDoubles<Sample, Dst>>;
+using VectorsFor = std::conditional_t<
+    std::is_same_v<Low, std::int32_t>, ByIntegers<Dst>,
+    std::conditional_t<std::is_same_v<Low, float> && sizeof(Dst) < 4, ByFloats<Dst>, ByDoubles<Sample, Dst>>>;
 
 /// Whole vectors; returns how many samples they were.
 template <class Sample, class Dst, class Low, class Scale, class Fit>

@@ -198,8 +198,11 @@ ResultCode convertIntegers(const SxImageBuf& src, SxImageBuf& dst, Normalization
         return ResultFailed;
     const double top = std::ldexp(1.0, dst.bitsPerSample) - 1;
     std::vector<double> scales(ranges.count());
-    for (std::size_t i = 0; i < scales.size(); ++i)
-        scales[i] = top / wrappedDifference(ranges.high[i], ranges.low[i]);
+    for (std::size_t i = 0; i < scales.size(); ++i) {
+        // The only value of an empty range becomes 0, as the low bits of 0 * infinity are.
+        const std::int32_t range = wrappedDifference(ranges.high[i], ranges.low[i]);
+        scales[i] = range != 0 ? top / range : 0;
+    }
     const auto row = convertKernels().integers.of<Dst>();
     convertSelected<std::int32_t, double>(src, dst, nullptr, {row, ranges, scales, src.channels},
                                           dynamicLoop);

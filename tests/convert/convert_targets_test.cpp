@@ -282,6 +282,35 @@ TEST(ConvertI32ToUTargets, EqualTheTwin)
     });
 }
 
+/// Wider than any vector, of samples that take turns.
+void compareRepeated(std::initializer_list<std::int32_t> samples, int bits)
+{
+    constexpr int width = 77;
+    TestImage src(Layout{.width = width, .height = 1, .type = Int32});
+    for (int x = 0; x < width; ++x)
+        src.set<std::int32_t>(x, 0, samples.begin()[static_cast<std::size_t>(x) % samples.size()]);
+    const Layout to{.width = width, .height = 1, .type = UInt16, .bits = bits};
+    TestImage dst(to), expected(to);
+    oracle::convertIntegers<std::uint16_t>(src, expected, false);
+    ASSERT_EQ(ConvertI32ToU(src, dst, NormalizeSeparate, nullptr, nullptr), ResultOk);
+    EXPECT_EQ(dst.bytes(), expected.bytes()) << bits << " bits";
+}
+
+TEST(ConvertI32ToUTargets, EqualTheTwinAroundTheLimitsOf32Bits)
+{
+    constexpr std::int32_t least = std::numeric_limits<std::int32_t>::min();
+    constexpr std::int32_t most = std::numeric_limits<std::int32_t>::max();
+    forEachTarget([] {
+        for (const int bits : {1, 8, 16, 30, 31, 32, 33, 52, 64}) {
+            compareRepeated({0, 1}, bits);
+            compareRepeated({-5, -4, -3}, bits);
+            compareRepeated({0, most, least}, bits);  // a range that wraps to -1
+            compareRepeated({least, 1, 7}, bits);
+            compareRepeated({9}, bits);
+        }
+    });
+}
+
 template <class S>
 void compareScaled(const Case& with)
 {
