@@ -60,12 +60,13 @@ bool isHistogramOf(const CxImageHistogram& hist, const SxImageInfo& src) noexcep
 template <class T>
 using LevelTable = std::vector<T>;
 
-/// Values above the depth take the result of the highest level.
+/// Values above the depth take the result of the highest level, and so does the entry that look-ups want
+/// behind the last value.
 template <class T>
 void completeTable(LevelTable<T>& table)
 {
     constexpr std::size_t values = std::size_t{std::numeric_limits<T>::max()} + 1;
-    table.resize(values, table.back());
+    table.resize(values + 1, table.back());
 }
 
 template <class T>

@@ -7,7 +7,7 @@
 namespace ko {
 
 /// One row: dst[i] = table[src[i]], with an entry for every value of the sample. src and dst may be the same
-/// memory.
+/// memory. Words need the memory of one more entry, which is read but not used.
 template <class T>
 using LookUpRow = void (*)(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples,
                            const T* table) noexcept;
