@@ -3,6 +3,8 @@
 
 #include <omp.h>
 
+#include <algorithm>
+#include <array>
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
@@ -27,13 +29,16 @@ void rowsStatic(std::int64_t rows, const Body& body)
 /// memory then take longer with two threads than with one.
 class RowShares {
 public:
-    RowShares(std::int64_t rows, int threads) : shares_(static_cast<std::size_t>(threads))
+    /// More threads than this share their shares: there is no memory to be asked for, which could fail.
+    static constexpr int most = 64;
+
+    RowShares(std::int64_t rows, int threads) noexcept : m_count(std::min(threads, most))
     {
         std::int64_t begin = 0;
-        for (int thread = 0; thread < threads; ++thread) {
-            Share& share = shares_[static_cast<std::size_t>(thread)];
+        for (int i = 0; i < m_count; ++i) {
+            Share& share = m_shares[static_cast<std::size_t>(i)];
             share.next.store(begin, std::memory_order_relaxed);
-            share.end = begin = rows * (thread + 1) / threads;
+            share.end = begin = rows * (i + 1) / m_count;
         }
     }
 
@@ -41,8 +46,8 @@ public:
     template <class Body>
     void takeRows(int thread, const Body& body) noexcept
     {
-        for (std::size_t i = 0; i < shares_.size(); ++i) {
-            Share& share = shares_[(static_cast<std::size_t>(thread) + i) % shares_.size()];
+        for (int i = 0; i < m_count; ++i) {
+            Share& share = m_shares[static_cast<std::size_t>((thread + i) % m_count)];
             while (share.next.load(std::memory_order_relaxed) < share.end) {
                 const std::int64_t y = share.next.fetch_add(1, std::memory_order_relaxed);
                 if (y < share.end)
@@ -57,7 +62,8 @@ private:
         std::atomic<std::int64_t> next;
         std::int64_t end;
     };
-    std::vector<Share> shares_;
+    std::array<Share, most> m_shares;
+    int m_count;
 };
 
 /// Runs `body(thread, y)` for y = 0...rows - 1, the next row to whichever thread is free. A single thread

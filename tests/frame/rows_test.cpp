@@ -55,6 +55,17 @@ TEST(RowShares, ServeMoreThreadsThanRows)
     EXPECT_EQ(taken, (std::vector<std::int64_t>{1, 0}));
 }
 
+TEST(RowShares, AreSharedByMoreThreadsThanThereAreShares)
+{
+    constexpr int threads = RowShares::most + 6;
+    RowShares shares(2 * RowShares::most, threads);
+    std::vector<std::int64_t> taken;
+    const auto take = [&](std::int64_t y) noexcept { taken.push_back(y); };
+    shares.takeRows(threads - 1, take);
+    EXPECT_EQ(taken.size(), 2U * RowShares::most);
+    EXPECT_EQ(taken.front(), 10) << "the first row of the sixth share";
+}
+
 TEST(RowShares, HaveNothingForAHeightBelowZero)
 {
     forEachThreadCount([] { rowsDynamic(-1, [](std::int64_t) noexcept { ADD_FAILURE(); }); });
