@@ -101,14 +101,17 @@ ResultCode Median(const SxImageBuf& src, SxImageBuf& dst, int radius, void* buff
                 {ResultBadArg2, rowsFit(dst)},
             }))
             return rc;
+        // Networks need no memory of their own, and whole rows follow each other better than those of strips.
+        if (radius <= largestNetworkRadius) {
+            sortMedians(src, dst, radius);
+            return ResultOk;
+        }
         prepareScratch(*work, radius);
         std::vector<MedianTile>& tiles = work->plan->tiles;
         rowsDynamic(static_cast<std::int64_t>(tiles.size()), [&](std::int64_t i) noexcept {
             MedianTile& tile = tiles[static_cast<std::size_t>(i)];
             if (isSearched(src, radius))
                 searchMedians(src, dst, tile, radius);
-            else if (radius <= largestNetworkRadius)
-                sortMedians(src, dst, tile, radius);
             else
                 tileMedians(src, dst, tile, radius);
         });

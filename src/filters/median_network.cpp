@@ -3,6 +3,7 @@
 #include "core/dispatch.h"
 #include "core/image_view.h"
 #include "filters/median_network_kernels.h"
+#include "frame/rows.h"
 
 #include <algorithm>
 #include <array>
@@ -14,7 +15,8 @@ namespace {
 
 constexpr int mostLines = 2 * largestNetworkRadius + 1;
 constexpr std::int64_t pieceSamples = 1024;
-constexpr std::int64_t bandRows = 128;
+/// Rows that one thread filters at a time.
+constexpr std::int64_t bandRows = 64;
 /// A piece and what its windows reach into.
 constexpr std::int64_t lineSamples = pieceSamples + 2 * largestNetworkRadius * medianRowChannels;
 
@@ -60,46 +62,37 @@ private:
 template <class T>
 class NetworkFilter {
 public:
-    NetworkFilter(const SxImageBuf& src, SxImageBuf& dst, const MedianTile& tile, int radius) noexcept
+    NetworkFilter(const SxImageBuf& src, SxImageBuf& dst, int radius) noexcept
         : m_src(src),
           m_dst(dst),
-          m_tile(tile),
+          m_channels(src.channels),
           m_radius(radius),
           m_window(2 * radius + 1),
-          m_most(static_cast<std::uint32_t>(tile.bins - 1)),
-          m_rowFillers(m_window, tile.channels),
+          m_most((1U << src.bitsPerSample) - 1),
+          m_rowFillers(m_window, m_channels),
           m_columnFillers(m_window, 1)
     {
         const MedianRowKernels& kernels = medianRowKernels();
         m_kernel = (sizeof(T) == 1 ? kernels.u8 : kernels.u16)[static_cast<std::size_t>(radius)];
     }
 
-    /// The columns at the sides follow band by band while their rows are in the cache.
-    void run() noexcept
+    void run() const
     {
-        const std::int64_t first = std::max<std::int64_t>(m_tile.firstColumn, m_radius);
-        const std::int64_t end = std::min<std::int64_t>(m_tile.lastColumn + 1, m_src.width - m_radius);
-        for (std::int64_t top = m_tile.firstRow; top <= m_tile.lastRow; top += bandRows) {
-            const std::int64_t bottom = std::min<std::int64_t>(top + bandRows, m_tile.lastRow + 1);
-            for (std::int64_t y = top; y < bottom && first < end; ++y)
-                filterRow(y, first, end - first);
-            for (std::int64_t x = m_tile.firstColumn; x < first; ++x)
-                filterColumn(x, top, bottom);
-            for (std::int64_t x = std::max(first, end); x <= m_tile.lastColumn; ++x)
-                filterColumn(x, top, bottom);
-        }
+        rowsDynamic((m_src.height + bandRows - 1) / bandRows, [&](std::int64_t band) noexcept {
+            filterBand(band * bandRows, std::min<std::int64_t>((band + 1) * bandRows, m_src.height));
+        });
     }
 
 private:
     std::uint8_t* sampleOf(SxImageBuf& image, std::int64_t x, std::int64_t y,
                            std::int64_t channel) const noexcept
     {
-        return rowOf(image, y) + (x * m_tile.channels + channel) * static_cast<std::int64_t>(sizeof(T));
+        return rowOf(image, y) + (x * m_channels + channel) * static_cast<std::int64_t>(sizeof(T));
     }
     const std::uint8_t* sampleOf(const SxImageBuf& image, std::int64_t x, std::int64_t y,
                                  std::int64_t channel) const noexcept
     {
-        return rowOf(image, y) + (x * m_tile.channels + channel) * static_cast<std::int64_t>(sizeof(T));
+        return rowOf(image, y) + (x * m_channels + channel) * static_cast<std::int64_t>(sizeof(T));
     }
 
     /// Medians along `count` lines, which are all or a part of those of a window.
@@ -121,6 +114,18 @@ private:
         }
     }
 
+    /// Rows `top` ... `bottom` - 1. The columns at the sides follow while their rows are in the cache.
+    void filterBand(std::int64_t top, std::int64_t bottom) const noexcept
+    {
+        const std::int64_t inner = m_src.width - 2 * m_radius;
+        for (std::int64_t y = top; y < bottom; ++y)
+            filterRow(y, m_radius, inner);
+        for (std::int64_t i = 0; i < m_radius; ++i) {
+            filterColumn(i, top, bottom);
+            filterColumn(m_src.width - 1 - i, top, bottom);
+        }
+    }
+
     void filterRow(std::int64_t y, std::int64_t x, std::int64_t columns) const noexcept
     {
         std::array<const std::uint8_t*, mostLines> lines{};
@@ -128,7 +133,7 @@ private:
         for (std::int64_t v = std::max<std::int64_t>(y - m_radius, 0);
              v <= std::min<std::int64_t>(y + m_radius, m_src.height - 1); ++v)
             lines[static_cast<std::size_t>(count++)] = sampleOf(m_src, x - m_radius, v, 0);
-        filterLines(lines.data(), count, sampleOf(m_dst, x, y, 0), columns * m_tile.channels, m_tile.channels,
+        filterLines(lines.data(), count, sampleOf(m_dst, x, y, 0), columns * m_channels, m_channels,
                     m_rowFillers);
     }
 
@@ -137,7 +142,7 @@ private:
     {
         const std::int64_t innerTop = std::max<std::int64_t>(top, m_radius);
         const std::int64_t innerBottom = std::min<std::int64_t>(bottom, m_src.height - m_radius);
-        for (std::int64_t channel = 0; channel < m_tile.channels; ++channel) {
+        for (std::int64_t channel = 0; channel < m_channels; ++channel) {
             if (innerTop < innerBottom)
                 filterInnerColumn(x, innerTop, innerBottom - innerTop, channel);
             for (std::int64_t y = top; y < std::min(innerTop, bottom); ++y)
@@ -185,7 +190,7 @@ private:
 
     const SxImageBuf& m_src;
     SxImageBuf& m_dst;
-    const MedianTile& m_tile;
+    int m_channels;
     int m_radius;
     int m_window;
     std::uint32_t m_most;
@@ -196,12 +201,12 @@ private:
 
 }  // namespace
 
-void sortMedians(const SxImageBuf& src, SxImageBuf& dst, const MedianTile& tile, std::int64_t radius) noexcept
+void sortMedians(const SxImageBuf& src, SxImageBuf& dst, std::int64_t radius)
 {
     if (hasType(src, UInt8))
-        NetworkFilter<std::uint8_t>(src, dst, tile, static_cast<int>(radius)).run();
+        NetworkFilter<std::uint8_t>(src, dst, static_cast<int>(radius)).run();
     else
-        NetworkFilter<std::uint16_t>(src, dst, tile, static_cast<int>(radius)).run();
+        NetworkFilter<std::uint16_t>(src, dst, static_cast<int>(radius)).run();
 }
 
 }  // namespace ko

@@ -510,6 +510,16 @@ TEST(MedianThreads, GiveTheSameBytesForAnyNumber)
     });
 }
 
+TEST(MedianThreads, GiveTheSameBytesWhereverABandEnds)
+{
+    forEachThreadCount([] {
+        for (const ExImageDataType type : {UInt8, UInt16})
+            for (const int radius : {0, 1, 2, 3})
+                for (const int height : {63, 64, 65, 66, 67, 127, 128, 130, 193})
+                    compareWithTwin({type, 1, 8, radius, 2 * radius + 4, height});
+    });
+}
+
 TEST(MedianBuffers, ServeCallAfterCallWithAnyNumberOfThreads)
 {
     const Case base{UInt16, 1, 12, 9, 90, 40};
