@@ -19,22 +19,29 @@ namespace {
 /// The arrays of a correction for rows in which the first `treated` of `channels` samples change.
 class RowGains {
 public:
+    /// `samples` of them are there to correct in all.
     template <class T>
     RowGains(std::type_identity<T>, const Correction& correction, const double* gains, int treated,
-             int channels)
+             int channels, std::int64_t samples)
         : m_correction(correction)
     {
-        const bool single = std::all_of(gains, gains + treated,
-                                        [&](double gain) { return singleServes<T>(correction, gain); });
+        const auto all = [&](const auto& serves) { return std::all_of(gains, gains + treated, serves); };
+        const bool single = all([&](double gain) { return singleServes<T>(correction, gain); });
+        m_correction.divisor = all([](double gain) { return gain == std::trunc(gain); }) ? 1 : 2;
+        // Trying every level takes as long as ten samples in whole numbers save.
+        const bool whole = single && static_cast<double>(samples) >= 16 * correction.top &&
+                           all([&](double gain) { return wholesServe(m_correction, gain); });
         for (int i = 0; i < correctionPeriod; ++i) {
             const int channel = i % channels;
             // Samples that stay may be computed with anything.
             m_gain[i] = gains[channel < treated ? channel : 0];
             m_scale[i] = single ? static_cast<float>(correction.ratio * m_gain[i]) : 0;
+            m_factor[i] = whole ? static_cast<std::uint32_t>(m_gain[i] * m_correction.divisor) : 0;
             m_treated[i] = channel < treated ? 255 : 0;
         }
         m_correction.gain = m_gain;
         m_correction.scale = single ? m_scale : nullptr;
+        m_correction.factor = whole ? m_factor : nullptr;
         m_correction.treated = treated < channels ? m_treated : nullptr;
     }
     RowGains(const RowGains&) = delete;
@@ -47,6 +54,7 @@ private:
     // Whole vectors are read from them, which takes longer across cache lines.
     alignas(64) double m_gain[correctionPeriod];
     alignas(64) float m_scale[correctionPeriod];
+    alignas(64) std::uint32_t m_factor[correctionPeriod];
     std::uint8_t m_treated[correctionPeriod];
 };
 
@@ -63,7 +71,7 @@ void correct(const SxImageBuf& src, const SxImageBuf& background, SxImageBuf& ds
         const int perRow = interleaved ? src.channels : 1;
         for (int plane = 0; plane < (interleaved ? 1 : treated); ++plane) {
             const RowGains row(std::type_identity<T>{}, correction, gains + plane, interleaved ? treated : 1,
-                               perRow);
+                               perRow, std::int64_t{src.width} * src.height * perRow);
             loop(src.height, [&](std::int64_t y) noexcept {
                 kernels.row(planeRowOf(src, plane, y), planeRowOf(background, plane, y),
                             planeRowOf(dst, plane, y), std::int64_t{src.width} * perRow, row.correction());

@@ -32,6 +32,84 @@ T Corrected(T sample, T background, double gain, const Correction& correction) n
 
 #if HWY_TARGET != HWY_SCALAR
 
+/// Samples to leave alone take what is in dst.
+template <class T, class To>
+VecOf<To> Treated(To to, VecOf<To> result, const std::uint8_t* dst, const std::uint8_t* treated)
+{
+    const auto marks = LoadAt(hn::Rebind<std::int8_t, To>(), treated);
+    VecOf<To> mark;
+    if constexpr (sizeof(T) == 1)
+        mark = hn::BitCast(to, marks);
+    else
+        mark = hn::BitCast(to, hn::PromoteTo(hn::RebindToSigned<To>(), marks));
+    return hn::IfVecThenElse(mark, result, LoadAt(to, dst));
+}
+
+/// About 1 / v: off by less than 2^-20 of itself, or 2^-11 without `Refined`.
+template <bool Refined, class V>
+V Reciprocal(V v)
+{
+    const hn::DFromV<V> d;
+#if HWY_ARCH_X86
+    const auto guess = hn::ApproximateReciprocal(v);
+    return Refined ? hn::Mul(guess, hn::NegMulAdd(guess, v, hn::Set(d, 2.0F))) : guess;
+#else
+    return hn::Div(hn::Set(d, 1.0F), v);
+#endif
+}
+
+/// The part of a block that is whole vectors, in whole numbers; returns how many samples that is. A product
+/// in floats is off by less than a half, so that rounded to the nearest it is the whole part or one more, in
+/// which case that many times the background is more than the sample times the gain. Both are computed
+/// exactly, for bytes in floats.
+template <class T, bool All>
+int WholeSamples(const std::uint8_t* src, const std::uint8_t* background, std::uint8_t* dst, int samples,
+                 const Correction& correction) noexcept
+{
+    constexpr bool isByte = sizeof(T) == 1;
+    constexpr std::int64_t size = sizeof(T), line = 64;
+    const hn::ScalableTag<float> d;
+    const hn::Rebind<T, decltype(d)> to;
+    const hn::Rebind<std::int32_t, decltype(d)> d32;
+    const hn::RebindToUnsigned<decltype(d32)> u32;
+    constexpr int lanes = static_cast<int>(hn::MaxLanes(d));
+    const auto top = hn::Set(d, static_cast<float>(correction.top));
+    // 1.5 * 2^23: sums with numbers below 2^16 are rounded to whole numbers, which are then the lower bits.
+    const auto rounder = hn::Set(d, 12582912.0F);
+    const auto twice = hn::Set(u32, correction.divisor == 2 ? ~0U : 0U);
+    const bool keep = correction.keep;
+    int i = 0;
+    for (; i + lanes <= samples; i += lanes) {
+        if (i * size % line == 0) {
+            fetchAhead<std::uint8_t, false>(src + i * size, line);
+            fetchAhead<std::uint8_t, false>(background + i * size, line);
+            fetchAhead<std::uint8_t, true>(dst + i * size, line);
+        }
+        const auto sample = LoadAt(to, src + i * size), below = LoadAt(to, background + i * size);
+        const auto a = hn::PromoteTo(d32, sample), b = hn::PromoteTo(d32, below);
+        const auto divisor = hn::ConvertTo(d, b);
+        const auto scaled = hn::Mul(hn::ConvertTo(d, a), hn::LoadU(d, correction.scale + i));
+        const auto v = hn::Min(hn::Mul(scaled, Reciprocal<!isByte>(divisor)), top);
+        const auto rounded = hn::Add(v, rounder);
+        const auto bits = hn::BitCast(u32, rounded);
+        hn::Mask<decltype(u32)> over;
+        if constexpr (isByte) {
+            over = hn::RebindMask(u32, hn::Gt(hn::Mul(hn::Sub(rounded, rounder), divisor), scaled));
+        } else {
+            const auto whole = hn::And(bits, hn::Set(u32, 0x1FFFF)), times = hn::BitCast(u32, b);
+            const auto product = hn::Mul(hn::BitCast(u32, a), hn::LoadU(u32, correction.factor + i));
+            over = hn::Gt(hn::Mul(whole, hn::Add(times, hn::And(times, twice))), product);
+        }
+        auto result = hn::TruncateTo(to, hn::Add(bits, hn::VecFromMask(u32, over)));
+        const auto without = keep ? sample : hn::Zero(to);
+        result = hn::IfThenElse(hn::Eq(below, hn::Zero(to)), without, result);
+        if constexpr (!All)
+            result = Treated<T>(to, result, dst + i * size, correction.treated + i);
+        StoreAt(to, result, dst + i * size);
+    }
+    return i;
+}
+
 /// The part of a block that is whole vectors: writes the results, those that are not certain included, and
 /// lists the places of the latter from `end` on. Returns how many samples were done.
 ///
@@ -56,18 +134,11 @@ int CertainSamples(const std::uint8_t* src, const std::uint8_t* background, std:
         const auto a = hn::ConvertTo(d, hn::PromoteTo(d32, sample));
         const auto b = hn::ConvertTo(d, hn::PromoteTo(d32, below));
         const auto v = hn::Min(hn::Mul(hn::Div(a, b), hn::LoadU(d, correction.scale + i)), limit);
-        auto result = Narrowed(to, d, WholeParts<false>(d, v, slack, i, open));
+        auto result = Narrowed(to, d, WholeParts(d, v, slack, i, open));
         const auto without = correction.keep ? sample : hn::Zero(to);
         result = hn::IfThenElse(hn::Eq(below, hn::Zero(to)), without, result);
-        if constexpr (!All) {
-            const auto treated = LoadAt(hn::Rebind<std::int8_t, decltype(d)>(), correction.treated + i);
-            VecOf<decltype(to)> mark;
-            if constexpr (size == 1)
-                mark = hn::BitCast(to, treated);
-            else
-                mark = hn::BitCast(to, hn::PromoteTo(hn::RebindToSigned<decltype(to)>(), treated));
-            result = hn::IfVecThenElse(mark, result, LoadAt(to, dst + i * size));
-        }
+        if constexpr (!All)
+            result = Treated<T>(to, result, dst + i * size, correction.treated + i);
         StoreAt(to, result, dst + i * size);
     }
     end = open;
@@ -93,6 +164,17 @@ void ExactBlock(const std::uint8_t* src, const std::uint8_t* background, std::ui
         const auto result = static_cast<std::int32_t>(product < top ? product : top);
         storeSample(dst, i, static_cast<T>((result & ~bare) | (sample & keep & bare)));
     }
+}
+
+/// Sample i of a block, unless it is to be left alone.
+template <class T>
+void CorrectOne(const std::uint8_t* src, const std::uint8_t* background, std::uint8_t* dst, int i,
+                const Correction& correction) noexcept
+{
+    if (correction.treated == nullptr || correction.treated[i] != 0)
+        storeSample(
+            dst, i,
+            Corrected(loadSample<T>(src, i), loadSample<T>(background, i), correction.gain[i], correction));
 }
 
 /// At most one period.
@@ -121,23 +203,33 @@ void Block(const std::uint8_t* src, const std::uint8_t* background, std::uint8_t
         *end++ = done++;
     if (correction.scale != nullptr && correction.treated == nullptr && end - places > mostOpen(samples))
         return ExactBlock<T>(given, below, dst, samples, correction);
-    for (const std::int32_t* place = places; place != end; ++place) {
-        const std::int32_t i = *place;
-        if (correction.treated == nullptr || correction.treated[i] != 0)
-            storeSample(
-                dst, i,
-                Corrected(loadSample<T>(given, i), loadSample<T>(below, i), correction.gain[i], correction));
-    }
+    for (const std::int32_t* place = places; place != end; ++place)
+        CorrectOne<T>(given, below, dst, *place, correction);
+}
+
+/// At most one period, for gains that whole numbers serve.
+template <class T>
+void WholeBlock(const std::uint8_t* src, const std::uint8_t* background, std::uint8_t* dst, int samples,
+                const Correction& correction) noexcept
+{
+    int done = 0;
+#if HWY_TARGET != HWY_SCALAR
+    done = correction.treated == nullptr ? WholeSamples<T, true>(src, background, dst, samples, correction)
+                                         : WholeSamples<T, false>(src, background, dst, samples, correction);
+#endif
+    for (; done < samples; ++done)
+        CorrectOne<T>(src, background, dst, done, correction);
 }
 
 template <class T>
 void RowCorrected(const std::uint8_t* src, const std::uint8_t* background, std::uint8_t* dst,
                   std::int64_t samples, const Correction& correction) noexcept
 {
+    const auto block = correction.factor != nullptr ? &WholeBlock<T> : &Block<T>;
     for (std::int64_t i = 0; i < samples; i += correctionPeriod) {
         const std::int64_t shift = i * static_cast<std::int64_t>(sizeof(T));
-        Block<T>(src + shift, background + shift, dst + shift,
-                 static_cast<int>(std::min<std::int64_t>(correctionPeriod, samples - i)), correction);
+        block(src + shift, background + shift, dst + shift,
+              static_cast<int>(std::min<std::int64_t>(correctionPeriod, samples - i)), correction);
     }
 }
 

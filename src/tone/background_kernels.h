@@ -1,6 +1,7 @@
 // Row kernels of the background corrections.
 #pragma once
 
+#include <cmath>
 #include <cstdint>
 #include <limits>
 #include <type_traits>
@@ -18,6 +19,9 @@ struct Correction {
     bool keep;  ///< a sample over a background of 0 stays what it is; false: it becomes 0
     const double* gain = nullptr;
     const float* scale = nullptr;  ///< ratio * gain[i]; null unless `singleServes` for all of them
+    /// gain[i] * divisor as whole numbers; null unless `wholesServe` for all of them.
+    const std::uint32_t* factor = nullptr;
+    std::uint32_t divisor = 1;
     const std::uint8_t* treated =
         nullptr;  ///< 0 for samples to leave alone, else 255; null: none are left alone
 };
@@ -31,6 +35,25 @@ bool singleServes(const Correction& correction, double gain) noexcept
     const auto within = [](double value) { return value >= small && value <= large; };
     return within(correction.ratio) && (gain == 0 || within(correction.ratio * gain)) &&
            correction.top >= 0 && correction.top <= std::numeric_limits<T>::max();
+}
+
+/// Whether whole numbers tell all results, where single precision comes close enough: nothing but one gain is
+/// multiplied with, it is a multiple of 1 / divisor, and 32 bits hold what is computed.
+///
+/// A product that is not whole lies at least 2^-17 from the next whole number, far more than the roundings of
+/// doubles move it. A whole one, n, is n / gain * gain whatever the sample and the background, and must not
+/// be rounded down.
+inline bool wholesServe(const Correction& correction, double gain) noexcept
+{
+    const double factor = gain * correction.divisor;
+    if (correction.ratio != 1 || !(factor >= 1 && factor + correction.divisor <= 65537) ||
+        factor != std::trunc(factor))
+        return false;
+    const auto top = static_cast<int>(correction.top);
+    int missed = 0;
+    for (int n = 1; n <= top; ++n)
+        missed += n / gain * gain < n ? 1 : 0;
+    return missed == 0;
 }
 
 /// Contiguous samples. dst may be the memory of src or of the background.

@@ -31,9 +31,8 @@ using Places = std::int32_t[Samples + 64];
 
 /// The whole parts of products that are not negative; the places of those of the `first` and following
 /// samples that are open go to `end`, which moves on. Callers keep it in a register: a counter in memory
-/// would have to be read again after each store of a result. `Seldom` tests for open samples with a branch,
-/// which pays where it can be foreseen.
-template <bool Seldom, class D>
+/// would have to be read again after each store of a result.
+template <class D>
 HWY_INLINE VecOf<D> WholeParts(D d, VecOf<D> product, VecOf<D> slack, int first, std::int32_t*& end)
 {
     namespace hn = hwy::HWY_NAMESPACE;
@@ -42,11 +41,9 @@ HWY_INLINE VecOf<D> WholeParts(D d, VecOf<D> product, VecOf<D> slack, int first,
     // Nothing is below 0: a product of 0 is certain.
     const auto least = hn::Max(hn::Sub(product, slack), hn::Zero(d));
     const auto open = hn::RebindMask(d32, hn::Lt(least, whole));
-    if (!Seldom || !hn::AllFalse(d32, open)) {
-        const auto places = hn::Add(hn::Iota(d32, 0), hn::Set(d32, first));
-        hn::StoreU(hn::Compress(places, open), d32, end);
-        end += hn::CountTrue(d32, open);
-    }
+    const auto places = hn::Add(hn::Iota(d32, 0), hn::Set(d32, first));
+    hn::StoreU(hn::Compress(places, open), d32, end);
+    end += hn::CountTrue(d32, open);
     return whole;
 }
 

@@ -365,6 +365,69 @@ TEST(CorrectBackgroundTargets, DivideWordsExactly)
     });
 }
 
+/// Images of many samples whose products with the gain are often whole numbers, or far above the depth.
+void fillWholes(TestImage& src, TestImage& background, int bits)
+{
+    std::mt19937 random(static_cast<std::uint32_t>(bits));
+    src.forEachSample([&](int x, int y, int c) {
+        const unsigned shift = random() % 64 == 0 ? 0 : 32 - static_cast<unsigned>(bits);
+        auto below = static_cast<std::uint16_t>(random() >> shift);
+        if (y % 4 == 1)
+            below %= 64;
+        auto sample = static_cast<std::uint16_t>(random() >> shift);
+        if (y % 4 == 2)
+            sample = static_cast<std::uint16_t>(below + x % 5 - 2);
+        if (y % 4 == 3)
+            sample = static_cast<std::uint16_t>(below * (x % 7) / (x % 3 + 1));
+        src.set<std::uint16_t>(x, y, c, sample);
+        background.set<std::uint16_t>(x, y, c, below);
+    });
+}
+
+TEST(CorrectBackgroundTargets, DivideManyWordsExactly)
+{
+    struct Case {
+        int bits;
+        double gain;
+    };
+    // Gains of which doubles reach every whole product, and others.
+    for (const Case& one :
+         {Case{12, 4095}, Case{12, 2047.5}, Case{12, 4096}, Case{12, 3000.5}, Case{12, 0.5}, Case{12, 65535},
+          Case{12, 32767.5}, Case{12, 100}, Case{16, 65535}, Case{16, 32767.5}, Case{16, 65536}}) {
+        const Layout layout{
+            .width = 1025, .height = one.bits == 12 ? 70 : 1040, .type = UInt16, .bits = one.bits};
+        TestImage src(layout), background(layout), expected(layout);
+        fillWholes(src, background, one.bits);
+        oracle::correctBackground<std::uint16_t>(src, background, expected, 1.0, {one.gain});
+        forEachTarget([&] {
+            TestImage dst(layout);
+            ASSERT_EQ(CorrectBackground(src, background, dst, 0, 0, gainsOf({one.gain})), ResultOk);
+            ASSERT_EQ(dst.bytes(), expected.bytes()) << one.bits << " bits, gain " << one.gain;
+        });
+    }
+}
+
+TEST(CorrectBackgroundTargets, DivideManyPixelsExactly)
+{
+    const std::vector<double> gains{4095, 2047.5, 1023, 511.5};
+    for (const int channels : {1, 3, 4}) {
+        const Layout layout{.width = 1025, .height = 70, .channels = channels, .type = UInt16, .bits = 12};
+        TestImage src(layout), background(layout), corrected(layout), replaced(layout);
+        fillWholes(src, background, 12);
+        oracle::correctBackground<std::uint16_t>(src, background, corrected, 1.0, gains);
+        fillWholes(replaced, background, 12);
+        oracle::backgroundCorrection<std::uint16_t>(background, replaced, channels, gains);
+        forEachTarget([&] {
+            TestImage dst(layout), image(layout);
+            ASSERT_EQ(CorrectBackground(src, background, dst, 0, 0, gainsOf(gains)), ResultOk);
+            ASSERT_EQ(dst.bytes(), corrected.bytes()) << channels;
+            fillWholes(image, background, 12);
+            ASSERT_EQ(BackgroundCorrection(background, image, channels, gains.data()), ResultOk);
+            ASSERT_EQ(image.bytes(), replaced.bytes()) << channels;
+        });
+    }
+}
+
 TEST(CorrectBackgroundTargets, DecideExactlyWhereProductsComeCloseToWholeNumbers)
 {
     std::mt19937 random(7);
