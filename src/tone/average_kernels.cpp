@@ -41,7 +41,7 @@ hn::Vec<D> LoadSamples(D d, const std::uint8_t* at) noexcept
 }
 
 template <class D>
-void AddPartial(D d, hn::Vec<D> partial, std::uint32_t* sums) noexcept
+void AddPartial(D, hn::Vec<D> partial, std::uint32_t* sums) noexcept
 {
     const hn::ScalableTag<std::uint32_t> wide;
     const auto addTo = [&](hn::Vec<decltype(wide)> sum, std::uint32_t* at) {
