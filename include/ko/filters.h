@@ -6,7 +6,10 @@
 namespace ko {
 
 /// Asked for by callers of `Stretch`, which filters the same way whatever the value.
-enum Interpolation : std::int32_t { InterpolationNearest = 0, InterpolationLinear = 1 };
+enum Interpolation : std::int32_t {
+    InterpolationNearest = 0,  ///< no other picture than linear
+    InterpolationLinear = 1,   ///< tent filter
+};
 
 /// Resamples an image to the size of the destination: along the rows first, then across them.
 ///

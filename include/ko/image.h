@@ -15,17 +15,17 @@ namespace ko {
 /// Container of one sample. Odd codes up to 5 are signed, even ones unsigned; 10 and 11 are signed and
 /// unsigned. `Sample128` can be stored and copied, no operation computes with it.
 enum ExImageDataType : std::int32_t {
-    Int8 = 1,
-    UInt8 = 2,
-    Int16 = 3,
-    UInt16 = 4,
-    Int32 = 5,
-    UInt32 = 6,
-    Float32 = 7,
-    Float64 = 8,
-    Sample128 = 9,
-    Int64 = 10,
-    UInt64 = 11,
+    Int8 = 1,       ///< one byte
+    UInt8 = 2,      ///< one byte: cameras of 8 bits, and masks
+    Int16 = 3,      ///< two bytes
+    UInt16 = 4,     ///< two bytes: cameras of 9 to 16 bits
+    Int32 = 5,      ///< four bytes: gradients and distances
+    UInt32 = 6,     ///< four bytes
+    Float32 = 7,    ///< IEEE 754 single precision
+    Float64 = 8,    ///< IEEE 754 double precision
+    Sample128 = 9,  ///< sixteen bytes without an arithmetic
+    Int64 = 10,     ///< eight bytes
+    UInt64 = 11,    ///< eight bytes
 };
 
 /// Order of the samples of a multi-channel image; a mono image is laid out alike either way.
@@ -37,15 +37,17 @@ enum ExPixelPacking : std::int32_t {
 /// Colour-filter arrangement of a raw mosaic: the colours of the cell positions (x even, y even),
 /// (x odd, y even), (x even, y odd), (x odd, y odd).
 enum ExBayerGrid : std::int32_t {
-    BayerBGGR = 0,
-    BayerRGGB = 1,
-    BayerGBRG = 2,
-    BayerGRBG = 3,
+    BayerBGGR = 0,  ///< blue first
+    BayerRGGB = 1,  ///< red first
+    BayerGBRG = 2,  ///< green first, red below it
+    BayerGRBG = 3,  ///< green first, blue below it
     BayerNone = 4,  ///< not a mosaic
 };
 
-/// Compression of pixel memory, of which there is none.
-enum ExPixelCompression : std::int32_t { CompressionNone = 0 };
+/// Compression of pixel memory.
+enum ExPixelCompression : std::int32_t {
+    CompressionNone = 0,  ///< the only one there is
+};
 
 /// Geometry and sample format of an image.
 struct SxImageInfo {

@@ -9,18 +9,18 @@ namespace ko {
 ///
 /// `Stretch` answers 1 on success, so test a status with `isFailure` and not against `ResultOk`.
 enum ResultCode : std::uint32_t {
-    ResultOk = 0x00000000,
+    ResultOk = 0x00000000,               ///< done
     ResultFailed = 0xA0000000,           ///< memory or a called service failed; the arguments were good
     ResultIncompatible = 0xA000000D,     ///< a work buffer was made for another image format
     ResultOutOfRange = 0xA0004309,       ///< the channel count does not suit the pixel format
     ResultUnsupportedType = 0xA000430C,  ///< no implementation for this sample type, packing or channel count
-    ResultBadArg1 = 0xA0004313,  ///< the first argument is invalid; the following codes name the others
-    ResultBadArg2 = 0xA0004314,
-    ResultBadArg3 = 0xA0004315,
-    ResultBadArg4 = 0xA0004316,
-    ResultBadArg5 = 0xA0004317,
-    ResultBadArg6 = 0xA0004318,
-    ResultBadArg7 = 0xA0004319,
+    ResultBadArg1 = 0xA0004313,          ///< the first argument is invalid
+    ResultBadArg2 = 0xA0004314,          ///< the second argument is invalid
+    ResultBadArg3 = 0xA0004315,          ///< the third argument is invalid
+    ResultBadArg4 = 0xA0004316,          ///< the fourth argument is invalid
+    ResultBadArg5 = 0xA0004317,          ///< the fifth argument is invalid
+    ResultBadArg6 = 0xA0004318,          ///< the sixth argument is invalid
+    ResultBadArg7 = 0xA0004319,          ///< the seventh argument is invalid
 };
 
 /// True when `code` reports a failure.

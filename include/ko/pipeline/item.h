@@ -57,11 +57,14 @@ class KO_EXPORT IxPipeItem : public QObject {
 
 public:
     /// Whether an item takes frames.
-    enum ExState { StateStopped = 0, StateStarted = 1 };
+    enum ExState {
+        StateStopped = 0,  ///< frames are dropped
+        StateStarted = 1,  ///< frames are queued and worked on
+    };
 
     /// What an item cannot be connected with.
     enum ExFlag {
-        FlagNoInput = 1,   ///< accepts no precedessors: makes frames
+        FlagNoInput = 1,   ///< accepts no predecessors: makes frames
         FlagNoOutput = 2,  ///< accepts no successors: uses frames up
     };
     /// Any of the flags together.
