@@ -79,8 +79,9 @@ KO_EXPORT ResultCode HistogramMatch(const SxImageBuf& src, const CxImageHistogra
 //
 // - Samples are read without sign, also those of `Int8` and `Int16`.
 // - Top is 2^bitsPerSample - 1 and Scale is Top / (high - low), both as the 32-bit numbers of the first image
-//   (Top is 2^31 - 1 from 31 bits on, -1 for negative bitsPerSample). For images of one byte per sample low
-//   and high are first cut to their low 8 bits.
+//   (Top is 2^31 - 1 from 31 bits on, -1 for negative bitsPerSample). `ThresholdAndStretchHistogram` and
+//   `ThresholdAndStretchHistogramMasked` cut low and high to their low 8 bits first where samples have one
+//   byte.
 // - *Stretching* gives (sample - low) * Scale without its fraction, formed in double, and 0 where that is
 //   negative or above Top: the band is spread over the whole range, levels outside it become 0. Where high
 //   equals low, every sample becomes 0. Where high is below low the range is inverted. A result wider than

@@ -48,10 +48,10 @@ ResultCode measure(const SxImageBuf& src, EntropyTables& tables, double key, Dis
     return countLevels(src, distribution.hist, [&](CxImageHistogram& hist) { return Histogram(src, hist); });
 }
 
-/// A base of logarithms or an order of entropy: 1 has no inverse.
+/// A base of logarithms or an order of entropy: 1 has no inverse. NaN passes, and makes the entropy NaN.
 bool isPositiveButOne(double value)
 {
-    return value > 0.0 && value != 1.0;
+    return !(value <= 0.0 || value == 1.0);
 }
 
 /// The level at which the variance between the levels up to it and those above it is largest; of equals the

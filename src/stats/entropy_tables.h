@@ -3,6 +3,7 @@
 
 #include <QMutex>
 
+#include <compare>
 #include <cstddef>
 #include <map>
 #include <memory>
@@ -11,6 +12,11 @@
 namespace ko {
 
 using EntropyTable = std::shared_ptr<const std::vector<double>>;
+
+/// Has a place for NaN too, which no number is below or above.
+struct KeyOrder {
+    bool operator()(double a, double b) const noexcept { return std::strong_order(a, b) < 0; }
+};
 
 /// Process-wide cache of tables over the counts 0...n, one table per key. Safe to use from any thread:
 /// whoever was given a table keeps it alive, also when a longer one takes its place.
@@ -25,7 +31,7 @@ public:
 
 private:
     QMutex m_mutex;
-    std::map<double, EntropyTable> m_tables;
+    std::map<double, EntropyTable, KeyOrder> m_tables;
     void (*m_fill)(double key, std::vector<double>& table);
 };
 

@@ -7,11 +7,16 @@ namespace ko {
 
 namespace {
 
+/// Bytes take the low 8 bits of the levels.
 template <class T>
 void stretchChannel(const SxImageBuf& src, int srcChannel, SxImageBuf& dst, int dstChannel,
                     const SxImageBuf* mask, int low, int high)
 {
-    const LevelMap<T> map(Spreading::Stretch, bandOf<T>(src, low, high));
+    if constexpr (sizeof(T) == 1) {
+        low = static_cast<std::uint8_t>(low);
+        high = static_cast<std::uint8_t>(high);
+    }
+    const LevelMap<T> map(Spreading::Stretch, bandOf(src, low, high));
     mapChannel<T>(channelOf(src, srcChannel), channelOf(dst, dstChannel), {src.width, src.height, mask}, map);
 }
 
@@ -21,7 +26,7 @@ void stretchGreen(const SxImageBuf& src, SxImageBuf& dst, int dstChannel, const 
                   int high)
 {
     const ContrastRows<T>& rows = contrastKernels().of<T>();
-    const ContrastBand band = bandOf<T>(src, low, high);
+    const ContrastBand band = bandOf(src, low, high);
     const bool identity = isIdentity(src, low, high);
     const auto first = channelOf(src, 1), second = channelOf(src, 3);
     fillChannel<T>(

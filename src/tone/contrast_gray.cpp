@@ -14,7 +14,7 @@ void compressColours(const SxImageBuf& src, SxImageBuf& dst, const SxImageBuf* m
                      const Load& load)
 {
     const ContrastRows<T>& rows = contrastKernels().of<T>();
-    const ContrastBand band = bandOf<T>(src, low, high);
+    const ContrastBand band = bandOf(src, low, high);
     const LevelMap<T> map(Spreading::Compress, band);
     const SelectedPixels pixels{src.width, src.height, mask};
     SampleBlock<T> sampleBlocks[3], resultBlocks[3];
@@ -45,7 +45,7 @@ template <class T>
 void compress(const SxImageBuf& src, SxImageBuf& dst, const SxImageBuf* mask, int low, int high)
 {
     if (src.channels == 1) {
-        const LevelMap<T> map(Spreading::Compress, bandOf<T>(src, low, high));
+        const LevelMap<T> map(Spreading::Compress, bandOf(src, low, high));
         mapChannel<T>(channelOf(src, 0), channelOf(dst, 0), {src.width, src.height, mask}, map);
     }
     if (src.channels < 3)

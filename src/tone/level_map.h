@@ -12,14 +12,8 @@
 
 namespace ko {
 
-/// Bytes take the low 8 bits of the levels.
-template <class T>
-ContrastBand bandOf(const SxImageInfo& image, int low, int high) noexcept
+inline ContrastBand bandOf(const SxImageInfo& image, int low, int high) noexcept
 {
-    if constexpr (sizeof(T) == 1) {
-        low = static_cast<std::uint8_t>(low);
-        high = static_cast<std::uint8_t>(high);
-    }
     const double top = topOf(image);
     const auto width =
         static_cast<std::int32_t>(static_cast<std::uint32_t>(high) - static_cast<std::uint32_t>(low));

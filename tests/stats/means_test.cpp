@@ -312,9 +312,10 @@ TEST(MeanMaskedValues, GateAllChannelsOfAPixelByOneByte)
     }
 }
 
+/// NaNs are alike whatever their sign, which compilers choose for 0/0.
 bool sameBits(double a, double b)
 {
-    return std::memcmp(&a, &b, sizeof a) == 0;
+    return std::memcmp(&a, &b, sizeof a) == 0 || (std::isnan(a) && std::isnan(b));
 }
 
 void fill(TestImage& image, ExImageDataType type, std::uint32_t seed)
@@ -401,7 +402,7 @@ TEST(MeanMaskedTargets, EqualTheTwinForEveryTypeWidthAndLayout)
                             for (int c = 0; c < channels; ++c) {
                                 const double twin = oracle::meanMasked<T>(src, mask, c);
                                 const double mean = means[static_cast<std::size_t>(c)];
-                                ASSERT_TRUE(sameBits(mean, twin) || (std::isnan(mean) && std::isnan(twin)))
+                                ASSERT_TRUE(sameBits(mean, twin))
                                     << "type " << type << " width " << width << " channels " << channels;
                             }
                         });

@@ -303,6 +303,18 @@ TEST(ThresholdAndStretchHistogramGrayRawPlanarMaskedValues, SelectWithinAMaskOfA
     EXPECT_EQ(raw.dst.all<std::uint8_t>(), Bytes(8, 7));
 }
 
+TEST(ThresholdAndStretchHistogramGrayValues, OfBytesDeeperThanTheirContainerKnowWholeLevels)
+{
+    TestImage src(Layout{.width = 3, .height = 1}), dst(Layout{.width = 3, .height = 1});
+    src->bitsPerSample = dst->bitsPerSample = 10;
+    src.setAll<std::uint8_t>({10, 200, 255});
+    // 200 * 512 / 1023, and no byte reaches 512.
+    ASSERT_EQ(ThresholdAndStretchHistogramGray(src, dst, 0, 512), ResultOk);
+    EXPECT_EQ(dst.all<std::uint8_t>(), (Bytes{5, 100, 127}));
+    ASSERT_EQ(ThresholdAndStretchHistogramGray(src, dst, 512, 600), ResultOk);
+    EXPECT_EQ(dst.all<std::uint8_t>(), (Bytes{0, 0, 0}));
+}
+
 TEST(ThresholdAndStretchHistogramGreenRawPlanarValues, KeepTheHalfOfTheMeanUntilItIsStretched)
 {
     RawPlanes raw;
@@ -326,8 +338,10 @@ TEST(ThresholdAndStretchHistogramGreenRawPlanarValues, DoNotCompareBitsAndTakeAn
 {
     RawPlanes raw;
     raw.dst->bitsPerSample = 3;
+    // (50.5 + 206) * 255 / 562 and (172.5 + 206) * 255 / 562: the levels are not cut to a byte.
     ASSERT_EQ(ThresholdAndStretchHistogramGreenRawPlanar(raw.src, raw.dst, 1, 50 - 256, 100 + 256), ResultOk);
-    EXPECT_EQ(raw.dst.get<std::uint8_t>(0, 0, 1), 2);
+    EXPECT_EQ(raw.dst.get<std::uint8_t>(0, 0, 1), 116);
+    EXPECT_EQ(raw.dst.get<std::uint8_t>(1, 0, 1), 171);
     ASSERT_EQ(ThresholdAndStretchHistogramGreenRawPlanar(raw.src, raw.dst, 1, least, most), ResultOk);
 }
 

@@ -14,10 +14,10 @@ namespace ko {
 ///
 /// @param src      mono `UInt8` or `UInt16`, of at most 8 or 16 bits
 /// @param entropy  result in units of the base: bits for 2
-/// @param base     base of the logarithm, positive and not 1
+/// @param base     base of the logarithm, positive and not 1; NaN gives NaN
 /// @returns the first that applies, in this order
 ///   ResultBadArg1  src absent, not mono, or neither `UInt8` nor `UInt16`
-///   ResultBadArg3  base not positive (NaN included), or 1
+///   ResultBadArg3  base zero, negative or 1
 ///   ResultFailed   the image cannot be counted (its depth exceeds its samples), or memory runs out
 ///                  (the table takes eight bytes per pixel)
 /// On failure entropy is untouched. Runs on the calling thread; callers that share a base wait for each other
@@ -32,13 +32,13 @@ KO_EXPORT ResultCode EntropyShannon(const SxImageBuf& src, double& entropy, doub
 /// NaN. Powers are kept between calls like the logarithms there.
 ///
 /// @param src      mono `UInt8` or `UInt16`, of at most 8 or 16 bits
-/// @param alpha    order, positive and not 1
+/// @param alpha    order, positive and not 1; NaN gives NaN
 /// @param entropy  result in units of the base: bits for 2
-/// @param base     base of the logarithm, positive and not 1
+/// @param base     base of the logarithm, positive and not 1; NaN gives NaN
 /// @returns the first that applies, in this order
 ///   ResultBadArg1  src absent, not mono, or neither `UInt8` nor `UInt16`
-///   ResultBadArg2  alpha not positive (NaN included), or 1
-///   ResultBadArg4  base not positive (NaN included), or 1
+///   ResultBadArg2  alpha zero, negative or 1
+///   ResultBadArg4  base zero, negative or 1
 ///   ResultFailed   the image cannot be counted (its depth exceeds its samples), or memory runs out
 ///                  (the table takes eight bytes per pixel)
 /// On failure entropy is untouched. Runs on the calling thread; callers that share an order wait for each
