@@ -15,9 +15,28 @@ namespace ko {
 namespace HWY_NAMESPACE {
 namespace {
 
-/// `Real` must hold gx^2 + gy^2 exactly, and its square root must not round up to a whole number: float does
-/// for 8 bits (at most 2 * 1020^2), double for 16.
-template <class T, class Real>
+/// The whole part of the root of gx^2 + gy^2. Floats hold the sum for bytes (at most 2 * 1020^2) exactly, and
+/// no root of one rounds up to a whole number.
+///
+/// For words (gradients below 2^18) the root is off by less than 2^-4, so that rounded to the nearest it is
+/// right or one too large. Its square then differs from the sum by less than 2^20, which 32 bits tell
+/// whatever they have dropped of both.
+template <class T>
+std::int32_t Magnitude(std::int32_t gx, std::int32_t gy) noexcept
+{
+    const auto x = static_cast<float>(gx), y = static_cast<float>(gy);
+    const float root = std::sqrt(x * x + y * y);
+    if constexpr (sizeof(T) == 1)
+        return static_cast<std::int32_t>(root);
+    const auto square = [](std::int32_t v) {
+        return static_cast<std::uint32_t>(v) * static_cast<std::uint32_t>(v);
+    };
+    const auto nearest = static_cast<std::int32_t>(root + 0.5F);
+    const auto excess = static_cast<std::int32_t>(square(nearest) - square(gx) - square(gy));
+    return nearest - (excess > 0);
+}
+
+template <class T>
 void SobelRowOf(const std::uint8_t* above, const std::uint8_t* middle, const std::uint8_t* below,
                 std::uint8_t* dst, std::int64_t width) noexcept
 {
@@ -27,16 +46,15 @@ void SobelRowOf(const std::uint8_t* above, const std::uint8_t* middle, const std
         const std::int32_t ne = loadSample<T>(above, x + 1), w = loadSample<T>(middle, x - 1);
         const std::int32_t e = loadSample<T>(middle, x + 1), sw = loadSample<T>(below, x - 1);
         const std::int32_t s = loadSample<T>(below, x), se = loadSample<T>(below, x + 1);
-        const auto gx = static_cast<Real>((ne + 2 * e + se) - (nw + 2 * w + sw));
-        const auto gy = static_cast<Real>((sw + 2 * s + se) - (nw + 2 * n + ne));
-        storeSample(dst, x, static_cast<std::int32_t>(std::sqrt(gx * gx + gy * gy)));
+        const std::int32_t gx = (ne + 2 * e + se) - (nw + 2 * w + sw);
+        const std::int32_t gy = (sw + 2 * s + se) - (nw + 2 * n + ne);
+        storeSample(dst, x, Magnitude<T>(gx, gy));
     }
 }
 
 const SobelKernels& Kernels()
 {
-    static constexpr SobelKernels kernels{&SobelRowOf<std::uint8_t, float>,
-                                          &SobelRowOf<std::uint16_t, double>};
+    static constexpr SobelKernels kernels{&SobelRowOf<std::uint8_t>, &SobelRowOf<std::uint16_t>};
     return kernels;
 }
 

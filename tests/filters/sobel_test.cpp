@@ -8,6 +8,8 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <iterator>
+#include <random>
 
 namespace ko::test {
 namespace {
@@ -106,6 +108,25 @@ TEST(SobelTargets, EqualTheTwinForEveryTypeAndWidth)
             compareWithTwin<std::uint16_t>(UInt16, 12, width);
             compareWithTwin<std::uint16_t>(UInt16, 16, width);
         }
+    });
+}
+
+TEST(SobelTargets, EqualTheTwinAtTheSteepestGradientsOfWords)
+{
+    constexpr int width = 2000, height = 12;
+    TestImage src(Layout{.width = width, .height = height, .type = UInt16});
+    const std::uint16_t ends[] = {0, 1, 2, 32767, 65533, 65534, 65535, 65535};
+    std::mt19937 random(5);
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x)
+            src.set<std::uint16_t>(x, y, ends[random() % std::size(ends)]);
+    const Layout layout{.width = width, .height = height, .type = Int32};
+    TestImage expected(layout);
+    oracle::sobel<std::uint16_t>(src, expected);
+    forEachTarget([&] {
+        TestImage dst(layout);
+        ASSERT_EQ(Sobel(src, dst), ResultOk);
+        ASSERT_EQ(dst.bytes(), expected.bytes());
     });
 }
 
