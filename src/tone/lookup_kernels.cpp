@@ -189,8 +189,8 @@ void Gather16Row(const std::uint8_t* src, std::uint8_t* dst, std::int64_t sample
     LookUpEach<std::uint16_t>(src + 2 * x, dst + 2 * x, samples - x, table);
 }
 
-/// Gathers pay on the processors that have half-precision arithmetic. Those before take as long as for single
-/// loads, or several times as long where they were made safe afterwards.
+/// Gathers pay on the processors that have half-precision arithmetic. On older ones they take as long as
+/// single loads, or several times as long where they were made safe afterwards.
 LookUpRow<std::uint16_t> LookUp16() noexcept
 {
     constexpr unsigned halfPrecision = 1U << 23;
