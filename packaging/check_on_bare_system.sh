@@ -48,7 +48,7 @@ inside apt-get update -qq
 
 mkdir -p "$system/packages/built"
 cp "$packages"/*.deb "$system/packages"
-cp -r "$sources/tests/client" "$sources/examples" "$system/packages"
+cp -r "$sources/tests/package/client" "$sources/examples" "$system/packages"
 
 # The tool alone, before any compiler is there.
 install '/packages/libkoimproc1_*.deb /packages/koimproc-tools_*.deb'

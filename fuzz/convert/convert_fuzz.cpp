@@ -1,5 +1,5 @@
 // Floating-point and wide samples to unsigned ones.
-#include "core/dispatch.h"
+#include "base/dispatch.h"
 #include "fuzz/support/run.h"
 #include "oracle/convert.h"
 

@@ -1,4 +1,4 @@
-#include "core/checks.h"
+#include "base/checks.h"
 #include "fuzz/core/families.h"
 #include "oracle/bayer.h"
 

@@ -1,5 +1,5 @@
 // Demosaicing of regions and whole images.
-#include "core/checks.h"
+#include "base/checks.h"
 #include "fuzz/demosaic/families.h"
 #include "fuzz/support/refusal.h"
 #include "oracle/demosaic.h"

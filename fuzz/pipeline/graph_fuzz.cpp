@@ -1,7 +1,7 @@
 // Items that are connected, started, fed, stopped and destroyed in any order.
 #include "fuzz/pipeline/families.h"
 #include "fuzz/support/variants.h"
-#include "pipeline/stage.h"
+#include "rooms/pipeline/stage.h"
 
 #include <ko/pipeline.h>
 

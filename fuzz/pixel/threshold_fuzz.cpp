@@ -1,5 +1,5 @@
-#include "core/dispatch.h"
-#include "frame/values.h"
+#include "base/dispatch.h"
+#include "base/values.h"
 #include "fuzz/pixel/families.h"
 #include "fuzz/support/variants.h"
 #include "oracle/threshold.h"

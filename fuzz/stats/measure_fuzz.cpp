@@ -1,6 +1,6 @@
 // Extremes, means, entropies and thresholds.
-#include "core/dispatch.h"
-#include "frame/values.h"
+#include "base/dispatch.h"
+#include "base/values.h"
 #include "fuzz/stats/families.h"
 #include "fuzz/stats/histograms.h"
 #include "oracle/entropy.h"

@@ -1,6 +1,6 @@
 // Averages and background corrections.
-#include "core/checks.h"
-#include "core/dispatch.h"
+#include "base/checks.h"
+#include "base/dispatch.h"
 #include "fuzz/tone/bands.h"
 #include "fuzz/tone/families.h"
 #include "oracle/background.h"

@@ -1,8 +1,7 @@
-// The core library: records, memory, histogram containers, Bayer helpers and pipelines.
+// Images: records, memory, histogram containers, Bayer helpers.
 #pragma once
 
 #include <ko/bayer.h>
 #include <ko/histogram_containers.h>
 #include <ko/image.h>
-#include <ko/pipeline.h>
 #include <ko/result.h>

@@ -25,7 +25,9 @@
 #include <ko/core.h>
 #include <ko/demosaic.h>
 #include <ko/filters.h>
-#include <ko/frame.h>
+#include <ko/masks.h>
+#include <ko/median.h>
+#include <ko/pipeline.h>
 #include <ko/pixel.h>
 #include <ko/snake.h>
 #include <ko/stats.h>

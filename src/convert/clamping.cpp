@@ -1,15 +1,15 @@
 #include <ko/convert.h>
 #include <ko/stats/extremes.h>
 
+#include "base/boundary.h"
+#include "base/checks.h"
+#include "base/conversions.h"
+#include "base/dispatch.h"
+#include "base/image_view.h"
+#include "base/rows.h"
 #include "convert/convert_kernels.h"
 #include "convert/ramps.h"
 #include "convert/ranges.h"
-#include "core/checks.h"
-#include "core/dispatch.h"
-#include "core/image_view.h"
-#include "frame/boundary.h"
-#include "frame/conversions.h"
-#include "frame/rows.h"
 
 #include <cmath>
 #include <cstring>

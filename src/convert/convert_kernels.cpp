@@ -1,8 +1,8 @@
 #include "convert/convert_kernels.h"
 
-#include "core/image_view.h"
-#include "core/kernel_loops.h"
-#include "frame/conversions.h"
+#include "base/conversions.h"
+#include "base/image_view.h"
+#include "base/kernel_loops.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -13,7 +13,7 @@
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
-#include "frame/low_bits-inl.h"
+#include "simd/low_bits-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace ko {

@@ -3,8 +3,8 @@
 
 #include <ko/convert.h>
 
-#include "core/checks.h"
-#include "frame/values.h"
+#include "base/checks.h"
+#include "base/values.h"
 
 #include <QVariant>
 

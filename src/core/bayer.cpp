@@ -1,10 +1,10 @@
 #include <ko/bayer.h>
 
+#include "base/checks.h"
+#include "base/dispatch.h"
+#include "base/image_view.h"
 #include "core/bayer_cell.h"
 #include "core/bayer_kernels.h"
-#include "core/checks.h"
-#include "core/dispatch.h"
-#include "core/image_view.h"
 
 namespace ko {
 

@@ -1,7 +1,7 @@
 // Where the colours of a mosaic lie, and the statements that the operations on mosaics share.
 #pragma once
 
-#include "core/checks.h"
+#include "base/checks.h"
 
 #include <ko/image.h>
 

@@ -1,6 +1,6 @@
 #include "core/bayer_kernels.h"
 
-#include "core/image_view.h"
+#include "base/image_view.h"
 
 #include <utility>
 

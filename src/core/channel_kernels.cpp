@@ -1,6 +1,6 @@
 #include "core/channel_kernels.h"
 
-#include "core/image_view.h"
+#include "base/image_view.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "core/channel_kernels.cpp"

@@ -1,4 +1,4 @@
-#include "core/checks.h"
+#include "base/checks.h"
 #include "core/memory.h"
 
 #include <bit>

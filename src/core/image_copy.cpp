@@ -1,6 +1,6 @@
+#include "base/checks.h"
+#include "base/image_view.h"
 #include "core/channel_kernels.h"
-#include "core/checks.h"
-#include "core/image_view.h"
 
 #include <cstring>
 #include <limits>

@@ -1,7 +1,7 @@
 #include <ko/demosaic/convertor.h>
 
-#include "core/checks.h"
-#include "frame/log.h"
+#include "base/checks.h"
+#include "base/log.h"
 
 #include <ko/bayer.h>
 

@@ -1,13 +1,13 @@
 #include <ko/demosaic.h>
 
+#include "base/boundary.h"
+#include "base/checks.h"
+#include "base/depth.h"
+#include "base/dispatch.h"
+#include "base/image_view.h"
+#include "base/log.h"
 #include "core/bayer_cell.h"
-#include "core/checks.h"
-#include "core/dispatch.h"
-#include "core/image_view.h"
 #include "demosaic/demosaic_kernels.h"
-#include "frame/boundary.h"
-#include "frame/log.h"
-#include "pixel/color_depth.h"
 
 #include <QString>
 

@@ -1,10 +1,10 @@
 #include <ko/filters.h>
 
-#include "core/checks.h"
-#include "core/image_view.h"
-#include "core/kernel_loops.h"
+#include "base/boundary.h"
+#include "base/checks.h"
+#include "base/image_view.h"
+#include "base/kernel_loops.h"
 #include "filters/chamfer_kernels.h"
-#include "frame/boundary.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,10 +1,10 @@
 #include <ko/filters.h>
 
-#include "core/checks.h"
-#include "core/image_view.h"
+#include "base/boundary.h"
+#include "base/checks.h"
+#include "base/image_view.h"
+#include "base/rows.h"
 #include "filters/sobel_kernels.h"
-#include "frame/boundary.h"
-#include "frame/rows.h"
 
 namespace ko {
 

@@ -1,13 +1,13 @@
 #include <ko/filters.h>
 
-#include "core/checks.h"
-#include "core/dispatch.h"
-#include "core/image_view.h"
+#include "base/boundary.h"
+#include "base/checks.h"
+#include "base/dispatch.h"
+#include "base/image_view.h"
 #include "filters/stretch_average_kernels.h"
 #include "filters/stretch_gather.h"
 #include "filters/stretch_kernels.h"
 #include "filters/stretch_table.h"
-#include "frame/boundary.h"
 
 #include <algorithm>
 #include <limits>

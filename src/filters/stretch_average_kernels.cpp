@@ -1,6 +1,6 @@
 #include "filters/stretch_average_kernels.h"
 
-#include "core/image_view.h"
+#include "base/image_view.h"
 
 #include <algorithm>
 #include <iterator>
@@ -11,7 +11,7 @@
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 // Compiled per target as well, hence behind Highway.
-#include "frame/averages-inl.h"
+#include "simd/averages-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace ko {

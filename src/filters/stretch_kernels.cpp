@@ -1,6 +1,6 @@
 #include "filters/stretch_kernels.h"
 
-#include "core/image_view.h"
+#include "base/image_view.h"
 
 #include <cstring>
 
@@ -9,7 +9,7 @@
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 // Compiled per target as well, hence behind Highway.
-#include "frame/vectors-inl.h"
+#include "simd/vectors-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace ko {

@@ -1,12 +1,12 @@
 #include <ko/pixel.h>
 
-#include "core/checks.h"
-#include "core/dispatch.h"
-#include "core/image_view.h"
-#include "frame/boundary.h"
-#include "frame/rows.h"
+#include "base/boundary.h"
+#include "base/checks.h"
+#include "base/depth.h"
+#include "base/dispatch.h"
+#include "base/image_view.h"
+#include "base/rows.h"
 #include "pixel/clamp_kernels.h"
-#include "pixel/color_depth.h"
 
 namespace ko {
 

@@ -1,7 +1,7 @@
 // Row kernels of ClampToColorDepth.
 #pragma once
 
-#include "core/kernel_tables.h"
+#include "base/kernel_tables.h"
 
 #include <cstdint>
 

@@ -1,7 +1,7 @@
 // Row kernels of And, Or and Xor.
 #pragma once
 
-#include "core/kernel_tables.h"
+#include "base/kernel_tables.h"
 
 #include <cstdint>
 

@@ -1,11 +1,11 @@
 #include <ko/pixel.h>
 
-#include "core/checks.h"
-#include "core/dispatch.h"
-#include "core/image_view.h"
-#include "frame/boundary.h"
-#include "frame/rows.h"
-#include "frame/values.h"
+#include "base/boundary.h"
+#include "base/checks.h"
+#include "base/dispatch.h"
+#include "base/image_view.h"
+#include "base/rows.h"
+#include "base/values.h"
 #include "pixel/threshold_kernels.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 #include "snake/contour.h"
 
-#include "core/image_view.h"
-#include "frame/conversions.h"
+#include "base/conversions.h"
+#include "base/image_view.h"
 
 #include <algorithm>
 #include <array>

@@ -4,11 +4,11 @@
 #include <ko/pixel.h>
 #include <ko/stats.h>
 
-#include "core/checks.h"
-#include "core/image_view.h"
-#include "frame/boundary.h"
-#include "frame/conversions.h"
-#include "frame/rows.h"
+#include "base/boundary.h"
+#include "base/checks.h"
+#include "base/conversions.h"
+#include "base/image_view.h"
+#include "base/rows.h"
 #include "snake/contour.h"
 
 #include <QVariant>

@@ -2,7 +2,7 @@
 // image.
 #pragma once
 
-#include "core/dispatch.h"
+#include "base/dispatch.h"
 #include "stats/select_kernels.h"
 #include "stats/selection.h"
 #include "stats/tally.h"

@@ -3,9 +3,9 @@
 #include <ko/histogram_containers.h>
 #include <ko/stats/histogram.h>
 
-#include "core/checks.h"
-#include "frame/boundary.h"
-#include "frame/log.h"
+#include "base/boundary.h"
+#include "base/checks.h"
+#include "base/log.h"
 #include "stats/entropy_tables.h"
 
 #include <QString>

@@ -1,9 +1,9 @@
 #include <ko/stats/extremes.h>
 
-#include "core/checks.h"
-#include "core/dispatch.h"
-#include "core/image_view.h"
-#include "frame/boundary.h"
+#include "base/boundary.h"
+#include "base/checks.h"
+#include "base/dispatch.h"
+#include "base/image_view.h"
 #include "stats/extremes_kernels.h"
 
 #include <algorithm>

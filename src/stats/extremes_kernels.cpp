@@ -1,7 +1,7 @@
 #include "stats/extremes_kernels.h"
 
-#include "core/image_view.h"
-#include "core/kernel_loops.h"
+#include "base/image_view.h"
+#include "base/kernel_loops.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "stats/extremes_kernels.cpp"

@@ -1,7 +1,7 @@
 // Row kernels of the running minimum and maximum.
 #pragma once
 
-#include "core/kernel_tables.h"
+#include "base/kernel_tables.h"
 
 #include <cstdint>
 

@@ -1,6 +1,6 @@
 #include <ko/stats/histogram.h>
 
-#include "frame/boundary.h"
+#include "base/boundary.h"
 #include "stats/counting.h"
 #include "stats/histogram_checks.h"
 

@@ -1,7 +1,7 @@
 // What histograms demand of their images and containers.
 #pragma once
 
-#include "core/checks.h"
+#include "base/checks.h"
 
 #include <ko/histogram_containers.h>
 

@@ -1,7 +1,7 @@
 // Counting pairs of samples at the same place of two images: the one body behind all joint histograms.
 #pragma once
 
-#include "core/kernel_loops.h"
+#include "base/kernel_loops.h"
 #include "stats/counting.h"
 
 #include <ko/histogram_containers.h>

@@ -1,6 +1,6 @@
 #include <ko/stats/joint_histogram.h>
 
-#include "frame/boundary.h"
+#include "base/boundary.h"
 #include "stats/histogram_checks.h"
 #include "stats/joint_counting.h"
 

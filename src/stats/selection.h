@@ -1,8 +1,8 @@
 // Which pixels of an image an operation visits.
 #pragma once
 
-#include "core/checks.h"
-#include "core/image_view.h"
+#include "base/checks.h"
+#include "base/image_view.h"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
 // Row kernels of the sums of whole regions.
 #pragma once
 
-#include "core/kernel_tables.h"
+#include "base/kernel_tables.h"
 
 #include <cstdint>
 #include <type_traits>

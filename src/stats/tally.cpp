@@ -1,6 +1,6 @@
 #include "stats/tally.h"
 
-#include "core/image_view.h"
+#include "base/image_view.h"
 
 #include <algorithm>
 #include <array>

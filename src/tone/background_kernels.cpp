@@ -1,8 +1,8 @@
 #include "tone/background_kernels.h"
 
-#include "core/image_view.h"
-#include "core/kernel_loops.h"
-#include "frame/conversions.h"
+#include "base/conversions.h"
+#include "base/image_view.h"
+#include "base/kernel_loops.h"
 
 #include <algorithm>
 #include <cstring>

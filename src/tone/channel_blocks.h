@@ -2,8 +2,8 @@
 // kernels, and results are put where a mask lets them.
 #pragma once
 
-#include "core/checks.h"
-#include "core/image_view.h"
+#include "base/checks.h"
+#include "base/image_view.h"
 
 #include <algorithm>
 #include <array>

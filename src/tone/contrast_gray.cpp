@@ -1,6 +1,6 @@
 #include <ko/tone.h>
 
-#include "frame/boundary.h"
+#include "base/boundary.h"
 #include "tone/level_map.h"
 
 namespace ko {

@@ -1,7 +1,7 @@
 #include "tone/contrast_kernels.h"
 
-#include "core/image_view.h"
-#include "core/kernel_loops.h"
+#include "base/image_view.h"
+#include "base/kernel_loops.h"
 
 #include <algorithm>
 

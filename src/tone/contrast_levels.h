@@ -1,9 +1,9 @@
 // What the contrast operations demand of their images and levels.
 #pragma once
 
-#include "core/checks.h"
-#include "core/dispatch.h"
-#include "frame/conversions.h"
+#include "base/checks.h"
+#include "base/conversions.h"
+#include "base/dispatch.h"
 
 #include <cmath>
 #include <cstdint>

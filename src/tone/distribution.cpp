@@ -1,6 +1,6 @@
 #include "tone/distribution.h"
 
-#include "core/checks.h"
+#include "base/checks.h"
 
 #include <ko/stats/histogram.h>
 

@@ -1,10 +1,10 @@
 #include <ko/tone.h>
 
-#include "core/checks.h"
-#include "core/dispatch.h"
-#include "core/image_view.h"
-#include "frame/boundary.h"
-#include "frame/rows.h"
+#include "base/boundary.h"
+#include "base/checks.h"
+#include "base/dispatch.h"
+#include "base/image_view.h"
+#include "base/rows.h"
 #include "tone/distribution.h"
 #include "tone/lookup_kernels.h"
 

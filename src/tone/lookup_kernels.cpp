@@ -1,7 +1,7 @@
 #include "tone/lookup_kernels.h"
 
-#include "core/image_view.h"
-#include "core/kernel_loops.h"
+#include "base/image_view.h"
+#include "base/kernel_loops.h"
 
 #include <algorithm>
 #include <bit>
@@ -17,7 +17,7 @@
 #include <cpuid.h>
 #endif
 
-#include "frame/vectors-inl.h"
+#include "simd/vectors-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace ko {

@@ -10,7 +10,7 @@
 #define KO_TONE_WHOLE_PARTS_INL_H
 #endif
 
-#include "frame/vectors-inl.h"
+#include "simd/vectors-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace ko {

@@ -1,7 +1,7 @@
 // Images for tests: any type, packing, stride and address, with guard bytes around and inside.
 #pragma once
 
-#include "core/image_view.h"
+#include "base/image_view.h"
 
 #include <ko/image.h>
 

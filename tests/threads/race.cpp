@@ -1,7 +1,7 @@
 // Races on purpose, or does not: what the sanitizer must report in spite of all that it is told to pass over.
 //
 // usage: race rows | threads | mutex
-#include "frame/rows.h"
+#include "base/rows.h"
 
 #include <QMutex>
 

@@ -1,0 +1,56 @@
+#include "support/bench_image.h"
+#include "support/rows.h"
+
+#include <ko/masks.h>
+
+#include <opencv2/imgproc.hpp>
+
+namespace ko::bench {
+namespace {
+
+constexpr int margin = 16;
+
+template <ExImageDataType Type>
+Work mirroredBorder(int size)
+{
+    const BenchImage src({.size = size, .type = Type}, Scene::Camera);
+    const BenchImage dst({.size = size + 2 * margin, .type = Type});
+    return {
+        .ours = [=] { return CreateImageWithMirroredBorder(src, dst, margin, margin, margin, margin); },
+        .peer = {"copyMakeBorder REFLECT",
+                 [=, in = src.mat(), out = dst.mat()] {
+                     cv::copyMakeBorder(in, out, margin, margin, margin, margin, cv::BORDER_REFLECT);
+                 }},
+        .limit = {.read = src.pixelBytes(), .written = dst.pixelBytes()},
+    };
+}
+
+template <ExImageDataType Type>
+Work maskImage(int size)
+{
+    const BenchImage image({.size = size, .type = Type}, Scene::Camera);
+    const BenchImage mask({.size = size});
+    cv::Mat drawn = mask.mat();
+    drawn = 0;
+    cv::circle(drawn, cv::Point(size / 2, size / 2), size * 2 / 5, 255, cv::FILLED);
+    const cv::Mat unselected(size, size, CV_8U);
+    return {
+        .ours = [=] { return MaskImage(image, mask); },
+        .peer = {"compare + setTo",
+                 [=, in = mask.mat(), out = image.mat()]() mutable {
+                     cv::compare(in, 0, unselected, cv::CMP_EQ);
+                     out.setTo(0, unselected);
+                 }},
+        .limit = {.read = mask.pixelBytes(), .rewritten = image.pixelBytes()},
+    };
+}
+
+const Rows rows{
+    {"CreateImageWithMirroredBorder 16", "U8", &mirroredBorder<UInt8>},
+    {"CreateImageWithMirroredBorder 16", "U16", &mirroredBorder<UInt16>},
+    {"MaskImage", "U8", &maskImage<UInt8>},
+    {"MaskImage", "U16", &maskImage<UInt16>},
+};
+
+}  // namespace
+}  // namespace ko::bench

@@ -1,0 +1,22 @@
+// The bound that a colour depth sets to its samples.
+#pragma once
+
+#include "base/checks.h"
+#include "base/conversions.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+
+namespace ko {
+
+/// The first value beyond the depth: 2^bitsPerSample as a signed 32-bit number, -2^31 from 31 bits on. Bytes
+/// know no depth above 8 bits: they would otherwise all be replaced from 31 bits on, like the samples of the
+/// other types.
+inline std::int32_t colorDepthLimit(const SxImageInfo& image)
+{
+    const int bits = hasType(image, UInt8) ? std::min(image.bitsPerSample, 8) : image.bitsPerSample;
+    return toInt32(std::ldexp(1.0, bits));
+}
+
+}  // namespace ko

@@ -1,0 +1,220 @@
+#include <ko/masks.h>
+
+#include "base/boundary.h"
+#include "base/checks.h"
+#include "base/image_view.h"
+#include "base/rows.h"
+
+#include <cstring>
+#include <limits>
+
+namespace ko {
+
+namespace {
+
+struct Margins {
+    std::int64_t left, top, right, bottom;
+};
+
+bool isIn(std::int64_t margin, std::int64_t most)
+{
+    return margin >= 0 && margin <= most;
+}
+
+bool fitsSize(std::int64_t extent)
+{
+    return extent <= std::numeric_limits<std::int32_t>::max();
+}
+
+/// The margins against a region of the given size, numbered from `first` in the order left, right, top,
+/// bottom.
+ResultCode checkMargins(std::int64_t width, std::int64_t height, const Margins& m, ResultCode first)
+{
+    const auto code = [&](unsigned offset) { return static_cast<ResultCode>(first + offset); };
+    return firstFailure({
+        {code(0), isIn(m.left, width) && fitsSize(width + m.left)},
+        {code(1), isIn(m.right, width) && fitsSize(width + m.left + m.right)},
+        {code(2), isIn(m.top, height) && fitsSize(height + m.top)},
+        {code(3), isIn(m.bottom, height) && fitsSize(height + m.top + m.bottom)},
+    });
+}
+
+bool isBorderSource(const SxImageBuf& src)
+{
+    return isInterleaved(src) && isPresent(src) && hasChannels(src, 1, 3, 4);
+}
+
+bool isBorderedSize(const SxImageInfo& dst, std::int64_t width, std::int64_t height, const Margins& m)
+{
+    return dst.width == width + m.left + m.right && dst.height == height + m.top + m.bottom;
+}
+
+/// Makes room for the margins in a record and allocates it; its stride and data are chosen anew.
+ResultCode allocateEnlarged(SxImageBuf& image, const Margins& m)
+{
+    image.width = static_cast<std::int32_t>(image.width + m.left + m.right);
+    image.height = static_cast<std::int32_t>(image.height + m.top + m.bottom);
+    image.stride = 0;
+    image.data = nullptr;
+    return AllocBuffer(image, image, true);
+}
+
+/// Fills both side margins of a row whose region starts at `inside` and is a copy of `from`. Reading the
+/// original does not wait for the copy to be stored.
+using MirrorSides = void (*)(const std::uint8_t* from, std::uint8_t* inside, std::int64_t width,
+                             const Margins& m) noexcept;
+
+template <std::int64_t PixelBytes>
+void mirrorSides(const std::uint8_t* from, std::uint8_t* inside, std::int64_t width,
+                 const Margins& m) noexcept
+{
+    for (std::int64_t j = 0; j < m.left; ++j)
+        std::memcpy(inside - (1 + j) * PixelBytes, from + j * PixelBytes, PixelBytes);
+    for (std::int64_t j = 0; j < m.right; ++j)
+        std::memcpy(inside + (width + j) * PixelBytes, from + (width - 1 - j) * PixelBytes, PixelBytes);
+}
+
+/// For 1, 3 or 4 samples of 1 or 2 bytes.
+MirrorSides mirrorSidesOf(std::int64_t pixelBytes)
+{
+    switch (pixelBytes) {
+    case 1:
+        return &mirrorSides<1>;
+    case 2:
+        return &mirrorSides<2>;
+    case 3:
+        return &mirrorSides<3>;
+    case 4:
+        return &mirrorSides<4>;
+    case 6:
+        return &mirrorSides<6>;
+    default:
+        return &mirrorSides<8>;
+    }
+}
+
+/// Rows of the region first, then whole rows of the top and bottom margins: a mirrored row carries the
+/// corners.
+void copyMirrored(const SxImageBuf& src, const QRect& roi, SxImageBuf& dst, const Margins& m,
+                  bool fillMargins)
+{
+    const std::int64_t pixelBytes = std::int64_t{src.channels} * bytesPerSample(src.dataType);
+    const std::int64_t width = roi.width(), height = roi.height();
+    const MirrorSides mirror = mirrorSidesOf(pixelBytes);
+    rowsDynamic(height, [&](std::int64_t y) noexcept {
+        std::uint8_t* const inside = rowOf(dst, m.top + y) + m.left * pixelBytes;
+        const std::uint8_t* const from = rowOf(src, roi.top() + y) + roi.left() * pixelBytes;
+        std::memcpy(inside, from, static_cast<std::size_t>(width * pixelBytes));
+        if (fillMargins)
+            mirror(from, inside, width, m);
+    });
+    if (!fillMargins)
+        return;
+    const auto rowBytes = static_cast<std::size_t>(dst.width * pixelBytes);
+    rowsDynamic(m.top, [&](std::int64_t i) noexcept {
+        std::memcpy(rowOf(dst, m.top - 1 - i), rowOf(dst, m.top + i), rowBytes);
+    });
+    const std::int64_t end = m.top + height;
+    rowsDynamic(m.bottom, [&](std::int64_t i) noexcept {
+        std::memcpy(rowOf(dst, end + i), rowOf(dst, end - 1 - i), rowBytes);
+    });
+}
+
+}  // namespace
+
+ResultCode AllocSafeBorderImage(const SxImageInfo& info, SxImageBuf& dst, int left, int top, int right,
+                                int bottom)
+{
+    return guarded([&] {
+        const Margins margins{left, top, right, bottom};
+        if (const ResultCode rc = firstFailure({{ResultBadArg1, isInterleaved(info)}}))
+            return rc;
+        if (const ResultCode rc = checkMargins(info.width, info.height, margins, ResultBadArg3))
+            return rc;
+        static_cast<SxImageInfo&>(dst) = info;
+        return allocateEnlarged(dst, margins);
+    });
+}
+
+ResultCode InitSafeBorder(const SxImageBuf& src, SxImageBuf& dst, int left, int top, int right, int bottom)
+{
+    return guarded([&] {
+        const Margins m{left, top, right, bottom};
+        if (const ResultCode rc = firstFailure({
+                {ResultBadArg1, isPresent(src)},
+                {ResultBadArg3, left >= 0 && fitsSize(src.width + m.left)},
+                {ResultBadArg4, top >= 0 && fitsSize(src.height + m.top)},
+                {ResultBadArg5, right >= 0 && fitsSize(src.width + m.left + m.right)},
+                {ResultBadArg6, bottom >= 0 && fitsSize(src.height + m.top + m.bottom)},
+            }))
+            return rc;
+        const SxImageBuf source = src;
+        dst = source;
+        if (isFailure(allocateEnlarged(dst, m)))
+            return ResultFailed;
+        const ResultCode copied = CopyBuffer(source, wholeOf(source), dst, QPoint(left, top), true);
+        return isFailure(copied) ? ResultFailed : copied;
+    });
+}
+
+ResultCode CreateImageWithMirroredBorder(const SxImageBuf& src, SxImageBuf& dst, int left, int top, int right,
+                                         int bottom)
+{
+    return guarded([&] {
+        const Margins margins{left, top, right, bottom};
+        if (const ResultCode rc = firstFailure({
+                {ResultBadArg1, isBorderSource(src)},
+                {ResultBadArg2, isPresent(dst) && sameFormat(dst, src)},
+                {ResultBadArg2, isBorderedSize(dst, src.width, src.height, margins)},
+            }))
+            return rc;
+        if (const ResultCode rc = checkMargins(src.width, src.height, margins, ResultBadArg3))
+            return rc;
+        if (const ResultCode rc =
+                firstFailure({{ResultBadArg1, rowsFit(src)}, {ResultBadArg2, rowsFit(dst)}}))
+            return rc;
+        return CreateImageWithMirroredBorder(src, wholeOf(src), dst, left, top, right, bottom);
+    });
+}
+
+ResultCode CreateImageWithMirroredBorder(const SxImageBuf& src, const QRect& roi, SxImageBuf& dst, int left,
+                                         int top, int right, int bottom)
+{
+    return guarded([&] {
+        const Margins margins{left, top, right, bottom};
+        if (const ResultCode rc = firstFailure({
+                {ResultBadArg1, isBorderSource(src)},
+                {ResultBadArg2, isInside(roi, src)},
+                {ResultBadArg3, isPresent(dst) && sameFormat(dst, src)},
+            }))
+            return rc;
+        // The region lies inside the image from here on, so its size is one that can be formed.
+        const std::int64_t width = roi.width(), height = roi.height();
+        if (const ResultCode rc =
+                firstFailure({{ResultBadArg3, isBorderedSize(dst, width, height, margins)}}))
+            return rc;
+        if (const ResultCode rc = checkMargins(width, height, margins, ResultBadArg4))
+            return rc;
+        const int bytes = bytesPerSample(src.dataType);
+        if (const ResultCode rc = firstFailure({
+                {ResultUnsupportedType, bytes != 0},
+                {ResultBadArg1, rowsFit(src)},
+                {ResultBadArg3, rowsFit(dst)},
+            }))
+            return rc;
+        const bool hasMargin = left != 0 || right != 0 || top != 0 || bottom != 0;
+        const bool canFill = bytes == 1 || bytes == 2;
+        copyMirrored(src, roi, dst, margins, hasMargin && canFill);
+        return hasMargin && !canFill ? ResultUnsupportedType : ResultOk;
+    });
+}
+
+ResultCode AllocAndCreateMirroredBorderImage(const SxImageBuf& src, SxImageBuf& dst, int left, int top,
+                                             int right, int bottom)
+{
+    const ResultCode allocated = AllocSafeBorderImage(src, dst, left, top, right, bottom);
+    return isFailure(allocated) ? allocated
+                                : CreateImageWithMirroredBorder(src, dst, left, top, right, bottom);
+}
+
+}  // namespace ko

@@ -1,0 +1,139 @@
+#include <ko/masks.h>
+
+#include "base/boundary.h"
+#include "base/checks.h"
+#include "base/dispatch.h"
+#include "base/image_view.h"
+#include "base/rows.h"
+#include "base/values.h"
+#include "masks/mask_kernels.h"
+
+namespace ko {
+
+namespace {
+
+/// Where the mask lies when its top left corner is at `pos`; in 64 bits, so that no position overflows.
+bool fitsAt(const SxImageInfo& mask, const QPoint& pos, const SxImageInfo& image)
+{
+    return pos.x() >= 0 && pos.y() >= 0 && std::int64_t{pos.x()} + mask.width <= image.width &&
+           std::int64_t{pos.y()} + mask.height <= image.height;
+}
+
+/// Little-endian word at a byte of the image; bytes behind the image's memory are 0.
+std::uint32_t wordAt(const std::uint8_t* image, std::size_t byteSize, std::int64_t offset)
+{
+    const auto at = static_cast<std::size_t>(offset);
+    const std::uint32_t low = at < byteSize ? image[at] : 0U;
+    const std::uint32_t high = at + 1 < byteSize ? image[at + 1] : 0U;
+    return low | high << 8;
+}
+
+/// One word per channel at consecutive bytes of the pixel, so that neighbouring bytes take part in 8-bit
+/// images. Only the last word of a row can reach behind the image.
+void markDifferentInterleaved(const SxImageBuf& src, SxImageBuf& mask, MarkUnlikeRow markRow,
+                              std::uint32_t value)
+{
+    const std::size_t byteSize = imageByteSize(src);
+    const int sampleBytes = bytesPerSample(src.dataType);
+    const std::int64_t pixelBytes = std::int64_t{src.channels} * sampleBytes;
+    const std::uint32_t expected = sampleBytes == 1   ? value & 0xFFU
+                                   : sampleBytes == 2 ? value & 0xFFFFU
+                                                      : value;
+    const bool byRows = isMono(src) && src.width > 0 && expected <= 0xFFFFU;
+    for (std::int64_t y = 0; y < src.height; ++y) {
+        std::uint8_t* const marks = rowOf(mask, y);
+        std::int64_t x = 0;
+        if (byRows) {
+            x = src.width - 1;
+            markRow(rowOf(src, y), marks, x, static_cast<std::uint16_t>(expected));
+        }
+        for (; x < src.width; ++x) {
+            const std::int64_t pixel = y * src.stride + x * pixelBytes;
+            std::uint8_t mark = 0;
+            for (std::int64_t k = 0; k < src.channels && mark == 0; ++k)
+                mark = wordAt(src.data, byteSize, pixel + k) != expected ? 1 : 0;
+            marks[x] = mark;
+        }
+    }
+}
+
+void markDifferentPlanar(const SxImageBuf& src, SxImageBuf& mask, MarkDifferentRow markRow,
+                         std::uint32_t value)
+{
+    // Without pixels, a record may tell of two billion planes.
+    if (!hasPixels(src))
+        return;
+    for (int plane = 0; plane < src.channels; ++plane) {
+        rowsStatic(src.height, [&](std::int64_t y) noexcept {
+            markRow(planeRowOf(src, plane, y), rowOf(mask, y), src.width, value);
+        });
+    }
+}
+
+}  // namespace
+
+ResultCode MaskImage(SxImageBuf& image, const SxImageBuf& mask)
+{
+    return guarded([&] {
+        if (const ResultCode rc = firstFailure({
+                {ResultBadArg1, isPresent(image)},
+                {ResultBadArg2, isMaskOf(mask, image)},
+            }))
+            return rc;
+        // Read as interleaved, a row of a planar image reaches into the rows below it, but the planes behind
+        // the first leave room for that even under the last row.
+        return dispatch(
+            BySize{}, image.dataType, {{ResultBadArg1, rowsFit(image)}, {ResultBadArg2, rowsFit(mask)}},
+            [&]<class T>(std::type_identity<T>) {
+                const ClearUnmaskedRow clearRow = maskKernels().clearUnmasked.of<T>();
+                for (std::int64_t y = 0; y < image.height; ++y)
+                    clearRow(rowOf(image, y), rowOf(mask, y), image.width, image.channels);
+            },
+            ResultFailed);
+    });
+}
+
+ResultCode SetValueMasked(SxImageBuf& image, const SxImageBuf& mask, const QPoint& pos, const QVariant& value)
+{
+    return guarded([&] {
+        if (const ResultCode rc = firstFailure({
+                {ResultBadArg1, isPresent(image) && isMono(image)},
+                {ResultBadArg2, isMask(mask)},
+                {ResultBadArg3, fitsAt(mask, pos, image)},
+            }))
+            return rc;
+        return dispatch(
+            ByType{}, image.dataType, {{ResultBadArg1, rowsFit(image)}, {ResultBadArg2, rowsFit(mask)}},
+            [&]<class T>(std::type_identity<T>) {
+                const T sample = plainValue<T>(value);
+                const SetMaskedRow setRow = maskKernels().setMasked.of<T>();
+                const std::int64_t left = pos.x() * std::int64_t{sizeof(T)};
+                for (std::int64_t y = 0; y < mask.height; ++y)
+                    setRow(rowOf(image, pos.y() + y) + left, rowOf(mask, y), mask.width, &sample);
+            },
+            ResultFailed);
+    });
+}
+
+ResultCode BinaryMask(const SxImageBuf& src, SxImageBuf& mask, unsigned int value)
+{
+    return guarded([&] {
+        if (const ResultCode rc = firstFailure({
+                {ResultBadArg1, isPresent(src)},
+                {ResultBadArg1, hasType(src, Int8, UInt8, Int16, UInt16, Int32, UInt32, Int64, UInt64)},
+                {ResultBadArg2, isMaskOf(mask, src)},
+                {ResultUnsupportedType, isInterleaved(src) || isPlanar(src)},
+            }))
+            return rc;
+        return dispatch(IntegersBySize{}, src.dataType,
+                        {{ResultBadArg1, rowsFit(src)}, {ResultBadArg2, rowsFit(mask)}},
+                        [&]<class T>(std::type_identity<T>) {
+                            if (isInterleaved(src))
+                                markDifferentInterleaved(src, mask, maskKernels().markUnlike.of<T>(), value);
+                            else
+                                markDifferentPlanar(src, mask, maskKernels().markDifferent.of<T>(), value);
+                        });
+    });
+}
+
+}  // namespace ko

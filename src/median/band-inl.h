@@ -1,0 +1,323 @@
+// Medians of bands of tiles. Include after <hwy/highway.h>; compiled once per processor target.
+#if defined(KO_FILTERS_MEDIAN_BAND_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef KO_FILTERS_MEDIAN_BAND_INL_H
+#undef KO_FILTERS_MEDIAN_BAND_INL_H
+#else
+#define KO_FILTERS_MEDIAN_BAND_INL_H
+#endif
+
+#include "median/exchange-inl.h"
+#include "median/tile_kernels.h"
+
+#include <algorithm>
+
+HWY_BEFORE_NAMESPACE();
+namespace ko {
+namespace HWY_NAMESPACE {
+namespace {
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+/// A band of tiles side by side. The windows of a tile share their middle, the core, which is sorted once.
+/// Then the tile is halved, across and down by turns, until single windows are left: each half adds to the
+/// core the columns or rows that its windows share beyond it, and drops what can be the median of none of
+/// them. What is still to be added, lines at the sides of the core, is kept sorted as far as the core goes.
+template <class T, int kRadius>
+class Band {
+public:
+    static void run(const T* const* rows, std::int64_t tiles, T* medians, T most) noexcept
+    {
+        Band band(rows, most);
+        const std::int64_t wholeVectors = (tiles + lanes - 1) / lanes * lanes;
+        for (std::int64_t at = 0; at < wholeVectors + kReach; at += lanes)
+            band.sortColumns(at);
+        for (std::int64_t at = 0; at < tiles; at += lanes) {
+            band.m_at = at;
+            band.wholeTile();
+            band.store(medians + medianTileSide * at);
+        }
+    }
+
+private:
+    using D = hn::ScalableTag<T>;
+    using V = hn::Vec<D>;
+    static constexpr std::int64_t lanes = hn::MaxLanes(D());
+    static constexpr std::int64_t pitch = medianPhaseSamples<T>;
+
+    static constexpr int kSide = medianTileSide;
+    static constexpr int kWindow = 2 * kRadius + 1;
+    static constexpr int kMiddle = kWindow * kWindow / 2;  ///< rank of the median, from 0
+    static constexpr int kShort = kWindow - kSide + 1;  ///< rows and columns that the windows of a tile share
+    static constexpr int kReach =
+        (2 * kRadius + kSide) / kSide;  ///< tiles that columns are read of behind the last
+
+    /// Sorted values, one vector for each rank, every `kPitch` samples.
+    template <int kCount, std::int64_t kPitch = lanes>
+    struct List {
+        const T* first = nullptr;
+    };
+    template <int kCount>
+    struct Sorted {
+        alignas(64) T samples[kCount * lanes];
+        operator List<kCount>() const noexcept { return {samples}; }
+    };
+
+    /// What the windows of a tile share, sorted: the ranks that may still be a median.
+    template <int kAlong, int kAcross>
+    struct Core {
+        static constexpr int size = (kWindow - kAlong + 1) * (kWindow - kAcross + 1);
+        static constexpr int others = kWindow * kWindow - size;
+        static constexpr int first = std::max(0, kMiddle - others);
+        static constexpr int count = std::min(size - 1, kMiddle) - first + 1;
+    };
+
+    Band(const T* const* rows, T most) noexcept : m_rows(rows), m_most(most) {}
+
+    template <class Net, std::size_t kFirst, std::int64_t kPitch, std::size_t... kI>
+    static HWY_INLINE void storeRanks(const V* v, T* to, std::index_sequence<kI...>) noexcept
+    {
+        (hn::StoreU(v[Net::network.order.places[kFirst + kI]], D(), to + kI * kPitch), ...);
+    }
+    template <std::int64_t kPitch, std::size_t... kI>
+    static HWY_INLINE void load(const T* from, V* v, std::index_sequence<kI...>) noexcept
+    {
+        ((v[kI] = hn::LoadU(D(), from + kI * kPitch)), ...);
+    }
+
+    /// Ranks kFirst ... kFirst + kCount - 1 of two lists together.
+    template <int kFirst, int kCount, std::int64_t kPitch = lanes, int kA, std::int64_t kPitchA, int kB,
+              std::int64_t kPitchB>
+    static HWY_NOINLINE void merge(List<kA, kPitchA> a, List<kB, kPitchB> b, T* to) noexcept
+    {
+        using Net = Merging<kA, kB>;
+        V v[kA + kB];
+        load<kPitchA>(a.first, v, std::make_index_sequence<kA>());
+        load<kPitchB>(b.first, v + kA, std::make_index_sequence<kB>());
+        Apply<Net>(v);
+        storeRanks<Net, kFirst, kPitch>(v, to, std::make_index_sequence<kCount>());
+    }
+
+    /// Merges a list with one or two samples.
+    template <int kCount, std::int64_t kPitch, std::size_t... kI>
+    static HWY_NOINLINE void extend(List<kCount, kPitch> list,
+                                    const std::array<const T*, sizeof...(kI)>& added, T* to,
+                                    std::index_sequence<kI...>) noexcept
+    {
+        constexpr int kAdded = sizeof...(kI);
+        using Net = Merging<kCount, kAdded>;
+        V v[kCount + kAdded];
+        load<kPitch>(list.first, v, std::make_index_sequence<kCount>());
+        ((v[kCount + kI] = hn::LoadU(D(), added[kI])), ...);
+        Apply<Sorting<kAdded>>(v + kCount);
+        Apply<Net>(v);
+        storeRanks<Net, 0, lanes>(v, to, std::make_index_sequence<kCount + kAdded>());
+    }
+
+    /// The median of a window: the smallest of the largest of i samples of the core and the others of the
+    /// line.
+    template <std::int64_t kPitch, std::size_t... kI>
+    static HWY_NOINLINE void select(List<kWindow + 1> core, List<kWindow, kPitch> line, T* to,
+                                    std::index_sequence<kI...>) noexcept
+    {
+        V result = hn::LoadU(D(), core.first + kWindow * lanes);
+        ((result = hn::Min(result, hn::Max(hn::LoadU(D(), core.first + kI * lanes),
+                                           hn::LoadU(D(), line.first + (kWindow - 1 - kI) * kPitch)))),
+         ...);
+        hn::StoreU(result, D(), to);
+    }
+
+    // Places of samples and columns count from the corner of the first window of the tile.
+    const T* sample(int x, int y) const noexcept
+    {
+        return m_rows[y] + (x + 1) % kSide * pitch + m_at + (x + 1) / kSide;
+    }
+    List<kShort, pitch> column(int x) const noexcept
+    {
+        return {m_columns[(x + 1) % kSide] + m_at + (x + 1) / kSide};
+    }
+    List<2 * kShort, pitch> columnPair(int x) const noexcept
+    {
+        return {m_pairs[(x + 1) % kSide / 2] + m_at + (x + 1) / kSide};
+    }
+    List<4 * kShort, pitch> fourColumns(int x) const noexcept { return {m_fours + m_at + (x + 1) / kSide}; }
+
+    /// Sorts columns for all tiles that they serve, each by itself and then two and four of them together.
+    void sortColumns(std::int64_t at) noexcept
+    {
+        for (int phase = 0; phase < kSide; ++phase)
+            sortColumn(phase * pitch + at, m_columns[phase] + at, std::make_index_sequence<kShort>());
+        for (int i = 0; i < 2; ++i)
+            merge<0, 2 * kShort, pitch>(List<kShort, pitch>{m_columns[2 * i] + at},
+                                        List<kShort, pitch>{m_columns[2 * i + 1] + at}, m_pairs[i] + at);
+        merge<0, 4 * kShort, pitch>(List<2 * kShort, pitch>{m_pairs[0] + at},
+                                    List<2 * kShort, pitch>{m_pairs[1] + at}, m_fours + at);
+    }
+
+    template <std::size_t... kI>
+    void sortColumn(std::int64_t at, T* to, std::index_sequence<kI...> ranks) noexcept
+    {
+        using Net = Sorting<kShort>;
+        V v[kShort];
+        ((v[kI] = hn::LoadU(D(), m_rows[kSide - 1 + kI] + at)), ...);
+        Apply<Net>(v);
+        storeRanks<Net, 0, pitch>(v, to, ranks);
+    }
+
+    template <std::size_t... kI>
+    HWY_NOINLINE void sortRow(int y, T* to, std::index_sequence<kI...> ranks) const noexcept
+    {
+        using Net = Sorting<kShort>;
+        V v[kShort];
+        ((v[kI] = hn::LoadU(D(), sample(kSide - 1 + static_cast<int>(kI), y))), ...);
+        Apply<Net>(v);
+        storeRanks<Net, 0, lanes>(v, to, ranks);
+    }
+
+    /// A tile or a part of it, about to be halved along one direction.
+    template <int kAlong, int kAcross, std::int64_t kLinePitch, std::int64_t kCrossingPitch>
+    struct Part {
+        static constexpr int lineLength = kWindow - kAcross + 1;
+        static constexpr int crossingLength = kWindow - kAlong + 1;
+
+        int along;  ///< place in the tile
+        int across;
+        List<Core<kAlong, kAcross>::count> core;
+        /// What the windows have beside the core: lines before and behind it, to be added in halves, ...
+        std::array<List<lineLength, kLinePitch>, 2 * (kAlong - 1)> lines;
+        /// ... and those in the other direction.
+        std::array<List<crossingLength, kCrossingPitch>, 2 * (kAcross - 1)> crossing;
+    };
+
+    /// Sorts the core of the tiles and the rows beside it.
+    void wholeTile() noexcept
+    {
+        using TileCore = Core<kSide, kSide>;
+        Sorted<TileCore::count> core;
+        constexpr int rest = kShort % 4 == 0 ? 4 : 2;
+        constexpr int start = kSide - 1;
+        const auto last = [&] {
+            if constexpr (rest == 4)
+                return fourColumns(start + kShort - 4);
+            else
+                return columnPair(start + kShort - 2);
+        }();
+        if constexpr (kShort - rest == 4) {
+            merge<TileCore::first, TileCore::count>(fourColumns(start), last, core.samples);
+        } else {
+            Sorted<8 * kShort> eight;
+            merge<0, 8 * kShort>(fourColumns(start), fourColumns(start + 4), eight.samples);
+            merge<TileCore::first, TileCore::count>(List<8 * kShort>(eight), last, core.samples);
+        }
+        Part<kSide, kSide, pitch, lanes> part{0, 0, core, {}, {}};
+        Sorted<kShort> rows[2 * (kSide - 1)];
+        for (int i = 0; i < kSide - 1; ++i) {
+            sortRow(i, rows[i].samples, std::make_index_sequence<kShort>());
+            sortRow(kWindow + i, rows[kSide - 1 + i].samples, std::make_index_sequence<kShort>());
+        }
+        for (int i = 0; i < kSide - 1; ++i) {
+            part.lines[i] = column(i);
+            part.lines[kSide - 1 + i] = column(kWindow + i);
+        }
+        for (int i = 0; i < 2 * (kSide - 1); ++i)
+            part.crossing[i] = rows[i];
+        halve<false>(part);
+    }
+
+    /// Place in the tile of line i of `count` before and as many behind the core that begins at `first`.
+    static constexpr int placeOf(int i, int count, int first) noexcept
+    {
+        return first + (i < count ? i : kWindow + i - count);
+    }
+
+    /// Finds the medians of both halves of a part, one below the other if `kDown`.
+    template <bool kDown, int kAlong, int kAcross, std::int64_t kLinePitch, std::int64_t kCrossingPitch>
+    void halve(const Part<kAlong, kAcross, kLinePitch, kCrossingPitch>& part) noexcept
+    {
+        using Whole = Part<kAlong, kAcross, kLinePitch, kCrossingPitch>;
+        constexpr int half = kAlong / 2;
+        for (int behind = 0; behind < 2; ++behind) {
+            const int firstAdded = behind ? kAlong - 1 : half - 1;
+            if constexpr (kAlong == 2 && kAcross == 1) {
+                const int along = part.along + behind;
+                const int x = kDown ? part.across : along, y = kDown ? along : part.across;
+                select(part.core, part.lines[firstAdded], m_medians[kSide * y + x],
+                       std::make_index_sequence<kWindow>());
+            } else {
+                using Smaller = Core<half, kAcross>;
+                constexpr int dropped = Smaller::first - Core<kAlong, kAcross>::first;
+                Sorted<Smaller::count> core;
+                const int place = placeOf(firstAdded, kAlong - 1, part.along);
+                if constexpr (half == 1) {
+                    merge<dropped, Smaller::count>(part.core, part.lines[firstAdded], core.samples);
+                } else if constexpr (!kDown) {
+                    merge<dropped, Smaller::count>(part.core, columnPair(place), core.samples);
+                } else {
+                    Sorted<half * Whole::lineLength> added;
+                    merge<0, half * Whole::lineLength>(part.lines[firstAdded], part.lines[firstAdded + 1],
+                                                       added.samples);
+                    merge<dropped, Smaller::count>(part.core, List<half * Whole::lineLength>(added),
+                                                   core.samples);
+                }
+
+                Part<kAcross, half, lanes, kLinePitch> next{
+                    part.across, part.along + behind * half, core, {}, {}};
+                Sorted<Whole::crossingLength + half> crossing[2 * (kAcross - 1)];
+                for (int i = 0; i < 2 * (kAcross - 1); ++i) {
+                    const int across = placeOf(i, kAcross - 1, part.across);
+                    std::array<const T*, half> samples;
+                    for (int k = 0; k < half; ++k)
+                        samples[k] = kDown ? sample(across, place + k) : sample(place + k, across);
+                    extend(part.crossing[i], samples, crossing[i].samples, std::make_index_sequence<half>());
+                    next.lines[i] = crossing[i];
+                }
+                for (int i = 0; i < half - 1; ++i) {
+                    next.crossing[i] = part.lines[behind * half + i];
+                    next.crossing[half - 1 + i] = part.lines[kAlong - 1 + behind * half + i];
+                }
+                halve<!kDown>(next);
+            }
+        }
+    }
+
+    void store(T* medians) const noexcept
+    {
+        const V most = hn::Set(D(), m_most);
+        const auto median = [&](int x, int y) {
+            return hn::Min(hn::Load(D(), m_medians[kSide * y + x]), most);
+        };
+        for (int y = 0; y < kSide; ++y)
+            hn::StoreInterleaved4(median(0, y), median(1, y), median(2, y), median(3, y), D(),
+                                  medians + y * medianRowSamples<T>);
+    }
+
+    const T* const* m_rows;
+    T m_most;
+    std::int64_t m_at = 0;  ///< first tile of the vector
+    alignas(64) T m_columns[kSide][kShort * pitch];
+    alignas(64) T m_pairs[2][2 * kShort * pitch];
+    alignas(64) T m_fours[4 * kShort * pitch];
+    alignas(64) T m_medians[kSide * kSide][lanes];
+};
+
+template <class T>
+void Split(const T* row, T* phases) noexcept
+{
+    const hn::ScalableTag<T> d;
+    const auto lanes = static_cast<std::int64_t>(hn::Lanes(d));
+    for (std::int64_t i = 0; i < medianPhaseSamples<T>; i += lanes) {
+        hn::Vec<decltype(d)> v0, v1, v2, v3;
+        hn::LoadInterleaved4(d, row + medianTileSide * i, v0, v1, v2, v3);
+        T* to = phases + i;
+        for (const auto v : {v0, v1, v2, v3}) {
+            hn::StoreU(v, d, to);
+            to += medianPhaseSamples<T>;
+        }
+    }
+}
+
+}  // namespace
+}  // namespace HWY_NAMESPACE
+}  // namespace ko
+HWY_AFTER_NAMESPACE();
+
+#endif

@@ -1,0 +1,61 @@
+// Applying sorting networks to vectors. Include after <hwy/highway.h>; compiled once per processor target.
+#if defined(KO_FILTERS_MEDIAN_EXCHANGE_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef KO_FILTERS_MEDIAN_EXCHANGE_INL_H
+#undef KO_FILTERS_MEDIAN_EXCHANGE_INL_H
+#else
+#define KO_FILTERS_MEDIAN_EXCHANGE_INL_H
+#endif
+
+#include "median/sorting_networks.h"
+
+#include <cstddef>
+#include <utility>
+
+HWY_BEFORE_NAMESPACE();
+namespace ko {
+namespace HWY_NAMESPACE {
+namespace {
+
+template <int kCount>
+struct Sorting {
+    static constexpr SortingNetwork network = sortingNetwork(kCount);
+};
+template <int kA, int kB>
+struct Merging {
+    static constexpr SortingNetwork network = mergingNetwork(kA, kB);
+};
+
+template <class V>
+HWY_INLINE void Exchange(V& low, V& high) noexcept
+{
+    namespace hn = hwy::HWY_NAMESPACE;
+    const V smaller = hn::Min(low, high);
+    high = hn::Max(low, high);
+    low = smaller;
+}
+
+template <class Net, std::size_t kFirst, class V, std::size_t... kI>
+HWY_INLINE void ApplyPart([[maybe_unused]] V* v, std::index_sequence<kI...>) noexcept
+{
+    (Exchange(v[Net::network.comparators[kFirst + kI].low], v[Net::network.comparators[kFirst + kI].high]),
+     ...);
+}
+
+/// Applies a network to vectors, part by part, since compilers limit the length of an expression. What it
+/// makes and nobody reads, the compiler drops.
+template <class Net, std::size_t kFirst = 0, class V>
+HWY_INLINE void Apply(V* v) noexcept
+{
+    constexpr std::size_t longest = 128, size = Net::network.size;
+    constexpr std::size_t end = size - kFirst < longest ? size : kFirst + longest;
+    ApplyPart<Net, kFirst>(v, std::make_index_sequence<end - kFirst>());
+    if constexpr (end < size)
+        Apply<Net, end>(v);
+}
+
+}  // namespace
+}  // namespace HWY_NAMESPACE
+}  // namespace ko
+HWY_AFTER_NAMESPACE();
+
+#endif

@@ -1,0 +1,140 @@
+#include <ko/median.h>
+
+#include "base/boundary.h"
+#include "base/checks.h"
+#include "base/rows.h"
+#include "median/network.h"
+#include "median/plan.h"
+#include "median/search.h"
+#include "median/tiles.h"
+
+#include <algorithm>
+
+namespace ko {
+
+namespace {
+
+/// Samples, channels and depth that the median is made for.
+bool isMedianFormat(const SxImageInfo& info) noexcept
+{
+    return hasType(info, UInt8, UInt16) && info.channels >= 1 && info.bitsPerSample >= 1 &&
+           info.bitsPerSample <= 8 * bytesPerSample(info.dataType);
+}
+
+/// A destination of the median; its mosaic and pixel format are nobody's concern.
+bool isLike(const SxImageInfo& dst, const SxImageInfo& src) noexcept
+{
+    return sameSize(dst, src) && dst.channels == src.channels && dst.bitsPerSample == src.bitsPerSample &&
+           dst.dataType == src.dataType && dst.packing == src.packing;
+}
+
+bool isCounterWidth(std::uint64_t width) noexcept
+{
+    return width == 1 || width == 2 || width == 4;
+}
+
+/// The median of this radius is searched for: there is no network for it.
+bool isSearched(const SxImageInfo& info, std::int64_t radius) noexcept
+{
+    return radius > largestNetworkRadius && !hasTileMedians(info.dataType, radius);
+}
+
+/// Makes the strips' scratch memory large enough for the radius.
+void prepareScratch(MedianBuffer& buffer, std::int64_t radius)
+{
+    if (!isSearched(buffer.plan->info, radius))
+        return;
+    for (MedianTile& tile : buffer.plan->tiles) {
+        const std::size_t bytes = medianScratchBytes(tile, buffer.plan->info.dataType, radius);
+        if (tile.scratch.size() < bytes)
+            tile.scratch.resize(bytes);
+    }
+}
+
+ResultCode makeBuffer(const SxImageInfo& info, std::int64_t radius, std::unique_ptr<MedianBuffer>& buffer)
+{
+    if (const ResultCode rc = firstFailure({
+            {ResultBadArg1, info.width > 0 && info.height > 0 && !hasChannels(info, 4)},
+            {ResultUnsupportedType, isMedianFormat(info) && !isPlanar(info)},
+            {ResultBadArg2, medianWindowFits(radius, info.width)},
+        }))
+        return rc;
+    auto plan =
+        std::make_unique<MedianPlan>(MedianPlan{info, cutIntoTiles(info, radius, omp_get_max_threads())});
+    buffer = std::make_unique<MedianBuffer>(MedianBuffer{medianCounterWidth(radius), std::move(plan)});
+    if (medianWindowFits(radius, info.height))
+        prepareScratch(*buffer, radius);
+    return ResultOk;
+}
+
+}  // namespace
+
+ResultCode Median(const SxImageBuf& src, SxImageBuf& dst, int radius, void* buffer)
+{
+    return guarded([&] {
+        if (const ResultCode rc = firstFailure({
+                {ResultBadArg1, isPresent(src)},
+                {ResultBadArg2, isPresent(dst) && isLike(dst, src)},
+                {ResultBadArg3, medianWindowFits(radius, src.width) && medianWindowFits(radius, src.height)},
+                {ResultUnsupportedType, isInterleaved(src) && isMedianFormat(src)},
+            }))
+            return rc;
+
+        auto* work = static_cast<MedianBuffer*>(buffer);
+        std::unique_ptr<MedianBuffer> own;
+        if (work == nullptr) {
+            if (isFailure(makeBuffer(src, radius, own)))
+                return ResultFailed;
+            work = own.get();
+        } else if (isCounterWidth(work->counterWidth)) {
+            if (!servesImage(*work, src, radius))
+                return ResultIncompatible;
+        } else if (work->counterWidth > 4) {
+            return ResultUnsupportedType;
+        }
+
+        if (!hasChannels(src, 1, 3, 4))
+            return ResultOk;
+        if (const ResultCode rc = firstFailure({
+                {ResultUnsupportedType, isCounterWidth(work->counterWidth)},
+                {ResultBadArg1, rowsFit(src)},
+                {ResultBadArg2, rowsFit(dst)},
+            }))
+            return rc;
+        // Networks need no memory of their own, and whole rows follow each other better than those of strips.
+        if (radius <= largestNetworkRadius) {
+            sortMedians(src, dst, radius);
+            return ResultOk;
+        }
+        prepareScratch(*work, radius);
+        std::vector<MedianTile>& tiles = work->plan->tiles;
+        rowsDynamic(static_cast<std::int64_t>(tiles.size()), [&](std::int64_t i) noexcept {
+            MedianTile& tile = tiles[static_cast<std::size_t>(i)];
+            if (isSearched(src, radius))
+                searchMedians(src, dst, tile, radius);
+            else
+                tileMedians(src, dst, tile, radius);
+        });
+        return ResultOk;
+    });
+}
+
+ResultCode MedianAllocBuffer(const SxImageInfo& info, int radius, void** buffer)
+{
+    return guarded([&] {
+        std::unique_ptr<MedianBuffer> made;
+        if (const ResultCode rc = makeBuffer(info, radius, made))
+            return rc;
+        if (buffer == nullptr)
+            return ResultBadArg3;
+        *buffer = made.release();
+        return ResultOk;
+    });
+}
+
+void MedianFreeBuffer(void* buffer)
+{
+    delete static_cast<MedianBuffer*>(buffer);
+}
+
+}  // namespace ko

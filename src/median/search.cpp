@@ -1,0 +1,214 @@
+#include "median/search.h"
+
+#include "median/block.h"
+#include "median/search_kernels.h"
+#include "median/sort.h"
+
+#include <array>
+#include <cstring>
+#include <limits>
+#include <type_traits>
+
+namespace ko {
+
+namespace {
+
+constexpr std::uint8_t outside = 255;  ///< code of what is not in the image
+
+template <class Sample, class Count, class Place>
+class BlockSearch {
+public:
+    BlockSearch(const SxImageBuf& src, SxImageBuf& dst, MedianTile& tile, std::int64_t radius) noexcept
+        : m_src(src),
+          m_dst(dst),
+          m_tile(tile),
+          m_radius(radius),
+          m_size(tile, radius, isDeep),
+          m_memory(tile.scratch.data(), m_size, radius, isDeep)
+    {
+    }
+
+    void run() noexcept
+    {
+        for (std::int64_t y = m_tile.firstRow; y <= m_tile.lastRow; y += m_size.rows)
+            for (std::int64_t x = m_tile.firstColumn; x <= m_tile.lastColumn; x += m_size.columns)
+                for (std::int64_t channel = 0; channel < m_tile.channels; ++channel)
+                    runBlock(x, y, channel);
+    }
+
+private:
+    static constexpr bool isDeep = sizeof(Sample) > 1;
+    static constexpr std::int64_t lowest = std::numeric_limits<std::make_signed_t<Count>>::min();
+
+    void runBlock(std::int64_t x, std::int64_t y, std::int64_t channel) noexcept
+    {
+        m_block = MedianBlock::at<Sample>(m_src, m_tile, m_size, m_radius, x, y, channel);
+        m_foundPitch = wholeVectors(m_block.columns);
+        m_wantedPitch = m_block.isInside() ? 0 : m_foundPitch;
+        if (!m_block.isInside())
+            std::memset(m_memory.codes, outside,
+                        static_cast<std::size_t>(m_block.pitch * m_block.sourceRows));
+        MedianCoding coding{256, 0};
+        if constexpr (isDeep)
+            coding = MedianSorter<Count, Place>(m_block, m_memory).run();
+        else
+            copySamples();
+        rankMedians();
+        startSearch();
+        search(coding.codes);
+        for (std::int64_t row = 0; row < m_block.rows; ++row)
+            store(row, coding.chunks,
+                  rowOf(m_dst, y + row) +
+                      (x * m_tile.channels + channel) * static_cast<std::int64_t>(sizeof(Sample)));
+    }
+
+    /// One-byte samples are their own codes.
+    void copySamples() noexcept
+    {
+        for (std::int64_t y = m_block.top; y < m_block.bottom; ++y) {
+            const std::uint8_t* const from = m_block.row(y);
+            std::uint8_t* const to = m_memory.codes + y * m_block.pitch + m_block.left;
+            const std::int64_t columns = m_block.right - m_block.left;
+            if (m_block.step == 1)
+                std::memcpy(to, from, static_cast<std::size_t>(columns));
+            else
+                for (std::int64_t x = 0; x < columns; ++x)
+                    to[x] = from[x * m_block.step];
+        }
+    }
+
+    /// The lower median of n samples is the one with rank (n + 1) / 2.
+    void rankMedians() noexcept
+    {
+        const MedianBlock& b = m_block;
+        for (std::int64_t y = 0; y < (b.isInside() ? 1 : b.rows); ++y) {
+            const std::int64_t high = std::min(b.bottom, y + b.window) - std::max(b.top, y);
+            for (std::int64_t x = 0; x < b.columns; ++x) {
+                const std::int64_t wide = std::min(b.right, x + b.window) - std::max(b.left, x);
+                m_memory.wanted[y * m_wantedPitch + x] = static_cast<Count>((wide * high + 1) / 2 + lowest);
+            }
+        }
+    }
+
+    void startSearch() noexcept
+    {
+        for (std::int64_t y = 0; y < m_block.rows; ++y) {
+            Count* const found = m_memory.found + y * m_foundPitch;
+            std::fill(found, found + m_block.columns, Count{0});
+            std::fill(found + m_block.columns, found + m_foundPitch, Count{outside});
+            if constexpr (isDeep) {
+                const Count* const wanted = m_memory.wanted + y * m_wantedPitch;
+                for (std::int64_t x = 0; x < m_block.columns; ++x)
+                    m_memory.rest[y * m_foundPitch + x] = static_cast<Count>(wanted[x] - lowest);
+            }
+        }
+    }
+
+    /// Halves the ranges of codes that pixels are still in.
+    void search(int codes) noexcept
+    {
+        MedianSplit<Count> step{.rowCounts = m_memory.rowCounts,
+                                .pitch = m_block.pitch,
+                                .window = m_block.window,
+                                .columns = m_block.columns,
+                                .rows = m_block.rows,
+                                .wanted = m_memory.wanted,
+                                .wantedPitch = m_wantedPitch,
+                                .found = m_memory.found,
+                                .rest = m_memory.rest,
+                                .foundPitch = m_foundPitch,
+                                .first = 0,
+                                .half = 0};
+        struct Range {
+            int first;
+            int half;
+        };
+        std::array<Range, 16> ranges{{{0, 128}}};
+        for (std::size_t open = 1; open > 0;) {
+            const auto [first, half] = ranges[--open];
+            MedianOutcome outcome{true, false};
+            if (first + half < codes) {
+                m_kernels.countBelow(m_memory.codes, m_block.pitch * m_block.sourceRows, m_block.window,
+                                     first + half, m_memory.rowCounts);
+                step.first = static_cast<Count>(first);
+                step.half = static_cast<Count>(half);
+                outcome = m_kernels.split(step);
+            }
+            if (half > 1 && outcome.someStayed)
+                ranges[open++] = {first, half / 2};
+            if (half > 1 && outcome.someMoved)
+                ranges[open++] = {first + half, half / 2};
+        }
+    }
+
+    void store(std::int64_t y, int chunks, std::uint8_t* to) noexcept
+    {
+        const auto most = static_cast<Sample>(m_tile.bins - 1);
+        const Count* const found = m_memory.found + y * m_foundPitch;
+        if constexpr (isDeep) {
+            m_kernels.pick({m_memory.x, m_memory.y, m_memory.starts, chunks}, found,
+                           m_memory.rest + y * m_foundPitch, m_block.columns, y, m_block.window,
+                           m_memory.picked);
+            for (std::int64_t x = 0; x < m_block.columns; ++x) {
+                const std::uint32_t at = m_memory.picked[x];
+                const auto value = loadSample<Sample>(m_block.row(m_memory.y[at]),
+                                                      (m_memory.x[at] - m_block.left) * m_block.step);
+                storeSample(to, x * m_block.step, std::min(value, most));
+            }
+        } else {
+            for (std::int64_t x = 0; x < m_block.columns; ++x)
+                storeSample(to, x * m_block.step, std::min(static_cast<Sample>(found[x]), most));
+        }
+    }
+
+    const SxImageBuf& m_src;
+    SxImageBuf& m_dst;
+    const MedianTile& m_tile;
+    std::int64_t m_radius;
+    MedianBlockSize m_size;
+    MedianBlockMemory<Count, Place> m_memory;
+    const MedianSearchKernels<Count, Place>& m_kernels = medianSearchKernels<Count, Place>();
+
+    MedianBlock m_block{};  ///< the one at hand
+    std::int64_t m_foundPitch = 0;
+    std::int64_t m_wantedPitch = 0;  ///< 0: all rows want the same
+};
+
+/// Calls `body` with the unsigned types that count the samples of a window and hold coordinates in a block.
+template <class Body>
+auto withTypes(std::int64_t radius, const Body& body) noexcept
+{
+    if (medianCounterWidth(radius) > 2)
+        return body(std::uint32_t{}, std::uint32_t{});
+    if (radius > largestRadiusOfBytePlaces)
+        return body(std::uint16_t{}, std::uint16_t{});
+    return body(std::uint16_t{}, std::uint8_t{});
+}
+
+}  // namespace
+
+std::size_t medianScratchBytes(const MedianTile& tile, ExImageDataType type, std::int64_t radius) noexcept
+{
+    constexpr std::int64_t largestRadius = 32767;
+    if (radius > largestRadius)
+        return std::numeric_limits<std::size_t>::max();
+    const bool isDeep = bytesPerSample(type) > 1;
+    const MedianBlockSize size(tile, radius, isDeep);
+    return withTypes(radius, [&](auto count, auto place) noexcept {
+        return MedianBlockMemory<decltype(count), decltype(place)>(nullptr, size, radius, isDeep).bytes;
+    });
+}
+
+void searchMedians(const SxImageBuf& src, SxImageBuf& dst, MedianTile& tile, std::int64_t radius) noexcept
+{
+    withTypes(radius, [&](auto count, auto place) noexcept {
+        using Count = decltype(count);
+        using Place = decltype(place);
+        if (bytesPerSample(src.dataType) == 1)
+            BlockSearch<std::uint8_t, Count, Place>(src, dst, tile, radius).run();
+        else
+            BlockSearch<std::uint16_t, Count, Place>(src, dst, tile, radius).run();
+    });
+}
+
+}  // namespace ko

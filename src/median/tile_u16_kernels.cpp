@@ -1,0 +1,41 @@
+#include "median/tile_kernels.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "median/tile_u16_kernels.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+#include "median/band-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace ko {
+namespace HWY_NAMESPACE {
+namespace {
+
+const MedianTileKernels<std::uint16_t>& Kernels()
+{
+    static constexpr MedianTileKernels<std::uint16_t> kernels{
+        &Split<std::uint16_t>,
+        {&Band<std::uint16_t, 4>::run, &Band<std::uint16_t, 5>::run, &Band<std::uint16_t, 6>::run,
+         &Band<std::uint16_t, 7>::run}};
+    return kernels;
+}
+
+}  // namespace
+}  // namespace HWY_NAMESPACE
+}  // namespace ko
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace ko {
+namespace {
+HWY_EXPORT(Kernels);
+}
+
+template <>
+const MedianTileKernels<std::uint16_t>& medianTileKernels()
+{
+    return HWY_DYNAMIC_DISPATCH(Kernels)();
+}
+}  // namespace ko
+#endif

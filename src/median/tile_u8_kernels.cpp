@@ -1,0 +1,46 @@
+#include "median/tile_kernels.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "median/tile_u8_kernels.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+#include "median/band-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace ko {
+namespace HWY_NAMESPACE {
+namespace {
+
+const MedianTileKernels<std::uint8_t>& Kernels()
+{
+#if HWY_TARGET == HWY_SCALAR
+    // One lane finds bytes faster by searching.
+    static constexpr MedianTileKernels<std::uint8_t> kernels{&Split<std::uint8_t>, {}};
+#else
+    static constexpr MedianTileKernels<std::uint8_t> kernels{
+        &Split<std::uint8_t>,
+        {&Band<std::uint8_t, 4>::run, &Band<std::uint8_t, 5>::run, &Band<std::uint8_t, 6>::run,
+         &Band<std::uint8_t, 7>::run}};
+#endif
+    return kernels;
+}
+
+}  // namespace
+}  // namespace HWY_NAMESPACE
+}  // namespace ko
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace ko {
+namespace {
+HWY_EXPORT(Kernels);
+}
+
+template <>
+const MedianTileKernels<std::uint8_t>& medianTileKernels()
+{
+    return HWY_DYNAMIC_DISPATCH(Kernels)();
+}
+}  // namespace ko
+#endif

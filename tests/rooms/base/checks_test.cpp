@@ -1,0 +1,125 @@
+#include "base/checks.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+namespace ko::test {
+namespace {
+
+constexpr int most = std::numeric_limits<int>::max();
+
+SxImageBuf image(int width, int height, int stride)
+{
+    static std::uint8_t pixel;
+    SxImageBuf buf;
+    buf.width = width;
+    buf.height = height;
+    buf.stride = stride;
+    buf.channels = 1;
+    buf.dataType = UInt8;
+    buf.data = &pixel;
+    return buf;
+}
+
+TEST(FirstFailure, NamesTheEarliestRowThatDoesNotHold)
+{
+    EXPECT_EQ(firstFailure({}), ResultOk);
+    EXPECT_EQ(firstFailure({{ResultBadArg1, true}, {ResultBadArg2, true}}), ResultOk);
+    EXPECT_EQ(firstFailure({{ResultBadArg1, true}, {ResultBadArg3, false}, {ResultBadArg2, false}}),
+              ResultBadArg3);
+}
+
+TEST(Regions, LieInsideOnlyAsAWhole)
+{
+    const SxImageBuf buf = image(20, 20, 20);
+    EXPECT_FALSE(isInside(QRect(-1, 0, 10, 10), buf));
+    EXPECT_TRUE(isInside(QRect(10, 10, 10, 10), buf));
+    EXPECT_FALSE(isInside(QRect(11, 10, 10, 10), buf));
+    EXPECT_FALSE(isInside(QRect(10, 11, 10, 10), buf));
+    EXPECT_FALSE(isInside(QRect(0, -1, 10, 10), buf));
+    EXPECT_FALSE(isInside(QRect(5, 5, -2, 3), buf));
+}
+
+TEST(Regions, WithoutPixelsAreValidWhereTheyStickOutNowhere)
+{
+    const SxImageBuf buf = image(20, 20, 20);
+    EXPECT_TRUE(isInside(QRect(), buf));
+    EXPECT_TRUE(isInside(QRect(7, 7, 0, 3), buf));
+    EXPECT_TRUE(isInside(QRect(100, 100, 0, 0), buf));
+    EXPECT_FALSE(isInside(QRect(30, 7, 0, 3), buf));
+}
+
+TEST(Regions, OfExtremeCoordinatesDoNotOverflow)
+{
+    const SxImageBuf buf = image(most, most, most);
+    EXPECT_TRUE(isInside(QRect(0, 0, most, most), buf));
+    EXPECT_FALSE(isInside(QRect(QPoint(std::numeric_limits<int>::min(), 0), QPoint(most, 5)), buf));
+}
+
+TEST(Regions, OfAWholeImageOfNegativeSizeAreEmpty)
+{
+    constexpr int least = std::numeric_limits<int>::min();
+    EXPECT_EQ(wholeOf(image(least, -1, 20)), QRect(0, 0, 0, 0));
+    EXPECT_EQ(wholeOf(image(7, least, 20)), QRect(0, 0, 7, 0));
+}
+
+TEST(Points, LieInsideBelowTheSize)
+{
+    const SxImageBuf buf = image(3, 2, 3);
+    EXPECT_TRUE(isInside(QPoint(2, 1), buf));
+    EXPECT_FALSE(isInside(QPoint(3, 1), buf));
+    EXPECT_FALSE(isInside(QPoint(2, 2), buf));
+    EXPECT_FALSE(isInside(QPoint(-1, 0), buf));
+}
+
+TEST(PresentImages, HavePixelsAndNoNegativeSize)
+{
+    EXPECT_TRUE(isPresent(image(4, 3, 4)));
+    EXPECT_TRUE(isPresent(image(0, 0, 0)));
+    EXPECT_FALSE(isPresent(image(-4, 3, 4)));
+    EXPECT_FALSE(isPresent(image(4, -3, 4)));
+    SxImageBuf none = image(4, 3, 4);
+    none.data = nullptr;
+    EXPECT_FALSE(isPresent(none));
+}
+
+TEST(Rows, FitTheirStrideOrTheImageIsRefused)
+{
+    EXPECT_TRUE(rowsFit(image(4, 3, 4)));
+    EXPECT_TRUE(rowsFit(image(0, 3, 0)));
+    EXPECT_FALSE(rowsFit(image(4, 3, 3)));
+    EXPECT_FALSE(rowsFit(image(0, 3, -4)));
+    SxImageBuf colour = image(4, 3, 4);
+    colour.channels = 3;
+    EXPECT_FALSE(rowsFit(colour));
+    colour.packing = Planar;
+    EXPECT_TRUE(rowsFit(colour));
+}
+
+TEST(Rows, ThatDoNotExistFitAnyStride)
+{
+    EXPECT_TRUE(rowsFit(image(4, 0, 0)));
+    EXPECT_TRUE(rowsFit(image(4, 0, 3)));
+    EXPECT_FALSE(rowsFit(image(4, 0, -4)));
+    EXPECT_FALSE(rowsFit(image(4, -1, 3)));
+    SxImageBuf longest = image(most, 0, 0);
+    EXPECT_TRUE(rowsFit(longest));
+    longest.dataType = UInt16;
+    EXPECT_FALSE(rowsFit(longest)) << "a row that no stride could hold";
+}
+
+TEST(Rows, WithProductsBeyond64BitsDoNotFit)
+{
+    SxImageBuf huge = image(most, most, most);
+    huge.channels = most;
+    huge.dataType = Sample128;
+    EXPECT_FALSE(rowsFit(huge));
+    huge.packing = Planar;
+    EXPECT_FALSE(rowsFit(huge));
+    huge.width = 1;
+    EXPECT_FALSE(rowsFit(huge)) << "planes beyond all addresses";
+}
+
+}  // namespace
+}  // namespace ko::test

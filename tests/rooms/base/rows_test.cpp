@@ -1,0 +1,125 @@
+#include "base/boundary.h"
+#include "base/rows.h"
+#include "support/targets.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <new>
+#include <thread>
+#include <vector>
+
+namespace ko::test {
+namespace {
+
+TEST(RowLoops, VisitEveryRowOnce)
+{
+    forEachThreadCount([] {
+        for (const std::int64_t rows : {0, 1, 5, 101}) {
+            std::vector<int> statically(static_cast<std::size_t>(rows)), dynamically = statically;
+            rowsStatic(rows, [&](std::int64_t y) noexcept { ++statically[static_cast<std::size_t>(y)]; });
+            rowsDynamic(rows, [&](std::int64_t y) noexcept { ++dynamically[static_cast<std::size_t>(y)]; });
+            EXPECT_EQ(statically, std::vector<int>(static_cast<std::size_t>(rows), 1));
+            EXPECT_EQ(dynamically, statically);
+        }
+    });
+}
+
+TEST(RowLoops, GiveEachThreadOneBlockWhenStatic)
+{
+    omp_set_num_threads(3);
+    std::vector<int> owner(10);
+    rowsStatic(10,
+               [&](std::int64_t y) noexcept { owner[static_cast<std::size_t>(y)] = omp_get_thread_num(); });
+    EXPECT_TRUE(std::is_sorted(owner.begin(), owner.end()));
+}
+
+TEST(RowShares, GiveAThreadItsOwnRowsFirst)
+{
+    RowShares shares(10, 3);
+    std::vector<std::int64_t> taken;
+    shares.takeRows(1, [&](std::int64_t y) noexcept { taken.push_back(y); });
+    EXPECT_EQ(taken, (std::vector<std::int64_t>{3, 4, 5, 6, 7, 8, 9, 0, 1, 2}));
+    taken.clear();
+    shares.takeRows(0, [&](std::int64_t y) noexcept { taken.push_back(y); });
+    EXPECT_TRUE(taken.empty());
+}
+
+TEST(RowShares, ServeMoreThreadsThanRows)
+{
+    RowShares shares(2, 7);
+    std::vector<std::int64_t> taken;
+    shares.takeRows(4, [&](std::int64_t y) noexcept { taken.push_back(y); });
+    EXPECT_EQ(taken, (std::vector<std::int64_t>{1, 0}));
+}
+
+TEST(RowShares, AreSharedByMoreThreadsThanThereAreShares)
+{
+    constexpr int threads = RowShares::most + 6;
+    RowShares shares(2 * RowShares::most, threads);
+    std::vector<std::int64_t> taken;
+    const auto take = [&](std::int64_t y) noexcept { taken.push_back(y); };
+    shares.takeRows(threads - 1, take);
+    EXPECT_EQ(taken.size(), 2U * RowShares::most);
+    EXPECT_EQ(taken.front(), 10) << "the first row of the sixth share";
+}
+
+TEST(RowShares, HaveNothingForAHeightBelowZero)
+{
+    forEachThreadCount([] { rowsDynamic(-1, [](std::int64_t) noexcept { ADD_FAILURE(); }); });
+}
+
+TEST(RowLoops, LeaveTheRowsOfABusyThreadToTheOthers)
+{
+    constexpr std::int64_t rows = 100;
+    omp_set_num_threads(2);
+    std::atomic<int> others{0};
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    rowsDynamic(rows, [&](std::int64_t y) noexcept {
+        if (y != 0) {
+            ++others;
+            return;
+        }
+        while (others < rows - 1 && std::chrono::steady_clock::now() < deadline)
+            std::this_thread::yield();
+        EXPECT_EQ(others, rows - 1);
+    });
+}
+
+TEST(Reduction, CombinesOneSlotPerThread)
+{
+    forEachThreadCount([] {
+        int slots = 0;
+        std::int64_t sum = 0, twice = 0;
+        reducePerThread<std::int64_t>(
+            100, 2,
+            [](std::int64_t* slot, std::int64_t y) noexcept {
+                slot[0] += y;
+                slot[1] += 2 * y;
+            },
+            [&](const std::int64_t* slot) {
+                ++slots;
+                sum += slot[0];
+                twice += slot[1];
+            });
+        EXPECT_EQ(slots, omp_get_max_threads());
+        EXPECT_EQ(sum, 4950);
+        EXPECT_EQ(twice, 9900);
+    });
+}
+
+TEST(ErrorBoundary, TurnsExhaustedMemoryIntoAStatus)
+{
+    EXPECT_EQ(guarded([]() -> ResultCode { throw std::bad_alloc(); }), ResultFailed);
+    EXPECT_EQ(guarded([] { return ResultOutOfRange; }), ResultOutOfRange);
+}
+
+TEST(ErrorBoundary, HoldsWhatIsNoExceptionOfTheStandardLibrary)
+{
+    EXPECT_EQ(guarded([]() -> ResultCode { throw 7; }), ResultFailed);
+}
+
+}  // namespace
+}  // namespace ko::test

@@ -1,0 +1,61 @@
+#include "cli/batch.h"
+
+#include "cli/failure.h"
+#include "cli/progress_bar.h"
+
+#include <iomanip>
+#include <iostream>
+#include <sstream>
+
+namespace ko::tool {
+namespace {
+
+std::string rates(double frames, double megapixels, double seconds)
+{
+    std::ostringstream text;
+    text << std::fixed << std::setprecision(1) << frames / seconds << " frames/s, " << megapixels / seconds
+         << " megapixels/s";
+    return text.str();
+}
+
+}  // namespace
+
+void summarise(std::size_t inputs, std::size_t done, const Frame& sum, double seconds)
+{
+    const double megapixels = static_cast<double>(sum.pixels) / 1e6;
+    std::cout << done << " of " << inputs << (inputs == 1 ? " frame" : " frames");
+    if (done > 0) {
+        std::cout << ", " << std::fixed << std::setprecision(3) << megapixels << " megapixels in " << seconds
+                  << " s: " << rates(static_cast<double>(done), megapixels, seconds);
+        if (sum.spent.count() > 0)
+            std::cout << "; without files "
+                      << rates(static_cast<double>(done), megapixels, sum.spent.count());
+    }
+    std::cout << '\n';
+}
+
+int runBatch(const std::vector<Job>& jobs, const std::function<Frame(const Job&)>& work)
+{
+    const ProgressBar bar(jobs.size());
+    const auto start = std::chrono::steady_clock::now();
+    Frame sum;
+    std::size_t tried = 0;
+    std::size_t done = 0;
+    for (const Job& job : jobs) {
+        bar.show(tried++);
+        const std::string trouble = troubleWith(job.input, [&] {
+            const Frame frame = work(job);
+            sum.pixels += frame.pixels;
+            sum.spent += frame.spent;
+            ++done;
+        });
+        bar.wipe();
+        if (!trouble.empty())
+            report(trouble);
+    }
+    const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
+    summarise(jobs.size(), done, sum, elapsed.count());
+    return done == jobs.size() ? ExitOk : ExitFailed;
+}
+
+}  // namespace ko::tool

@@ -1,0 +1,36 @@
+// A series of files, one after the other.
+#pragma once
+
+#include "cli/jobs.h"
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <vector>
+
+namespace ko::tool {
+
+/// What became of one file, for the summary.
+struct Frame {
+    std::int64_t pixels = 0;                ///< of the result
+    std::chrono::duration<double> spent{};  ///< in the library alone, without the files
+};
+
+/// Runs `work` on every job. A failure is one line on the standard error and does not keep the others from
+/// their turn. Shows a progress bar when the standard error is a terminal, ends with a summary on the
+/// standard output and answers with the exit code.
+int runBatch(const std::vector<Job>& jobs, const std::function<Frame(const Job&)>& work);
+
+/// The summary of `done` out of `inputs` frames, in so many seconds from the first file to the last.
+void summarise(std::size_t inputs, std::size_t done, const Frame& sum, double seconds);
+
+/// Runs `operation` and adds the time it took.
+template <class Operation>
+void timed(Frame& frame, Operation&& operation)
+{
+    const auto start = std::chrono::steady_clock::now();
+    operation();
+    frame.spent += std::chrono::steady_clock::now() - start;
+}
+
+}  // namespace ko::tool

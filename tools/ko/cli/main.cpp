@@ -1,0 +1,36 @@
+#include "cli/failure.h"
+#include "cli/registry.h"
+
+#include <CLI/CLI.hpp>
+
+#include <iostream>
+
+using namespace ko::tool;
+
+int main(int argc, char** argv)
+try {
+    CLI::App app("Operations of koimproc on image files", "ko");
+    app.set_version_flag("--version", "ko " KO_VERSION);
+    app.require_subcommand(1);
+
+    Command::Action action;
+    for (const Entry& entry : entries())
+        declareEntry(app, entry, action);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? ExitOk : ExitUsage;
+    }
+
+    const int code = action();
+    std::cout.flush();
+    if (!std::cout)
+        throw Failure("standard output", "cannot be written");
+    return code;
+} catch (const UsageError& error) {
+    report(error.what());
+    return ExitUsage;
+} catch (const std::exception& error) {
+    report(error.what());
+    return ExitFailed;
+}

@@ -1,0 +1,45 @@
+#include "commands/filtering.h"
+
+#include "io/image_file.h"
+#include "io/levels.h"
+
+#include <stdexcept>
+
+namespace ko::tool {
+
+int runFilter(const FileSeries& files, const Filter& filter)
+{
+    return runBatch(planJobs(files, ".tif"), [&](const Job& job) {
+        const Image picture = readImage(job.input);
+        Frame frame;
+        const Image result = filter(picture, frame);
+        frame.pixels = pixelCount(*result);
+        writeImage(result, job.output);
+        return frame;
+    });
+}
+
+void requireMono(const SxImageInfo& picture)
+{
+    if (picture.channels != 1)
+        throw std::runtime_error("has " + std::to_string(picture.channels) + " channels, wanted is one");
+}
+
+void requireMonoUnsigned(const SxImageInfo& picture)
+{
+    requireMono(picture);
+    if (!hasLevels(picture))
+        throw std::runtime_error("its samples are not unsigned of 8 or 16 bits");
+}
+
+void requireMosaic(const SxImageInfo& picture)
+{
+    requireMonoUnsigned(picture);
+    if (picture.bayerGrid == BayerNone)
+        throw std::runtime_error("not a mosaic, or its file names no pattern");
+    if (picture.width % 2 != 0 || picture.height % 2 != 0)
+        throw std::runtime_error("a mosaic of odd size, " + std::to_string(picture.width) + " x " +
+                                 std::to_string(picture.height));
+}
+
+}  // namespace ko::tool

@@ -1,0 +1,62 @@
+// ko resize: pictures of another size.
+#include "cli/failure.h"
+#include "commands/operations.h"
+#include "io/levels.h"
+#include "io/parts.h"
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <stdexcept>
+
+namespace ko::tool {
+namespace {
+
+struct Options {
+    std::optional<int> width;
+    std::optional<int> height;
+    std::optional<double> scale;
+};
+
+/// One pixel at least.
+int sizeOf(double size)
+{
+    if (size > 1 << 24)
+        throw std::runtime_error("would become larger than " + std::to_string(1 << 24) + " pixels");
+    return std::max(1, static_cast<int>(std::lround(size)));
+}
+
+Image resize(const Image& picture, const Options& options, Frame& frame)
+{
+    if (!hasLevels(*picture))
+        throw std::runtime_error("its samples are not unsigned of 8 or 16 bits");
+    if (picture->bayerGrid != BayerNone)
+        throw std::runtime_error("a mosaic would lose its pattern, demosaic it first");
+    // What is not given follows from what is.
+    const double scale = options.scale   ? *options.scale
+                         : options.width ? static_cast<double>(*options.width) / picture->width
+                                         : static_cast<double>(*options.height) / picture->height;
+    const int width = options.width ? *options.width : sizeOf(picture->width * scale);
+    const int height = options.height ? *options.height : sizeOf(picture->height * scale);
+    Image result(resized(*picture, width, height, picture->channels));
+    timed(frame, [&] { require(Stretch(*picture, *result, InterpolationLinear), "Stretch"); });
+    return result;
+}
+
+}  // namespace
+
+const Operation resizeOperation{
+    "Filters", "resize", "Resample pictures to another size", [](Settings& settings) -> Operation::Prepare {
+        auto options = std::make_shared<Options>();
+        const Range pixels{1, 1 << 24};
+        settings.whole("width", options->width, pixels, "pixels; in proportion to the height if not given");
+        settings.whole("height", options->height, pixels, "pixels; in proportion to the width if not given");
+        settings.number("scale", options->scale, {1e-4, 1e4}, "times the size, instead of both");
+        settings.rule([o = options.get()] { return o->scale.has_value() != (o->width || o->height); },
+                      "either width or height or both, or scale is wanted");
+        return [options]() -> Filter {
+            return [options](const Image& picture, Frame& frame) { return resize(picture, *options, frame); };
+        };
+    }};
+
+}  // namespace ko::tool

@@ -1,0 +1,24 @@
+// ko unpack: a picture in another file format; for camera raws their mosaic.
+#include "cli/batch.h"
+#include "commands/commands.h"
+#include "io/image_file.h"
+
+#include <memory>
+
+namespace ko::tool {
+
+const Command unpackCommand{"Files", "unpack",
+                            "Copy pictures into another file format; camera raws become their bare mosaic",
+                            [](CLI::App& command) -> Command::Action {
+                                auto files = std::make_shared<FileSeries>();
+                                addSeriesOptions(command, *files);
+                                return [files] {
+                                    return runBatch(planJobs(*files, ".tif"), [](const Job& job) {
+                                        const Image image = readImage(job.input);
+                                        writeImage(image, job.output);
+                                        return Frame{pixelCount(*image), {}};
+                                    });
+                                };
+                            }};
+
+}  // namespace ko::tool
