@@ -74,7 +74,7 @@ def main():
                    ("Equalised", camera.make("equalised", "equalize", colour)),
                    ("For comparison: the photograph, equalised",
                     camera.make("original-equalised", "equalize", camera.photo))),
-    ], "camera.html", "From noisy frames to a picture with koimproc")
+    ], "camera.html")
 
 
 if __name__ == "__main__":

@@ -55,7 +55,7 @@ def main():
         sizes = Counter(row["contour"] for row in csv.DictReader(table))
     rows = [f'<div class="row">{"".join(figures[i:i + 2])}</div><br>' for i in range(0, len(figures), 2)]
     summary = f"<p>{len(sizes)} contours of {min(sizes.values())} to {max(sizes.values())} points.</p>"
-    gallery.write(TEXT, [*rows, summary], "coins.html", "Outlines of coins with koimproc")
+    gallery.write(TEXT, [*rows, summary], "coins.html")
 
 
 if __name__ == "__main__":

@@ -24,11 +24,15 @@ SHIFT = "1,1"
 MIDDLE = "50% 40%"
 PLACES = {"astronaut.png": "43% 19%", "coffee.png": "63% 71%", "chelsea.png": "36% 37%", "rocket.jpg": "50% 34%"}
 
+# The pages of the demonstration.
+PAGES = {"index.html": "Demosaicing", "coins.html": "Outlines of coins", "camera.html": "From noisy frames to a picture"}
+
 STYLE = """
 body { margin: 0 auto; max-width: 80rem; padding: 2rem; font: 1rem/1.5 system-ui, sans-serif; color: #ddd;
        background: #1b1c1f; }
 h1 { font-weight: 300; } h2 { margin: 3rem 0 .5rem; font-size: 1.2rem; }
 p { max-width: 50rem; } a { color: inherit; }
+nav { display: flex; flex-wrap: wrap; gap: 1.5rem; } nav b { color: #fff; }
 .row { display: flex; flex-wrap: wrap; gap: 1rem; }
 figure { flex: 1 1 16rem; min-width: 0; margin: 0; } figcaption { color: #999; font-size: .9rem; }
 img { display: block; width: 100%; border-radius: .3rem; }
@@ -111,12 +115,16 @@ class Gallery:
                 figure(self.directory, mosaic, "Mosaic", width) +
                 figure(self.directory, result, "Result: " + summary.strip(), width) + "</div>")
 
-    def write(self, text, sections, file="index.html", title="Demosaicing with koimproc"):
+    def write(self, text, sections, file="index.html", pages=PAGES):
+        """Writes one of `pages`, which it links to each other."""
+        title = f"{pages[file]} with koimproc"
+        links = "".join(f"<b>{name}</b>" if place == file else f'<a href="{place}">{name}</a>'
+                        for place, name in pages.items())
         page = self.place(".", file)
         page.write_text('<!DOCTYPE html><html lang="en"><head><meta charset="utf-8">'
                         '<meta name="viewport" content="width=device-width, initial-scale=1">'
-                        f"<title>{title}</title><style>{STYLE}</style></head><body><h1>{title}</h1>"
-                        f"{text}{''.join(sections)}</body></html>\n", encoding="utf-8")
+                        f"<title>{title}</title><style>{STYLE}</style></head><body><nav>{links}</nav>"
+                        f"<h1>{title}</h1>{text}{''.join(sections)}</body></html>\n", encoding="utf-8")
         print(f"The pictures are in {page.resolve()}")
 
 
@@ -132,7 +140,10 @@ def main():
                 sections.append(gallery.raw(file, number + 1))
         except subprocess.CalledProcessError:
             continue
-    gallery.write(PHOTO_TEXT if kind == "photos" else RAW_TEXT, sections)
+    if kind == "photos":
+        gallery.write(PHOTO_TEXT, sections)
+    else:
+        gallery.write(RAW_TEXT, sections, pages={"index.html": PAGES["index.html"]})
     return 0 if len(sections) == len(files) else 1
 
 

@@ -18,6 +18,7 @@ from pathlib import Path
 
 from header_filter import ROOMS, filtered, room_of
 from links import broken_links
+from search import write_search
 
 OUT = Path("build/docs")
 SITE = Path("docs/site")
@@ -52,6 +53,14 @@ PICTURE_LINE = re.compile(r"^(?:!\[[^\]]*\]\(pictures/[^)]+\) *)+$", re.MULTILIN
 COMMAND_CODE = re.compile(r"`([^`\n]*(?:\\\||--|@)[^`\n]*)`")  # with options, a bar of a table or Doxygen's own
 CODE = re.compile(r"`([A-Za-z]\w+)`")
 COMMENT = re.compile(r"<!--.*?-->\n?", re.DOTALL)
+HEAD_END = "</head>"
+PROJECT_ROW_END = " </tr>\n  <!--BEGIN SEARCHENGINE-->"
+SCRIPTS = ("lunr.js", "search-data.js", "search.js")
+SEARCH_BOX = """  <td id="search">
+   <input id="search-box" type="search" placeholder="Search" aria-label="Search the documentation" autocomplete="off"/>
+   <div id="search-results" hidden="hidden"></div>
+  </td>
+"""
 PREAMBLE = "<!-- what holds for every operation -->"
 
 
@@ -151,13 +160,29 @@ def write_layout():
     tree.write(path, encoding="unicode")
 
 
+def write_header():
+    """Doxygen's own head of a page, with the search box and what it needs."""
+    path = OUT / "header.html"
+    subprocess.run(["doxygen", "-w", "html", path, OUT / "footer.html", OUT / "unused.css"], check=True)
+    text = path.read_text(encoding="utf-8")
+    scripts = "".join(f'<script src="$relpath^{name}" defer="defer"></script>\n' for name in SCRIPTS)
+    for place, addition in ((HEAD_END, '<meta name="color-scheme" content="light dark"/>\n' + scripts),
+                            (PROJECT_ROW_END, SEARCH_BOX)):
+        if text.count(place) != 1:
+            sys.exit(f"Doxygen's head of a page has changed: {place} stands in it {text.count(place)} times")
+        text = text.replace(place, addition + place)
+    path.write_text(text, encoding="utf-8")
+
+
 def main():
     pictures = Path(sys.argv[1])
     write_pages(exported_names())
     write_layout()
+    write_header()
     shutil.rmtree(OUT / "html", ignore_errors=True)
     if subprocess.run(["doxygen", SITE / "Doxyfile"]).returncode != 0:
         sys.exit("Doxygen warned")
+    write_search(OUT / "html")
     shutil.copytree(pictures, OUT / "html/pictures", ignore=shutil.ignore_patterns("*.tif"))
     broken = list(broken_links(OUT / "html"))
     if broken:
