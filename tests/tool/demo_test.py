@@ -17,12 +17,18 @@ SCRIPTS = Path(__file__).parents[2] / "tools/demo"
 
 class PageTest(ToolTest):
     def make_page(self, script, file, *arguments):
-        """Runs a script: how it ended, the page, and the pictures on it, which are there."""
+        """Runs a script: how it ended, the page, and the pictures on it, which are there.
+
+        The page links to the others that the demonstration makes, and not to itself.
+        """
         run = subprocess.run([sys.executable, "-B", SCRIPTS / script, ko_files.TOOL, "page", *arguments],
                              cwd=self.dir, capture_output=True, text=True)
         page = self.read("page/" + file).decode()
         self.assertIn(os.path.realpath(self.path("page/" + file)), run.stdout)
-        links = re.findall(r'(?:href|src)="([^"]*)"', page) + re.findall(r"url\(([^)]*)\)", page)
+        others = set(re.findall(r'href="([^"]*\.html)"', page))
+        self.assertIn(others, ({"index.html", "coins.html", "camera.html"} - {file}, set()))
+        self.assertEqual("raws" in arguments, not others)
+        links = re.findall(r'(?:href|src)="([^"]*(?<!\.html))"', page) + re.findall(r"url\(([^)]*)\)", page)
         for link in links:
             self.assertGreater(os.path.getsize(self.path("page/" + unquote(link))), 0)
         return run, page, set(map(unquote, links))
