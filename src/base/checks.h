@@ -77,10 +77,22 @@ inline bool isPlanar(const SxImageInfo& info) noexcept
     return info.packing == Planar;
 }
 
+/// A packing that exists, whatever the number of channels.
+inline bool hasKnownPacking(const SxImageInfo& info) noexcept
+{
+    return isInterleaved(info) || isPlanar(info);
+}
+
 /// A packing with a meaning for this image: mono images are laid out alike under any.
 inline bool hasLayout(const SxImageInfo& info) noexcept
 {
-    return isMono(info) || isInterleaved(info) || isPlanar(info);
+    return isMono(info) || hasKnownPacking(info);
+}
+
+/// Samples under a colour filter, of a pattern that is known or not.
+inline bool isMosaic(const SxImageInfo& info) noexcept
+{
+    return isMono(info) && info.bayerGrid != BayerNone;
 }
 
 /// The image's sample type is one of those named.
@@ -95,6 +107,11 @@ template <class... Counts>
 bool hasChannels(const SxImageInfo& info, Counts... counts) noexcept
 {
     return ((info.channels == counts) || ...);
+}
+
+inline bool hasChannel(const SxImageInfo& info, int channel) noexcept
+{
+    return channel >= 0 && channel < info.channels;
 }
 
 inline bool sameSize(const SxImageInfo& a, const SxImageInfo& b) noexcept
@@ -113,6 +130,12 @@ inline bool sameFormat(const SxImageInfo& a, const SxImageInfo& b) noexcept
 {
     return a.channels == b.channels && a.bitsPerSample == b.bitsPerSample && a.bayerGrid == b.bayerGrid &&
            a.dataType == b.dataType && a.packing == b.packing && a.pixelFormat == b.pixelFormat;
+}
+
+/// Present, and like the other image in all that makes their samples correspond.
+inline bool isTwinOf(const SxImageBuf& image, const SxImageInfo& other) noexcept
+{
+    return isPresent(image) && sameSize(image, other) && sameFormat(image, other);
 }
 
 /// A mask: present, one channel, `UInt8`.
@@ -152,6 +175,13 @@ inline bool isInside(const QRect& rect, const SxImageInfo& image) noexcept
 inline bool isInside(const QPoint& point, const SxImageInfo& image) noexcept
 {
     return point.x() >= 0 && point.y() >= 0 && point.x() < image.width && point.y() < image.height;
+}
+
+/// A rectangle of this size with its corner at `pos` leaves the image nowhere.
+inline bool fitsAt(const QPoint& pos, std::int64_t width, std::int64_t height,
+                   const SxImageInfo& image) noexcept
+{
+    return pos.x() >= 0 && pos.y() >= 0 && pos.x() + width <= image.width && pos.y() + height <= image.height;
 }
 
 /// The whole image as a region; negative sizes, from which QRect's corners could overflow, count as 0.

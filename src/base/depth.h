@@ -1,4 +1,4 @@
-// The bound that a colour depth sets to its samples.
+// The bounds that a colour depth sets to its samples.
 #pragma once
 
 #include "base/checks.h"
@@ -10,13 +10,19 @@
 
 namespace ko {
 
+/// 2^bits as a signed 32-bit number, -2^31 from 31 bits on.
+inline std::int32_t wrappedLevels(int bits)
+{
+    return toInt32(std::ldexp(1.0, bits));
+}
+
 /// The first value beyond the depth: 2^bitsPerSample as a signed 32-bit number, -2^31 from 31 bits on. Bytes
 /// know no depth above 8 bits: they would otherwise all be replaced from 31 bits on, like the samples of the
 /// other types.
 inline std::int32_t colorDepthLimit(const SxImageInfo& image)
 {
     const int bits = hasType(image, UInt8) ? std::min(image.bitsPerSample, 8) : image.bitsPerSample;
-    return toInt32(std::ldexp(1.0, bits));
+    return wrappedLevels(bits);
 }
 
 }  // namespace ko

@@ -25,7 +25,7 @@ using UnsignedTypes = ByTypeOf<UInt8, UInt16, UInt32>;
 
 /// The highest value of the destination's depth, cut to its container.
 template <class Dst>
-double topOf(const SxImageInfo& dst)
+double truncatedTop(const SxImageInfo& dst)
 {
     return static_cast<Dst>(toInt64(std::ldexp(1.0, dst.bitsPerSample) - 1));
 }
@@ -112,7 +112,7 @@ ResultCode convertMeasured(const SxImageBuf& src, SxImageBuf& dst, Normalization
     if (zeroBased)
         std::fill(ranges.low.begin(), ranges.low.end(), 0.0);
     if (hasPixels(src)) {
-        const double top = topOf<Dst>(dst);
+        const double top = truncatedTop<Dst>(dst);
         const std::vector<double> scales = scalesOf(ranges, top);
         const ClampedRows& clamped = convertKernels().clamped.of<Dst>();
         const WrappedRows& wrapped = convertKernels().wrapped.of<Dst>();
@@ -163,7 +163,7 @@ void scaleGiven(const SxImageBuf& src, SxImageBuf& dst, ClampedRow<Ramp<Low, Low
     ranges.low.assign(channels, static_cast<Low>(min));
     ranges.high.assign(channels, static_cast<Low>(max));
     convertChannels<Low>(src, dst, row, ranges, std::vector<Low>(channels, static_cast<Low>(scale)),
-                         topOf<Dst>(dst));
+                         truncatedTop<Dst>(dst));
 }
 
 }  // namespace

@@ -16,11 +16,6 @@
 
 namespace ko {
 
-inline bool isMosaic(const SxImageInfo& image) noexcept
-{
-    return isMono(image) && image.bayerGrid != BayerNone;
-}
-
 inline constexpr int cellPositions = 4;
 
 /// A kind of normalisation that exists.

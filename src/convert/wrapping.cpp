@@ -57,7 +57,7 @@ bool measureNormalized(Ranges<T>& ranges, const SxImageBuf& src, const SxImageBu
 
 /// `body(first, count)` for every run of mask bytes that are not 0.
 template <class Body>
-void forEachRun(const std::uint8_t* mask, std::int64_t width, const Body& body) noexcept
+void forEachSelectedRun(const std::uint8_t* mask, std::int64_t width, const Body& body) noexcept
 {
     for (std::int64_t x = 0; x < width; ++x) {
         if (mask[x] == 0)
@@ -99,8 +99,9 @@ public:
         if (mask == nullptr)
             convertRun(src, dst, 0, width);
         else
-            forEachRun(mask, width,
-                       [&](std::int64_t first, std::int64_t count) { convertRun(src, dst, first, count); });
+            forEachSelectedRun(mask, width, [&](std::int64_t first, std::int64_t count) {
+                convertRun(src, dst, first, count);
+            });
     }
 
 private:

@@ -44,7 +44,7 @@ void combineCells(const SxImageBuf& src, const QRect& rect, BayerCell cell, SxIm
         const std::int64_t top = rect.top() + 2 * y;
         combine({rowOf(src, top + cell.redRow) + left, rowOf(src, top + 1 - cell.redRow) + left,
                  cell.redColumn == 0},
-                {rowOf(dst, y), dst.channels, topOf<T>(src.bitsPerSample)}, dst.width);
+                {rowOf(dst, y), dst.channels, saturatedTop<T>(src.bitsPerSample)}, dst.width);
     }
 }
 
@@ -56,8 +56,8 @@ void combinePlanes(const SxImageBuf& src, const QRect& rect, SxImageBuf& dst)
         const auto row = [&](int plane) {
             return planeRowOf(src, plane, rect.top() + y) + rect.left() * std::int64_t{sizeof(T)};
         };
-        combine({row(0), row(1), row(2), row(3)}, {rowOf(dst, y), dst.channels, topOf<T>(src.bitsPerSample)},
-                dst.width);
+        combine({row(0), row(1), row(2), row(3)},
+                {rowOf(dst, y), dst.channels, saturatedTop<T>(src.bitsPerSample)}, dst.width);
     }
 }
 

@@ -48,7 +48,7 @@ inline bool isFourPlanes(const SxImageInfo& info) noexcept
 
 /// 2^bits - 1 in a sample of type `T`, all ones where that is too wide.
 template <class T>
-T topOf(int bitsPerSample) noexcept
+T saturatedTop(int bitsPerSample) noexcept
 {
     const int bits = std::clamp(bitsPerSample, 0, std::numeric_limits<T>::digits);
     return static_cast<T>((1U << bits) - 1U);

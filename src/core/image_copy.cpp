@@ -15,17 +15,6 @@ bool isCopyable(const SxImageBuf& image) noexcept
     return isPresent(image) && image.channels >= 1 && bytesPerSample(image.dataType) > 0 && rowsFit(image);
 }
 
-bool hasChannel(const SxImageInfo& info, int channel) noexcept
-{
-    return channel >= 0 && channel < info.channels;
-}
-
-/// A rectangle of this size fits into the image at `pos`.
-bool fitsAt(const QPoint& pos, std::int64_t width, std::int64_t height, const SxImageInfo& info) noexcept
-{
-    return pos.x() >= 0 && pos.y() >= 0 && pos.x() + width <= info.width && pos.y() + height <= info.height;
-}
-
 using CopySamples = void (*)(const std::uint8_t* src, std::int64_t srcStep, std::uint8_t* dst,
                              std::int64_t dstStep, std::int64_t count);
 

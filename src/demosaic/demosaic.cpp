@@ -35,11 +35,6 @@ struct DemosaicBuffer {
     OwnedImage full;
 };
 
-bool isMosaic(const SxImageInfo& info)
-{
-    return isMono(info) && info.bayerGrid != BayerNone;
-}
-
 bool isRegionOfCells(const QRect& roi, const SxImageInfo& info)
 {
     return isInside(roi, info) && hasEvenSize(roi) && widthOf(roi) > 0 && heightOf(roi) > 0;
@@ -126,7 +121,7 @@ void interpolate(const SxImageBuf& src, const QRect& roi, SxImageBuf& full, SxIm
     const BayerCell cell = cellFrom(src.bayerGrid, roi.left(), roi.top());
     const std::int64_t left = roi.left() * std::int64_t{sizeof(T)};
     const SampleRange range = depthRange<T>(full);
-    const auto top = topOf<T>(full.bitsPerSample);
+    const auto top = saturatedTop<T>(full.bitsPerSample);
     CellRows above(full, 0), below(full, 4);
     for (std::int64_t y = 0; y < dst.height; y += 2) {
         std::swap(above, below);

@@ -12,13 +12,6 @@ namespace ko {
 
 namespace {
 
-/// Where the mask lies when its top left corner is at `pos`; in 64 bits, so that no position overflows.
-bool fitsAt(const SxImageInfo& mask, const QPoint& pos, const SxImageInfo& image)
-{
-    return pos.x() >= 0 && pos.y() >= 0 && std::int64_t{pos.x()} + mask.width <= image.width &&
-           std::int64_t{pos.y()} + mask.height <= image.height;
-}
-
 /// Little-endian word at a byte of the image; bytes behind the image's memory are 0.
 std::uint32_t wordAt(const std::uint8_t* image, std::size_t byteSize, std::int64_t offset)
 {
@@ -99,7 +92,7 @@ ResultCode SetValueMasked(SxImageBuf& image, const SxImageBuf& mask, const QPoin
         if (const ResultCode rc = firstFailure({
                 {ResultBadArg1, isPresent(image) && isMono(image)},
                 {ResultBadArg2, isMask(mask)},
-                {ResultBadArg3, fitsAt(mask, pos, image)},
+                {ResultBadArg3, fitsAt(pos, mask.width, mask.height, image)},
             }))
             return rc;
         return dispatch(
@@ -122,7 +115,7 @@ ResultCode BinaryMask(const SxImageBuf& src, SxImageBuf& mask, unsigned int valu
                 {ResultBadArg1, isPresent(src)},
                 {ResultBadArg1, hasType(src, Int8, UInt8, Int16, UInt16, Int32, UInt32, Int64, UInt64)},
                 {ResultBadArg2, isMaskOf(mask, src)},
-                {ResultUnsupportedType, isInterleaved(src) || isPlanar(src)},
+                {ResultUnsupportedType, hasKnownPacking(src)},
             }))
             return rc;
         return dispatch(IntegersBySize{}, src.dataType,

@@ -15,7 +15,7 @@ ResultCode ClampToColorDepth(SxImageBuf& image)
     return guarded([&] {
         if (const ResultCode rc = firstFailure({
                 {ResultBadArg1, isPresent(image)},
-                {ResultUnsupportedType, isInterleaved(image) || isPlanar(image)},
+                {ResultUnsupportedType, hasKnownPacking(image)},
             }))
             return rc;
         return dispatch(ByTypeOf<UInt8, UInt16, UInt32, UInt64>{}, image.dataType,

@@ -16,7 +16,7 @@ ResultCode checkPair(const SxImageBuf& src, const SxImageBuf& dst)
 {
     return firstFailure({
         {ResultBadArg1, isPresent(src) && isMono(src)},
-        {ResultBadArg2, isPresent(dst) && sameSize(dst, src) && sameFormat(dst, src)},
+        {ResultBadArg2, isTwinOf(dst, src)},
     });
 }
 

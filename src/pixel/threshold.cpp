@@ -212,7 +212,7 @@ ResultCode ThresholdBinary(const SxImageBuf& src, SxImageBuf& dst, const QVarian
     return guarded([&] {
         if (const ResultCode rc = firstFailure({
                 {ResultBadArg1, isPresent(src)},
-                {ResultBadArg2, isPresent(dst) && sameSize(dst, src) && sameFormat(dst, src)},
+                {ResultBadArg2, isTwinOf(dst, src)},
                 {ResultBadArg3, thresholds != nullptr},
                 {ResultBadArg4, lows != nullptr},
                 {ResultBadArg5, highs != nullptr},
@@ -230,7 +230,7 @@ ResultCode ThresholdBinaryMasked(const SxImageBuf& src, const SxImageBuf& mask, 
         if (const ResultCode rc = firstFailure({
                 {ResultBadArg1, isPresent(src)},
                 {ResultBadArg2, isMaskOf(mask, src)},
-                {ResultBadArg3, isPresent(dst) && sameSize(dst, src) && sameFormat(dst, src)},
+                {ResultBadArg3, isTwinOf(dst, src)},
                 {ResultBadArg4, thresholds != nullptr},
                 {ResultBadArg5, lows != nullptr},
                 {ResultBadArg6, highs != nullptr},

@@ -195,11 +195,6 @@ Extremes<T> channelExtremes(const SxImageBuf& src, const SxImageBuf* mask)
     return logical;
 }
 
-bool isMosaic(const SxImageInfo& info)
-{
-    return isMono(info) && info.bayerGrid != BayerNone;
-}
-
 /// The image has a layout with an implementation for images without a mosaic.
 bool hasPlainLayout(const SxImageInfo& info)
 {
@@ -242,7 +237,7 @@ ResultCode MinMaxMasked(const SxImageBuf& src, const SxImageBuf& mask, QVariant*
                 {ResultBadArg2, isMaskOf(mask, src)},
                 {ResultBadArg3, min != nullptr},
                 {ResultBadArg4, max != nullptr},
-                {ResultUnsupportedType, isInterleaved(src) || isPlanar(src)},
+                {ResultUnsupportedType, hasKnownPacking(src)},
             }))
             return rc;
         return dispatch(

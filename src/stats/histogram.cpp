@@ -110,7 +110,7 @@ ResultCode Histogram(const SxImageBuf& src, const SxImageBuf& stencil, const QPo
                 {ResultBadArg2, isMask(stencil)},
                 {ResultBadArg3, isInside(pos, src)},
                 {ResultBadArg2, fitsInto(stencil, src)},
-                {ResultBadArg3, fitsAt(stencil, pos, src)},
+                {ResultBadArg3, fitsAt(pos, stencil.width, stencil.height, src)},
                 {ResultBadArg4, isHistogramOf(hist, src)},
                 {ResultUnsupportedType, hasKnownPacking(src)},
             }))
@@ -128,7 +128,7 @@ ResultCode Histogram(const SxImageBuf& src, const SxImageBuf& stencil, const QPo
                 {ResultBadArg2, isMask(stencil)},
                 {ResultBadArg3, isInside(pos, src)},
                 {ResultBadArg2, fitsInto(stencil, src)},
-                {ResultBadArg3, fitsAt(stencil, pos, src)},
+                {ResultBadArg3, fitsAt(pos, stencil.width, stencil.height, src)},
                 {ResultBadArg4, hasChannel(src, channel)},
                 {ResultBadArg5, isHistogramOf(hist, src)},
                 {ResultBadArg6, hasPlane(hist, plane)},

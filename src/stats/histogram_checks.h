@@ -17,11 +17,6 @@ inline std::int64_t levelsOf(std::int32_t bits) noexcept
     return std::int64_t{1} << (bits < 62 ? bits : 62);
 }
 
-inline bool hasKnownPacking(const SxImageInfo& info) noexcept
-{
-    return isInterleaved(info) || isPlanar(info);
-}
-
 /// Present, and of a type and depth whose samples are bin numbers: `UInt8` up to 8 bits, `UInt16` up to 16.
 inline bool isCountable(const SxImageBuf& src) noexcept
 {
@@ -51,11 +46,6 @@ inline bool hasColumn(const SxImageInfo& image, int column) noexcept
     return column >= 0 && column < image.width;
 }
 
-inline bool hasChannel(const SxImageInfo& image, int channel) noexcept
-{
-    return channel >= 0 && channel < image.channels;
-}
-
 inline bool hasPlane(const CxImageHistogram& hist, int plane) noexcept
 {
     return plane >= 0 && plane < hist.planes;
@@ -81,13 +71,6 @@ inline bool isHistogramOf(const CxImageHistogram& hist, const SxImageInfo& src) 
 inline bool fitsInto(const SxImageInfo& stencil, const SxImageInfo& image) noexcept
 {
     return stencil.width <= image.width && stencil.height <= image.height;
-}
-
-/// The stencil with its corner at pos leaves the image nowhere.
-inline bool fitsAt(const SxImageInfo& stencil, const QPoint& pos, const SxImageInfo& image) noexcept
-{
-    return std::int64_t{pos.x()} + stencil.width <= image.width &&
-           std::int64_t{pos.y()} + stencil.height <= image.height;
 }
 
 /// Four planes with exactly one counter per value of the image's depth: gray and three colours.

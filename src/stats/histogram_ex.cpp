@@ -1,6 +1,7 @@
 #include <ko/stats/histogram.h>
 
 #include "base/boundary.h"
+#include "core/bayer_cell.h"
 #include "stats/counting.h"
 #include "stats/histogram_checks.h"
 
@@ -19,9 +20,9 @@ constexpr std::array<std::array<int, 4>, 4> cellPlanes{{
     {1, 0, 3, 2},
 }};
 
-bool isMosaic(const SxImageInfo& src) noexcept
+bool isBayerMosaic(const SxImageInfo& src) noexcept
 {
-    return isMono(src) && src.bayerGrid >= BayerBGGR && src.bayerGrid <= BayerGRBG;
+    return isMono(src) && isBayerGrid(src.bayerGrid);
 }
 
 bool isPlainMono(const SxImageInfo& src) noexcept
@@ -32,7 +33,7 @@ bool isPlainMono(const SxImageInfo& src) noexcept
 int planesFor(const SxImageInfo& src) noexcept
 {
     if (isMono(src))
-        return isMosaic(src) ? 4 : 1;
+        return isBayerMosaic(src) ? 4 : 1;
     return 3;
 }
 
@@ -61,7 +62,7 @@ void countImage(const SxImageBuf& src, CxImageHistogram& hist)
     TallyTables tables(whole.pixels() * src.channels, sizeof(T) <= 2 ? tablesForChannels : 0);
     if (whole.pixels() == 0)
         return;
-    if (isMosaic(src))
+    if (isBayerMosaic(src))
         countMosaic<Unsigned>(src, target, tables);
     else
         countRows<Unsigned>(src, whole, target, planes, tables);
@@ -77,7 +78,7 @@ ResultCode HistogramEx(const SxImageBuf& src, CxImageHistogram& hist)
                 {ResultBadArg1, isPresent(src)},
                 {ResultUnsupportedType, isInterleaved(src)},
                 {ResultBadArg1, levels > 0 && levels <= std::numeric_limits<std::int32_t>::max()},
-                {ResultUnsupportedType, isPlainMono(src) || isMosaic(src) || hasChannels(src, 3, 4)},
+                {ResultUnsupportedType, isPlainMono(src) || isBayerMosaic(src) || hasChannels(src, 3, 4)},
             }))
             return rc;
         hist.resize(planesFor(src), static_cast<std::int32_t>(levels), 0);

@@ -1,6 +1,7 @@
 #include <ko/stats/histogram.h>
 
 #include "base/boundary.h"
+#include "core/bayer_cell.h"
 #include "stats/counting.h"
 #include "stats/gray_kernels.h"
 #include "stats/histogram_checks.h"
@@ -108,17 +109,12 @@ void countWithColourMasks(const SxImageBuf& src, const SxImageBuf& mask, CxImage
     tally.finish();
 }
 
-bool isRawPlanar(const SxImageBuf& src) noexcept
-{
-    return isPresent(src) && hasChannels(src, 4) && isPlanar(src);
-}
-
 /// The four planes of a split mosaic: their mean into plane 0, the two greens into one plane.
 ResultCode countRawPlanar(const SxImageBuf& src, const SxImageBuf* mask, CxImageHistogram& hist) noexcept
 {
     return guarded([&] {
         if (const ResultCode rc = firstFailure({
-                {ResultBadArg1, isRawPlanar(src)},
+                {ResultBadArg1, isPresent(src) && isFourPlanes(src)},
                 {ResultBadArg2, isColourHistogramOf(hist, src)},
             }))
             return rc;

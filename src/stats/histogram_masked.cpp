@@ -113,7 +113,7 @@ ResultCode HistogramMasked(const SxImageBuf& src, const SxImageBuf& mask, const 
                 {ResultBadArg3, isMask(stencil)},
                 {ResultBadArg4, isInside(pos, src)},
                 {ResultBadArg3, fitsInto(stencil, src)},
-                {ResultBadArg4, fitsAt(stencil, pos, src)},
+                {ResultBadArg4, fitsAt(pos, stencil.width, stencil.height, src)},
                 {ResultBadArg5, isHistogramOf(hist, src)},
                 {ResultUnsupportedType, hasKnownPacking(src)},
             }))
@@ -133,7 +133,7 @@ ResultCode HistogramMasked(const SxImageBuf& src, const SxImageBuf& mask, const 
                 {ResultBadArg3, isMask(stencil)},
                 {ResultBadArg3, isInside(pos, src)},
                 {ResultBadArg3, fitsInto(stencil, src)},
-                {ResultBadArg4, fitsAt(stencil, pos, src)},
+                {ResultBadArg4, fitsAt(pos, stencil.width, stencil.height, src)},
                 {ResultBadArg5, hasChannel(src, channel)},
                 {ResultBadArg6, isHistogramOf(hist, src)},
                 {ResultBadArg7, hasPlane(hist, plane)},

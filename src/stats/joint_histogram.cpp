@@ -47,11 +47,6 @@ bool takesPlaneZero(const CxImageHistogramSparse2D& hist, const SxImageInfo& src
     return hist.planes() != 0 && (hist.planes() == 1 || hasLevelsOf(hist.levels(), src));
 }
 
-bool isTwinOf(const SxImageBuf& second, const SxImageBuf& first) noexcept
-{
-    return isPresent(second) && sameSize(second, first) && sameFormat(second, first);
-}
-
 /// The channels of the two images may differ in number.
 bool isPartnerOf(const SxImageBuf& second, const SxImageBuf& first) noexcept
 {

@@ -87,7 +87,7 @@ double sumValue(SumOf<T> sum)
         return static_cast<double>(sum);
 }
 
-bool isColour(const SxImageInfo& info)
+bool hasColourFormat(const SxImageInfo& info)
 {
     return isInterleaved(info) && info.channels > 1 && info.pixelFormat == 1;
 }
@@ -240,10 +240,10 @@ ResultCode Mean(const SxImageBuf& src, const QRect& roi, double* means)
                 {ResultBadArg1, isPresent(src)},
                 {ResultBadArg2, isInside(roi, src)},
                 {ResultBadArg3, means != nullptr},
-                {ResultOutOfRange, !isColour(src) || hasChannels(src, 3, 4)},
+                {ResultOutOfRange, !hasColourFormat(src) || hasChannels(src, 3, 4)},
             }))
             return rc;
-        if (!isInterleaved(src) && !isPlanar(src))
+        if (!hasKnownPacking(src))
             return ResultOk;
         return dispatch(ByType{}, src.dataType, {{ResultBadArg1, rowsFit(src)}},
                         [&]<class T>(std::type_identity<T>) {
@@ -251,7 +251,7 @@ ResultCode Mean(const SxImageBuf& src, const QRect& roi, double* means)
                                 return;
                             const Region region(src, roi);
                             const std::vector<SumOf<T>> sums = sumsOf<T>(region);
-                            const int count = isColour(src) ? 3 : src.channels;
+                            const int count = hasColourFormat(src) ? 3 : src.channels;
                             for (int c = 0; c < count; ++c) {
                                 const std::size_t from = isPlanar(src) ? 0 : static_cast<std::size_t>(c);
                                 means[c] = sumValue<T>(sums[from]) / region.pixels();
@@ -267,7 +267,7 @@ ResultCode MeanMasked(const SxImageBuf& src, const SxImageBuf& mask, double* mea
                 {ResultBadArg1, isPresent(src)},
                 {ResultBadArg2, isMaskOf(mask, src)},
                 {ResultBadArg3, means != nullptr},
-                {ResultUnsupportedType, isInterleaved(src) || isPlanar(src)},
+                {ResultUnsupportedType, hasKnownPacking(src)},
             }))
             return rc;
         return dispatch(ByType{}, src.dataType,
@@ -288,7 +288,7 @@ ResultCode MeanStdDevMasked(const SxImageBuf& src, const SxImageBuf& mask, doubl
                 {ResultBadArg1, isPresent(src) && isMono(src)},
                 {ResultBadArg2, isMaskOf(mask, src)},
                 {ResultBadArg3, mean != nullptr || stdDev != nullptr},
-                {ResultFailed, isInterleaved(src) || isPlanar(src)},
+                {ResultFailed, hasKnownPacking(src)},
             }))
             return rc;
         Spread spread;

@@ -93,12 +93,6 @@ void correct(const SxImageBuf& src, const SxImageBuf& background, SxImageBuf& ds
 
 using Depths = ByTypeOf<UInt8, UInt16>;
 
-/// The image is one to be corrected by, or to receive, the source.
-bool goesWith(const SxImageBuf& image, const SxImageInfo& src)
-{
-    return isPresent(image) && sameSize(image, src) && sameFormat(image, src);
-}
-
 /// Both have one channel, or both have colour.
 bool channelsGoTogether(const SxImageInfo& background, const SxImageInfo& image)
 {
@@ -114,8 +108,8 @@ ResultCode CorrectBackground(const SxImageBuf& src, const SxImageBuf& background
         if (const ResultCode rc = firstFailure({
                 {ResultBadArg1, isPresent(src) && hasType(src, UInt8, UInt16)},
                 {ResultBadArg1, hasChannels(src, 1, 3, 4) && isInterleaved(src)},
-                {ResultBadArg2, goesWith(background, src)},
-                {ResultBadArg3, goesWith(dst, src)},
+                {ResultBadArg2, isTwinOf(background, src)},
+                {ResultBadArg3, isTwinOf(dst, src)},
                 {ResultBadArg4, !(referenceLevel < 0)},
                 {ResultBadArg5, !(targetLevel < 0)},
                 {ResultBadArg1, rowsFit(src)},

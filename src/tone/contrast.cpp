@@ -1,6 +1,7 @@
 #include <ko/tone.h>
 
 #include "base/boundary.h"
+#include "core/bayer_cell.h"
 #include "tone/level_map.h"
 
 namespace ko {
@@ -75,11 +76,6 @@ ResultCode stretchInPlace(SxImageBuf& image, const SxImageBuf* mask, int channel
 bool isStretchable(const SxImageBuf& image) noexcept
 {
     return isPresent(image) && image.channels >= 1 && hasKnownPacking(image);
-}
-
-bool isRawSource(const SxImageBuf& src) noexcept
-{
-    return isPresent(src) && hasChannels(src, 4) && isPlanar(src);
 }
 
 bool isGreenResultOf(const SxImageBuf& dst, const SxImageInfo& src) noexcept
@@ -169,7 +165,7 @@ ResultCode ThresholdAndStretchHistogramGreenRawPlanar(const SxImageBuf& src, SxI
 {
     return guarded([&] {
         if (const ResultCode rc = firstFailure({
-                {ResultBadArg1, isRawSource(src)},
+                {ResultBadArg1, isPresent(src) && isFourPlanes(src)},
                 {ResultBadArg2, isGreenResultOf(dst, src)},
                 {ResultBadArg3, hasChannel(dst, dstChannel)},
             }))
@@ -184,7 +180,7 @@ ResultCode ThresholdAndStretchHistogramGreenRawPlanarMasked(const SxImageBuf& sr
 {
     return guarded([&] {
         if (const ResultCode rc = firstFailure({
-                {ResultBadArg1, isRawSource(src)},
+                {ResultBadArg1, isPresent(src) && isFourPlanes(src)},
                 {ResultBadArg2, isGreenResultOf(dst, src)},
                 {ResultBadArg3, hasChannel(dst, dstChannel)},
                 {ResultBadArg4, isMaskOf(mask, src)},

@@ -94,7 +94,7 @@ bool isGrayResultOf(const SxImageBuf& dst, const SxImageInfo& src) noexcept
 /// 0 <= low <= high, and below the number of levels.
 bool isLowOf(int low, int high, const SxImageInfo& src) noexcept
 {
-    return low >= 0 && low <= high && low < levelsOf(src);
+    return low >= 0 && low <= high && low < wrappedLevels(src.bitsPerSample);
 }
 
 /// Unlike anywhere else, only what fails all three tests is refused.
@@ -132,7 +132,7 @@ ResultCode ThresholdAndStretchHistogramGray(const SxImageBuf& src, SxImageBuf& d
                 {ResultBadArg1, isPresent(src)},
                 {ResultBadArg2, isGrayResultOf(dst, src)},
                 {ResultBadArg3, isLowOf(low, high, src)},
-                {ResultBadArg4, high < levelsOf(src)},
+                {ResultBadArg4, high < wrappedLevels(src.bitsPerSample)},
             }))
             return rc;
         return compressChecked(src, dst, nullptr, low, high, ResultBadArg2);
@@ -147,7 +147,7 @@ ResultCode ThresholdAndStretchHistogramGrayMasked(const SxImageBuf& src, const S
                 {ResultBadArg1, isPresent(src)},
                 {ResultBadArg2, isGrayResultOf(dst, src)},
                 {ResultBadArg3, isLowOf(low, high, src)},
-                {ResultBadArg4, high < levelsOf(src)},
+                {ResultBadArg4, high < wrappedLevels(src.bitsPerSample)},
             }))
             return rc;
         return compressChecked(src, dst, &mask, low, high, ResultBadArg2);
@@ -162,7 +162,7 @@ ResultCode ThresholdAndStretchHistogramGrayRawPlanar(const SxImageBuf& src, SxIm
                 {ResultBadArg1, isAnyRawSource(src)},
                 {ResultBadArg2, isGrayResultOf(dst, src)},
                 {ResultBadArg3, isLowOf(low, high, src)},
-                {ResultBadArg4, high < levelsOf(src)},
+                {ResultBadArg4, high < wrappedLevels(src.bitsPerSample)},
             }))
             return rc;
         return compressRawChecked(src, dst, nullptr, low, high, ResultBadArg2);
@@ -179,7 +179,7 @@ ResultCode ThresholdAndStretchHistogramGrayRawPlanarMasked(const SxImageBuf& src
                 {ResultBadArg2, isPresent(mask) && !isMask(mask) && !sameSize(mask, src)},
                 {ResultBadArg3, isGrayResultOf(dst, src)},
                 {ResultBadArg4, isLowOf(low, high, src)},
-                {ResultBadArg5, high < levelsOf(src)},
+                {ResultBadArg5, high < wrappedLevels(src.bitsPerSample)},
             }))
             return rc;
         return compressRawChecked(src, dst, &mask, low, high, ResultBadArg3);

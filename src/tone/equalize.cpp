@@ -1,10 +1,9 @@
 #include <ko/tone.h>
 
 #include "base/boundary.h"
-#include "base/checks.h"
-#include "base/dispatch.h"
 #include "base/image_view.h"
 #include "base/rows.h"
+#include "tone/contrast_levels.h"
 #include "tone/distribution.h"
 #include "tone/lookup_kernels.h"
 
@@ -18,24 +17,14 @@ namespace ko {
 
 namespace {
 
-bool hasLevels(const SxImageBuf& image) noexcept
-{
-    return isPresent(image) && hasType(image, Int8, UInt8, Int16, UInt16);
-}
-
-bool isAlike(const SxImageBuf& image, const SxImageInfo& src) noexcept
-{
-    return isPresent(image) && sameSize(image, src) && sameFormat(image, src);
-}
-
 /// No more bits than the samples have.
 bool fitsItsSamples(const SxImageInfo& src) noexcept
 {
     return src.bitsPerSample <= 8 * bytesPerSample(src.dataType);
 }
 
-/// A histogram of the image has bins.
-bool hasBins(const SxImageInfo& src) noexcept
+/// There is a histogram of the image.
+bool hasHistogram(const SxImageInfo& src) noexcept
 {
     return src.bitsPerSample >= 0 && src.channels >= 1;
 }
@@ -46,8 +35,8 @@ bool isMappable(const SxImageInfo& src) noexcept
     return isMono(src) || isPlanar(src) || (isInterleaved(src) && hasChannels(src, 3, 4));
 }
 
-/// The histogram is of the image's planes and levels, and really has the counters it tells of.
-bool isHistogramOf(const CxImageHistogram& hist, const SxImageInfo& src) noexcept
+/// The histogram has exactly the image's planes and levels, and really has the counters it tells of.
+bool isExactHistogramOf(const CxImageHistogram& hist, const SxImageInfo& src) noexcept
 {
     constexpr int mostBits = 30;
     return hist.planes == src.channels && src.bitsPerSample >= 0 && src.bitsPerSample <= mostBits &&
@@ -168,7 +157,7 @@ template <class ReferenceOf>
 ResultCode matchChecked(const SxImageBuf& src, SxImageBuf& dst, const ReferenceOf& referenceOf)
 {
     if (const ResultCode rc = firstFailure({
-            {ResultFailed, fitsItsSamples(src) && hasBins(src) && hasLayout(src)},
+            {ResultFailed, fitsItsSamples(src) && hasHistogram(src) && hasLayout(src)},
             {ResultUnsupportedType, hasType(src, UInt8, UInt16)},
             {ResultUnsupportedType, isMappable(src)},
         }))
@@ -186,14 +175,14 @@ ResultCode HistogramEqualize(const SxImageBuf& src, SxImageBuf& dst)
 {
     return guarded([&] {
         if (const ResultCode rc = firstFailure({
-                {ResultBadArg1, hasLevels(src)},
-                {ResultBadArg2, isAlike(dst, src)},
+                {ResultBadArg1, isPresent(src) && hasLevelSamples(src)},
+                {ResultBadArg2, isTwinOf(dst, src)},
                 {ResultBadArg1, fitsItsSamples(src)},
-                {ResultBadArg3, hasBins(src)},
+                {ResultBadArg3, hasHistogram(src)},
                 {ResultUnsupportedType, isMappable(src)},
             }))
             return rc;
-        return dispatch(BySizeOf<Int8, UInt8, Int16, UInt16>{}, src.dataType,
+        return dispatch(LevelSamples{}, src.dataType,
                         {{ResultBadArg1, rowsFit(src)}, {ResultBadArg2, rowsFit(dst)}},
                         [&]<class T>(std::type_identity<T>) { return equalize<T>(src, dst); });
     });
@@ -203,9 +192,9 @@ ResultCode HistogramMatch(const SxImageBuf& src, const SxImageBuf& reference, Sx
 {
     return guarded([&] {
         if (const ResultCode rc = firstFailure({
-                {ResultBadArg1, hasLevels(src)},
-                {ResultBadArg2, isAlike(reference, src)},
-                {ResultBadArg3, isAlike(dst, src)},
+                {ResultBadArg1, isPresent(src) && hasLevelSamples(src)},
+                {ResultBadArg2, isTwinOf(reference, src)},
+                {ResultBadArg3, isTwinOf(dst, src)},
                 {ResultBadArg1, rowsFit(src)},
                 {ResultBadArg2, rowsFit(reference)},
                 {ResultBadArg3, rowsFit(dst)},
@@ -221,9 +210,9 @@ ResultCode HistogramMatch(const SxImageBuf& src, const CxImageHistogram& referen
 {
     return guarded([&] {
         if (const ResultCode rc = firstFailure({
-                {ResultBadArg1, hasLevels(src)},
-                {ResultBadArg2, isHistogramOf(reference, src)},
-                {ResultBadArg3, isAlike(dst, src)},
+                {ResultBadArg1, isPresent(src) && hasLevelSamples(src)},
+                {ResultBadArg2, isExactHistogramOf(reference, src)},
+                {ResultBadArg3, isTwinOf(dst, src)},
             }))
             return rc;
         return matchChecked(src, dst, [&](int channel) { return distributionOf(reference, channel); });

@@ -14,7 +14,7 @@ namespace ko {
 
 inline ContrastBand bandOf(const SxImageInfo& image, int low, int high) noexcept
 {
-    const double top = topOf(image);
+    const double top = wrappedTop(image);
     const auto width =
         static_cast<std::int32_t>(static_cast<std::uint32_t>(high) - static_cast<std::uint32_t>(low));
     return {low, high, top / width, top + 1.0};
