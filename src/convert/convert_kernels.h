@@ -1,8 +1,9 @@
 // Row kernels of the conversions to unsigned samples.
 #pragma once
 
+#include "base/kernel_tables.h"
+
 #include <cstdint>
-#include <type_traits>
 
 namespace ko {
 
@@ -43,40 +44,10 @@ struct WrappedRows {
     WrappedRow<DoubleRamp> f32;
 };
 
-/// Per destination type: 8, 16 and 32 bits.
-template <class Rows>
-struct PerUnsigned {
-    Rows u8;
-    Rows u16;
-    Rows u32;
-
-    template <class T>
-    constexpr const Rows& of() const noexcept
-    {
-        if constexpr (std::is_same_v<T, std::uint8_t>)
-            return u8;
-        else if constexpr (std::is_same_v<T, std::uint16_t>)
-            return u16;
-        else
-            return u32;
-    }
-};
-
-struct IntegerRows {
-    WrappedRow<IntegerRamp> u8;
-    WrappedRow<IntegerRamp> u16;
-
-    template <class T>
-    constexpr WrappedRow<IntegerRamp> of() const noexcept
-    {
-        return std::is_same_v<T, std::uint8_t> ? u8 : u16;
-    }
-};
-
 struct ConvertKernels {
     PerUnsigned<ClampedRows> clamped;
     PerUnsigned<WrappedRows> wrapped;
-    IntegerRows integers;
+    PerDepth<WrappedRow<IntegerRamp>> integers;
     /// Floats to bytes in single precision.
     WrappedRow<SingleRamp> display;
     /// The same for pixels of three samples, which are stored in reverse order; `samples` counts all three.

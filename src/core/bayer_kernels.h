@@ -1,8 +1,9 @@
 // Row kernels of the Bayer helpers.
 #pragma once
 
+#include "base/kernel_tables.h"
+
 #include <cstdint>
-#include <type_traits>
 
 namespace ko {
 
@@ -39,16 +40,7 @@ struct BayerRowKernels {
     void (*fromPlanes)(const PlaneRows& src, const PixelRow& dst, std::int64_t count) noexcept;
 };
 
-struct BayerKernels {
-    BayerRowKernels u8;
-    BayerRowKernels u16;
-
-    template <class T>
-    constexpr const BayerRowKernels& of() const noexcept
-    {
-        return std::is_same_v<T, std::uint8_t> ? u8 : u16;
-    }
-};
+using BayerKernels = PerDepth<BayerRowKernels>;
 
 /// The kernels of the running processor.
 const BayerKernels& bayerKernels();

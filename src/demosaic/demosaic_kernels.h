@@ -1,10 +1,10 @@
 // Row kernels of Demosaic.
 #pragma once
 
+#include "base/kernel_tables.h"
 #include "core/bayer_kernels.h"
 
 #include <cstdint>
-#include <type_traits>
 
 namespace ko {
 
@@ -25,16 +25,7 @@ struct DemosaicRowKernels {
                     const PixelRow& lower, std::int64_t width) noexcept;
 };
 
-struct DemosaicKernels {
-    DemosaicRowKernels u8;
-    DemosaicRowKernels u16;
-
-    template <class T>
-    const DemosaicRowKernels& of() const noexcept
-    {
-        return std::is_same_v<T, std::uint8_t> ? u8 : u16;
-    }
-};
+using DemosaicKernels = PerDepth<DemosaicRowKernels>;
 
 /// The kernels of the running processor.
 const DemosaicKernels& demosaicKernels();

@@ -1,6 +1,8 @@
 // Row kernels of the Sobel operator.
 #pragma once
 
+#include "base/kernel_tables.h"
+
 #include <cstdint>
 
 namespace ko {
@@ -9,10 +11,7 @@ namespace ko {
 using SobelRow = void (*)(const std::uint8_t* above, const std::uint8_t* middle, const std::uint8_t* below,
                           std::uint8_t* dst, std::int64_t width) noexcept;
 
-struct SobelKernels {
-    SobelRow u8;
-    SobelRow u16;
-};
+using SobelKernels = PerDepth<SobelRow>;
 
 /// The kernels of the running processor.
 const SobelKernels& sobelKernels();

@@ -1,8 +1,9 @@
 // Row kernels of Stretch for exactly twice and exactly half the size, where every weight is a quarter.
 #pragma once
 
+#include "base/kernel_tables.h"
+
 #include <cstdint>
-#include <type_traits>
 
 namespace ko {
 
@@ -27,16 +28,7 @@ struct StretchAverageRows {
     StretchHalvedRow halvedRow;
 };
 
-struct StretchAverageKernels {
-    StretchAverageRows u8;
-    StretchAverageRows u16;
-
-    template <class T>
-    const StretchAverageRows& of() const noexcept
-    {
-        return std::is_same_v<T, std::uint8_t> ? u8 : u16;
-    }
-};
+using StretchAverageKernels = PerDepth<StretchAverageRows>;
 
 /// Most channels that the kernels are built for.
 inline constexpr int stretchAverageChannels = 4;

@@ -1,12 +1,12 @@
 // Row kernels of Stretch for any ratio.
 #pragma once
 
+#include "base/kernel_tables.h"
 #include "filters/stretch_gather.h"
 #include "filters/stretch_table.h"
 
 #include <cstdint>
 #include <span>
-#include <type_traits>
 
 namespace ko {
 
@@ -29,16 +29,7 @@ struct StretchRows {
     StretchAcrossRows across;
 };
 
-struct StretchKernels {
-    StretchRows u8;
-    StretchRows u16;
-
-    template <class T>
-    const StretchRows& of() const noexcept
-    {
-        return std::is_same_v<T, std::uint8_t> ? u8 : u16;
-    }
-};
+using StretchKernels = PerDepth<StretchRows>;
 
 inline constexpr std::int64_t stretchRowSlack = 64;
 

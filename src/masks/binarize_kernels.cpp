@@ -24,9 +24,10 @@ void BinarizeRowOf(const std::uint8_t* src, std::uint8_t* dst, std::int64_t widt
 
 const BinarizeKernels& Kernels()
 {
-    static constexpr BinarizeKernels kernels{&BinarizeRowOf<std::uint8_t>,  &BinarizeRowOf<std::uint16_t>,
-                                             &BinarizeRowOf<std::uint32_t>, &BinarizeRowOf<std::uint64_t>,
-                                             &BinarizeRowOf<float>,         &BinarizeRowOf<double>};
+    static constexpr BinarizeKernels kernels{{&BinarizeRowOf<std::uint8_t>, &BinarizeRowOf<std::uint16_t>,
+                                              &BinarizeRowOf<std::uint32_t>, &BinarizeRowOf<std::uint64_t>},
+                                             &BinarizeRowOf<float>,
+                                             &BinarizeRowOf<double>};
     return kernels;
 }
 

@@ -82,7 +82,7 @@ void MarkUnlikeRowOf(const std::uint8_t* row, std::uint8_t* mask, std::int64_t w
 
 #define KO_PER_SIZE(Row)                                                                                     \
     {                                                                                                        \
-        &Row<std::uint8_t>, &Row<std::uint16_t>, &Row<std::uint32_t>, &Row<std::uint64_t>, &Row<float>,      \
+        {&Row<std::uint8_t>, &Row<std::uint16_t>, &Row<std::uint32_t>, &Row<std::uint64_t>}, &Row<float>,    \
             &Row<double>                                                                                     \
     }
 

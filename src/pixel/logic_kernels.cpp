@@ -79,10 +79,11 @@ const LogicKernels& Kernels()
     static constexpr LogicKernels kernels{
         OfIntegers<Both>(),
         OfIntegers<Any>(),
-        {&LogicRowOf<std::uint8_t, One>, &LogicRowOf<std::uint16_t, One>, &LogicRowOf<std::uint32_t, One>,
-         &LogicRowOf<std::uint64_t, One>, &LogicRowOf<float, One>, &LogicRowOf<double, One>},
-        {&PassOneRowOf<std::uint8_t>, &PassOneRowOf<std::uint16_t>, &PassOneRowOf<std::uint32_t>,
-         &PassOneRowOf<std::uint64_t>, &PassOneRowOf<float>, &PassOneRowOf<double>}};
+        {OfIntegers<One>(), &LogicRowOf<float, One>, &LogicRowOf<double, One>},
+        {{&PassOneRowOf<std::uint8_t>, &PassOneRowOf<std::uint16_t>, &PassOneRowOf<std::uint32_t>,
+          &PassOneRowOf<std::uint64_t>},
+         &PassOneRowOf<float>,
+         &PassOneRowOf<double>}};
     return kernels;
 }
 

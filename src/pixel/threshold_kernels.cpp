@@ -133,10 +133,8 @@ constexpr ThresholdRows<T> rowsOf{&BinaryRowOf<T, T>, &BinaryRowOf<T, std::uint8
 
 const ThresholdKernels& Kernels()
 {
-    static constexpr ThresholdKernels kernels{
-        rowsOf<std::int8_t>,  rowsOf<std::uint8_t>,  rowsOf<std::int16_t>, rowsOf<std::uint16_t>,
-        rowsOf<std::int32_t>, rowsOf<std::uint32_t>, rowsOf<float>,        rowsOf<double>,
-        rowsOf<std::int64_t>, rowsOf<std::uint64_t>};
+    static constexpr auto kernels =
+        perType<ThresholdRows>([]<class T>(std::type_identity<T>) { return rowsOf<T>; });
     return kernels;
 }
 

@@ -228,10 +228,8 @@ constexpr ExtremesRows<T> rowsOf{&LaneCount<T>, &Row<T>, &SelectedRow<T>};
 
 const ExtremesKernels& Kernels()
 {
-    static constexpr ExtremesKernels kernels{
-        rowsOf<std::int8_t>,  rowsOf<std::uint8_t>,  rowsOf<std::int16_t>, rowsOf<std::uint16_t>,
-        rowsOf<std::int32_t>, rowsOf<std::uint32_t>, rowsOf<float>,        rowsOf<double>,
-        rowsOf<std::int64_t>, rowsOf<std::uint64_t>};
+    static constexpr auto kernels =
+        perType<ExtremesRows>([]<class T>(std::type_identity<T>) { return rowsOf<T>; });
     return kernels;
 }
 

@@ -1,6 +1,8 @@
 // Row kernels that make gray samples from colours.
 #pragma once
 
+#include "base/kernel_tables.h"
+
 #include <cstdint>
 
 namespace ko {
@@ -18,17 +20,7 @@ struct GrayRows {
                            std::uint8_t* any) noexcept;
 };
 
-struct GrayKernels {
-    GrayRows u8;
-    GrayRows u16;
-
-    template <class T>
-    constexpr const GrayRows& of() const noexcept
-    {
-        static_assert(sizeof(T) <= 2);
-        return sizeof(T) == 1 ? u8 : u16;
-    }
-};
+using GrayKernels = PerDepth<GrayRows>;
 
 /// The kernels of the running processor.
 const GrayKernels& grayKernels();

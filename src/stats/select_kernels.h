@@ -1,6 +1,8 @@
 // Kernels that pick the samples a mask selects.
 #pragma once
 
+#include "base/kernel_tables.h"
+
 #include <cstdint>
 
 namespace ko {
@@ -10,17 +12,7 @@ namespace ko {
 using SelectRun = std::int64_t (*)(const std::uint8_t* samples, const std::uint8_t* mask, std::int64_t count,
                                    std::uint8_t* out) noexcept;
 
-struct SelectKernels {
-    SelectRun u8;
-    SelectRun u16;
-
-    template <class T>
-    constexpr SelectRun of() const noexcept
-    {
-        static_assert(sizeof(T) <= 2);
-        return sizeof(T) == 1 ? u8 : u16;
-    }
-};
+using SelectKernels = PerDepth<SelectRun>;
 
 /// The kernels of the running processor.
 const SelectKernels& selectKernels();

@@ -220,11 +220,12 @@ constexpr SumRows<T> narrowRows{&NarrowLaneCount<T>, &NarrowRow<T>, &NarrowFold<
 
 const SumKernels& Kernels()
 {
-    static constexpr SumKernels kernels{narrowRows<std::int8_t>,  narrowRows<std::uint8_t>,
-                                        narrowRows<std::int16_t>, narrowRows<std::uint16_t>,
-                                        plainRows<std::int32_t>,  plainRows<std::uint32_t>,
-                                        plainRows<float>,         plainRows<double>,
-                                        plainRows<std::int64_t>,  plainRows<std::uint64_t>};
+    static constexpr auto kernels = perType<SumRows>([]<class T>(std::type_identity<T>) {
+        if constexpr (std::is_integral_v<T> && sizeof(T) <= 2)
+            return narrowRows<T>;
+        else
+            return plainRows<T>;
+    });
     return kernels;
 }
 

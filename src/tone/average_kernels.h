@@ -1,6 +1,8 @@
 // Row kernels of AverageImage.
 #pragma once
 
+#include "base/kernel_tables.h"
+
 #include <cstdint>
 
 namespace ko {
@@ -16,22 +18,7 @@ struct FrameRows {
 using AverageRow = void (*)(const FrameRows* frames, std::int64_t count, std::int64_t y, std::uint8_t* dst,
                             std::int64_t samples) noexcept;
 
-struct AverageKernels {
-    AverageRow u8;
-    AverageRow u16;
-    AverageRow u32;
-
-    template <class T>
-    constexpr AverageRow of() const noexcept
-    {
-        if constexpr (sizeof(T) == 1)
-            return u8;
-        else if constexpr (sizeof(T) == 2)
-            return u16;
-        else
-            return u32;
-    }
-};
+using AverageKernels = PerUnsigned<AverageRow>;
 
 /// The kernels of the running processor.
 const AverageKernels& averageKernels();

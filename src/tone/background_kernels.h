@@ -1,10 +1,11 @@
 // Row kernels of the background corrections.
 #pragma once
 
+#include "base/kernel_tables.h"
+
 #include <cmath>
 #include <cstdint>
 #include <limits>
-#include <type_traits>
 
 namespace ko {
 
@@ -76,16 +77,7 @@ struct CorrectRows {
     CorrectChannel channel;
 };
 
-struct BackgroundKernels {
-    CorrectRows u8;
-    CorrectRows u16;
-
-    template <class T>
-    constexpr const CorrectRows& of() const noexcept
-    {
-        return std::is_same_v<T, std::uint8_t> ? u8 : u16;
-    }
-};
+using BackgroundKernels = PerDepth<CorrectRows>;
 
 /// The kernels of the running processor.
 const BackgroundKernels& backgroundKernels();

@@ -190,8 +190,9 @@ constexpr ContrastRows<T> rows{&SpreadRow<T, &Stretched<T>>,
 
 const ContrastKernels& Kernels()
 {
-    static constexpr ContrastKernels kernels{rows<std::uint8_t>, rows<std::uint16_t>,
-                                             &QuotientsRow<std::uint16_t>, &QuotientsRow<std::uint32_t>};
+    static constexpr ContrastKernels kernels{{rows<std::uint8_t>, rows<std::uint16_t>},
+                                             &QuotientsRow<std::uint16_t>,
+                                             &QuotientsRow<std::uint32_t>};
     return kernels;
 }
 

@@ -1,8 +1,9 @@
 // Row kernels of the contrast bands.
 #pragma once
 
+#include "base/kernel_tables.h"
+
 #include <cstdint>
-#include <type_traits>
 
 namespace ko {
 
@@ -60,21 +61,10 @@ struct ContrastRows {
                          std::int64_t pixels, const ContrastBand& band) noexcept;
 };
 
-struct ContrastKernels {
-    ContrastRows<std::uint8_t> u8;
-    ContrastRows<std::uint16_t> u16;
+struct ContrastKernels : PerDepth<ContrastRows<std::uint8_t>, ContrastRows<std::uint16_t>> {
     /// Words as parts of the range, for quotients that 16 bits hold and for all.
     QuotientRow quotients16;
     QuotientRow quotients32;
-
-    template <class T>
-    constexpr const ContrastRows<T>& of() const noexcept
-    {
-        if constexpr (std::is_same_v<T, std::uint8_t>)
-            return u8;
-        else
-            return u16;
-    }
 };
 
 /// The kernels of the running processor.

@@ -1,8 +1,9 @@
 // Row kernels that replace samples by what a table holds for them.
 #pragma once
 
+#include "base/kernel_tables.h"
+
 #include <cstdint>
-#include <type_traits>
 
 namespace ko {
 
@@ -20,19 +21,7 @@ struct LookUpRows {
                     const T* const* tables) noexcept;
 };
 
-struct LookUpKernels {
-    LookUpRows<std::uint8_t> u8;
-    LookUpRows<std::uint16_t> u16;
-
-    template <class T>
-    constexpr const LookUpRows<T>& of() const noexcept
-    {
-        if constexpr (std::is_same_v<T, std::uint8_t>)
-            return u8;
-        else
-            return u16;
-    }
-};
+using LookUpKernels = PerDepth<LookUpRows<std::uint8_t>, LookUpRows<std::uint16_t>>;
 
 /// The kernels of the running processor.
 const LookUpKernels& lookUpKernels();
