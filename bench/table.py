@@ -1,25 +1,42 @@
 #!/usr/bin/env python3
-"""Merges Google Benchmark's JSON into the table of docs/performance.md.
+"""Merges Google Benchmark's JSON into the tables of docs/performance.md.
 
-usage: table.py result.json performance.md
+usage: table.py result.json performance.md [include/ko]
 
-Rows that the run measured replace their former values, the others stay.
+The page has one table for each processor. Rows that the run measured replace their former values in the table of this
+processor; the other rows and the other tables stay. The summary is computed from all tables. Which operations may use
+several threads is what the public headers say.
 """
 import json
+import math
 import re
 import sys
 from pathlib import Path
 
-BEGIN = "<!-- rows: written by ./dev bench -->"
-END = "<!-- end of rows -->"
+SUMMARY = re.compile(r"(<!-- summary: written by ./dev bench -->\n).*?(<!-- end of summary -->)", re.DOTALL)
+TABLE = re.compile(r"<!-- processor: (.+?) -->\n(.*?)<!-- end of processor -->\n", re.DOTALL)
+TABLES_END = "<!-- end of processors -->"
 COLUMNS = ["row", "threads", "ours ms", "peer", "peer ms", "peer/ours", "limit ms", "ours/limit"]
+INSTRUCTION_SETS = {"avx2": "AVX2", "avx512bw": "AVX-512", "avx512vbmi": "VBMI", "asimd": "NEON"}
+DECLARATION = re.compile(r"((?:^///.*\n)+)KO_EXPORT \w+ (\w+)\(", re.MULTILINE)
+
+# A peer that takes this many times as long as the memory it must move computes; below, it waits for memory.
+COMPUTES_FROM = 2.2
+# A row this near to the limit is not behind, whatever its peer does.
+AT_THE_LIMIT = 1.05
 
 
 def processor():
+    """Model and instruction sets of the machine."""
+    facts = {}
     for line in Path("/proc/cpuinfo").read_text().splitlines():
-        if line.startswith("model name"):
-            return line.split(":", 1)[1].strip()
-    return "unknown processor"
+        name, _, value = line.partition(":")
+        facts.setdefault(name.strip(), value.strip())
+    flags = facts.get("flags", facts.get("Features", "")).split()
+    model = facts.get("model name", "unknown processor")
+    if "cpu family" in facts:
+        model += f" (family {facts['cpu family']}, model {facts.get('model')})"
+    return ", ".join([model, *(name for flag, name in INSTRUCTION_SETS.items() if flag in flags)])
 
 
 def number(counters, name):
@@ -53,27 +70,85 @@ def natural(key):
             for part in re.split(r"(\d+)", row)] + [(True, threads, "")]
 
 
-def render(context, rows):
-    lines = [f"Latest run: {context['date'][:10]}, {processor()}, {context['compiler']} "
-             f"(`{context['flags']}`), OpenCV {context['opencv']}.",
-             "",
-             "| " + " | ".join(COLUMNS) + " |",
-             "|" + "|".join("---" if name in ("row", "peer") else "--:" for name in COLUMNS) + "|"]
-    lines += ["| " + " | ".join(rows[key]) + " |" for key in sorted(rows, key=natural)]
-    return "\n".join(lines)
+def markdown(columns, rows):
+    lines = ["| " + " | ".join(columns) + " |",
+             "|" + "|".join("---" if name in ("row", "peer", "processor") else "--:" for name in columns) + "|"]
+    return "\n".join(lines + ["| " + " | ".join(row) + " |" for row in rows]) + "\n"
 
 
-def main(result, page):
-    run = json.loads(Path(result).read_text())
-    text = Path(page).read_text()
-    head, rest = text.split(BEGIN)
-    section, tail = rest.split(END)
+def render(name, context, rows):
+    return (f"<!-- processor: {name} -->\n### {name}\n\nLatest run: {context['date'][:10]}, {context['compiler']} "
+            f"(`{context['flags']}`), OpenCV {context['opencv']}.\n\n"
+            + markdown(COLUMNS, [rows[key] for key in sorted(rows, key=natural)]) + "<!-- end of processor -->\n")
+
+
+def geometric_mean(values):
+    return f"{math.exp(sum(map(math.log, values)) / len(values)):.2f}" if values else ""
+
+
+def parallel_operations(headers):
+    """The operations whose declarations say that their work runs in parallel."""
+    comments = {name: comment for header in sorted(headers.rglob("*.h"))
+                for comment, name in DECLARATION.findall(header.read_text())}
+
+    def is_parallel(comment):
+        if re.search(r"\bparallel\b", comment):
+            return True
+        model = re.search(r"\bas for\s+(?:///\s+)?`(\w+)`", comment)
+        return bool(model) and is_parallel(comments.get(model[1], ""))
+
+    return {name for name, comment in comments.items() if is_parallel(comment)}
+
+
+def summary_of(name, section, parallel):
+    """One row of the summary."""
+    compute, memory, behind, scaling = [], [], 0, []
     rows = former(section)
+    for (row, threads), cells in rows.items():
+        ours, against_peer, limit, against_limit = (float(cells[i]) if cells[i] else None for i in (2, 5, 6, 7))
+        if threads != 1:
+            continue
+        if against_peer and limit:
+            if against_peer * against_limit >= COMPUTES_FROM:
+                compute.append(against_peer)
+            else:
+                memory.append(against_limit)
+            behind += against_peer < 1 and against_limit > AT_THE_LIMIT
+        elif against_peer:
+            behind += against_peer < 1
+        if row.split("/")[0].split()[0] in parallel and (row, 2) in rows:
+            scaling.append(ours / float(rows[row, 2][2]))
+    date = re.search(r"Latest run: ([\d-]+)", section)
+    return [name, date[1] if date else "", geometric_mean(compute), str(len(compute)), geometric_mean(memory),
+            str(len(memory)), str(behind), geometric_mean(scaling)]
+
+
+def summary(page, parallel):
+    columns = ["processor", "run", "compute rows: peer/ours", "rows", "memory rows: ours/limit", "rows",
+               "rows behind", "one thread / two threads"]
+    return markdown(columns, [summary_of(name, section, parallel) for name, section in TABLE.findall(page)])
+
+
+def updated(page, run, name, parallel):
+    """The page with the rows of a run in the table of the named processor."""
+    tables = dict(TABLE.findall(page))
+    rows = former(tables.get(name, ""))
     rows.update(measured(benchmark) for benchmark in run["benchmarks"] if "error_message" not in benchmark)
-    Path(page).write_text(f"{head}{BEGIN}\n{render(run['context'], rows)}\n{END}{tail}")
+    table = render(name, run["context"], rows)
+    if name in tables:
+        page = TABLE.sub(lambda match: table if match[1] == name else match[0], page)
+    else:
+        page = page.replace(TABLES_END, table + "\n" + TABLES_END)
+    return SUMMARY.sub(lambda match: match[1] + summary(page, parallel) + match[2], page)
+
+
+def main(result, page, headers="include/ko"):
+    text = updated(Path(page).read_text(), json.loads(Path(result).read_text()), processor(),
+                   parallel_operations(Path(headers)))
+    Path(page).write_text(text)
 
 
 if __name__ == "__main__":
-    if len(sys.argv) != 3:
+    if len(sys.argv) not in (3, 4):
         sys.exit(__doc__)
     main(*sys.argv[1:])
