@@ -1,8 +1,7 @@
 #include "cli/jobs.h"
 
+#include "cli/arguments.h"
 #include "cli/failure.h"
-
-#include <CLI/CLI.hpp>
 
 #include <filesystem>
 #include <map>
@@ -40,8 +39,8 @@ std::string identity(const std::string& file)
 
 void addOptions(CLI::App& command, FileSeries& series, const std::string& output)
 {
-    command.add_option("input", series.inputs, "pictures or camera raws")->required();
-    command.add_option("-o,--output", series.output, output)->required();
+    declareArgument(command, "input", series.inputs, Need::Required, "pictures or camera raws");
+    declareArgument(command, "-o,--output", series.output, Need::Required, output);
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
 // ko average: one picture with less noise of many frames.
+#include "cli/arguments.h"
 #include "cli/batch.h"
 #include "cli/failure.h"
 #include "cli/settings.h"
@@ -7,8 +8,6 @@
 #include "io/image_file.h"
 #include "io/levels.h"
 #include "io/parts.h"
-
-#include <CLI/CLI.hpp>
 
 #include <limits>
 #include <memory>
@@ -158,12 +157,10 @@ const Command averageCommand{
     "Tone", "average", "One picture of many frames, in the memory of a few",
     [](CLI::App& command) -> Command::Action {
         auto options = std::make_shared<Options>();
-        command.add_option("frame", options->files.inputs, "pictures or camera raws of one format")
-            ->required();
-        command
-            .add_option("-o,--output", options->files.output,
-                        "mean of all frames, without its fractions; not written unless all can be read")
-            ->required();
+        declareArgument(command, "frame", options->files.inputs, Need::Required,
+                        "pictures or camera raws of one format");
+        declareArgument(command, "-o,--output", options->files.output, Need::Required,
+                        "mean of all frames, without its fractions; not written unless all can be read");
         options->settings.whole(
             "memory", options->mebibytes, {0, 1 << 20},
             "MiB of frames to hold, 1024 if not given; beyond, they are summed up one by one");

@@ -1,10 +1,9 @@
 // ko compare: how far two pictures are apart.
+#include "cli/arguments.h"
 #include "cli/failure.h"
 #include "cli/settings.h"
 #include "commands/commands.h"
 #include "io/image_file.h"
-
-#include <CLI/CLI.hpp>
 
 #include <algorithm>
 #include <cmath>
@@ -101,11 +100,10 @@ const Command compareCommand{
     "Files", "compare", "Peak signal-to-noise ratio of two pictures",
     [](CLI::App& command) -> Command::Action {
         auto options = std::make_shared<Options>();
-        command.add_option("reference", options->reference, "what the picture should be like")->required();
-        command
-            .add_option("picture", options->picture,
-                        "of the reference's size; one row or column more or less is left out")
-            ->required();
+        declareArgument(command, "reference", options->reference, Need::Required,
+                        "what the picture should be like");
+        declareArgument(command, "picture", options->picture, Need::Required,
+                        "of the reference's size; one row or column more or less is left out");
         options->settings.point("shift", options->shift,
                                 "also compare with the picture moved back by this many columns and rows");
         options->settings.declare(command);

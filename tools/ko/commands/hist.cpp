@@ -1,10 +1,9 @@
 // ko hist: histograms as diagrams, tables and sparklines.
+#include "cli/arguments.h"
 #include "commands/commands.h"
 #include "commands/level_counts.h"
 #include "io/replace_file.h"
 #include "plot/diagram.h"
-
-#include <CLI/CLI.hpp>
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -185,9 +184,9 @@ const Command histCommand{
     "Statistics", "hist", "Histogram of every channel, of a mosaic for the four positions of its cell",
     [](CLI::App& command) -> Command::Action {
         auto options = std::make_shared<Options>();
-        command.add_option("file", options->counting.file, "picture or camera raw")->required();
-        command.add_option("-o,--output", options->output,
-                           "diagram (.svg, .png ...) or table (.csv, .json); printed small if not given");
+        declareArgument(command, "file", options->counting.file, Need::Required, "picture or camera raw");
+        declareArgument(command, "-o,--output", options->output, Need::Optional,
+                        "diagram (.svg, .png ...) or table (.csv, .json); printed small if not given");
         addCounting(options->settings, options->counting);
         options->settings.flag("log", options->isLogarithmic, "logarithmic heights, not in tables");
         options->settings.declare(command);

@@ -1,4 +1,5 @@
 // ko hist2d: how often the levels of two pictures meet.
+#include "cli/arguments.h"
 #include "cli/failure.h"
 #include "cli/settings.h"
 #include "commands/commands.h"
@@ -6,8 +7,6 @@
 #include "io/levels.h"
 #include "io/masks.h"
 #include "plot/diagram.h"
-
-#include <CLI/CLI.hpp>
 
 #include <algorithm>
 #include <cmath>
@@ -159,12 +158,11 @@ const Command hist2dCommand{
     "Joint histogram of two pictures, dark where few pixels and bright where many meet",
     [](CLI::App& command) -> Command::Action {
         auto options = std::make_shared<Options>();
-        command.add_option("first", options->first, "picture or camera raw, its levels run across")
-            ->required();
-        command
-            .add_option("second", options->second, "another of the same size and depth, its levels run up")
-            ->required();
-        command.add_option("-o,--output", options->output, "diagram (.png, .svg ...)")->required();
+        declareArgument(command, "first", options->first, Need::Required,
+                        "picture or camera raw, its levels run across");
+        declareArgument(command, "second", options->second, Need::Required,
+                        "another of the same size and depth, its levels run up");
+        declareArgument(command, "-o,--output", options->output, Need::Required, "diagram (.png, .svg ...)");
         Settings& settings = options->settings;
         settings.whole("channel", options->channel, naturalNumbers, "of both pictures, counted from 0");
         settings.whole("row", options->row, naturalNumbers, "only this row, counted from 0");

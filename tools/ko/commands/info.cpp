@@ -1,10 +1,9 @@
 // ko info: what a file holds.
+#include "cli/arguments.h"
 #include "cli/failure.h"
 #include "commands/commands.h"
 #include "io/bayer.h"
 #include "io/image_file.h"
-
-#include <CLI/CLI.hpp>
 
 #include <iostream>
 #include <memory>
@@ -61,12 +60,18 @@ int run(const std::vector<std::string>& files, bool withMachine)
 
 const Command infoCommand{"Files", "info", "Size, channels, sample type, depth and mosaic pattern of files",
                           [](CLI::App& command) -> Command::Action {
-                              auto files = std::make_shared<std::vector<std::string>>();
-                              auto withMachine = std::make_shared<bool>(false);
-                              command.add_option("file", *files, "pictures or camera raws");
-                              command.add_flag("--machine", *withMachine,
-                                               "version, processors and cache, for reports of faults");
-                              return [files, withMachine] { return run(*files, *withMachine); };
+                              struct Options {
+                                  std::vector<std::string> files;
+                                  bool withMachine = false;
+                                  Settings settings;
+                              };
+                              auto options = std::make_shared<Options>();
+                              declareArgument(command, "file", options->files, Need::Optional,
+                                              "pictures or camera raws");
+                              options->settings.flag("machine", options->withMachine,
+                                                     "version, processors and cache, for reports of faults");
+                              options->settings.declare(command);
+                              return [options] { return run(options->files, options->withMachine); };
                           }};
 
 }  // namespace ko::tool

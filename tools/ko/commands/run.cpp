@@ -1,12 +1,11 @@
 // ko run: a list of operations on many files.
+#include "cli/arguments.h"
 #include "cli/failure.h"
 #include "cli/parallel_batch.h"
 #include "cli/recipe.h"
 #include "commands/commands.h"
 #include "io/image_file.h"
 #include "io/replace_file.h"
-
-#include <CLI/CLI.hpp>
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -107,7 +106,7 @@ const Command runCommand{
     "Series", "run", "Apply the operations of a recipe to many files",
     [](CLI::App& command) -> Command::Action {
         auto options = std::make_shared<Options>();
-        command.add_option("recipe", options->recipe, "list of operations (JSON)")->required();
+        declareArgument(command, "recipe", options->recipe, Need::Required, "list of operations (JSON)");
         addDirectoryOptions(command, options->files);
         Settings& settings = options->settings;
         settings.whole(

@@ -1,11 +1,10 @@
 // ko snake: active contours drawn over a picture.
+#include "cli/arguments.h"
 #include "cli/failure.h"
 #include "commands/commands.h"
 #include "commands/filtering.h"
 #include "io/image_file.h"
 #include "io/replace_file.h"
-
-#include <CLI/CLI.hpp>
 
 #include <QByteArray>
 #include <QFile>
@@ -178,16 +177,16 @@ const Command snakeCommand{
     "Active contour", "snake", "Let contours settle on edges; draws start (blue) and result (yellow)",
     [](CLI::App& command) -> Command::Action {
         auto options = std::make_shared<Options>();
-        command.add_option("picture", options->picture, "mono picture")->required();
-        command.add_option("--circle", options->circles, "start of a contour, may be given several times")
-            ->option_text("x,y,radius ...")
-            ->required();
-        command.add_option(
-            "--params", options->paramsFile,
-            "JSON object with edgeFraction, weightContinuity, weightCurvature, weightDistance, "
-            "weightGradient, refine, refineInterval, loopDistance, pointSpacing, maxIterations");
-        command.add_option("-o,--output", options->output, "the picture with the contours")->required();
-        command.add_option("--points", options->pointsFile, "table of the final points (CSV)");
+        declareArgument(command, "picture", options->picture, Need::Required, "mono picture");
+        declareArgument(command, "--circle", options->circles, Need::Required,
+                        "start of a contour, may be given several times", "x,y,radius ...");
+        declareArgument(command, "--params", options->paramsFile, Need::Optional,
+                        "JSON object with edgeFraction, weightContinuity, weightCurvature, weightDistance, "
+                        "weightGradient, refine, refineInterval, loopDistance, pointSpacing, maxIterations");
+        declareArgument(command, "-o,--output", options->output, Need::Required,
+                        "the picture with the contours");
+        declareArgument(command, "--points", options->pointsFile, Need::Optional,
+                        "table of the final points (CSV)");
         return [options] { return run(*options); };
     }};
 

@@ -1,4 +1,5 @@
 // ko stats: figures of every channel.
+#include "cli/arguments.h"
 #include "cli/failure.h"
 #include "commands/channels.h"
 #include "commands/commands.h"
@@ -6,8 +7,6 @@
 #include "io/image_file.h"
 #include "io/levels.h"
 #include "io/masks.h"
-
-#include <CLI/CLI.hpp>
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -216,7 +215,7 @@ const Command statsCommand{
     "Statistics", "stats", "Extremes, mean, deviation, entropy in bits and Otsu threshold of every channel",
     [](CLI::App& command) -> Command::Action {
         auto options = std::make_shared<Options>();
-        command.add_option("file", options->file, "picture or camera raw")->required();
+        declareArgument(command, "file", options->file, Need::Required, "picture or camera raw");
         Settings& settings = options->settings;
         addSelection(settings, options->selection);
         settings.number("renyi", options->renyiOrder, positiveNumbers,

@@ -1,4 +1,5 @@
 // ko stream: mosaics through the pipeline of the library.
+#include "cli/arguments.h"
 #include "cli/batch.h"
 #include "cli/failure.h"
 #include "cli/progress_bar.h"
@@ -7,8 +8,6 @@
 #include "io/mosaic.h"
 
 #include <ko/demosaic.h>
-
-#include <CLI/CLI.hpp>
 
 #include <iomanip>
 #include <iostream>
@@ -21,7 +20,7 @@ namespace {
 
 struct Options {
     FileSeries files;
-    Settings settings;  ///< those of the mosaic
+    Settings settings;
     MosaicOptions mosaic;
     bool drop = false;
     bool block = false;
@@ -189,17 +188,19 @@ const Command streamCommand{
         auto options = std::make_shared<Options>();
         addDirectoryOptions(command, options->files);
         addMosaicSettings(options->settings, options->mosaic);
-        options->settings.declare(command);
-        CLI::Option* const block = command.add_flag("--block", options->block,
-                                                    "a full queue makes the stage before it wait (default)");
-        command
-            .add_flag("--drop", options->drop,
-                      "a full queue loses its oldest frame, as when a camera does not wait")
-            ->excludes(block);
-        command.add_option("--queue", options->queue, "frames that may wait in front of each stage")
-            ->check(CLI::Range(1, 1000))
-            ->capture_default_str();
-        return [options] { return run(*options); };
+        Settings& settings = options->settings;
+        settings.flag("block", options->block, "a full queue makes the stage before it wait (default)");
+        settings.flag("drop", options->drop,
+                      "a full queue loses its oldest frame, as when a camera does not wait");
+        settings.whole("queue", options->queue, {1, 1000},
+                       "frames that may wait in front of each stage, 2 if not given");
+        settings.rule([o = options.get()] { return !(o->block && o->drop); },
+                      "only one of block and drop can be wanted");
+        settings.declare(command);
+        return [options] {
+            options->settings.verify();
+            return run(*options);
+        };
     }};
 
 }  // namespace ko::tool
