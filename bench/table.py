@@ -88,8 +88,10 @@ def geometric_mean(values):
 
 def parallel_operations(headers):
     """The operations whose declarations say that their work runs in parallel."""
-    comments = {name: comment for header in sorted(headers.rglob("*.h"))
-                for comment, name in DECLARATION.findall(header.read_text())}
+    comments = {}  # of all forms of an operation
+    for header in sorted(headers.rglob("*.h")):
+        for comment, name in DECLARATION.findall(header.read_text()):
+            comments[name] = comments.get(name, "") + comment
 
     def is_parallel(comment):
         if re.search(r"\bparallel\b", comment):
