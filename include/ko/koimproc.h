@@ -1,4 +1,4 @@
-// Everything that koimproc and kocore offer.
+// All public declarations of koimproc and kocore.
 //
 // What holds for every operation, unless it says otherwise:
 //

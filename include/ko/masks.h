@@ -114,7 +114,7 @@ KO_EXPORT ResultCode AllocAndCreateMirroredBorderImage(const SxImageBuf& src, Sx
 /// Sets every pixel that the mask does not select to 0, in all channels.
 ///
 /// Samples are addressed as interleaved whatever the packing: on a planar image of several channels the first
-/// planes are cleared in a pattern that is of no use; mask its planes one by one instead.
+/// planes are cleared in a useless pattern. Mask its planes one by one instead.
 ///
 /// @param image  any sample type but `Sample128`
 /// @param mask   mono `UInt8` of image's size
@@ -125,7 +125,7 @@ KO_EXPORT ResultCode AllocAndCreateMirroredBorderImage(const SxImageBuf& src, Sx
 /// Runs on the calling thread. O(height * width * channels).
 KO_EXPORT ResultCode MaskImage(SxImageBuf& image, const SxImageBuf& mask);
 
-/// Writes a value where a mask, placed somewhere in the image, selects.
+/// Writes a value wherever a mask selects; the mask can be smaller than the image and lie anywhere in it.
 ///
 /// @param image  mono, any sample type but `Sample128`
 /// @param mask   mono `UInt8`, not larger than image

@@ -8,8 +8,8 @@
 
 namespace ko {
 
-/// Spreads the levels of an image evenly: every sample becomes 2^bitsPerSample - 1 times the part of all
-/// samples of its channel that are at or below it, without its fraction.
+/// Spreads the levels of an image evenly: every sample becomes 2^bitsPerSample - 1 times the share of its
+/// channel's samples that are at or below it, truncated.
 ///
 /// The part is summed up in double, level by level. Of interleaved colour all three channels follow the
 /// distribution of the first, which keeps the balance of the colours, and a fourth channel of dst stays;
@@ -35,8 +35,8 @@ KO_EXPORT ResultCode HistogramEqualize(const SxImageBuf& src, SxImageBuf& dst);
 
 /// Gives an image the distribution of levels of another image, channel by channel.
 ///
-/// A sample becomes the first level at which the part of all samples of the reference's channel that are at
-/// or below it is not less than the same part for the sample in src. Where there is none, because the
+/// A sample becomes the first level at which the share of the reference channel's samples at or below it
+/// is not less than the same share for the sample in src. Where there is none, because the
 /// reference's channel has no counted sample or by rounding, it becomes the greatest value of the container
 /// (255 or 65535), whatever the depth. Samples above the depth are not counted and become what the highest
 /// level becomes, the greatest value where no sample is counted. A fourth channel of interleaved pixels stays
@@ -52,9 +52,9 @@ KO_EXPORT ResultCode HistogramEqualize(const SxImageBuf& src, SxImageBuf& dst);
 ///   ResultFailed   bitsPerSample negative or above that of the container, no channels, signed samples,
 ///                  another layout than mono, planar and interleaved with 3 or 4 channels,
 ///                  or no memory
-/// dst is untouched on failure, planes before one for which memory is lacking apart. An image without pixels
-/// is matched. Samples are counted on the calling thread, then rows run in parallel (dynamic), planes in
-/// turn. O(height * width * channels + 2^bitsPerSample).
+/// On failure dst is untouched; only if memory runs out, earlier planes may already be written. An image
+/// without pixels is matched. Samples are counted on the calling thread, then rows run in parallel (dynamic),
+/// planes in turn. O(height * width * channels + 2^bitsPerSample).
 KO_EXPORT ResultCode HistogramMatch(const SxImageBuf& src, const SxImageBuf& reference, SxImageBuf& dst);
 
 /// Gives an image the distribution of levels of a histogram, plane by plane. Everything not said here is as
@@ -82,11 +82,11 @@ KO_EXPORT ResultCode HistogramMatch(const SxImageBuf& src, const CxImageHistogra
 //   (Top is 2^31 - 1 from 31 bits on, -1 for negative bitsPerSample). `ThresholdAndStretchHistogram` and
 //   `ThresholdAndStretchHistogramMasked` cut low and high to their low 8 bits first where samples have one
 //   byte.
-// - *Stretching* gives (sample - low) * Scale without its fraction, formed in double, and 0 where that is
+// - *Stretching* gives (sample - low) * Scale, computed in double and truncated, and 0 where that is
 //   negative or above Top: the band is spread over the whole range, levels outside it become 0. Where high
 //   equals low, every sample becomes 0. Where high is below low the range is inverted. A result wider than
 //   the sample keeps its low bits.
-// - *Compressing* gives (sample - low) / Scale without its fraction, and 0 for samples outside low...high.
+// - *Compressing* gives (sample - low) / Scale, truncated, and 0 for samples outside low...high.
 //   It divides where stretching multiplies, so the result is at most high - low.
 // - Channels are logical channels; each image is addressed by its own layout.
 // - Everything runs on the calling thread. O(height * width) per channel treated. On failure nothing has been
@@ -209,8 +209,8 @@ KO_EXPORT ResultCode ThresholdAndStretchHistogramGrayMasked(const SxImageBuf& sr
 KO_EXPORT ResultCode ThresholdAndStretchHistogramGrayRawPlanar(const SxImageBuf& src, SxImageBuf& dst,
                                                                int low, int high);
 
-/// `ThresholdAndStretchHistogramGrayRawPlanar` for the pixels that a mask selects. Beware: a mask as all
-/// other operations want it is refused here.
+/// `ThresholdAndStretchHistogramGrayRawPlanar` for the pixels that a mask selects. Beware: this operation
+/// refuses the masks that all other operations take.
 ///
 /// @param mask  present, not a mono `UInt8` image, and not of src's width and height. A pixel is selected by
 ///              byte y * stride + x of the mask's memory; where the mask has no such pixel or byte, nothing

@@ -18,26 +18,26 @@ class QWidget;
 
 namespace ko {
 
-/// What an item does with a frame that finds its queue full.
+/// What an item does with a frame that arrives when its queue is full.
 enum ExQueuePolicy : std::int32_t {
-    QueueBlocks = 0,       ///< whoever brings the frame waits until there is room
+    QueueBlocks = 0,       ///< the sender waits until there is room
     QueueDropsOldest = 1,  ///< the frame that has waited longest is deleted and counted as dropped
 };
 
 /// What became of the frames offered to an item since it was made. At all times received = processed +
-/// failed + dropped + waiting + the one being worked on, if any, + those whose bringers wait for room.
+/// failed + dropped + waiting + the one being processed, if any, + those whose senders wait for room.
 struct SxPipeStatistics {
-    std::uint64_t received = 0;   ///< brought by `onDataAvailable`
-    std::uint64_t processed = 0;  ///< `processData` answered true
-    std::uint64_t failed = 0;     ///< `processData` answered false or threw
-    std::uint64_t dropped = 0;    ///< never worked on: queue full, item not started, or no memory for a copy
+    std::uint64_t received = 0;   ///< passed to `onDataAvailable`
+    std::uint64_t processed = 0;  ///< `processData` returned true
+    std::uint64_t failed = 0;     ///< `processData` returned false or threw
+    std::uint64_t dropped = 0;    ///< never processed: queue full, item not started, or no memory for a copy
     std::uint64_t waiting = 0;    ///< in the queue now
 };
 
 /// An item of a pipe.
 ///
 /// **Threads.** Every operation may be called from any thread, workers of the same pipe included, unless it
-/// says otherwise. On a worker nothing waits for a worker: a stop is only asked for there, and a change of
+/// says otherwise. A worker thread never waits for a worker: it can only request a stop, and a change of
 /// state that would have to wait is refused. `processData`, `setupStop` and what they call run on the item's
 /// own worker.
 ///
@@ -59,13 +59,13 @@ public:
     /// Whether an item takes frames.
     enum ExState {
         StateStopped = 0,  ///< frames are dropped
-        StateStarted = 1,  ///< frames are queued and worked on
+        StateStarted = 1,  ///< frames are queued and processed
     };
 
     /// What an item cannot be connected with.
     enum ExFlag {
-        FlagNoInput = 1,   ///< accepts no predecessors: makes frames
-        FlagNoOutput = 2,  ///< accepts no successors: uses frames up
+        FlagNoInput = 1,   ///< accepts no predecessors: it produces frames
+        FlagNoOutput = 2,  ///< accepts no successors: it consumes frames
     };
     /// Any of the flags together.
     Q_DECLARE_FLAGS(ExFlags, ExFlag)
@@ -92,8 +92,8 @@ public:
     /// What became of the frames so far.
     SxPipeStatistics statistics() const;
 
-    /// Waits until no frame is waiting or being worked on. False when the time is over (a negative number of
-    /// milliseconds never is), and at once on a worker.
+    /// Waits until no frame is waiting or being processed. False on a timeout (a negative number of
+    /// milliseconds means none), and at once on a worker.
     bool waitUntilIdle(int milliseconds) const;
 
     /// Name for people; the item's name unless overridden.
