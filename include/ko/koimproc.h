@@ -29,6 +29,7 @@
 #include <ko/median.h>
 #include <ko/pipeline.h>
 #include <ko/pixel.h>
+#include <ko/raw.h>
 #include <ko/snake.h>
 #include <ko/stats.h>
 #include <ko/tone.h>

@@ -88,6 +88,7 @@ Operations statisticsOperations();
 Operations toneOperations();
 Operations pixelOperations();
 Operations conversionOperations();
+Operations rawOperations();
 Operations filterOperations();
 
 }  // namespace ko::test

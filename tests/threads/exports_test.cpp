@@ -16,7 +16,7 @@ std::vector<Operation> allOperations()
     std::vector<Operation> all;
     for (const auto& room :
          {coreOperations(), frameOperations(), countingOperations(), statisticsOperations(), toneOperations(),
-          pixelOperations(), conversionOperations(), filterOperations()})
+          pixelOperations(), conversionOperations(), rawOperations(), filterOperations()})
         all.insert(all.end(), room.begin(), room.end());
     return all;
 }

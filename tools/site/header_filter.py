@@ -15,7 +15,7 @@ import re
 import sys
 from pathlib import Path
 
-ROOMS = ["masks", "stats", "tone", "pixel", "convert", "filters", "median", "demosaic", "snake", "pipeline", "interop"]
+ROOMS = ["masks", "stats", "tone", "pixel", "convert", "filters", "median", "raw", "demosaic", "snake", "pipeline", "interop"]
 PARTS = ("stats", "pipeline")  # rooms of several headers
 STATUS = re.compile(r"^/// {3}(Result\w+|1)  +(\S.*)$")
 CONTINUED = re.compile(r"^/// {8,}(\S.*)$")

@@ -16,6 +16,7 @@ static_assert(isSigned32<ExImageDataType>);
 static_assert(isSigned32<ExPixelPacking>);
 static_assert(isSigned32<ExBayerGrid>);
 static_assert(isSigned32<ExPixelCompression>);
+static_assert(isSigned32<ExPackedLayout>);
 static_assert(isSigned32<Interpolation>);
 static_assert(isSigned32<ExChamferMask>);
 static_assert(isSigned32<NormalizationType>);
