@@ -10,6 +10,7 @@
 #include "median/tile_kernels.h"
 
 #include <algorithm>
+#include <new>
 
 HWY_BEFORE_NAMESPACE();
 namespace ko {
@@ -25,9 +26,9 @@ namespace hn = hwy::HWY_NAMESPACE;
 template <class T, int kRadius>
 class Band {
 public:
-    static void run(const T* const* rows, std::int64_t tiles, T* medians, T most) noexcept
+    static void run(const T* const* rows, std::int64_t tiles, T* medians, T most, std::byte* scratch) noexcept
     {
-        Band band(rows, most);
+        Band band(rows, most, *new (scratch) Memory);
         const std::int64_t wholeVectors = (tiles + lanes - 1) / lanes * lanes;
         for (std::int64_t at = 0; at < wholeVectors + kReach; at += lanes)
             band.sortColumns(at);
@@ -71,17 +72,54 @@ private:
         static constexpr int count = std::min(size - 1, kMiddle) - first + 1;
     };
 
-    Band(const T* const* rows, T most) noexcept : m_rows(rows), m_most(most) {}
+    /// What halving a part makes; both halves use it.
+    template <bool kDown, int kAlong, int kAcross>
+    struct Halves {
+        static constexpr int half = kAlong / 2;
+        static constexpr int lines = 2 * (kAcross - 1);
+        Sorted<Core<half, kAcross>::count> core;
+        Sorted<half*(kWindow - kAcross + 1)> added;
+        std::array<Sorted<kWindow - kAlong + 1 + half>, lines> crossing;
+        Halves<!kDown, kAcross, half> next;
+    };
+    /// Windows are left.
+    template <bool kDown>
+    struct Halves<kDown, 2, 1> {
+    };
+
+    struct Memory {
+        alignas(64) T columns[kSide][kShort * pitch];
+        alignas(64) T pairs[2][2 * kShort * pitch];
+        alignas(64) T fours[4 * kShort * pitch];
+        alignas(64) T medians[kSide * kSide][lanes];
+        Sorted<Core<kSide, kSide>::count> core;
+        Sorted<8 * kShort> eight;
+        std::array<Sorted<kShort>, 2 * (kSide - 1)> rows;
+        Halves<false, kSide, kSide> halves;
+    };
+
+    Band(const T* const* rows, T most, Memory& memory) noexcept : m_rows(rows), m_most(most), m_memory(memory)
+    {
+    }
 
     template <class Net, std::size_t kFirst, std::int64_t kPitch, std::size_t... kI>
     static HWY_INLINE void storeRanks(const V* v, T* to, std::index_sequence<kI...>) noexcept
     {
-        (hn::StoreU(v[Net::network.order.places[kFirst + kI]], D(), to + kI * kPitch), ...);
+        (hn::Store(v[Net::network.order.places[kFirst + kI]], D(), to + kI * kPitch), ...);
+    }
+    /// Lists by themselves begin at a whole vector, which the compiler makes better code of.
+    template <std::int64_t kPitch>
+    static HWY_INLINE V loadRank(const T* from) noexcept
+    {
+        if constexpr (kPitch == lanes)
+            return hn::Load(D(), from);
+        else
+            return hn::LoadU(D(), from);
     }
     template <std::int64_t kPitch, std::size_t... kI>
     static HWY_INLINE void load(const T* from, V* v, std::index_sequence<kI...>) noexcept
     {
-        ((v[kI] = hn::LoadU(D(), from + kI * kPitch)), ...);
+        ((v[kI] = loadRank<kPitch>(from + kI * kPitch)), ...);
     }
 
     /// Ranks kFirst ... kFirst + kCount - 1 of two lists together.
@@ -119,11 +157,11 @@ private:
     static HWY_NOINLINE void select(List<kWindow + 1> core, List<kWindow, kPitch> line, T* to,
                                     std::index_sequence<kI...>) noexcept
     {
-        V result = hn::LoadU(D(), core.first + kWindow * lanes);
-        ((result = hn::Min(result, hn::Max(hn::LoadU(D(), core.first + kI * lanes),
-                                           hn::LoadU(D(), line.first + (kWindow - 1 - kI) * kPitch)))),
+        V result = hn::Load(D(), core.first + kWindow * lanes);
+        ((result = hn::Min(result, hn::Max(hn::Load(D(), core.first + kI * lanes),
+                                           loadRank<kPitch>(line.first + (kWindow - 1 - kI) * kPitch)))),
          ...);
-        hn::StoreU(result, D(), to);
+        hn::Store(result, D(), to);
     }
 
     // Places of samples and columns count from the corner of the first window of the tile.
@@ -133,24 +171,28 @@ private:
     }
     List<kShort, pitch> column(int x) const noexcept
     {
-        return {m_columns[(x + 1) % kSide] + m_at + (x + 1) / kSide};
+        return {m_memory.columns[(x + 1) % kSide] + m_at + (x + 1) / kSide};
     }
     List<2 * kShort, pitch> columnPair(int x) const noexcept
     {
-        return {m_pairs[(x + 1) % kSide / 2] + m_at + (x + 1) / kSide};
+        return {m_memory.pairs[(x + 1) % kSide / 2] + m_at + (x + 1) / kSide};
     }
-    List<4 * kShort, pitch> fourColumns(int x) const noexcept { return {m_fours + m_at + (x + 1) / kSide}; }
+    List<4 * kShort, pitch> fourColumns(int x) const noexcept
+    {
+        return {m_memory.fours + m_at + (x + 1) / kSide};
+    }
 
     /// Sorts columns for all tiles that they serve, each by itself and then two and four of them together.
     void sortColumns(std::int64_t at) noexcept
     {
         for (int phase = 0; phase < kSide; ++phase)
-            sortColumn(phase * pitch + at, m_columns[phase] + at, std::make_index_sequence<kShort>());
+            sortColumn(phase * pitch + at, m_memory.columns[phase] + at, std::make_index_sequence<kShort>());
         for (int i = 0; i < 2; ++i)
-            merge<0, 2 * kShort, pitch>(List<kShort, pitch>{m_columns[2 * i] + at},
-                                        List<kShort, pitch>{m_columns[2 * i + 1] + at}, m_pairs[i] + at);
-        merge<0, 4 * kShort, pitch>(List<2 * kShort, pitch>{m_pairs[0] + at},
-                                    List<2 * kShort, pitch>{m_pairs[1] + at}, m_fours + at);
+            merge<0, 2 * kShort, pitch>(List<kShort, pitch>{m_memory.columns[2 * i] + at},
+                                        List<kShort, pitch>{m_memory.columns[2 * i + 1] + at},
+                                        m_memory.pairs[i] + at);
+        merge<0, 4 * kShort, pitch>(List<2 * kShort, pitch>{m_memory.pairs[0] + at},
+                                    List<2 * kShort, pitch>{m_memory.pairs[1] + at}, m_memory.fours + at);
     }
 
     template <std::size_t... kI>
@@ -192,7 +234,7 @@ private:
     void wholeTile() noexcept
     {
         using TileCore = Core<kSide, kSide>;
-        Sorted<TileCore::count> core;
+        auto& [columns, pairs, fours, medians, core, eight, rows, halves] = m_memory;
         constexpr int rest = kShort % 4 == 0 ? 4 : 2;
         constexpr int start = kSide - 1;
         const auto last = [&] {
@@ -204,12 +246,10 @@ private:
         if constexpr (kShort - rest == 4) {
             merge<TileCore::first, TileCore::count>(fourColumns(start), last, core.samples);
         } else {
-            Sorted<8 * kShort> eight;
             merge<0, 8 * kShort>(fourColumns(start), fourColumns(start + 4), eight.samples);
             merge<TileCore::first, TileCore::count>(List<8 * kShort>(eight), last, core.samples);
         }
         Part<kSide, kSide, pitch, lanes> part{0, 0, core, {}, {}};
-        Sorted<kShort> rows[2 * (kSide - 1)];
         for (int i = 0; i < kSide - 1; ++i) {
             sortRow(i, rows[i].samples, std::make_index_sequence<kShort>());
             sortRow(kWindow + i, rows[kSide - 1 + i].samples, std::make_index_sequence<kShort>());
@@ -220,7 +260,7 @@ private:
         }
         for (int i = 0; i < 2 * (kSide - 1); ++i)
             part.crossing[i] = rows[i];
-        halve<false>(part);
+        halve<false>(part, halves);
     }
 
     /// Place in the tile of line i of `count` before and as many behind the core that begins at `first`.
@@ -231,7 +271,8 @@ private:
 
     /// Finds the medians of both halves of a part, one below the other if `kDown`.
     template <bool kDown, int kAlong, int kAcross, std::int64_t kLinePitch, std::int64_t kCrossingPitch>
-    void halve(const Part<kAlong, kAcross, kLinePitch, kCrossingPitch>& part) noexcept
+    void halve(const Part<kAlong, kAcross, kLinePitch, kCrossingPitch>& part,
+               Halves<kDown, kAlong, kAcross>& halves) noexcept
     {
         using Whole = Part<kAlong, kAcross, kLinePitch, kCrossingPitch>;
         constexpr int half = kAlong / 2;
@@ -240,41 +281,39 @@ private:
             if constexpr (kAlong == 2 && kAcross == 1) {
                 const int along = part.along + behind;
                 const int x = kDown ? part.across : along, y = kDown ? along : part.across;
-                select(part.core, part.lines[firstAdded], m_medians[kSide * y + x],
+                select(part.core, part.lines[firstAdded], m_memory.medians[kSide * y + x],
                        std::make_index_sequence<kWindow>());
             } else {
                 using Smaller = Core<half, kAcross>;
                 constexpr int dropped = Smaller::first - Core<kAlong, kAcross>::first;
-                Sorted<Smaller::count> core;
                 const int place = placeOf(firstAdded, kAlong - 1, part.along);
                 if constexpr (half == 1) {
-                    merge<dropped, Smaller::count>(part.core, part.lines[firstAdded], core.samples);
+                    merge<dropped, Smaller::count>(part.core, part.lines[firstAdded], halves.core.samples);
                 } else if constexpr (!kDown) {
-                    merge<dropped, Smaller::count>(part.core, columnPair(place), core.samples);
+                    merge<dropped, Smaller::count>(part.core, columnPair(place), halves.core.samples);
                 } else {
-                    Sorted<half * Whole::lineLength> added;
                     merge<0, half * Whole::lineLength>(part.lines[firstAdded], part.lines[firstAdded + 1],
-                                                       added.samples);
-                    merge<dropped, Smaller::count>(part.core, List<half * Whole::lineLength>(added),
-                                                   core.samples);
+                                                       halves.added.samples);
+                    merge<dropped, Smaller::count>(part.core, List<half * Whole::lineLength>(halves.added),
+                                                   halves.core.samples);
                 }
 
                 Part<kAcross, half, lanes, kLinePitch> next{
-                    part.across, part.along + behind * half, core, {}, {}};
-                Sorted<Whole::crossingLength + half> crossing[2 * (kAcross - 1)];
+                    part.across, part.along + behind * half, halves.core, {}, {}};
                 for (int i = 0; i < 2 * (kAcross - 1); ++i) {
                     const int across = placeOf(i, kAcross - 1, part.across);
                     std::array<const T*, half> samples;
                     for (int k = 0; k < half; ++k)
                         samples[k] = kDown ? sample(across, place + k) : sample(place + k, across);
-                    extend(part.crossing[i], samples, crossing[i].samples, std::make_index_sequence<half>());
-                    next.lines[i] = crossing[i];
+                    extend(part.crossing[i], samples, halves.crossing[i].samples,
+                           std::make_index_sequence<half>());
+                    next.lines[i] = halves.crossing[i];
                 }
                 for (int i = 0; i < half - 1; ++i) {
                     next.crossing[i] = part.lines[behind * half + i];
                     next.crossing[half - 1 + i] = part.lines[kAlong - 1 + behind * half + i];
                 }
-                halve<!kDown>(next);
+                halve<!kDown>(next, halves.next);
             }
         }
     }
@@ -283,7 +322,7 @@ private:
     {
         const V most = hn::Set(D(), m_most);
         const auto median = [&](int x, int y) {
-            return hn::Min(hn::Load(D(), m_medians[kSide * y + x]), most);
+            return hn::Min(hn::Load(D(), m_memory.medians[kSide * y + x]), most);
         };
         for (int y = 0; y < kSide; ++y)
             hn::StoreInterleaved4(median(0, y), median(1, y), median(2, y), median(3, y), D(),
@@ -293,10 +332,10 @@ private:
     const T* const* m_rows;
     T m_most;
     std::int64_t m_at = 0;  ///< first tile of the vector
-    alignas(64) T m_columns[kSide][kShort * pitch];
-    alignas(64) T m_pairs[2][2 * kShort * pitch];
-    alignas(64) T m_fours[4 * kShort * pitch];
-    alignas(64) T m_medians[kSide * kSide][lanes];
+    Memory& m_memory;
+
+public:
+    static constexpr typename MedianTileKernels<T>::Band kernel{&run, sizeof(Memory)};
 };
 
 template <class T>

@@ -97,8 +97,8 @@ public:
     static constexpr std::int64_t countedValues = 16384;
 
     /// Without `memory` only `bytes` is of use.
-    MedianBlockMemory(std::uint8_t* memory, MedianBlockSize block, std::int64_t radius, bool isDeep) noexcept
-        : m_memory(memory + (0 - reinterpret_cast<std::uintptr_t>(memory)) % cacheLine)
+    MedianBlockMemory(std::byte* memory, MedianBlockSize block, std::int64_t radius, bool isDeep) noexcept
+        : m_memory(memory)
     {
         const std::int64_t samples = (block.columns + 2 * radius) * (block.rows + 2 * radius);
         const std::int64_t pixels = wholeVectors(block.columns) * block.rows;
@@ -115,7 +115,6 @@ public:
             take(starts, 256);
             take(picked, block.columns);
         }
-        bytes += cacheLine;
     }
 
     std::uint8_t* codes = nullptr;
@@ -132,8 +131,7 @@ public:
     std::size_t bytes = 0;
 
 private:
-    /// Every array begins at a whole cache line: rows of vectors that lie across two cost a tenth more in
-    /// all.
+    /// Every array begins at a whole one.
     static constexpr std::size_t cacheLine = 64;
 
     template <class T>
@@ -145,7 +143,7 @@ private:
         bytes += (size + cacheLine - 1) / cacheLine * cacheLine;
     }
 
-    std::uint8_t* m_memory;
+    std::byte* m_memory;
 };
 
 }  // namespace ko

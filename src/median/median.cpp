@@ -8,7 +8,7 @@
 #include "median/search.h"
 #include "median/tiles.h"
 
-#include <algorithm>
+#include <new>
 
 namespace ko {
 
@@ -33,22 +33,19 @@ bool isCounterWidth(std::uint64_t width) noexcept
     return width == 1 || width == 2 || width == 4;
 }
 
-/// The median of this radius is searched for: there is no network for it.
-bool isSearched(const SxImageInfo& info, std::int64_t radius) noexcept
-{
-    return radius > largestNetworkRadius && !hasTileMedians(info.dataType, radius);
-}
-
-/// Makes the strips' scratch memory large enough for the radius.
+/// Makes the scratch memory large enough for the radius.
 void prepareScratch(MedianBuffer& buffer, std::int64_t radius)
 {
-    if (!isSearched(buffer.plan->info, radius))
-        return;
-    for (MedianTile& tile : buffer.plan->tiles) {
-        const std::size_t bytes = medianScratchBytes(tile, buffer.plan->info.dataType, radius);
-        if (tile.scratch.size() < bytes)
-            tile.scratch.resize(bytes);
-    }
+    const ExImageDataType type = buffer.plan->info.dataType;
+    const std::vector<MedianTile>& tiles = buffer.plan->tiles;
+    if (radius <= largestNetworkRadius)
+        buffer.scratch.reserve(static_cast<std::size_t>(omp_get_max_threads()), networkScratchBytes());
+    else if (hasTileMedians(type, radius))
+        buffer.scratch.reserve(tiles.size(), tileScratchBytes(type, radius));
+    else if (radius <= largestSearchRadius)
+        buffer.scratch.reserve(tiles.size(), searchScratchBytes(tiles, type, radius));
+    else
+        throw std::bad_alloc();
 }
 
 ResultCode makeBuffer(const SxImageInfo& info, std::int64_t radius, std::unique_ptr<MedianBuffer>& buffer)
@@ -61,7 +58,7 @@ ResultCode makeBuffer(const SxImageInfo& info, std::int64_t radius, std::unique_
         return rc;
     auto plan =
         std::make_unique<MedianPlan>(MedianPlan{info, cutIntoTiles(info, radius, omp_get_max_threads())});
-    buffer = std::make_unique<MedianBuffer>(MedianBuffer{medianCounterWidth(radius), std::move(plan)});
+    buffer = std::make_unique<MedianBuffer>(MedianBuffer{medianCounterWidth(radius), std::move(plan), {}});
     if (medianWindowFits(radius, info.height))
         prepareScratch(*buffer, radius);
     return ResultOk;
@@ -101,19 +98,17 @@ ResultCode Median(const SxImageBuf& src, SxImageBuf& dst, int radius, void* buff
                 {ResultBadArg2, rowsFit(dst)},
             }))
             return rc;
-        // Networks need no memory of their own, and whole rows follow each other better than those of strips.
+        prepareScratch(*work, radius);
+        // For networks, whole rows follow each other better than those of strips.
         if (radius <= largestNetworkRadius) {
-            sortMedians(src, dst, radius);
+            sortMedians(src, dst, radius, work->scratch);
             return ResultOk;
         }
-        prepareScratch(*work, radius);
-        std::vector<MedianTile>& tiles = work->plan->tiles;
+        const std::vector<MedianTile>& tiles = work->plan->tiles;
+        const auto medians = hasTileMedians(src.dataType, radius) ? &tileMedians : &searchMedians;
         rowsDynamic(static_cast<std::int64_t>(tiles.size()), [&](std::int64_t i) noexcept {
-            MedianTile& tile = tiles[static_cast<std::size_t>(i)];
-            if (isSearched(src, radius))
-                searchMedians(src, dst, tile, radius);
-            else
-                tileMedians(src, dst, tile, radius);
+            const auto index = static_cast<std::size_t>(i);
+            medians(src, dst, tiles[index], radius, work->scratch.part(index));
         });
         return ResultOk;
     });

@@ -14,7 +14,7 @@ namespace ko {
 namespace {
 
 constexpr int mostLines = 2 * largestNetworkRadius + 1;
-constexpr std::int64_t pieceSamples = 1024;
+constexpr std::int64_t pieceSamples = 256;
 /// Rows that one thread filters at a time.
 constexpr std::int64_t bandRows = 64;
 /// A piece and what its windows reach into.
@@ -76,10 +76,11 @@ public:
         m_kernel = (sizeof(T) == 1 ? kernels.u8 : kernels.u16)[static_cast<std::size_t>(radius)];
     }
 
-    void run() const
+    void run(const MedianScratch& scratch) const
     {
-        rowsDynamic((m_src.height + bandRows - 1) / bandRows, [&](std::int64_t band) noexcept {
-            filterBand(band * bandRows, std::min<std::int64_t>((band + 1) * bandRows, m_src.height));
+        shareRows((m_src.height + bandRows - 1) / bandRows, [&](int thread, std::int64_t band) noexcept {
+            filterBand(band * bandRows, std::min<std::int64_t>((band + 1) * bandRows, m_src.height),
+                       scratch.part(static_cast<std::size_t>(thread)));
         });
     }
 
@@ -97,10 +98,10 @@ private:
 
     /// Medians along `count` lines, which are all or a part of those of a window.
     void filterLines(const std::uint8_t* const* lines, int count, std::uint8_t* dst, std::int64_t samples,
-                     std::int64_t step, const Fillers<T>& fillers) const noexcept
+                     std::int64_t step, const Fillers<T>& fillers, std::byte* scratch) const noexcept
     {
         if (count == m_window) {
-            m_kernel(lines, dst, samples, step, m_most);
+            m_kernel(lines, dst, samples, step, m_most, scratch);
             return;
         }
         std::array<const std::uint8_t*, mostLines> window{};
@@ -110,23 +111,24 @@ private:
             const std::int64_t offset = done * static_cast<std::int64_t>(sizeof(T));
             for (int i = 0; i < count; ++i)
                 window[static_cast<std::size_t>(i)] = lines[i] + offset;
-            m_kernel(window.data(), dst + offset, std::min(pieceSamples, samples - done), step, m_most);
+            m_kernel(window.data(), dst + offset, std::min(pieceSamples, samples - done), step, m_most,
+                     scratch);
         }
     }
 
     /// Rows `top` ... `bottom` - 1. The columns at the sides follow while their rows are in the cache.
-    void filterBand(std::int64_t top, std::int64_t bottom) const noexcept
+    void filterBand(std::int64_t top, std::int64_t bottom, std::byte* scratch) const noexcept
     {
         const std::int64_t inner = m_src.width - 2 * m_radius;
         for (std::int64_t y = top; y < bottom; ++y)
-            filterRow(y, m_radius, inner);
+            filterRow(y, m_radius, inner, scratch);
         for (std::int64_t i = 0; i < m_radius; ++i) {
-            filterColumn(i, top, bottom);
-            filterColumn(m_src.width - 1 - i, top, bottom);
+            filterColumn(i, top, bottom, scratch);
+            filterColumn(m_src.width - 1 - i, top, bottom, scratch);
         }
     }
 
-    void filterRow(std::int64_t y, std::int64_t x, std::int64_t columns) const noexcept
+    void filterRow(std::int64_t y, std::int64_t x, std::int64_t columns, std::byte* scratch) const noexcept
     {
         std::array<const std::uint8_t*, mostLines> lines{};
         int count = 0;
@@ -134,17 +136,18 @@ private:
              v <= std::min<std::int64_t>(y + m_radius, m_src.height - 1); ++v)
             lines[static_cast<std::size_t>(count++)] = sampleOf(m_src, x - m_radius, v, 0);
         filterLines(lines.data(), count, sampleOf(m_dst, x, y, 0), columns * m_channels, m_channels,
-                    m_rowFillers);
+                    m_rowFillers, scratch);
     }
 
     /// Rows `top` ... `bottom` - 1 of a column whose windows are cut at the side.
-    void filterColumn(std::int64_t x, std::int64_t top, std::int64_t bottom) const noexcept
+    void filterColumn(std::int64_t x, std::int64_t top, std::int64_t bottom,
+                      std::byte* scratch) const noexcept
     {
         const std::int64_t innerTop = std::max<std::int64_t>(top, m_radius);
         const std::int64_t innerBottom = std::min<std::int64_t>(bottom, m_src.height - m_radius);
         for (std::int64_t channel = 0; channel < m_channels; ++channel) {
             if (innerTop < innerBottom)
-                filterInnerColumn(x, innerTop, innerBottom - innerTop, channel);
+                filterInnerColumn(x, innerTop, innerBottom - innerTop, channel, scratch);
             for (std::int64_t y = top; y < std::min(innerTop, bottom); ++y)
                 filterCorner(x, y, channel);
             for (std::int64_t y = std::max(top, innerBottom); y < bottom; ++y)
@@ -153,8 +156,8 @@ private:
     }
 
     /// The column and its neighbours become rows for the while.
-    void filterInnerColumn(std::int64_t x, std::int64_t y, std::int64_t rows,
-                           std::int64_t channel) const noexcept
+    void filterInnerColumn(std::int64_t x, std::int64_t y, std::int64_t rows, std::int64_t channel,
+                           std::byte* scratch) const noexcept
     {
         std::array<Line<T>, mostLines> neighbours;
         std::array<const std::uint8_t*, mostLines> lines{};
@@ -168,7 +171,7 @@ private:
             lines[static_cast<std::size_t>(count++)] = line.bytes();
         }
         Line<T> medians;
-        filterLines(lines.data(), count, medians.bytes(), rows, 1, m_columnFillers);
+        filterLines(lines.data(), count, medians.bytes(), rows, 1, m_columnFillers, scratch);
         for (std::int64_t i = 0; i < rows; ++i)
             storeSample(sampleOf(m_dst, x, y + i, channel), 0, medians.samples[static_cast<std::size_t>(i)]);
     }
@@ -201,12 +204,17 @@ private:
 
 }  // namespace
 
-void sortMedians(const SxImageBuf& src, SxImageBuf& dst, std::int64_t radius)
+std::size_t networkScratchBytes() noexcept
+{
+    return medianRowScratch;
+}
+
+void sortMedians(const SxImageBuf& src, SxImageBuf& dst, std::int64_t radius, const MedianScratch& scratch)
 {
     if (hasType(src, UInt8))
-        NetworkFilter<std::uint8_t>(src, dst, static_cast<int>(radius)).run();
+        NetworkFilter<std::uint8_t>(src, dst, static_cast<int>(radius)).run(scratch);
     else
-        NetworkFilter<std::uint16_t>(src, dst, static_cast<int>(radius)).run();
+        NetworkFilter<std::uint16_t>(src, dst, static_cast<int>(radius)).run(scratch);
 }
 
 }  // namespace ko

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 #include <utility>
 
 #include <hwy/cache_control.h>
@@ -88,9 +89,10 @@ template <class T, int kRadius>
 class Row {
 public:
     static void run(const std::uint8_t* const* rows, std::uint8_t* dst, std::int64_t samples,
-                    std::int64_t step, std::uint32_t most) noexcept
+                    std::int64_t step, std::uint32_t most, std::byte* scratch) noexcept
     {
-        Row row(step, static_cast<T>(most));
+        static_assert(sizeof(Row) <= medianRowScratch);
+        Row& row = *new (scratch) Row(step, static_cast<T>(most));
         if (samples < row.m_lanes) {
             row.padded(rows, dst, samples);
             return;
@@ -127,7 +129,7 @@ private:
     /// Works on copies, for rows of less than a vector.
     void padded(const std::uint8_t* const* rows, std::uint8_t* dst, std::int64_t samples) noexcept
     {
-        constexpr std::size_t room = kSamples * sizeof(T);
+        constexpr std::size_t room = (hn::MaxLanes(D()) + 2 * kRadius * medianRowChannels) * sizeof(T);
         std::uint8_t copies[kWindow][room];
         std::uint8_t medians[room];
         const std::uint8_t* from[kWindow];
@@ -271,14 +273,14 @@ private:
     /// Place in the planes of a piece's first sample: they lie to their cache lines as the rows do to theirs.
     std::int64_t m_first = 0;
     Sorted<kWindow> m_columns;
-    Sorted<2 * kWindow> m_pairs;
-    Sorted<3 * kWindow> m_threes;
+    Sorted<kRadius >= 2 ? 2 * kWindow : 1> m_pairs;
+    Sorted<kRadius >= 3 ? 3 * kWindow : 1> m_threes;
 };
 
 /// A window of one sample.
 template <class T>
 void CopyRow(const std::uint8_t* const* rows, std::uint8_t* dst, std::int64_t samples, std::int64_t,
-             std::uint32_t most) noexcept
+             std::uint32_t most, std::byte*) noexcept
 {
     const std::uint8_t* const src = rows[0];
     const auto limit = static_cast<T>(most);

@@ -2,14 +2,18 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 
 namespace ko {
 
 /// Medians of `samples` windows that follow each other in a row: window i holds the samples i, i + step, ...
-/// i + 2 * radius * step of each of the 2 * radius + 1 rows. Results above `most` become `most`.
+/// i + 2 * radius * step of each of the 2 * radius + 1 rows. Results above `most` become `most`. `scratch`
+/// has `medianRowScratch` bytes, from a whole cache line on.
 using MedianRow = void (*)(const std::uint8_t* const* rows, std::uint8_t* dst, std::int64_t samples,
-                           std::int64_t step, std::uint32_t most) noexcept;
+                           std::int64_t step, std::uint32_t most, std::byte* scratch) noexcept;
+
+inline constexpr std::size_t medianRowScratch = 22 * 1024;
 
 /// Largest step.
 inline constexpr std::int64_t medianRowChannels = 4;

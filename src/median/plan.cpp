@@ -25,13 +25,25 @@ MedianTile makeTile(const SxImageInfo& info, std::int64_t radius, std::int64_t f
                     .lastColumn = static_cast<std::int32_t>(firstColumn + columns - 1),
                     .bins = std::int32_t{1} << info.bitsPerSample,
                     .channels = info.channels,
-                    .sourceColumns = 0,
-                    .scratch = {}};
+                    .sourceColumns = 0};
     tile.sourceColumns = static_cast<std::int32_t>(sourceColumnsOf(tile, info.width, radius));
     return tile;
 }
 
 }  // namespace
+
+void MedianScratch::reserve(std::size_t parts, std::size_t bytes)
+{
+    const std::size_t linesPerPart = bytes / sizeof(CacheLine) + 1;
+    const std::size_t size = parts * linesPerPart;
+    if (size > m_size) {
+        m_size = 0;
+        m_lines.reset();
+        m_lines = std::make_unique_for_overwrite<CacheLine[]>(size);
+        m_size = size;
+    }
+    m_linesPerPart = linesPerPart;
+}
 
 bool medianWindowFits(std::int64_t radius, std::int64_t extent) noexcept
 {

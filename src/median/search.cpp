@@ -18,13 +18,14 @@ constexpr std::uint8_t outside = 255;  ///< code of what is not in the image
 template <class Sample, class Count, class Place>
 class BlockSearch {
 public:
-    BlockSearch(const SxImageBuf& src, SxImageBuf& dst, MedianTile& tile, std::int64_t radius) noexcept
+    BlockSearch(const SxImageBuf& src, SxImageBuf& dst, const MedianTile& tile, std::int64_t radius,
+                std::byte* scratch) noexcept
         : m_src(src),
           m_dst(dst),
           m_tile(tile),
           m_radius(radius),
           m_size(tile, radius, isDeep),
-          m_memory(tile.scratch.data(), m_size, radius, isDeep)
+          m_memory(scratch, m_size, radius, isDeep)
     {
     }
 
@@ -187,27 +188,30 @@ auto withTypes(std::int64_t radius, const Body& body) noexcept
 
 }  // namespace
 
-std::size_t medianScratchBytes(const MedianTile& tile, ExImageDataType type, std::int64_t radius) noexcept
+std::size_t searchScratchBytes(const std::vector<MedianTile>& tiles, ExImageDataType type,
+                               std::int64_t radius) noexcept
 {
-    constexpr std::int64_t largestRadius = 32767;
-    if (radius > largestRadius)
-        return std::numeric_limits<std::size_t>::max();
     const bool isDeep = bytesPerSample(type) > 1;
-    const MedianBlockSize size(tile, radius, isDeep);
-    return withTypes(radius, [&](auto count, auto place) noexcept {
-        return MedianBlockMemory<decltype(count), decltype(place)>(nullptr, size, radius, isDeep).bytes;
-    });
+    std::size_t most = 0;
+    for (const MedianTile& tile : tiles)
+        most =
+            std::max(most, withTypes(radius, [&](auto count, auto place) noexcept {
+                         using Memory = MedianBlockMemory<decltype(count), decltype(place)>;
+                         return Memory(nullptr, MedianBlockSize(tile, radius, isDeep), radius, isDeep).bytes;
+                     }));
+    return most;
 }
 
-void searchMedians(const SxImageBuf& src, SxImageBuf& dst, MedianTile& tile, std::int64_t radius) noexcept
+void searchMedians(const SxImageBuf& src, SxImageBuf& dst, const MedianTile& tile, std::int64_t radius,
+                   std::byte* scratch) noexcept
 {
     withTypes(radius, [&](auto count, auto place) noexcept {
         using Count = decltype(count);
         using Place = decltype(place);
         if (bytesPerSample(src.dataType) == 1)
-            BlockSearch<std::uint8_t, Count, Place>(src, dst, tile, radius).run();
+            BlockSearch<std::uint8_t, Count, Place>(src, dst, tile, radius, scratch).run();
         else
-            BlockSearch<std::uint16_t, Count, Place>(src, dst, tile, radius).run();
+            BlockSearch<std::uint16_t, Count, Place>(src, dst, tile, radius, scratch).run();
     });
 }
 

@@ -14,11 +14,15 @@
 
 namespace ko {
 
-/// Bytes of scratch memory that a strip needs; too many to be allocated where the samples of a window cannot
-/// be counted in 32 bits.
-std::size_t medianScratchBytes(const MedianTile& tile, ExImageDataType type, std::int64_t radius) noexcept;
+/// The samples of larger windows cannot be counted in 32 bits.
+inline constexpr std::int64_t largestSearchRadius = 32767;
 
-/// Writes the medians of a strip whose scratch memory has the stated size.
-void searchMedians(const SxImageBuf& src, SxImageBuf& dst, MedianTile& tile, std::int64_t radius) noexcept;
+/// Bytes of scratch memory that any of the strips needs.
+std::size_t searchScratchBytes(const std::vector<MedianTile>& tiles, ExImageDataType type,
+                               std::int64_t radius) noexcept;
+
+/// Writes the medians of a strip.
+void searchMedians(const SxImageBuf& src, SxImageBuf& dst, const MedianTile& tile, std::int64_t radius,
+                   std::byte* scratch) noexcept;
 
 }  // namespace ko

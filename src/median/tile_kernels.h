@@ -35,10 +35,14 @@ struct MedianTileKernels {
     /// Medians of the first `tiles` tiles of 4 rows. `rows` are the 2 * radius + 4 rows that the windows
     /// reach into, as phases of rows that begin radius + 1 samples before the first tile; the medians of row
     /// i begin at medians[i * medianRowSamples]. Whole vectors of tiles are written; results above `most`
-    /// become `most`.
-    using Band = void (*)(const T* const* rows, std::int64_t tiles, T* medians, T most) noexcept;
-    std::array<Band, largestTileRadius - smallestTileRadius + 1>
-        bands;  ///< by radius; null where searching is faster
+    /// become `most`. `scratch` begins at a whole cache line.
+    struct Band {
+        void (*run)(const T* const* rows, std::int64_t tiles, T* medians, T most,
+                    std::byte* scratch) noexcept;
+        std::size_t scratchBytes;
+    };
+    /// By radius; without a function where searching is faster.
+    std::array<Band, largestTileRadius - smallestTileRadius + 1> bands;
 };
 
 /// The kernels of the running processor.

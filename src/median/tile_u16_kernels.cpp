@@ -16,8 +16,8 @@ const MedianTileKernels<std::uint16_t>& Kernels()
 {
     static constexpr MedianTileKernels<std::uint16_t> kernels{
         &Split<std::uint16_t>,
-        {&Band<std::uint16_t, 4>::run, &Band<std::uint16_t, 5>::run, &Band<std::uint16_t, 6>::run,
-         &Band<std::uint16_t, 7>::run}};
+        {Band<std::uint16_t, 4>::kernel, Band<std::uint16_t, 5>::kernel, Band<std::uint16_t, 6>::kernel,
+         Band<std::uint16_t, 7>::kernel}};
     return kernels;
 }
 

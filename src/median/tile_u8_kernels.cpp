@@ -20,8 +20,8 @@ const MedianTileKernels<std::uint8_t>& Kernels()
 #else
     static constexpr MedianTileKernels<std::uint8_t> kernels{
         &Split<std::uint8_t>,
-        {&Band<std::uint8_t, 4>::run, &Band<std::uint8_t, 5>::run, &Band<std::uint8_t, 6>::run,
-         &Band<std::uint8_t, 7>::run}};
+        {Band<std::uint8_t, 4>::kernel, Band<std::uint8_t, 5>::kernel, Band<std::uint8_t, 6>::kernel,
+         Band<std::uint8_t, 7>::kernel}};
 #endif
     return kernels;
 }

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <limits>
+#include <new>
 
 namespace ko {
 
@@ -56,15 +57,23 @@ typename MedianTileKernels<T>::Band bandOf(std::int64_t radius) noexcept
 template <class T>
 class TileFilter {
 public:
-    TileFilter(const SxImageBuf& src, SxImageBuf& dst, const MedianTile& tile, std::int64_t radius) noexcept
+    TileFilter(const SxImageBuf& src, SxImageBuf& dst, const MedianTile& tile, std::int64_t radius,
+               std::byte* scratch) noexcept
         : m_src(src),
           m_dst(dst),
           m_tile(tile),
           m_radius(radius),
           m_rowCount(2 * radius + medianTileSide),
           m_outside(src, 2 * radius + 1),
-          m_band(bandOf<T>(radius))
+          m_band(bandOf<T>(radius)),
+          m_memory(*new (scratch) Memory),
+          m_bandScratch(scratch + sizeof(Memory))
     {
+    }
+
+    static std::size_t scratchBytes(std::int64_t radius) noexcept
+    {
+        return sizeof(Memory) + bandOf<T>(radius).scratchBytes;
     }
 
     void run() noexcept
@@ -86,16 +95,16 @@ private:
                 readRow(x, next, channel);
             for (std::int64_t i = 0; i < m_rowCount; ++i)
                 rows[static_cast<std::size_t>(i)] = phasesOf(y - m_radius + i);
-            m_band(rows.data(), (columns + medianTileSide - 1) / medianTileSide, m_medians.data(),
-                   static_cast<T>(m_tile.bins - 1));
+            m_band.run(rows.data(), (columns + medianTileSide - 1) / medianTileSide, m_memory.medians.data(),
+                       static_cast<T>(m_tile.bins - 1), m_bandScratch);
             for (std::int64_t i = 0; i < std::min(medianTileSide, m_tile.lastRow + 1 - y); ++i)
-                writeRow(x, y + i, columns, channel, m_medians.data() + i * medianRowSamples<T>);
+                writeRow(x, y + i, columns, channel, m_memory.medians.data() + i * medianRowSamples<T>);
         }
     }
 
     T* phasesOf(std::int64_t y) noexcept
     {
-        return m_phases[static_cast<std::size_t>((y + m_radius) % m_rowCount)].data();
+        return m_memory.phases[static_cast<std::size_t>((y + m_radius) % m_rowCount)].data();
     }
 
     /// The part of row y that the windows of the piece at x reach into. What is behind that counts for
@@ -112,17 +121,17 @@ private:
             first = placeOf(0);
             last = placeOf(m_src.width);
             copy(rowOf(m_src, y) + ((start + first) * m_tile.channels + channel) * sampleBytes, last - first,
-                 m_row.data() + first);
+                 m_memory.row.data() + first);
         }
         const auto fill = [&](std::int64_t from, std::int64_t to) {
             for (std::int64_t i = from; i < to; ++i)
-                m_row[static_cast<std::size_t>(i)] =
+                m_memory.row[static_cast<std::size_t>(i)] =
                     m_outside.isLow(start + i, y) ? T{0} : std::numeric_limits<T>::max();
         };
         fill(0, first);
         fill(last, end);
-        std::fill(m_row.begin() + end, m_row.end(), T{0});
-        m_kernels.split(m_row.data(), phasesOf(y));
+        std::fill(m_memory.row.begin() + end, m_memory.row.end(), T{0});
+        m_kernels.split(m_memory.row.data(), phasesOf(y));
     }
 
     // Samples next to each other have loops of their own, which become vectors.
@@ -154,6 +163,11 @@ private:
 
     static constexpr std::int64_t sampleBytes = sizeof(T);
     static constexpr std::size_t mostRows = 2 * largestTileRadius + medianTileSide;
+    struct alignas(64) Memory {
+        std::array<T, medianRowSamples<T>> row;
+        std::array<std::array<T, medianRowSamples<T>>, mostRows> phases;
+        std::array<T, medianTileSide * medianRowSamples<T>> medians;
+    };
 
     const SxImageBuf& m_src;
     SxImageBuf& m_dst;
@@ -163,9 +177,8 @@ private:
     Outside m_outside;
     const MedianTileKernels<T>& m_kernels = medianTileKernels<T>();
     typename MedianTileKernels<T>::Band m_band;
-    alignas(64) std::array<T, medianRowSamples<T>> m_row;
-    alignas(64) std::array<std::array<T, medianRowSamples<T>>, mostRows> m_phases;
-    alignas(64) std::array<T, medianTileSide * medianRowSamples<T>> m_medians;
+    Memory& m_memory;
+    std::byte* m_bandScratch;
 };
 
 }  // namespace
@@ -174,15 +187,23 @@ bool hasTileMedians(ExImageDataType type, std::int64_t radius) noexcept
 {
     if (radius < smallestTileRadius || radius > largestTileRadius)
         return false;
-    return type == UInt8 ? bandOf<std::uint8_t>(radius) != nullptr : bandOf<std::uint16_t>(radius) != nullptr;
+    return type == UInt8 ? bandOf<std::uint8_t>(radius).run != nullptr
+                         : bandOf<std::uint16_t>(radius).run != nullptr;
 }
 
-void tileMedians(const SxImageBuf& src, SxImageBuf& dst, const MedianTile& tile, std::int64_t radius) noexcept
+std::size_t tileScratchBytes(ExImageDataType type, std::int64_t radius) noexcept
+{
+    return type == UInt8 ? TileFilter<std::uint8_t>::scratchBytes(radius)
+                         : TileFilter<std::uint16_t>::scratchBytes(radius);
+}
+
+void tileMedians(const SxImageBuf& src, SxImageBuf& dst, const MedianTile& tile, std::int64_t radius,
+                 std::byte* scratch) noexcept
 {
     if (hasType(src, UInt8))
-        TileFilter<std::uint8_t>(src, dst, tile, radius).run();
+        TileFilter<std::uint8_t>(src, dst, tile, radius, scratch).run();
     else
-        TileFilter<std::uint16_t>(src, dst, tile, radius).run();
+        TileFilter<std::uint16_t>(src, dst, tile, radius, scratch).run();
 }
 
 }  // namespace ko
