@@ -1,25 +1,21 @@
 // The values of a ramp in the order of the samples of a row.
 #pragma once
 
+#include "base/repeat.h"
 #include "convert/convert_kernels.h"
 
 #include <cstddef>
-#include <numeric>
 #include <vector>
 
 namespace ko {
 
-/// Lowest values and scales of `count` channels, repeated until whole vectors of a kernel fit.
+/// Lowest values and scales of `count` channels, repeated for whole vectors.
 template <class Low, class Scale>
 class RampValues {
 public:
     RampValues(const Low* low, const Scale* scale, std::size_t count)
-        : m_low(period(count)), m_scale(period(count))
+        : m_low(repeated<Low>({low, count})), m_scale(repeated<Scale>({scale, count}))
     {
-        for (std::size_t i = 0; i < m_low.size(); ++i) {
-            m_low[i] = low[i % count];
-            m_scale[i] = scale[i % count];
-        }
     }
 
     Ramp<Low, Scale> ramp() const noexcept
@@ -28,12 +24,6 @@ public:
     }
 
 private:
-    static std::size_t period(std::size_t count)
-    {
-        constexpr std::size_t vectors = 64;
-        return count > vectors ? count : std::lcm(count, vectors);
-    }
-
     std::vector<Low> m_low;
     std::vector<Scale> m_scale;
 };

@@ -4,13 +4,13 @@
 #include "base/checks.h"
 #include "base/dispatch.h"
 #include "base/image_view.h"
+#include "base/repeat.h"
 #include "base/rows.h"
 #include "base/values.h"
 #include "pixel/threshold_kernels.h"
 
 #include <algorithm>
 #include <limits>
-#include <numeric>
 #include <type_traits>
 #include <vector>
 
@@ -34,17 +34,11 @@ std::vector<T> valuesOf(const QVariant* variants, int channels)
     return values;
 }
 
-/// The values of the channels in the order of the samples of a row, repeated until whole vectors of a kernel
-/// fit; a single channel needs no repetition.
+/// The values of the channels in the order of the samples of a row; a single one needs no repetition.
 template <class T>
 std::vector<T> alongRow(const std::vector<T>& channels)
 {
-    constexpr std::size_t vector = 64;
-    const std::size_t count = channels.size();
-    std::vector<T> samples(count == 1 || count > vector ? count : std::lcm(count, vector));
-    for (std::size_t i = 0; i < samples.size(); ++i)
-        samples[i] = channels[i % count];
-    return samples;
+    return channels.size() == 1 ? channels : repeated<T>(channels);
 }
 
 /// Thresholds in the source's type and results in the destination's, one per channel.

@@ -2,9 +2,9 @@
 // image.
 #pragma once
 
+#include "base/channels.h"
 #include "base/dispatch.h"
 #include "stats/select_kernels.h"
-#include "stats/selection.h"
 #include "stats/tally.h"
 
 #include <QList>
@@ -47,28 +47,9 @@ inline ChannelPlanes oneChannel(const SxImageBuf& src, int channel, int plane)
     return planes;
 }
 
-/// The samples of one channel of a row: the first one, and the distance from each to the next in samples.
-struct ChannelRow {
-    const std::uint8_t* first;
-    std::int64_t step;
-};
-
-template <class T>
-ChannelRow channelRow(const SxImageBuf& src, int channel, std::int64_t x, std::int64_t y) noexcept
-{
-    constexpr auto size = static_cast<std::int64_t>(sizeof(T));
-    if (isInterleaved(src))
-        return {rowOf(src, y) + (x * src.channels + channel) * size, src.channels};
-    return {planeRowOf(src, channel, y) + x * size, 1};
-}
-
-/// Brings samples that lie apart together.
-template <class T>
-void gatherSamples(const ChannelRow& row, std::int64_t count, std::uint8_t* out) noexcept
-{
-    for (std::int64_t i = 0; i < count; ++i)
-        storeSample<T>(out, i, loadSample<T>(row.first, i * row.step));
-}
+/// Longest run of samples that is counted at once, so that a buffer for it is small. Even, which keeps pairs
+/// of samples together.
+inline constexpr std::int64_t longestRun = 4096;
 
 /// Counts the samples of one plane run by run, with or without a mask.
 template <class T>
@@ -84,18 +65,20 @@ public:
     /// Room for a run of samples that the caller makes and then adds.
     std::uint8_t* buffer() noexcept { return m_buffer.data(); }
 
-    /// Counts a run, at most `longestRun`; `mask` is null where all are selected.
-    void add(ChannelRow row, std::int64_t count, const std::uint8_t* mask) noexcept
+    /// Counts a run of samples that lie `step` apart, at most `longestRun`; `mask` is null where all are
+    /// selected.
+    void add(const std::uint8_t* samples, std::int64_t step, std::int64_t count,
+             const std::uint8_t* mask) noexcept
     {
-        if (row.step != 1) {
-            gatherSamples<T>(row, count, m_buffer.data());
-            row.first = m_buffer.data();
+        if (step != 1) {
+            gather<T>(samples, step, count, m_buffer.data());
+            samples = m_buffer.data();
         }
         if (mask != nullptr) {
-            count = m_select(row.first, mask, count, m_buffer.data());
-            row.first = m_buffer.data();
+            count = m_select(samples, mask, count, m_buffer.data());
+            samples = m_buffer.data();
         }
-        m_tally.add(row.first, count);
+        m_tally.add(samples, count);
         m_selected += count;
     }
 
@@ -119,45 +102,20 @@ std::int64_t countChannel(const SxImageBuf& src, int channel, const Selection& s
                           const TallyTarget& target, int plane, TallyTables& tables) noexcept
 {
     MaskedTally<T> tally(target, plane, tables);
-    forEachRun(selection, [&](std::int64_t x, std::int64_t y, std::int64_t count, const std::uint8_t* mask) {
-        tally.add(channelRow<T>(src, channel, x, y), count, mask);
-    });
+    const ChannelSamples<const std::uint8_t> samples = channelAt(src, channel);
+    forEachRun<longestRun>(selection,
+                           [&](std::int64_t x, std::int64_t y, std::int64_t count, const std::uint8_t* mask) {
+                               tally.add(samples.at<T>(x, y), samples.step, count, mask);
+                           });
     return tally.finish();
 }
 
-/// Size of the pieces in which a rectangle is counted.
-struct Pieces {
-    std::int64_t width;
-    std::int64_t height;
-};
-
-/// The counters of deep samples do not fit the first-level cache, but the levels of a small piece of a scene
-/// are close together.
+/// The rows of a selected rectangle, all channels of interleaved pixels together.
 template <class T>
-Pieces piecesOf(const SxImageBuf& src, const Selection& selection, const TallyTarget& target) noexcept
+SampleRows rowsOf(const SxImageBuf& src, const Selection& selection) noexcept
 {
-    if (sizeof(T) == 2 && isMono(src) && target.limit > 8192)
-        return {256, 64};
-    return {selection.width, selection.height};
-}
-
-/// The interleaved channels of a rectangle that is not empty, all in one go.
-template <class T>
-void countRows(const SxImageBuf& src, const Selection& selection, const TallyTarget& target,
-               const ChannelPlanes& planes, TallyTables& tables) noexcept
-{
-    Tally<T> tally(target, planes, tables);
-    const Pieces piece = piecesOf<T>(src, selection, target);
-    for (std::int64_t top = 0; top < selection.height; top += piece.height) {
-        const std::int64_t bottom = std::min(top + piece.height, selection.height);
-        for (std::int64_t left = 0; left < selection.width; left += piece.width) {
-            const std::int64_t width = std::min(piece.width, selection.width - left);
-            for (std::int64_t j = top; j < bottom; ++j)
-                tally.add(channelRow<T>(src, 0, selection.left + left, selection.top + j).first,
-                          width * src.channels);
-        }
-    }
-    tally.finish();
+    return {channelAt(src, 0).template at<T>(selection.left, selection.top), src.stride,
+            selection.width * src.channels, selection.height};
 }
 
 /// Tables that serve every way of counting the channels of an image.
@@ -172,7 +130,7 @@ std::int64_t countSelected(const SxImageBuf& src, const Selection& selection, co
         return 0;
     const auto counted = std::count_if(planes.begin(), planes.end(), [](int plane) { return plane >= 0; });
     if (!selection.isMasked() && (isMono(src) || (isInterleaved(src) && counted > 1))) {
-        countRows<T>(src, selection, target, planes, tables);
+        countRows<T>(rowsOf<T>(src, selection), target, planes, tables);
         return selection.pixels();
     }
     std::int64_t selected = 0;
@@ -219,7 +177,7 @@ std::int64_t countPoints(const SxImageBuf& src, const QPoint& origin, const QLis
             continue;
         for (std::size_t c = 0; c < planes.size(); ++c)
             countSample(target, planes[c],
-                        loadSample<T>(channelRow<T>(src, static_cast<int>(c), x, y).first, 0));
+                        loadSample<T>(channelAt(src, static_cast<int>(c)).template at<T>(x, y), 0));
         ++selected;
     }
     return selected;

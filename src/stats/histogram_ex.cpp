@@ -65,7 +65,7 @@ void countImage(const SxImageBuf& src, CxImageHistogram& hist)
     if (isBayerMosaic(src))
         countMosaic<Unsigned>(src, target, tables);
     else
-        countRows<Unsigned>(src, whole, target, planes, tables);
+        countRows<Unsigned>(rowsOf<Unsigned>(src, whole), target, planes, tables);
 }
 
 }  // namespace

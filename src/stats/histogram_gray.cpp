@@ -19,9 +19,9 @@ struct ChannelRows {
     ChannelRows(const SxImageBuf& src, const int (&channels)[Count], std::int64_t x, std::int64_t y) noexcept
     {
         for (std::size_t i = 0; i < Count; ++i) {
-            const ChannelRow row = channelRow<T>(src, channels[i], x, y);
-            rows[i] = row.first;
-            step = row.step;
+            const ChannelSamples<const std::uint8_t> samples = channelAt(src, channels[i]);
+            rows[i] = samples.template at<T>(x, y);
+            step = samples.step;
         }
     }
 };
@@ -41,11 +41,12 @@ void countGray(const SxImageBuf& src, const int (&channels)[3], const Selection&
 {
     const auto mean = grayKernels().of<T>().meanOfThree;
     MaskedTally<T> tally(target, plane, tables);
-    forEachRun(selection, [&](std::int64_t x, std::int64_t y, std::int64_t count, const std::uint8_t* mask) {
-        const ChannelRows<T, 3> colours(src, channels, x, y);
-        mean(colours.rows, colours.step, count, tally.buffer());
-        tally.add({tally.buffer(), 1}, count, mask);
-    });
+    forEachRun<longestRun>(selection,
+                           [&](std::int64_t x, std::int64_t y, std::int64_t count, const std::uint8_t* mask) {
+                               const ChannelRows<T, 3> colours(src, channels, x, y);
+                               mean(colours.rows, colours.step, count, tally.buffer());
+                               tally.add(tally.buffer(), 1, count, mask);
+                           });
     tally.finish();
 }
 
@@ -100,12 +101,13 @@ void countWithColourMasks(const SxImageBuf& src, const SxImageBuf& mask, CxImage
     const auto mean = grayKernels().of<T>().meanOfSelected;
     MaskedTally<T> tally(target, 0, tables);
     std::array<std::uint8_t, longestRun> any;
-    forEachRun(whole, [&](std::int64_t x, std::int64_t y, std::int64_t count, const std::uint8_t*) {
-        const ChannelRows<T, 3> samples(src, colours, x, y);
-        const ChannelRows<std::uint8_t, 3> masks(mask, colours, x, y);
-        mean(samples.rows, samples.step, masks.rows, count, tally.buffer(), any.data());
-        tally.add({tally.buffer(), 1}, count, any.data());
-    });
+    forEachRun<longestRun>(
+        whole, [&](std::int64_t x, std::int64_t y, std::int64_t count, const std::uint8_t*) {
+            const ChannelRows<T, 3> samples(src, colours, x, y);
+            const ChannelRows<std::uint8_t, 3> masks(mask, colours, x, y);
+            mean(samples.rows, samples.step, masks.rows, count, tally.buffer(), any.data());
+            tally.add(tally.buffer(), 1, count, any.data());
+        });
     tally.finish();
 }
 
@@ -118,23 +120,23 @@ ResultCode countRawPlanar(const SxImageBuf& src, const SxImageBuf* mask, CxImage
                 {ResultBadArg2, isColourHistogramOf(hist, src)},
             }))
             return rc;
-        return dispatch(BinNumbers{}, src.dataType, {{ResultBadArg1, rowsFit(src)}},
-                        [&]<class T>(std::type_identity<T>) {
-                            const TallyTarget target(hist);
-                            const Selection selection(wholeOf(src), mask);
-                            const ChannelPlanes planes{1, 2, 3, 2};
-                            TallyTables tables(selection.pixels(), tablesForChannels);
-                            const auto mean = grayKernels().of<T>().meanOfFour;
-                            MaskedTally<T> tally(target, 0, tables);
-                            forEachRun(selection, [&](std::int64_t x, std::int64_t y, std::int64_t count,
+        return dispatch(
+            BinNumbers{}, src.dataType, {{ResultBadArg1, rowsFit(src)}}, [&]<class T>(std::type_identity<T>) {
+                const TallyTarget target(hist);
+                const Selection selection(wholeOf(src), mask);
+                const ChannelPlanes planes{1, 2, 3, 2};
+                TallyTables tables(selection.pixels(), tablesForChannels);
+                const auto mean = grayKernels().of<T>().meanOfFour;
+                MaskedTally<T> tally(target, 0, tables);
+                forEachRun<longestRun>(selection, [&](std::int64_t x, std::int64_t y, std::int64_t count,
                                                       const std::uint8_t* selected) {
-                                const ChannelRows<T, 4> cell(src, {0, 1, 2, 3}, x, y);
-                                mean(cell.rows, count, tally.buffer());
-                                tally.add({tally.buffer(), 1}, count, selected);
-                            });
-                            tally.finish();
-                            countSelected<T>(src, selection, target, planes, tables);
-                        });
+                    const ChannelRows<T, 4> cell(src, {0, 1, 2, 3}, x, y);
+                    mean(cell.rows, count, tally.buffer());
+                    tally.add(tally.buffer(), 1, count, selected);
+                });
+                tally.finish();
+                countSelected<T>(src, selection, target, planes, tables);
+            });
     });
 }
 

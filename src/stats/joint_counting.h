@@ -73,22 +73,22 @@ private:
 
 /// The pairs to count: a channel of each image over the same pixels.
 struct ChannelPair {
-    const SxImageBuf& first;  ///< selects the column
-    int firstChannel;
-    const SxImageBuf& second;  ///< selects the row
-    int secondChannel;
+    ChannelSamples<const std::uint8_t> first;   ///< select the columns
+    ChannelSamples<const std::uint8_t> second;  ///< select the rows
     Selection selection;
     const SxImageBuf* sampleMask = nullptr;  ///< has a byte per sample of the images, not one per pixel
+    int maskChannel = 0;                     ///< whose bytes of that count
 };
 
-/// The mask bytes of one channel of a run of pixels, where the mask is laid out sample by sample like the
+/// The mask bytes of the channel for a run of pixels, where the mask is laid out sample by sample like the
 /// images. A byte past the end of the mask's memory counts as 0.
-inline void gatherSampleMask(const SxImageBuf& mask, int channels, int channel, std::int64_t x,
-                             std::int64_t y, std::int64_t count, std::uint8_t* out) noexcept
+inline void gatherSampleMask(const ChannelPair& pair, std::int64_t x, std::int64_t y, std::int64_t count,
+                             std::uint8_t* out) noexcept
 {
+    const SxImageBuf& mask = *pair.sampleMask;
     const std::size_t memory = imageByteSize(mask);
     for (std::int64_t i = 0; i < count; ++i) {
-        const std::int64_t offset = y * mask.stride + (x + i) * channels + channel;
+        const std::int64_t offset = y * mask.stride + (x + i) * pair.first.step + pair.maskChannel;
         out[i] = static_cast<std::size_t>(offset) < memory ? mask.data[offset] : std::uint8_t{0};
     }
 }
@@ -101,31 +101,29 @@ void forEachPairRun(const ChannelPair& pair, const Visit& visit)
     Buffer firsts, seconds;
     std::array<std::uint8_t, longestRun> sampleMask;
     const SelectRun select = selectKernels().of<T>();
-    const auto together = [](const ChannelRow& row, std::int64_t count, Buffer& buffer) {
-        if (row.step == 1)
-            return row.first;
-        gatherSamples<T>(row, count, buffer.data());
+    const auto together = [](const std::uint8_t* samples, std::int64_t step, std::int64_t count,
+                             Buffer& buffer) {
+        if (step == 1)
+            return samples;
+        gather<T>(samples, step, count, buffer.data());
         return static_cast<const std::uint8_t*>(buffer.data());
     };
-    forEachRun(pair.selection,
-               [&](std::int64_t x, std::int64_t y, std::int64_t count, const std::uint8_t* mask) {
-                   const std::uint8_t* first =
-                       together(channelRow<T>(pair.first, pair.firstChannel, x, y), count, firsts);
-                   const std::uint8_t* second =
-                       together(channelRow<T>(pair.second, pair.secondChannel, x, y), count, seconds);
-                   if (pair.sampleMask != nullptr) {
-                       gatherSampleMask(*pair.sampleMask, pair.first.channels, pair.firstChannel, x, y, count,
-                                        sampleMask.data());
-                       mask = sampleMask.data();
-                   }
-                   if (mask != nullptr) {
-                       select(first, mask, count, firsts.data());
-                       count = select(second, mask, count, seconds.data());
-                       first = firsts.data();
-                       second = seconds.data();
-                   }
-                   visit(first, second, count);
-               });
+    forEachRun<longestRun>(
+        pair.selection, [&](std::int64_t x, std::int64_t y, std::int64_t count, const std::uint8_t* mask) {
+            const std::uint8_t* first = together(pair.first.at<T>(x, y), pair.first.step, count, firsts);
+            const std::uint8_t* second = together(pair.second.at<T>(x, y), pair.second.step, count, seconds);
+            if (pair.sampleMask != nullptr) {
+                gatherSampleMask(pair, x, y, count, sampleMask.data());
+                mask = sampleMask.data();
+            }
+            if (mask != nullptr) {
+                select(first, mask, count, firsts.data());
+                count = select(second, mask, count, seconds.data());
+                first = firsts.data();
+                second = seconds.data();
+            }
+            visit(first, second, count);
+        });
 }
 
 /// Makes 16-bit units of pairs of bytes. On its own, where the compiler sees that no store can change a

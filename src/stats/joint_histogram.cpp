@@ -67,7 +67,8 @@ ResultCode countAllChannels(const SxImageBuf& src1, const SxImageBuf& src2, cons
         const Selection selection(wholeOf(src1), bySample ? nullptr : mask);
         PairCounter<T> counter(selection.pixels());
         for (int c = 0; c < src1.channels; ++c) {
-            const ChannelPair pair{src1, c, src2, c, selection, bySample ? mask : nullptr};
+            const ChannelPair pair{channelAt(src1, c), channelAt(src2, c), selection,
+                                   bySample ? mask : nullptr, c};
             counter.count(pair, planeOf(hist, c));
         }
     };
@@ -85,8 +86,7 @@ ResultCode countChannels(const SxImageBuf& src1, int ch1, const SxImageBuf& src2
 {
     const auto count = [&]<class T>(std::type_identity<T>) {
         PairCounter<T> counter(selection.pixels());
-        const ChannelPair pair{src1, ChannelIndexLogicalToPhysical(ch1, src1), src2,
-                               ChannelIndexLogicalToPhysical(ch2, src2), selection};
+        const ChannelPair pair{channelOf(src1, ch1), channelOf(src2, ch2), selection};
         counter.count(pair, planeOf(hist, 0));
     };
     return dispatch(UnsignedBinNumbers{}, src1.dataType,

@@ -104,6 +104,19 @@ private:
     ByteTally m_bytes;
 };
 
+/// Rows of samples, `stride` bytes apart.
+struct SampleRows {
+    const std::uint8_t* first;
+    std::int64_t stride;
+    std::int64_t samples;  ///< of each row
+    std::int64_t rows;
+};
+
+/// Counts rows of samples, whose planes repeat along each row as in a tally; rows hold whole patterns.
+template <class T>
+void countRows(const SampleRows& rows, const TallyTarget& target, std::span<const int> planes,
+               TallyTables& tables) noexcept;
+
 extern template class Tally<std::uint8_t>;
 extern template class Tally<std::uint16_t>;
 extern template class Tally<std::uint32_t>;

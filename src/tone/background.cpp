@@ -31,14 +31,23 @@ public:
         // Trying every level takes as long as ten samples in whole numbers save.
         const bool whole = single && static_cast<double>(samples) >= 16 * correction.top &&
                            all([&](double gain) { return wholesServe(m_correction, gain); });
-        for (int i = 0; i < correctionPeriod; ++i) {
-            const int channel = i % channels;
+        constexpr int mostChannels = 4;
+        double gain[mostChannels];
+        float scale[mostChannels];
+        std::uint32_t factor[mostChannels];
+        std::uint8_t marks[mostChannels];
+        for (int c = 0; c < channels; ++c) {
             // Samples that stay may be computed with anything.
-            m_gain[i] = gains[channel < treated ? channel : 0];
-            m_scale[i] = single ? static_cast<float>(correction.ratio * m_gain[i]) : 0;
-            m_factor[i] = whole ? static_cast<std::uint32_t>(m_gain[i] * m_correction.divisor) : 0;
-            m_treated[i] = channel < treated ? 255 : 0;
+            gain[c] = gains[c < treated ? c : 0];
+            scale[c] = single ? static_cast<float>(correction.ratio * gain[c]) : 0;
+            factor[c] = whole ? static_cast<std::uint32_t>(gain[c] * m_correction.divisor) : 0;
+            marks[c] = c < treated ? 255 : 0;
         }
+        const auto pixel = static_cast<std::size_t>(channels);
+        fillRepeating<double>(m_gain, {gain, pixel});
+        fillRepeating<float>(m_scale, {scale, pixel});
+        fillRepeating<std::uint32_t>(m_factor, {factor, pixel});
+        fillRepeating<std::uint8_t>(m_treated, {marks, pixel});
         m_correction.gain = m_gain;
         m_correction.scale = single ? m_scale : nullptr;
         m_correction.factor = whole ? m_factor : nullptr;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "base/kernel_tables.h"
+#include "base/repeat.h"
 
 #include <cmath>
 #include <cstdint>
@@ -9,8 +10,9 @@
 
 namespace ko {
 
-/// Samples of a row after which the gains repeat: whole pixels of any colour, whole vectors of any length.
-inline constexpr int correctionPeriod = 768;
+/// Samples of a row after which the gains repeat: whole pixels of one, three or four channels, and long
+/// enough for a block.
+inline constexpr int correctionPeriod = 4 * static_cast<int>(repeatPeriod(3));
 
 /// What becomes of sample i over the background sample b: trunc(min(top, (sample / b) * ratio * gain[i %
 /// correctionPeriod])) in its low bits, a product that is NaN counting as the top.

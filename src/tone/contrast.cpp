@@ -18,7 +18,7 @@ void stretchChannel(const SxImageBuf& src, int srcChannel, SxImageBuf& dst, int 
         high = static_cast<std::uint8_t>(high);
     }
     const LevelMap<T> map(Spreading::Stretch, bandOf(src, low, high));
-    mapChannel<T>(channelOf(src, srcChannel), channelOf(dst, dstChannel), {src.width, src.height, mask}, map);
+    mapChannel<T>(channelOf(src, srcChannel), channelOf(dst, dstChannel), Selection(wholeOf(src), mask), map);
 }
 
 /// The mean of the greens of a raw image, stretched unless the band is the whole range.
@@ -31,7 +31,7 @@ void stretchGreen(const SxImageBuf& src, SxImageBuf& dst, int dstChannel, const 
     const bool identity = isIdentity(src, low, high);
     const auto first = channelOf(src, 1), second = channelOf(src, 3);
     fillChannel<T>(
-        channelOf(dst, dstChannel), {src.width, src.height, mask},
+        channelOf(dst, dstChannel), Selection(wholeOf(src), mask),
         [&](std::int64_t x, std::int64_t y, std::int64_t count, std::uint8_t* out) {
             const std::uint8_t *const a = first.template at<T>(x, y), *const b = second.template at<T>(x, y);
             if (identity)

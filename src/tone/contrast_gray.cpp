@@ -16,7 +16,6 @@ void compressColours(const SxImageBuf& src, SxImageBuf& dst, const SxImageBuf* m
     const ContrastRows<T>& rows = contrastKernels().of<T>();
     const ContrastBand band = bandOf(src, low, high);
     const LevelMap<T> map(Spreading::Compress, band);
-    const SelectedPixels pixels{src.width, src.height, mask};
     SampleBlock<T> sampleBlocks[3], resultBlocks[3];
     const std::uint8_t* samples[3];
     std::uint8_t* results[3];
@@ -26,18 +25,20 @@ void compressColours(const SxImageBuf& src, SxImageBuf& dst, const SxImageBuf* m
     }
     const ChannelSamples<std::uint8_t> channels[3]{channelOf(dst, 0), channelOf(dst, 1), channelOf(dst, 2)};
     const bool wholePixels = isInterleaved(dst) && dst.channels == 3 && mask == nullptr;
-    forEachBlock(pixels, [&](std::int64_t x, std::int64_t y, std::int64_t count) {
-        load(x, y, count, sampleBlocks);
-        for (int c = 0; c < 3; ++c)
-            map(samples[c], results[c], count);
-        rows.clearOutside(samples, results, count, band);
-        if (wholePixels)
-            return rows.merge(results, count, channels[0].at<T>(x, y));
-        for (int c = 0; c < 3; ++c) {
-            if (channels[c].first != nullptr)
-                scatter<T>(results[c], channels[c].at<T>(x, y), channels[c].step, count, pixels.maskAt(x, y));
-        }
-    });
+    const Selection selection(wholeOf(src), mask);
+    forEachRun<samplesPerBlock>(
+        selection, [&](std::int64_t x, std::int64_t y, std::int64_t count, const std::uint8_t* selected) {
+            load(x, y, count, sampleBlocks);
+            for (int c = 0; c < 3; ++c)
+                map(samples[c], results[c], count);
+            rows.clearOutside(samples, results, count, band);
+            if (wholePixels)
+                return rows.merge(results, count, channels[0].at<T>(x, y));
+            for (int c = 0; c < 3; ++c) {
+                if (channels[c].first != nullptr)
+                    scatter<T>(results[c], channels[c].at<T>(x, y), channels[c].step, count, selected);
+            }
+        });
 }
 
 /// One channel alone, three together, two not at all.
@@ -46,7 +47,7 @@ void compress(const SxImageBuf& src, SxImageBuf& dst, const SxImageBuf* mask, in
 {
     if (src.channels == 1) {
         const LevelMap<T> map(Spreading::Compress, bandOf(src, low, high));
-        mapChannel<T>(channelOf(src, 0), channelOf(dst, 0), {src.width, src.height, mask}, map);
+        mapChannel<T>(channelOf(src, 0), channelOf(dst, 0), Selection(wholeOf(src), mask), map);
     }
     if (src.channels < 3)
         return;

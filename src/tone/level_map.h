@@ -1,9 +1,9 @@
 // From a band of levels to what becomes of every sample.
 #pragma once
 
-#include "tone/channel_blocks.h"
 #include "tone/contrast_kernels.h"
 #include "tone/contrast_levels.h"
+#include "tone/fill_channel.h"
 #include "tone/level_quotient.h"
 #include "tone/lookup_kernels.h"
 
@@ -82,18 +82,19 @@ private:
 /// Maps a channel into one of another image or of the same.
 template <class T>
 void mapChannel(const ChannelSamples<const std::uint8_t>& src, const ChannelSamples<std::uint8_t>& dst,
-                const SelectedPixels& pixels, const LevelMap<T>& map)
+                const Selection& selection, const LevelMap<T>& map)
 {
     if (src.first == nullptr)
         return;
-    fillChannel<T>(dst, pixels, [&](std::int64_t x, std::int64_t y, std::int64_t count, std::uint8_t* out) {
-        if (src.step == 1) {
-            map(src.at<T>(x, y), out, count);
-            return;
-        }
-        gather<T>(src.at<T>(x, y), src.step, count, out);
-        map(out, out, count);
-    });
+    fillChannel<T>(dst, selection,
+                   [&](std::int64_t x, std::int64_t y, std::int64_t count, std::uint8_t* out) {
+                       if (src.step == 1) {
+                           map(src.at<T>(x, y), out, count);
+                           return;
+                       }
+                       gather<T>(src.at<T>(x, y), src.step, count, out);
+                       map(out, out, count);
+                   });
 }
 
 }  // namespace ko

@@ -1,4 +1,5 @@
-// Which pixels of an image an operation visits.
+// Access to the channels of images: where the samples of one lie, which pixels an operation visits, and
+// samples that lie apart brought together for row functions.
 #pragma once
 
 #include "base/checks.h"
@@ -6,9 +7,68 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstdint>
 
 namespace ko {
+
+/// Where the samples of one channel lie; `first` is null where the image has no such channel.
+template <class Byte>
+struct ChannelSamples {
+    Byte* first = nullptr;
+    std::int64_t step = 0;    ///< samples from pixel to pixel
+    std::int64_t stride = 0;  ///< bytes from row to row
+
+    template <class T>
+    Byte* at(std::int64_t x, std::int64_t y) const noexcept
+    {
+        return first + y * stride + x * step * static_cast<std::int64_t>(sizeof(T));
+    }
+};
+
+/// The channel at a place in memory: a number of the samples of a pixel, or of the planes.
+template <class Image>
+ChannelSamples<ByteOf<Image>> channelAt(Image& image, int physical) noexcept
+{
+    if (!hasChannel(image, physical))
+        return {};
+    if (isInterleaved(image)) {
+        return {image.data + std::int64_t{physical} * bytesPerSample(image.dataType), image.channels,
+                image.stride};
+    }
+    return {planeRowOf(image, physical, 0), 1, image.stride};
+}
+
+/// The channel with a logical number, which is how callers name one.
+template <class Image>
+ChannelSamples<ByteOf<Image>> channelOf(Image& image, int channel) noexcept
+{
+    return channelAt(image, ChannelIndexLogicalToPhysical(channel, image));
+}
+
+/// Brings samples that lie `step` apart together.
+template <class T>
+void gather(const std::uint8_t* src, std::int64_t step, std::int64_t count, std::uint8_t* out) noexcept
+{
+    for (std::int64_t i = 0; i < count; ++i)
+        storeSample<T>(out, i, loadSample<T>(src, i * step));
+}
+
+/// Puts samples `step` apart, those that the mask (null: all) selects.
+template <class T>
+void scatter(const std::uint8_t* samples, std::uint8_t* dst, std::int64_t step, std::int64_t count,
+             const std::uint8_t* mask) noexcept
+{
+    if (mask == nullptr) {
+        for (std::int64_t i = 0; i < count; ++i)
+            storeSample<T>(dst, i * step, loadSample<T>(samples, i));
+        return;
+    }
+    for (std::int64_t i = 0; i < count; ++i) {
+        const T kept = loadSample<T>(dst, i * step), sample = loadSample<T>(samples, i);
+        storeSample<T>(dst, i * step, mask[i] != 0 ? sample : kept);
+    }
+}
 
 /// Mask bytes of a run of pixels.
 struct MaskRun {
@@ -86,35 +146,31 @@ private:
     }
 };
 
-/// Longest run that `forEachRun` hands out, so that its users can buffer one. Even, which keeps pairs of
-/// samples together.
-inline constexpr std::int64_t longestRun = 4096;
-
-/// Calls `visit(x, y, count, mask)` for runs of pixels that together cover the selection; `mask` has a byte
-/// per pixel, or is null where all pixels are selected.
-template <class Visit>
+/// Calls `visit(x, y, count, mask)` for runs of at most `Longest` pixels that together cover the selection;
+/// `mask` has a byte per pixel, or is null where all pixels are selected.
+template <std::int64_t Longest, class Visit>
 void forEachRun(const Selection& selection, const Visit& visit)
 {
-    std::array<std::uint8_t, longestRun> both;
+    std::array<std::uint8_t, Longest> both;
     for (std::int64_t j = 0; j < selection.height; ++j) {
         const std::int64_t y = selection.top + j;
-        for (std::int64_t i = 0; i < selection.width; i += longestRun) {
-            const std::int64_t x = selection.left + i;
-            MaskRun run{nullptr, std::min(longestRun, selection.width - i)};
-            if (selection.mask != nullptr)
-                run = maskRun(*selection.mask, x, y, run.count);
-            if (selection.stencil != nullptr) {
-                const std::uint8_t* const outer = run.bytes;
-                run = maskRun(*selection.stencil, i, j, run.count);
-                if (outer != nullptr) {
-                    for (std::int64_t k = 0; k < run.count; ++k)
-                        both[static_cast<std::size_t>(k)] = outer[k] != 0 ? run.bytes[k] : std::uint8_t{0};
-                    run.bytes = both.data();
-                }
+        MaskRun row{nullptr, selection.width};
+        if (selection.mask != nullptr)
+            row = maskRun(*selection.mask, selection.left, y, row.count);
+        const std::uint8_t* outer = nullptr;
+        if (selection.stencil != nullptr) {
+            outer = row.bytes;
+            row = maskRun(*selection.stencil, 0, j, row.count);
+        }
+        for (std::int64_t i = 0; i < row.count; i += Longest) {
+            const std::int64_t count = std::min(Longest, row.count - i);
+            const std::uint8_t* bytes = row.bytes != nullptr ? row.bytes + i : nullptr;
+            if (outer != nullptr) {
+                for (std::int64_t k = 0; k < count; ++k)
+                    both[static_cast<std::size_t>(k)] = outer[i + k] != 0 ? bytes[k] : std::uint8_t{0};
+                bytes = both.data();
             }
-            if (run.count <= 0)
-                break;
-            visit(x, y, run.count, run.bytes);
+            visit(selection.left + i, y, count, bytes);
         }
     }
 }
