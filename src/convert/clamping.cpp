@@ -1,5 +1,4 @@
 #include <ko/convert.h>
-#include <ko/stats/extremes.h>
 
 #include "base/boundary.h"
 #include "base/checks.h"
@@ -100,14 +99,12 @@ template <class Src, class Dst>
 ResultCode convertMeasured(const SxImageBuf& src, SxImageBuf& dst, NormalizationType normalization, Src* min,
                            Src* max, bool zeroBased)
 {
-    Ranges<double> ranges;
     const bool mosaic = isMosaic(src);
-    const bool measured =
-        measure(ranges, mosaic ? cellPositions : src.channels, [&](QVariant* low, QVariant* high) {
-            return mosaic ? MinMaxMosaic(src, 2, 2, low, high, nullptr, nullptr) : MinMax(src, low, high);
-        });
+    if (mosaic ? !isCellSide(2, src.width) || !isCellSide(2, src.height) : !hasPlainChannels(src))
+        return ResultFailed;
+    Ranges<double> ranges(mosaic ? mosaicExtremes<Src>(src, 2, 2) : channelExtremes<Src>(src, nullptr));
     const bool single = isMono(src) && !mosaic;
-    if (!measured || (!single && !ranges.normalize(normalization)))
+    if (!single && !ranges.normalize(normalization))
         return ResultFailed;
     if (zeroBased)
         std::fill(ranges.low.begin(), ranges.low.end(), 0.0);

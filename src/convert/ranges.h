@@ -3,10 +3,7 @@
 
 #include <ko/convert.h>
 
-#include "base/checks.h"
-#include "base/values.h"
-
-#include <QVariant>
+#include "stats/extremes.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -15,8 +12,6 @@
 #include <vector>
 
 namespace ko {
-
-inline constexpr int cellPositions = 4;
 
 /// A kind of normalisation that exists.
 inline bool isNormalization(NormalizationType normalization) noexcept
@@ -28,6 +23,13 @@ template <class T>
 struct Ranges {
     std::vector<T> low;
     std::vector<T> high;
+
+    Ranges() = default;
+    template <class Sample>
+    explicit Ranges(const Extremes<Sample>& extremes)
+        : low(extremes.low.begin(), extremes.low.end()), high(extremes.high.begin(), extremes.high.end())
+    {
+    }
 
     std::size_t count() const noexcept { return low.size(); }
 
@@ -59,22 +61,5 @@ struct Ranges {
             std::transform(high.begin(), high.end(), max, [](T value) { return static_cast<Out>(value); });
     }
 };
-
-/// Takes `count` ranges from `extremes(min, max)`, one of the operations that find them; none where it fails.
-/// There is room for the positions of a mosaic, whatever the count.
-template <class T, class Extremes>
-bool measure(Ranges<T>& ranges, int count, const Extremes& extremes)
-{
-    const auto room = static_cast<std::size_t>(std::max(count, cellPositions));
-    std::vector<QVariant> min(room), max(room);
-    if (isFailure(extremes(min.data(), max.data())))
-        return false;
-    const int results = std::max(count, 0);
-    ranges.low.resize(static_cast<std::size_t>(results));
-    ranges.high.resize(static_cast<std::size_t>(results));
-    std::transform(min.begin(), min.begin() + results, ranges.low.begin(), &plainValue<T>);
-    std::transform(max.begin(), max.begin() + results, ranges.high.begin(), &plainValue<T>);
-    return true;
-}
 
 }  // namespace ko

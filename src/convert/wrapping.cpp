@@ -1,5 +1,4 @@
 #include <ko/convert.h>
-#include <ko/stats/extremes.h>
 
 #include "base/boundary.h"
 #include "base/checks.h"
@@ -25,23 +24,27 @@ bool maskRowsFit(const SxImageBuf& mask)
     return !isMask(mask) || rowsFit(mask);
 }
 
-/// One range per channel; a mono image has one whether it is a mosaic or not.
+bool isMeasurable(const SxImageInfo& src, const SxImageBuf* mask)
+{
+    if (mask != nullptr)
+        return isMaskOf(*mask, src) && hasKnownPacking(src);
+    return isMosaic(src) || hasPlainChannels(src);
+}
+
+/// One range per channel; a mono image has one whether it is a mosaic or not. False where there is none.
 template <class T>
 bool measureChannels(Ranges<T>& ranges, const SxImageBuf& src, const SxImageBuf* mask)
 {
-    if (mask != nullptr) {
-        return measure(ranges, src.channels,
-                       [&](QVariant* min, QVariant* max) { return MinMaxMasked(src, *mask, min, max); });
-    }
-    const bool mosaic = isMosaic(src);
-    if (!measure(ranges, mosaic ? cellPositions : src.channels,
-                 [&](QVariant* min, QVariant* max) { return MinMax(src, min, max); }))
+    if (!isMeasurable(src, mask))
         return false;
-    if (mosaic) {
-        ranges.join();
-        ranges.low.resize(1);
-        ranges.high.resize(1);
+    if (mask != nullptr || !isMosaic(src)) {
+        ranges = Ranges<T>(channelExtremes<T>(src, mask));
+        return true;
     }
+    ranges = Ranges<T>(mosaicExtremes<T>(src, 2, 2));
+    ranges.join();
+    ranges.low.resize(1);
+    ranges.high.resize(1);
     return true;
 }
 

@@ -4,12 +4,12 @@
 #include "base/checks.h"
 #include "base/dispatch.h"
 #include "base/image_view.h"
+#include "stats/extremes.h"
 #include "stats/extremes_kernels.h"
 
 #include <algorithm>
 #include <cmath>
 #include <functional>
-#include <limits>
 #include <vector>
 
 namespace ko {
@@ -47,21 +47,6 @@ Position firstOf(const RowSet& set, std::int64_t cell, T value)
     }
     return {};
 }
-
-/// Minimum and maximum of every cell; what an empty cell keeps are the starting values.
-template <class T>
-struct Extremes {
-    static constexpr T startLow = std::numeric_limits<T>::max();
-    static constexpr T startHigh = std::numeric_limits<T>::lowest();
-
-    std::vector<T> low;
-    std::vector<T> high;
-
-    explicit Extremes(std::int64_t cells)
-        : low(static_cast<std::size_t>(cells), startLow), high(static_cast<std::size_t>(cells), startHigh)
-    {
-    }
-};
 
 /// The extreme among the lanes of a cell. Zeros of both signs are equal, so where lanes hold both, the first
 /// zero of the image decides.
@@ -144,16 +129,6 @@ RowSet mosaicRows(const SxImageBuf& src, int cellWidth, int cellHeight, int cell
             src.width, cellWidth};
 }
 
-/// The size need not be a multiple of the cell's.
-template <class T>
-Extremes<T> mosaicExtremes(const SxImageBuf& src, int cellWidth, int cellHeight)
-{
-    Extremes<T> extremes(std::int64_t{cellWidth} * cellHeight);
-    for (int row = 0; row < cellHeight; ++row)
-        takeRows(mosaicRows(src, cellWidth, cellHeight, row), extremes, std::int64_t{row} * cellWidth);
-    return extremes;
-}
-
 /// Where each cell's extreme comes first; (0, 0) where no sample beat the starting value.
 template <class T>
 std::vector<QPoint> positions(const SxImageBuf& src, int cellWidth, int cellHeight,
@@ -171,7 +146,14 @@ std::vector<QPoint> positions(const SxImageBuf& src, int cellWidth, int cellHeig
     return points;
 }
 
-/// Per channel of an interleaved image or per plane of a planar one, `mask` null for all pixels.
+/// Presence for all three operations: the one type code that they refuse counts as an invalid image.
+bool isUsable(const SxImageBuf& src)
+{
+    return isPresent(src) && src.dataType != Sample128;
+}
+
+}  // namespace
+
 template <class T>
 Extremes<T> channelExtremes(const SxImageBuf& src, const SxImageBuf* mask)
 {
@@ -195,19 +177,21 @@ Extremes<T> channelExtremes(const SxImageBuf& src, const SxImageBuf* mask)
     return logical;
 }
 
-/// The image has a layout with an implementation for images without a mosaic.
-bool hasPlainLayout(const SxImageInfo& info)
+template <class T>
+Extremes<T> mosaicExtremes(const SxImageBuf& src, int cellWidth, int cellHeight)
 {
-    return (isInterleaved(info) && info.bayerGrid == BayerNone) || isPlanar(info);
+    Extremes<T> extremes(std::int64_t{cellWidth} * cellHeight);
+    for (int row = 0; row < cellHeight; ++row)
+        takeRows(mosaicRows(src, cellWidth, cellHeight, row), extremes, std::int64_t{row} * cellWidth);
+    return extremes;
 }
 
-/// Presence for all three operations: the one type code that they refuse counts as an invalid image.
-bool isUsable(const SxImageBuf& src)
-{
-    return isPresent(src) && src.dataType != Sample128;
-}
-
-}  // namespace
+template Extremes<std::int32_t> channelExtremes(const SxImageBuf&, const SxImageBuf*);
+template Extremes<float> channelExtremes(const SxImageBuf&, const SxImageBuf*);
+template Extremes<double> channelExtremes(const SxImageBuf&, const SxImageBuf*);
+template Extremes<std::int32_t> mosaicExtremes(const SxImageBuf&, int, int);
+template Extremes<float> mosaicExtremes(const SxImageBuf&, int, int);
+template Extremes<double> mosaicExtremes(const SxImageBuf&, int, int);
 
 ResultCode MinMax(const SxImageBuf& src, QVariant* min, QVariant* max)
 {
@@ -216,7 +200,7 @@ ResultCode MinMax(const SxImageBuf& src, QVariant* min, QVariant* max)
                 {ResultBadArg1, isUsable(src)},
                 {ResultBadArg2, min != nullptr},
                 {ResultBadArg3, max != nullptr},
-                {ResultUnsupportedType, isMosaic(src) || hasPlainLayout(src)},
+                {ResultUnsupportedType, isMosaic(src) || hasPlainChannels(src)},
             }))
             return rc;
         return dispatch(
@@ -253,8 +237,8 @@ ResultCode MinMaxMosaic(const SxImageBuf& src, int cellWidth, int cellHeight, QV
     return guarded([&] {
         if (const ResultCode rc = firstFailure({
                 {ResultBadArg1, isUsable(src) && isMono(src)},
-                {ResultBadArg2, cellWidth >= 1 && cellWidth <= src.width && src.width % cellWidth == 0},
-                {ResultBadArg3, cellHeight >= 1 && cellHeight <= src.height && src.height % cellHeight == 0},
+                {ResultBadArg2, isCellSide(cellWidth, src.width)},
+                {ResultBadArg3, isCellSide(cellHeight, src.height)},
                 {ResultBadArg2, min != nullptr},
                 {ResultBadArg3, max != nullptr},
             }))

@@ -1,14 +1,29 @@
 #include "tone/distribution.h"
 
-#include "base/checks.h"
+#include "stats/tally.h"
 
-#include <ko/stats/histogram.h>
-
+#include <array>
 #include <cstdint>
-#include <new>
 #include <numeric>
+#include <span>
 
 namespace ko {
+
+namespace {
+
+template <class T>
+void countInto(CxImageHistogram& hist, const SxImageBuf& image)
+{
+    std::array<int, 4> planes{-1, -1, -1, -1};
+    for (int channel = 0; channel < hist.planes; ++channel)
+        planes[static_cast<std::size_t>(ChannelIndexLogicalToPhysical(channel, image))] = channel;
+    const std::span<const int> pixel(planes.data(), static_cast<std::size_t>(image.channels));
+    const SampleRows rows{image.data, image.stride, std::int64_t{image.width} * image.channels, image.height};
+    TallyTables tables(rows.samples * rows.rows, Tally<T>::tablesFor(pixel.size()));
+    countRows<T>(rows, TallyTarget(hist), pixel, tables);
+}
+
+}  // namespace
 
 Distribution distributionOf(const CxImageHistogram& hist, int plane)
 {
@@ -23,18 +38,15 @@ Distribution distributionOf(const CxImageHistogram& hist, int plane)
     return sums;
 }
 
-Distribution distributionOf(const SxImageBuf& image, int channel)
+CxImageHistogram countLevels(const SxImageBuf& image, int channels)
 {
-    SxImageBuf counted = image;
-    counted.dataType = bytesPerSample(image.dataType) == 1 ? UInt8 : UInt16;
-    if (isMono(image))
-        counted.packing = Interleaved;
     CxImageHistogram hist;
-    hist.resize(1, 1 << image.bitsPerSample, 0);
-    // The image is countable, so this is a lack of memory.
-    if (isFailure(Histogram(counted, channel, hist, 0)))
-        throw std::bad_alloc();
-    return distributionOf(hist, 0);
+    hist.resize(channels, 1 << image.bitsPerSample, 0);
+    if (bytesPerSample(image.dataType) == 1)
+        countInto<std::uint8_t>(hist, image);
+    else
+        countInto<std::uint16_t>(hist, image);
+    return hist;
 }
 
 }  // namespace ko

@@ -15,9 +15,10 @@ using Distribution = std::vector<double>;
 /// Of a plane of a histogram, which the plane must be in.
 Distribution distributionOf(const CxImageHistogram& hist, int plane);
 
-/// Of a channel of an image of one or two bytes per sample and no more bits than these have, read without
-/// sign. Samples above the depth are not counted.
+/// Counts the first `channels` channels of a mono image or of interleaved pixels of up to four, in one pass
+/// and into a plane each. Samples of one or two bytes, of no more bits than these have, are read without
+/// sign; those above the depth are not counted.
 /// @throws std::bad_alloc
-Distribution distributionOf(const SxImageBuf& image, int channel);
+CxImageHistogram countLevels(const SxImageBuf& image, int channels);
 
 }  // namespace ko

@@ -105,16 +105,17 @@ void mapColours(const SxImageBuf& src, SxImageBuf& dst, const std::array<const T
     });
 }
 
-/// Maps every plane through the table that `tableOf(plane)` makes; an empty one ends it.
+/// Maps every plane through the table that `tableOf(plane, samples)` makes; an empty one ends it.
 template <class T, class TableOf>
 ResultCode mapPlanes(const SxImageBuf& src, SxImageBuf& dst, const TableOf& tableOf)
 {
     for (int plane = 0; plane < src.channels; ++plane) {
-        const LevelTable<T> table = tableOf(plane);
+        const SxImageBuf samples = planeView(src, plane);
+        const LevelTable<T> table = tableOf(plane, samples);
         if (table.empty())
             return ResultFailed;
         SxImageBuf mapped = planeView(dst, plane);
-        mapSamples<T>(planeView(src, plane), mapped, src.width, table);
+        mapSamples<T>(samples, mapped, src.width, table);
     }
     return ResultOk;
 }
@@ -122,14 +123,14 @@ ResultCode mapPlanes(const SxImageBuf& src, SxImageBuf& dst, const TableOf& tabl
 template <class T>
 ResultCode equalize(const SxImageBuf& src, SxImageBuf& dst)
 {
-    const auto tableOf = [&](int channel) {
-        const Distribution source = distributionOf(src, channel);
+    const auto tableOf = [](int, const SxImageBuf& samples) {
+        const Distribution source = distributionOf(countLevels(samples, 1), 0);
         return source.empty() ? LevelTable<T>() : equalizingTable<T>(source);
     };
     if (isMono(src) || isPlanar(src))
         return mapPlanes<T>(src, dst, tableOf);
     // All three colours by the first channel, which keeps their balance.
-    const LevelTable<T> table = tableOf(0);
+    const LevelTable<T> table = tableOf(0, src);
     if (table.empty())
         return ResultFailed;
     if (src.channels == 3)
@@ -139,22 +140,45 @@ ResultCode equalize(const SxImageBuf& src, SxImageBuf& dst)
     return ResultOk;
 }
 
-template <class T, class ReferenceOf>
-ResultCode match(const SxImageBuf& src, SxImageBuf& dst, const ReferenceOf& referenceOf)
+/// What an image is matched with: the levels of another image, or a histogram.
+struct Reference {
+    const SxImageBuf* image = nullptr;
+    const CxImageHistogram* hist = nullptr;
+
+    Distribution ofPlane(int plane) const
+    {
+        return image != nullptr ? distributionOf(countLevels(planeView(*image, plane), 1), 0)
+                                : distributionOf(*hist, plane);
+    }
+};
+
+constexpr int colours = 3;
+
+template <class T>
+ResultCode match(const SxImageBuf& src, SxImageBuf& dst, const Reference& reference)
 {
-    const auto tableOf = [&](int channel) {
-        return matchingTable<T>(distributionOf(src, channel), referenceOf(channel));
-    };
-    if (isMono(src) || isPlanar(src))
-        return mapPlanes<T>(src, dst, tableOf);
-    const LevelTable<T> tables[3]{tableOf(0), tableOf(1), tableOf(2)};
-    mapColours<T>(src, dst, {tables[0].data(), tables[1].data(), tables[2].data()});
+    if (isMono(src) || isPlanar(src)) {
+        return mapPlanes<T>(src, dst, [&](int plane, const SxImageBuf& samples) {
+            return matchingTable<T>(distributionOf(countLevels(samples, 1), 0), reference.ofPlane(plane));
+        });
+    }
+    const CxImageHistogram source = countLevels(src, colours);
+    const CxImageHistogram counted =
+        reference.image != nullptr ? countLevels(*reference.image, colours) : CxImageHistogram();
+    const CxImageHistogram& followed = reference.image != nullptr ? counted : *reference.hist;
+    std::array<LevelTable<T>, colours> tables;
+    std::array<const T*, colours> entries;
+    for (std::size_t c = 0; c < tables.size(); ++c) {
+        const int plane = static_cast<int>(c);
+        tables[c] = matchingTable<T>(distributionOf(source, plane), distributionOf(followed, plane));
+        entries[c] = tables[c].data();
+    }
+    mapColours<T>(src, dst, entries);
     return ResultOk;
 }
 
-/// The common end of both forms of matching: `referenceOf(channel)` is the distribution to follow.
-template <class ReferenceOf>
-ResultCode matchChecked(const SxImageBuf& src, SxImageBuf& dst, const ReferenceOf& referenceOf)
+/// The common end of both forms of matching.
+ResultCode matchChecked(const SxImageBuf& src, SxImageBuf& dst, const Reference& reference)
 {
     if (const ResultCode rc = firstFailure({
             {ResultFailed, fitsItsSamples(src) && hasHistogram(src) && hasLayout(src)},
@@ -165,7 +189,7 @@ ResultCode matchChecked(const SxImageBuf& src, SxImageBuf& dst, const ReferenceO
     return dispatch(ByTypeOf<UInt8, UInt16>{}, src.dataType,
                     {{ResultBadArg1, rowsFit(src)}, {ResultBadArg3, rowsFit(dst)}},
                     [&]<class T>(std::type_identity<T>) {
-                        return hasPixels(src) ? match<T>(src, dst, referenceOf) : ResultOk;
+                        return hasPixels(src) ? match<T>(src, dst, reference) : ResultOk;
                     });
 }
 
@@ -200,8 +224,7 @@ ResultCode HistogramMatch(const SxImageBuf& src, const SxImageBuf& reference, Sx
                 {ResultBadArg3, rowsFit(dst)},
             }))
             return rc;
-        const ResultCode rc =
-            matchChecked(src, dst, [&](int channel) { return distributionOf(reference, channel); });
+        const ResultCode rc = matchChecked(src, dst, {.image = &reference});
         return isFailure(rc) ? ResultFailed : ResultOk;
     });
 }
@@ -215,7 +238,7 @@ ResultCode HistogramMatch(const SxImageBuf& src, const CxImageHistogram& referen
                 {ResultBadArg3, isTwinOf(dst, src)},
             }))
             return rc;
-        return matchChecked(src, dst, [&](int channel) { return distributionOf(reference, channel); });
+        return matchChecked(src, dst, {.hist = &reference});
     });
 }
 

@@ -449,6 +449,16 @@ TEST(HistogramEqualizeTargets, AgreeAtSixteenBits)
     });
 }
 
+/// Counting few samples and counting many are different code.
+TEST(HistogramEqualizeValues, AgreeWithTheirTwinsOnColourImagesOfManyPixels)
+{
+    for (const int channels : {3, 4}) {
+        compare<std::uint8_t>({.width = 421, .height = 331, .channels = channels, .bits = 8});
+        compare<std::uint16_t>(
+            {.width = 421, .height = 331, .channels = channels, .type = UInt16, .bits = 12});
+    }
+}
+
 TEST(HistogramEqualizeThreads, DoNotShowInTheResultsNorThoseOfMatching)
 {
     forEachThreadCount([] { compareAll(40, 9); });
