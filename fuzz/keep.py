@@ -14,7 +14,7 @@ import sys
 import tempfile
 from pathlib import Path
 
-MOST_BYTES = 200
+MOST_BYTES = 256
 MOST_FILES = 100
 
 

@@ -191,13 +191,13 @@ void scale(ByteReader& in, Outcome& out)
 
 Cases convertCases()
 {
-    return {&measured<double, &ConvertDoubleToU>,
-            &measured<float, &ConvertFloatToU>,
-            &forDisplay,
-            &forDisplayMasked,
-            &doubleMasked,
-            &integers,
-            &scale};
+    return {{"convert: measured ConvertDoubleToU", &measured<double, &ConvertDoubleToU>},
+            {"convert: measured ConvertFloatToU", &measured<float, &ConvertFloatToU>},
+            {"convert: forDisplay", &forDisplay},
+            {"convert: forDisplayMasked", &forDisplayMasked},
+            {"convert: doubleMasked", &doubleMasked},
+            {"convert: integers", &integers},
+            {"convert: scale", &scale}};
 }
 
 }  // namespace

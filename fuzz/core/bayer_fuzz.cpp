@@ -91,7 +91,7 @@ void demosaicSimple(ByteReader& in, Outcome& out)
 
 Cases bayerCases()
 {
-    return {&rawToPlanes, &demosaicSimple};
+    return {{"bayer: rawToPlanes", &rawToPlanes}, {"bayer: demosaicSimple", &demosaicSimple}};
 }
 
 }  // namespace ko::fuzz

@@ -108,7 +108,10 @@ void sizes(ByteReader& in, Outcome& out)
 
 Cases bufferCases()
 {
-    return {&allocByWords, &allocByInfo, &freeForeign, &sizes};
+    return {{"buffer: allocByWords", &allocByWords},
+            {"buffer: allocByInfo", &allocByInfo},
+            {"buffer: freeForeign", &freeForeign},
+            {"buffer: sizes", &sizes}};
 }
 
 }  // namespace ko::fuzz

@@ -158,7 +158,8 @@ void sparse(ByteReader& in, Outcome& out)
 
 Cases containerCases()
 {
-    return {&histogram, &dense, &sparse};
+    return {
+        {"container: histogram", &histogram}, {"container: dense", &dense}, {"container: sparse", &sparse}};
 }
 
 }  // namespace ko::fuzz

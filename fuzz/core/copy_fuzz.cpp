@@ -93,7 +93,10 @@ void memCpy(ByteReader& in, Outcome& out)
 
 Cases copyCases()
 {
-    return {&copyBuffer, &copyChannel, &copyChannelWithin, &memCpy};
+    return {{"copy: copyBuffer", &copyBuffer},
+            {"copy: copyChannel", &copyChannel},
+            {"copy: copyChannelWithin", &copyChannelWithin},
+            {"copy: memCpy", &memCpy}};
 }
 
 }  // namespace ko::fuzz

@@ -96,7 +96,7 @@ void query(ByteReader& in, Outcome& out)
 
 Cases convertorCases()
 {
-    return {&convert, &query};
+    return {{"convertor: convert", &convert}, {"convertor: query", &query}};
 }
 
 }  // namespace ko::fuzz

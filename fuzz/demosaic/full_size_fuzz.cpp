@@ -99,7 +99,7 @@ void call(ByteReader& in, Outcome& out)
 
 Cases demosaicCases()
 {
-    return {&call};
+    return {{"demosaic: call", &call}};
 }
 
 }  // namespace ko::fuzz

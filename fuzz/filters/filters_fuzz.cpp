@@ -77,7 +77,7 @@ void chamfer(ByteReader& in, Outcome& out)
 
 Cases filterCases()
 {
-    return {&stretch, &sobel, &chamfer};
+    return {{"filter: stretch", &stretch}, {"filter: sobel", &sobel}, {"filter: chamfer", &chamfer}};
 }
 
 }  // namespace

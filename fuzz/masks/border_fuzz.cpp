@@ -152,8 +152,11 @@ void allocMirroredBorder(ByteReader& in, Outcome& out)
 
 Cases borderCases()
 {
-    return {&allocSafeBorder, &initSafeBorder, &mirroredBorder, &mirroredBorderOfRegion,
-            &allocMirroredBorder};
+    return {{"border: allocSafeBorder", &allocSafeBorder},
+            {"border: initSafeBorder", &initSafeBorder},
+            {"border: mirroredBorder", &mirroredBorder},
+            {"border: mirroredBorderOfRegion", &mirroredBorderOfRegion},
+            {"border: allocMirroredBorder", &allocMirroredBorder}};
 }
 
 }  // namespace ko::fuzz

@@ -179,8 +179,15 @@ void circle(ByteReader& in, Outcome& out)
 
 Cases maskCases()
 {
-    return {&binarize,   &maskImage,          &setValueMasked, &binaryMask,     &ellipseMono,
-            &ellipseRgb, &ellipseOverAnImage, &circle,         &binarizeInPlace};
+    return {{"mask: binarize", &binarize},
+            {"mask: maskImage", &maskImage},
+            {"mask: setValueMasked", &setValueMasked},
+            {"mask: binaryMask", &binaryMask},
+            {"mask: ellipseMono", &ellipseMono},
+            {"mask: ellipseRgb", &ellipseRgb},
+            {"mask: ellipseOverAnImage", &ellipseOverAnImage},
+            {"mask: circle", &circle},
+            {"mask: binarizeInPlace", &binarizeInPlace}};
 }
 
 }  // namespace ko::fuzz

@@ -78,7 +78,7 @@ void median(ByteReader& in, Outcome& out)
 
 Cases medianCases()
 {
-    return {&median};
+    return {{"median: median", &median}};
 }
 
 }  // namespace

@@ -103,7 +103,9 @@ void replaceImage(ByteReader& in, Outcome&)
 
 Cases dataCases()
 {
-    return {&metadata, &cloneFrame, &replaceImage};
+    return {{"data: metadata", &metadata},
+            {"data: cloneFrame", &cloneFrame},
+            {"data: replaceImage", &replaceImage}};
 }
 
 }  // namespace ko::fuzz

@@ -234,7 +234,7 @@ void graph(ByteReader& in, Outcome&)
 
 Cases graphCases()
 {
-    return {&graph, &graph, &graph};
+    return {{"graph: graph", &graph}};
 }
 
 }  // namespace ko::fuzz

@@ -4,7 +4,7 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    static const ko::fuzz::Cases cases = ko::fuzz::joined(ko::fuzz::dataCases(), ko::fuzz::graphCases());
+    static const ko::fuzz::CaseTable cases{ko::fuzz::dataCases(), ko::fuzz::graphCases()};
     ko::fuzz::runOnce(cases, data, size);
     return 0;
 }

@@ -79,13 +79,13 @@ void clamp(ByteReader& in, Outcome& out)
 Cases logicCases()
 {
     using oracle::Logic;
-    return {&logic<Logic::And, &And>,
-            &logic<Logic::Or, &Or>,
-            &logic<Logic::Xor, &Xor>,
-            &logicInPlace<&And>,
-            &logicInPlace<&Or>,
-            &logicInPlace<&Xor>,
-            &clamp};
+    return {{"logic: logic And", &logic<Logic::And, &And>},
+            {"logic: logic Or", &logic<Logic::Or, &Or>},
+            {"logic: logic Xor", &logic<Logic::Xor, &Xor>},
+            {"logic: logicInPlace And", &logicInPlace<&And>},
+            {"logic: logicInPlace Or", &logicInPlace<&Or>},
+            {"logic: logicInPlace Xor", &logicInPlace<&Xor>},
+            {"logic: clamp", &clamp}};
 }
 
 }  // namespace ko::fuzz

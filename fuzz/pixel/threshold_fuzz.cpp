@@ -173,7 +173,13 @@ void replace(ByteReader& in, Outcome& out)
 
 Cases thresholdCases()
 {
-    return {&inPlace, &copy, &copyOntoItself, &masked, &toBytes, &replace, &toBytesInPlace};
+    return {{"threshold: inPlace", &inPlace},
+            {"threshold: copy", &copy},
+            {"threshold: copyOntoItself", &copyOntoItself},
+            {"threshold: masked", &masked},
+            {"threshold: toBytes", &toBytes},
+            {"threshold: replace", &replace},
+            {"threshold: toBytesInPlace", &toBytesInPlace}};
 }
 
 }  // namespace ko::fuzz

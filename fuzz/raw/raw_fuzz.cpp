@@ -162,7 +162,11 @@ void whiteBalanceInPlace(ByteReader& in, Outcome& out)
 
 Cases rawCases()
 {
-    return {&unpack, &pack, &sizes, &whiteBalance, &whiteBalanceInPlace};
+    return {{"raw: unpack", &unpack},
+            {"raw: pack", &pack},
+            {"raw: sizes", &sizes},
+            {"raw: whiteBalance", &whiteBalance},
+            {"raw: whiteBalanceInPlace", &whiteBalanceInPlace}};
 }
 
 }  // namespace

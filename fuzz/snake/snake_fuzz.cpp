@@ -94,7 +94,7 @@ void contourInPlace(ByteReader& in, Outcome& out)
 
 Cases snakeCases()
 {
-    return {&contour, &contourInPlace};
+    return {{"snake: contour", &contour}, {"snake: contourInPlace", &contourInPlace}};
 }
 
 }  // namespace

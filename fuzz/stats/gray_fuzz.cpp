@@ -113,13 +113,15 @@ void rawPlanarMasked(ByteReader& in, Outcome& out)
 
 Cases grayCases()
 {
-    return {&gray,
-            &grayAndColours,
-            &grayAndColoursMasked<&HistogramGrayFromRGBMasked>,
-            &grayAndColoursMasked<&HistogramRGBGrayFromRGBMasked>,
-            &coloursMaskedApart,
-            &rawPlanar,
-            &rawPlanarMasked};
+    return {{"gray: gray", &gray},
+            {"gray: grayAndColours", &grayAndColours},
+            {"gray: grayAndColoursMasked HistogramGrayFromRGBMasked",
+             &grayAndColoursMasked<&HistogramGrayFromRGBMasked>},
+            {"gray: grayAndColoursMasked HistogramRGBGrayFromRGBMasked",
+             &grayAndColoursMasked<&HistogramRGBGrayFromRGBMasked>},
+            {"gray: coloursMaskedApart", &coloursMaskedApart},
+            {"gray: rawPlanar", &rawPlanar},
+            {"gray: rawPlanarMasked", &rawPlanarMasked}};
 }
 
 }  // namespace ko::fuzz

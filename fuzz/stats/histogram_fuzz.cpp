@@ -148,7 +148,14 @@ void anyDepth(ByteReader& in, Outcome& out)
 
 Cases histogramCases()
 {
-    return {&whole, &region, &channelOfWhole, &channelOfRegion, &points, &stencil, &anyDepth, &largeWhole};
+    return {{"histogram: whole", &whole},
+            {"histogram: region", &region},
+            {"histogram: channelOfWhole", &channelOfWhole},
+            {"histogram: channelOfRegion", &channelOfRegion},
+            {"histogram: points", &points},
+            {"histogram: stencil", &stencil},
+            {"histogram: anyDepth", &anyDepth},
+            {"histogram: largeWhole", &largeWhole}};
 }
 
 }  // namespace ko::fuzz

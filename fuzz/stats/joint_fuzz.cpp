@@ -161,7 +161,10 @@ void masked(ByteReader& in, Outcome& out)
 
 Cases jointCases()
 {
-    return {&whole, &line, &masked<CxImageHistogramSparse2D>, &masked<CxImageHistogram2D>};
+    return {{"joint: whole", &whole},
+            {"joint: line", &line},
+            {"joint: masked CxImageHistogramSparse2D", &masked<CxImageHistogramSparse2D>},
+            {"joint: masked CxImageHistogram2D", &masked<CxImageHistogram2D>}};
 }
 
 }  // namespace ko::fuzz

@@ -73,7 +73,7 @@ void masked(ByteReader& in, Outcome& out)
 
 Cases lineCases()
 {
-    return {&plain, &masked};
+    return {{"line: plain", &plain}, {"line: masked", &masked}};
 }
 
 }  // namespace ko::fuzz

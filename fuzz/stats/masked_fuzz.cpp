@@ -122,7 +122,10 @@ void stencil(ByteReader& in, Outcome& out)
 
 Cases maskedCases()
 {
-    return {&whole, &region, &points, &stencil};
+    return {{"masked: whole", &whole},
+            {"masked: region", &region},
+            {"masked: points", &points},
+            {"masked: stencil", &stencil}};
 }
 
 }  // namespace ko::fuzz

@@ -262,7 +262,15 @@ void otsu(ByteReader& in, Outcome& out)
 
 Cases measureCases()
 {
-    return {&minMax, &minMaxMasked, &minMaxMosaic, &mean, &meanMasked, &meanStdDev, &shannon, &renyi, &otsu};
+    return {{"measure: minMax", &minMax},
+            {"measure: minMaxMasked", &minMaxMasked},
+            {"measure: minMaxMosaic", &minMaxMosaic},
+            {"measure: mean", &mean},
+            {"measure: meanMasked", &meanMasked},
+            {"measure: meanStdDev", &meanStdDev},
+            {"measure: shannon", &shannon},
+            {"measure: renyi", &renyi},
+            {"measure: otsu", &otsu}};
 }
 
 }  // namespace ko::fuzz

@@ -29,10 +29,19 @@ void prepareOnce()
     (void)isPrepared;
 }
 
+/// FNV-1a, folded to 16 bits.
+std::uint16_t idOf(const char* name)
+{
+    std::uint32_t hash = 2166136261;
+    for (; *name != 0; ++name)
+        hash = (hash ^ static_cast<unsigned char>(*name)) * 16777619;
+    return static_cast<std::uint16_t>(hash >> 16 ^ hash);
+}
+
 /// One input under changing conditions.
 class Trial {
 public:
-    Trial(Case chosen, ByteReader in, int grants) : m_case(chosen), m_in(in), m_grants(grants) {}
+    Trial(const Case& chosen, ByteReader in, int grants) : m_case(chosen), m_in(in), m_grants(grants) {}
 
     void under(const char* condition)
     {
@@ -40,19 +49,19 @@ public:
         {
             const test::AllocationFailure shortage(m_grants);
             ByteReader in = m_in;
-            m_case(in, outcome);
+            m_case.call(in, outcome);
         }
         if (m_isFirst)
             m_first = outcome;
         m_isFirst = false;
         if (outcome == m_first)
             return;
-        std::fprintf(stderr, "fuzz: %s ", condition);
+        std::fprintf(stderr, "fuzz: %s: %s ", m_case.name, condition);
         fail("gives another result than the first kernel build");
     }
 
 private:
-    Case m_case;
+    const Case& m_case;
     ByteReader m_in;
     int m_grants;
     bool m_isFirst = true;
@@ -61,11 +70,26 @@ private:
 
 }  // namespace
 
-void run(const Cases& cases, const std::uint8_t* data, std::size_t size)
+CaseTable::CaseTable(std::initializer_list<Cases> families)
+{
+    for (const Cases& family : families)
+        for (const Case& added : family) {
+            const auto [place, isNew] = m_cases.emplace(idOf(added.name), added);
+            require(isNew, added.name);
+        }
+}
+
+const Case& CaseTable::at(std::uint16_t id) const
+{
+    const auto next = m_cases.lower_bound(id);
+    return next != m_cases.end() ? next->second : m_cases.begin()->second;
+}
+
+void run(const CaseTable& cases, const std::uint8_t* data, std::size_t size)
 {
     prepareOnce();
     ByteReader in(data, size);
-    const Case chosen = cases[in.byte() % cases.size()];
+    const Case& chosen = cases.at(in.raw<std::uint16_t>());
     const bool severalThreads = in.oneIn(16);
     const int grants = in.oneIn(16) ? in.below(6) : -1;
     Trial trial(chosen, in, grants);
@@ -82,12 +106,12 @@ void run(const Cases& cases, const std::uint8_t* data, std::size_t size)
     }
 }
 
-void runOnce(const Cases& cases, const std::uint8_t* data, std::size_t size)
+void runOnce(const CaseTable& cases, const std::uint8_t* data, std::size_t size)
 {
     prepareOnce();
     ByteReader in(data, size);
     Outcome ignored(true);
-    cases[in.byte() % cases.size()](in, ignored);
+    cases.at(in.raw<std::uint16_t>()).call(in, ignored);
 }
 
 }  // namespace ko::fuzz

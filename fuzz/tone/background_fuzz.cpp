@@ -154,7 +154,10 @@ void correctInPlace(ByteReader& in, Outcome& out)
 
 Cases backgroundCases()
 {
-    return {&average, &correct, &correctInPlace, &correctOnto};
+    return {{"background: average", &average},
+            {"background: correct", &correct},
+            {"background: correctInPlace", &correctInPlace},
+            {"background: correctOnto", &correctOnto}};
 }
 
 }  // namespace ko::fuzz

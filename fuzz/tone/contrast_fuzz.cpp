@@ -108,7 +108,10 @@ void copyOntoItself(ByteReader& in, Outcome& out)
 
 Cases contrastCases()
 {
-    return {&inPlace, &copy, &gray, &copyOntoItself};
+    return {{"contrast: inPlace", &inPlace},
+            {"contrast: copy", &copy},
+            {"contrast: gray", &gray},
+            {"contrast: copyOntoItself", &copyOntoItself}};
 }
 
 }  // namespace ko::fuzz

@@ -152,7 +152,11 @@ void matchItself(ByteReader& in, Outcome& out)
 
 Cases equalizeCases()
 {
-    return {&equalize, &matchImage, &matchHistogram, &equalizeInPlace, &matchItself};
+    return {{"equalize: equalize", &equalize},
+            {"equalize: matchImage", &matchImage},
+            {"equalize: matchHistogram", &matchHistogram},
+            {"equalize: equalizeInPlace", &equalizeInPlace},
+            {"equalize: matchItself", &matchItself}};
 }
 
 }  // namespace ko::fuzz

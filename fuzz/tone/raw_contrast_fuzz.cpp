@@ -77,7 +77,9 @@ void green(ByteReader& in, Outcome& out)
 
 Cases rawContrastCases()
 {
-    return {&gray, &grayMasked, &green};
+    return {{"rawContrast: gray", &gray},
+            {"rawContrast: grayMasked", &grayMasked},
+            {"rawContrast: green", &green}};
 }
 
 }  // namespace ko::fuzz
