@@ -17,8 +17,10 @@ set(library_package "libkoimproc${PROJECT_VERSION_MAJOR}")
 foreach(pair "runtime:${library_package}" "development:libkoimproc-dev" "tools:koimproc-tools")
     string(REGEX MATCH "^([^:]+):(.+)$" ignored "${pair}")
     set(documents "${CMAKE_INSTALL_DATAROOTDIR}/doc/${CMAKE_MATCH_2}")
-    install(FILES "${PROJECT_SOURCE_DIR}/packaging/copyright" "${changelog_gz}"
+    install(FILES "${changelog_gz}" DESTINATION "${documents}" COMPONENT ${CMAKE_MATCH_1})
+    install(FILES "${PROJECT_SOURCE_DIR}/LICENCE"
             DESTINATION "${documents}"
+            RENAME copyright
             COMPONENT ${CMAKE_MATCH_1})
 endforeach()
 # One package for two libraries that are always used together.

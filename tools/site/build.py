@@ -62,6 +62,7 @@ SEARCH_BOX = """  <td id="search">
   </td>
 """
 PREAMBLE = "<!-- what holds for every operation -->"
+LICENCE = "<!-- the licence -->"
 
 
 def exported_names():
@@ -110,6 +111,7 @@ def translated(source, names):
         head = filtered(Path("include/ko/koimproc.h"), (HEADERS / "koimproc.h").read_text().splitlines())
         rules = [line.removeprefix("///").removeprefix(" ") for line in head if line.startswith("///")]
         text = text.replace(PREAMBLE, "\n".join(rules[rules.index("") + 3:]))
+    text = text.replace(LICENCE, Path("LICENCE").read_text().partition("\n\n")[2])
     text = COMMENT.sub("", text)
     text = LINK.sub(lambda link: resolved(link, source), text)
     text = PICTURE_LINE.sub(figures, text)

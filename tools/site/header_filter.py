@@ -15,7 +15,17 @@ import re
 import sys
 from pathlib import Path
 
-ROOMS = ["masks", "stats", "tone", "pixel", "convert", "filters", "median", "raw", "demosaic", "snake", "pipeline", "interop"]
+BUILD_LIST = Path(__file__).resolve().parents[2] / "cmake/rooms.cmake"
+
+
+def operation_rooms():
+    """The rooms with operations, from the one list of rooms."""
+    lists = re.findall(r"^set\(KO_(?:CORE|IMPROC)_ROOMS ([\w\s]+)\)", BUILD_LIST.read_text(), re.MULTILINE)
+    return [room for names in lists for room in names.split()]
+
+
+# Those with a page of their own besides core's.
+ROOMS = [room for room in operation_rooms() if room != "core"] + ["interop"]
 PARTS = ("stats", "pipeline")  # rooms of several headers
 STATUS = re.compile(r"^/// {3}(Result\w+|1)  +(\S.*)$")
 CONTINUED = re.compile(r"^/// {8,}(\S.*)$")

@@ -1,4 +1,6 @@
 // The classes of the pipeline as programs see them: members by their exact types, and use from outside.
+#include "exported.h"
+
 #include <ko/koimproc.h>
 
 #include <gtest/gtest.h>
@@ -108,6 +110,15 @@ TEST(PipelineApi, CarriesFramesThroughTheConvertorAndAStageOfAProgram)
     EXPECT_EQ(5, counter.count);
     EXPECT_EQ(5, colourFrames);
     EXPECT_EQ(5U, convertor.statistics().processed);
+}
+
+TEST(PipelineApi, IsExportedWithTheExactSignatures)
+{
+    expectExports("libkocore.so.1", {
+                                        {"StartPipe", exported<bool(IxPipeItem&)>(&StartPipe)},
+                                        {"DrainPipe", exported<bool(IxPipeItem&, int)>(&DrainPipe)},
+                                        {"StopPipe", exported<bool(IxPipeItem&)>(&StopPipe)},
+                                    });
 }
 
 TEST(PipelineApi, TellsClassesApartAcrossTheLibraries)

@@ -22,6 +22,13 @@ TEST(StatsApi, IsExportedWithTheExactSignatures)
             {"MeanMasked", exported<ResultCode(const SxImageBuf&, const SxImageBuf&, double*)>(&MeanMasked)},
             {"MeanStdDevMasked",
              exported<ResultCode(const SxImageBuf&, const SxImageBuf&, double*, double*)>(&MeanStdDevMasked)},
+            {"EntropyShannon", exported<ResultCode(const SxImageBuf&, double&, double)>(&EntropyShannon)},
+            {"EntropyRenyi", exported<ResultCode(const SxImageBuf&, double, double&, double)>(&EntropyRenyi)},
+            {"ComputeOtsuThreshold",
+             exported<ResultCode(const SxImageBuf&, unsigned int&)>(&ComputeOtsuThreshold)},
+            {"ComputeOtsuThresholdMasked",
+             exported<ResultCode(const SxImageBuf&, const SxImageBuf&, unsigned int&)>(
+                 &ComputeOtsuThresholdMasked)},
         });
 }
 
