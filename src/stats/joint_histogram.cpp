@@ -8,12 +8,12 @@ namespace ko {
 
 namespace {
 
-DensePlane planeOf(CxImageHistogram2D& hist, int plane)
+DensePlane jointPlane(CxImageHistogram2D& hist, int plane)
 {
     return {hist, plane};
 }
 
-SparsePlane planeOf(CxImageHistogramSparse2D& hist, int plane)
+SparsePlane jointPlane(CxImageHistogramSparse2D& hist, int plane)
 {
     return {hist, plane};
 }
@@ -69,7 +69,7 @@ ResultCode countAllChannels(const SxImageBuf& src1, const SxImageBuf& src2, cons
         for (int c = 0; c < src1.channels; ++c) {
             const ChannelPair pair{channelAt(src1, c), channelAt(src2, c), selection,
                                    bySample ? mask : nullptr, c};
-            counter.count(pair, planeOf(hist, c));
+            counter.count(pair, jointPlane(hist, c));
         }
     };
     return dispatch(UnsignedBinNumbers{}, src1.dataType,
@@ -87,7 +87,7 @@ ResultCode countChannels(const SxImageBuf& src1, int ch1, const SxImageBuf& src2
     const auto count = [&]<class T>(std::type_identity<T>) {
         PairCounter<T> counter(selection.pixels());
         const ChannelPair pair{channelOf(src1, ch1), channelOf(src2, ch2), selection};
-        counter.count(pair, planeOf(hist, 0));
+        counter.count(pair, jointPlane(hist, 0));
     };
     return dispatch(UnsignedBinNumbers{}, src1.dataType,
                     {{ResultBadArg1, rowsFit(src1)},
@@ -96,78 +96,28 @@ ResultCode countChannels(const SxImageBuf& src1, int ch1, const SxImageBuf& src2
                     count);
 }
 
-ResultCode countLine(const SxImageBuf& src1, int ch1, const SxImageBuf& src2, int ch2, bool lineExists,
-                     const Selection& line, CxImageHistogramSparse2D& hist) noexcept
-{
-    return guarded([&] {
-        if (const ResultCode rc = firstFailure({
-                {ResultBadArg1, isCountable(src1)},
-                {ResultBadArg2, hasChannel(src1, ch1)},
-                {ResultBadArg3, isPartnerOf(src2, src1)},
-                {ResultBadArg4, hasChannel(src2, ch2)},
-                {ResultBadArg5, lineExists},
-                {ResultBadArg5, isSingleHistogramOf(hist, src1)},
-                {ResultUnsupportedType, hasKnownPacking(src1)},
-            }))
-            return rc;
-        return countChannels(src1, ch1, src2, ch2, line, hist);
-    });
-}
-
+/// Both images as a whole: `own` are the checks behind those of the images, `mask` may be null.
 template <class Hist>
-ResultCode countMasked(const SxImageBuf& src1, const SxImageBuf& src2, const SxImageBuf& mask,
-                       Hist& hist) noexcept
+ResultCode countImages(const SxImageBuf& src1, const SxImageBuf& src2, std::initializer_list<Check> own,
+                       const SxImageBuf* mask, Hist& hist) noexcept
 {
     return guarded([&] {
         if (const ResultCode rc = firstFailure({
                 {ResultBadArg1, isCountable(src1)},
                 {ResultBadArg2, isTwinOf(src2, src1)},
-                {ResultBadArg3, isMaskOf(mask, src1)},
-                {ResultBadArg4, isJointHistogramOf(hist, src1)},
-                {ResultUnsupportedType, hasKnownPacking(src1)},
             }))
             return rc;
-        return countAllChannels(src1, src2, &mask, hist);
+        if (const ResultCode rc = firstFailure(own))
+            return rc;
+        return hasKnownPacking(src1) ? countAllChannels(src1, src2, mask, hist) : ResultUnsupportedType;
     });
 }
 
+/// A channel of each image, of which the first is to be present at least: `own` are the checks behind those
+/// of the channels.
 template <class Hist>
-ResultCode countMasked(const SxImageBuf& src1, int ch1, const SxImageBuf& src2, int ch2,
-                       const SxImageBuf& mask, Hist& hist) noexcept
-{
-    return guarded([&] {
-        if (const ResultCode rc = firstFailure({
-                {ResultBadArg1, isCountable(src1)},
-                {ResultBadArg2, hasChannel(src1, ch1)},
-                {ResultBadArg3, isPartnerOf(src2, src1)},
-                {ResultBadArg4, hasChannel(src2, ch2)},
-                {ResultBadArg5, isMaskOf(mask, src1)},
-                {ResultBadArg6, takesPlaneZero(hist, src1)},
-                {ResultUnsupportedType, hasKnownPacking(src1)},
-            }))
-            return rc;
-        return countChannels(src1, ch1, src2, ch2, Selection(wholeOf(src1), &mask), hist);
-    });
-}
-
-}  // namespace
-
-ResultCode Histogram2D(const SxImageBuf& src1, const SxImageBuf& src2, CxImageHistogramSparse2D& h)
-{
-    return guarded([&] {
-        if (const ResultCode rc = firstFailure({
-                {ResultBadArg1, isCountable(src1)},
-                {ResultBadArg2, isTwinOf(src2, src1)},
-                {ResultBadArg3, isJointHistogramOf(h, src1)},
-                {ResultUnsupportedType, hasKnownPacking(src1)},
-            }))
-            return rc;
-        return countAllChannels(src1, src2, nullptr, h);
-    });
-}
-
-ResultCode Histogram2D(const SxImageBuf& src1, int ch1, const SxImageBuf& src2, int ch2,
-                       CxImageHistogramSparse2D& h)
+ResultCode countPair(const SxImageBuf& src1, int ch1, const SxImageBuf& src2, int ch2,
+                     std::initializer_list<Check> own, const Selection& selection, Hist& hist) noexcept
 {
     return guarded([&] {
         if (const ResultCode rc = firstFailure({
@@ -175,12 +125,57 @@ ResultCode Histogram2D(const SxImageBuf& src1, int ch1, const SxImageBuf& src2, 
                 {ResultBadArg2, hasChannel(src1, ch1)},
                 {ResultBadArg3, isPartnerOf(src2, src1)},
                 {ResultBadArg4, hasChannel(src2, ch2)},
-                {ResultBadArg5, isSingleHistogramOf(h, src1)},
-                {ResultUnsupportedType, hasKnownPacking(src1)},
             }))
             return rc;
-        return countChannels(src1, ch1, src2, ch2, Selection(wholeOf(src1)), h);
+        if (const ResultCode rc = firstFailure(own))
+            return rc;
+        return hasKnownPacking(src1) ? countChannels(src1, ch1, src2, ch2, selection, hist)
+                                     : ResultUnsupportedType;
     });
+}
+
+ResultCode countLine(const SxImageBuf& src1, int ch1, const SxImageBuf& src2, int ch2, bool lineExists,
+                     const Selection& line, CxImageHistogramSparse2D& hist) noexcept
+{
+    if (!isCountable(src1))
+        return ResultBadArg1;
+    return countPair(src1, ch1, src2, ch2,
+                     {{ResultBadArg5, lineExists}, {ResultBadArg5, isSingleHistogramOf(hist, src1)}}, line,
+                     hist);
+}
+
+template <class Hist>
+ResultCode countMasked(const SxImageBuf& src1, const SxImageBuf& src2, const SxImageBuf& mask,
+                       Hist& hist) noexcept
+{
+    return countImages(
+        src1, src2, {{ResultBadArg3, isMaskOf(mask, src1)}, {ResultBadArg4, isJointHistogramOf(hist, src1)}},
+        &mask, hist);
+}
+
+template <class Hist>
+ResultCode countMasked(const SxImageBuf& src1, int ch1, const SxImageBuf& src2, int ch2,
+                       const SxImageBuf& mask, Hist& hist) noexcept
+{
+    if (!isCountable(src1))
+        return ResultBadArg1;
+    return countPair(src1, ch1, src2, ch2,
+                     {{ResultBadArg5, isMaskOf(mask, src1)}, {ResultBadArg6, takesPlaneZero(hist, src1)}},
+                     Selection(wholeOf(src1), &mask), hist);
+}
+
+}  // namespace
+
+ResultCode Histogram2D(const SxImageBuf& src1, const SxImageBuf& src2, CxImageHistogramSparse2D& h)
+{
+    return countImages(src1, src2, {{ResultBadArg3, isJointHistogramOf(h, src1)}}, nullptr, h);
+}
+
+ResultCode Histogram2D(const SxImageBuf& src1, int ch1, const SxImageBuf& src2, int ch2,
+                       CxImageHistogramSparse2D& h)
+{
+    return countPair(src1, ch1, src2, ch2, {{ResultBadArg5, isSingleHistogramOf(h, src1)}},
+                     Selection(wholeOf(src1)), h);
 }
 
 ResultCode RowHistogram2D(const SxImageBuf& src1, int ch1, const SxImageBuf& src2, int ch2, int row,

@@ -104,87 +104,77 @@ bool isAnyRawSource(const SxImageBuf& src) noexcept
     return isPresent(src) || src.channels == 4 || isPlanar(src);
 }
 
-ResultCode compressChecked(const SxImageBuf& src, SxImageBuf& dst, const SxImageBuf* mask, int low, int high,
-                           ResultCode badDst)
+/// Both forms for images with samples of colours; `mask` is null for all pixels.
+ResultCode compressImage(const SxImageBuf& src, const SxImageBuf* mask, SxImageBuf& dst, int low,
+                         int high) noexcept
 {
-    if (const ResultCode rc = firstFailure({
-            {ResultUnsupportedType, hasLevelSamples(src)},
-            {ResultUnsupportedType, src.channels < 3 || hasKnownPacking(src)},
-        }))
-        return rc;
-    return dispatch(LevelSamples{}, src.dataType, {{ResultBadArg1, rowsFit(src)}, {badDst, rowsFit(dst)}},
-                    [&]<class T>(std::type_identity<T>) { compress<T>(src, dst, mask, low, high); });
+    return guarded([&] {
+        if (const ResultCode rc = firstFailure({
+                {ResultBadArg1, isPresent(src)},
+                {ResultBadArg2, isGrayResultOf(dst, src)},
+                {ResultBadArg3, isLowOf(low, high, src)},
+                {ResultBadArg4, high < wrappedLevels(src.bitsPerSample)},
+                {ResultUnsupportedType, hasLevelSamples(src)},
+                {ResultUnsupportedType, src.channels < 3 || hasKnownPacking(src)},
+            }))
+            return rc;
+        return dispatch(LevelSamples{}, src.dataType,
+                        {{ResultBadArg1, rowsFit(src)}, {ResultBadArg2, rowsFit(dst)}},
+                        [&]<class T>(std::type_identity<T>) { compress<T>(src, dst, mask, low, high); });
+    });
 }
 
-ResultCode compressRawChecked(const SxImageBuf& src, SxImageBuf& dst, const SxImageBuf* mask, int low,
-                              int high, ResultCode badDst)
+/// What every other operation demands of its mask is refused here.
+bool isOddMaskOf(const SxImageBuf& mask, const SxImageInfo& src) noexcept
 {
-    return dispatch(LevelSamples{}, src.dataType,
-                    {{ResultBadArg1, src.data == nullptr || rowsFit(src)}, {badDst, rowsFit(dst)}},
-                    [&]<class T>(std::type_identity<T>) { compressRaw<T>(src, dst, mask, low, high); });
+    return isPresent(mask) && !isMask(mask) && !sameSize(mask, src);
+}
+
+/// Both forms for raw images; with a mask, dst and the levels are one argument further.
+ResultCode compressRawImage(const SxImageBuf& src, const SxImageBuf* mask, SxImageBuf& dst, int low,
+                            int high) noexcept
+{
+    const ResultCode badDst = mask != nullptr ? ResultBadArg3 : ResultBadArg2;
+    const ResultCode badLow = mask != nullptr ? ResultBadArg4 : ResultBadArg3;
+    const ResultCode badHigh = mask != nullptr ? ResultBadArg5 : ResultBadArg4;
+    return guarded([&] {
+        if (const ResultCode rc = firstFailure({
+                {ResultBadArg1, isAnyRawSource(src)},
+                {ResultBadArg2, mask == nullptr || isOddMaskOf(*mask, src)},
+                {badDst, isGrayResultOf(dst, src)},
+                {badLow, isLowOf(low, high, src)},
+                {badHigh, high < wrappedLevels(src.bitsPerSample)},
+            }))
+            return rc;
+        return dispatch(LevelSamples{}, src.dataType,
+                        {{ResultBadArg1, src.data == nullptr || rowsFit(src)}, {badDst, rowsFit(dst)}},
+                        [&]<class T>(std::type_identity<T>) { compressRaw<T>(src, dst, mask, low, high); });
+    });
 }
 
 }  // namespace
 
 ResultCode ThresholdAndStretchHistogramGray(const SxImageBuf& src, SxImageBuf& dst, int low, int high)
 {
-    return guarded([&] {
-        if (const ResultCode rc = firstFailure({
-                {ResultBadArg1, isPresent(src)},
-                {ResultBadArg2, isGrayResultOf(dst, src)},
-                {ResultBadArg3, isLowOf(low, high, src)},
-                {ResultBadArg4, high < wrappedLevels(src.bitsPerSample)},
-            }))
-            return rc;
-        return compressChecked(src, dst, nullptr, low, high, ResultBadArg2);
-    });
+    return compressImage(src, nullptr, dst, low, high);
 }
 
 ResultCode ThresholdAndStretchHistogramGrayMasked(const SxImageBuf& src, const SxImageBuf& mask,
                                                   SxImageBuf& dst, int low, int high)
 {
-    return guarded([&] {
-        if (const ResultCode rc = firstFailure({
-                {ResultBadArg1, isPresent(src)},
-                {ResultBadArg2, isGrayResultOf(dst, src)},
-                {ResultBadArg3, isLowOf(low, high, src)},
-                {ResultBadArg4, high < wrappedLevels(src.bitsPerSample)},
-            }))
-            return rc;
-        return compressChecked(src, dst, &mask, low, high, ResultBadArg2);
-    });
+    return compressImage(src, &mask, dst, low, high);
 }
 
 ResultCode ThresholdAndStretchHistogramGrayRawPlanar(const SxImageBuf& src, SxImageBuf& dst, int low,
                                                      int high)
 {
-    return guarded([&] {
-        if (const ResultCode rc = firstFailure({
-                {ResultBadArg1, isAnyRawSource(src)},
-                {ResultBadArg2, isGrayResultOf(dst, src)},
-                {ResultBadArg3, isLowOf(low, high, src)},
-                {ResultBadArg4, high < wrappedLevels(src.bitsPerSample)},
-            }))
-            return rc;
-        return compressRawChecked(src, dst, nullptr, low, high, ResultBadArg2);
-    });
+    return compressRawImage(src, nullptr, dst, low, high);
 }
 
 ResultCode ThresholdAndStretchHistogramGrayRawPlanarMasked(const SxImageBuf& src, const SxImageBuf& mask,
                                                            SxImageBuf& dst, int low, int high)
 {
-    return guarded([&] {
-        // Refused is what every other operation demands of its mask.
-        if (const ResultCode rc = firstFailure({
-                {ResultBadArg1, isAnyRawSource(src)},
-                {ResultBadArg2, isPresent(mask) && !isMask(mask) && !sameSize(mask, src)},
-                {ResultBadArg3, isGrayResultOf(dst, src)},
-                {ResultBadArg4, isLowOf(low, high, src)},
-                {ResultBadArg5, high < wrappedLevels(src.bitsPerSample)},
-            }))
-            return rc;
-        return compressRawChecked(src, dst, &mask, low, high, ResultBadArg3);
-    });
+    return compressRawImage(src, &mask, dst, low, high);
 }
 
 }  // namespace ko
