@@ -1,3 +1,4 @@
+#include <ko/cpp.h>
 #include <ko/koimproc.h>
 
 #include <cstdio>
@@ -7,16 +8,13 @@ int main()
 {
     // A raw frame as a camera delivers it: 12 bits in 16-bit samples, in memory of the program's own.
     std::vector<std::uint16_t> frame(480 * 640, 1000);
-    ko::SxImageBuf raw;
-    raw.width = 640, raw.height = 480, raw.stride = 640 * 2, raw.channels = 1;
-    raw.dataType = ko::UInt16, raw.bitsPerSample = 12, raw.bayerGrid = ko::BayerRGGB;
-    raw.data = reinterpret_cast<std::uint8_t*>(frame.data());
+    ko::ImageView<std::uint16_t> raw(frame.data(), 640, 480);
+    raw->bitsPerSample = 12;
+    raw->bayerGrid = ko::BayerRGGB;
 
-    ko::SxImageBuf colour;
-    ko::AllocBuffer(colour, 640, 480, 3, ko::UInt16, 0, 12, ko::Interleaved, false, ko::CompressionNone);
-    if (ko::isFailure(ko::Demosaic(raw, colour, nullptr)))
-        return 1;
-    const auto* pixel = reinterpret_cast<const std::uint16_t*>(colour.data);
-    std::printf("red %d, green %d, blue %d\n", pixel[0], pixel[1], pixel[2]);
-    ko::FreeBuffer(colour);
+    ko::Image colour(640, 480, 3, ko::UInt16, 12);
+    ko::orThrow(ko::Demosaic(raw, colour, nullptr));
+
+    const auto pixels = colour.view<std::uint16_t>();
+    std::printf("red %d, green %d, blue %d\n", pixels(0, 0, 0), pixels(0, 0, 1), pixels(0, 0, 2));
 }

@@ -1,4 +1,5 @@
 // A step of koimproc between two of OpenCV, on the same pixels.
+#include <ko/cpp.h>
 #include <ko/interop/opencv.h>
 #include <ko/koimproc.h>
 
@@ -20,7 +21,7 @@ int main()
     ko::SxImageBuf colour = ko::viewOf(picture);
     const ko::ResultCode rc = ko::Demosaic(raw, colour, nullptr);
     if (ko::isFailure(rc)) {
-        std::fprintf(stderr, "no picture: status %08X\n", static_cast<unsigned>(rc));
+        std::fprintf(stderr, "no picture: %s\n", ko::toString(rc));
         return EXIT_FAILURE;
     }
     // Red comes first here. Before cv::imwrite: cv::cvtColor(picture, picture, cv::COLOR_RGB2BGR).
@@ -28,13 +29,9 @@ int main()
     std::printf("red %.0f, green %.0f, blue %.0f\n", means[0], means[1], means[2]);
 
     // And the other way round: OpenCV reads an image of koimproc.
-    ko::SxImageBuf halves;
-    if (ko::isFailure(ko::AllocBuffer(halves, 640, 480, 1, ko::UInt8, 0, 8, ko::Interleaved, true,
-                                      ko::CompressionNone)))
-        return EXIT_FAILURE;
+    ko::Image halves = ko::Image::zeros(640, 480, 1, ko::UInt8);
     cv::Mat view = ko::viewAsMat(halves);
     view.colRange(0, 320) = 255;
     std::printf("%d pixels set\n", cv::countNonZero(ko::viewAsMat(halves)));
-    ko::FreeBuffer(halves);
     return EXIT_SUCCESS;
 }

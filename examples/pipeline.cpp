@@ -1,6 +1,7 @@
 // A camera's frames become colour pictures while the camera delivers the next ones.
 //
 // usage: pipeline [frames]
+#include <ko/cpp.h>
 #include <ko/koimproc.h>
 
 #include <cstdio>
@@ -12,17 +13,10 @@ namespace {
 /// Stands for a camera: a 640 x 480 mosaic that gets brighter from frame to frame.
 ko::SxImageBuf nextMosaic(int number)
 {
-    ko::SxImageInfo info;
-    info.width = 640;
-    info.height = 480;
-    info.channels = 1;
-    info.bitsPerSample = 8;
-    info.dataType = ko::UInt8;
-    info.bayerGrid = ko::BayerRGGB;
-    ko::SxImageBuf mosaic;
-    if (!ko::isFailure(ko::AllocBuffer(info, mosaic, false)))
-        std::memset(mosaic.data, number % 256, ko::imageByteSize(mosaic));
-    return mosaic;
+    ko::Image mosaic(640, 480, 1, ko::UInt8);
+    mosaic->bayerGrid = ko::BayerRGGB;
+    std::memset(mosaic->data, number % 256, ko::imageByteSize(mosaic));
+    return mosaic.release();  // the source takes it over
 }
 
 void report(const ko::IxPipeItem& item)

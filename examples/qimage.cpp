@@ -33,7 +33,7 @@ int main(int argc, char** argv)
     ko::SxImageBuf dst = ko::viewOf(clean);
     const ko::ResultCode rc = ko::Median(src, dst, 1, nullptr);
     if (ko::isFailure(rc)) {
-        std::fprintf(stderr, "no median: status %08X\n", static_cast<unsigned>(rc));
+        std::fprintf(stderr, "no median: %s\n", ko::toString(rc));
         return EXIT_FAILURE;
     }
     if (argc == 3)

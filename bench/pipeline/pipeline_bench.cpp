@@ -36,11 +36,8 @@ ResultCode sendThrough(Pipe& pipe, const SxImageBuf& mosaic, int frames)
 
 void convert(const SxImageBuf& mosaic)
 {
-    SxImageBuf colour;
-    AllocBuffer(colour, mosaic.width / 2, mosaic.height / 2, 3, mosaic.dataType, 0, mosaic.bitsPerSample,
-                Interleaved, false, CompressionNone);
-    DemosaicSimple(mosaic, QRect(0, 0, mosaic.width, mosaic.height), colour, mosaic.bayerGrid);
-    FreeBuffer(colour);
+    Image colour(mosaic.width / 2, mosaic.height / 2, 3, mosaic.dataType, mosaic.bitsPerSample);
+    orThrow(DemosaicSimple(mosaic, QRect(0, 0, mosaic.width, mosaic.height), colour, mosaic.bayerGrid));
 }
 
 /// Images are `Numerator` / 4 as high as wide.

@@ -36,6 +36,7 @@ SxImageInfo anyInfo(ByteReader& in)
 void useAndFree(SxImageBuf& image, ResultCode rc, bool cleared)
 {
     require((rc == ResultOk) == (image.data != nullptr), "status and data contradict each other");
+    require(toString(rc) == toString(image.data != nullptr ? ResultOk : ResultFailed), "an odd status");
     require(image.data != nullptr || image.allocation == 0, "a failure has left bookkeeping");
     if (image.data != nullptr) {
         const std::size_t size = imageByteSize(image);

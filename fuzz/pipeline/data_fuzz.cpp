@@ -82,7 +82,7 @@ void replaceImage(ByteReader& in, Outcome&)
     for (int i = in.below(4); i >= 0; --i) {
         SxImageBuf image;
         const int width = in.below(9), height = in.below(9);
-        AllocBuffer(image, width, height, 1, UInt8, 0, 8, Interleaved, true, CompressionNone);
+        (void)AllocBuffer(image, width, height, 1, UInt8, 0, 8, Interleaved, true, CompressionNone);
         frame.setImageShallow(image, i, 0, {});
         if (in.flag())
             frame.setImageShallow(image, i, 1, {});

@@ -148,7 +148,7 @@ private:
                 source->push(anyFrame(m_in));
             } else {
                 SxImageBuf image;
-                AllocBuffer(image, 3, 2, 1, UInt8, 0, 8, Interleaved, true, CompressionNone);
+                (void)AllocBuffer(image, 3, 2, 1, UInt8, 0, 8, Interleaved, true, CompressionNone);
                 source->push(image);
             }
         }

@@ -2,6 +2,8 @@
 
 #include "support/allocation_failure.h"
 
+#include <ko/threads.h>
+
 #include <QtGlobal>
 #include <hwy/targets.h>
 #include <omp.h>
@@ -100,6 +102,7 @@ void run(const CaseTable& cases, const std::uint8_t* data, std::size_t size)
         useTargets(0);
     }
     if (severalThreads) {
+        const CallThreads consent(3);
         omp_set_num_threads(3);
         trial.under("three threads");
         omp_set_num_threads(1);

@@ -23,7 +23,7 @@ namespace ko {
 ///   ResultBadArg4          planar absent, not four planes, of another type or size
 ///   ResultUnsupportedType  another sample type
 ///   ResultBadArg1, 4       rows of src or planar longer than their stride
-/// On failure planar is untouched. Runs on the calling thread. O(height * width).
+/// On failure planar is untouched. Runs on the calling thread, on several within `CallThreads`. O(pixels).
 KO_EXPORT ResultCode ConvertRawToPlanarRaw(const SxImageBuf& src, const QRect& roi, ExBayerGrid grid,
                                            SxImageBuf& planar);
 
@@ -46,7 +46,7 @@ KO_EXPORT ResultCode ConvertRawToPlanarRaw(const SxImageBuf& src, const QRect& r
 ///   ResultBadArg4          grid unknown
 ///   ResultUnsupportedType  another sample type
 ///   ResultBadArg1, 3       rows of src or dst longer than their stride
-/// On failure dst is untouched. Runs on the calling thread. O(height * width).
+/// On failure dst is untouched. Runs on the calling thread, on several within `CallThreads`. O(pixels).
 KO_EXPORT ResultCode DemosaicSimple(const SxImageBuf& src, const QRect& rect, SxImageBuf& dst,
                                     ExBayerGrid grid);
 

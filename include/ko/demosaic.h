@@ -30,7 +30,7 @@ namespace ko {
 ///   ResultBadArg1  rows of src are longer than its stride
 ///   ResultBadArg3  rows of dst are longer than its stride
 ///   ResultFailed   no memory for a buffer, or the given one was made for another type or size
-/// On failure dst is untouched. Runs on the calling thread. O(roi width * height).
+/// On failure dst is untouched. Runs on the calling thread, on several within `CallThreads`. O(roi size).
 KO_EXPORT ResultCode Demosaic(const SxImageBuf& src, const QRect& roi, SxImageBuf& dst, void* buffer);
 
 /// The same for the whole image. The codes keep their numbers: an image of odd size is `ResultBadArg2`, a bad

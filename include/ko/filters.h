@@ -34,8 +34,8 @@ enum Interpolation : std::int32_t {
 ///   ResultBadArg2  rows of src's samples do not fit into dst's memory
 ///   ResultFailed   no memory for the rows between the passes, or src has no channels
 ///   1              done (a success: see `isFailure`)
-/// On failure dst is untouched. Runs on the calling thread. O(src width * height + dst width * height); exact
-/// doubling and halving are several times faster than other ratios.
+/// On failure dst is untouched. Runs on the calling thread, on several within `CallThreads`. O(src size + dst
+/// size); exact doubling and halving are several times faster than other ratios.
 KO_EXPORT ResultCode Stretch(const SxImageBuf& src, SxImageBuf& dst, Interpolation interpolation);
 
 /// Computes the gradient magnitude with the two 3 x 3 Sobel kernels (1 2 1 across -1 0 1):

@@ -122,7 +122,7 @@ KO_EXPORT ResultCode AllocAndCreateMirroredBorderImage(const SxImageBuf& src, Sx
 ///   ResultBadArg1  image absent
 ///   ResultBadArg2  mask absent, not mono, not `UInt8`, or of another size
 ///   ResultFailed   image.dataType has no implementation
-/// Runs on the calling thread. O(height * width * channels).
+/// Runs on the calling thread, on several within `CallThreads`. O(height * width * channels).
 KO_EXPORT ResultCode MaskImage(SxImageBuf& image, const SxImageBuf& mask);
 
 /// Writes a value wherever a mask selects; the mask can be smaller than the image and lie anywhere in it.
@@ -136,7 +136,7 @@ KO_EXPORT ResultCode MaskImage(SxImageBuf& image, const SxImageBuf& mask);
 ///   ResultBadArg2  mask absent, not mono, or not `UInt8`
 ///   ResultBadArg3  mask at pos leaves the image
 ///   ResultFailed   image.dataType has no implementation
-/// Runs on the calling thread. O(mask height * mask width).
+/// Runs on the calling thread, on several within `CallThreads`. O(mask height * mask width).
 KO_EXPORT ResultCode SetValueMasked(SxImageBuf& image, const SxImageBuf& mask, const QPoint& pos,
                                     const QVariant& value);
 
@@ -157,8 +157,8 @@ KO_EXPORT ResultCode SetValueMasked(SxImageBuf& image, const SxImageBuf& mask, c
 ///   ResultBadArg1          src absent, or its samples are not integers of up to 64 bits
 ///   ResultBadArg2          mask absent, not mono, not `UInt8`, or of another size
 ///   ResultUnsupportedType  packing neither `Interleaved` nor `Planar`
-/// Interleaved images run on the calling thread, planes one after another with their rows in parallel
-/// (static). O(height * width * channels).
+/// Interleaved images run on the calling thread, on several within `CallThreads`; planes run one after
+/// another, with their rows in parallel (static). O(height * width * channels).
 KO_EXPORT ResultCode BinaryMask(const SxImageBuf& src, SxImageBuf& mask, unsigned int value);
 
 /// Makes the mask of a filled, rotated ellipse in the smallest image of odd size that holds it.

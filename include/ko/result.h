@@ -1,14 +1,17 @@
 // Status codes.
 #pragma once
 
+#include <ko/export.h>
+
 #include <cstdint>
 
 namespace ko {
 
 /// Status of an operation: 0 is success, every failure has the top bit set.
 ///
-/// `Stretch` answers 1 on success, so test a status with `isFailure` and not against `ResultOk`.
-enum ResultCode : std::uint32_t {
+/// `Stretch` answers 1 on success, so test a status with `isFailure` and not against `ResultOk`. The compiler
+/// warns of a status that nobody looks at; cast it to `void` where it cannot matter.
+enum [[nodiscard]] ResultCode : std::uint32_t{
     ResultOk = 0x00000000,               ///< done
     ResultFailed = 0xA0000000,           ///< memory or a called service failed; the arguments were good
     ResultIncompatible = 0xA000000D,     ///< a work buffer was made for another image format
@@ -28,5 +31,15 @@ constexpr bool isFailure(ResultCode code) noexcept
 {
     return (static_cast<std::uint32_t>(code) & 0x80000000U) != 0;
 }
+
+/// Number of the argument that `code` calls invalid, 1...7; 0 for every other code.
+constexpr int argumentOf(ResultCode code) noexcept
+{
+    return code >= ResultBadArg1 && code <= ResultBadArg7 ? static_cast<int>(code - ResultBadArg1) + 1 : 0;
+}
+
+/// Name and meaning of a status, as in "ResultBadArg3: argument 3 is invalid". The text is constant and never
+/// null; a number that is no status is an "unknown status".
+KO_EXPORT const char* toString(ResultCode code) noexcept;
 
 }  // namespace ko

@@ -334,7 +334,7 @@ KO_EXPORT ResultCode CorrectBackground(const SxImageBuf& src, const SxImageBuf& 
 ///   ResultBadArg3          channelCount above that of either image, or factors null
 ///   ResultUnsupportedType  dataType is neither `UInt8` nor `UInt16`, or several channels in an unknown
 ///                          packing
-/// On failure image is untouched. Runs on the calling thread. O(height * width * channels).
+/// On failure image is untouched. Runs on the calling thread, on several within `CallThreads`. O(pixels).
 KO_EXPORT ResultCode BackgroundCorrection(const SxImageBuf& background, SxImageBuf& image, int channelCount,
                                           const double* factors);
 

@@ -1,6 +1,8 @@
 // Row loops: every OpenMP pragma of the library. Bodies must not throw.
 #pragma once
 
+#include <ko/threads.h>
+
 #include <omp.h>
 
 #include <algorithm>
@@ -91,6 +93,39 @@ void rowsDynamic(std::int64_t rows, const Body& body)
 {
     static_assert(noexcept(body(std::int64_t{})));
     shareRows(rows, [&](int, std::int64_t y) noexcept { body(y); });
+}
+
+/// How many bands `bandsByConsent` cuts rows into, for loops whose bands need memory of their own.
+inline int bandsOf(std::int64_t rows) noexcept
+{
+    return static_cast<int>(std::clamp<std::int64_t>(rows, 1, CallThreads::current()));
+}
+
+/// Runs `body(band, begin, end)` for contiguous bands of rows: one band of all rows on the calling thread, or
+/// as many as the program allows by `CallThreads`, each on a thread of its own.
+template <class Body>
+void bandsByConsent(std::int64_t rows, const Body& body)
+{
+    static_assert(noexcept(body(0, std::int64_t{}, std::int64_t{})));
+    const int bands = bandsOf(rows);
+    if (bands == 1) {
+        body(0, 0, rows);
+        return;
+    }
+#pragma omp parallel for schedule(static, 1) num_threads(bands)
+    for (int band = 0; band < bands; ++band)
+        body(band, rows * band / bands, rows * (band + 1) / bands);
+}
+
+/// Runs `body(y)` for y = 0...rows - 1 on the calling thread, or in bands where the program allows it.
+template <class Body>
+void rowsByConsent(std::int64_t rows, const Body& body)
+{
+    static_assert(noexcept(body(std::int64_t{})));
+    bandsByConsent(rows, [&](int, std::int64_t begin, std::int64_t end) noexcept {
+        for (std::int64_t y = begin; y < end; ++y)
+            body(y);
+    });
 }
 
 /// Sums up rows: `body(partial, y)` adds row y to its thread's own zeroed slot, then `combine(partial)` takes

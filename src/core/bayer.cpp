@@ -3,6 +3,7 @@
 #include "base/checks.h"
 #include "base/dispatch.h"
 #include "base/image_view.h"
+#include "base/rows.h"
 #include "core/bayer_cell.h"
 #include "core/bayer_kernels.h"
 
@@ -27,12 +28,12 @@ template <class T>
 void splitCells(const SxImageBuf& src, const QRect& roi, BayerCell cell, SxImageBuf& planar)
 {
     const auto split = bayerKernels().of<T>().split;
-    for (std::int64_t y = 0; y < planar.height; ++y) {
+    rowsByConsent(planar.height, [&](std::int64_t y) noexcept {
         for (const int row : {0, 1})
             split(rowOf(src, roi.top() + 2 * y + row) + roi.left() * std::int64_t{sizeof(T)},
                   planeRowOf(planar, planeOf(cell, 0, row), y), planeRowOf(planar, planeOf(cell, 1, row), y),
                   planar.width);
-    }
+    });
 }
 
 template <class T>
@@ -40,25 +41,25 @@ void combineCells(const SxImageBuf& src, const QRect& rect, BayerCell cell, SxIm
 {
     const auto combine = bayerKernels().of<T>().fromMosaic;
     const std::int64_t left = rect.left() * std::int64_t{sizeof(T)};
-    for (std::int64_t y = 0; y < dst.height; ++y) {
+    rowsByConsent(dst.height, [&](std::int64_t y) noexcept {
         const std::int64_t top = rect.top() + 2 * y;
         combine({rowOf(src, top + cell.redRow) + left, rowOf(src, top + 1 - cell.redRow) + left,
                  cell.redColumn == 0},
                 {rowOf(dst, y), dst.channels, saturatedTop<T>(src.bitsPerSample)}, dst.width);
-    }
+    });
 }
 
 template <class T>
 void combinePlanes(const SxImageBuf& src, const QRect& rect, SxImageBuf& dst)
 {
     const auto combine = bayerKernels().of<T>().fromPlanes;
-    for (std::int64_t y = 0; y < dst.height; ++y) {
+    rowsByConsent(dst.height, [&](std::int64_t y) noexcept {
         const auto row = [&](int plane) {
             return planeRowOf(src, plane, rect.top() + y) + rect.left() * std::int64_t{sizeof(T)};
         };
         combine({row(0), row(1), row(2), row(3)},
                 {rowOf(dst, y), dst.channels, saturatedTop<T>(src.bitsPerSample)}, dst.width);
-    }
+    });
 }
 
 }  // namespace

@@ -4,10 +4,12 @@
 #include "base/log.h"
 
 #include <ko/bayer.h>
+#include <ko/cpp/image.h>
 
 #include <exception>
 #include <memory>
 #include <new>
+#include <utility>
 
 namespace ko {
 
@@ -19,21 +21,11 @@ bool refuse(const QString& message)
     return false;
 }
 
-/// Pixel memory that nobody else owns yet.
-struct OwnImage {
-    SxImageBuf buf;
-
-    OwnImage() = default;
-    OwnImage(const OwnImage&) = delete;
-    OwnImage& operator=(const OwnImage&) = delete;
-    ~OwnImage() { FreeBuffer(buf); }
-};
-
-std::unique_ptr<CxImageData> frameOf(OwnImage& image, const CxImageData& input, const CxMetadata& metadata)
+std::unique_ptr<CxImageData> frameOf(Image image, const CxImageData& input, const CxMetadata& metadata)
 {
     auto frame = std::make_unique<CxImageData>();
-    frame->setImageShallow(image.buf, 0, 0, QDateTime::currentDateTime());
-    image.buf = SxImageBuf();
+    frame->setImageShallow(image, 0, 0, QDateTime::currentDateTime());
+    static_cast<void>(image.release());
     frame->setTimestamp(input.timestamp());
     frame->setFrameNo(input.frameNo());
     frame->setMetadata(metadata);
@@ -193,13 +185,13 @@ std::unique_ptr<CxImageData> CxDemosaicConvertor::convert(CxImageData& input)
     if (!isDescribed)
         return fail(QStringLiteral("Failed to query the output format of the data."));
 
-    OwnImage colour;
+    Image colour;
     const auto* const colourInfo = dynamic_cast<const CxImageDataInfo*>(description.get());
-    if (colourInfo == nullptr || isFailure(AllocBuffer(colourInfo->info(), colour.buf, false)))
+    if (colourInfo == nullptr || isFailure(AllocBuffer(colourInfo->info(), colour, false)))
         return fail(QStringLiteral("Failed to alloc the output image."));
-    if (isFailure(DemosaicSimple(mosaic, wholeOf(mosaic), colour.buf, grid)))
+    if (isFailure(DemosaicSimple(mosaic, wholeOf(mosaic), colour, grid)))
         return fail(QStringLiteral("Failed to debayerize the image."));
-    return frameOf(colour, input, outputMetadata);
+    return frameOf(std::move(colour), input, outputMetadata);
 }
 
 }  // namespace ko

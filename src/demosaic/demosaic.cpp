@@ -1,11 +1,14 @@
 #include <ko/demosaic.h>
 
+#include <ko/cpp/image.h>
+
 #include "base/boundary.h"
 #include "base/checks.h"
 #include "base/depth.h"
 #include "base/dispatch.h"
 #include "base/image_view.h"
 #include "base/log.h"
+#include "base/rows.h"
 #include "core/bayer_cell.h"
 #include "demosaic/demosaic_kernels.h"
 
@@ -19,20 +22,11 @@ namespace ko {
 
 namespace {
 
-struct FreeImage {
-    void operator()(SxImageBuf* image) const noexcept
-    {
-        FreeBuffer(*image);
-        delete image;
-    }
-};
-using OwnedImage = std::unique_ptr<SxImageBuf, FreeImage>;
-
 /// What callers hold as `void*`: the colour planes of the mosaic and the same planes enlarged. Only rows of
 /// the enlarged planes are in use at any time.
-struct DemosaicBuffer {
-    OwnedImage planar;
-    OwnedImage full;
+struct WorkBuffer {
+    Image planar;
+    Image full;
 };
 
 bool isRegionOfCells(const QRect& roi, const SxImageInfo& info)
@@ -40,42 +34,41 @@ bool isRegionOfCells(const QRect& roi, const SxImageInfo& info)
     return isInside(roi, info) && hasEvenSize(roi) && widthOf(roi) > 0 && heightOf(roi) > 0;
 }
 
-OwnedImage allocPlanes(const SxImageInfo& info, std::int64_t width, std::int64_t height)
+Image allocPlanes(const SxImageInfo& info, std::int64_t width, std::int64_t height)
 {
-    OwnedImage planes(new SxImageBuf);
-    planes->width = static_cast<int>(width);
-    planes->height = static_cast<int>(height);
-    planes->channels = 4;
-    planes->packing = Planar;
-    planes->dataType = info.dataType;
-    planes->bitsPerSample = info.bitsPerSample;
-    planes->bayerGrid = info.bayerGrid;
-    return isFailure(AllocBuffer(*planes, *planes, false)) ? nullptr : std::move(planes);
+    SxImageInfo planes;
+    planes.width = static_cast<int>(width);
+    planes.height = static_cast<int>(height);
+    planes.channels = 4;
+    planes.packing = Planar;
+    planes.dataType = info.dataType;
+    planes.bitsPerSample = info.bitsPerSample;
+    planes.bayerGrid = info.bayerGrid;
+    return Image(planes);
 }
 
-std::unique_ptr<DemosaicBuffer> allocBuffer(const SxImageInfo& info, const QRect& roi)
+std::unique_ptr<WorkBuffer> allocBuffer(const SxImageInfo& info, const QRect& roi)
 {
     const std::int64_t width = widthOf(roi), height = heightOf(roi);
-    auto buffer = std::make_unique<DemosaicBuffer>();
+    auto buffer = std::make_unique<WorkBuffer>();
     buffer->planar = allocPlanes(info, width / 2, height / 2);
-    if (buffer->planar)
-        buffer->full = allocPlanes(info, width, height);
-    return buffer->full ? std::move(buffer) : nullptr;
+    buffer->full = allocPlanes(info, width, height);
+    return buffer;
 }
 
 /// Four planes of the given size and of src's sample type.
-bool arePlanesFor(const SxImageBuf* planes, const SxImageBuf& src, std::int64_t width, std::int64_t height)
+bool arePlanesFor(const SxImageBuf& planes, const SxImageBuf& src, std::int64_t width, std::int64_t height)
 {
-    return planes != nullptr && isPresent(*planes) && isFourPlanes(*planes) &&
-           hasType(*planes, src.dataType) && hasSize(*planes, width, height) && rowsFit(*planes);
+    return isPresent(planes) && isFourPlanes(planes) && hasType(planes, src.dataType) &&
+           hasSize(planes, width, height) && rowsFit(planes);
 }
 
 /// A caller's buffer may have been made for other images.
-bool fits(const DemosaicBuffer& buffer, const SxImageBuf& src, const QRect& roi)
+bool fits(const WorkBuffer& buffer, const SxImageBuf& src, const QRect& roi)
 {
     const std::int64_t width = widthOf(roi), height = heightOf(roi);
-    return arePlanesFor(buffer.planar.get(), src, width / 2, height / 2) &&
-           arePlanesFor(buffer.full.get(), src, width, height);
+    return arePlanesFor(buffer.planar, src, width / 2, height / 2) &&
+           arePlanesFor(buffer.full, src, width, height);
 }
 
 /// The range that `ClampToColorDepth` brings samples into: a limit of 0 or less replaces them all.
@@ -122,16 +115,24 @@ void interpolate(const SxImageBuf& src, const QRect& roi, SxImageBuf& full, SxIm
     const std::int64_t left = roi.left() * std::int64_t{sizeof(T)};
     const SampleRange range = depthRange<T>(full);
     const auto top = saturatedTop<T>(full.bitsPerSample);
-    CellRows above(full, 0), below(full, 4);
-    for (std::int64_t y = 0; y < dst.height; y += 2) {
-        std::swap(above, below);
-        for (const int row : {0, 1})
-            kernels.enlarge(rowOf(src, roi.top() + y + row) + left, below.at(row, 0), below.at(row, 1),
-                            dst.width);
-        kernels.combine((y == 0 ? below : above).colours(cell), below.colours(cell), range,
-                        {rowOf(dst, y), dst.channels, top}, {rowOf(dst, y + 1), dst.channels, top},
-                        dst.width);
-    }
+    // Eight rows for every band: there are four planes, and no more bands than rows of cells.
+    bandsByConsent(dst.height / 2, [&](int band, std::int64_t begin, std::int64_t end) noexcept {
+        CellRows above(full, 8 * band), below(full, 8 * band + 4);
+        const auto enlarge = [&](std::int64_t y, const CellRows& rows) noexcept {
+            for (const int row : {0, 1})
+                kernels.enlarge(rowOf(src, roi.top() + 2 * y + row) + left, rows.at(row, 0), rows.at(row, 1),
+                                dst.width);
+        };
+        if (begin > 0)
+            enlarge(begin - 1, below);
+        for (std::int64_t y = begin; y < end; ++y) {
+            std::swap(above, below);
+            enlarge(y, below);
+            kernels.combine((y == 0 ? below : above).colours(cell), below.colours(cell), range,
+                            {rowOf(dst, 2 * y), dst.channels, top},
+                            {rowOf(dst, 2 * y + 1), dst.channels, top}, dst.width);
+        }
+    });
 }
 
 }  // namespace
@@ -157,13 +158,13 @@ ResultCode Demosaic(const SxImageBuf& src, const QRect& roi, SxImageBuf& dst, vo
             ByTypeOf<UInt8, UInt16>{}, src.dataType,
             {{ResultBadArg1, rowsFit(src)}, {ResultBadArg3, rowsFit(dst)}},
             [&]<class T>(std::type_identity<T>) {
-                std::unique_ptr<DemosaicBuffer> own;
+                std::unique_ptr<WorkBuffer> own;
                 if (buffer == nullptr)
                     own = allocBuffer(src, roi);
-                auto* const used = buffer == nullptr ? own.get() : static_cast<DemosaicBuffer*>(buffer);
-                if (used == nullptr || !fits(*used, src, roi))
+                auto* const used = buffer == nullptr ? own.get() : static_cast<WorkBuffer*>(buffer);
+                if (!fits(*used, src, roi))
                     return ResultFailed;
-                interpolate<T>(src, roi, *used->full, dst);
+                interpolate<T>(src, roi, used->full, dst);
                 return ResultOk;
             },
             ResultFailed);
@@ -178,7 +179,8 @@ void* DemosaicAllocBuffer(const SxImageInfo& info)
 void* DemosaicAllocBuffer(const SxImageInfo& info, const QRect& roi)
 {
     void* buffer = nullptr;
-    guarded([&] {
+    // What a failure leaves is a null buffer.
+    (void)guarded([&] {
         if (!isMosaic(info))
             logError(QStringLiteral("Input image must be mono image."));
         else if (!isRegionOfCells(roi, info))
@@ -192,7 +194,7 @@ void* DemosaicAllocBuffer(const SxImageInfo& info, const QRect& roi)
 
 void DemosaicFreeBuffer(void* buffer)
 {
-    delete static_cast<DemosaicBuffer*>(buffer);
+    delete static_cast<WorkBuffer*>(buffer);
 }
 
 }  // namespace ko

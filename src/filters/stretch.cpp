@@ -1,9 +1,12 @@
 #include <ko/filters.h>
 
+#include <ko/cpp/image.h>
+
 #include "base/boundary.h"
 #include "base/checks.h"
 #include "base/dispatch.h"
 #include "base/image_view.h"
+#include "base/rows.h"
 #include "filters/stretch_average_kernels.h"
 #include "filters/stretch_gather.h"
 #include "filters/stretch_kernels.h"
@@ -12,6 +15,7 @@
 #include <algorithm>
 #include <limits>
 #include <optional>
+#include <span>
 #include <vector>
 
 namespace ko {
@@ -38,89 +42,120 @@ bool rowsStayInside(const SxImageBuf& dst, const SxImageBuf& src)
            rowSamples(src, dst) <= (memory - lastRow) / size;
 }
 
-/// The rows between the two passes that are still needed. Row r takes the place of row r - `count`.
-class RowBand {
+/// The rows between the two passes that one thread still needs. Row r takes the place of row r - `count`.
+struct RowWindow {
+    SxImageBuf& rows;
+    std::int64_t first;
+    std::int64_t count;
+
+    std::uint8_t* row(std::int64_t y) const noexcept { return rowOf(rows, first + y % count); }
+};
+
+/// The windows of all threads that share out the rows.
+class RowWindows {
 public:
-    RowBand(const SxImageBuf& src, const SxImageBuf& dst, std::int64_t count)
+    RowWindows(const SxImageBuf& src, const SxImageBuf& dst, std::int64_t count, int windows) : m_count(count)
     {
         const std::int64_t bytes = rowSamples(src, dst) * bytesPerSample(src.dataType);
         const std::int64_t stride = (bytes + stretchRowSlack + 63) / 64 * 64;
         constexpr std::int64_t most = std::numeric_limits<std::int32_t>::max();
-        if (src.channels > 0 && stride <= most && count <= most)
-            AllocBuffer(m_rows, dst.width, static_cast<int>(count), src.channels, src.dataType,
-                        static_cast<int>(stride), src.bitsPerSample, Interleaved, false, CompressionNone);
+        if (src.channels <= 0 || stride > most || count > most / windows)
+            throw Error(ResultFailed);
+        orThrow(AllocBuffer(m_rows, dst.width, static_cast<int>(count * windows), src.channels, src.dataType,
+                            static_cast<int>(stride), src.bitsPerSample, Interleaved, false,
+                            CompressionNone));
     }
-    ~RowBand() { FreeBuffer(m_rows); }
-    RowBand(const RowBand&) = delete;
-    RowBand& operator=(const RowBand&) = delete;
 
-    bool exists() const noexcept { return m_rows.data != nullptr; }
-    std::uint8_t* row(std::int64_t y) noexcept { return rowOf(m_rows, y % m_rows.height); }
+    RowWindow of(int window) noexcept { return {m_rows, window * m_count, m_count}; }
 
 private:
-    SxImageBuf m_rows;
+    Image m_rows;
+    std::int64_t m_count;
 };
 
 ResultCode stretchToDouble(const SxImageBuf& src, SxImageBuf& dst, const StretchAverageRows& kernels)
 {
-    RowBand band(src, dst, 2);
-    if (!band.exists())
-        return ResultFailed;
-    for (std::int64_t y = 0; y < src.height; ++y) {
-        kernels.doubleRow(rowOf(src, y), band.row(y), src.width, src.channels);
-        kernels.doubledRows(band.row(std::max<std::int64_t>(y - 1, 0)), band.row(y), rowOf(dst, 2 * y),
-                            rowOf(dst, 2 * y + 1), rowSamples(src, dst));
-    }
+    RowWindows windows(src, dst, 2, bandsOf(src.height));
+    bandsByConsent(src.height, [&](int band, std::int64_t begin, std::int64_t end) noexcept {
+        const RowWindow window = windows.of(band);
+        const auto doubleRow = [&](std::int64_t y) noexcept {
+            kernels.doubleRow(rowOf(src, y), window.row(y), src.width, src.channels);
+        };
+        if (begin > 0)
+            doubleRow(begin - 1);
+        for (std::int64_t y = begin; y < end; ++y) {
+            doubleRow(y);
+            kernels.doubledRows(window.row(std::max<std::int64_t>(y - 1, 0)), window.row(y),
+                                rowOf(dst, 2 * y), rowOf(dst, 2 * y + 1), rowSamples(src, dst));
+        }
+    });
     return stretched;
 }
 
 ResultCode stretchToHalf(const SxImageBuf& src, SxImageBuf& dst, const StretchAverageRows& kernels)
 {
-    RowBand band(src, dst, 3);
-    if (!band.exists())
-        return ResultFailed;
-    std::int64_t next = 0;
-    for (std::int64_t y = 0; y < dst.height; ++y) {
-        const std::int64_t below = std::min<std::int64_t>(2 * y + 2, src.height - 1);
-        for (; next <= below; ++next)
-            kernels.halveRow(rowOf(src, next), band.row(next), src.width, src.channels);
-        kernels.halvedRow(band.row(2 * y), band.row(2 * y + 1), band.row(below), rowOf(dst, y),
-                          rowSamples(src, dst));
-    }
+    RowWindows windows(src, dst, 3, bandsOf(dst.height));
+    bandsByConsent(dst.height, [&](int band, std::int64_t begin, std::int64_t end) noexcept {
+        const RowWindow window = windows.of(band);
+        std::int64_t next = 2 * begin;
+        for (std::int64_t y = begin; y < end; ++y) {
+            const std::int64_t below = std::min<std::int64_t>(2 * y + 2, src.height - 1);
+            for (; next <= below; ++next)
+                kernels.halveRow(rowOf(src, next), window.row(next), src.width, src.channels);
+            kernels.halvedRow(window.row(2 * y), window.row(2 * y + 1), window.row(below), rowOf(dst, y),
+                              rowSamples(src, dst));
+        }
+    });
     return stretched;
 }
 
-ResultCode stretchByTaps(const SxImageBuf& src, SxImageBuf& dst, const StretchRows& kernels)
+/// The first row of the source that a row of the destination needs. Source rows come in pairs.
+std::int64_t firstOf(std::span<const StretchTap> taps) noexcept
+{
+    const auto byIndex = [](const StretchTap& a, const StretchTap& b) { return a.index < b.index; };
+    return std::min_element(taps.begin(), taps.end(), byIndex)->index / 2 * 2;
+}
+
+/// `apart` tells that no row of the destination reaches into the next one.
+ResultCode stretchByTaps(const SxImageBuf& src, SxImageBuf& dst, const StretchRows& kernels, bool apart)
 {
     const StretchTable along(src.width, dst.width);
     const StretchTable across(src.height, dst.height);
     std::optional<StretchGather> gather;
     if (kernels.alongByGather != nullptr)
         gather = arrangeGather(along, src.width, src.channels, bytesPerSample(src.dataType));
-    std::vector<const std::uint8_t*> rows(static_cast<std::size_t>(across.mostTaps()));
-    RowBand band(src, dst, across.inputsKept() + 1);  // source rows come in pairs
-    if (!band.exists())
-        return ResultFailed;
-    const auto addPair = [&](std::int64_t first) {
-        const std::int64_t second = std::min<std::int64_t>(first + 1, src.height - 1);
-        if (gather) {
-            kernels.alongByGather(rowOf(src, first), rowOf(src, second), band.row(first), band.row(second),
-                                  *gather);
-        } else {
-            for (const std::int64_t y : {first, second})
-                kernels.alongByTable(rowOf(src, y), band.row(y), along, src.channels);
+    const int bands = apart ? bandsOf(dst.height) : 1;
+    const auto taps = static_cast<std::size_t>(across.mostTaps());
+    std::vector<const std::uint8_t*> tapRows(taps * static_cast<std::size_t>(bands));
+    RowWindows windows(src, dst, across.inputsKept() + 1, bands);
+    const auto stretchBand = [&](int band, std::int64_t begin, std::int64_t end) noexcept {
+        const RowWindow window = windows.of(band);
+        const std::uint8_t** const rows = tapRows.data() + taps * static_cast<std::size_t>(band);
+        const auto addPair = [&](std::int64_t first) noexcept {
+            const std::int64_t second = std::min<std::int64_t>(first + 1, src.height - 1);
+            if (gather) {
+                kernels.alongByGather(rowOf(src, first), rowOf(src, second), window.row(first),
+                                      window.row(second), *gather);
+            } else {
+                for (const std::int64_t y : {first, second})
+                    kernels.alongByTable(rowOf(src, y), window.row(y), along, src.channels);
+            }
+        };
+        std::int64_t next = begin == 0 ? 0 : firstOf(across.taps(begin));
+        for (std::int64_t y = begin; y < end; ++y) {
+            const std::span<const StretchTap> taken = across.taps(y);
+            for (std::size_t i = 0; i < taken.size(); ++i) {
+                for (; next <= taken[i].index; next += 2)
+                    addPair(next);
+                rows[i] = window.row(taken[i].index);
+            }
+            kernels.across(rows, taken, rowOf(dst, y), rowSamples(src, dst));
         }
     };
-    std::int64_t next = 0;
-    for (std::int64_t y = 0; y < dst.height; ++y) {
-        const std::span<const StretchTap> taps = across.taps(y);
-        for (std::size_t i = 0; i < taps.size(); ++i) {
-            for (; next <= taps[i].index; next += 2)
-                addPair(next);
-            rows[i] = band.row(taps[i].index);
-        }
-        kernels.across(rows.data(), taps, rowOf(dst, y), rowSamples(src, dst));
-    }
+    if (apart)
+        bandsByConsent(dst.height, stretchBand);
+    else
+        stretchBand(0, 0, dst.height);
     return stretched;
 }
 
@@ -144,13 +179,13 @@ ResultCode Stretch(const SxImageBuf& src, SxImageBuf& dst, Interpolation)
             {{ResultBadArg1, rowsFit(src)}, {ResultBadArg2, rowsStayInside(dst, src)}},
             [&]<class T>(std::type_identity<T>) {
                 // The fast ways write several rows at a time, or need whole pixels in a vector.
-                const bool plain = src.channels <= stretchAverageChannels &&
-                                   rowSamples(src, dst) * std::int64_t{sizeof(T)} <= dst.stride;
+                const bool apart = rowSamples(src, dst) * std::int64_t{sizeof(T)} <= dst.stride;
+                const bool plain = apart && src.channels <= stretchAverageChannels;
                 if (plain && isMultiple(dst.width, src.width, 2) && isMultiple(dst.height, src.height, 2))
                     return stretchToDouble(src, dst, stretchAverageKernels().of<T>());
                 if (plain && isMultiple(src.width, dst.width, 2) && isMultiple(src.height, dst.height, 2))
                     return stretchToHalf(src, dst, stretchAverageKernels().of<T>());
-                return stretchByTaps(src, dst, stretchKernels().of<T>());
+                return stretchByTaps(src, dst, stretchKernels().of<T>(), apart);
             },
             stretched);
     });

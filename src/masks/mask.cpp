@@ -12,6 +12,12 @@ namespace ko {
 
 namespace {
 
+/// Pixels read as interleaved end before the next row begins.
+bool rowsStayApart(const SxImageInfo& image)
+{
+    return isInterleaved(image) || isMono(image);
+}
+
 /// Little-endian word at a byte of the image; bytes behind the image's memory are 0.
 std::uint32_t wordAt(const std::uint8_t* image, std::size_t byteSize, std::int64_t offset)
 {
@@ -33,7 +39,7 @@ void markDifferentInterleaved(const SxImageBuf& src, SxImageBuf& mask, MarkUnlik
                                    : sampleBytes == 2 ? value & 0xFFFFU
                                                       : value;
     const bool byRows = isMono(src) && src.width > 0 && expected <= 0xFFFFU;
-    for (std::int64_t y = 0; y < src.height; ++y) {
+    rowsByConsent(src.height, [&](std::int64_t y) noexcept {
         std::uint8_t* const marks = rowOf(mask, y);
         std::int64_t x = 0;
         if (byRows) {
@@ -47,7 +53,7 @@ void markDifferentInterleaved(const SxImageBuf& src, SxImageBuf& mask, MarkUnlik
                 mark = wordAt(src.data, byteSize, pixel + k) != expected ? 1 : 0;
             marks[x] = mark;
         }
-    }
+    });
 }
 
 void markDifferentPlanar(const SxImageBuf& src, SxImageBuf& mask, MarkDifferentRow markRow,
@@ -79,8 +85,14 @@ ResultCode MaskImage(SxImageBuf& image, const SxImageBuf& mask)
             BySize{}, image.dataType, {{ResultBadArg1, rowsFit(image)}, {ResultBadArg2, rowsFit(mask)}},
             [&]<class T>(std::type_identity<T>) {
                 const ClearUnmaskedRow clearRow = maskKernels().clearUnmasked.of<T>();
-                for (std::int64_t y = 0; y < image.height; ++y)
+                const auto clear = [&](std::int64_t y) noexcept {
                     clearRow(rowOf(image, y), rowOf(mask, y), image.width, image.channels);
+                };
+                // Rows that reach into each other are no work for several threads.
+                if (rowsStayApart(image))
+                    return rowsByConsent(image.height, clear);
+                for (std::int64_t y = 0; y < image.height; ++y)
+                    clear(y);
             },
             ResultFailed);
     });
@@ -101,8 +113,9 @@ ResultCode SetValueMasked(SxImageBuf& image, const SxImageBuf& mask, const QPoin
                 const T sample = plainValue<T>(value);
                 const SetMaskedRow setRow = maskKernels().setMasked.of<T>();
                 const std::int64_t left = pos.x() * std::int64_t{sizeof(T)};
-                for (std::int64_t y = 0; y < mask.height; ++y)
+                rowsByConsent(mask.height, [&](std::int64_t y) noexcept {
                     setRow(rowOf(image, pos.y() + y) + left, rowOf(mask, y), mask.width, &sample);
+                });
             },
             ResultFailed);
     });

@@ -30,6 +30,7 @@ IxPipeItem::IxPipeItem(ExFlags flags, QObject* parent)
 
 IxPipeItem::~IxPipeItem()
 {
+    m_core->warnUnlessRetired(*this);
     retire();
 }
 

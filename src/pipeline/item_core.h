@@ -47,6 +47,10 @@ struct IxPipeItem::Core {
     bool stop(const IxPipeItem& item);
     void retire(const IxPipeItem& item);
 
+    /// For destructors of classes that others implement. Warns where the implementation has not retired the
+    /// item: its worker may have called what was destroyed already.
+    void warnUnlessRetired(const IxPipeItem& item);
+
     // The following need `phaseMutex`.
     bool isAtRest() const { return phase != PipePhase::Starting && phase != PipePhase::Stopping; }
 

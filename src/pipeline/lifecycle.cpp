@@ -110,6 +110,17 @@ void IxPipeItem::Core::retire(const IxPipeItem& item)
     worker.wait();
 }
 
+void IxPipeItem::Core::warnUnlessRetired(const IxPipeItem& item)
+{
+    {
+        const Lock lock(phaseMutex);
+        if (phase == PipePhase::Retired)
+            return;
+    }
+    qWarning().noquote() << item.name() +
+                                ": destroyed without a call of retire in the destructor of its class";
+}
+
 bool IxPipeItem::setState(ExState state)
 {
     return state == StateStarted ? m_core->start(*this) : m_core->stop(*this);

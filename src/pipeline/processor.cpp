@@ -18,6 +18,7 @@ IxDataProcessor::IxDataProcessor(ExFlags flags, QObject* parent) : IxPipeItem(fl
 
 IxDataProcessor::~IxDataProcessor()
 {
+    m_core->warnUnlessRetired(*this);
     retire();
 }
 

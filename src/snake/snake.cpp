@@ -1,5 +1,6 @@
 #include <ko/snake.h>
 
+#include <ko/cpp/image.h>
 #include <ko/filters.h>
 #include <ko/pixel.h>
 #include <ko/stats.h>
@@ -20,30 +21,16 @@ namespace ko {
 
 namespace {
 
-/// A cleared working image of the source's size, released with this object.
-class WorkingImage {
-public:
-    WorkingImage() = default;
-    ~WorkingImage() { FreeBuffer(m_image); }
-    WorkingImage(const WorkingImage&) = delete;
-    WorkingImage& operator=(const WorkingImage&) = delete;
-
-    SxImageBuf& image() { return m_image; }
-
-    ResultCode allocate(const SxImageInfo& source, ExImageDataType type, int bits)
-    {
-        SxImageInfo info = source;
-        info.dataType = type;
-        info.bitsPerSample = bits;
-        info.stride = 0;
-        // A mosaic's extremes would be taken cell by cell.
-        info.bayerGrid = BayerNone;
-        return AllocBuffer(info, m_image, true);
-    }
-
-private:
-    SxImageBuf m_image;
-};
+/// A cleared working image of the source's size.
+Image workingImage(const SxImageInfo& source, ExImageDataType type, int bits)
+{
+    SxImageInfo info = source;
+    info.dataType = type;
+    info.bitsPerSample = bits;
+    // A mosaic's extremes would be taken cell by cell.
+    info.bayerGrid = BayerNone;
+    return Image::zeros(info);
+}
 
 bool areFinite(const SxSnakeParams& p)
 {
@@ -52,38 +39,38 @@ bool areFinite(const SxSnakeParams& p)
            std::isfinite(p.weightGradient);
 }
 
-/// Gradient magnitudes, cut to 0 where they are no edges, and the edges as a binary image.
-ResultCode findEdges(const SxImageBuf& src, double edgeFraction, WorkingImage& gradient, WorkingImage& edges)
+struct Edges {
+    Image gradient;  ///< magnitudes, 0 where they are no edges
+    Image binary;
+};
+
+/// Throws when a step fails, as `measureDistance` does: the arguments were good.
+Edges findEdges(const SxImageBuf& src, double edgeFraction)
 {
-    if (isFailure(gradient.allocate(src, Int32, 32)) || isFailure(Sobel(src, gradient.image())))
-        return ResultFailed;
+    Edges edges{workingImage(src, Int32, 32), {}};
+    orThrow(Sobel(src, edges.gradient));
     QVariant least, largest;
-    if (isFailure(MinMax(gradient.image(), &least, &largest)) || isFailure(edges.allocate(src, UInt8, 8)))
-        return ResultFailed;
+    orThrow(MinMax(edges.gradient, &least, &largest));
+    edges.binary = workingImage(src, UInt8, 8);
     const QVariant threshold(toInt32(largest.toInt() * std::clamp(edgeFraction, 0.0, 1.0)));
     const QVariant none(0);
     unsigned char edge = 255;
-    if (isFailure(ThresholdBinaryGT(gradient.image(), edges.image(), &threshold, &edge, true)))
-        return ResultFailed;
-    const ResultCode cut = ThresholdGT(gradient.image(), &threshold, &none, true);
-    return isFailure(cut) ? ResultFailed : ResultOk;
+    orThrow(ThresholdBinaryGT(edges.gradient, edges.binary, &threshold, &edge, true));
+    orThrow(ThresholdGT(edges.gradient, &threshold, &none, true));
+    return edges;
 }
 
 /// Distances to the edges in fifths of a pixel, as the steps of the mask count them.
-ResultCode measureDistance(const SxImageBuf& src, const SxImageBuf& edges, WorkingImage& scaled)
+Image measureDistance(const SxImageBuf& edges)
 {
-    WorkingImage distance;
-    if (isFailure(distance.allocate(src, Float64, 64)) ||
-        isFailure(ChamferDistance(edges, distance.image(), Chamfer5x5)) ||
-        isFailure(scaled.allocate(src, Int32, 32)))
-        return ResultFailed;
-    const SxImageBuf& from = distance.image();
-    SxImageBuf& to = scaled.image();
-    rowsStatic(from.height, [&](std::int64_t y) noexcept {
-        for (std::int64_t x = 0; x < from.width; ++x)
-            storeSample(rowOf(to, y), x, toInt32(5.0 * loadSample<double>(rowOf(from, y), x)));
+    Image distance = workingImage(edges, Float64, 64);
+    orThrow(ChamferDistance(edges, distance, Chamfer5x5));
+    Image scaled = workingImage(edges, Int32, 32);
+    rowsStatic(distance->height, [&](std::int64_t y) noexcept {
+        for (std::int64_t x = 0; x < distance->width; ++x)
+            storeSample(rowOf(*scaled, y), x, toInt32(5.0 * loadSample<double>(rowOf(*distance, y), x)));
     });
-    return ResultOk;
+    return scaled;
 }
 
 }  // namespace
@@ -100,18 +87,14 @@ ResultCode SnakeImage(const SxImageBuf& src, const SxSnakeParams& params, const 
                 {ResultBadArg1, rowsFit(src)},
             }))
             return rc;
-        WorkingImage gradient, distance;
-        {
-            WorkingImage edges;
-            if (isFailure(findEdges(src, params.edgeFraction, gradient, edges)) ||
-                isFailure(measureDistance(src, edges.image(), distance)))
-                return ResultFailed;
-        }
+        Edges edges = findEdges(src, params.edgeFraction);
+        const Image distance = measureDistance(edges.binary);
+        edges.binary = {};
         Contour contour;
         contour.reserve(static_cast<std::size_t>(input.size()));
         for (const ContourPoint& point : input)
             contour.push_back(intoBand(point, src));
-        iterateContour(contour, params, {gradient.image(), distance.image()});
+        iterateContour(contour, params, {edges.gradient, distance});
         QList<ContourPoint> result;
         result.reserve(static_cast<int>(contour.size()));
         for (const ContourPoint& point : contour)

@@ -165,10 +165,7 @@ ResultCode BackgroundCorrection(const SxImageBuf& background, SxImageBuf& image,
                         ? 255.0
                         : static_cast<std::uint16_t>(toInt64(std::ldexp(1.0, image.bitsPerSample)));
                 correct<T>(image, background, image, channelCount, {.ratio = 1.0, .top = clamp, .keep = true},
-                           factors, [](std::int64_t rows, const auto& body) {
-                               for (std::int64_t y = 0; y < rows; ++y)
-                                   body(y);
-                           });
+                           factors, [](std::int64_t rows, const auto& body) { rowsByConsent(rows, body); });
             });
     });
 }

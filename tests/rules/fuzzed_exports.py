@@ -12,6 +12,7 @@ from pathlib import Path
 EXCEPTIONS = [
     (r"(typeinfo|typeinfo name|vtable) for ", "data"),
     (r"ko::\w+::(metaObject\(\) const|qt_metacall\(.*|qt_metacast\(.*|staticMetaObject)$", "written by moc"),
+    (r"ko::CallThreads::", "every fuzzer runs its cases on several threads, see fuzz/support/run.cpp"),
     (r"ko::IxPipeItem::Core::", "internal; every operation of an item goes through it"),
     (r"ko::\w+::swap\(", "private; called by the assignment"),
     (r"ko::CxImageHistogram::allocate\(", "private; called by resize and the copies"),

@@ -1,6 +1,9 @@
 // Images and their memory, the Bayer helpers, pipes; borders and masks.
 #include "threads/call.h"
 
+#include <ko/cpp/image.h>
+
+#include <cstring>
 #include <numbers>
 
 namespace ko::test {
@@ -9,10 +12,9 @@ namespace {
 
 SxImageBuf copyOf(const SxImageBuf& image)
 {
-    SxImageBuf copy;
-    AllocBuffer(image, copy, true);
-    CopyBuffer(image, QRect(0, 0, image.width, image.height), copy, QPoint(0, 0), false);
-    return copy;
+    Image copy = Image::zeros(image);
+    orThrow(CopyBuffer(image, QRect(0, 0, image.width, image.height), copy, QPoint(0, 0), false));
+    return copy.release();
 }
 
 /// Frames through a pipe whose worker threads are the call's own.
@@ -78,6 +80,11 @@ Operations coreOperations()
         {"ChannelIndexLogicalToPhysical",
          [](Call& c) { c.value(ChannelIndexLogicalToPhysical(2, c.image(UInt8, 3))); }},
         {"L2CacheSize", [](Call& c) { c.value(L2CacheSize()); }},
+        {"toString",
+         [](Call& c) {
+             const auto code = static_cast<ResultCode>(ResultBadArg1 + c.width % 3);
+             c.bytes(toString(code), std::strlen(toString(code)));
+         }},
         {"ConvertRawToPlanarRaw",
          [](Call& c) {
              c.status(ConvertRawToPlanarRaw(c.mosaic(), c.region, BayerGBRG,

@@ -1,6 +1,8 @@
 // Every exported operation on different images from several threads at once gives what one thread gives.
 #include "threads/call.h"
 
+#include <ko/threads.h>
+
 #include <gtest/gtest.h>
 
 #include <barrier>
@@ -72,6 +74,20 @@ TEST(Exports, OfOneKindAreSafeOnSeveralThreads)
 TEST(Exports, OfDifferentKindsAreSafeOnSeveralThreads)
 {
     runTogether(7);
+}
+
+TEST(Exports, GiveTheSameBytesWhereSeveralThreadsAreAllowed)
+{
+    const std::vector<Operation> operations = allOperations();
+    for (unsigned seed = 0; seed < 3; ++seed) {
+        const std::vector<Record> expected = alone(operations, seed);
+        for (const int threads : {2, 7}) {
+            const CallThreads allowed(threads);
+            const std::vector<Record> together = alone(operations, seed);
+            for (std::size_t i = 0; i < operations.size(); ++i)
+                EXPECT_TRUE(expected[i] == together[i]) << operations[i].name << " on " << threads;
+        }
+    }
 }
 
 TEST(Exports, GiveOtherResultsForOtherImages)

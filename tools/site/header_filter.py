@@ -25,8 +25,8 @@ def operation_rooms():
 
 
 # Those with a page of their own besides core's.
-ROOMS = [room for room in operation_rooms() if room != "core"] + ["interop"]
-PARTS = ("stats", "pipeline")  # rooms of several headers
+ROOMS = [room for room in operation_rooms() if room != "core"] + ["cpp", "interop"]
+PARTS = ("stats", "pipeline", "cpp")  # rooms of several headers
 STATUS = re.compile(r"^/// {3}(Result\w+|1)  +(\S.*)$")
 CONTINUED = re.compile(r"^/// {8,}(\S.*)$")
 SECTION = re.compile(r"^// -{10,} (.+)$")

@@ -50,8 +50,9 @@ struct SxPipeStatistics {
 /// worker ends.
 ///
 /// **Destruction** ends the worker, deletes the waiting frames and takes the item out of its pipe, whatever
-/// its state. A class that overrides virtual operations calls `retire` first in its destructor. An item is
-/// destroyed neither on a worker of its pipe nor while another thread starts, drains or stops that pipe.
+/// its state. A class that overrides virtual operations calls `retire` first in its destructor; where nobody
+/// has, a warning says so. An item is destroyed neither on a worker of its pipe nor while another thread
+/// starts, drains or stops that pipe.
 class KO_EXPORT IxPipeItem : public QObject {
     Q_OBJECT
 

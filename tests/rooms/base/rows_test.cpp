@@ -5,10 +5,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <new>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace ko::test {
@@ -86,6 +88,60 @@ TEST(RowLoops, LeaveTheRowsOfABusyThreadToTheOthers)
             std::this_thread::yield();
         EXPECT_EQ(others, rows - 1);
     });
+}
+
+TEST(RowsByConsent, StayOnTheCallingThreadUnlessAllowed)
+{
+    omp_set_num_threads(7);
+    const std::thread::id caller = std::this_thread::get_id();
+    bandsByConsent(5, [&](int band, std::int64_t begin, std::int64_t end) noexcept {
+        EXPECT_EQ(std::this_thread::get_id(), caller);
+        EXPECT_EQ(band, 0);
+        EXPECT_EQ(begin, 0);
+        EXPECT_EQ(end, 5);
+    });
+}
+
+TEST(RowsByConsent, VisitEveryRowOnceInBandsOnSeveralThreads)
+{
+    for (const int threads : {1, 2, 7, 64}) {
+        const CallThreads allowed(threads);
+        for (const std::int64_t rows : {0, 1, 5, 101}) {
+            std::vector<int> visits(static_cast<std::size_t>(rows));
+            rowsByConsent(rows, [&](std::int64_t y) noexcept { ++visits[static_cast<std::size_t>(y)]; });
+            EXPECT_EQ(visits, std::vector<int>(static_cast<std::size_t>(rows), 1));
+        }
+    }
+    const CallThreads allowed(3);
+    std::array<int, 3> owner{};
+    bandsByConsent(3, [&](int band, std::int64_t, std::int64_t) noexcept {
+        owner[static_cast<std::size_t>(band)] = omp_get_thread_num();
+    });
+    EXPECT_EQ(owner, (std::array{0, 1, 2}));
+}
+
+TEST(CallThreads, NestAndAreOfOneThread)
+{
+    EXPECT_EQ(CallThreads::current(), 1);
+    {
+        const CallThreads outer(4);
+        EXPECT_EQ(CallThreads::current(), 4);
+        int elsewhere = 0;
+        std::thread([&] { elsewhere = CallThreads::current(); }).join();
+        EXPECT_EQ(elsewhere, 1);
+        for (const auto& [asked, given] : {std::pair{2, 2}, {1, 1}, {0, 1}, {-7, 1}, {1000000, 64}}) {
+            const CallThreads inner(asked);
+            EXPECT_EQ(CallThreads::current(), given);
+        }
+        EXPECT_EQ(CallThreads::current(), 4);
+        try {
+            const CallThreads inner(3);
+            throw 1;
+        } catch (int) {
+            EXPECT_EQ(CallThreads::current(), 4);
+        }
+    }
+    EXPECT_EQ(CallThreads::current(), 1);
 }
 
 TEST(Reduction, CombinesOneSlotPerThread)

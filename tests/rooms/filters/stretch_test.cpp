@@ -5,6 +5,7 @@
 #include "support/test_image.h"
 
 #include <ko/filters.h>
+#include <ko/threads.h>
 
 #include <gtest/gtest.h>
 
@@ -284,6 +285,37 @@ TEST(StretchTargets, EqualTheTwinForLargeRatios)
 }
 
 /// All samples at the top of the range stay there: weights sum to 65536 and sums do not overflow.
+TEST(StretchThreads, GiveTheSameBytesWhereSeveralAreAllowed)
+{
+    struct Size {
+        int width;
+        int height;
+    };
+    for (const ExImageDataType type : {UInt8, UInt16}) {
+        for (const Size size :
+             {Size{26, 22}, {12, 10}, {6, 5}, {13, 11}, {17, 29}, {7, 3}, {5, 90}, {13, 1}}) {
+            for (const ExPixelPacking packing : {Interleaved, Planar}) {
+                TestImage src(Layout{.width = 13, .height = 11, .channels = 3, .type = type});
+                src.fillRandom(5);
+                const Layout layout{.width = size.width,
+                                    .height = size.height,
+                                    .channels = packing == Planar ? 7 : 3,
+                                    .type = type,
+                                    .packing = packing};
+                TestImage expected(layout);
+                ASSERT_EQ(Stretch(src, expected, InterpolationLinear), stretched);
+                for (const int threads : {2, 7}) {
+                    TestImage dst(layout);
+                    const CallThreads allowed(threads);
+                    ASSERT_EQ(Stretch(src, dst, InterpolationLinear), stretched);
+                    EXPECT_TRUE(dst.bytes() == expected.bytes())
+                        << size.width << " x " << size.height << " on " << threads;
+                }
+            }
+        }
+    }
+}
+
 TEST(StretchTargets, KeepTheTopOfTheRange)
 {
     forEachTarget([] {

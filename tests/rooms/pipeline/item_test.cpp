@@ -191,6 +191,30 @@ TEST(ItemState, CanBeLeftByTheWorkerItself)
     EXPECT_EQ(1U, stage.statistics().processed);
 }
 
+/// Forgets to retire.
+class Forgetful : public IxDataProcessor {
+public:
+    Forgetful() : IxDataProcessor(ExFlags()) {}
+
+protected:
+    bool processData(IxData*, IxData*&) override { return false; }
+};
+
+TEST(ItemState, IsMissedWhereTheDestructorOfAClassDoesNotRetire)
+{
+    LogCapture log;
+    QString name;
+    {
+        Stage stage;
+        const Forgetful item;
+        name = item.name();
+    }
+    ASSERT_EQ(1U, log.records().size());
+    EXPECT_EQ(QtWarningMsg, log.records()[0].type);
+    EXPECT_EQ(name + ": destroyed without a call of retire in the destructor of its class",
+              log.records()[0].text);
+}
+
 TEST(ItemConnections, NeedBothSidesToAccept)
 {
     Stage stage;

@@ -1,6 +1,7 @@
 // A stage that does what a test tells it to.
 #pragma once
 
+#include <ko/cpp/image.h>
 #include <ko/pipeline.h>
 
 #include <condition_variable>
@@ -54,10 +55,8 @@ protected:
 /// A frame with a small image.
 inline std::unique_ptr<CxImageData> makeFrame(int number = 0)
 {
-    SxImageBuf image;
-    AllocBuffer(image, 8, 2, 1, UInt8, 0, 8, Interleaved, true, CompressionNone);
     auto frame = std::make_unique<CxImageData>();
-    frame->setImageShallow(image, number, 0, {});
+    frame->setImageShallow(Image::zeros(8, 2, 1, UInt8).release(), number, 0, {});
     return frame;
 }
 

@@ -30,10 +30,8 @@ public:
 
 std::unique_ptr<CxImageData> countedFrame(int number)
 {
-    SxImageBuf image;
-    AllocBuffer(image, 16, 4, 1, UInt8, 0, 8, Interleaved, true, CompressionNone);
     auto frame = std::make_unique<CountedFrame>();
-    frame->setImageShallow(image, number, 0, {});
+    frame->setImageShallow(Image::zeros(16, 4, 1, UInt8).release(), number, 0, {});
     return frame;
 }
 

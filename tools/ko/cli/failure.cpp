@@ -4,40 +4,13 @@
 
 #include <cctype>
 #include <new>
-#include <sstream>
 
 namespace ko::tool {
-namespace {
-
-std::string meaning(ResultCode status)
-{
-    switch (status) {
-    case ResultIncompatible:
-        return "the work buffer does not fit the picture";
-    case ResultOutOfRange:
-        return "the number of channels does not suit the pixel format";
-    case ResultUnsupportedType:
-        return "there is no implementation for samples of this type";
-    case ResultFailed:
-        return "out of memory, or a step of the operation failed";
-    default:
-        break;
-    }
-    if (status >= ResultBadArg1 && status <= ResultBadArg7)
-        return "argument " + std::to_string(status - ResultBadArg1 + 1) + " does not suit the operation";
-    return "it failed";
-}
-
-}  // namespace
 
 void require(ResultCode status, const std::string& operation)
 {
-    if (!isFailure(status))
-        return;
-    std::ostringstream text;
-    text << operation << ": " << meaning(status) << " (status 0x" << std::hex << std::uppercase
-         << static_cast<std::uint32_t>(status) << ')';
-    throw std::runtime_error(text.str());
+    if (isFailure(status))
+        throw std::runtime_error(operation + ": " + toString(status));
 }
 
 std::string firstLine(const std::string& text)

@@ -33,6 +33,7 @@ TEST(CoreApi, IsExportedWithTheExactSignatures)
             {"DemosaicSimple",
              exported<ResultCode(const SxImageBuf&, const QRect&, SxImageBuf&, ExBayerGrid)>(
                  &DemosaicSimple)},
+            {"toString", exported<const char*(ResultCode) noexcept>(&toString)},
         });
 }
 
