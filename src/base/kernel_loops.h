@@ -24,7 +24,7 @@ inline void fetchAhead(const std::uint8_t* at, std::int64_t count) noexcept
 {
     const std::uintptr_t first = reinterpret_cast<std::uintptr_t>(at) + Distance;
     for (std::uintptr_t line = 0; line < count * sizeof(T); line += 64)
-        __builtin_prefetch(reinterpret_cast<const void*>(first + line), ForWriting);
+        __builtin_prefetch(reinterpret_cast<const void*>(first + line), ForWriting);  // NOLINT
 }
 
 }  // namespace ko
