@@ -41,10 +41,11 @@ class Reach(ToolTest):
         self.assertLessEqual({"Histogram", "AllocBuffer", "DemosaicAllocBuffer", "GetCircleMaskByte", "L2CacheSize",
                               "imageByteSize"}, names)
 
-    def test_the_table_has_every_operation(self):
+    def test_the_table_names_operations_that_there_are(self):
+        # A new operation needs no command, so not every export is in the table.
         listed = set().union(*documented().values())
-        self.assertEqual(exported_operations() - listed, set(UNREACHED))
-        self.assertEqual(listed - exported_operations(), set())
+        self.assertEqual(listed & set(UNREACHED), set())
+        self.assertEqual((listed | set(UNREACHED)) - exported_operations(), set())
 
     def test_the_tool_calls_what_the_table_says(self):
         sources = "".join(
