@@ -37,6 +37,22 @@ Work demosaic(int size)
     };
 }
 
+using Method = ResultCode (*)(const SxImageBuf&, SxImageBuf&, void*);
+
+template <Method Ours, ExImageDataType Type, int Conversion>
+Work centred(int size)
+{
+    const BenchImage src = mosaic(size, Type);
+    const BenchImage dst({.size = size, .type = Type, .bits = bitsOf(Type), .channels = 3});
+    const std::shared_ptr<void> buffer(DemosaicCentredAllocBuffer(size), &DemosaicCentredFreeBuffer);
+    return {
+        .ours = [=] { return Ours(src, dst, buffer.get()); },
+        .peer = {Conversion == cv::COLOR_BayerBG2RGB ? "cvtColor Bayer" : "cvtColor Bayer_EA",
+                 [=, in = src.mat(), out = dst.mat()] { cv::cvtColor(in, out, Conversion); }},
+        .limit = {.read = src.pixelBytes(), .written = dst.pixelBytes()},
+    };
+}
+
 template <class T>
 void halve(const cv::Mat& in, cv::Mat& out)
 {
@@ -104,6 +120,10 @@ const Rows rows{
     {"Demosaic", "12-bit", &demosaic<UInt16, cv::COLOR_BayerBG2RGB>},
     {"Demosaic against edge-aware", "U8", &demosaic<UInt8, cv::COLOR_BayerBG2RGB_EA>},
     {"Demosaic against edge-aware", "12-bit", &demosaic<UInt16, cv::COLOR_BayerBG2RGB_EA>},
+    {"DemosaicMalvar", "U8", &centred<&DemosaicMalvar, UInt8, cv::COLOR_BayerBG2RGB>},
+    {"DemosaicMalvar", "12-bit", &centred<&DemosaicMalvar, UInt16, cv::COLOR_BayerBG2RGB>},
+    {"DemosaicMenon", "U8", &centred<&DemosaicMenon, UInt8, cv::COLOR_BayerBG2RGB_EA>},
+    {"DemosaicMenon", "12-bit", &centred<&DemosaicMenon, UInt16, cv::COLOR_BayerBG2RGB_EA>},
     {"DemosaicSimple", "U8", &simple<UInt8>},
     {"DemosaicSimple", "12-bit", &simple<UInt16>},
     {"ConvertRawToPlanarRaw", "U8", &planes<UInt8>},

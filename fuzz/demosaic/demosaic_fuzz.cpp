@@ -1,4 +1,4 @@
 // Demosaicing and the convertor.
 #include "fuzz/demosaic/families.h"
 
-KO_FUZZ_ROOM(ko::fuzz::demosaicCases(), ko::fuzz::convertorCases())
+KO_FUZZ_ROOM(ko::fuzz::demosaicCases(), ko::fuzz::convertorCases(), ko::fuzz::centredCases())

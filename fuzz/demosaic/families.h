@@ -7,5 +7,6 @@ namespace ko::fuzz {
 
 Cases convertorCases();
 Cases demosaicCases();
+Cases centredCases();
 
 }  // namespace ko::fuzz

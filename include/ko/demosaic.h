@@ -53,4 +53,74 @@ KO_EXPORT void* DemosaicAllocBuffer(const SxImageInfo& info);
 /// Releases a work buffer; null is allowed.
 KO_EXPORT void DemosaicFreeBuffer(void* buffer);
 
+/// Turns a region of a raw Bayer mosaic into a colour picture of the same size, by linear filters of 5 x 5.
+///
+/// Each missing colour is the mean of its neighbours, corrected by what the colour that is there differs from
+/// the mean of its own neighbours. Unlike those of `Demosaic`, the colours lie where the sensor saw them.
+/// Sums are whole numbers in sixteenths, rounded to the nearest (halves up); all samples are limited to
+/// 2^bitsPerSample - 1 of src, and channel 3, if there is one, is that number.
+///
+/// Samples beyond the edges of src are mirrored at the outermost ones (column -1 is column 1), so that every
+/// colour keeps its place in the pattern; a width or a height of 1 repeats its only sample. A region is the
+/// same part of the whole image's result: samples around it are read.
+///
+/// src and dst must not overlap.
+///
+/// @param src     mono `UInt8` or `UInt16` mosaic, `Interleaved`, of any size
+/// @param roi     inside src, of any size and position; may be empty
+/// @param dst     3 or 4 channels, `Interleaved`, src's sample type, the region's size: red, green, blue
+/// @param buffer  from `DemosaicCentredAllocBuffer` for at least the region's width, so that a series of
+/// frames
+///                allocates nothing; not to be used by two calls at once. Null: the call makes and frees its
+///                own.
+/// @returns the first that applies, in this order
+///   ResultBadArg1          src absent, not mono, not `Interleaved`, or without a known grid
+///   ResultBadArg2          roi outside src
+///   ResultBadArg3          dst absent, not 3 or 4 interleaved channels, of another type or size
+///   ResultUnsupportedType  another sample type
+///   ResultBadArg1, 3       rows of src or dst longer than their stride
+///   ResultFailed           no memory for a buffer, or the given one was made for a smaller width
+/// On failure dst is untouched. Bands of rows run in parallel. O(roi width * height).
+///
+/// @source H. S. Malvar, L. He, R. Cutler, "High-quality linear interpolation for demosaicing of
+/// Bayer-patterned
+///         color images", ICASSP 2004.
+KO_EXPORT ResultCode DemosaicMalvar(const SxImageBuf& src, const QRect& roi, SxImageBuf& dst, void* buffer);
+
+/// The same for the whole image. The codes keep their numbers: a bad dst is `ResultBadArg3`.
+KO_EXPORT ResultCode DemosaicMalvar(const SxImageBuf& src, SxImageBuf& dst, void* buffer);
+
+/// Turns a region of a raw Bayer mosaic into a colour picture of the same size, along the edges.
+///
+/// At every red and blue sample green is estimated along the row and along the column, and the estimate is
+/// kept whose difference to the sample varies less within 5 x 5 samples (on a tie that along the row). Red
+/// and blue follow from the differences to green around them; then all three are refined, the differences
+/// being averaged over three samples in the direction kept. Sharper than `DemosaicMalvar`, with fewer colours
+/// at edges, and several times slower.
+///
+/// The arithmetic is that of single floating-point numbers in a fixed order, the same on every processor.
+/// Results are rounded to the nearest whole number (halves up); all samples are limited to
+/// 2^bitsPerSample - 1 of src, and channel 3, if there is one, is that number.
+///
+/// Edges, regions, parameters, results, failure and threads are those of `DemosaicMalvar`, and so is the
+/// buffer.
+///
+/// @source D. Menon, S. Andriani, G. Calvagno, "Demosaicing with directional filtering and a posteriori
+///         decision", IEEE Transactions on Image Processing 16 (1), 2007.
+KO_EXPORT ResultCode DemosaicMenon(const SxImageBuf& src, const QRect& roi, SxImageBuf& dst, void* buffer);
+
+/// The same for the whole image. The codes keep their numbers: a bad dst is `ResultBadArg3`.
+KO_EXPORT ResultCode DemosaicMenon(const SxImageBuf& src, SxImageBuf& dst, void* buffer);
+
+/// Makes a work buffer for `DemosaicMalvar` and `DemosaicMenon`: some rows for each thread that OpenMP would
+/// use now.
+///
+/// @param width  columns of the widest region; any sample type, depth and height will do
+/// @returns the buffer, to be released with `DemosaicCentredFreeBuffer`; null for a negative width or when
+///          memory runs out
+KO_EXPORT void* DemosaicCentredAllocBuffer(int width);
+
+/// Releases a work buffer; null is allowed.
+KO_EXPORT void DemosaicCentredFreeBuffer(void* buffer);
+
 }  // namespace ko

@@ -9,9 +9,11 @@ from ko_files import ToolTest
 ROOT = Path(__file__).resolve().parents[2]
 
 # What no command calls, and why.
-NOT_YET = "no command reads packed frames or balances colours yet"
+NOT_YET = "no command reads packed frames, balances colours or demosaics along edges yet"
 UNREACHED = {"ComputeOtsuThreshold": "gives 0 whatever the picture holds", "packedBitsPerSample": NOT_YET,
-             "packedRowBytes": NOT_YET, "UnpackSamples": NOT_YET, "PackSamples": NOT_YET, "WhiteBalance": NOT_YET}
+             "packedRowBytes": NOT_YET, "UnpackSamples": NOT_YET, "PackSamples": NOT_YET, "WhiteBalance": NOT_YET,
+             "DemosaicMalvar": NOT_YET, "DemosaicMenon": NOT_YET, "DemosaicCentredAllocBuffer": NOT_YET,
+             "DemosaicCentredFreeBuffer": NOT_YET}
 
 
 def exported_operations():

@@ -18,6 +18,14 @@ TEST(DemosaicApi, IsExportedWithTheExactSignatures)
             {"DemosaicAllocBuffer", exported<void*(const SxImageInfo&)>(&DemosaicAllocBuffer)},
             {"DemosaicAllocBuffer", exported<void*(const SxImageInfo&, const QRect&)>(&DemosaicAllocBuffer)},
             {"DemosaicFreeBuffer", exported<void(void*)>(&DemosaicFreeBuffer)},
+            {"DemosaicMalvar", exported<ResultCode(const SxImageBuf&, SxImageBuf&, void*)>(&DemosaicMalvar)},
+            {"DemosaicMalvar",
+             exported<ResultCode(const SxImageBuf&, const QRect&, SxImageBuf&, void*)>(&DemosaicMalvar)},
+            {"DemosaicMenon", exported<ResultCode(const SxImageBuf&, SxImageBuf&, void*)>(&DemosaicMenon)},
+            {"DemosaicMenon",
+             exported<ResultCode(const SxImageBuf&, const QRect&, SxImageBuf&, void*)>(&DemosaicMenon)},
+            {"DemosaicCentredAllocBuffer", exported<void*(int)>(&DemosaicCentredAllocBuffer)},
+            {"DemosaicCentredFreeBuffer", exported<void(void*)>(&DemosaicCentredFreeBuffer)},
         });
 }
 

@@ -1,0 +1,213 @@
+#include "base/boundary.h"
+#include "base/checks.h"
+#include "base/dispatch.h"
+#include "base/image_view.h"
+#include "core/bayer_cell.h"
+#include "demosaic/bands.h"
+#include "demosaic/malvar_kernels.h"
+#include "demosaic/menon_kernels.h"
+#include "demosaic/mosaic_lines.h"
+
+#include <ko/demosaic.h>
+
+namespace ko {
+
+namespace {
+
+/// A call whose arguments are good.
+struct CentredCall {
+    const SxImageBuf& src;
+    const QRect& roi;
+    SxImageBuf& dst;
+
+    BayerCell cell() const { return cellFrom(src.bayerGrid, roi.left(), roi.top()); }
+
+    template <class T>
+    PixelRow pixels(std::int64_t y) const
+    {
+        return {rowOf(dst, y), dst.channels, saturatedTop<T>(src.bitsPerSample)};
+    }
+};
+
+template <class T>
+void malvarBand(const CentredCall& call, std::int64_t pitch, std::byte* memory, std::int64_t from,
+                std::int64_t to) noexcept
+{
+    const MalvarRowKernels<T>& kernels = malvarKernels().of<T>();
+    using E = typename MalvarRowKernels<T>::Element;
+    auto* elements = reinterpret_cast<E*>(memory);
+    const MosaicLines<E> lines(elements, 5, pitch);
+    const auto top = static_cast<E>(saturatedTop<T>(call.src.bitsPerSample));
+    for (std::int64_t last = from - 2; last < to + 2; ++last) {
+        loadLines<T>(call.src, call.roi, last, lines, kernels.split);
+        const std::int64_t y = last - 2;
+        if (y < from)
+            continue;
+        const RowKind kind = kindOf(call.cell(), y);
+        MalvarLines<E> five;
+        for (int i = 0; i < 5; ++i) {
+            five.own[i] = lines.own(kind)[y - 2 + i];
+            five.between[i] = lines.between(kind)[y - 2 + i];
+        }
+        kernels.row(five, kind, call.pixels<T>(y), call.dst.width, top);
+    }
+}
+
+/// The rows of DemosaicMenon in five steps, each of which needs two rows more on either side than the next.
+template <class T>
+class MenonBand {
+public:
+    MenonBand(const CentredCall& call, std::int64_t pitch, std::byte* memory) noexcept
+        : MenonBand(call, pitch, reinterpret_cast<float*>(memory))
+    {
+    }
+
+    void make(std::int64_t from, std::int64_t to) noexcept
+    {
+        for (std::int64_t y = from - 8; y < to + 8; ++y) {
+            loadLines<T>(m_call.src, m_call.roi, y, m_mosaic, m_kernels.split.template of<T>());
+            if (y >= from - 4)
+                estimate(y - 2);
+            if (y >= from)
+                decide(y - 4);
+            if (y >= from + 4)
+                refine(y - 6);
+            if (y >= from + 8)
+                finish(y - 8);
+        }
+    }
+
+private:
+    MenonBand(const CentredCall& call, std::int64_t pitch, float* memory) noexcept
+        : m_call(call),
+          m_pairs((widthOf(call.roi) + 1) / 2),
+          m_mosaic(memory, 9, pitch),
+          m_along(memory, 5, pitch),
+          m_across(memory, 5, pitch),
+          m_chosen(memory, 5, pitch),
+          m_isAlong(memory, 5, pitch),
+          m_refined(memory, 5, pitch),
+          m_other(memory, 3, pitch)
+    {
+    }
+
+    RowKind kind(std::int64_t y) const noexcept { return kindOf(m_call.cell(), y); }
+
+    static FiveLines around(const LineRing<float>& lines, std::int64_t y) noexcept
+    {
+        return {lines[y - 2], lines[y - 1], lines[y], lines[y + 1], lines[y + 2]};
+    }
+
+    void estimate(std::int64_t y) noexcept
+    {
+        const RowKind row = kind(y);
+        m_kernels.differences(around(m_mosaic.own(row), y), m_mosaic.between(row)[y], row.colourFirst,
+                              m_along[y], m_across[y], -3, m_pairs + 3);
+    }
+    void decide(std::int64_t y) noexcept
+    {
+        m_kernels.decide(around(m_along, y), around(m_across, y), kind(y).colourFirst, m_chosen[y],
+                         m_isAlong[y], -2, m_pairs + 2);
+    }
+    void refine(std::int64_t y) noexcept
+    {
+        m_kernels.refine(around(m_chosen, y), m_isAlong[y], kind(y).colourFirst, m_refined[y], m_other[y], -1,
+                         m_pairs + 1);
+    }
+    void finish(std::int64_t y) noexcept
+    {
+        const RowKind row = kind(y);
+        m_kernels.make.template of<T>()(
+            {m_mosaic.own(row)[y], m_mosaic.between(row)[y], around(m_refined, y), m_isAlong[y], m_other[y]},
+            row, m_call.pixels<T>(y), m_call.dst.width,
+            static_cast<float>(saturatedTop<T>(m_call.src.bitsPerSample)));
+    }
+
+    const MenonKernels& m_kernels = menonKernels();
+    const CentredCall& m_call;
+    std::int64_t m_pairs;
+    MosaicLines<float> m_mosaic;
+    LineRing<float> m_along, m_across, m_chosen, m_isAlong, m_refined, m_other;
+};
+
+/// The checks and the memory that the centred methods have in common; `band` makes some rows.
+template <class Band>
+ResultCode demosaicInBands(const SxImageBuf& src, const QRect& roi, SxImageBuf& dst, void* buffer,
+                           const Band& band)
+{
+    if (const ResultCode rc = firstFailure({
+            {ResultBadArg1, isPresent(src) && isMono(src) && isInterleaved(src)},
+            {ResultBadArg1, isBayerGrid(src.bayerGrid)},
+            {ResultBadArg2, isInside(roi, src)},
+            {ResultBadArg3, isPresent(dst) && hasChannels(dst, 3, 4) && isInterleaved(dst)},
+            {ResultBadArg3, hasType(dst, src.dataType)},
+            {ResultBadArg3, hasSize(dst, widthOf(roi), heightOf(roi))},
+        }))
+        return rc;
+    return dispatch(ByTypeOf<UInt8, UInt16>{}, src.dataType,
+                    {{ResultBadArg1, rowsFit(src)}, {ResultBadArg3, rowsFit(dst)}}, [&](auto type) {
+                        if (!hasPixels(dst))
+                            return ResultOk;
+                        std::unique_ptr<BandBuffer> own;
+                        if (buffer == nullptr)
+                            own = makeBandBuffer(widthOf(roi));
+                        BandBuffer& used = buffer == nullptr ? *own : *static_cast<BandBuffer*>(buffer);
+                        const CentredCall call{src, roi, dst};
+                        const bool done = inBands(
+                            roi, used, [&](std::byte* memory, std::int64_t from, std::int64_t to) noexcept {
+                                band(type, call, used.pitch, memory, from, to);
+                            });
+                        return done ? ResultOk : ResultFailed;
+                    });
+}
+
+}  // namespace
+
+ResultCode DemosaicMalvar(const SxImageBuf& src, const QRect& roi, SxImageBuf& dst, void* buffer)
+{
+    return guarded([&] {
+        return demosaicInBands(
+            src, roi, dst, buffer,
+            []<class T>(std::type_identity<T>, auto... band) noexcept { malvarBand<T>(band...); });
+    });
+}
+
+ResultCode DemosaicMalvar(const SxImageBuf& src, SxImageBuf& dst, void* buffer)
+{
+    return DemosaicMalvar(src, wholeOf(src), dst, buffer);
+}
+
+ResultCode DemosaicMenon(const SxImageBuf& src, const QRect& roi, SxImageBuf& dst, void* buffer)
+{
+    return guarded([&] {
+        return demosaicInBands(src, roi, dst, buffer,
+                               []<class T>(std::type_identity<T>, const CentredCall& call, std::int64_t pitch,
+                                           std::byte* memory, std::int64_t from, std::int64_t to) noexcept {
+                                   MenonBand<T>(call, pitch, memory).make(from, to);
+                               });
+    });
+}
+
+ResultCode DemosaicMenon(const SxImageBuf& src, SxImageBuf& dst, void* buffer)
+{
+    return DemosaicMenon(src, wholeOf(src), dst, buffer);
+}
+
+void* DemosaicCentredAllocBuffer(int width)
+{
+    void* buffer = nullptr;
+    // What a failure leaves is a null buffer.
+    (void)guarded([&] {
+        if (width >= 0)
+            buffer = makeBandBuffer(width).release();
+        return ResultOk;
+    });
+    return buffer;
+}
+
+void DemosaicCentredFreeBuffer(void* buffer)
+{
+    delete static_cast<BandBuffer*>(buffer);
+}
+
+}  // namespace ko

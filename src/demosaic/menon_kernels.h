@@ -1,0 +1,51 @@
+// Row kernels of DemosaicMenon.
+//
+// All that is interpolated are differences to green. They vary less than the colours do, and a difference of
+// red or blue to green at the places of the colour is all that has to be known of the rows around.
+#pragma once
+
+#include "base/kernel_tables.h"
+#include "demosaic/mosaic_lines.h"
+
+#include <array>
+#include <cstdint>
+
+namespace ko {
+
+/// Lines of five rows, the middle one is the row to work on.
+using FiveLines = std::array<const float*, 5>;
+
+struct MenonKernels {
+    using Split = void (*)(const std::uint8_t* mosaic, float* first, float* second,
+                           std::int64_t pairs) noexcept;
+    PerDepth<Split> split;
+
+    /// The differences of the row's colour to the greens estimated along the row and across it. `own` are the
+    /// columns of the row's colour, `between` the greens of the row itself.
+    void (*differences)(const FiveLines& own, const float* between, bool colourFirst, float* along,
+                        float* across, std::int64_t from, std::int64_t to) noexcept;
+    /// Of the two differences the one that varies less around, and 1 where it is the one along the row, else
+    /// 0.
+    void (*decide)(const FiveLines& along, const FiveLines& across, bool colourFirst, float* chosen,
+                   float* isAlong, std::int64_t from, std::int64_t to) noexcept;
+    /// The differences smoothed in the direction decided on, and those of the other colour to the row's one.
+    void (*refine)(const FiveLines& chosen, const float* isAlong, bool colourFirst, float* refined,
+                   float* other, std::int64_t from, std::int64_t to) noexcept;
+
+    /// The lines of a row to be made.
+    struct Row {
+        const float* own;
+        const float* between;
+        FiveLines refined;
+        const float* isAlong;
+        const float* other;
+    };
+    using Make = void (*)(const Row& row, RowKind kind, const PixelRow& dst, std::int64_t width,
+                          float top) noexcept;
+    PerDepth<Make> make;
+};
+
+/// The kernels of the running processor.
+const MenonKernels& menonKernels();
+
+}  // namespace ko

@@ -1,0 +1,104 @@
+// Rows of a mosaic as lines of even and odd columns, extended beyond the image by mirroring.
+#pragma once
+
+#include "base/image_view.h"
+#include "core/bayer_cell.h"
+#include "core/bayer_kernels.h"
+
+#include <QRect>
+
+#include <algorithm>
+#include <cstdint>
+
+namespace ko {
+
+/// What the colours of a mosaic row are and where they lie in its pairs of columns.
+struct RowKind {
+    bool colourFirst;  ///< red or blue in the first columns, green in the second ones
+    bool isRed;        ///< red, not blue
+};
+
+/// The kind of row `y` of a region whose cells are `cell`; y may be negative.
+constexpr RowKind kindOf(BayerCell cell, std::int64_t y) noexcept
+{
+    const bool isRed = (y & 1) == cell.redRow;
+    return {(cell.redColumn == 0) == isRed, isRed};
+}
+
+/// The index that lies at `index` in the mirror at the first or last of `count` samples, which stand in it
+/// themselves: samples keep their colours.
+constexpr std::int64_t mirrored(std::int64_t index, std::int64_t count) noexcept
+{
+    const std::int64_t period = std::max<std::int64_t>(2 * (count - 1), 1);
+    const std::int64_t place = (index % period + period) % period;
+    return place < count ? place : period - place;
+}
+
+/// Pairs that a line has before and behind those of its region, for filters of up to eight columns.
+inline constexpr std::int64_t pairMargin = 4;
+
+/// Elements between the starts of two lines: before a line there is room for the margin, behind it for a
+/// margin and a vector.
+constexpr std::int64_t linePitch(std::int64_t pairs) noexcept
+{
+    constexpr std::int64_t longestVector = 32;
+    return (pairs + 2 * pairMargin + longestVector + 15) / 16 * 16;
+}
+
+/// Lines that follow the rows of a mosaic: those of row y and of row y + count share their memory.
+template <class E>
+class LineRing {
+public:
+    LineRing(E*& memory, int count, std::int64_t pitch) : m_first(memory), m_count(count), m_pitch(pitch)
+    {
+        memory += count * pitch;
+    }
+    E* operator[](std::int64_t y) const noexcept
+    {
+        return m_first + ((y % m_count) + m_count) % m_count * m_pitch + pairMargin;
+    }
+
+private:
+    E* m_first;
+    int m_count;
+    std::int64_t m_pitch;
+};
+
+/// The lines of a mosaic row.
+template <class E>
+struct MosaicLines {
+    LineRing<E> first, second;
+
+    MosaicLines(E*& memory, int count, std::int64_t pitch)
+        : first(memory, count, pitch), second(memory, count, pitch)
+    {
+    }
+    /// The columns in which a row of this kind has its colour.
+    const LineRing<E>& own(RowKind kind) const noexcept { return kind.colourFirst ? first : second; }
+    const LineRing<E>& between(RowKind kind) const noexcept { return kind.colourFirst ? second : first; }
+};
+
+/// Fills the lines of row `y` of the region, margin included. `split` does so for pairs inside the image.
+template <class T, class E, class Split>
+void loadLines(const SxImageBuf& src, const QRect& roi, std::int64_t y, const MosaicLines<E>& lines,
+               const Split& split) noexcept
+{
+    const std::uint8_t* const row = rowOf(src, mirrored(roi.top() + y, src.height));
+    const std::int64_t left = roi.left(), end = (widthOf(roi) + 1) / 2 + pairMargin;
+    E* const first = lines.first[y];
+    E* const second = lines.second[y];
+    const auto mirror = [&](std::int64_t from, std::int64_t to) {
+        for (std::int64_t i = from; i < to; ++i) {
+            first[i] = static_cast<E>(loadSample<T>(row, mirrored(left + 2 * i, src.width)));
+            second[i] = static_cast<E>(loadSample<T>(row, mirrored(left + 2 * i + 1, src.width)));
+        }
+    };
+    const std::int64_t inside = std::clamp(-(left / 2), -pairMargin, end);
+    const std::int64_t outside = std::clamp((src.width - left) / 2, inside, end);
+    mirror(-pairMargin, inside);
+    split(row + (left + 2 * inside) * std::int64_t{sizeof(T)}, first + inside, second + inside,
+          outside - inside);
+    mirror(outside, end);
+}
+
+}  // namespace ko

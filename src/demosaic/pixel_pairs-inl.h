@@ -1,0 +1,140 @@
+// Mosaic rows into lines of even and odd columns, and pixels out of such lines, for kernels. Include after
+// <hwy/highway.h>; compiled once per processor target.
+//
+// A lane stands for a pair of neighbouring columns. Its samples lie in two vectors, so neighbours of the same
+// colour are neighbouring lanes, and no lane computes what another one needs.
+#if defined(KO_DEMOSAIC_PIXEL_PAIRS_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef KO_DEMOSAIC_PIXEL_PAIRS_INL_H
+#undef KO_DEMOSAIC_PIXEL_PAIRS_INL_H
+#else
+#define KO_DEMOSAIC_PIXEL_PAIRS_INL_H
+#endif
+
+HWY_BEFORE_NAMESPACE();
+namespace ko {
+namespace HWY_NAMESPACE {
+namespace {
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+template <class T, class E>
+void SplitPairs(const std::uint8_t* mosaic, E* first, E* second, std::int64_t pairs) noexcept
+{
+    KO_INDEPENDENT_ITERATIONS
+    for (std::int64_t i = 0; i < pairs; ++i) {
+        first[i] = static_cast<E>(loadSample<T>(mosaic, 2 * i));
+        second[i] = static_cast<E>(loadSample<T>(mosaic, 2 * i + 1));
+    }
+}
+
+/// Columns of a pair per colour, as whole numbers that fit `T`.
+template <class V>
+struct PairOfPixels {
+    V firstRed, firstGreen, firstBlue;
+    V secondRed, secondGreen, secondBlue;
+};
+
+#if HWY_TARGET == HWY_SCALAR
+
+template <class T, int Channels, class D>
+void StorePairs(D, const PairOfPixels<hn::Vec<D>>& p, std::uint16_t fourth, std::uint8_t* to)
+{
+    const hn::Vec<D> samples[2][3] = {{p.firstRed, p.firstGreen, p.firstBlue},
+                                      {p.secondRed, p.secondGreen, p.secondBlue}};
+    for (int x = 0; x < 2; ++x) {
+        for (int c = 0; c < 3; ++c)
+            storeSample(to, x * Channels + c, static_cast<T>(hn::GetLane(samples[x][c])));
+        if (Channels == 4)
+            storeSample(to, x * Channels + 3, static_cast<T>(fourth));
+    }
+}
+
+#else
+
+/// The samples of both columns in the order of the columns.
+template <class T, class D, class V = hn::Vec<D>>
+auto InOrder(D d, V first, V second)
+{
+    const auto joined = hn::Or(first, hn::ShiftLeft<8 * sizeof(T)>(second));
+    if constexpr (sizeof(hn::TFromD<D>) == 2 * sizeof(T)) {
+        return hn::BitCast(hn::Repartition<T, D>(), joined);
+    } else {
+        const hn::Rebind<std::uint16_t, D> narrow;
+        const hn::RebindToUnsigned<D> wide;
+        return hn::BitCast(hn::Repartition<T, decltype(narrow)>(),
+                           hn::TruncateTo(narrow, hn::BitCast(wide, joined)));
+    }
+}
+
+template <class T, int Channels, class D>
+void StorePairs(D d, const PairOfPixels<hn::Vec<D>>& p, std::uint16_t fourth, std::uint8_t* to)
+{
+    const auto red = InOrder<T>(d, p.firstRed, p.secondRed);
+    const auto green = InOrder<T>(d, p.firstGreen, p.secondGreen);
+    const auto blue = InOrder<T>(d, p.firstBlue, p.secondBlue);
+    const hn::DFromV<decltype(red)> samples;
+    T* const dst = reinterpret_cast<T*>(to);
+    if constexpr (Channels == 3)
+        hn::StoreInterleaved3(red, green, blue, samples, dst);
+    else
+        hn::StoreInterleaved4(red, green, blue, hn::Set(samples, static_cast<T>(fourth)), samples, dst);
+}
+
+#endif
+
+/// A row of pixels from what `pairsAt(i)` gives for the lanes from pair i on. The pixels of the last vector
+/// go through memory of their own, so that none behind the row is written.
+template <class T, int Channels, class D, class PairsAt>
+HWY_INLINE void StoreRow(D d, const PixelRow& dst, std::int64_t width, const PairsAt& pairsAt)
+{
+    constexpr std::int64_t pixelBytes = Channels * std::int64_t{sizeof(T)};
+    const auto lanes = static_cast<std::int64_t>(hn::Lanes(d));
+    std::int64_t i = 0;
+    for (; 2 * (i + lanes) <= width; i += lanes)
+        StorePairs<T, Channels>(d, pairsAt(i), dst.fourth, dst.first + 2 * i * pixelBytes);
+    if (2 * i < width) {
+        std::uint8_t last[2 * hn::MaxLanes(D()) * pixelBytes];
+        StorePairs<T, Channels>(d, pairsAt(i), dst.fourth, last);
+        std::memcpy(dst.first + 2 * i * pixelBytes, last,
+                    static_cast<std::size_t>((width - 2 * i) * pixelBytes));
+    }
+}
+
+template <class T, class D, class PairsAt>
+HWY_INLINE void StoreRow(D d, const PixelRow& dst, std::int64_t width, const PairsAt& pairsAt)
+{
+    if (dst.channels == 3)
+        StoreRow<T, 3>(d, dst, width, pairsAt);
+    else
+        StoreRow<T, 4>(d, dst, width, pairsAt);
+}
+
+/// The colours of a row of a mosaic by the columns that they lie in: `own` has its colour (red or blue)
+/// there, `between` the greens.
+template <class V>
+struct RowColours {
+    V ownRow, ownGreen, ownOther;              ///< at the places of the row's colour
+    V betweenRow, betweenGreen, betweenOther;  ///< at the places of the greens
+};
+
+/// `Other` is the colour of the rows above and below.
+template <class V>
+PairOfPixels<V> Arranged(const RowColours<V>& c, RowKind kind)
+{
+    const auto arranged = [&](V firstRow, V firstGreen, V firstOther, V secondRow, V secondGreen,
+                              V secondOther) HWY_ATTR -> PairOfPixels<V> {
+        if (kind.isRed)
+            return {firstRow, firstGreen, firstOther, secondRow, secondGreen, secondOther};
+        return {firstOther, firstGreen, firstRow, secondOther, secondGreen, secondRow};
+    };
+    if (kind.colourFirst)
+        return arranged(c.ownRow, c.ownGreen, c.ownOther, c.betweenRow, c.betweenGreen, c.betweenOther);
+    return arranged(c.betweenRow, c.betweenGreen, c.betweenOther, c.ownRow, c.ownGreen, c.ownOther);
+}
+
+}  // namespace
+}  // namespace HWY_NAMESPACE
+}  // namespace ko
+HWY_AFTER_NAMESPACE();
+
+#endif

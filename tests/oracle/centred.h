@@ -1,0 +1,186 @@
+// Naive twins of DemosaicMalvar and DemosaicMenon: every sample of the result on its own, from a mosaic that
+// is mirrored without end.
+#pragma once
+
+#include "oracle/bayer.h"
+
+#include <cmath>
+#include <functional>
+#include <map>
+
+namespace ko::oracle {
+
+inline int inMirror(int index, int count)
+{
+    while (index < 0 || index >= count)
+        index = count == 1 ? 0 : index < 0 ? -index : 2 * (count - 1) - index;
+    return index;
+}
+
+/// The mosaic and the colour of each of its places, beyond the edges too.
+template <class T>
+class EndlessMosaic {
+public:
+    EndlessMosaic(const test::TestImage& src, ExBayerGrid grid) : m_src(src), m_grid(grid) {}
+
+    int at(int x, int y) const
+    {
+        return m_src.get<T>(inMirror(x, m_src.buf().width), inMirror(y, m_src.buf().height));
+    }
+    char colour(int x, int y) const { return bayerColour(m_grid, x & 1, y & 1); }
+    /// The colour that the row has besides green.
+    char rowColour(int x, int y) const { return colour(x, y) != 'G' ? colour(x, y) : colour(x + 1, y); }
+
+private:
+    const test::TestImage& m_src;
+    ExBayerGrid m_grid;
+};
+
+inline int channelOf(char colour)
+{
+    return colour == 'R' ? 0 : colour == 'G' ? 1 : 2;
+}
+
+inline char opposite(char colour)
+{
+    return colour == 'R' ? 'B' : 'R';
+}
+
+template <class T>
+void storeLimited(test::TestImage& dst, int x, int y, char colour, double value, int bits)
+{
+    const double top = std::pow(2.0, std::clamp(bits, 0, 8 * int(sizeof(T)))) - 1;
+    dst.set(x, y, channelOf(colour), static_cast<T>(std::clamp(std::floor(value + 0.5), 0.0, top)));
+    if (dst.buf().channels == 4)
+        dst.set(x, y, 3, static_cast<T>(top));
+}
+
+using Filter = int[5][5];
+
+template <class T>
+double filtered(const EndlessMosaic<T>& mosaic, int x, int y, const Filter& sixteenths, bool isTransposed)
+{
+    double sum = 0;
+    for (int dy = -2; dy <= 2; ++dy)
+        for (int dx = -2; dx <= 2; ++dx)
+            sum += mosaic.at(x + dx, y + dy) *
+                   (isTransposed ? sixteenths[dx + 2][dy + 2] : sixteenths[dy + 2][dx + 2]);
+    return sum / 16;
+}
+
+template <class T>
+void malvar(const test::TestImage& src, const QRect& roi, ExBayerGrid grid, test::TestImage& dst)
+{
+    static constexpr Filter green = {
+        {0, 0, -2, 0, 0}, {0, 0, 4, 0, 0}, {-2, 4, 8, 4, -2}, {0, 0, 4, 0, 0}, {0, 0, -2, 0, 0}};
+    static constexpr Filter besideGreen = {
+        {0, 0, 1, 0, 0}, {0, -2, 0, -2, 0}, {-2, 8, 10, 8, -2}, {0, -2, 0, -2, 0}, {0, 0, 1, 0, 0}};
+    static constexpr Filter across = {
+        {0, 0, -3, 0, 0}, {0, 4, 0, 4, 0}, {-3, 0, 12, 0, -3}, {0, 4, 0, 4, 0}, {0, 0, -3, 0, 0}};
+    const EndlessMosaic<T> mosaic(src, grid);
+    const int bits = src.buf().bitsPerSample;
+    for (int y = 0; y < roi.height(); ++y)
+        for (int x = 0; x < roi.width(); ++x) {
+            const int mx = roi.x() + x, my = roi.y() + y;
+            const char own = mosaic.colour(mx, my), inRow = mosaic.rowColour(mx, my);
+            storeLimited<T>(dst, x, y, own, mosaic.at(mx, my), bits);
+            if (own == 'G') {
+                storeLimited<T>(dst, x, y, inRow, filtered(mosaic, mx, my, besideGreen, false), bits);
+                storeLimited<T>(dst, x, y, opposite(inRow), filtered(mosaic, mx, my, besideGreen, true),
+                                bits);
+            } else {
+                storeLimited<T>(dst, x, y, 'G', filtered(mosaic, mx, my, green, false), bits);
+                storeLimited<T>(dst, x, y, opposite(own), filtered(mosaic, mx, my, across, false), bits);
+            }
+        }
+}
+
+/// A number per place of red and blue, worked out when it is first asked for.
+class Places {
+public:
+    explicit Places(std::function<float(int x, int y)> at) : m_at(std::move(at)) {}
+    float operator()(int x, int y) const
+    {
+        const auto [known, isNew] = m_known.try_emplace({x, y});
+        if (isNew)
+            known->second = m_at(x, y);
+        return known->second;
+    }
+
+private:
+    std::function<float(int, int)> m_at;
+    mutable std::map<std::pair<int, int>, float> m_known;
+};
+
+/// `along` asks for values with the row, `!along` with rows and columns exchanged.
+struct Turned {
+    const Places& places;
+    int x, y;
+    bool along;
+    float operator()(int dx, int dy) const { return along ? places(x + dx, y + dy) : places(x + dy, y + dx); }
+};
+
+/// How much a difference varies around a place in its direction.
+inline float variation(const Turned& d)
+{
+    const auto change = [&](int dx, int dy) { return std::abs(d(dx, dy) - d(dx + 2, dy)); };
+    const auto changes = [&](int dy) { return change(-2, dy) + change(0, dy); };
+    return (3 * changes(0) + (changes(-2) + changes(2))) + (change(-1, -1) + change(-1, 1));
+}
+
+template <class T>
+void menon(const test::TestImage& src, const QRect& roi, ExBayerGrid grid, test::TestImage& dst)
+{
+    const EndlessMosaic<T> mosaic(src, grid);
+    const Places sample([&](int x, int y) { return static_cast<float>(mosaic.at(x, y)); });
+    const auto difference = [&](int x, int y, bool along) {
+        const Turned m{sample, x, y, along};
+        const float bend = (m(0, 0) + m(0, 0)) - (m(-2, 0) + m(2, 0));
+        return m(0, 0) - ((m(-1, 0) + m(1, 0)) * 0.5F + bend * 0.25F);
+    };
+    const Places alongRow([&](int x, int y) { return difference(x, y, true); });
+    const Places alongColumn([&](int x, int y) { return difference(x, y, false); });
+    const Places isAlong([&](int x, int y) {
+        const bool row = variation({alongRow, x, y, true}) <= variation({alongColumn, x, y, false});
+        return row ? 1.0F : 0.0F;
+    });
+    const Places chosen(
+        [&](int x, int y) { return isAlong(x, y) != 0 ? alongRow(x, y) : alongColumn(x, y); });
+    const auto ends = [&](const Places& k, int x, int y) {
+        const Turned turned{k, x, y, isAlong(x, y) != 0};
+        return turned(-2, 0) + turned(2, 0);
+    };
+    const auto corners = [](const Places& k, int x, int y) {
+        return (k(x - 1, y - 1) + k(x + 1, y - 1)) + (k(x - 1, y + 1) + k(x + 1, y + 1));
+    };
+    const auto contrast = [&](const Places& k, int x, int y) {
+        return corners(k, x, y) - (ends(k, x, y) + (k(x, y) + k(x, y)));
+    };
+    const Places refined([&](int x, int y) { return (ends(chosen, x, y) + 4 * chosen(x, y)) * (1.0F / 6); });
+    const int bits = src.buf().bitsPerSample;
+    for (int y = 0; y < roi.height(); ++y)
+        for (int x = 0; x < roi.width(); ++x) {
+            const int mx = roi.x() + x, my = roi.y() + y;
+            const float own = sample(mx, my);
+            const char inRow = mosaic.rowColour(mx, my);
+            float rowColour = own, green = own, other = own;
+            if (mosaic.colour(mx, my) == 'G') {
+                rowColour = own + (refined(mx - 1, my) + refined(mx + 1, my)) * 0.5F;
+                other = own + (refined(mx, my - 1) + refined(mx, my + 1)) * 0.5F;
+            } else {
+                green = own - refined(mx, my);
+                const float first = contrast(chosen, mx, my) * 0.25F;
+                other = own + (first + contrast(refined, mx, my) * 0.5F) * (1.0F / 3);
+            }
+            // The half is added in the precision of the rest.
+            const auto store = [&](char colour, float value) {
+                const double rounded = std::floor(double{std::max(value, 0.0F) + 0.5F});
+                storeLimited<T>(dst, x, y, colour, rounded, bits);
+            };
+            store(inRow, rowColour);
+            store('G', green);
+            store(opposite(inRow), other);
+        }
+}
+
+}  // namespace ko::oracle
