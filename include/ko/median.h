@@ -16,8 +16,7 @@ namespace ko {
 /// @param dst     of src's size, channels, depth, sample type and packing; must not overlap src
 /// @param radius  the window is 2 * radius + 1 samples wide and high, at most as many as the image; 0 copies
 /// @param buffer  from `MedianAllocBuffer` for src's format, not in use by another call; null makes one for
-///                this call. A buffer made for another radius serves as well while its counters and strips
-///                are large enough.
+///                this call. A buffer made for another radius serves as well unless it is too small.
 /// @returns the first that applies, in this order
 ///   ResultBadArg1          src absent
 ///   ResultBadArg2          dst absent or unlike src
@@ -25,7 +24,7 @@ namespace ko {
 ///   ResultUnsupportedType  src not interleaved, of another type or depth, or without channels
 ///   ResultIncompatible     buffer made for another size or format, or too small for the radius
 ///   ResultUnsupportedType  buffer with counters of unknown width
-///   ResultFailed           no buffer given and none could be made, which goes for 4 channels
+///   ResultFailed           no buffer given, and none could be made; with 4 channels it never can
 ///   ResultOk               2 channels, or more than 4: nothing is filtered, dst is untouched
 ///   ResultBadArg1          rows of src are longer than its stride
 ///   ResultBadArg2          rows of dst are longer than its stride

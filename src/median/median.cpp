@@ -9,6 +9,7 @@
 #include "median/tiles.h"
 
 #include <new>
+#include <utility>
 
 namespace ko {
 
@@ -37,13 +38,13 @@ bool isCounterWidth(std::uint64_t width) noexcept
 void prepareScratch(MedianBuffer& buffer, std::int64_t radius)
 {
     const ExImageDataType type = buffer.plan->info.dataType;
-    const std::vector<MedianTile>& tiles = buffer.plan->tiles;
+    const std::vector<MedianStrip>& strips = buffer.plan->strips;
     if (radius <= largestNetworkRadius)
         buffer.scratch.reserve(static_cast<std::size_t>(omp_get_max_threads()), networkScratchBytes());
     else if (hasTileMedians(type, radius))
-        buffer.scratch.reserve(tiles.size(), tileScratchBytes(type, radius));
+        buffer.scratch.reserve(strips.size(), tileScratchBytes(type, radius));
     else if (radius <= largestSearchRadius)
-        buffer.scratch.reserve(tiles.size(), searchScratchBytes(tiles, type, radius));
+        buffer.scratch.reserve(strips.size(), searchScratchBytes(strips, type, radius));
     else
         throw std::bad_alloc();
 }
@@ -57,7 +58,7 @@ ResultCode makeBuffer(const SxImageInfo& info, std::int64_t radius, std::unique_
         }))
         return rc;
     auto plan =
-        std::make_unique<MedianPlan>(MedianPlan{info, cutIntoTiles(info, radius, omp_get_max_threads())});
+        std::make_unique<MedianPlan>(MedianPlan{info, cutIntoStrips(info, radius, omp_get_max_threads())});
     buffer = std::make_unique<MedianBuffer>(MedianBuffer{medianCounterWidth(radius), std::move(plan), {}});
     if (medianWindowFits(radius, info.height))
         prepareScratch(*buffer, radius);
@@ -104,11 +105,11 @@ ResultCode Median(const SxImageBuf& src, SxImageBuf& dst, int radius, void* buff
             sortMedians(src, dst, radius, work->scratch);
             return ResultOk;
         }
-        const std::vector<MedianTile>& tiles = work->plan->tiles;
+        const std::vector<MedianStrip>& strips = work->plan->strips;
         const auto medians = hasTileMedians(src.dataType, radius) ? &tileMedians : &searchMedians;
-        rowsDynamic(static_cast<std::int64_t>(tiles.size()), [&](std::int64_t i) noexcept {
+        rowsDynamic(static_cast<std::int64_t>(strips.size()), [&](std::int64_t i) noexcept {
             const auto index = static_cast<std::size_t>(i);
-            medians(src, dst, tiles[index], radius, work->scratch.part(index));
+            medians(src, dst, strips[index], radius, work->scratch.part(index));
         });
         return ResultOk;
     });

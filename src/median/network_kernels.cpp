@@ -15,7 +15,7 @@
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
-#include "median/exchange-inl.h"
+#include "median/sorted_lists-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace ko {
@@ -38,47 +38,21 @@ HWY_INLINE void ForEachVector(std::int64_t first, std::int64_t end, std::int64_t
 
 /// Sorted values of one piece of a row: for every sample the values of each rank, rank by rank.
 template <class T, int kRanks, std::int64_t kSamples>
-class Planes {
-public:
-    T* at(int rank, std::int64_t sample) noexcept { return m_values + rank * kSamples + sample; }
+struct Planes {
+    alignas(64) T values[kRanks * kSamples];
 
-    /// Puts the sorted values of one vector of samples into `v`.
-    template <class D, class V>
-    HWY_INLINE void load(D d, std::int64_t sample, V* v) noexcept
-    {
-        load(d, sample, v, std::make_index_sequence<kRanks>());
-    }
-    /// Takes the values from where the network left them.
-    template <class Net, class D, class V>
-    HWY_INLINE void store(D d, std::int64_t sample, const V* v) noexcept
-    {
-        store<Net>(d, sample, v, std::make_index_sequence<kRanks>());
-    }
-
-private:
-    template <class D, class V, std::size_t... kI>
-    HWY_INLINE void load(D d, std::int64_t sample, V* v, std::index_sequence<kI...>) noexcept
-    {
-        ((v[kI] = hn::LoadU(d, at(kI, sample))), ...);
-    }
-    template <class Net, class D, class V, std::size_t... kI>
-    HWY_INLINE void store(D d, std::int64_t sample, const V* v, std::index_sequence<kI...>) noexcept
-    {
-        (hn::StoreU(v[Net::network.order.places[kI]], d, at(kI, sample)), ...);
-    }
-
-    alignas(64) T m_values[kRanks * kSamples];
+    List<T, kRanks, kSamples> at(std::int64_t sample) const noexcept { return {values + sample}; }
 };
 
-/// Value of rank `kRank` (from 1) of a merged sequence and the sorted planes `b` together: the smallest of
+/// Value of rank `kRank` (from 1) of a merged sequence and the list `b` together: the smallest of
 /// max(merged[i], b[kRank - i]).
-template <class Net, int kRank, class Sorted, class D, class V, std::size_t... kI>
-HWY_INLINE auto SelectRank(D d, const V* merged, Sorted& b, std::int64_t sample,
-                           std::index_sequence<kI...>) noexcept
+template <class Net, int kRank, class V, class T, int kCount, std::int64_t kPitch, std::size_t... kI>
+HWY_INLINE V SelectRank(const V* merged, List<T, kCount, kPitch> b, std::index_sequence<kI...>) noexcept
 {
     constexpr auto& places = Net::network.order.places;
-    auto result = merged[places[kRank - 1]];
-    ((result = hn::Min(result, hn::Max(merged[places[kRank - 2 - kI]], hn::LoadU(d, b.at(kI, sample))))),
+    V result = merged[places[kRank - 1]];
+    ((result =
+          hn::Min(result, hn::Max(merged[places[kRank - 2 - kI]], LoadRank<kPitch>(b.first + kI * kPitch)))),
      ...);
     return result;
 }
@@ -93,7 +67,7 @@ public:
     {
         static_assert(sizeof(Row) <= medianRowScratch);
         Row& row = *new (scratch) Row(step, static_cast<T>(most));
-        if (samples < row.m_lanes) {
+        if (samples < lanes) {
             row.padded(rows, dst, samples);
             return;
         }
@@ -113,23 +87,21 @@ private:
     static constexpr int kMiddle = (kWindow * kWindow + 1) / 2;
     using D = hn::ScalableTag<T>;
     using V = hn::Vec<D>;
+    static constexpr std::int64_t lanes = hn::MaxLanes(D());
 
     /// Few planes may be long without leaving the first-level cache.
     static constexpr std::int64_t kSamples = (kRadius == 1 ? 2048 : kRadius == 2 ? 1024 : 512) / sizeof(T);
     static constexpr std::int64_t kLine = 64 / sizeof(T);
     static constexpr std::int64_t kPiece = kSamples - 2 * kRadius * medianRowChannels - kLine;
     template <int kRanks>
-    using Sorted = Planes<T, kRanks, kSamples>;
+    using Lists = Planes<T, kRanks, kSamples>;
 
-    Row(std::int64_t step, T most) noexcept
-        : m_lanes(static_cast<std::int64_t>(hn::Lanes(D()))), m_step(step), m_most(most)
-    {
-    }
+    Row(std::int64_t step, T most) noexcept : m_step(step), m_most(most) {}
 
     /// Works on copies, for rows of less than a vector.
     void padded(const std::uint8_t* const* rows, std::uint8_t* dst, std::int64_t samples) noexcept
     {
-        constexpr std::size_t room = (hn::MaxLanes(D()) + 2 * kRadius * medianRowChannels) * sizeof(T);
+        constexpr std::size_t room = (lanes + 2 * kRadius * medianRowChannels) * sizeof(T);
         std::uint8_t copies[kWindow][room];
         std::uint8_t medians[room];
         const std::uint8_t* from[kWindow];
@@ -139,7 +111,7 @@ private:
             std::memset(copies[i] + bytes, 0, room - bytes);
             from[i] = copies[i];
         }
-        piece(from, medians, m_lanes);
+        piece(from, medians, lanes);
         std::memcpy(dst, medians, static_cast<std::size_t>(samples) * sizeof(T));
     }
 
@@ -207,41 +179,42 @@ private:
                      std::index_sequence<kI...>) noexcept
     {
         const std::int64_t first = m_first;
-        ForEachVector(first, first + samples, 0, m_lanes, [&](std::int64_t x) {
+        ForEachVector(first, first + samples, 0, lanes, [&](std::int64_t x) {
             V v[kWindow];
             ((v[kI] = loadRow(rows[kI], x - first)), ...);
             Apply<Sorting<kWindow>>(v);
-            m_columns.template store<Sorting<kWindow>>(D(), x, v);
+            StoreRanks<Sorting<kWindow>, 0, kSamples>(v, m_columns.values + x,
+                                                      std::make_index_sequence<kWindow>());
         });
     }
 
     /// Merges the values at x with those at x + shift, for every x.
     template <class Net, int kA, int kB>
-    void merge(Sorted<kA>& a, Sorted<kB>& b, std::int64_t shift, Sorted<kA + kB>& to,
+    void merge(Lists<kA>& a, Lists<kB>& b, std::int64_t shift, Lists<kA + kB>& to,
                std::int64_t samples) noexcept
     {
-        ForEachVector(m_first, m_first + samples, 0, m_lanes, [&](std::int64_t x) {
+        ForEachVector(m_first, m_first + samples, 0, lanes, [&](std::int64_t x) {
             V v[kA + kB];
-            a.load(D(), x, v);
-            b.load(D(), x + shift, v + kA);
+            LoadRanks(a.at(x), v, std::make_index_sequence<kA>());
+            LoadRanks(b.at(x + shift), v + kA, std::make_index_sequence<kB>());
             Apply<Net>(v);
-            to.template store<Net>(D(), x, v);
+            StoreRanks<Net, 0, kSamples>(v, to.values + x, std::make_index_sequence<kA + kB>());
         });
     }
 
     /// The medians of the values in a at x, in b at x + shift and in c at x + rest.
     template <class Net, int kA, int kB, int kC>
-    void select(Sorted<kA>& a, Sorted<kB>& b, std::int64_t shift, Sorted<kC>& c, std::int64_t rest,
+    void select(Lists<kA>& a, Lists<kB>& b, std::int64_t shift, Lists<kC>& c, std::int64_t rest,
                 std::uint8_t* dst, std::int64_t samples) noexcept
     {
         const V most = hn::Set(D(), m_most);
         const std::int64_t first = m_first;
-        ForEachVector(first, first + samples, first - lineOffset(dst), m_lanes, [&](std::int64_t x) {
+        ForEachVector(first, first + samples, first - lineOffset(dst), lanes, [&](std::int64_t x) {
             V v[kA + kB];
-            a.load(D(), x, v);
-            b.load(D(), x + shift, v + kA);
+            LoadRanks(a.at(x), v, std::make_index_sequence<kA>());
+            LoadRanks(b.at(x + shift), v + kA, std::make_index_sequence<kB>());
             Apply<Net>(v);
-            const V median = SelectRank<Net, kMiddle>(D(), v, c, x + rest, std::make_index_sequence<kC>());
+            const V median = SelectRank<Net, kMiddle>(v, c.at(x + rest), std::make_index_sequence<kC>());
             storeRow(hn::Min(median, most), dst, x - first);
         });
     }
@@ -251,11 +224,11 @@ private:
     {
         const V most = hn::Set(D(), m_most);
         const std::int64_t first = m_first;
-        ForEachVector(first, first + samples, first - lineOffset(dst), m_lanes, [&](std::int64_t x) {
+        ForEachVector(first, first + samples, first - lineOffset(dst), lanes, [&](std::int64_t x) {
             V a[3], b[3], c[3];
-            m_columns.load(D(), x, a);
-            m_columns.load(D(), x + m_step, b);
-            m_columns.load(D(), x + 2 * m_step, c);
+            LoadRanks(m_columns.at(x), a, std::make_index_sequence<3>());
+            LoadRanks(m_columns.at(x + m_step), b, std::make_index_sequence<3>());
+            LoadRanks(m_columns.at(x + 2 * m_step), c, std::make_index_sequence<3>());
             const V low = hn::Max(hn::Max(a[0], b[0]), c[0]);
             const V high = hn::Min(hn::Min(a[2], b[2]), c[2]);
             storeRow(hn::Min(middle(low, middle(a[1], b[1], c[1]), high), most), dst, x - first);
@@ -267,14 +240,13 @@ private:
         return hn::Max(hn::Min(a, b), hn::Min(hn::Max(a, b), c));
     }
 
-    std::int64_t m_lanes;
     std::int64_t m_step;
     T m_most;
     /// Place in the planes of a piece's first sample: they lie to their cache lines as the rows do to theirs.
     std::int64_t m_first = 0;
-    Sorted<kWindow> m_columns;
-    Sorted<kRadius >= 2 ? 2 * kWindow : 1> m_pairs;
-    Sorted<kRadius >= 3 ? 3 * kWindow : 1> m_threes;
+    Lists<kWindow> m_columns;
+    Lists<kRadius >= 2 ? 2 * kWindow : 1> m_pairs;
+    Lists<kRadius >= 3 ? 3 * kWindow : 1> m_threes;
 };
 
 /// A window of one sample.

@@ -9,25 +9,25 @@ namespace ko {
 namespace {
 
 /// Columns that a strip's windows reach into, as far as the image has them.
-std::int64_t sourceColumnsOf(const MedianTile& tile, std::int64_t width, std::int64_t radius) noexcept
+std::int64_t sourceColumnsOf(const MedianStrip& strip, std::int64_t width, std::int64_t radius) noexcept
 {
-    const std::int64_t first = std::max<std::int64_t>(tile.firstColumn - radius, 0);
-    const std::int64_t last = std::min<std::int64_t>(tile.lastColumn + radius, width - 1);
+    const std::int64_t first = std::max<std::int64_t>(strip.firstColumn - radius, 0);
+    const std::int64_t last = std::min<std::int64_t>(strip.lastColumn + radius, width - 1);
     return last - first + 1;
 }
 
-MedianTile makeTile(const SxImageInfo& info, std::int64_t radius, std::int64_t firstColumn,
-                    std::int64_t columns)
+MedianStrip makeStrip(const SxImageInfo& info, std::int64_t radius, std::int64_t firstColumn,
+                      std::int64_t columns)
 {
-    MedianTile tile{.firstRow = 0,
-                    .lastRow = info.height - 1,
-                    .firstColumn = static_cast<std::int32_t>(firstColumn),
-                    .lastColumn = static_cast<std::int32_t>(firstColumn + columns - 1),
-                    .bins = std::int32_t{1} << info.bitsPerSample,
-                    .channels = info.channels,
-                    .sourceColumns = 0};
-    tile.sourceColumns = static_cast<std::int32_t>(sourceColumnsOf(tile, info.width, radius));
-    return tile;
+    MedianStrip strip{.firstRow = 0,
+                      .lastRow = info.height - 1,
+                      .firstColumn = static_cast<std::int32_t>(firstColumn),
+                      .lastColumn = static_cast<std::int32_t>(firstColumn + columns - 1),
+                      .bins = std::int32_t{1} << info.bitsPerSample,
+                      .channels = info.channels,
+                      .sourceColumns = 0};
+    strip.sourceColumns = static_cast<std::int32_t>(sourceColumnsOf(strip, info.width, radius));
+    return strip;
 }
 
 }  // namespace
@@ -56,15 +56,15 @@ std::uint64_t medianCounterWidth(std::int64_t radius) noexcept
     return side < 16 ? 1 : side < 256 ? 2 : 4;  // side * side below 2^8, below 2^16
 }
 
-std::vector<MedianTile> cutIntoTiles(const SxImageInfo& info, std::int64_t radius, int threads)
+std::vector<MedianStrip> cutIntoStrips(const SxImageInfo& info, std::int64_t radius, int threads)
 {
     const std::int64_t width = info.width, window = 2 * radius + 1;
     const std::int64_t preferred = width / window > threads ? width / threads : window;
-    std::vector<MedianTile> tiles;
-    const auto single = [&] { tiles.push_back(makeTile(info, radius, 0, width)); };
+    std::vector<MedianStrip> strips;
+    const auto single = [&] { strips.push_back(makeStrip(info, radius, 0, width)); };
     if (preferred >= width) {
         single();
-        return tiles;
+        return strips;
     }
 
     // Outer strips have a border of the image on one side and so read fewer columns than inner ones; equal
@@ -77,14 +77,14 @@ std::vector<MedianTile> cutIntoTiles(const SxImageInfo& info, std::int64_t radiu
     const std::int64_t last = width - inner * inners - first;
     if (last < window && inners == 0) {
         single();
-        return tiles;
+        return strips;
     }
-    tiles.reserve(static_cast<std::size_t>(inners + 2));
-    tiles.push_back(makeTile(info, radius, 0, first));
+    strips.reserve(static_cast<std::size_t>(inners + 2));
+    strips.push_back(makeStrip(info, radius, 0, first));
     for (std::int64_t i = 0; i < inners; ++i)
-        tiles.push_back(makeTile(info, radius, first + i * inner, inner));
-    tiles.push_back(makeTile(info, radius, width - last, last));
-    return tiles;
+        strips.push_back(makeStrip(info, radius, first + i * inner, inner));
+    strips.push_back(makeStrip(info, radius, width - last, last));
+    return strips;
 }
 
 bool servesImage(const MedianBuffer& buffer, const SxImageInfo& src, std::int64_t radius) noexcept
@@ -94,8 +94,8 @@ bool servesImage(const MedianBuffer& buffer, const SxImageInfo& src, std::int64_
         return false;
     if (buffer.counterWidth < medianCounterWidth(radius))
         return false;
-    return std::all_of(buffer.plan->tiles.begin(), buffer.plan->tiles.end(), [&](const MedianTile& tile) {
-        return tile.sourceColumns >= sourceColumnsOf(tile, src.width, radius);
+    return std::all_of(buffer.plan->strips.begin(), buffer.plan->strips.end(), [&](const MedianStrip& strip) {
+        return strip.sourceColumns >= sourceColumnsOf(strip, src.width, radius);
     });
 }
 

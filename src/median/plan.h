@@ -1,4 +1,30 @@
-// The work buffer of Median: the strips that an image is cut into, and scratch memory for them.
+// The work buffer of Median, and where to find what in this room.
+//
+// Three engines find the medians, with the same bytes; `median.cpp` chooses one by radius and sample type.
+//
+// Radius 0 to 3, sorting networks (network*): every column of the windows of a row is sorted once, then
+// neighbours are merged. A network compares the same places whatever their values, so a vector of windows
+// goes through it at once, and windows side by side share most of it. It grows with the square of the
+// radius; from radius 4 on, its values no longer fit into the registers.
+//
+// Radius 4 to 7, tiles (tile*): the windows of 4 x 4 pixels share most of their samples, which are sorted
+// once for all of them. What is left is added while the tile is halved. It also grows with the radius, but
+// slower. Processors without vectors search for bytes instead, which is faster there.
+//
+// From radius 8 on, search (search*): all pixels of a block halve the range of values that their median lies
+// in. The radius costs little. Bytes are searched for as they are; 16-bit samples are sorted first, and
+// what is searched for is a place in that order.
+//
+// The words of this room:
+//
+//   window  the square around a pixel that the median is taken of
+//   strip   a vertical part of the image that one thread works on at a time (tiles, search)
+//   band    rows that one thread works on at a time (networks)
+//   tile    4 x 4 pixels whose medians are found together
+//   block   a part of a strip, one channel of it, that is searched at a time
+//   piece   as many columns as a kernel takes at a time (networks, tiles)
+//
+// What windows find outside the image is the same for all engines: `outside.h`.
 #pragma once
 
 #include <ko/image.h>
@@ -10,8 +36,8 @@
 
 namespace ko {
 
-/// A vertical strip of the image; one thread works on it.
-struct MedianTile {
+/// A vertical part of the image; one thread works on it.
+struct MedianStrip {
     std::int32_t firstRow;
     std::int32_t lastRow;
     std::int32_t firstColumn;
@@ -24,7 +50,7 @@ struct MedianTile {
 
 struct MedianPlan {
     SxImageInfo info;  ///< the image that the strips were cut for
-    std::vector<MedianTile> tiles;
+    std::vector<MedianStrip> strips;
 };
 
 /// Memory that threads work in, since their stacks may be small. Each part begins at a whole cache line: rows
@@ -58,9 +84,9 @@ bool medianWindowFits(std::int64_t radius, std::int64_t extent) noexcept;
 /// Bytes of a counter that can hold every sample of the window: 1, 2 or 4.
 std::uint64_t medianCounterWidth(std::int64_t radius) noexcept;
 
-/// The strips of an image of the given format, left to right without gaps, and no scratch memory yet.
+/// The strips of an image of the given format, left to right without gaps.
 /// `threads` should have a strip each where the image is wide enough for it.
-std::vector<MedianTile> cutIntoTiles(const SxImageInfo& info, std::int64_t radius, int threads);
+std::vector<MedianStrip> cutIntoStrips(const SxImageInfo& info, std::int64_t radius, int threads);
 
 /// The buffer was made for images of `src`'s format and is large enough for the radius.
 bool servesImage(const MedianBuffer& buffer, const SxImageInfo& src, std::int64_t radius) noexcept;

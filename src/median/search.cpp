@@ -1,66 +1,63 @@
 #include "median/search.h"
 
-#include "median/block.h"
+#include "median/outside.h"
+#include "median/search_block.h"
 #include "median/search_kernels.h"
-#include "median/sort.h"
+#include "median/search_sorter.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
-#include <limits>
-#include <type_traits>
 
 namespace ko {
 
 namespace {
 
-constexpr std::uint8_t outside = 255;  ///< code of what is not in the image
-
 template <class Sample, class Count, class Place>
 class BlockSearch {
 public:
-    BlockSearch(const SxImageBuf& src, SxImageBuf& dst, const MedianTile& tile, std::int64_t radius,
+    BlockSearch(const SxImageBuf& src, SxImageBuf& dst, const MedianStrip& strip, std::int64_t radius,
                 std::byte* scratch) noexcept
         : m_src(src),
           m_dst(dst),
-          m_tile(tile),
+          m_strip(strip),
           m_radius(radius),
-          m_size(tile, radius, isDeep),
+          m_outside(src, 2 * radius + 1),
+          m_wanted(static_cast<Count>(((2 * radius + 1) * (2 * radius + 1) + 1) / 2)),
+          m_size(strip, radius, isDeep),
           m_memory(scratch, m_size, radius, isDeep)
     {
     }
 
     void run() noexcept
     {
-        for (std::int64_t y = m_tile.firstRow; y <= m_tile.lastRow; y += m_size.rows)
-            for (std::int64_t x = m_tile.firstColumn; x <= m_tile.lastColumn; x += m_size.columns)
-                for (std::int64_t channel = 0; channel < m_tile.channels; ++channel)
+        for (std::int64_t y = m_strip.firstRow; y <= m_strip.lastRow; y += m_size.rows)
+            for (std::int64_t x = m_strip.firstColumn; x <= m_strip.lastColumn; x += m_size.columns)
+                for (std::int64_t channel = 0; channel < m_strip.channels; ++channel)
                     runBlock(x, y, channel);
     }
 
 private:
     static constexpr bool isDeep = sizeof(Sample) > 1;
-    static constexpr std::int64_t lowest = std::numeric_limits<std::make_signed_t<Count>>::min();
 
     void runBlock(std::int64_t x, std::int64_t y, std::int64_t channel) noexcept
     {
-        m_block = MedianBlock::at<Sample>(m_src, m_tile, m_size, m_radius, x, y, channel);
+        m_block = MedianBlock::at<Sample>(m_src, m_strip, m_size, m_radius, x, y, channel);
         m_foundPitch = wholeVectors(m_block.columns);
-        m_wantedPitch = m_block.isInside() ? 0 : m_foundPitch;
-        if (!m_block.isInside())
-            std::memset(m_memory.codes, outside,
-                        static_cast<std::size_t>(m_block.pitch * m_block.sourceRows));
+        for (std::int64_t row = 0; row < m_block.sourceRows; ++row)
+            m_outside.fillRow(x - m_radius, y - m_radius + row, m_block.pitch, 1,
+                              m_memory.codes + row * m_block.pitch);
         MedianCoding coding{256, 0};
         if constexpr (isDeep)
             coding = MedianSorter<Count, Place>(m_block, m_memory).run();
         else
             copySamples();
-        rankMedians();
         startSearch();
         search(coding.codes);
         for (std::int64_t row = 0; row < m_block.rows; ++row)
             store(row, coding.chunks,
                   rowOf(m_dst, y + row) +
-                      (x * m_tile.channels + channel) * static_cast<std::int64_t>(sizeof(Sample)));
+                      (x * m_strip.channels + channel) * static_cast<std::int64_t>(sizeof(Sample)));
     }
 
     /// One-byte samples are their own codes.
@@ -78,30 +75,15 @@ private:
         }
     }
 
-    /// The lower median of n samples is the one with rank (n + 1) / 2.
-    void rankMedians() noexcept
-    {
-        const MedianBlock& b = m_block;
-        for (std::int64_t y = 0; y < (b.isInside() ? 1 : b.rows); ++y) {
-            const std::int64_t high = std::min(b.bottom, y + b.window) - std::max(b.top, y);
-            for (std::int64_t x = 0; x < b.columns; ++x) {
-                const std::int64_t wide = std::min(b.right, x + b.window) - std::max(b.left, x);
-                m_memory.wanted[y * m_wantedPitch + x] = static_cast<Count>((wide * high + 1) / 2 + lowest);
-            }
-        }
-    }
-
     void startSearch() noexcept
     {
         for (std::int64_t y = 0; y < m_block.rows; ++y) {
             Count* const found = m_memory.found + y * m_foundPitch;
             std::fill(found, found + m_block.columns, Count{0});
-            std::fill(found + m_block.columns, found + m_foundPitch, Count{outside});
-            if constexpr (isDeep) {
-                const Count* const wanted = m_memory.wanted + y * m_wantedPitch;
-                for (std::int64_t x = 0; x < m_block.columns; ++x)
-                    m_memory.rest[y * m_foundPitch + x] = static_cast<Count>(wanted[x] - lowest);
-            }
+            std::fill(found + m_block.columns, found + m_foundPitch,
+                      Count{255});  // a code that nobody leaves
+            if constexpr (isDeep)
+                std::fill_n(m_memory.rest + y * m_foundPitch, m_block.columns, m_wanted);
         }
     }
 
@@ -113,8 +95,7 @@ private:
                                 .window = m_block.window,
                                 .columns = m_block.columns,
                                 .rows = m_block.rows,
-                                .wanted = m_memory.wanted,
-                                .wantedPitch = m_wantedPitch,
+                                .wanted = m_wanted,
                                 .found = m_memory.found,
                                 .rest = m_memory.rest,
                                 .foundPitch = m_foundPitch,
@@ -144,7 +125,7 @@ private:
 
     void store(std::int64_t y, int chunks, std::uint8_t* to) noexcept
     {
-        const auto most = static_cast<Sample>(m_tile.bins - 1);
+        const auto most = static_cast<Sample>(m_strip.bins - 1);
         const Count* const found = m_memory.found + y * m_foundPitch;
         if constexpr (isDeep) {
             m_kernels.pick({m_memory.x, m_memory.y, m_memory.starts, chunks}, found,
@@ -164,15 +145,16 @@ private:
 
     const SxImageBuf& m_src;
     SxImageBuf& m_dst;
-    const MedianTile& m_tile;
+    const MedianStrip& m_strip;
     std::int64_t m_radius;
+    Outside m_outside;
+    Count m_wanted;  ///< rank of the median in a window
     MedianBlockSize m_size;
     MedianBlockMemory<Count, Place> m_memory;
     const MedianSearchKernels<Count, Place>& m_kernels = medianSearchKernels<Count, Place>();
 
     MedianBlock m_block{};  ///< the one at hand
     std::int64_t m_foundPitch = 0;
-    std::int64_t m_wantedPitch = 0;  ///< 0: all rows want the same
 };
 
 /// Calls `body` with the unsigned types that count the samples of a window and hold coordinates in a block.
@@ -188,30 +170,30 @@ auto withTypes(std::int64_t radius, const Body& body) noexcept
 
 }  // namespace
 
-std::size_t searchScratchBytes(const std::vector<MedianTile>& tiles, ExImageDataType type,
+std::size_t searchScratchBytes(const std::vector<MedianStrip>& strips, ExImageDataType type,
                                std::int64_t radius) noexcept
 {
     const bool isDeep = bytesPerSample(type) > 1;
     std::size_t most = 0;
-    for (const MedianTile& tile : tiles)
+    for (const MedianStrip& strip : strips)
         most =
             std::max(most, withTypes(radius, [&](auto count, auto place) noexcept {
                          using Memory = MedianBlockMemory<decltype(count), decltype(place)>;
-                         return Memory(nullptr, MedianBlockSize(tile, radius, isDeep), radius, isDeep).bytes;
+                         return Memory(nullptr, MedianBlockSize(strip, radius, isDeep), radius, isDeep).bytes;
                      }));
     return most;
 }
 
-void searchMedians(const SxImageBuf& src, SxImageBuf& dst, const MedianTile& tile, std::int64_t radius,
+void searchMedians(const SxImageBuf& src, SxImageBuf& dst, const MedianStrip& strip, std::int64_t radius,
                    std::byte* scratch) noexcept
 {
     withTypes(radius, [&](auto count, auto place) noexcept {
         using Count = decltype(count);
         using Place = decltype(place);
         if (bytesPerSample(src.dataType) == 1)
-            BlockSearch<std::uint8_t, Count, Place>(src, dst, tile, radius, scratch).run();
+            BlockSearch<std::uint8_t, Count, Place>(src, dst, strip, radius, scratch).run();
         else
-            BlockSearch<std::uint16_t, Count, Place>(src, dst, tile, radius, scratch).run();
+            BlockSearch<std::uint16_t, Count, Place>(src, dst, strip, radius, scratch).run();
     });
 }
 

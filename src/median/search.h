@@ -6,7 +6,7 @@
 // so the effort follows the number of different medians in a block, which neighbouring windows keep small.
 // The radius costs little, since the counts of a window's rows are sums of sums.
 //
-// Deeper samples are first sorted within the block; 64 neighbours in that order share a one-byte code, the
+// Deeper samples are first sorted within the block; neighbours in that order share a one-byte code, the
 // search is for the code, and the sample is then picked among the code's few.
 #pragma once
 
@@ -18,11 +18,11 @@ namespace ko {
 inline constexpr std::int64_t largestSearchRadius = 32767;
 
 /// Bytes of scratch memory that any of the strips needs.
-std::size_t searchScratchBytes(const std::vector<MedianTile>& tiles, ExImageDataType type,
+std::size_t searchScratchBytes(const std::vector<MedianStrip>& strips, ExImageDataType type,
                                std::int64_t radius) noexcept;
 
 /// Writes the medians of a strip.
-void searchMedians(const SxImageBuf& src, SxImageBuf& dst, const MedianTile& tile, std::int64_t radius,
+void searchMedians(const SxImageBuf& src, SxImageBuf& dst, const MedianStrip& strip, std::int64_t radius,
                    std::byte* scratch) noexcept;
 
 }  // namespace ko

@@ -86,23 +86,23 @@ template <class Count, bool kRest>
 MedianOutcome SplitWith(const MedianSplit<Count>& s) noexcept
 {
     using Signed = std::make_signed_t<Count>;
+    constexpr Signed lowest = std::numeric_limits<Signed>::min();
     const hn::ScalableTag<Signed> d;
     const auto lanes = static_cast<std::int64_t>(hn::Lanes(d));
     const auto first = hn::Set(d, static_cast<Signed>(s.first));
     const auto upper = hn::Set(d, static_cast<Signed>(s.first + s.half));
+    const auto wanted = hn::Set(d, static_cast<Signed>(s.wanted + lowest));
     auto stayed = hn::Zero(d), moved = hn::Zero(d);
     for (std::int64_t x = 0; x < s.columns; x += lanes) {
-        auto count = hn::Set(d, std::numeric_limits<Signed>::min());
+        auto count = hn::Set(d, lowest);
         const auto* entering = s.rowCounts + x;
         const auto* leaving = entering;
         for (std::int64_t y = 1; y < s.window; ++y, entering += s.pitch)
             count = hn::Add(count, LoadWidened(d, entering));
-        const auto* wantedRow = reinterpret_cast<const Signed*>(s.wanted) + x;
         auto* foundRow = reinterpret_cast<Signed*>(s.found) + x;
         auto* restRow = reinterpret_cast<Signed*>(s.rest) + (kRest ? x : 0);
         for (std::int64_t y = 0; y < s.rows; ++y) {
             count = hn::Add(count, LoadWidened(d, entering));
-            const auto wanted = hn::LoadU(d, wantedRow);
             const auto found = hn::LoadU(d, foundRow);
             const auto mine = hn::VecFromMask(d, hn::Eq(found, first));
             const auto up = hn::And(mine, hn::VecFromMask(d, hn::Lt(count, wanted)));
@@ -118,7 +118,6 @@ MedianOutcome SplitWith(const MedianSplit<Count>& s) noexcept
             count = hn::Sub(count, LoadWidened(d, leaving));
             entering += s.pitch;
             leaving += s.pitch;
-            wantedRow += s.wantedPitch;
             foundRow += s.foundPitch;
         }
     }

@@ -1,9 +1,10 @@
 // Kernels of the median by searching: of all windows of a block at once, how many samples lie below a value.
 //
 // A block holds one channel as codes, one byte per sample: row by row, `pitch` codes to a row, the block's
-// own columns and the radius on either side. Code 255 is never below a value that is asked for, so it also
-// marks samples outside the image. Counts are kept with an offset of their type's lowest value, so that
-// signed comparisons serve; `Count` is the unsigned type that holds the samples of a window.
+// own columns and the radius on either side. Code 0 is below every value that is asked for and code 255
+// below none, so these two also stand for what is outside the image. Counts are kept with an offset of
+// their type's lowest value, so that signed comparisons serve; `Count` is the unsigned type that holds the
+// samples of a window.
 #pragma once
 
 #include <cstdint>
@@ -34,8 +35,7 @@ struct MedianSplit {
     std::int64_t window;
     std::int64_t columns;
     std::int64_t rows;
-    const Count* wanted;  ///< rank of the median, offset
-    std::int64_t wantedPitch;
+    Count wanted;  ///< rank of the median in its window
     Count* found;  ///< lowest code that the median may still have; unused lanes hold 255
     Count* rest;   ///< rank of the median among the samples from `found` on; null where nobody asks
     std::int64_t foundPitch;

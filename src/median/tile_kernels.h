@@ -36,13 +36,13 @@ struct MedianTileKernels {
     /// reach into, as phases of rows that begin radius + 1 samples before the first tile; the medians of row
     /// i begin at medians[i * medianRowSamples]. Whole vectors of tiles are written; results above `most`
     /// become `most`. `scratch` begins at a whole cache line.
-    struct Band {
+    struct Row {
         void (*run)(const T* const* rows, std::int64_t tiles, T* medians, T most,
                     std::byte* scratch) noexcept;
         std::size_t scratchBytes;
     };
     /// By radius; without a function where searching is faster.
-    std::array<Band, largestTileRadius - smallestTileRadius + 1> bands;
+    std::array<Row, largestTileRadius - smallestTileRadius + 1> rows;
 };
 
 /// The kernels of the running processor.

@@ -5,7 +5,7 @@
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
-#include "median/band-inl.h"
+#include "median/tile_row-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace ko {
@@ -16,8 +16,8 @@ const MedianTileKernels<std::uint16_t>& Kernels()
 {
     static constexpr MedianTileKernels<std::uint16_t> kernels{
         &Split<std::uint16_t>,
-        {Band<std::uint16_t, 4>::kernel, Band<std::uint16_t, 5>::kernel, Band<std::uint16_t, 6>::kernel,
-         Band<std::uint16_t, 7>::kernel}};
+        {TileRow<std::uint16_t, 4>::kernel, TileRow<std::uint16_t, 5>::kernel,
+         TileRow<std::uint16_t, 6>::kernel, TileRow<std::uint16_t, 7>::kernel}};
     return kernels;
 }
 

@@ -5,7 +5,7 @@
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
-#include "median/band-inl.h"
+#include "median/tile_row-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace ko {
@@ -20,8 +20,8 @@ const MedianTileKernels<std::uint8_t>& Kernels()
 #else
     static constexpr MedianTileKernels<std::uint8_t> kernels{
         &Split<std::uint8_t>,
-        {Band<std::uint8_t, 4>::kernel, Band<std::uint8_t, 5>::kernel, Band<std::uint8_t, 6>::kernel,
-         Band<std::uint8_t, 7>::kernel}};
+        {TileRow<std::uint8_t, 4>::kernel, TileRow<std::uint8_t, 5>::kernel, TileRow<std::uint8_t, 6>::kernel,
+         TileRow<std::uint8_t, 7>::kernel}};
 #endif
     return kernels;
 }

@@ -12,7 +12,7 @@ bool hasTileMedians(ExImageDataType type, std::int64_t radius) noexcept;
 std::size_t tileScratchBytes(ExImageDataType type, std::int64_t radius) noexcept;
 
 /// Writes the medians of a strip for a radius that there are networks for.
-void tileMedians(const SxImageBuf& src, SxImageBuf& dst, const MedianTile& tile, std::int64_t radius,
+void tileMedians(const SxImageBuf& src, SxImageBuf& dst, const MedianStrip& strip, std::int64_t radius,
                  std::byte* scratch) noexcept;
 
 }  // namespace ko

@@ -191,7 +191,7 @@ TEST(MedianChecks, RefuseABufferWhoseCountersOrStripsAreTooSmall)
     TestImage dst(Layout{.width = 64, .height = 20});
     const std::vector<std::uint8_t> before = dst.bytes();
     const WorkBuffer made(info, 1);
-    ASSERT_EQ(made->plan->tiles.size(), 2U);
+    ASSERT_EQ(made->plan->strips.size(), 2U);
     EXPECT_EQ(Median(src, dst, 2, made), ResultIncompatible) << "strips too narrow";
     const Threads one(1);
     const WorkBuffer single(info, 7);
@@ -265,15 +265,15 @@ TEST(MedianPlans, RecordTheFormatAndWhatAStripReads)
     const SxImageInfo info = infoOf(2048, 100, UInt16, 12, 3);
     const WorkBuffer made(info, 5);
     EXPECT_TRUE(sameFormat(made->plan->info, info));
-    const std::vector<MedianTile>& tiles = made->plan->tiles;
-    ASSERT_EQ(tiles.size(), 2U);
-    EXPECT_EQ(tiles[0].firstRow, 0);
-    EXPECT_EQ(tiles[0].lastRow, 99);
-    EXPECT_EQ(tiles[0].bins, 4096);
-    EXPECT_EQ(tiles[0].channels, 3);
-    EXPECT_EQ(tiles[0].lastColumn, 1018) << "as much to read as half of the image";
-    EXPECT_EQ(tiles[0].sourceColumns, 1024);
-    EXPECT_EQ(tiles[1].sourceColumns, 2048 - 1019 + 5);
+    const std::vector<MedianStrip>& strips = made->plan->strips;
+    ASSERT_EQ(strips.size(), 2U);
+    EXPECT_EQ(strips[0].firstRow, 0);
+    EXPECT_EQ(strips[0].lastRow, 99);
+    EXPECT_EQ(strips[0].bins, 4096);
+    EXPECT_EQ(strips[0].channels, 3);
+    EXPECT_EQ(strips[0].lastColumn, 1018) << "as much to read as half of the image";
+    EXPECT_EQ(strips[0].sourceColumns, 1024);
+    EXPECT_EQ(strips[1].sourceColumns, 2048 - 1019 + 5);
 }
 
 TEST(MedianPlans, CoverAllColumnsOnceForAnyWidthRadiusAndNumberOfThreads)
@@ -282,10 +282,10 @@ TEST(MedianPlans, CoverAllColumnsOnceForAnyWidthRadiusAndNumberOfThreads)
         for (int radius = 0; radius <= 9; ++radius)
             for (int width = 2 * radius + 1; width < 200; ++width) {
                 int next = 0;
-                for (const MedianTile& tile : cutIntoTiles(infoOf(width, 3), radius, threads)) {
-                    ASSERT_EQ(tile.firstColumn, next) << width << " " << radius << " " << threads;
-                    ASSERT_GE(tile.lastColumn, tile.firstColumn);
-                    next = tile.lastColumn + 1;
+                for (const MedianStrip& strip : cutIntoStrips(infoOf(width, 3), radius, threads)) {
+                    ASSERT_EQ(strip.firstColumn, next) << width << " " << radius << " " << threads;
+                    ASSERT_GE(strip.lastColumn, strip.firstColumn);
+                    next = strip.lastColumn + 1;
                 }
                 ASSERT_EQ(next, width) << radius << " " << threads;
             }

@@ -1,9 +1,9 @@
 // Applying sorting networks to vectors. Include after <hwy/highway.h>; compiled once per processor target.
-#if defined(KO_FILTERS_MEDIAN_EXCHANGE_INL_H) == defined(HWY_TARGET_TOGGLE)
-#ifdef KO_FILTERS_MEDIAN_EXCHANGE_INL_H
-#undef KO_FILTERS_MEDIAN_EXCHANGE_INL_H
+#if defined(KO_MEDIAN_SORTING_NETWORKS_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef KO_MEDIAN_SORTING_NETWORKS_INL_H
+#undef KO_MEDIAN_SORTING_NETWORKS_INL_H
 #else
-#define KO_FILTERS_MEDIAN_EXCHANGE_INL_H
+#define KO_MEDIAN_SORTING_NETWORKS_INL_H
 #endif
 
 #include "median/sorting_networks.h"

@@ -1,15 +1,16 @@
 // Sorting the samples of a block, to search among their places in that order instead of their values.
 #pragma once
 
-#include "median/block.h"
+#include "median/search_block.h"
 
+#include <algorithm>
 #include <array>
 #include <span>
 #include <utility>
 
 namespace ko {
 
-/// How a sorted block is divided: `codes` codes of at most 64 * `chunks` samples each.
+/// How a sorted block is divided: codes 1 ... `codes` - 1 of at most 64 * `chunks` samples each.
 struct MedianCoding {
     int codes;
     int chunks;
@@ -59,18 +60,18 @@ private:
 
     MedianCoding divide(std::uint32_t count) noexcept
     {
-        constexpr std::uint32_t usualLength = 126, mostCodes = 255;  // little less than two chunks
+        constexpr std::uint32_t usualLength = 126, mostCodes = 254;  // little less than two chunks
         const std::uint32_t codes = std::min(count / usualLength + 1, mostCodes);
+        std::uint32_t* const starts = m_memory.starts + 1;
         m_scale = (std::uint64_t{codes} << 32) / count;
         std::uint32_t longest = 0;
         for (std::uint32_t code = 0; code < codes; ++code) {
-            m_memory.starts[code] =
-                static_cast<std::uint32_t>(((std::uint64_t{code} << 32) + m_scale - 1) / m_scale);
+            starts[code] = static_cast<std::uint32_t>(((std::uint64_t{code} << 32) + m_scale - 1) / m_scale);
             if (code > 0)
-                longest = std::max(longest, m_memory.starts[code] - m_memory.starts[code - 1]);
+                longest = std::max(longest, starts[code] - starts[code - 1]);
         }
-        longest = std::max(longest, count - m_memory.starts[codes - 1]);
-        return {static_cast<int>(codes), static_cast<int>((longest + 63) / 64)};
+        longest = std::max(longest, count - starts[codes - 1]);
+        return {static_cast<int>(codes + 1), static_cast<int>((longest + 63) / 64)};
     }
 
     /// Values close together: one counter for each.
@@ -127,7 +128,7 @@ private:
                 scale = m_scale](std::uint32_t at, Place x, Place y) noexcept {
             xs[at] = x;
             ys[at] = y;
-            codes[std::int64_t{y} * pitch + x] = static_cast<std::uint8_t>((at * scale) >> 32);
+            codes[std::int64_t{y} * pitch + x] = static_cast<std::uint8_t>(1 + ((at * scale) >> 32));
         };
     }
 

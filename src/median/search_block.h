@@ -23,10 +23,10 @@ struct MedianBlockSize {
     std::int64_t columns;
     std::int64_t rows;
 
-    MedianBlockSize(const MedianTile& tile, std::int64_t radius, bool isDeep) noexcept
-        : columns(std::min(wholeVectors(std::int64_t{tile.lastColumn} - tile.firstColumn + 1),
+    MedianBlockSize(const MedianStrip& strip, std::int64_t radius, bool isDeep) noexcept
+        : columns(std::min(wholeVectors(std::int64_t{strip.lastColumn} - strip.firstColumn + 1),
                            std::clamp<std::int64_t>(wholeVectors(2 * radius), isDeep ? 64 : 128, 1024))),
-          rows(std::min<std::int64_t>(std::int64_t{tile.lastRow} - tile.firstRow + 1,
+          rows(std::min<std::int64_t>(std::int64_t{strip.lastRow} - strip.firstRow + 1,
                                       std::clamp<std::int64_t>(2 * radius, 64, 1024)))
     {
     }
@@ -44,16 +44,16 @@ struct MedianBlock {
     std::int64_t sourceRows;                ///< rows, border included
     std::int64_t left, right, top, bottom;  ///< the part in the image: left ... right - 1, top ... bottom - 1
 
-    /// The block of `tile` whose first pixel is (x, y).
+    /// The block of `strip` whose first pixel is (x, y).
     template <class Sample>
-    static MedianBlock at(const SxImageBuf& src, const MedianTile& tile, MedianBlockSize size,
+    static MedianBlock at(const SxImageBuf& src, const MedianStrip& strip, MedianBlockSize size,
                           std::int64_t radius, std::int64_t x, std::int64_t y, std::int64_t channel) noexcept
     {
         MedianBlock block{};
         block.stride = src.stride;
-        block.step = tile.channels;
-        block.columns = std::min(size.columns, tile.lastColumn - x + 1);
-        block.rows = std::min(size.rows, tile.lastRow - y + 1);
+        block.step = strip.channels;
+        block.columns = std::min(size.columns, strip.lastColumn - x + 1);
+        block.rows = std::min(size.rows, strip.lastRow - y + 1);
         block.radius = radius;
         block.window = 2 * radius + 1;
         block.pitch = block.columns + 2 * radius;
@@ -70,8 +70,6 @@ struct MedianBlock {
 
     /// Sample (left, y).
     const std::uint8_t* row(std::int64_t y) const noexcept { return corner + (y - top) * stride; }
-
-    bool isInside() const noexcept { return left == 0 && top == 0 && right == pitch && bottom == sourceRows; }
 };
 
 /// Coordinates of one byte serve blocks of up to this radius.
@@ -104,7 +102,6 @@ public:
         const std::int64_t pixels = wholeVectors(block.columns) * block.rows;
         take(codes, samples + 2 * radius);
         take(rowCounts, samples + 2 * radius);
-        take(wanted, pixels);
         take(found, pixels);
         if (isDeep) {
             take(rest, pixels);
@@ -119,7 +116,6 @@ public:
 
     std::uint8_t* codes = nullptr;
     MedianRowCountOf<Count>* rowCounts = nullptr;
-    Count* wanted = nullptr;
     Count* found = nullptr;
     Count* rest = nullptr;
     Place* x = nullptr;

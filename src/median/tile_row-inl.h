@@ -1,12 +1,12 @@
-// Medians of bands of tiles. Include after <hwy/highway.h>; compiled once per processor target.
-#if defined(KO_FILTERS_MEDIAN_BAND_INL_H) == defined(HWY_TARGET_TOGGLE)
-#ifdef KO_FILTERS_MEDIAN_BAND_INL_H
-#undef KO_FILTERS_MEDIAN_BAND_INL_H
+// Medians of rows of tiles. Include after <hwy/highway.h>; compiled once per processor target.
+#if defined(KO_MEDIAN_TILE_ROW_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef KO_MEDIAN_TILE_ROW_INL_H
+#undef KO_MEDIAN_TILE_ROW_INL_H
 #else
-#define KO_FILTERS_MEDIAN_BAND_INL_H
+#define KO_MEDIAN_TILE_ROW_INL_H
 #endif
 
-#include "median/exchange-inl.h"
+#include "median/sorted_lists-inl.h"
 #include "median/tile_kernels.h"
 
 #include <algorithm>
@@ -19,30 +19,30 @@ namespace {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
-/// A band of tiles side by side. The windows of a tile share their middle, the core, which is sorted once.
+/// A row of tiles side by side. The windows of a tile share their middle, the core, which is sorted once.
 /// Then the tile is halved, across and down by turns, until single windows are left: each half adds to the
 /// core the columns or rows that its windows share beyond it, and drops what can be the median of none of
 /// them. What is still to be added, lines at the sides of the core, is kept sorted as far as the core goes.
 template <class T, int kRadius>
-class Band {
+class TileRow {
 public:
     static void run(const T* const* rows, std::int64_t tiles, T* medians, T most, std::byte* scratch) noexcept
     {
-        Band band(rows, most, *new (scratch) Memory);
+        TileRow row(rows, most, *new (scratch) Memory);
         const std::int64_t wholeVectors = (tiles + lanes - 1) / lanes * lanes;
         for (std::int64_t at = 0; at < wholeVectors + kReach; at += lanes)
-            band.sortColumns(at);
+            row.sortColumns(at);
         for (std::int64_t at = 0; at < tiles; at += lanes) {
-            band.m_at = at;
-            band.wholeTile();
-            band.store(medians + medianTileSide * at);
+            row.m_at = at;
+            row.wholeTile();
+            row.store(medians + medianTileSide * at);
         }
     }
 
 private:
     using D = hn::ScalableTag<T>;
     using V = hn::Vec<D>;
-    static constexpr std::int64_t lanes = hn::MaxLanes(D());
+    static constexpr std::int64_t lanes = lanesOf<T>;
     static constexpr std::int64_t pitch = medianPhaseSamples<T>;
 
     static constexpr int kSide = medianTileSide;
@@ -51,17 +51,6 @@ private:
     static constexpr int kShort = kWindow - kSide + 1;  ///< rows and columns that the windows of a tile share
     static constexpr int kReach =
         (2 * kRadius + kSide) / kSide;  ///< tiles that columns are read of behind the last
-
-    /// Sorted values, one vector for each rank, every `kPitch` samples.
-    template <int kCount, std::int64_t kPitch = lanes>
-    struct List {
-        const T* first = nullptr;
-    };
-    template <int kCount>
-    struct Sorted {
-        alignas(64) T samples[kCount * lanes];
-        operator List<kCount>() const noexcept { return {samples}; }
-    };
 
     /// What the windows of a tile share, sorted: the ranks that may still be a median.
     template <int kAlong, int kAcross>
@@ -77,9 +66,9 @@ private:
     struct Halves {
         static constexpr int half = kAlong / 2;
         static constexpr int lines = 2 * (kAcross - 1);
-        Sorted<Core<half, kAcross>::count> core;
-        Sorted<half*(kWindow - kAcross + 1)> added;
-        std::array<Sorted<kWindow - kAlong + 1 + half>, lines> crossing;
+        Sorted<T, Core<half, kAcross>::count> core;
+        Sorted<T, half*(kWindow - kAcross + 1)> added;
+        std::array<Sorted<T, kWindow - kAlong + 1 + half>, lines> crossing;
         Halves<!kDown, kAcross, half> next;
     };
     /// Windows are left.
@@ -92,76 +81,15 @@ private:
         alignas(64) T pairs[2][2 * kShort * pitch];
         alignas(64) T fours[4 * kShort * pitch];
         alignas(64) T medians[kSide * kSide][lanes];
-        Sorted<Core<kSide, kSide>::count> core;
-        Sorted<8 * kShort> eight;
-        std::array<Sorted<kShort>, 2 * (kSide - 1)> rows;
+        Sorted<T, Core<kSide, kSide>::count> core;
+        Sorted<T, 8 * kShort> eight;
+        std::array<Sorted<T, kShort>, 2 * (kSide - 1)> rows;
         Halves<false, kSide, kSide> halves;
     };
 
-    Band(const T* const* rows, T most, Memory& memory) noexcept : m_rows(rows), m_most(most), m_memory(memory)
+    TileRow(const T* const* rows, T most, Memory& memory) noexcept
+        : m_rows(rows), m_most(most), m_memory(memory)
     {
-    }
-
-    template <class Net, std::size_t kFirst, std::int64_t kPitch, std::size_t... kI>
-    static HWY_INLINE void storeRanks(const V* v, T* to, std::index_sequence<kI...>) noexcept
-    {
-        (hn::Store(v[Net::network.order.places[kFirst + kI]], D(), to + kI * kPitch), ...);
-    }
-    /// Lists by themselves begin at a whole vector, which the compiler makes better code of.
-    template <std::int64_t kPitch>
-    static HWY_INLINE V loadRank(const T* from) noexcept
-    {
-        if constexpr (kPitch == lanes)
-            return hn::Load(D(), from);
-        else
-            return hn::LoadU(D(), from);
-    }
-    template <std::int64_t kPitch, std::size_t... kI>
-    static HWY_INLINE void load(const T* from, V* v, std::index_sequence<kI...>) noexcept
-    {
-        ((v[kI] = loadRank<kPitch>(from + kI * kPitch)), ...);
-    }
-
-    /// Ranks kFirst ... kFirst + kCount - 1 of two lists together.
-    template <int kFirst, int kCount, std::int64_t kPitch = lanes, int kA, std::int64_t kPitchA, int kB,
-              std::int64_t kPitchB>
-    static HWY_NOINLINE void merge(List<kA, kPitchA> a, List<kB, kPitchB> b, T* to) noexcept
-    {
-        using Net = Merging<kA, kB>;
-        V v[kA + kB];
-        load<kPitchA>(a.first, v, std::make_index_sequence<kA>());
-        load<kPitchB>(b.first, v + kA, std::make_index_sequence<kB>());
-        Apply<Net>(v);
-        storeRanks<Net, kFirst, kPitch>(v, to, std::make_index_sequence<kCount>());
-    }
-
-    /// Merges a list with one or two samples.
-    template <int kCount, std::int64_t kPitch, std::size_t... kI>
-    static HWY_NOINLINE void extend(List<kCount, kPitch> list,
-                                    const std::array<const T*, sizeof...(kI)>& added, T* to,
-                                    std::index_sequence<kI...>) noexcept
-    {
-        constexpr int kAdded = sizeof...(kI);
-        using Net = Merging<kCount, kAdded>;
-        V v[kCount + kAdded];
-        load<kPitch>(list.first, v, std::make_index_sequence<kCount>());
-        ((v[kCount + kI] = hn::LoadU(D(), added[kI])), ...);
-        Apply<Sorting<kAdded>>(v + kCount);
-        Apply<Net>(v);
-        storeRanks<Net, 0, lanes>(v, to, std::make_index_sequence<kCount + kAdded>());
-    }
-
-    /// The median of a window: the smallest of the largest of i samples of the core and the others of the
-    /// line.
-    template <std::int64_t kPitch, std::size_t... kI>
-    static HWY_NOINLINE void select(List<kWindow + 1> core, List<kWindow, kPitch> line, T* to,
-                                    std::index_sequence<kI...>) noexcept
-    {
-        V result = hn::Load(D(), core.first + kWindow * lanes);
-        ((result = hn::Min(result, hn::Max(hn::Load(D(), core.first + kI * lanes),
-                                           loadRank<kPitch>(line.first + (kWindow - 1 - kI) * kPitch)))),
-         ...);
-        hn::Store(result, D(), to);
     }
 
     // Places of samples and columns count from the corner of the first window of the tile.
@@ -169,15 +97,15 @@ private:
     {
         return m_rows[y] + (x + 1) % kSide * pitch + m_at + (x + 1) / kSide;
     }
-    List<kShort, pitch> column(int x) const noexcept
+    List<T, kShort, pitch> column(int x) const noexcept
     {
         return {m_memory.columns[(x + 1) % kSide] + m_at + (x + 1) / kSide};
     }
-    List<2 * kShort, pitch> columnPair(int x) const noexcept
+    List<T, 2 * kShort, pitch> columnPair(int x) const noexcept
     {
         return {m_memory.pairs[(x + 1) % kSide / 2] + m_at + (x + 1) / kSide};
     }
-    List<4 * kShort, pitch> fourColumns(int x) const noexcept
+    List<T, 4 * kShort, pitch> fourColumns(int x) const noexcept
     {
         return {m_memory.fours + m_at + (x + 1) / kSide};
     }
@@ -188,11 +116,11 @@ private:
         for (int phase = 0; phase < kSide; ++phase)
             sortColumn(phase * pitch + at, m_memory.columns[phase] + at, std::make_index_sequence<kShort>());
         for (int i = 0; i < 2; ++i)
-            merge<0, 2 * kShort, pitch>(List<kShort, pitch>{m_memory.columns[2 * i] + at},
-                                        List<kShort, pitch>{m_memory.columns[2 * i + 1] + at},
+            Merge<0, 2 * kShort, pitch>(List<T, kShort, pitch>{m_memory.columns[2 * i] + at},
+                                        List<T, kShort, pitch>{m_memory.columns[2 * i + 1] + at},
                                         m_memory.pairs[i] + at);
-        merge<0, 4 * kShort, pitch>(List<2 * kShort, pitch>{m_memory.pairs[0] + at},
-                                    List<2 * kShort, pitch>{m_memory.pairs[1] + at}, m_memory.fours + at);
+        Merge<0, 4 * kShort, pitch>(List<T, 2 * kShort, pitch>{m_memory.pairs[0] + at},
+                                    List<T, 2 * kShort, pitch>{m_memory.pairs[1] + at}, m_memory.fours + at);
     }
 
     template <std::size_t... kI>
@@ -202,7 +130,7 @@ private:
         V v[kShort];
         ((v[kI] = hn::LoadU(D(), m_rows[kSide - 1 + kI] + at)), ...);
         Apply<Net>(v);
-        storeRanks<Net, 0, pitch>(v, to, ranks);
+        StoreRanks<Net, 0, pitch>(v, to, ranks);
     }
 
     template <std::size_t... kI>
@@ -212,7 +140,7 @@ private:
         V v[kShort];
         ((v[kI] = hn::LoadU(D(), sample(kSide - 1 + static_cast<int>(kI), y))), ...);
         Apply<Net>(v);
-        storeRanks<Net, 0, lanes>(v, to, ranks);
+        StoreRanks<Net, 0, lanes>(v, to, ranks);
     }
 
     /// A tile or a part of it, about to be halved along one direction.
@@ -223,18 +151,18 @@ private:
 
         int along;  ///< place in the tile
         int across;
-        List<Core<kAlong, kAcross>::count> core;
+        List<T, Core<kAlong, kAcross>::count> core;
         /// What the windows have beside the core: lines before and behind it, to be added in halves, ...
-        std::array<List<lineLength, kLinePitch>, 2 * (kAlong - 1)> lines;
+        std::array<List<T, lineLength, kLinePitch>, 2 * (kAlong - 1)> lines;
         /// ... and those in the other direction.
-        std::array<List<crossingLength, kCrossingPitch>, 2 * (kAcross - 1)> crossing;
+        std::array<List<T, crossingLength, kCrossingPitch>, 2 * (kAcross - 1)> crossing;
     };
 
     /// Sorts the core of the tiles and the rows beside it.
     void wholeTile() noexcept
     {
         using TileCore = Core<kSide, kSide>;
-        auto& [columns, pairs, fours, medians, core, eight, rows, halves] = m_memory;
+        Memory& m = m_memory;
         constexpr int rest = kShort % 4 == 0 ? 4 : 2;
         constexpr int start = kSide - 1;
         const auto last = [&] {
@@ -244,23 +172,23 @@ private:
                 return columnPair(start + kShort - 2);
         }();
         if constexpr (kShort - rest == 4) {
-            merge<TileCore::first, TileCore::count>(fourColumns(start), last, core.samples);
+            Merge<TileCore::first, TileCore::count>(fourColumns(start), last, m.core.samples);
         } else {
-            merge<0, 8 * kShort>(fourColumns(start), fourColumns(start + 4), eight.samples);
-            merge<TileCore::first, TileCore::count>(List<8 * kShort>(eight), last, core.samples);
+            Merge<0, 8 * kShort>(fourColumns(start), fourColumns(start + 4), m.eight.samples);
+            Merge<TileCore::first, TileCore::count>(List<T, 8 * kShort>(m.eight), last, m.core.samples);
         }
-        Part<kSide, kSide, pitch, lanes> part{0, 0, core, {}, {}};
+        Part<kSide, kSide, pitch, lanes> part{0, 0, m.core, {}, {}};
         for (int i = 0; i < kSide - 1; ++i) {
-            sortRow(i, rows[i].samples, std::make_index_sequence<kShort>());
-            sortRow(kWindow + i, rows[kSide - 1 + i].samples, std::make_index_sequence<kShort>());
+            sortRow(i, m.rows[i].samples, std::make_index_sequence<kShort>());
+            sortRow(kWindow + i, m.rows[kSide - 1 + i].samples, std::make_index_sequence<kShort>());
         }
         for (int i = 0; i < kSide - 1; ++i) {
             part.lines[i] = column(i);
             part.lines[kSide - 1 + i] = column(kWindow + i);
         }
         for (int i = 0; i < 2 * (kSide - 1); ++i)
-            part.crossing[i] = rows[i];
-        halve<false>(part, halves);
+            part.crossing[i] = m.rows[i];
+        halve<false>(part, m.halves);
     }
 
     /// Place in the tile of line i of `count` before and as many behind the core that begins at `first`.
@@ -281,20 +209,20 @@ private:
             if constexpr (kAlong == 2 && kAcross == 1) {
                 const int along = part.along + behind;
                 const int x = kDown ? part.across : along, y = kDown ? along : part.across;
-                select(part.core, part.lines[firstAdded], m_memory.medians[kSide * y + x],
+                Select(part.core, part.lines[firstAdded], m_memory.medians[kSide * y + x],
                        std::make_index_sequence<kWindow>());
             } else {
                 using Smaller = Core<half, kAcross>;
                 constexpr int dropped = Smaller::first - Core<kAlong, kAcross>::first;
                 const int place = placeOf(firstAdded, kAlong - 1, part.along);
                 if constexpr (half == 1) {
-                    merge<dropped, Smaller::count>(part.core, part.lines[firstAdded], halves.core.samples);
+                    Merge<dropped, Smaller::count>(part.core, part.lines[firstAdded], halves.core.samples);
                 } else if constexpr (!kDown) {
-                    merge<dropped, Smaller::count>(part.core, columnPair(place), halves.core.samples);
+                    Merge<dropped, Smaller::count>(part.core, columnPair(place), halves.core.samples);
                 } else {
-                    merge<0, half * Whole::lineLength>(part.lines[firstAdded], part.lines[firstAdded + 1],
+                    Merge<0, half * Whole::lineLength>(part.lines[firstAdded], part.lines[firstAdded + 1],
                                                        halves.added.samples);
-                    merge<dropped, Smaller::count>(part.core, List<half * Whole::lineLength>(halves.added),
+                    Merge<dropped, Smaller::count>(part.core, List<T, half * Whole::lineLength>(halves.added),
                                                    halves.core.samples);
                 }
 
@@ -305,7 +233,7 @@ private:
                     std::array<const T*, half> samples;
                     for (int k = 0; k < half; ++k)
                         samples[k] = kDown ? sample(across, place + k) : sample(place + k, across);
-                    extend(part.crossing[i], samples, halves.crossing[i].samples,
+                    Extend(part.crossing[i], samples, halves.crossing[i].samples,
                            std::make_index_sequence<half>());
                     next.lines[i] = halves.crossing[i];
                 }
@@ -335,7 +263,7 @@ private:
     Memory& m_memory;
 
 public:
-    static constexpr typename MedianTileKernels<T>::Band kernel{&run, sizeof(Memory)};
+    static constexpr typename MedianTileKernels<T>::Row kernel{&run, sizeof(Memory)};
 };
 
 template <class T>
