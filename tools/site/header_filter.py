@@ -19,9 +19,9 @@ BUILD_LIST = Path(__file__).resolve().parents[2] / "cmake/rooms.cmake"
 
 
 def operation_rooms():
-    """The rooms with operations, from the one list of rooms."""
+    """The rooms with operations, from the one list of rooms; those of the core library last."""
     lists = re.findall(r"^set\(KO_(?:CORE|IMPROC)_ROOMS ([\w\s]+)\)", BUILD_LIST.read_text(), re.MULTILINE)
-    return [room for names in lists for room in names.split()]
+    return [room for names in reversed(lists) for room in names.split()]
 
 
 # Those with a page of their own besides core's.
