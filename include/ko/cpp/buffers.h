@@ -25,9 +25,11 @@ public:
     void* get() const noexcept { return m_buffer.get(); }  ///< what operations take; stays with this object
 
 private:
+    /// @cond Doxygen would link to private classes, which it does not show
     struct Free {
         void operator()(void* buffer) const noexcept { DemosaicFreeBuffer(buffer); }
     };
+    /// @endcond
 
     static void* made(void* buffer)
     {
@@ -56,9 +58,11 @@ public:
     void* get() const noexcept { return m_buffer.get(); }  ///< what operations take; stays with this object
 
 private:
+    /// @cond Doxygen would link to private classes, which it does not show
     struct Free {
         void operator()(void* buffer) const noexcept { MedianFreeBuffer(buffer); }
     };
+    /// @endcond
 
     std::unique_ptr<void, Free> m_buffer;
 };

@@ -24,6 +24,7 @@ struct Bytes128 {
 /// The sample type of images whose samples are `T`; nothing for other types.
 template <class T>
 inline constexpr ExImageDataType sampleTypeOf = static_cast<ExImageDataType>(0);
+/// @cond one per type, each as the template says
 template <>
 inline constexpr ExImageDataType sampleTypeOf<std::int8_t> = Int8;
 template <>
@@ -46,6 +47,7 @@ template <>
 inline constexpr ExImageDataType sampleTypeOf<std::int64_t> = Int64;
 template <>
 inline constexpr ExImageDataType sampleTypeOf<std::uint64_t> = UInt64;
+/// @endcond
 
 /// The samples of one row, a contiguous range; in C++20 it converts to `std::span`. Debug builds check
 /// indices.
