@@ -92,11 +92,12 @@ KO_EXPORT ResultCode DemosaicMalvar(const SxImageBuf& src, SxImageBuf& dst, void
 
 /// Turns a region of a raw Bayer mosaic into a colour picture of the same size, along the edges.
 ///
-/// At every red and blue sample green is estimated along the row and along the column, and the estimate is
-/// kept whose difference to the sample varies less within 5 x 5 samples (on a tie that along the row). Red
-/// and blue follow from the differences to green around them; then all three are refined, the differences
-/// being averaged over three samples in the direction kept. Sharper than `DemosaicMalvar`, with fewer colours
-/// at edges, and several times slower.
+/// At every red and blue sample green is estimated along the row and along the column. The differences of the
+/// sample to both are mixed, each weighted by 1 / (1 + v)^2, where v is how much the differences of its
+/// direction vary within 5 x 5 samples. (The published method keeps the difference that varies less, which is
+/// worse where neither direction is plain.) The mixed differences are averaged over three samples in the
+/// directions that they were mixed of. Red and blue elsewhere are green plus the mean of the differences
+/// around. Sharper than `DemosaicMalvar`, with fewer colours at edges, and slower.
 ///
 /// The arithmetic is that of single floating-point numbers in a fixed order, the same on every processor.
 /// Results are rounded to the nearest whole number (halves up); all samples are limited to

@@ -19,7 +19,7 @@ struct BandBuffer {
 };
 
 /// Lines and bytes of an element that the more demanding method works on.
-inline constexpr std::int64_t bandLines = 48, elementBytes = 4;
+inline constexpr std::int64_t bandLines = 37, elementBytes = 4;
 
 inline std::unique_ptr<BandBuffer> makeBandBuffer(std::int64_t width)
 {

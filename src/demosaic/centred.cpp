@@ -53,7 +53,8 @@ void malvarBand(const CentredCall& call, std::int64_t pitch, std::byte* memory, 
     }
 }
 
-/// The rows of DemosaicMenon in five steps, each of which needs two rows more on either side than the next.
+/// The rows of DemosaicMenon in five steps: the lines of a row, two estimates, their mixture, its refinement, and
+/// the pixels. The last needs a row more on either side, each of the others two.
 template <class T>
 class MenonBand {
 public:
@@ -64,16 +65,16 @@ public:
 
     void make(std::int64_t from, std::int64_t to) noexcept
     {
-        for (std::int64_t y = from - 8; y < to + 8; ++y) {
+        for (std::int64_t y = from - 7; y < to + 7; ++y) {
             loadLines<T>(m_call.src, m_call.roi, y, m_mosaic, m_kernels.split.template of<T>());
-            if (y >= from - 4)
+            if (y >= from - 3)
                 estimate(y - 2);
-            if (y >= from)
-                decide(y - 4);
-            if (y >= from + 4)
+            if (y >= from + 1)
+                mix(y - 4);
+            if (y >= from + 5)
                 refine(y - 6);
-            if (y >= from + 8)
-                finish(y - 8);
+            if (y >= from + 7)
+                finish(y - 7);
         }
     }
 
@@ -81,13 +82,12 @@ private:
     MenonBand(const CentredCall& call, std::int64_t pitch, float* memory) noexcept
         : m_call(call),
           m_pairs((widthOf(call.roi) + 1) / 2),
-          m_mosaic(memory, 9, pitch),
+          m_mosaic(memory, 8, pitch),
           m_along(memory, 5, pitch),
           m_across(memory, 5, pitch),
-          m_chosen(memory, 5, pitch),
-          m_isAlong(memory, 5, pitch),
-          m_refined(memory, 5, pitch),
-          m_other(memory, 3, pitch)
+          m_mixed(memory, 5, pitch),
+          m_alongPart(memory, 3, pitch),
+          m_refined(memory, 3, pitch)
     {
     }
 
@@ -104,30 +104,30 @@ private:
         m_kernels.differences(around(m_mosaic.own(row), y), m_mosaic.between(row)[y], row.colourFirst,
                               m_along[y], m_across[y], -3, m_pairs + 3);
     }
-    void decide(std::int64_t y) noexcept
+    void mix(std::int64_t y) noexcept
     {
-        m_kernels.decide(around(m_along, y), around(m_across, y), kind(y).colourFirst, m_chosen[y],
-                         m_isAlong[y], -2, m_pairs + 2);
+        m_kernels.mix(around(m_along, y), around(m_across, y), kind(y).colourFirst, m_mixed[y],
+                      m_alongPart[y], -2, m_pairs + 2);
     }
     void refine(std::int64_t y) noexcept
     {
-        m_kernels.refine(around(m_chosen, y), m_isAlong[y], kind(y).colourFirst, m_refined[y], m_other[y], -1,
-                         m_pairs + 1);
+        m_kernels.refine(around(m_mixed, y), m_alongPart[y], m_refined[y], -1, m_pairs + 1);
     }
     void finish(std::int64_t y) noexcept
     {
         const RowKind row = kind(y);
-        m_kernels.make.template of<T>()(
-            {m_mosaic.own(row)[y], m_mosaic.between(row)[y], around(m_refined, y), m_isAlong[y], m_other[y]},
-            row, m_call.pixels<T>(y), m_call.dst.width,
-            static_cast<float>(saturatedTop<T>(m_call.src.bitsPerSample)));
+        const MenonKernels::Row lines{m_mosaic.own(row)[y],
+                                      m_mosaic.between(row)[y],
+                                      {m_refined[y - 1], m_refined[y], m_refined[y + 1]}};
+        m_kernels.make.template of<T>()(lines, row, m_call.pixels<T>(y), m_call.dst.width,
+                                        static_cast<float>(saturatedTop<T>(m_call.src.bitsPerSample)));
     }
 
     const MenonKernels& m_kernels = menonKernels();
     const CentredCall& m_call;
     std::int64_t m_pairs;
     MosaicLines<float> m_mosaic;
-    LineRing<float> m_along, m_across, m_chosen, m_isAlong, m_refined, m_other;
+    LineRing<float> m_along, m_across, m_mixed, m_alongPart, m_refined;
 };
 
 /// The checks and the memory that the centred methods have in common; `band` makes some rows.

@@ -66,6 +66,12 @@ void Differences(const FiveLines& own, const float* between, bool colourFirst, f
     });
 }
 
+/// `part` of the way from one to the other.
+V Between(V from, V to, V part)
+{
+    return hn::Add(from, hn::Mul(part, hn::Sub(to, from)));
+}
+
 /// Changes of a difference from place to place along its row.
 V ChangesAlong(const float* line, std::int64_t i)
 {
@@ -79,8 +85,8 @@ V ChangesAcross(const FiveLines& lines, std::int64_t i)
     return hn::Add(hn::AbsDiff(At(lines[0], i), here), hn::AbsDiff(here, At(lines[4], i)));
 }
 
-void Decide(const FiveLines& along, const FiveLines& across, bool colourFirst, float* chosen, float* isAlong,
-            std::int64_t from, std::int64_t to) noexcept
+void Mix(const FiveLines& along, const FiveLines& across, bool colourFirst, float* mixed, float* alongPart,
+         std::int64_t from, std::int64_t to) noexcept
 {
     const Beside beside(colourFirst);
     EachVector(from, to, [&](std::int64_t i) HWY_ATTR {
@@ -96,36 +102,26 @@ void Decide(const FiveLines& along, const FiveLines& across, bool colourFirst, f
             hn::Add(hn::Add(Times(3, ChangesAcross(across, i)),
                             hn::Add(ChangesAcross(across, i - 1), ChangesAcross(across, i + 1))),
                     hn::Add(changeAcross(left), changeAcross(right)));
-        const auto isSmoothAlong = hn::Le(alongSum, acrossSum);
-        hn::StoreU(hn::IfThenElse(isSmoothAlong, At(along[2], i), At(across[2], i)), Floats(), chosen + i);
-        hn::StoreU(hn::IfThenElseZero(isSmoothAlong, hn::Set(Floats(), 1)), Floats(), isAlong + i);
+        // The weights are the inverse squares of the sums; 1 is added where there may be no change at all.
+        const auto squared = [](V sum) HWY_ATTR {
+            const V atLeastOne = hn::Add(sum, hn::Set(Floats(), 1));
+            return hn::Mul(atLeastOne, atLeastOne);
+        };
+        const V alongSquared = squared(alongSum), acrossSquared = squared(acrossSum);
+        const V part = hn::Div(acrossSquared, hn::Add(alongSquared, acrossSquared));
+        hn::StoreU(Between(At(across[2], i), At(along[2], i), part), Floats(), mixed + i);
+        hn::StoreU(part, Floats(), alongPart + i);
     });
 }
 
-/// The sum of the two differences of the same colour in the direction decided on.
-V Ends(const FiveLines& lines, const float* isAlong, std::int64_t i)
+void Refine(const FiveLines& mixed, const float* alongPart, float* refined, std::int64_t from,
+            std::int64_t to) noexcept
 {
-    return hn::IfThenElse(hn::Ne(At(isAlong, i), hn::Zero(Floats())),
-                          hn::Add(At(lines[2], i - 1), At(lines[2], i + 1)),
-                          hn::Add(At(lines[0], i), At(lines[4], i)));
-}
-
-/// The sum of the four differences of the other colour around.
-V Corners(const FiveLines& lines, std::int64_t left, std::int64_t right)
-{
-    return hn::Add(hn::Add(At(lines[1], left), At(lines[1], right)),
-                   hn::Add(At(lines[3], left), At(lines[3], right)));
-}
-
-void Refine(const FiveLines& chosen, const float* isAlong, bool colourFirst, float* refined, float* other,
-            std::int64_t from, std::int64_t to) noexcept
-{
-    const Beside beside(colourFirst);
     EachVector(from, to, [&](std::int64_t i) HWY_ATTR {
-        const V here = At(chosen[2], i), ends = Ends(chosen, isAlong, i);
-        const V corners = Corners(chosen, i + beside.left, i + beside.right);
-        hn::StoreU(Times(1.0F / 6, hn::Add(ends, Times(4, here))), Floats(), refined + i);
-        hn::StoreU(Times(0.25F, hn::Sub(corners, hn::Add(ends, hn::Add(here, here)))), Floats(), other + i);
+        const V beside = hn::Add(At(mixed[2], i - 1), At(mixed[2], i + 1));
+        const V above = hn::Add(At(mixed[0], i), At(mixed[4], i));
+        const V ends = Between(above, beside, At(alongPart, i));
+        hn::StoreU(Times(1.0F / 6, hn::Add(ends, Times(4, At(mixed[2], i)))), Floats(), refined + i);
     });
 }
 
@@ -149,21 +145,22 @@ void Make(const MenonKernels::Row& row, RowKind kind, const PixelRow& dst, std::
     const Beside beside(kind.colourFirst);
     const Rounded rounded(top);
     const auto colours = [&](std::int64_t i) HWY_ATTR {
-        const V own = At(row.own, i), here = At(row.refined[2], i);
-        const V ends = Ends(row.refined, row.isAlong, i);
-        const V corners = Corners(row.refined, i + beside.left, i + beside.right);
-        const V around = Times(0.5F, hn::Sub(corners, hn::Add(ends, hn::Add(here, here))));
-        const V other = Times(1.0F / 3, hn::Add(At(row.other, i), around));
+        const std::int64_t left = i + beside.left, right = i + beside.right;
+        const auto& above = row.refined[0];
+        const auto& below = row.refined[2];
+        const V ownGreen = hn::Sub(At(row.own, i), At(row.refined[1], i));
+        const V corners =
+            hn::Add(hn::Add(At(above, left), At(above, right)), hn::Add(At(below, left), At(below, right)));
         const V green = At(row.between, i);
         const V betweenOwn =
-            hn::Add(At(row.refined[2], i - beside.right), At(row.refined[2], i - beside.left));
-        const V betweenOther = hn::Add(At(row.refined[1], i), At(row.refined[3], i));
-        return RowColours<decltype(rounded(own))>{rounded(own),
-                                                  rounded(hn::Sub(own, here)),
-                                                  rounded(hn::Add(own, other)),
-                                                  rounded(hn::Add(green, Times(0.5F, betweenOwn))),
-                                                  rounded(green),
-                                                  rounded(hn::Add(green, Times(0.5F, betweenOther)))};
+            hn::Add(At(row.refined[1], i - beside.right), At(row.refined[1], i - beside.left));
+        const V betweenOther = hn::Add(At(above, i), At(below, i));
+        return RowColours<decltype(rounded(green))>{rounded(At(row.own, i)),
+                                                    rounded(ownGreen),
+                                                    rounded(hn::Add(ownGreen, Times(0.25F, corners))),
+                                                    rounded(hn::Add(green, Times(0.5F, betweenOwn))),
+                                                    rounded(green),
+                                                    rounded(hn::Add(green, Times(0.5F, betweenOther)))};
     };
     StoreRow<T>(rounded.d, dst, width, [&](std::int64_t i) HWY_ATTR { return Arranged(colours(i), kind); });
 }
@@ -173,7 +170,7 @@ const MenonKernels& Kernels()
     static constexpr MenonKernels kernels{
         {&SplitPairs<std::uint8_t, float>, &SplitPairs<std::uint16_t, float>},
         &Differences,
-        &Decide,
+        &Mix,
         &Refine,
         {&Make<std::uint8_t>, &Make<std::uint16_t>}};
     return kernels;

@@ -24,21 +24,19 @@ struct MenonKernels {
     /// columns of the row's colour, `between` the greens of the row itself.
     void (*differences)(const FiveLines& own, const float* between, bool colourFirst, float* along,
                         float* across, std::int64_t from, std::int64_t to) noexcept;
-    /// Of the two differences the one that varies less around, and 1 where it is the one along the row, else
-    /// 0.
-    void (*decide)(const FiveLines& along, const FiveLines& across, bool colourFirst, float* chosen,
-                   float* isAlong, std::int64_t from, std::int64_t to) noexcept;
-    /// The differences smoothed in the direction decided on, and those of the other colour to the row's one.
-    void (*refine)(const FiveLines& chosen, const float* isAlong, bool colourFirst, float* refined,
-                   float* other, std::int64_t from, std::int64_t to) noexcept;
+    /// The two differences mixed, the more of each the less it varies around, and the part of the one along
+    /// the row.
+    void (*mix)(const FiveLines& along, const FiveLines& across, bool colourFirst, float* mixed,
+                float* alongPart, std::int64_t from, std::int64_t to) noexcept;
+    /// The differences smoothed in the directions that they were mixed of.
+    void (*refine)(const FiveLines& mixed, const float* alongPart, float* refined, std::int64_t from,
+                   std::int64_t to) noexcept;
 
-    /// The lines of a row to be made.
+    /// The lines of a row to be made; the differences are those of the rows above, of it and below.
     struct Row {
         const float* own;
         const float* between;
-        FiveLines refined;
-        const float* isAlong;
-        const float* other;
+        std::array<const float*, 3> refined;
     };
     using Make = void (*)(const Row& row, RowKind kind, const PixelRow& dst, std::int64_t width,
                           float top) noexcept;

@@ -140,23 +140,23 @@ void menon(const test::TestImage& src, const QRect& roi, ExBayerGrid grid, test:
     };
     const Places alongRow([&](int x, int y) { return difference(x, y, true); });
     const Places alongColumn([&](int x, int y) { return difference(x, y, false); });
-    const Places isAlong([&](int x, int y) {
-        const bool row = variation({alongRow, x, y, true}) <= variation({alongColumn, x, y, false});
-        return row ? 1.0F : 0.0F;
+    const Places alongPart([&](int x, int y) {
+        const float row = variation({alongRow, x, y, true}) + 1;
+        const float column = variation({alongColumn, x, y, false}) + 1;
+        return column * column / (row * row + column * column);
     });
-    const Places chosen(
-        [&](int x, int y) { return isAlong(x, y) != 0 ? alongRow(x, y) : alongColumn(x, y); });
-    const auto ends = [&](const Places& k, int x, int y) {
-        const Turned turned{k, x, y, isAlong(x, y) != 0};
-        return turned(-2, 0) + turned(2, 0);
+    const auto mixture = [&](int x, int y, float row, float column) {
+        return column + alongPart(x, y) * (row - column);
     };
-    const auto corners = [](const Places& k, int x, int y) {
-        return (k(x - 1, y - 1) + k(x + 1, y - 1)) + (k(x - 1, y + 1) + k(x + 1, y + 1));
+    const Places mixed([&](int x, int y) { return mixture(x, y, alongRow(x, y), alongColumn(x, y)); });
+    const Places refined([&](int x, int y) {
+        const float row = mixed(x - 2, y) + mixed(x + 2, y), column = mixed(x, y - 2) + mixed(x, y + 2);
+        return (mixture(x, y, row, column) + 4 * mixed(x, y)) * (1.0F / 6);
+    });
+    const auto corners = [&](int x, int y) {
+        return (refined(x - 1, y - 1) + refined(x + 1, y - 1)) +
+               (refined(x - 1, y + 1) + refined(x + 1, y + 1));
     };
-    const auto contrast = [&](const Places& k, int x, int y) {
-        return corners(k, x, y) - (ends(k, x, y) + (k(x, y) + k(x, y)));
-    };
-    const Places refined([&](int x, int y) { return (ends(chosen, x, y) + 4 * chosen(x, y)) * (1.0F / 6); });
     const int bits = src.buf().bitsPerSample;
     for (int y = 0; y < roi.height(); ++y)
         for (int x = 0; x < roi.width(); ++x) {
@@ -169,8 +169,7 @@ void menon(const test::TestImage& src, const QRect& roi, ExBayerGrid grid, test:
                 other = own + (refined(mx, my - 1) + refined(mx, my + 1)) * 0.5F;
             } else {
                 green = own - refined(mx, my);
-                const float first = contrast(chosen, mx, my) * 0.25F;
-                other = own + (first + contrast(refined, mx, my) * 0.5F) * (1.0F / 3);
+                other = green + corners(mx, my) * 0.25F;
             }
             // The half is added in the precision of the rest.
             const auto store = [&](char colour, float value) {
