@@ -2,6 +2,7 @@
 #include "core/bayer_cell.h"
 #include "oracle/bayer.h"
 #include "support/check_table.h"
+#include "support/mosaics.h"
 #include "support/targets.h"
 
 #include <ko/bayer.h>
@@ -13,14 +14,8 @@
 namespace ko::test {
 namespace {
 
-constexpr ExBayerGrid grids[] = {BayerBGGR, BayerRGGB, BayerGBRG, BayerGRBG};
 constexpr int most = std::numeric_limits<int>::max();
 constexpr int least = std::numeric_limits<int>::min();
-
-ExBayerGrid gridCode(int code)
-{
-    return static_cast<ExBayerGrid>(code);
-}
 
 struct SplitArgs {
     TestImage src{Layout{.width = 8, .height = 6, .type = UInt16}};
@@ -322,6 +317,25 @@ TEST(ConvertRawToPlanarRawTargets, EqualTheTwinForEveryWidthOriginAndStride)
     });
 }
 
+/// `twin(type, expected)` makes what the region becomes, in pixels of three and of four channels.
+template <class Twin>
+void compareSimple(const Variant& variant, int height, const SxImageBuf& src, const QRect& rect,
+                   ExBayerGrid grid, const Twin& twin)
+{
+    for (const int channels : {3, 4}) {
+        const Layout colour{.width = variant.cells,
+                            .height = height,
+                            .channels = channels,
+                            .type = variant.type,
+                            .padding = variant.padding,
+                            .misalignment = 3};
+        TestImage dst(colour), expected(colour);
+        dispatch(ByTypeOf<UInt8, UInt16>{}, variant.type, {}, [&](auto type) { twin(type, expected); });
+        ASSERT_EQ(DemosaicSimple(src, rect, dst, grid), ResultOk);
+        ASSERT_EQ(dst.bytes(), expected.bytes()) << variant.type << " width " << variant.cells;
+    }
+}
+
 TEST(DemosaicSimpleTargets, EqualTheTwinForEveryWidthOriginAndStrideOfAMosaic)
 {
     forEachVariant([](const Variant& variant) {
@@ -329,20 +343,9 @@ TEST(DemosaicSimpleTargets, EqualTheTwinForEveryWidthOriginAndStrideOfAMosaic)
         src.fillRandom(static_cast<std::uint32_t>(variant.cells));
         const QRect rect(variant.origin, QSize(2 * variant.cells, 4));
         const ExBayerGrid grid = grids[variant.cells % 4];
-        for (const int channels : {3, 4}) {
-            const Layout colour{.width = variant.cells,
-                                .height = 2,
-                                .channels = channels,
-                                .type = variant.type,
-                                .padding = variant.padding,
-                                .misalignment = 3};
-            TestImage dst(colour), expected(colour);
-            dispatch(ByTypeOf<UInt8, UInt16>{}, variant.type, {}, [&]<class T>(std::type_identity<T>) {
-                oracle::simpleFromMosaic<T>(src, rect, expected, grid);
-            });
-            ASSERT_EQ(DemosaicSimple(src, rect, dst, grid), ResultOk);
-            ASSERT_EQ(dst.bytes(), expected.bytes()) << variant.type << " cells " << variant.cells;
-        }
+        compareSimple(variant, 2, src, rect, grid, [&]<class T>(std::type_identity<T>, TestImage& expected) {
+            oracle::simpleFromMosaic<T>(src, rect, expected, grid);
+        });
     });
 }
 
@@ -358,20 +361,10 @@ TEST(DemosaicSimpleTargets, EqualTheTwinForEveryWidthOriginAndStrideOfPlanes)
                              .padding = variant.padding});
         src.fillRandom(static_cast<std::uint32_t>(variant.cells));
         const QRect rect(variant.origin, QSize(variant.cells, 3));
-        for (const int channels : {3, 4}) {
-            const Layout colour{.width = variant.cells,
-                                .height = 3,
-                                .channels = channels,
-                                .type = variant.type,
-                                .padding = variant.padding,
-                                .misalignment = 3};
-            TestImage dst(colour), expected(colour);
-            dispatch(ByTypeOf<UInt8, UInt16>{}, variant.type, {}, [&]<class T>(std::type_identity<T>) {
-                oracle::simpleFromPlanes<T>(src, rect, expected);
-            });
-            ASSERT_EQ(DemosaicSimple(src, rect, dst, BayerRGGB), ResultOk);
-            ASSERT_EQ(dst.bytes(), expected.bytes()) << variant.type << " width " << variant.cells;
-        }
+        compareSimple(variant, 3, src, rect, BayerRGGB,
+                      [&]<class T>(std::type_identity<T>, TestImage& expected) {
+                          oracle::simpleFromPlanes<T>(src, rect, expected);
+                      });
     });
 }
 

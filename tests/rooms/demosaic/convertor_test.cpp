@@ -1,6 +1,7 @@
 #include "support/allocation_failure.h"
 #include "support/failing_new.h"
 #include "support/log_capture.h"
+#include "support/mosaics.h"
 
 #include <ko/bayer.h>
 #include <ko/demosaic.h>
@@ -139,7 +140,7 @@ TEST(ConvertorSettings, AreRefusedWhileStartedAndAcceptedAgainAfterwards)
 TEST(ConvertorSettings, TakeExactlyTheFourGrids)
 {
     Convertor convertor;
-    for (const ExBayerGrid grid : {BayerBGGR, BayerRGGB, BayerGBRG, BayerGRBG}) {
+    for (const ExBayerGrid grid : grids) {
         EXPECT_TRUE(convertor.setBayerGrid(grid));
         EXPECT_EQ(grid, convertor.bayerGrid());
     }

@@ -3,6 +3,7 @@
 #include "support/check_table.h"
 #include "support/failing_new.h"
 #include "support/log_capture.h"
+#include "support/mosaics.h"
 #include "support/targets.h"
 #include "support/test_image.h"
 
@@ -20,14 +21,8 @@
 namespace ko::test {
 namespace {
 
-constexpr ExBayerGrid grids[] = {BayerBGGR, BayerRGGB, BayerGBRG, BayerGRBG};
 constexpr int most = std::numeric_limits<int>::max();
 constexpr int least = std::numeric_limits<int>::min();
-
-ExBayerGrid gridCode(int code)
-{
-    return static_cast<ExBayerGrid>(code);
-}
 
 struct FreeBlock {
     void operator()(void* block) const { DemosaicFreeBuffer(block); }

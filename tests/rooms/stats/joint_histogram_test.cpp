@@ -324,26 +324,11 @@ TEST(HistogramMasked2DValues, OfInterleavedColourReadTheMaskSampleBySample)
               (oracle::PairCounts{{{1, 2, 2}, 1}, {{2, 3, 3}, 1}, {{0, 4, 4}, 1}, {{1, 5, 5}, 1}}));
 }
 
-struct Form {
-    int width;
-    int height;
-    int channels;
-    ExImageDataType type;
-    ExPixelPacking packing;
-    int bits;
-};
-
-void compareWithTwin(const Form& form)
+void compareWithTwin(const Layout& form)
 {
     SCOPED_TRACE(testing::Message() << form.width << " x " << form.height << " x " << form.channels
                                     << " type " << form.type << " packing " << form.packing);
-    const Layout layout{.width = form.width,
-                        .height = form.height,
-                        .channels = form.channels,
-                        .type = form.type,
-                        .packing = form.packing,
-                        .bits = form.bits};
-    TestImage a(layout), b(layout), mask(Layout{.width = form.width, .height = form.height});
+    TestImage a(form), b(form), mask(Layout{.width = form.width, .height = form.height});
     a.fillRandom(1);
     b.fillRandom(2);
     mask.fillSparse(3);
