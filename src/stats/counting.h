@@ -47,10 +47,6 @@ inline ChannelPlanes oneChannel(const SxImageBuf& src, int channel, int plane)
     return planes;
 }
 
-/// Longest run of samples that is counted at once, so that a buffer for it is small. Even, which keeps pairs
-/// of samples together.
-inline constexpr std::int64_t longestRun = 4096;
-
 /// Counts the samples of one plane run by run, with or without a mask.
 template <class T>
 class MaskedTally {
@@ -129,7 +125,7 @@ std::int64_t countSelected(const SxImageBuf& src, const Selection& selection, co
     if (selection.pixels() == 0)
         return 0;
     const auto counted = std::count_if(planes.begin(), planes.end(), [](int plane) { return plane >= 0; });
-    if (!selection.isMasked() && (isMono(src) || (isInterleaved(src) && counted > 1))) {
+    if (!selection.isMasked() && counted > 0 && (isMono(src) || isInterleaved(src))) {
         countRows<T>(rowsOf<T>(src, selection), target, planes, tables);
         return selection.pixels();
     }

@@ -87,22 +87,6 @@ bool isScattered(const std::uint32_t* table, std::int64_t pairs) noexcept
     return 2 * static_cast<std::int64_t>(step) * distinct > pairs;
 }
 
-/// Size of the pieces in which rows are counted.
-struct Pieces {
-    std::int64_t samples;
-    std::int64_t rows;
-};
-
-/// The counters of deep samples do not fit the first-level cache, but the levels of a small piece of a scene
-/// are close together.
-template <class T>
-Pieces piecesOf(const SampleRows& rows, const TallyTarget& target, std::size_t period) noexcept
-{
-    if (sizeof(T) == 2 && period == 1 && target.limit > 8192)
-        return {256, 64};
-    return {rows.samples, rows.rows};
-}
-
 }  // namespace
 
 TallyTarget::TallyTarget(const CxImageHistogram& histogram, std::uint64_t most) noexcept
@@ -244,35 +228,9 @@ void Tally<T>::finish() noexcept
     }
 }
 
-template <class T>
-void countRows(const SampleRows& rows, const TallyTarget& target, std::span<const int> planes,
-               TallyTables& tables) noexcept
-{
-    Tally<T> tally(target, planes, tables);
-    const Pieces piece = piecesOf<T>(rows, target, planes.size());
-    for (std::int64_t top = 0; top < rows.rows; top += piece.rows) {
-        const std::int64_t bottom = std::min(top + piece.rows, rows.rows);
-        for (std::int64_t left = 0; left < rows.samples; left += piece.samples) {
-            const std::uint8_t* const column = rows.first + left * static_cast<std::int64_t>(sizeof(T));
-            const std::int64_t samples = std::min(piece.samples, rows.samples - left);
-            for (std::int64_t y = top; y < bottom; ++y)
-                tally.add(column + y * rows.stride, samples);
-        }
-    }
-    tally.finish();
-}
-
 template class Tally<std::uint8_t>;
 template class Tally<std::uint16_t>;
 template class Tally<std::uint32_t>;
 template class Tally<std::uint64_t>;
-template void countRows<std::uint8_t>(const SampleRows&, const TallyTarget&, std::span<const int>,
-                                      TallyTables&) noexcept;
-template void countRows<std::uint16_t>(const SampleRows&, const TallyTarget&, std::span<const int>,
-                                       TallyTables&) noexcept;
-template void countRows<std::uint32_t>(const SampleRows&, const TallyTarget&, std::span<const int>,
-                                       TallyTables&) noexcept;
-template void countRows<std::uint64_t>(const SampleRows&, const TallyTarget&, std::span<const int>,
-                                       TallyTables&) noexcept;
 
 }  // namespace ko

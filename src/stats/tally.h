@@ -104,6 +104,10 @@ private:
     ByteTally m_bytes;
 };
 
+/// Longest run of samples that is brought together before it is counted, so that the buffer for it is small.
+/// Even, which keeps pairs of samples together.
+inline constexpr std::int64_t longestRun = 4096;
+
 /// Rows of samples, `stride` bytes apart.
 struct SampleRows {
     const std::uint8_t* first;

@@ -1,0 +1,93 @@
+#include "base/channels.h"
+#include "stats/tally.h"
+
+#include <algorithm>
+#include <array>
+
+namespace ko {
+
+namespace {
+
+/// Size of the pieces in which rows are counted.
+struct Pieces {
+    std::int64_t samples;
+    std::int64_t rows;
+};
+
+/// The counters of deep samples do not fit the first-level cache, but the levels of a small piece of a scene
+/// are close together.
+template <class T>
+Pieces piecesOf(const SampleRows& rows, const TallyTarget& target, std::size_t period) noexcept
+{
+    if (sizeof(T) == 2 && period == 1 && target.limit > 8192)
+        return {256, 64};
+    return {rows.samples, rows.rows};
+}
+
+template <class T>
+void countAll(const SampleRows& rows, const TallyTarget& target, std::span<const int> planes,
+              TallyTables& tables) noexcept
+{
+    Tally<T> tally(target, planes, tables);
+    const Pieces piece = piecesOf<T>(rows, target, planes.size());
+    for (std::int64_t top = 0; top < rows.rows; top += piece.rows) {
+        const std::int64_t bottom = std::min(top + piece.rows, rows.rows);
+        for (std::int64_t left = 0; left < rows.samples; left += piece.samples) {
+            const std::uint8_t* const column = rows.first + left * static_cast<std::int64_t>(sizeof(T));
+            const std::int64_t samples = std::min(piece.samples, rows.samples - left);
+            for (std::int64_t y = top; y < bottom; ++y)
+                tally.add(column + y * rows.stride, samples);
+        }
+    }
+    tally.finish();
+}
+
+/// The only plane of a pattern that takes samples. Words cost less to bring together than to count with the
+/// others; bytes are counted in pairs, which costs the same.
+template <class T>
+void countOne(const SampleRows& rows, const TallyTarget& target, std::span<const int> planes,
+              std::size_t place, TallyTables& tables) noexcept
+{
+    constexpr auto size = static_cast<std::int64_t>(sizeof(T));
+    const auto period = static_cast<std::int64_t>(planes.size());
+    const std::int64_t pixels = rows.samples / period;
+    Tally<T> tally(target, planes.subspan(place, 1), tables);
+    std::array<std::uint8_t, longestRun * sizeof(T)> together;
+    for (std::int64_t y = 0; y < rows.rows; ++y) {
+        const std::uint8_t* const row =
+            rows.first + y * rows.stride + static_cast<std::int64_t>(place) * size;
+        for (std::int64_t x = 0; x < pixels; x += longestRun) {
+            const std::int64_t count = std::min(longestRun, pixels - x);
+            gather<T>(row + x * period * size, period, count, together.data());
+            tally.add(together.data(), count);
+        }
+    }
+    tally.finish();
+}
+
+}  // namespace
+
+template <class T>
+void countRows(const SampleRows& rows, const TallyTarget& target, std::span<const int> planes,
+               TallyTables& tables) noexcept
+{
+    if constexpr (sizeof(T) == 2) {
+        const auto takes = [](int plane) { return plane >= 0; };
+        const auto first = std::find_if(planes.begin(), planes.end(), takes);
+        if (planes.size() > 1 && std::count_if(first, planes.end(), takes) == 1)
+            return countOne<T>(rows, target, planes, static_cast<std::size_t>(first - planes.begin()),
+                               tables);
+    }
+    countAll<T>(rows, target, planes, tables);
+}
+
+template void countRows<std::uint8_t>(const SampleRows&, const TallyTarget&, std::span<const int>,
+                                      TallyTables&) noexcept;
+template void countRows<std::uint16_t>(const SampleRows&, const TallyTarget&, std::span<const int>,
+                                       TallyTables&) noexcept;
+template void countRows<std::uint32_t>(const SampleRows&, const TallyTarget&, std::span<const int>,
+                                       TallyTables&) noexcept;
+template void countRows<std::uint64_t>(const SampleRows&, const TallyTarget&, std::span<const int>,
+                                       TallyTables&) noexcept;
+
+}  // namespace ko
