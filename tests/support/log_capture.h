@@ -4,6 +4,7 @@
 #include <QString>
 #include <QtGlobal>
 
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -14,6 +15,7 @@ public:
     struct Record {
         QtMsgType type;
         QString text;
+        std::string category;  ///< of the logger; empty where it has none
     };
 
     LogCapture()
@@ -31,9 +33,9 @@ public:
     const std::vector<Record>& records() const { return m_records; }
 
 private:
-    static void take(QtMsgType type, const QMessageLogContext&, const QString& text)
+    static void take(QtMsgType type, const QMessageLogContext& context, const QString& text)
     {
-        s_current->m_records.push_back({type, text});
+        s_current->m_records.push_back({type, text, context.category != nullptr ? context.category : ""});
     }
 
     static inline LogCapture* s_current = nullptr;

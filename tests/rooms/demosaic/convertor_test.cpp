@@ -426,6 +426,32 @@ TEST(ConvertorFrames, FailWithoutLeakWhereverTheHeapRunsOut)
     }
 }
 
+TEST(ConvertorSettings, AreRefusedWithoutALineWhereTheHeapHasRunOut)
+{
+    Convertor idle, started;
+    ASSERT_TRUE(started.setState(IxPipeItem::StateStarted));
+    const IxDataInfo noImage;
+    Mosaic odd;
+    odd.width = 3;
+    const CxImageDataInfo oddImage(infoOf(odd));
+    IxDataInfo* description = nullptr;
+    IxData* output = nullptr;
+    const LogCapture log;
+    int refused = 0;
+    {
+        const NewFailure none(0);
+        refused += !idle.setBayerGrid(static_cast<ExBayerGrid>(9));
+        refused += !idle.queryOutputDataInfo(&noImage, description, nullptr, nullptr);
+        refused += !idle.queryOutputDataInfo(&oddImage, description, nullptr, nullptr);
+        refused += !idle.processData(nullptr, output);
+        refused += !started.setAlgorithm(CxDemosaicConvertor::AlgorithmSimple);
+        refused += !started.setBayerGrid(BayerGBRG);
+        refused += !started.setBayerGridSource(CxDemosaicConvertor::GridFromSettings);
+    }
+    EXPECT_EQ(refused, 7);
+    EXPECT_THAT(messages(log), IsEmpty());
+}
+
 TEST(ConvertorFrames, FailWhereTheQueryOfADerivedClassRefusesOrDescribesNoImage)
 {
     class Odd : public Convertor {
