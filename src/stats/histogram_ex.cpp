@@ -81,9 +81,15 @@ ResultCode HistogramEx(const SxImageBuf& src, CxImageHistogram& hist)
                 {ResultUnsupportedType, isPlainMono(src) || isBayerMosaic(src) || hasChannels(src, 3, 4)},
             }))
             return rc;
-        hist.resize(planesFor(src), static_cast<std::int32_t>(levels), 0);
-        return dispatch(IntegersByType{}, src.dataType, {{ResultBadArg1, rowsFit(src)}},
-                        [&]<class T>(std::type_identity<T>) { countImage<T>(src, hist); });
+        const auto resize = [&] { hist.resize(planesFor(src), static_cast<std::int32_t>(levels), 0); };
+        const ResultCode rc = dispatch(IntegersByType{}, src.dataType, {{ResultBadArg1, rowsFit(src)}},
+                                       [&]<class T>(std::type_identity<T>) {
+                                           resize();
+                                           countImage<T>(src, hist);
+                                       });
+        if (rc == ResultUnsupportedType)
+            resize();
+        return rc;
     });
 }
 

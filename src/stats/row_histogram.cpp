@@ -17,15 +17,15 @@ ResultCode countLine(const SxImageBuf& src, bool lineExists, const Selection& li
                 {ResultBadArg1, isCountable(src)},
                 {ResultBadArg2, lineExists},
                 {ResultBadArg3, isHistogramOf(hist, src)},
+                {ResultBadArg1, rowsFit(src) || !hasKnownPacking(src)},
             }))
             return rc;
         hist.clear();
         if (!hasKnownPacking(src))
             return ResultUnsupportedType;
-        return dispatch(BinNumbers{}, src.dataType, {{ResultBadArg1, rowsFit(src)}},
-                        [&]<class T>(std::type_identity<T>) {
-                            countSelected<T>(src, line, hist, [&] { return allChannels(src, hist); });
-                        });
+        return dispatch(BinNumbers{}, src.dataType, {}, [&]<class T>(std::type_identity<T>) {
+            countSelected<T>(src, line, hist, [&] { return allChannels(src, hist); });
+        });
     });
 }
 
