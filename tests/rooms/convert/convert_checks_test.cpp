@@ -1,4 +1,5 @@
 #include "support/check_table.h"
+#include "support/failing_new.h"
 #include "support/test_image.h"
 
 #include <ko/convert.h>
@@ -265,6 +266,36 @@ TEST(ScaleDoubleFloatToUChecks, RunInOrderAndWriteNothing)
                      {"packing 2", [](auto& a) { setPackings(a, unknownPacking); }, ResultUnsupportedType}});
     append(rows, shortRows<A>(ResultBadArg2));
     runCheckTable<A>(rows);
+}
+
+/// Has memory run out at the first allocation of a call, at the second and so on, until none is refused.
+template <class A>
+void expectFailedWhereverMemoryRunsOut()
+{
+    ResultCode rc = ResultFailed;
+    int granted = 0;
+    for (bool hasStruck = true; hasStruck; ++granted) {
+        ASSERT_LT(granted, 100);
+        A args;
+        {
+            const NewFailure failure(granted);
+            rc = args.call();
+            hasStruck = NewFailure::hasStruck();
+        }
+        EXPECT_EQ(rc, hasStruck ? ResultFailed : ResultOk) << "after " << granted << " allocations";
+    }
+    EXPECT_GT(granted, 2);
+}
+
+TEST(ExhaustedMemory, IsAFailureAndNoFaultOfAnArgument)
+{
+    expectFailedWhereverMemoryRunsOut<DoubleArgs>();
+    expectFailedWhereverMemoryRunsOut<FloatArgs>();
+    expectFailedWhereverMemoryRunsOut<DisplayArgs>();
+    expectFailedWhereverMemoryRunsOut<MaskedDisplayArgs>();
+    expectFailedWhereverMemoryRunsOut<MaskedDoubleArgs>();
+    expectFailedWhereverMemoryRunsOut<IntegerArgs>();
+    expectFailedWhereverMemoryRunsOut<ScaleArgs>();
 }
 
 }  // namespace
