@@ -29,14 +29,14 @@ inline ResultCode firstFailure(std::initializer_list<Check> checks) noexcept
     return ResultOk;
 }
 
-/// The samples of a row (of one plane, for planar data) take no more than `bytes`.
-inline bool rowTakesAtMost(std::int32_t bytes, const SxImageInfo& info) noexcept
+/// The bytes that the samples of a row take (of one plane, for planar data). Counts below 0 are none, and
+/// more samples than any stride can hold are cut, so that no product overflows.
+inline std::int64_t rowBytes(const SxImageInfo& info) noexcept
 {
-    const std::int64_t samples =
-        info.packing == Interleaved ? std::int64_t{info.width} * info.channels : std::int64_t{info.width};
-    // 2^31 * 2^31 samples of up to 16 bytes would not fit; no stride reaches them either.
     constexpr std::int64_t beyondAnyStride = std::int64_t{1} << 40;
-    return samples <= beyondAnyStride && samples * bytesPerSample(info.dataType) <= bytes;
+    const std::int64_t channels = info.packing == Interleaved ? std::max(info.channels, 0) : 1;
+    const std::int64_t samples = std::max(info.width, 0) * channels;
+    return samples > beyondAnyStride ? beyondAnyStride : samples * bytesPerSample(info.dataType);
 }
 
 /// The last row ends inside the image's memory, and that memory is one that addresses can span. An image
@@ -46,7 +46,7 @@ inline bool rowTakesAtMost(std::int32_t bytes, const SxImageInfo& info) noexcept
 inline bool rowsFit(const SxImageInfo& info) noexcept
 {
     constexpr std::int32_t longest = std::numeric_limits<std::int32_t>::max();
-    return info.stride >= 0 && rowTakesAtMost(info.height == 0 ? longest : info.stride, info) &&
+    return info.stride >= 0 && rowBytes(info) <= (info.height == 0 ? longest : info.stride) &&
            imageByteSize(info) <= std::size_t{std::numeric_limits<std::ptrdiff_t>::max()};
 }
 

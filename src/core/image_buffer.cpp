@@ -17,12 +17,8 @@ constexpr std::size_t slack = 64;
 /// The row length rounded up to whole cache lines; 0 where it exceeds what a stride can say.
 std::int32_t chosenStride(const SxImageInfo& info) noexcept
 {
-    const std::int64_t samples =
-        std::int64_t{info.width} * (info.packing == Interleaved ? info.channels : std::int32_t{1});
     constexpr std::int64_t most = std::numeric_limits<std::int32_t>::max() / alignment * alignment;
-    if (samples > most)
-        return 0;
-    const std::int64_t bytes = samples * bytesPerSample(info.dataType);
+    const std::int64_t bytes = rowBytes(info);
     return bytes > most ? 0 : static_cast<std::int32_t>((bytes + alignment - 1) / alignment * alignment);
 }
 
@@ -51,7 +47,7 @@ ResultCode allocate(SxImageBuf& image, bool cleared) noexcept
     SxImageInfo laidOut = image;
     if (laidOut.stride == 0)
         laidOut.stride = chosenStride(laidOut);
-    if (!rowTakesAtMost(laidOut.stride, laidOut) || !rowsFit(laidOut))
+    if (rowBytes(laidOut) > laidOut.stride || !rowsFit(laidOut))
         return ResultFailed;
 
     const std::size_t pixels = imageByteSize(laidOut);

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <limits>
 
 namespace ko::test {
@@ -107,6 +108,44 @@ TEST(Rows, ThatDoNotExistFitAnyStride)
     EXPECT_TRUE(rowsFit(longest));
     longest.dataType = UInt16;
     EXPECT_FALSE(rowsFit(longest)) << "a row that no stride could hold";
+}
+
+/// Whether the rows fit, without a limit to what a number can hold.
+bool fitsExactly(const SxImageInfo& info)
+{
+    __extension__ using Wide = __int128;
+    const Wide channels = std::max(info.channels, 0), width = std::max(info.width, 0);
+    const Wide row = (info.packing == Interleaved ? width * channels : width) * bytesPerSample(info.dataType);
+    const Wide rows = Wide{std::max(info.height, 0)} * (info.packing == Interleaved ? Wide{1} : channels);
+    return info.stride >= 0 && row <= (info.height == 0 ? most : info.stride) &&
+           rows * info.stride <= std::numeric_limits<std::ptrdiff_t>::max();
+}
+
+TEST(Rows, AreJudgedByExactProductsWhateverTheFieldsHold)
+{
+    constexpr int least = std::numeric_limits<int>::min();
+    const int extremes[] = {least, least + 1, -most / 2, -1, 0, 1, 2, 46341, most - 1, most};
+    SxImageBuf buf = image(1, 1, 1);
+    for (const int type : {0, 2, 4, 7, 8, 9, 12})
+        for (const int packing : {0, 1, 2})
+            for (const int width : extremes)
+                for (const int height : extremes)
+                    for (const int channels : extremes)
+                        for (const int stride : extremes) {
+                            buf.dataType = static_cast<ExImageDataType>(type);
+                            buf.packing = static_cast<ExPixelPacking>(packing);
+                            buf.width = width;
+                            buf.height = height;
+                            buf.channels = channels;
+                            buf.stride = stride;
+                            const bool isKnown = bytesPerSample(type) != 0;
+                            ASSERT_TRUE(rowsFit(buf) == fitsExactly(buf) || !isKnown)
+                                << width << " x " << height << " x " << channels << ", stride " << stride
+                                << ", type " << type << ", packing " << packing;
+                            static_cast<void>(isInside(QRect(width, height, channels, stride), buf));
+                            static_cast<void>(isInside(QPoint(width, height), buf));
+                            static_cast<void>(wholeOf(buf));
+                        }
 }
 
 TEST(Rows, WithProductsBeyond64BitsDoNotFit)

@@ -61,6 +61,17 @@ TEST(MinMaxChecks, RunInOrderAndWriteNothing)
     });
 }
 
+TEST(MinMaxChecks, TakeAnyNumberOfChannelsOfAnImageWithoutRows)
+{
+    MinMaxArgs args;
+    args.src->width = std::numeric_limits<std::int32_t>::max();
+    args.src->height = 0;
+    args.src->channels = -2147483646;
+    args.src->dataType = Float32;
+    EXPECT_EQ(args.call(), ResultOk);
+    EXPECT_TRUE(args.outputsUntouched());
+}
+
 struct MinMaxMaskedArgs {
     TestImage src{Layout{.channels = 3, .type = UInt16}};
     TestImage mask{Layout{}};
