@@ -53,7 +53,8 @@ inline bool suits(const SxImageBuf& image, const MatEquivalent& equivalent)
     const std::int64_t rowBytes = std::int64_t{image.width} * image.channels * sampleBytes;
     const bool isPlain = image.channels == 1 || image.packing == Interleaved;
     const bool isAligned =
-        reinterpret_cast<std::uintptr_t>(image.data) % sampleBytes == 0 && image.stride % sampleBytes == 0;
+        reinterpret_cast<std::uintptr_t>(image.data) % static_cast<std::uintptr_t>(sampleBytes) == 0 &&
+        image.stride % sampleBytes == 0;
     return image.data && image.width > 0 && image.height > 0 && image.stride >= rowBytes && isPlain &&
            isAligned;
 }

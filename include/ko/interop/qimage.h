@@ -51,7 +51,8 @@ inline bool suits(const SxImageBuf& image, const QImageEquivalent& equivalent)
         return false;
     const std::int64_t rowBytes = std::int64_t{image.width} * image.channels * bytesPerSample(image.dataType);
     const bool isPlain = image.channels == 1 || (image.packing == Interleaved && image.pixelFormat == 1);
-    const bool isAligned = reinterpret_cast<std::uintptr_t>(image.data) % equivalent.alignment == 0 &&
+    const auto address = reinterpret_cast<std::uintptr_t>(image.data);
+    const bool isAligned = address % static_cast<std::uintptr_t>(equivalent.alignment) == 0 &&
                            image.stride % equivalent.alignment == 0;
     return image.data && image.width > 0 && image.height > 0 && image.stride >= rowBytes && isPlain &&
            isAligned;
