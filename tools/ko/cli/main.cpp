@@ -1,4 +1,5 @@
 #include "cli/failure.h"
+#include "cli/idle_threads.h"
 #include "cli/registry.h"
 
 #include <CLI/CLI.hpp>
@@ -22,6 +23,7 @@ try {
         return app.exit(error) == 0 ? ExitOk : ExitUsage;
     }
 
+    letIdleThreadsSleep(app, argv);
     const int code = action();
     std::cout.flush();
     if (!std::cout)
