@@ -1,6 +1,7 @@
 #include "fuzz/support/run.h"
 
 #include "support/allocation_failure.h"
+#include "support/every_loop_shared.h"
 
 #include <ko/threads.h>
 
@@ -103,6 +104,7 @@ void run(const CaseTable& cases, const std::uint8_t* data, std::size_t size)
     }
     if (severalThreads) {
         const CallThreads consent(3);
+        const test::EveryLoopShared everyLoopShared;
         omp_set_num_threads(3);
         trial.under("three threads");
         omp_set_num_threads(1);

@@ -44,7 +44,7 @@ void convertPlanes(const SxImageBuf& src, SxImageBuf& dst, ClampedRow<Ramp<Low, 
         }
         const RampValues<Low, Low> values(&ranges.low[p], &scales[p], 1);
         const Ramp<Low, Low> ramp = values.ramp();
-        rowsStatic(src.height,
+        rowsStatic(mappingWork(from, to),
                    [&](std::int64_t y) noexcept { row(rowOf(from, y), rowOf(to, y), src.width, ramp, top); });
     }
 }
@@ -58,7 +58,7 @@ void convertPixels(const SxImageBuf& src, SxImageBuf& dst, ClampedRow<Ramp<Low, 
     const RampValues<Low, Low> values(ranges.low.data(), scales.data(), ranges.count());
     const Ramp<Low, Low> ramp = values.ramp();
     const std::int64_t samples = std::int64_t{src.width} * src.channels;
-    rowsStatic(src.height,
+    rowsStatic(mappingWork(src, dst),
                [&](std::int64_t y) noexcept { row(rowOf(src, y), rowOf(dst, y), samples, ramp, top); });
 }
 
@@ -79,7 +79,7 @@ void convertMosaic(const SxImageBuf& src, SxImageBuf& dst, WrappedRow<DoubleRamp
 {
     const RampValues<double, double> even(&ranges.low[0], &scales[0], 2), odd(&ranges.low[2], &scales[2], 2);
     const DoubleRamp ramps[2] = {even.ramp(), odd.ramp()};
-    rowsStatic(src.height,
+    rowsStatic(mappingWork(src, dst),
                [&](std::int64_t y) noexcept { row(rowOf(src, y), rowOf(dst, y), src.width, ramps[y % 2]); });
 }
 

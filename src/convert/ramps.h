@@ -2,12 +2,19 @@
 #pragma once
 
 #include "base/repeat.h"
+#include "base/rows.h"
 #include "convert/convert_kernels.h"
 
 #include <cstddef>
 #include <vector>
 
 namespace ko {
+
+/// Of rows whose samples are mapped from one range to another.
+inline RowWork mappingWork(const SxImageInfo& src, const SxImageInfo& dst) noexcept
+{
+    return workOn(src, dst).times(2);
+}
 
 /// Lowest values and scales of `count` channels, repeated for whole vectors.
 template <class Low, class Scale>

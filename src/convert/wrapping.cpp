@@ -141,15 +141,15 @@ void convertSelected(const SxImageBuf& src, SxImageBuf& dst, const SxImageBuf* m
                                             &conversion.scales[static_cast<std::size_t>(p)],
                                             static_cast<std::size_t>(channels));
         const PixelRow<Low, Scale> pixels(conversion, values.ramp(), src, dst, channels);
-        loop(src.height, [&](std::int64_t y) noexcept {
+        loop(mappingWork(src, dst), [&](std::int64_t y) noexcept {
             pixels.convert(planeRowOf(src, p, y), planeRowOf(dst, p, y),
                            mask != nullptr ? rowOf(*mask, y) : nullptr, src.width);
         });
     }
 }
 
-constexpr auto staticLoop = [](std::int64_t rows, const auto& body) { rowsStatic(rows, body); };
-constexpr auto dynamicLoop = [](std::int64_t rows, const auto& body) { rowsDynamic(rows, body); };
+constexpr auto staticLoop = [](const RowWork& work, const auto& body) { rowsStatic(work, body); };
+constexpr auto dynamicLoop = [](const RowWork& work, const auto& body) { rowsDynamic(work, body); };
 
 /// ConvertFloatToU8 after its checks; `immeasurable` is the answer where there is no range to normalise. The
 /// range is mapped to 0...255 in single precision, whatever the depth.

@@ -20,7 +20,8 @@ ResultCode Sobel(const SxImageBuf& src, SxImageBuf& dst)
             }))
             return rc;
         const SobelRow row = hasType(src, UInt8) ? sobelKernels().u8 : sobelKernels().u16;
-        rowsDynamic(std::int64_t{src.height} - 2, [&](std::int64_t i) noexcept {
+        const RowWork inner{src.height - std::int64_t{2}, 4 * workOn(src, dst).bytes};
+        rowsDynamic(inner, [&](std::int64_t i) noexcept {
             const std::int64_t y = i + 1;
             row(rowOf(src, y - 1), rowOf(src, y), rowOf(src, y + 1), rowOf(dst, y), src.width);
         });

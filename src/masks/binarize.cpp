@@ -22,7 +22,7 @@ ResultCode Binarize(const SxImageBuf& src, SxImageBuf& dst, unsigned char value)
                         {{ResultBadArg1, rowsFit(src)}, {ResultBadArg2, rowsFit(dst)}},
                         [&]<class T>(std::type_identity<T>) {
                             const BinarizeRow row = binarizeKernels().of<T>();
-                            rowsStatic(src.height, [&](std::int64_t y) noexcept {
+                            rowsStatic(workOn(src, dst), [&](std::int64_t y) noexcept {
                                 row(rowOf(src, y), rowOf(dst, y), src.width, value);
                             });
                         });

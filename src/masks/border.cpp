@@ -101,7 +101,7 @@ void copyMirrored(const SxImageBuf& src, const QRect& roi, SxImageBuf& dst, cons
     const std::int64_t pixelBytes = std::int64_t{src.channels} * bytesPerSample(src.dataType);
     const std::int64_t width = roi.width(), height = roi.height();
     const MirrorSides mirror = mirrorSidesOf(pixelBytes);
-    rowsDynamic(height, [&](std::int64_t y) noexcept {
+    rowsDynamic({height, 2 * rowBytes(dst)}, [&](std::int64_t y) noexcept {
         std::uint8_t* const inside = rowOf(dst, m.top + y) + m.left * pixelBytes;
         const std::uint8_t* const from = rowOf(src, roi.top() + y) + roi.left() * pixelBytes;
         std::memcpy(inside, from, static_cast<std::size_t>(width * pixelBytes));
@@ -110,13 +110,13 @@ void copyMirrored(const SxImageBuf& src, const QRect& roi, SxImageBuf& dst, cons
     });
     if (!fillMargins)
         return;
-    const auto rowBytes = static_cast<std::size_t>(dst.width * pixelBytes);
-    rowsDynamic(m.top, [&](std::int64_t i) noexcept {
-        std::memcpy(rowOf(dst, m.top - 1 - i), rowOf(dst, m.top + i), rowBytes);
+    const auto wholeRow = static_cast<std::size_t>(rowBytes(dst));
+    rowsDynamic({m.top, 2 * rowBytes(dst)}, [&](std::int64_t i) noexcept {
+        std::memcpy(rowOf(dst, m.top - 1 - i), rowOf(dst, m.top + i), wholeRow);
     });
     const std::int64_t end = m.top + height;
-    rowsDynamic(m.bottom, [&](std::int64_t i) noexcept {
-        std::memcpy(rowOf(dst, end + i), rowOf(dst, end - 1 - i), rowBytes);
+    rowsDynamic({m.bottom, 2 * rowBytes(dst)}, [&](std::int64_t i) noexcept {
+        std::memcpy(rowOf(dst, end + i), rowOf(dst, end - 1 - i), wholeRow);
     });
 }
 

@@ -63,7 +63,7 @@ void markDifferentPlanar(const SxImageBuf& src, SxImageBuf& mask, MarkDifferentR
     if (!hasPixels(src))
         return;
     for (int plane = 0; plane < src.channels; ++plane) {
-        rowsStatic(src.height, [&](std::int64_t y) noexcept {
+        rowsStatic(workOn(src, mask), [&](std::int64_t y) noexcept {
             markRow(planeRowOf(src, plane, y), rowOf(mask, y), src.width, value);
         });
     }

@@ -106,8 +106,12 @@ ResultCode Median(const SxImageBuf& src, SxImageBuf& dst, int radius, void* buff
             return ResultOk;
         }
         const std::vector<MedianStrip>& strips = work->plan->strips;
-        const auto medians = hasTileMedians(src.dataType, radius) ? &tileMedians : &searchMedians;
-        rowsDynamic(static_cast<std::int64_t>(strips.size()), [&](std::int64_t i) noexcept {
+        const bool isSorted = hasTileMedians(src.dataType, radius);
+        const auto medians = isSorted ? &tileMedians : &searchMedians;
+        // Sorting takes longer the larger the windows are, searching hardly does.
+        const RowWork rows = workOn(src, dst).times(isSorted ? 12 * radius : 300);
+        const auto count = static_cast<std::int64_t>(strips.size());
+        rowsDynamic({count, rows.bytes * rows.rows / count}, [&](std::int64_t i) noexcept {
             const auto index = static_cast<std::size_t>(i);
             medians(src, dst, strips[index], radius, work->scratch.part(index));
         });

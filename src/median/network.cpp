@@ -49,7 +49,9 @@ public:
 
     void run(const MedianScratch& scratch) const
     {
-        shareRows((m_src.height + bandRows - 1) / bandRows, [&](int thread, std::int64_t band) noexcept {
+        const RowWork rows = workOn(m_src, m_dst).times(4 + 12 * m_radius);
+        const RowWork bands{(rows.rows + bandRows - 1) / bandRows, rows.bytes * bandRows};
+        shareRows(bands.rows, threadsFor(bands), [&](int thread, std::int64_t band) noexcept {
             filterBand(band * bandRows, std::min<std::int64_t>((band + 1) * bandRows, m_src.height),
                        scratch.part(static_cast<std::size_t>(thread)));
         });

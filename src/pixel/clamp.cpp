@@ -28,7 +28,7 @@ ResultCode ClampToColorDepth(SxImageBuf& image)
                             const std::int64_t samples =
                                 std::int64_t{image.width} * (planar ? 1 : image.channels);
                             for (int plane = 0; plane < (planar ? image.channels : 1); ++plane) {
-                                rowsDynamic(image.height, [&](std::int64_t y) noexcept {
+                                rowsDynamic(workOn(image).times(2), [&](std::int64_t y) noexcept {
                                     row(planeRowOf(image, plane, y), samples, limit);
                                 });
                             }

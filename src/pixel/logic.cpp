@@ -31,7 +31,7 @@ ResultCode combineIntegers(const SxImageBuf& src, SxImageBuf& dst, const QVarian
                     [&]<class T>(std::type_identity<T>) {
                         const T set = value ? plainValue<T>(*value) : T{1};
                         const LogicRow row = (logicKernels().*kernel).template of<T>();
-                        rowsStatic(src.height, [&](std::int64_t y) noexcept {
+                        rowsStatic(workOn(src, dst), [&](std::int64_t y) noexcept {
                             row(rowOf(src, y), rowOf(dst, y), src.width, bytesOf(set));
                         });
                     });
@@ -59,14 +59,14 @@ ResultCode Xor(const SxImageBuf& src, SxImageBuf& dst, QVariant* value)
                         [&]<class T>(std::type_identity<T>) {
                             if (!value) {
                                 const LogicPassRow row = logicKernels().passOne.of<T>();
-                                rowsStatic(src.height, [&](std::int64_t y) noexcept {
+                                rowsStatic(workOn(src, dst), [&](std::int64_t y) noexcept {
                                     row(rowOf(src, y), rowOf(dst, y), src.width);
                                 });
                                 return;
                             }
                             const T set = typedValue<T>(*value);
                             const LogicRow row = logicKernels().one.of<T>();
-                            rowsStatic(src.height, [&](std::int64_t y) noexcept {
+                            rowsStatic(workOn(src, dst), [&](std::int64_t y) noexcept {
                                 row(rowOf(src, y), rowOf(dst, y), src.width, bytesOf(set));
                             });
                         });

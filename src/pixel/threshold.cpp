@@ -64,7 +64,7 @@ void binaryPlanes(const SxImageBuf& src, SxImageBuf& dst, BinaryRow<T, Out> row,
     const int planes = std::min(static_cast<int>(levels.count()), dst.channels);
     for (int plane = 0; plane < planes; ++plane) {
         const BinaryLevels<T, Out> own = levels.from(plane, 1);
-        rowsStatic(src.height, [&](std::int64_t y) noexcept {
+        rowsStatic(workOn(src, dst), [&](std::int64_t y) noexcept {
             row(planeRowOf(src, plane, y), planeRowOf(dst, plane, y), src.width, own);
         });
     }
@@ -77,7 +77,8 @@ void binaryPixels(const SxImageBuf& src, SxImageBuf& dst, BinaryRow<T, Out> row,
     const Levels<T, Out> repeated = levels.alongRow();
     const BinaryLevels<T, Out> all = repeated.from(0, repeated.count());
     const std::int64_t samples = std::int64_t{src.width} * src.channels;
-    rowsStatic(src.height, [&](std::int64_t y) noexcept { row(rowOf(src, y), rowOf(dst, y), samples, all); });
+    rowsStatic(workOn(src, dst),
+               [&](std::int64_t y) noexcept { row(rowOf(src, y), rowOf(dst, y), samples, all); });
 }
 
 /// Pixels whose last channels are left alone.
@@ -95,7 +96,7 @@ void binaryTreated(const SxImageBuf& src, SxImageBuf& dst, Levels<T, std::uint8_
     const Levels<T, std::uint8_t> repeated = levels.alongRow();
     const BinaryLevels<T, std::uint8_t> all = repeated.from(0, repeated.count());
     const std::int64_t samples = std::int64_t{src.width} * src.channels;
-    rowsStatic(src.height, [&](std::int64_t y) noexcept {
+    rowsStatic(workOn(src, dst), [&](std::int64_t y) noexcept {
         row(rowOf(src, y), rowOf(dst, y), samples, all, treated.data());
     });
 }
@@ -106,7 +107,7 @@ void binaryChannels(const SxImageBuf& src, SxImageBuf& dst, const Levels<T, std:
 {
     const auto row = thresholdKernels().of<T>().markChannel;
     const int channels = std::min(static_cast<int>(levels.count()), dst.channels);
-    rowsStatic(src.height, [&](std::int64_t y) noexcept {
+    rowsStatic(workOn(src, dst).times(16), [&](std::int64_t y) noexcept {
         for (int c = 0; c < channels; ++c) {
             row(rowOf(src, y) + c * std::int64_t{sizeof(T)}, rowOf(dst, y) + c, src.width,
                 {src.channels, dst.channels}, levels.from(c, 1));
@@ -176,7 +177,8 @@ void keepAbove(SxImageBuf& image, const QVariant* thresholds, const QVariant* va
     const KeepLevels<T> levels{floors.data(), replacements.data(), static_cast<std::int64_t>(floors.size())};
     const auto row = thresholdKernels().of<T>().keep;
     const std::int64_t samples = std::int64_t{image.width} * channels;
-    rowsStatic(image.height, [&](std::int64_t y) noexcept { row(rowOf(image, y), samples, levels); });
+    rowsStatic(workOn(image).times(2),
+               [&](std::int64_t y) noexcept { row(rowOf(image, y), samples, levels); });
 }
 
 }  // namespace
@@ -193,7 +195,7 @@ ResultCode ThresholdBinary(SxImageBuf& image, const QVariant& threshold, const Q
                                     above = plainValue<T>(high);
                             const BinaryLevels<T, T> levels{&limit, &below, &above, 1};
                             const auto row = thresholdKernels().of<T>().binary;
-                            rowsStatic(image.height, [&](std::int64_t y) noexcept {
+                            rowsStatic(workOn(image).times(2), [&](std::int64_t y) noexcept {
                                 row(rowOf(image, y), rowOf(image, y), image.width, levels);
                             });
                         });

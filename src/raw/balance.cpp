@@ -75,7 +75,7 @@ ResultCode WhiteBalance(const SxImageBuf& src, SxImageBuf& dst, const double* ga
                                 patternOf(gains, blackLevels, colours - period, period, top)};
                             const BalanceRow row = balanceKernels().of<T>();
                             const std::int64_t samples = std::int64_t{src.width} * src.channels;
-                            rowsDynamic(src.height, [&](std::int64_t y) noexcept {
+                            rowsDynamic(workOn(src, dst).times(2), [&](std::int64_t y) noexcept {
                                 row(rowOf(src, y), rowOf(dst, y), samples, patterns[y % 2]);
                             });
                         });

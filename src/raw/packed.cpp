@@ -54,6 +54,12 @@ bool holdsRows(std::size_t bytes, std::size_t pitch, std::size_t rowBytes, const
     return bytes >= rowBytes && (bytes - rowBytes) / between >= static_cast<std::size_t>(info.height) - 1;
 }
 
+/// Of rows that come from one form and go to the other.
+RowWork packedWork(const SxImageInfo& image, std::size_t packedBytes)
+{
+    return {image.height, rowBytes(image) + static_cast<std::int64_t>(packedBytes)};
+}
+
 }  // namespace
 
 int packedBitsPerSample(ExPackedLayout layout)
@@ -92,7 +98,7 @@ ResultCode UnpackSamples(const void* data, std::size_t bytes, std::size_t pitch,
         const PackedKernels& kernels = packedKernels();
         const auto* const first = static_cast<const std::uint8_t*>(data);
         const std::size_t between = pitch == 0 ? rowBytes : pitch;
-        rowsDynamic(dst.height, [&](std::int64_t y) noexcept {
+        rowsDynamic(packedWork(dst, rowBytes), [&](std::int64_t y) noexcept {
             const std::uint8_t* const packed = first + static_cast<std::size_t>(y) * between;
             if (isPacked(layout))
                 kernels.unpack(packed, static_cast<std::int64_t>(rowBytes), rowOf(dst, y), dst.width,
@@ -125,7 +131,7 @@ ResultCode PackSamples(const SxImageBuf& src, ExPackedLayout layout, void* data,
         auto* const first = static_cast<std::uint8_t*>(data);
         const std::size_t between = pitch == 0 ? rowBytes : pitch;
         const auto top = saturatedTop<std::uint16_t>(src.bitsPerSample);
-        rowsDynamic(src.height, [&](std::int64_t y) noexcept {
+        rowsDynamic(packedWork(src, rowBytes), [&](std::int64_t y) noexcept {
             std::uint8_t* const packed = first + static_cast<std::size_t>(y) * between;
             if (isPacked(layout))
                 kernels.pack(rowOf(src, y), src.width, packed, static_cast<std::int64_t>(rowBytes),

@@ -66,7 +66,7 @@ Image measureDistance(const SxImageBuf& edges)
     Image distance = workingImage(edges, Float64, 64);
     orThrow(ChamferDistance(edges, distance, Chamfer5x5));
     Image scaled = workingImage(edges, Int32, 32);
-    rowsStatic(distance->height, [&](std::int64_t y) noexcept {
+    rowsStatic(workOn(*distance, *scaled).times(4), [&](std::int64_t y) noexcept {
         for (std::int64_t x = 0; x < distance->width; ++x)
             storeSample(rowOf(*scaled, y), x, toInt32(5.0 * loadSample<double>(rowOf(*distance, y), x)));
     });

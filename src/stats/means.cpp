@@ -49,6 +49,7 @@ struct Region {
             (imageBytes - start) / static_cast<std::size_t>(bytesPerSample(src.dataType));
         return static_cast<std::int64_t>(std::min(present, static_cast<std::size_t>(width * period)));
     }
+    RowWork work() const noexcept { return {height, 2 * width * period * bytesPerSample(src.dataType)}; }
     double pixels() const noexcept { return static_cast<double>(width) * static_cast<double>(height); }
 };
 
@@ -68,7 +69,7 @@ std::vector<SumOf<T>> sumsOf(const Region& region)
         for (std::int64_t y = 0; y < region.height; ++y)
             addRow(lanes.data(), y);
     } else {
-        reducePerThread<SumOf<T>>(region.height, lanes.size(), addRow, [&](const SumOf<T>* partial) {
+        reducePerThread<SumOf<T>>(region.work(), lanes.size(), addRow, [&](const SumOf<T>* partial) {
             std::transform(lanes.begin(), lanes.end(), partial, lanes.begin(), std::plus<>{});
         });
     }

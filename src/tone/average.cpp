@@ -53,8 +53,10 @@ void averagePlane(const QVector<SxImageBuf>& frames, const QRect& roi, SxImageBu
     });
     const AverageRow row = averageKernels().of<T>();
     const auto count = static_cast<std::int64_t>(rows.size());
-    rowsDynamic(heightOf(roi), [&](std::int64_t y) noexcept {
-        row(rows.data(), count, y, planeRowOf(dst, plane, y), widthOf(roi) * channels);
+    const std::int64_t samples = widthOf(roi) * channels;
+    const RowWork frameRows{heightOf(roi), (count + 1) * samples * std::int64_t{sizeof(T)}};
+    rowsDynamic(frameRows.times(2), [&](std::int64_t y) noexcept {
+        row(rows.data(), count, y, planeRowOf(dst, plane, y), samples);
     });
 }
 

@@ -76,12 +76,13 @@ void correct(const SxImageBuf& src, const SxImageBuf& background, SxImageBuf& ds
         return;
     const CorrectRows& kernels = backgroundKernels().of<T>();
     const bool interleaved = isInterleaved(src);
+    const RowWork work = workOn(src, background, dst).times(3);
     if (!interleaved || src.channels == background.channels) {
         const int perRow = interleaved ? src.channels : 1;
         for (int plane = 0; plane < (interleaved ? 1 : treated); ++plane) {
             const RowGains row(std::type_identity<T>{}, correction, gains + plane, interleaved ? treated : 1,
                                perRow, std::int64_t{src.width} * src.height * perRow);
-            loop(src.height, [&](std::int64_t y) noexcept {
+            loop(work, [&](std::int64_t y) noexcept {
                 kernels.row(planeRowOf(src, plane, y), planeRowOf(background, plane, y),
                             planeRowOf(dst, plane, y), std::int64_t{src.width} * perRow, row.correction());
             });
@@ -93,7 +94,7 @@ void correct(const SxImageBuf& src, const SxImageBuf& background, SxImageBuf& ds
         Correction own = correction;
         own.gain = gains + c;
         const std::int64_t shift = std::int64_t{c} * sizeof(T);
-        loop(src.height, [&](std::int64_t y) noexcept {
+        loop(work, [&](std::int64_t y) noexcept {
             kernels.channel(rowOf(src, y) + shift, rowOf(background, y) + shift, rowOf(dst, y) + shift,
                             src.width, steps, own);
         });
@@ -137,7 +138,7 @@ ResultCode CorrectBackground(const SxImageBuf& src, const SxImageBuf& background
             }
             correct<T>(src, background, dst, std::min(src.channels, 3),
                        {.ratio = ratio, .top = top, .keep = false}, owned.get(),
-                       [](std::int64_t rows, const auto& body) { rowsDynamic(rows, body); });
+                       [](const RowWork& work, const auto& body) { rowsDynamic(work, body); });
         });
     });
 }
@@ -165,7 +166,8 @@ ResultCode BackgroundCorrection(const SxImageBuf& background, SxImageBuf& image,
                         ? 255.0
                         : static_cast<std::uint16_t>(toInt64(std::ldexp(1.0, image.bitsPerSample)));
                 correct<T>(image, background, image, channelCount, {.ratio = 1.0, .top = clamp, .keep = true},
-                           factors, [](std::int64_t rows, const auto& body) { rowsByConsent(rows, body); });
+                           factors,
+                           [](const RowWork& work, const auto& body) { rowsByConsent(work.rows, body); });
             });
     });
 }

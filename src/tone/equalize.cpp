@@ -91,7 +91,8 @@ template <class T>
 void mapSamples(const SxImageBuf& src, SxImageBuf& dst, std::int64_t samples, const LevelTable<T>& table)
 {
     const LookUpRow<T> row = lookUpKernels().of<T>().row;
-    rowsDynamic(src.height,
+    constexpr std::int64_t slowness = sizeof(T) == 1 ? 1 : 4;  // words are gathered one by one
+    rowsDynamic(workOn(src, dst).times(slowness),
                 [&](std::int64_t y) noexcept { row(rowOf(src, y), rowOf(dst, y), samples, table.data()); });
 }
 
@@ -100,7 +101,7 @@ template <class T>
 void mapColours(const SxImageBuf& src, SxImageBuf& dst, const std::array<const T*, 3>& tables)
 {
     const auto row = lookUpKernels().of<T>().colours;
-    rowsDynamic(src.height, [&](std::int64_t y) noexcept {
+    rowsDynamic(workOn(src, dst).times(16), [&](std::int64_t y) noexcept {
         row(rowOf(src, y), rowOf(dst, y), src.width, src.channels, tables.data());
     });
 }

@@ -1,6 +1,8 @@
 // Runs a test body once per kernel build that this processor can execute, and with several thread counts.
 #pragma once
 
+#include "support/every_loop_shared.h"
+
 #include <hwy/targets.h>
 #include <omp.h>
 
@@ -29,6 +31,7 @@ void forEachTarget(Body&& body)
 template <class Body>
 void forEachThreadCount(Body&& body)
 {
+    const EveryLoopShared everyLoopShared;
     const int before = omp_get_max_threads();
     for (const int threads : {1, 2, 7}) {
         SCOPED_TRACE(threads);

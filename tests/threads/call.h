@@ -6,6 +6,7 @@
 #include <ko/koimproc.h>
 
 #include <QList>
+#include <QSize>
 #include <QVariant>
 
 #include <array>
@@ -18,10 +19,11 @@ namespace ko::test {
 class Call {
 public:
     /// Size and samples of the images follow from the seed.
-    explicit Call(unsigned seed) : width(16 + 4 * static_cast<int>(seed % 5)), m_seed(seed) {}
+    explicit Call(unsigned seed) : Call(seed, {16 + 4 * static_cast<int>(seed % 5), 18}) {}
+    Call(unsigned seed, const QSize& size) : width(size.width()), height(size.height()), m_seed(seed) {}
 
     const int width;
-    const int height = 18;
+    const int height;
     const QRect region{2, 2, 12, 10};
 
     /// A new image of random samples, which belongs to the call.
@@ -90,5 +92,7 @@ Operations pixelOperations();
 Operations conversionOperations();
 Operations rawOperations();
 Operations filterOperations();
+/// Those of all rooms.
+Operations allOperations();
 
 }  // namespace ko::test

@@ -1,4 +1,5 @@
 // Every exported operation on different images from several threads at once gives what one thread gives.
+#include "support/every_loop_shared.h"
 #include "threads/call.h"
 
 #include <ko/threads.h>
@@ -13,20 +14,10 @@ namespace {
 
 constexpr unsigned threadCount = 4;
 
-std::vector<Operation> allOperations()
-{
-    std::vector<Operation> all;
-    for (const auto& room :
-         {coreOperations(), frameOperations(), countingOperations(), statisticsOperations(), toneOperations(),
-          pixelOperations(), conversionOperations(), rawOperations(), filterOperations()})
-        all.insert(all.end(), room.begin(), room.end());
-    return all;
-}
-
 using Record = std::vector<std::uint8_t>;
 
 /// What the operations do on one thread, one after the other.
-std::vector<Record> alone(const std::vector<Operation>& operations, unsigned seed)
+std::vector<Record> alone(const Operations& operations, unsigned seed)
 {
     std::vector<Record> records;
     for (const Operation& operation : operations) {
@@ -42,7 +33,8 @@ std::vector<Record> alone(const std::vector<Operation>& operations, unsigned see
 /// thread: tables that are made at the first use are made while others want them too.
 void runTogether(std::size_t lag)
 {
-    const std::vector<Operation> operations = allOperations();
+    const EveryLoopShared everyLoopShared;
+    const Operations operations = allOperations();
     std::vector<std::vector<Record>> together(threadCount, std::vector<Record>(operations.size()));
     std::barrier meeting(threadCount);
     std::vector<std::thread> threads;
@@ -92,7 +84,7 @@ TEST(Exports, GiveTheSameBytesWhereSeveralThreadsAreAllowed)
 
 TEST(Exports, GiveOtherResultsForOtherImages)
 {
-    const std::vector<Operation> operations = allOperations();
+    const Operations operations = allOperations();
     const std::vector<Record> one = alone(operations, 0);
     const std::vector<Record> other = alone(operations, 1);
     std::size_t same = 0;

@@ -29,7 +29,8 @@ int main(int argc, char** argv)
     const std::string how = argc == 2 ? argv[1] : "";
     QMutex mutex;
     if (how == "rows")
-        ko::rowsStatic(100'000, [](std::int64_t y) noexcept { counter += static_cast<int>(y % 2); });
+        ko::rowsStatic({100'000, ko::leastSharedWork},
+                       [](std::int64_t y) noexcept { counter += static_cast<int>(y % 2); });
     else if (how == "threads")
         runTwice([] { ++counter; });
     else if (how == "mutex")

@@ -8,6 +8,7 @@
 #include <array>
 #include <atomic>
 #include <chrono>
+#include <limits>
 #include <new>
 #include <thread>
 #include <utility>
@@ -21,8 +22,9 @@ TEST(RowLoops, VisitEveryRowOnce)
     forEachThreadCount([] {
         for (const std::int64_t rows : {0, 1, 5, 101}) {
             std::vector<int> statically(static_cast<std::size_t>(rows)), dynamically = statically;
-            rowsStatic(rows, [&](std::int64_t y) noexcept { ++statically[static_cast<std::size_t>(y)]; });
-            rowsDynamic(rows, [&](std::int64_t y) noexcept { ++dynamically[static_cast<std::size_t>(y)]; });
+            const RowWork work{rows, 1};
+            rowsStatic(work, [&](std::int64_t y) noexcept { ++statically[static_cast<std::size_t>(y)]; });
+            rowsDynamic(work, [&](std::int64_t y) noexcept { ++dynamically[static_cast<std::size_t>(y)]; });
             EXPECT_EQ(statically, std::vector<int>(static_cast<std::size_t>(rows), 1));
             EXPECT_EQ(dynamically, statically);
         }
@@ -31,11 +33,13 @@ TEST(RowLoops, VisitEveryRowOnce)
 
 TEST(RowLoops, GiveEachThreadOneBlockWhenStatic)
 {
+    const EveryLoopShared everyLoopShared;
     omp_set_num_threads(3);
     std::vector<int> owner(10);
-    rowsStatic(10,
+    rowsStatic({10, 1},
                [&](std::int64_t y) noexcept { owner[static_cast<std::size_t>(y)] = omp_get_thread_num(); });
     EXPECT_TRUE(std::is_sorted(owner.begin(), owner.end()));
+    EXPECT_EQ(owner.back(), 2);
 }
 
 TEST(RowShares, GiveAThreadItsOwnRowsFirst)
@@ -70,16 +74,17 @@ TEST(RowShares, AreSharedByMoreThreadsThanThereAreShares)
 
 TEST(RowShares, HaveNothingForAHeightBelowZero)
 {
-    forEachThreadCount([] { rowsDynamic(-1, [](std::int64_t) noexcept { ADD_FAILURE(); }); });
+    forEachThreadCount([] { rowsDynamic({-1, 1}, [](std::int64_t) noexcept { ADD_FAILURE(); }); });
 }
 
 TEST(RowLoops, LeaveTheRowsOfABusyThreadToTheOthers)
 {
     constexpr std::int64_t rows = 100;
+    const EveryLoopShared everyLoopShared;
     omp_set_num_threads(2);
     std::atomic<int> others{0};
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    rowsDynamic(rows, [&](std::int64_t y) noexcept {
+    rowsDynamic({rows, 1}, [&](std::int64_t y) noexcept {
         if (y != 0) {
             ++others;
             return;
@@ -150,7 +155,7 @@ TEST(Reduction, CombinesOneSlotPerThread)
         int slots = 0;
         std::int64_t sum = 0, twice = 0;
         reducePerThread<std::int64_t>(
-            100, 2,
+            {100, 1}, 2,
             [](std::int64_t* slot, std::int64_t y) noexcept {
                 slot[0] += y;
                 slot[1] += 2 * y;
@@ -164,6 +169,65 @@ TEST(Reduction, CombinesOneSlotPerThread)
         EXPECT_EQ(sum, 4950);
         EXPECT_EQ(twice, 9900);
     });
+}
+
+/// The threads in the team of a loop.
+int teamOf(const RowWork& work)
+{
+    std::atomic<int> threads{0};
+    rowsDynamic(work, [&](std::int64_t) noexcept { threads = omp_get_num_threads(); });
+    int inStaticLoop = 0;
+    rowsStatic(work, [&](std::int64_t y) noexcept {
+        if (y == 0)
+            inStaticLoop = omp_get_num_threads();
+    });
+    EXPECT_EQ(threads, inStaticLoop);
+    return threads;
+}
+
+TEST(RowWork, IsSharedFromTheLeastThatIsWorthATeam)
+{
+    omp_set_num_threads(3);
+    const std::int64_t least = leastSharedWork;
+    EXPECT_EQ(teamOf({128, least / 128 - 1}), 1);
+    EXPECT_EQ(teamOf({128, least / 128}), 3);
+    EXPECT_EQ(teamOf({1, 10 * least}), 1) << "a single row has nothing to share";
+    const RowWork row{1, least / 128};
+    EXPECT_EQ(teamOf({64, row.times(2).bytes}), 3) << "rows that take twice as long";
+    EXPECT_EQ(
+        threadsFor({std::numeric_limits<std::int32_t>::max(), std::numeric_limits<std::int64_t>::max()}), 3);
+}
+
+TEST(RowWork, OfSmallFramesStaysOnTheCallingThread)
+{
+    omp_set_num_threads(3);
+    SxImageInfo frame;
+    frame.width = 192;
+    frame.height = 128;
+    frame.channels = 1;
+    frame.dataType = UInt8;
+    SxImageInfo words = frame;
+    words.dataType = UInt16;
+    EXPECT_EQ(workOn(frame, words).rows, 128);
+    EXPECT_EQ(workOn(frame, words).bytes, 3 * 192);
+    EXPECT_EQ(teamOf(workOn(frame, words)), 1);
+    frame.width = frame.height = 2048;
+    EXPECT_EQ(teamOf(workOn(frame, frame)), 3);
+}
+
+TEST(Reduction, TakesOneSlotForWorkThatIsNotShared)
+{
+    omp_set_num_threads(3);
+    int slots = 0;
+    std::int64_t sum = 0;
+    reducePerThread<std::int64_t>(
+        {100, 1}, 1, [](std::int64_t* slot, std::int64_t y) noexcept { *slot += y; },
+        [&](const std::int64_t* slot) {
+            ++slots;
+            sum += *slot;
+        });
+    EXPECT_EQ(slots, 1);
+    EXPECT_EQ(sum, 4950);
 }
 
 TEST(ErrorBoundary, TurnsExhaustedMemoryIntoAStatus)
