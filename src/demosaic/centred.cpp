@@ -37,7 +37,7 @@ void malvarBand(const CentredCall& call, std::int64_t pitch, std::byte* memory, 
     using E = typename MalvarRowKernels<T>::Element;
     auto* elements = reinterpret_cast<E*>(memory);
     const MosaicLines<E> lines(elements, 5, pitch);
-    const auto top = static_cast<E>(saturatedTop<T>(call.src.bitsPerSample));
+    const auto top = static_cast<typename MalvarRowKernels<T>::Sum>(saturatedTop<T>(call.src.bitsPerSample));
     for (std::int64_t last = from - 2; last < to + 2; ++last) {
         loadLines<T>(call.src, call.roi, last, lines, kernels.split);
         const std::int64_t y = last - 2;

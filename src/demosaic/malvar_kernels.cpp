@@ -21,11 +21,12 @@ namespace {
 template <class T>
 class MalvarFilter {
 public:
-    using E = typename MalvarRowKernels<T>::Element;
+    using Element = typename MalvarRowKernels<T>::Element;
+    using E = typename MalvarRowKernels<T>::Sum;
     using D = hn::ScalableTag<E>;
     using V = hn::Vec<D>;
 
-    MalvarFilter(const MalvarLines<E>& lines, RowKind kind, E top)
+    MalvarFilter(const MalvarLines<Element>& lines, RowKind kind, E top)
         : m_lines(lines), m_right(kind.colourFirst ? 0 : 1), m_top(hn::Set(m_d, top))
     {
     }
@@ -39,8 +40,15 @@ public:
     }
 
 private:
-    V Own(int row, std::int64_t i) const { return hn::LoadU(m_d, m_lines.own[row] + i); }
-    V Between(int row, std::int64_t i) const { return hn::LoadU(m_d, m_lines.between[row] + i); }
+    V Own(int row, std::int64_t i) const { return At(m_lines.own[row], i); }
+    V Between(int row, std::int64_t i) const { return At(m_lines.between[row], i); }
+    V At(const Element* line, std::int64_t i) const
+    {
+        if constexpr (sizeof(Element) == sizeof(E))
+            return hn::LoadU(m_d, line + i);
+        else
+            return hn::PromoteTo(m_d, hn::LoadU(hn::Rebind<Element, D>(), line + i));
+    }
 
     template <int Bits>
     V Scaled(V sum) const
@@ -86,7 +94,7 @@ private:
         colours.betweenOther = filtered(above, alongColumn, alongRow);
     }
 
-    const MalvarLines<E>& m_lines;
+    const MalvarLines<Element>& m_lines;
     std::int64_t m_right;  ///< of the greens beside a pair's own colour, the right one is this many pairs on
     D m_d;
     V m_top;
@@ -94,7 +102,7 @@ private:
 
 template <class T>
 void Row(const MalvarLines<typename MalvarRowKernels<T>::Element>& lines, RowKind kind, const PixelRow& dst,
-         std::int64_t width, typename MalvarRowKernels<T>::Element top) noexcept
+         std::int64_t width, typename MalvarRowKernels<T>::Sum top) noexcept
 {
     const MalvarFilter<T> filter(lines, kind, top);
     StoreRow<T>(typename MalvarFilter<T>::D(), dst, width,

@@ -15,15 +15,17 @@ struct MalvarLines {
     const E* between[5];  ///< the columns in which it has green
 };
 
-/// Kernels for samples of type `T`. The sums of bytes fit 16 bits.
+/// Kernels for samples of type `T`. The sums of bytes fit 16 bits; lines of words stay words, which are loaded
+/// faster than their sums.
 template <class T>
 struct MalvarRowKernels {
-    using Element = std::conditional_t<sizeof(T) == 1, std::int16_t, std::int32_t>;
+    using Element = std::conditional_t<sizeof(T) == 1, std::int16_t, std::uint16_t>;
+    using Sum = std::conditional_t<sizeof(T) == 1, std::int16_t, std::int32_t>;
 
     void (*split)(const std::uint8_t* mosaic, Element* first, Element* second, std::int64_t pairs) noexcept;
     /// One row of pixels. Lines are read from a pair before their start to a vector behind the row's end.
     void (*row)(const MalvarLines<Element>& lines, RowKind kind, const PixelRow& dst, std::int64_t width,
-                Element top) noexcept;
+                Sum top) noexcept;
 };
 
 struct MalvarKernels {
