@@ -18,7 +18,12 @@ enum Interpolation : std::int32_t {
 /// one: the picture moves by half an input pixel. Otherwise trunc(scale + 2) inputs are weighted by a tent;
 /// equal sizes are therefore blurred a little (0.2, 0.6, 0.2). Weights are whole numbers of 1/65536 that sum
 /// to 65536, inputs beyond an edge repeat the outermost one, and each of the two passes truncates its
-/// results.
+/// results, which makes the picture up to one level darker.
+///
+/// Reducing moves the picture too, by an amount that changes from output to output with the fraction f of c:
+/// towards the end of the row by 2f - 0.5 input pixels where an even number of inputs is weighted, by 2f
+/// (f < 0.5) or 2f - 1 where it is odd, there within 0.03 pixels. That is half a pixel on average for ratios
+/// that are not whole, half a pixel back for even ratios such as halving, and nothing for odd ones.
 ///
 /// Source and destination must not overlap.
 ///

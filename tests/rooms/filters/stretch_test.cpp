@@ -4,6 +4,7 @@
 #include "support/targets.h"
 #include "support/test_image.h"
 
+#include <cmath>
 #include <ko/filters.h>
 #include <ko/threads.h>
 
@@ -140,6 +141,29 @@ TEST(StretchValues, OfHalvingAreTentsAroundTheSecondOfEachPair)
     ASSERT_EQ(Stretch(src, dst, InterpolationLinear), stretched);
     // Row 1 halved is (0 + 8 + 8) / 4 = 4 and (8 + 24 + 12) / 4 = 11.
     EXPECT_EQ(dst.all<std::uint8_t>(), (Bytes{(100 + 8 + 100) / 4, (100 + 22 + 100) / 4, 100, 100}));
+}
+
+TEST(StretchValues, OfReducingAreDisplacedByTheFractionOfTheirCentre)
+{
+    // On a slope of 64 levels for each pixel, a sample tells where it comes from.
+    std::vector<std::uint16_t> slope(1000);
+    for (std::size_t x = 0; x < slope.size(); ++x)
+        slope[x] = static_cast<std::uint16_t>(64 * x);
+    for (const int width : {999, 800, 667, 500, 400, 333, 300, 250, 200, 150, 100, 70}) {
+        const double scale = 1000.0 / width;
+        const int inputs = static_cast<int>(scale + 2);
+        const auto row = stretchedRow<std::uint16_t>(UInt16, slope, width);
+        const int margin = static_cast<int>(inputs / scale) + 1;  // beyond, inputs are repeated
+        for (int p = margin; p < width - margin; ++p) {
+            const double centre = (p + 0.5) * scale;
+            const double fraction = centre - std::floor(centre);
+            const double moved = inputs % 2 == 0  ? 2 * fraction - 0.5
+                                 : fraction < 0.5 ? 2 * fraction
+                                                  : 2 * fraction - 1;
+            const double from = row[static_cast<std::size_t>(p)] / 64.0 + 0.5;
+            ASSERT_NEAR(centre - from, moved, 0.03 + 2.0 / 64) << width << ' ' << p;
+        }
+    }
 }
 
 TEST(StretchValues, AreTheSameForEveryInterpolation)
