@@ -53,6 +53,7 @@ cp -r "$sources/tests/package/client" "$sources/examples" "$system/packages"
 # The tool alone, before any compiler is there.
 install '/packages/libkoimproc1_*.deb /packages/koimproc-tools_*.deb'
 inside ko --version
+inside test -s /usr/share/doc/koimproc-tools/tool.md
 
 # Its manual page and what shells complete, found where `man` and the shells look.
 install man-db bash-completion fish zsh

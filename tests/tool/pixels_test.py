@@ -139,7 +139,7 @@ class Logic(PixelTest):
         self.refuse("logic", "a.png", "--and", "c.png", "-o", "o.tif", names="a.png: ", says="differs in size from c.png")
         self.refuse("logic", "d.png", "--and", "d.png", "-o", "o.tif", names="d.png: ", says="3 channels, wanted is one")
         for options in ((), ("--and", "b.png", "--or", "b.png")):
-            self.refuse("logic", "a.png", "-o", "o.tif", *options, names="", says="one of and, or, xor", code=2)
+            self.refuse("logic", "a.png", "-o", "o.tif", *options, names="", says="one of --and, --or, --xor", code=2)
 
 
 class Clamp(PixelTest):
@@ -184,26 +184,63 @@ class Threshold(PixelTest):
 
 
 class Resize(PixelTest):
-    def test_a_halved_picture_is_weighted_by_a_tent(self):
+    FILTERS = ("lanczos", "cubic", "triangle", "box")
+
+    def test_the_operation_weights_a_halved_picture_by_a_tent(self):
         self.write("a.png", png(4, 1, [0, 0, 100, 100]))
         # Centred at inputs 1 and 3: a quarter, a half, a quarter, beyond the edge the outermost one.
-        self.assertEqual(self.result("resize", "a.png", "--width", "2", "--height", "1")[:4], (2, 1, 1, [25, 100]))
+        self.assertEqual(self.result("resize", "a.png", "--width", "2", "--height", "1", "--filter", "stretch")[:4],
+                         (2, 1, 1, [25, 100]))
+
+    def test_filters_leave_pictures_where_they_are(self):
+        peak = [10, 10, 10, 10, 20, 60, 200, 60, 20, 10, 10, 10, 10]
+        self.write("a.png", png(13, 1, peak))
+        self.write("b.tif", tiff(13, 1, [16 * v for v in peak]))
+        for name in ("a.png", "b.tif"):
+            for filter in self.FILTERS:
+                for width in (5, 7, 13, 26, 39):
+                    samples = self.result("resize", name, "--width", str(width), "--height", "1", "--filter", filter)[3]
+                    self.assertEqual(samples, samples[::-1], (name, filter, width))
+        self.assertEqual(self.result("resize", "a.png", "--scale", "1", "--filter", "box")[3], peak)
+
+    def test_results_are_rounded_and_take_every_sample_into_account(self):
+        self.write("a.png", png(8, 2, [0, 1, 1, 1, 7, 8, 8, 8] * 2))
+        self.assertEqual(self.result("resize", "a.png", "--width", "2", "--height", "1", "--filter", "box")[3], [1, 8])
+        stripes = [0, 255] * 64
+        self.write("s.png", png(128, 1, stripes))
+        for filter in self.FILTERS:
+            samples = self.result("resize", "s.png", "--width", "8", "--height", "1", "--filter", filter)[3]
+            self.assertTrue(all(120 <= v <= 135 for v in samples[1:-1]), (filter, samples))
+
+    def test_no_result_exceeds_the_depth(self):
+        self.write("a.tif", tiff(8, 1, [0, 0, 0, 4095 << 4, 4095 << 4, 0, 0, 0], description="koimproc bits=12"))
+        samples = self.result("resize", "a.tif", "--scale", "4")[3]
+        self.assertEqual(max(samples), 4095 << 4)
+
+    def test_floats_can_be_resampled(self):
+        self.write("f.tif", tiff(2, 2, [-1.5] * 4, bits=32, sample_format=3))
+        self.succeed("resize", "f.tif", "--scale", "3", "-o", "o.tif")
+        self.assertRegex(self.succeed("stats", "o.tif"), r"gray +-1\.(5|49999)\S* +-1\.(5|49999)\S* +-1\.500 ")
 
     def test_a_flat_picture_stays_flat_and_the_rest_is_in_proportion(self):
         self.write("a.tif", tiff(6, 4, [500 << 4] * 72, channels=3, description="koimproc bits=12"))
         for options, size in ((("--width", "3"), (3, 2)), (("--height", "8"), (12, 8)), (("--scale", "0.5"), (3, 2)),
                               (("--width", "5", "--height", "7"), (5, 7)), (("--scale", "0.01"), (1, 1))):
-            width, height, channels, samples, description = self.result("resize", "a.tif", *options)
-            self.assertEqual((width, height, channels, description), (*size, 3, "koimproc bits=12"))
-            self.assertEqual(set(samples), {500 << 4})
+            for filter in (*self.FILTERS, "stretch"):
+                width, height, channels, samples, description = self.result("resize", "a.tif", *options, "--filter", filter)
+                self.assertEqual((width, height, channels, description), (*size, 3, "koimproc bits=12"))
+                self.assertEqual(set(samples), {500 << 4})
 
     def test_what_cannot_be_resampled_is_refused(self):
         self.write("m.tif", tiff(2, 2, range(4), description="koimproc bits=16 grid=RGGB"))
         self.write("f.tif", tiff(1, 1, [0.5], bits=32, sample_format=3))
         self.refuse("resize", "m.tif", "--scale", "2", "-o", "o.tif", names="m.tif: ", says="would lose its pattern")
-        self.refuse("resize", "f.tif", "--scale", "2", "-o", "o.tif", names="f.tif: ", says="8 or 16 bits")
+        self.write("s.tif", tiff(1, 1, [5], sample_format=2))
+        self.refuse("resize", "f.tif", "--scale", "2", "--filter", "stretch", "-o", "o.tif", names="f.tif: ",
+                    says="8 or 16 bits")
+        self.refuse("resize", "s.tif", "--scale", "2", "-o", "o.tif", names="s.tif: ", says="neither unsigned")
         for options in ((), ("--scale", "2", "--width", "2")):
-            self.refuse("resize", "m.tif", "-o", "o.tif", *options, names="", says="either width or height", code=2)
+            self.refuse("resize", "m.tif", "-o", "o.tif", *options, names="", says="either --width or --height", code=2)
 
 
 if __name__ == "__main__":

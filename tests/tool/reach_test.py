@@ -10,10 +10,11 @@ ROOT = Path(__file__).resolve().parents[2]
 
 # What no command calls, and why.
 NOT_YET = "no command reads packed frames, balances colours or demosaics along edges yet"
-UNREACHED = {"ComputeOtsuThreshold": "gives 0 whatever the picture holds", "packedBitsPerSample": NOT_YET,
-             "packedRowBytes": NOT_YET, "UnpackSamples": NOT_YET, "PackSamples": NOT_YET, "WhiteBalance": NOT_YET,
-             "DemosaicMalvar": NOT_YET, "DemosaicMenon": NOT_YET, "DemosaicCentredAllocBuffer": NOT_YET,
-             "DemosaicCentredFreeBuffer": NOT_YET}
+UNREACHED = {"ComputeOtsuThreshold": "gives 0 whatever the picture holds",
+             "ComputeOtsuThresholdMasked": "its sums of 32 bits overflow for larger pictures",
+             "packedBitsPerSample": NOT_YET, "packedRowBytes": NOT_YET, "UnpackSamples": NOT_YET, "PackSamples": NOT_YET,
+             "WhiteBalance": NOT_YET, "DemosaicMalvar": NOT_YET, "DemosaicMenon": NOT_YET,
+             "DemosaicCentredAllocBuffer": NOT_YET, "DemosaicCentredFreeBuffer": NOT_YET}
 
 
 def exported_operations():
@@ -51,7 +52,7 @@ class Reach(ToolTest):
 
     def test_the_tool_calls_what_the_table_says(self):
         sources = "".join(
-            re.sub(r"//.*|\"[^\"]*\"", "", path.read_text()) for path in (ROOT / "tools/ko").glob("*.[ch]*"))
+            re.sub(r"//.*|\"[^\"]*\"", "", path.read_text()) for path in (ROOT / "tools/ko").rglob("*.[ch]*"))
         called = set(re.findall(r"\b(\w+)\(", sources)) | set(re.findall(r"\{(And|Or|Xor), ", sources)) | set(
             re.findall(r"m_buffers\{(\w+)\}", sources))
         self.assertEqual(set().union(*documented().values()) - called, set())

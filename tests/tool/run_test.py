@@ -2,6 +2,8 @@
 
 import json
 import os
+import signal
+import subprocess
 
 import ko_files
 from ko_files import ToolTest, png, random_samples, read_tiff, tiff
@@ -111,6 +113,44 @@ class Series(RunTest):
         self.assertEqual(self.report()["done"], 1)
         self.succeed("run", "r.json", *names, "-o", "out", "--report", "report.json")
         self.assertEqual(self.report()["done"], 3)
+
+    def test_an_interrupted_series_leaves_report_and_summary(self):
+        size = 600
+        self.write("a.png", png(size, size, random_samples(size * size, 255, 1)))
+        for i in range(200):
+            os.symlink("a.png", self.path(f"{i}.png"))
+        self.recipe({"op": "median", "radius": 9})
+        names = [f"{i}.png" for i in range(200)]
+        for asked in (signal.SIGINT, signal.SIGTERM):
+            run = subprocess.Popen([ko_files.TOOL, "run", "r.json", *names, "-o", asked.name, "--jobs", "2", "--report",
+                                    "report.json"], cwd=self.dir, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+            while not os.path.isdir(self.path(asked.name)) or not os.listdir(self.path(asked.name)):
+                self.assertIsNone(run.poll())
+            run.send_signal(asked)
+            out, err = run.communicate()
+            self.assertEqual(run.returncode, -asked, err)
+            self.assertEqual(err, "ko: interrupted: the files begun are finished first; a second signal ends at once\n")
+            report = self.report()
+            done = len(os.listdir(self.path(asked.name)))
+            self.assertEqual((report["done"], report["interrupted"]), (done, 200 - done))
+            self.assertGreater(report["interrupted"], 0)
+            self.assertEqual([f["status"] for f in report["files"]].count("interrupted"), 200 - done)
+            self.assertRegex(out, rf"^{done} of 200 pictures, 0 skipped, 0 failed, {200 - done} not begun, in [\d.]+ s\n$")
+
+    def test_the_second_signal_ends_at_once(self):
+        size = 1500
+        self.write("a.png", png(size, size, random_samples(size * size, 255, 1)))
+        self.recipe(*[{"op": "median", "radius": 90}] * 200)
+        run = subprocess.Popen([ko_files.TOOL, "run", "r.json", "a.png", "-o", "out"], cwd=self.dir,
+                               stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True)
+        while not os.path.isdir(self.path("out")):
+            self.assertIsNone(run.poll())
+        run.send_signal(signal.SIGINT)
+        self.assertIn("interrupted", run.stderr.readline())
+        run.send_signal(signal.SIGINT)
+        self.assertEqual(run.wait(), -signal.SIGINT)
+        run.stderr.close()
+        self.assertEqual(os.listdir(self.path("out")), [])
 
     def test_a_reference_that_cannot_be_read_stops_everything(self):
         self.write("a.png", png(2, 1, [1, 2]))

@@ -3,7 +3,7 @@
 import subprocess
 
 import ko_files
-from ko_files import ToolTest
+from ko_files import ToolTest, png, random_samples
 from reach_test import commands_in_help
 
 
@@ -15,6 +15,21 @@ class Manual(ToolTest):
         self.assertIn("\\fB\\-\\-radius\\fR \\fIN\\fR\n", page)
         self.assertIn('.SS "ko mask ellipse"\n', page)
         self.assertNotIn("manual", "".join(line for line in page.splitlines() if line.startswith(".SS")))
+
+    def test_the_page_has_recipes_examples_files_and_further_reading(self):
+        page = self.succeed("manual")
+        for section in ("RECIPES", "EXAMPLES", "FILES", '"SEE ALSO"'):
+            self.assertIn(f"\n.SH {section}\n", page)
+        for key in ("operations[].op", "output.format"):
+            self.assertIn(f"\n.B {key}\n", page)
+        self.assertIn("/doc/koimproc\\-tools/tool.md\n", page)
+
+    def test_the_recipe_of_the_help_is_one(self):
+        text = self.succeed("run", "--help")
+        recipe = self.write("r.json", text[text.index("\n{") + 1:text.rindex("}") + 1].encode())
+        self.write("a.png", png(40, 20, random_samples(800, 255, 1)))
+        self.succeed("run", recipe, "a.png", "-o", "out")
+        self.assertIn("800 x 400", self.succeed("info", "out/a.png"))
 
     def test_the_page_is_set_without_warnings(self):
         page = self.write("ko.1", self.succeed("manual").encode())
@@ -38,7 +53,8 @@ class Completion(ToolTest):
         self.assertEqual(self.complete("mask", ""), {"ellipse", "circle", "from-value", "--help"})
 
     def test_options_are_completed(self):
-        self.assertEqual(self.complete("median", "--"), {"--help", "--output", "--radius"})
+        self.assertEqual(self.complete("median", "--"),
+                         {"--help", "--output", "--quality", "--quiet", "--verbose", "--radius"})
         self.assertEqual(self.complete("mask", "ellipse", "--a"), {"--angle"})
 
     def test_words_are_completed_and_files_left_to_the_shell(self):

@@ -1,10 +1,29 @@
 """ko stats: the figures against hand-worked ones."""
 
+import collections
 import json
 import math
+from fractions import Fraction
 
 import ko_files
 from ko_files import ToolTest, png, tiff
+
+
+def otsu(samples):
+    """The highest level that divides the samples into two classes of the greatest variance between them."""
+    counts = collections.Counter(samples)
+    total, total_sum = len(samples), sum(samples)
+    below = below_sum = 0
+    best, threshold = 0, 0
+    for level in range(max(samples)):
+        below += counts[level]
+        below_sum += level * counts[level]
+        if below:
+            above = total - below
+            variance = Fraction((below_sum * total - total_sum * below) ** 2, below * above)
+            if variance >= best:
+                best, threshold = variance, level
+    return threshold
 
 
 class Stats(ToolTest):
@@ -27,6 +46,14 @@ class Stats(ToolTest):
                          "channel               min          max         mean    deviation      entropy         Otsu\n"
                          "gray                    0        65535    32767.500    32767.500        1.000        65534\n")
 
+    def test_the_columns_of_floats_stay_apart(self):
+        self.write("f.tif", tiff(2, 1, [-1.2345678e-20, 1.2345678e20], bits=32, sample_format=3))
+        self.assertEqual(self.succeed("stats", "f.tif").splitlines()[1:],
+                         ["channel                 min           max         mean    deviation      entropy         Otsu",
+                          "gray         -1.2345678e-20 1.2345678e+20  6.17284e+19  6.17284e+19            -            -"])
+        self.write("f.tif", tiff(2, 1, [0.001, 0.002], bits=32, sample_format=3))
+        self.assertRegex(self.succeed("stats", "f.tif"), r"gray +0\.001 +0\.002 +0\.0015 +0\.0005 +- +-\n$")
+
     def test_masks_and_regions_select(self):
         self.write("a.png", png(3, 2, [1, 2, 3, 4, 5, 6]))
         self.write("m.png", png(3, 2, [1, 0, 1, 0, 1, 1]))
@@ -46,11 +73,12 @@ class Stats(ToolTest):
                                 "entropy": None, "otsu": None})
         self.assertRegex(self.succeed("stats", "f.tif"), r"-0\.5 +1\.5 +0\.500 +1\.000 +- +-\n$")
 
-    def test_the_threshold_of_a_large_picture_is_not_lost_to_32_bits(self):
-        # Two lumps of 200,000 pixels in all: their counts multiply to more than 2^31.
-        self.write("a.tif", tiff(500, 400, [40000 + i % 7 if i % 3 else 60000 + i % 5 for i in range(200000)]))
+    def test_the_threshold_of_a_large_picture_is_exact(self):
+        # A slope, in which every pixel matters: sums of 32 bits or a sample of the pixels give other levels.
+        samples = [min(65535, i * i // 900000 + (i * 7919) % 1500) for i in range(240000)]
+        self.write("a.tif", tiff(600, 400, samples))
         (gray,) = self.figures("a.tif")
-        self.assertTrue(40006 <= gray["otsu"] < 60000, gray)
+        self.assertEqual(gray["otsu"], otsu(samples))
 
     def test_the_renyi_entropy_has_an_order(self):
         self.write("a.png", png(4, 1, [0, 0, 0, 9]))

@@ -47,7 +47,7 @@ class Threshold(ToneTest):
             run = self.ko("threshold", "a.png", "-o", "o.tif", f"--above={level}")
             self.assertEqual(run.returncode, 2)
             self.assertIn("--above", run.stderr)
-        self.refuse("threshold", "a.png", "-o", "o.tif", names="", says="either above or otsu", code=2)
+        self.refuse("threshold", "a.png", "-o", "o.tif", names="", says="either --above or --otsu", code=2)
 
 
 class Equalize(ToneTest):

@@ -16,4 +16,26 @@ void declareArgument(CLI::App& command, const std::string& names, std::vector<st
     command.add_option(names, values, description)->required(need == Need::Required)->option_text(form);
 }
 
+void addHelp(CLI::App& command, const std::string& text)
+{
+    command.footer(text);
+}
+
+void declareVerbosity(CLI::App& command, Verbosity& verbosity)
+{
+    const auto say = [&](const char* names, Verbosity meaning, const char* description) {
+        return command.add_flag_callback(
+            names, [&verbosity, meaning] { verbosity = meaning; }, description);
+    };
+    CLI::Option* const quiet = say("-q,--quiet", Verbosity::Quiet, "neither progress nor summary");
+    say("-v,--verbose", Verbosity::Verbose, "also a line for every file")->excludes(quiet);
+}
+
+void declareQuality(CLI::App& command, std::optional<int>& quality)
+{
+    command.add_option("--quality", quality, "of JPEG and WebP files, 1...100")
+        ->option_text("N")
+        ->check(CLI::Range(1, 100));
+}
+
 }  // namespace ko::tool

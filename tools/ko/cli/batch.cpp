@@ -34,15 +34,24 @@ void summarise(std::size_t inputs, std::size_t done, const Frame& sum, double se
     std::cout << '\n';
 }
 
-int runBatch(const std::vector<Job>& jobs, const std::function<Frame(const Job&)>& work)
+void tellOf(const Job& job, const std::string& what, std::chrono::duration<double> elapsed)
 {
-    const ProgressBar bar(jobs.size());
+    std::ostringstream text;
+    text << job.input << " -> " << job.output << ": " << what << " in " << std::fixed << std::setprecision(3)
+         << elapsed.count() << " s\n";
+    std::cout << text.str() << std::flush;
+}
+
+int runBatch(const std::vector<Job>& jobs, Verbosity verbosity, const std::function<Frame(const Job&)>& work)
+{
+    const ProgressBar bar(jobs.size(), verbosity);
     const auto start = std::chrono::steady_clock::now();
     Frame sum;
     std::size_t tried = 0;
     std::size_t done = 0;
     for (const Job& job : jobs) {
         bar.show(tried++);
+        const auto begin = std::chrono::steady_clock::now();
         const std::string trouble = troubleWith(job.input, [&] {
             const Frame frame = work(job);
             sum.pixels += frame.pixels;
@@ -52,9 +61,12 @@ int runBatch(const std::vector<Job>& jobs, const std::function<Frame(const Job&)
         bar.wipe();
         if (!trouble.empty())
             report(trouble);
+        else if (verbosity == Verbosity::Verbose)
+            tellOf(job, "done", std::chrono::steady_clock::now() - begin);
     }
     const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
-    summarise(jobs.size(), done, sum, elapsed.count());
+    if (verbosity != Verbosity::Quiet)
+        summarise(jobs.size(), done, sum, elapsed.count());
     return done == jobs.size() ? ExitOk : ExitFailed;
 }
 

@@ -6,6 +6,7 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <string>
 #include <vector>
 
 namespace ko::tool {
@@ -18,8 +19,11 @@ struct Frame {
 
 /// Runs `work` on every job. A failure is one line on the standard error and does not keep the others from
 /// their turn. Shows a progress bar when the standard error is a terminal, ends with a summary on the
-/// standard output and answers with the exit code.
-int runBatch(const std::vector<Job>& jobs, const std::function<Frame(const Job&)>& work);
+/// standard output, as far as `verbosity` lets it, and answers with the exit code.
+int runBatch(const std::vector<Job>& jobs, Verbosity verbosity, const std::function<Frame(const Job&)>& work);
+
+/// The line of a file that is done.
+void tellOf(const Job& job, const std::string& what, std::chrono::duration<double> elapsed);
 
 /// The summary of `done` out of `inputs` frames, in so many seconds from the first file to the last.
 void summarise(std::size_t inputs, std::size_t done, const Frame& sum, double seconds);

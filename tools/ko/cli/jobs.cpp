@@ -41,6 +41,8 @@ void addOptions(CLI::App& command, FileSeries& series, const std::string& output
 {
     declareArgument(command, "input", series.inputs, Need::Required, "pictures or camera raws");
     declareArgument(command, "-o,--output", series.output, Need::Required, output);
+    declareQuality(command, series.quality);
+    declareVerbosity(command, series.verbosity);
 }
 
 }  // namespace

@@ -1,8 +1,10 @@
 // Which results a series of files gives.
 #pragma once
 
+#include "cli/arguments.h"
 #include "cli/command.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -12,6 +14,8 @@ namespace ko::tool {
 struct FileSeries {
     std::vector<std::string> inputs;
     std::string output;
+    std::optional<int> quality = {};  ///< of JPEG and WebP
+    Verbosity verbosity = Verbosity::Usual;
 };
 
 /// One input and where its result goes.
@@ -20,7 +24,7 @@ struct Job {
     std::string output;
 };
 
-/// Declares the inputs and `-o`, both required.
+/// Declares the inputs and `-o`, both required, and what every series can be told.
 void addSeriesOptions(CLI::App& command, FileSeries& series);
 
 /// The same where the output is to be a directory, for `intoDirectory`.

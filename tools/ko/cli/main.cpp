@@ -1,6 +1,7 @@
 #include "cli/failure.h"
 #include "cli/idle_threads.h"
 #include "cli/registry.h"
+#include "cli/usage.h"
 
 #include <CLI/CLI.hpp>
 
@@ -20,7 +21,10 @@ try {
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? ExitOk : ExitUsage;
+        if (error.get_exit_code() != 0)
+            throw UsageError(explain(app, error));
+        app.exit(error);  // prints the help or the version that was asked for
+        return ExitOk;
     }
 
     letIdleThreadsSleep(app, argv);

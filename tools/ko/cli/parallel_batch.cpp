@@ -1,5 +1,6 @@
 #include "cli/parallel_batch.h"
 
+#include "cli/batch.h"
 #include "cli/failure.h"
 #include "cli/progress_bar.h"
 
@@ -17,6 +18,7 @@ Outcome runOne(const Job& job, const std::function<Outcome::Status(const Job&)>&
 {
     Outcome outcome;
     const auto start = std::chrono::steady_clock::now();
+    outcome.status = Outcome::Failed;
     outcome.message = troubleWith(job.input, [&] { outcome.status = work(job); });
     outcome.elapsed = std::chrono::steady_clock::now() - start;
     return outcome;
@@ -24,7 +26,8 @@ Outcome runOne(const Job& job, const std::function<Outcome::Status(const Job&)>&
 
 }  // namespace
 
-std::vector<Outcome> runParallel(const std::vector<Job>& jobs, int workers,
+std::vector<Outcome> runParallel(const std::vector<Job>& jobs, int workers, Verbosity verbosity,
+                                 const std::stop_token& stop,
                                  const std::function<Outcome::Status(const Job&)>& work)
 {
     const int processors = omp_get_max_threads();
@@ -34,16 +37,19 @@ std::vector<Outcome> runParallel(const std::vector<Job>& jobs, int workers,
     std::atomic<std::size_t> next = 0;
     std::mutex terminal;
     std::size_t finished = 0;
-    const ProgressBar bar(jobs.size());
+    const ProgressBar bar(jobs.size(), verbosity);
     bar.show(0);
     const auto serve = [&] {
         omp_set_num_threads(std::max(1, processors / count));  // of this thread's operations
-        for (std::size_t i = next++; i < jobs.size(); i = next++) {
+        for (std::size_t i = next++; i < jobs.size() && !stop.stop_requested(); i = next++) {
             outcomes[i] = runOne(jobs[i], work);
             const std::lock_guard lock(terminal);
             bar.wipe();
             if (!outcomes[i].message.empty())
                 report(outcomes[i].message);
+            else if (verbosity == Verbosity::Verbose)
+                tellOf(jobs[i], outcomes[i].status == Outcome::Skipped ? "skipped" : "done",
+                       outcomes[i].elapsed);
             bar.show(++finished);
         }
     };

@@ -12,9 +12,21 @@
 #include <algorithm>
 #include <cctype>
 #include <filesystem>
+#include <regex>
 #include <stdexcept>
 
 namespace ko::tool {
+
+const char* const recipeExample = R"({
+    "operations": [
+        {"op": "median", "radius": 2},
+        {"op": "resize", "width": 800},
+        {"op": "stretch-levels", "auto": 0.5}
+    ],
+    "output": {"format": "png"}
+}
+)";
+
 namespace {
 
 /// A value of JSON as settings take it; nothing for what they never are.
@@ -35,6 +47,13 @@ std::optional<Value> valueOf(const QJsonValue& json)
         numbers.push_back(element.toDouble());
     }
     return numbers;
+}
+
+/// Messages name options as the command line has them, recipes have them without their dashes.
+std::string withoutDashes(const std::string& text)
+{
+    static const std::regex dashes("(^| )--(?=[a-z])");
+    return std::regex_replace(text, dashes, "$1");
 }
 
 /// Line and column of a position in a text, counted from 1.
@@ -130,7 +149,7 @@ private:
         try {
             step.settings->verify();
         } catch (const UsageError& error) {
-            refuse(path, error.what());
+            refuse(path, withoutDashes(error.what()));
         }
         m_recipe.m_steps.push_back(std::move(step));
     }
@@ -181,7 +200,7 @@ Filter Recipe::prepare() const
             } catch (const Failure&) {
                 throw;
             } catch (const std::runtime_error& error) {
-                throw std::runtime_error(part.place + error.what());
+                throw std::runtime_error(part.place + withoutDashes(error.what()));
             }
         }
         return result ? std::move(*result) : copyOf(picture);

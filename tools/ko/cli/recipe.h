@@ -9,6 +9,9 @@
 
 namespace ko::tool {
 
+/// A short recipe, for help and manual.
+extern const char* const recipeExample;
+
 /// A recipe whose every key, type and number has been checked; the files that it names have not been read.
 class Recipe {
 public:

@@ -56,6 +56,7 @@ const std::array allEntries{
 
     Entry(&runCommand),
 
+    Entry(&helpCommand),
     Entry(&completionCommand),
     Entry(&manualCommand),
 };

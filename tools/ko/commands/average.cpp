@@ -139,7 +139,7 @@ int run(const Options& options)
         jobs.push_back(planJobs({{input}, files.output}, ".tif").front());
 
     Average average(options.mebibytes);
-    const int code = runBatch(jobs, [&](const Job& job) {
+    const int code = runBatch(jobs, files.verbosity, [&](const Job& job) {
         Image picture = readImage(job.input);
         // Frames that are held are averaged at the end: no time of theirs could be told here.
         const Frame frame{pixelCount(*picture), {}};
@@ -147,7 +147,7 @@ int run(const Options& options)
         return frame;
     });
     if (code == ExitOk)
-        writeImage(average.mean(), jobs.front().output);
+        writeImage(average.mean(), jobs.front().output, files.quality);
     return code;
 }
 
@@ -161,6 +161,8 @@ const Command averageCommand{
                         "pictures or camera raws of one format");
         declareArgument(command, "-o,--output", options->files.output, Need::Required,
                         "mean of all frames, without its fractions; not written unless all can be read");
+        declareQuality(command, options->files.quality);
+        declareVerbosity(command, options->files.verbosity);
         options->settings.whole(
             "memory", options->mebibytes, {0, 1 << 20},
             "MiB of frames to hold, 1024 if not given; beyond, they are summed up one by one");

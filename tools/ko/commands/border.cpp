@@ -83,7 +83,7 @@ const Operation borderOperation{
             "mirror if not given");
         settings.region("roi", options->region, "only this part, mirrored at its own edges");
         settings.rule([o = options.get()] { return o->fill == Fill::Mirror || o->region.isNull(); },
-                      "the margin of a roi is mirrored, crop first for a black one");
+                      "the margin of a --roi is mirrored, crop first for a black one");
         return [options]() -> Filter {
             return
                 [options](const Image& picture, Frame& frame) { return addBorder(picture, frame, *options); };

@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <numeric>
 #include <stdexcept>
 
 namespace ko::tool {
@@ -125,19 +124,30 @@ std::vector<std::uint32_t> countLevels(const Channel& channel)
 
 unsigned otsuThreshold(const std::vector<std::uint32_t>& counts)
 {
-    const std::int64_t total = std::accumulate(counts.begin(), counts.end(), std::int64_t{0});
-    const std::int64_t size = std::min<std::int64_t>(total, 32767);
-    Image quantiles(makeFormat(static_cast<int>(size), 1, 1, UInt16));
+    std::int64_t pixels = 0;
+    std::int64_t sum = 0;
+    for (std::size_t level = 0; level < counts.size(); ++level) {
+        pixels += counts[level];
+        sum += static_cast<std::int64_t>(level) * counts[level];
+    }
     std::int64_t below = 0;
-    std::int64_t next = 0;
+    std::int64_t sumBelow = 0;
+    double best = 0;
+    unsigned threshold = 0;
     for (std::size_t level = 0; level < counts.size(); ++level) {
         below += counts[level];
-        for (; next < size && (2 * next + 1) * total < 2 * below * size; ++next)
-            rowOf<std::uint16_t>(quantiles, 0)[next] = static_cast<std::uint16_t>(level);
+        sumBelow += static_cast<std::int64_t>(level) * counts[level];
+        const std::int64_t above = pixels - below;
+        if (below == 0 || above == 0)
+            continue;
+        const double distance = static_cast<double>(sumBelow) / static_cast<double>(below) -
+                                static_cast<double>(sum - sumBelow) / static_cast<double>(above);
+        const double variance = static_cast<double>(below) * static_cast<double>(above) * distance * distance;
+        if (variance >= best) {
+            best = variance;
+            threshold = static_cast<unsigned>(level);
+        }
     }
-    unsigned threshold = 0;
-    require(ComputeOtsuThresholdMasked(*quantiles, *maskOfOnes(*quantiles), threshold),
-            "ComputeOtsuThresholdMasked");
     return threshold;
 }
 

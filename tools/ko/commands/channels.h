@@ -45,8 +45,8 @@ Image gather(const Channel& channel);
 /// How often each level occurs in a channel whose levels can be counted.
 std::vector<std::uint32_t> countLevels(const Channel& channel);
 
-/// Otsu's threshold of a distribution. The sums of the operation are 32 bits wide and hold 32,767 pixels of
-/// any level: for more, it is the threshold of so many evenly spaced quantiles.
+/// Otsu's threshold of a distribution: of equally good levels the highest, as the library's operation gives
+/// it. That one keeps its sums in 32 bits, too few for pictures of usual size.
 unsigned otsuThreshold(const std::vector<std::uint32_t>& counts);
 
 }  // namespace ko::tool

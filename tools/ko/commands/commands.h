@@ -8,6 +8,7 @@ namespace ko::tool {
 extern const Command averageCommand;
 extern const Command compareCommand;
 extern const Command completionCommand;
+extern const Command helpCommand;
 extern const Command hist2dCommand;
 extern const Command histCommand;
 extern const Command infoCommand;

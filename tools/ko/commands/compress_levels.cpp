@@ -89,7 +89,7 @@ const Operation compressLevelsOperation{
             .isRequired = true;
         settings.file("mask", options->mask,
                       "picture of one channel and the same size; black where it is zero");
-        settings.rule([o = options.get()] { return o->low < o->high; }, "low must be below high");
+        settings.rule([o = options.get()] { return o->low < o->high; }, "--low must be below --high");
         return [options]() -> Filter {
             return [options, mask = readMask(options->mask)](const Image& picture, Frame& frame) {
                 return compress(picture, *options, mask.get(), frame);

@@ -138,13 +138,13 @@ const Operation convertOperation{
                       "picture of one channel and the same size: its range, and black where it is zero");
         const Options* const o = options.get();
         settings.rule([o] { return !o->isJoint || !o->isSeparate; },
-                      "either joint or separate can be wanted");
+                      "either --joint or --separate can be wanted");
         settings.rule([o] { return o->range.empty() || (o->range.size() == 2 && o->range[0] < o->range[1]); },
-                      "range: wanted are a smaller and a greater number");
+                      "--range: wanted are a smaller and a greater number");
         settings.rule(
             [o] { return o->range.empty() || !(o->isSeparate || o->isZeroBased || !o->mask.empty()); },
-            "range goes without separate, zero-based and mask");
-        settings.rule([o] { return o->mask.empty() || !o->isZeroBased; }, "mask goes without zero-based");
+            "--range goes without --separate, --zero-based and --mask");
+        settings.rule([o] { return o->mask.empty() || !o->isZeroBased; }, "--mask goes without --zero-based");
         return [options]() -> Filter {
             return [options, mask = readMask(options->mask)](const Image& picture, Frame& frame) {
                 return convert(picture, *options, mask.get(), frame);

@@ -26,7 +26,7 @@ public:
     {
         const SxImageBuf mosaic = mosaicOf(picture, m_options.mosaic);
         const QRect region = regionIn(mosaic, m_options.region);
-        requireEven(region.size(), "; choose an even part with roi");
+        requireEven(region.size(), "; choose an even part with --roi");
         const int scale = m_options.isHalf ? 2 : 1;
         Image result(resized(mosaic, region.width() / scale, region.height() / scale, 3));
         if (m_options.isHalf)

@@ -9,12 +9,12 @@ namespace ko::tool {
 
 int runFilter(const FileSeries& files, const Filter& filter)
 {
-    return runBatch(planJobs(files, ".tif"), [&](const Job& job) {
+    return runBatch(planJobs(files, ".tif"), files.verbosity, [&](const Job& job) {
         const Image picture = readImage(job.input);
         Frame frame;
         const Image result = filter(picture, frame);
         frame.pixels = pixelCount(*result);
-        writeImage(result, job.output);
+        writeImage(result, job.output, files.quality);
         return frame;
     });
 }

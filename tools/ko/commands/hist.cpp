@@ -1,5 +1,7 @@
 // ko hist: histograms as diagrams, tables and sparklines.
 #include "cli/arguments.h"
+#include "cli/jobs.h"
+#include "cli/reports.h"
 #include "commands/commands.h"
 #include "commands/level_counts.h"
 #include "io/replace_file.h"
@@ -21,8 +23,8 @@ namespace ko::tool {
 namespace {
 
 struct Options {
+    FileSeries files;
     Counting counting;
-    std::string output;
     bool isLogarithmic = false;
     Settings settings;
 };
@@ -162,20 +164,30 @@ void printSparklines(const Histograms& histograms, bool isLogarithmic)
     }
 }
 
+void write(const Histograms& histograms, const Options& options, const std::string& output)
+{
+    const std::string ending = std::filesystem::path(output).extension().string();
+    if (ending == ".csv")
+        replaceFile(output, csv(histograms));
+    else if (ending == ".json")
+        replaceFile(output, json(histograms));
+    else
+        writeDrawing(draw(histograms, options.isLogarithmic), output);
+}
+
 int run(const Options& options)
 {
     options.settings.verify();
-    const Histograms histograms = countFile(options.counting);
-    const std::string ending = std::filesystem::path(options.output).extension().string();
-    if (options.output.empty())
-        printSparklines(histograms, options.isLogarithmic);
-    else if (ending == ".csv")
-        replaceFile(options.output, csv(histograms));
-    else if (ending == ".json")
-        replaceFile(options.output, json(histograms));
-    else
-        writeDrawing(draw(histograms, options.isLogarithmic), options.output);
-    return ExitOk;
+    if (options.files.output.empty())
+        return forEachFile(options.files.inputs, [&](const std::string& file) {
+            printSparklines(countFile(file, options.counting), options.isLogarithmic);
+        });
+    int code = ExitOk;
+    for (const Job& job : planJobs(options.files, ".png"))
+        code = std::max(code, forEachFile({job.input}, [&](const std::string& file) {
+                            write(countFile(file, options.counting), options, job.output);
+                        }));
+    return code;
 }
 
 }  // namespace
@@ -184,9 +196,10 @@ const Command histCommand{
     "Statistics", "hist", "Histogram of every channel, of a mosaic for the four positions of its cell",
     [](CLI::App& command) -> Command::Action {
         auto options = std::make_shared<Options>();
-        declareArgument(command, "file", options->counting.file, Need::Required, "picture or camera raw");
-        declareArgument(command, "-o,--output", options->output, Need::Optional,
-                        "diagram (.svg, .png ...) or table (.csv, .json); printed small if not given");
+        declareArgument(command, "file", options->files.inputs, Need::Required, "pictures or camera raws");
+        declareArgument(command, "-o,--output", options->files.output, Need::Optional,
+                        "diagram (.svg, .png ...) or table (.csv, .json), for several files a directory or a "
+                        "name with {}; printed small if not given");
         addCounting(options->settings, options->counting);
         options->settings.flag("log", options->isLogarithmic, "logarithmic heights, not in tables");
         options->settings.declare(command);

@@ -173,7 +173,7 @@ const Command hist2dCommand{
             [o = options.get()] {
                 return o->row.has_value() + o->column.has_value() + !o->mask.empty() <= 1;
             },
-            "only one of row, column, mask can be wanted");
+            "only one of --row, --column, --mask can be wanted");
         settings.declare(command);
         return [options] {
             options->settings.verify();

@@ -1,6 +1,8 @@
 // ko info: what a file holds.
 #include "cli/arguments.h"
 #include "cli/failure.h"
+#include "cli/reports.h"
+#include "cli/settings.h"
 #include "commands/commands.h"
 #include "io/bayer.h"
 #include "io/image_file.h"
@@ -38,40 +40,59 @@ void printMachine()
               << " processors, second-level cache of " << L2CacheSize() / 1024 << " KiB\n";
 }
 
-int run(const std::vector<std::string>& files, bool withMachine)
+QJsonObject toJson(const std::string& file)
 {
-    if (files.empty() && !withMachine)
+    const FileInfo info = readInfo(file);
+    const SxImageInfo& format = info.format;
+    const bool isMosaic = format.bayerGrid != BayerNone;
+    return {
+        {"file", QString::fromStdString(file)},
+        {"width", format.width},
+        {"height", format.height},
+        {"channels", format.channels},
+        {"type", typeName(format.dataType)},
+        {"bits", format.bitsPerSample},
+        {"mosaic", isMosaic ? QJsonValue(QString::fromStdString(gridName(format.bayerGrid))) : QJsonValue()},
+        {"kind", QString::fromStdString(info.kind)}};
+}
+
+struct Options {
+    std::vector<std::string> files;
+    bool withMachine = false;
+    bool asJson = false;
+    Settings settings;
+};
+
+int run(const Options& options)
+{
+    options.settings.verify();
+    if (options.files.empty() && !options.withMachine)
         throw UsageError("a file or --machine is wanted");
-    if (withMachine)
+    if (options.withMachine)
         printMachine();
-    int code = ExitOk;
-    for (const std::string& file : files) {
-        try {
-            print(file);
-        } catch (const std::exception& error) {
-            report(error.what());
-            code = ExitFailed;
-        }
-    }
+    if (!options.asJson)
+        return forEachFile(options.files, print);
+    JsonReports reports;
+    const int code = forEachFile(options.files, [&](const std::string& file) { reports.add(toJson(file)); });
+    reports.print(options.files.size());
     return code;
 }
 
 }  // namespace
 
-const Command infoCommand{"Files", "info", "Size, channels, sample type, depth and mosaic pattern of files",
-                          [](CLI::App& command) -> Command::Action {
-                              struct Options {
-                                  std::vector<std::string> files;
-                                  bool withMachine = false;
-                                  Settings settings;
-                              };
-                              auto options = std::make_shared<Options>();
-                              declareArgument(command, "file", options->files, Need::Optional,
-                                              "pictures or camera raws");
-                              options->settings.flag("machine", options->withMachine,
-                                                     "version, processors and cache, for reports of faults");
-                              options->settings.declare(command);
-                              return [options] { return run(options->files, options->withMachine); };
-                          }};
+const Command infoCommand{
+    "Files", "info", "Size, channels, sample type, depth and mosaic pattern of files",
+    [](CLI::App& command) -> Command::Action {
+        auto options = std::make_shared<Options>();
+        declareArgument(command, "file", options->files, Need::Optional, "pictures or camera raws");
+        Settings& settings = options->settings;
+        settings.flag("machine", options->withMachine,
+                      "version, processors and cache, for reports of faults");
+        settings.flag("json", options->asJson, "JSON instead of a line, a list for several files");
+        settings.rule([o = options.get()] { return !o->withMachine || !o->asJson; },
+                      "--machine goes without --json");
+        settings.declare(command);
+        return [options] { return run(*options); };
+    }};
 
 }  // namespace ko::tool

@@ -127,14 +127,15 @@ void addCounting(Settings& settings, Counting& counting)
     const Counting* const c = &counting;
     settings.rule(
         [c] { return c->row.has_value() + c->column.has_value() + !c->selection.region.isNull() <= 1; },
-        "only one of roi, row, column can be wanted");
-    settings.rule([c] { return !c->withGray || !(c->row || c->column); }, "gray goes without row and column");
+        "only one of --roi, --row, --column can be wanted");
+    settings.rule([c] { return !c->withGray || !(c->row || c->column); },
+                  "--gray goes without --row and --column");
 }
 
-Histograms countFile(const Counting& counting)
-try {
-    const Image picture = readImage(counting.file);
-    Histograms result{counting.file, picture->bitsPerSample, count(picture, counting)};
+Histograms countFile(const std::string& file, const Counting& counting)
+{
+    const Image picture = readImage(file);
+    Histograms result{file, picture->bitsPerSample, count(picture, counting)};
     if (counting.channel) {
         if (*counting.channel >= static_cast<int>(result.curves.size()))
             throw std::runtime_error("has no channel " + std::to_string(*counting.channel) +
@@ -142,10 +143,6 @@ try {
         result.curves = {result.curves[static_cast<std::size_t>(*counting.channel)]};
     }
     return result;
-} catch (const Failure&) {
-    throw;
-} catch (const std::runtime_error& error) {
-    throw Failure(counting.file, error.what());
 }
 
 }  // namespace ko::tool

@@ -7,7 +7,6 @@ namespace ko::tool {
 
 /// What is counted.
 struct Counting {
-    std::string file;
     Selection selection;
     std::optional<int> channel;  ///< none: all
     std::optional<int> row, column;
@@ -28,10 +27,10 @@ struct Histograms {
     int levels() const { return 1 << bits; }
 };
 
-/// Declares the settings, the file apart.
+/// Declares the settings.
 void addCounting(Settings& settings, Counting& counting);
 
-/// Reads the file and counts its levels. Throws `Failure`.
-Histograms countFile(const Counting& counting);
+/// Reads a file and counts its levels.
+Histograms countFile(const std::string& file, const Counting& counting);
 
 }  // namespace ko::tool

@@ -64,7 +64,7 @@ const Operation logicOperation{
             [o = options.get()] {
                 return !o->andFile.empty() + !o->orFile.empty() + !o->xorFile.empty() == 1;
             },
-            "one of and, or, xor is wanted");
+            "one of --and, --or, --xor is wanted");
         return [options]() -> Filter {
             const Term term = termOf(*options);
             auto other = std::make_shared<const Image>(readImage(term.file));

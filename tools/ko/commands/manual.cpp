@@ -1,10 +1,14 @@
 // ko manual: the manual page, made of the help.
 #include "cli/command_line.h"
+#include "cli/recipe.h"
 #include "commands/commands.h"
 
 #include <CLI/CLI.hpp>
 
+#include <initializer_list>
 #include <iostream>
+#include <sstream>
+#include <utility>
 
 namespace ko::tool {
 namespace {
@@ -48,6 +52,59 @@ void printCommand(const CommandText& command)
             printOption(option);
 }
 
+/// Paragraphs with a heading each.
+void printItems(std::initializer_list<std::pair<const char*, const char*>> items)
+{
+    for (const auto& [heading, text] : items)
+        std::cout << ".TP\n.B " << plain(heading) << '\n' << plain(text) << '\n';
+}
+
+/// Lines that stay as they are.
+void printLines(const std::string& lines)
+{
+    std::cout << ".PP\n.nf\n.RS\n";
+    std::istringstream text(lines);
+    for (std::string line; std::getline(text, line);)
+        std::cout << plain(line) << '\n';
+    std::cout << ".RE\n.fi\n";
+}
+
+void printRecipes()
+{
+    std::cout << ".SH RECIPES\n"
+                 "The recipe of\n.B ko run\nis a JSON file with a list of operations,\n"
+                 "which are applied to every picture one after the other:\n";
+    printLines(recipeExample);
+    printItems({
+        {"operations", "required: a list of objects, which may be empty"},
+        {"operations[].op", "required: a command that turns a picture into a picture, unpack apart"},
+        {"operations[].NAME",
+         "the option --NAME of that command: true or false for one without a value, a number, a word as a "
+         "string, several numbers as a list. Names of files are relative to the recipe."},
+        {"output.format", "ending of the results' names and with it their file format, tif if not given"},
+    });
+}
+
+void printExamples()
+{
+    std::cout << ".SH EXAMPLES\n"
+                 "What a file holds, and the figures of its channels:\n";
+    printLines("ko info frame.dng\nko stats frame.dng");
+    std::cout << ".PP\nColour pictures of all raws, as JPEG files of high quality:\n";
+    printLines("ko demosaic *.dng -o 'pictures/{}.jpg' --quality 95");
+    std::cout << ".PP\nA recipe on many files, continued where it was interrupted:\n";
+    printLines("ko run recipe.json frames/*.tif -o results --resume --report report.json");
+}
+
+void printFiles()
+{
+    std::cout << ".SH FILES\n"
+                 "The image description of a written file says how many bits of its samples count and which\n"
+                 "pattern a mosaic has: \n.BR \"koimproc bits=12 grid=RGGB\" .\n"
+                 "Such samples stand in the high bits of their container.\n";
+    printItems({{KO_DOCUMENTS "/tool.md", "more on files, statistics, series, streams and recipes"}});
+}
+
 void printPage(const CLI::App& app)
 {
     std::cout << ".TH KO 1 \"\" \"koimproc " KO_VERSION "\" \"User Commands\"\n"
@@ -66,10 +123,16 @@ void printPage(const CLI::App& app)
         room = command.room;
         printCommand(command);
     }
-    std::cout << ".SH \"EXIT STATUS\"\n"
-              << ".TP\n0\nall done\n"
-              << ".TP\n1\nat least one file could not be worked on\n"
-              << ".TP\n2\nthe command line makes no sense; nothing was done\n";
+    printRecipes();
+    printExamples();
+    printFiles();
+    std::cout
+        << ".SH \"EXIT STATUS\"\n"
+        << ".TP\n0\nall done\n"
+        << ".TP\n1\nat least one file could not be worked on\n"
+        << ".TP\n2\nthe command line makes no sense; nothing was done\n"
+        << ".SH \"SEE ALSO\"\n.BR jq (1)\nfor the JSON of\n.BR \"ko info\" ,\n.B ko stats\nand reports,\n"
+        << ".BR vips (1),\n.BR xargs (1)\n";
 }
 
 }  // namespace

@@ -3,6 +3,9 @@
 #include "commands/operations.h"
 #include "io/levels.h"
 #include "io/parts.h"
+#include "io/resample.h"
+
+#include <omp.h>
 
 #include <algorithm>
 #include <cmath>
@@ -12,7 +15,10 @@
 namespace ko::tool {
 namespace {
 
+enum Method { Lanczos, Cubic, Triangle, Box, Exact };
+
 struct Options {
+    Method method = Lanczos;
     std::optional<int> width;
     std::optional<int> height;
     std::optional<double> scale;
@@ -26,10 +32,19 @@ int sizeOf(double size)
     return std::max(1, static_cast<int>(std::lround(size)));
 }
 
+/// As OpenImageIO calls them.
+const char* nameOf(Method method)
+{
+    constexpr const char* names[] = {"lanczos3", "mitchell", "triangle", "box"};
+    return names[method];
+}
+
 Image resize(const Image& picture, const Options& options, Frame& frame)
 {
-    if (!hasLevels(*picture))
-        throw std::runtime_error("its samples are not unsigned of 8 or 16 bits");
+    if (!hasLevels(*picture) && (options.method == Exact || picture->dataType != Float32))
+        throw std::runtime_error(options.method == Exact
+                                     ? "its samples are not unsigned of 8 or 16 bits"
+                                     : "its samples are neither unsigned of 8 or 16 bits nor floats of 32");
     if (picture->bayerGrid != BayerNone)
         throw std::runtime_error("a mosaic would lose its pattern, demosaic it first");
     // What is not given follows from what is.
@@ -39,7 +54,12 @@ Image resize(const Image& picture, const Options& options, Frame& frame)
     const int width = options.width ? *options.width : sizeOf(picture->width * scale);
     const int height = options.height ? *options.height : sizeOf(picture->height * scale);
     Image result(resized(*picture, width, height, picture->channels));
-    timed(frame, [&] { require(Stretch(*picture, *result, InterpolationLinear), "Stretch"); });
+    timed(frame, [&] {
+        if (options.method == Exact)
+            require(Stretch(*picture, *result, InterpolationLinear), "Stretch");
+        else
+            resample(picture, result, nameOf(options.method), omp_get_max_threads());
+    });
     return result;
 }
 
@@ -52,8 +72,16 @@ const Operation resizeOperation{
         settings.whole("width", options->width, pixels, "pixels; in proportion to the height if not given");
         settings.whole("height", options->height, pixels, "pixels; in proportion to the width if not given");
         settings.number("scale", options->scale, {1e-4, 1e4}, "times the size, instead of both");
+        settings.choice("filter", options->method,
+                        {{"lanczos", Lanczos},
+                         {"cubic", Cubic},
+                         {"triangle", Triangle},
+                         {"box", Box},
+                         {"stretch", Exact}},
+                        "lanczos if not given; stretch is the operation of the library, faster, but it moves "
+                        "and darkens pictures a little");
         settings.rule([o = options.get()] { return o->scale.has_value() != (o->width || o->height); },
-                      "either width or height or both, or scale is wanted");
+                      "either --width or --height or both, or --scale is wanted");
         return [options]() -> Filter {
             return [options](const Image& picture, Frame& frame) { return resize(picture, *options, frame); };
         };

@@ -1,6 +1,7 @@
 // ko run: a list of operations on many files.
 #include "cli/arguments.h"
 #include "cli/failure.h"
+#include "cli/interruption.h"
 #include "cli/parallel_batch.h"
 #include "cli/recipe.h"
 #include "commands/commands.h"
@@ -48,7 +49,7 @@ bool isFinished(const Job& job, const std::string& recipe)
 
 const char* nameOf(Outcome::Status status)
 {
-    constexpr const char* names[] = {"done", "skipped", "failed"};
+    constexpr const char* names[] = {"done", "skipped", "failed", "interrupted"};
     return names[static_cast<std::size_t>(status)];
 }
 
@@ -67,7 +68,8 @@ void writeReport(const Options& options, const std::vector<Job>& jobs, const std
                                  {"message", QString::fromStdString(outcomes[i].message)},
                                  {"milliseconds", std::round(outcomes[i].elapsed.count() * 1e3)}});
     QJsonObject all{{"recipe", QString::fromStdString(options.recipe)}, {"files", files}};
-    for (const Outcome::Status status : {Outcome::Done, Outcome::Skipped, Outcome::Failed})
+    for (const Outcome::Status status :
+         {Outcome::Done, Outcome::Skipped, Outcome::Failed, Outcome::Interrupted})
         all.insert(nameOf(status), static_cast<qint64>(count(outcomes, status)));
     replaceFile(options.report, QJsonDocument(all).toJson().toStdString());
 }
@@ -77,26 +79,35 @@ void summarise(const std::vector<Outcome>& outcomes, double seconds)
     const std::int64_t done = count(outcomes, Outcome::Done);
     std::cout << done << " of " << outcomes.size() << (outcomes.size() == 1 ? " picture, " : " pictures, ")
               << count(outcomes, Outcome::Skipped) << " skipped, " << count(outcomes, Outcome::Failed)
-              << " failed, in " << std::fixed << std::setprecision(3) << seconds << " s\n";
+              << " failed, ";
+    if (const std::int64_t left = count(outcomes, Outcome::Interrupted))
+        std::cout << left << " not begun, ";
+    std::cout << "in " << std::fixed << std::setprecision(3) << seconds << " s\n";
 }
 
 int run(const Options& options)
 {
     const auto start = std::chrono::steady_clock::now();
     options.settings.verify();
+    const Interruption interruption;
     const Recipe recipe(options.recipe);
     const std::vector<Job> jobs = planJobs(intoDirectory(options.files), recipe.ending());
     const Filter filter = recipe.prepare();
-    const std::vector<Outcome> outcomes = runParallel(jobs, options.workers, [&](const Job& job) {
+    const auto work = [&](const Job& job) {
         if (options.resumes && isFinished(job, options.recipe))
             return Outcome::Skipped;
         Frame frame;
-        writeImage(filter(readImage(job.input), frame), job.output);
+        writeImage(filter(readImage(job.input), frame), job.output, options.files.quality);
         return Outcome::Done;
-    });
+    };
+    const std::vector<Outcome> outcomes =
+        runParallel(jobs, options.workers, options.files.verbosity, interruption.token(), work);
     if (!options.report.empty())
         writeReport(options, jobs, outcomes);
-    summarise(outcomes, std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
+    if (options.files.verbosity != Verbosity::Quiet)
+        summarise(outcomes, std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
+    if (interruption.signal() != 0)
+        endBySignal(interruption.signal());
     return count(outcomes, Outcome::Failed) == 0 ? ExitOk : ExitFailed;
 }
 
@@ -116,6 +127,7 @@ const Command runCommand{
         settings.flag("resume", options->resumes, "leave out inputs whose results are there and not older");
         settings.file("report", options->report, "what became of every file (JSON)");
         settings.declare(command);
+        addHelp(command, std::string("A recipe (ko(1) has all that may stand in one):\n\n") + recipeExample);
         return [options] { return run(*options); };
     }};
 

@@ -75,7 +75,7 @@ void expose(const Image& photo, double white, const Options& options, Image& mos
 
 Image simulate(const Image& photo, const Options& options)
 {
-    if (photo->channels < 3)
+    if (photo->channels < 3 || photo->channels > 4)
         throw Failure(options.photo, "not a colour photograph");
     if (photo->width < 2 || photo->height < 2)
         throw Failure(options.photo, "smaller than one 2 x 2 cell");

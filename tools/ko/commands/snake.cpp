@@ -152,6 +152,8 @@ int run(const Options& options)
     const Image picture = readImage(options.picture);
     try {
         requireMonoUnsigned(*picture);
+        if (picture->width < 3 || picture->height < 3)
+            throw std::runtime_error("smaller than 3 x 3 pixels");
     } catch (const std::runtime_error& error) {
         throw Failure(options.picture, error.what());
     }

@@ -1,6 +1,8 @@
 // ko stats: figures of every channel.
 #include "cli/arguments.h"
 #include "cli/failure.h"
+#include "cli/reports.h"
+#include "cli/table.h"
 #include "commands/channels.h"
 #include "commands/commands.h"
 #include "commands/spread.h"
@@ -9,10 +11,10 @@
 #include "io/masks.h"
 
 #include <QJsonArray>
-#include <QJsonDocument>
 #include <QJsonObject>
 #include <QVariant>
 
+#include <charconv>
 #include <iomanip>
 #include <iostream>
 #include <memory>
@@ -22,7 +24,7 @@ namespace ko::tool {
 namespace {
 
 struct Options {
-    std::string file;
+    std::vector<std::string> files;
     Selection selection;
     bool asJson = false;
     std::optional<double> renyiOrder;
@@ -40,6 +42,15 @@ struct Figures {
     std::optional<double> entropy;
     std::optional<double> renyi;  ///< where wanted
     std::optional<unsigned> otsu;
+};
+
+/// All that is told of a file.
+struct Measured {
+    std::string file;
+    int bits;
+    std::vector<Figures> figures;
+    std::vector<TileMeans> tiles;  ///< of every channel, where wanted
+    std::vector<CellExtremes> cells;
 };
 
 Figures measure(const Channel& channel, const Options& options)
@@ -110,37 +121,55 @@ QJsonArray toJson(const TileMeans& tiles)
     return rows;
 }
 
-// -------------------------------------------------------------------------------------------- tables
-
-void printFigure(const std::optional<double>& figure)
+QJsonObject toJson(const Measured& measured, const Options& options)
 {
-    std::cout << std::setw(13);
-    if (figure)
-        std::cout << *figure + 0.0;  // no minus before zero
-    else
-        std::cout << '-';
+    QJsonArray channels;
+    for (std::size_t i = 0; i < measured.figures.size(); ++i) {
+        QJsonObject channel = toJson(measured.figures[i], options);
+        if (!measured.tiles.empty())
+            channel.insert("tiles", toJson(measured.tiles[i]));
+        channels.append(channel);
+    }
+    QJsonObject object{
+        {"file", QString::fromStdString(measured.file)}, {"bits", measured.bits}, {"channels", channels}};
+    if (!measured.cells.empty())
+        object.insert("cells", toJson(measured.cells));
+    return object;
 }
 
-void printTable(const Options& options, int bits, const std::vector<Figures>& all)
+// -------------------------------------------------------------------------------------------- tables
+
+/// As few digits as tell the sample from its neighbours.
+std::string sampleText(const QVariant& sample, int bits)
 {
-    std::cout << options.file << ": " << bits << " bits\n"
-              << std::left << std::setw(12) << "channel" << std::right;
-    for (const char* title : {"min", "max", "mean", "deviation", "entropy", "Otsu"})
-        std::cout << std::setw(13) << title;
+    if (sample.userType() != QMetaType::Double && sample.userType() != QMetaType::Float)
+        return sample.toString().toStdString();
+    char text[32];
+    const auto [end, error] = bits == 32 ? std::to_chars(std::begin(text), std::end(text), sample.toFloat())
+                                         : std::to_chars(std::begin(text), std::end(text), sample.toDouble());
+    return {text, end};
+}
+
+void printTable(const Options& options, const Measured& measured)
+{
+    std::vector<std::string> titles{"channel", "min", "max", "mean", "deviation", "entropy", "Otsu"};
     if (options.renyiOrder)
-        std::cout << std::setw(13) << "Renyi";
-    std::cout << '\n' << std::fixed << std::setprecision(3);
-    for (const Figures& figures : all) {
-        std::cout << std::left << std::setw(12) << figures.name << std::right << std::setw(13)
-                  << figures.minimum.toString().toStdString() << std::setw(13)
-                  << figures.maximum.toString().toStdString() << std::setw(13) << figures.mean
-                  << std::setw(13) << figures.deviation;
-        printFigure(figures.entropy);
-        std::cout << std::setw(13) << (figures.otsu ? std::to_string(*figures.otsu) : "-");
+        titles.emplace_back("Renyi");
+    Table table(titles);
+    const auto figure = [](const std::optional<double>& number) { return number ? shown(*number) : "-"; };
+    for (const Figures& figures : measured.figures) {
+        std::vector<std::string> row{figures.name,
+                                     sampleText(figures.minimum, measured.bits),
+                                     sampleText(figures.maximum, measured.bits),
+                                     shown(figures.mean),
+                                     shown(figures.deviation),
+                                     figure(figures.entropy),
+                                     figures.otsu ? std::to_string(*figures.otsu) : "-"};
         if (options.renyiOrder)
-            printFigure(figures.renyi);
-        std::cout << '\n';
+            row.push_back(figure(figures.renyi));
+        table.add(row);
     }
+    std::cout << measured.file << ": " << measured.bits << " bits\n" << table.text();
 }
 
 void printCells(const std::vector<CellExtremes>& cells)
@@ -159,54 +188,50 @@ void printTiles(const std::string& channel, const TileMeans& tiles)
     std::cout << "mean of tiles, " << channel << '\n';
     for (int row = 0; row < tiles.rows; ++row) {
         for (int column = 0; column < tiles.columns; ++column)
-            std::cout << std::setw(column == 0 ? 12 : 13) << tiles.at(column, row);
+            std::cout << std::setw(column == 0 ? 12 : 13) << ' ' + shown(tiles.at(column, row));
         std::cout << '\n';
     }
 }
 
-int run(const Options& options)
-try {
-    options.settings.verify();
-    const Image picture = readImage(options.file);
-    const std::vector<Channel> channels = selectChannels(picture, options.selection);
-    std::vector<Figures> all;
-    std::vector<TileMeans> tiles;
-    for (const Channel& channel : channels) {
-        all.push_back(measure(channel, options));
+void print(const Options& options, const Measured& measured)
+{
+    printTable(options, measured);
+    for (std::size_t i = 0; i < measured.tiles.size(); ++i)
+        printTiles(measured.figures[i].name, measured.tiles[i]);
+    printCells(measured.cells);
+}
+
+// --------------------------------------------------------------------------------------------------
+
+Measured measureFile(const std::string& file, const Options& options)
+{
+    const Image picture = readImage(file);
+    Measured measured{file, picture->bitsPerSample, {}, {}, {}};
+    for (const Channel& channel : selectChannels(picture, options.selection)) {
+        measured.figures.push_back(measure(channel, options));
         if (!options.tiles.isNull())
-            tiles.push_back(meansOfTiles(channel.samples, options.tiles.x(), options.tiles.y()));
+            measured.tiles.push_back(meansOfTiles(channel.samples, options.tiles.x(), options.tiles.y()));
     }
-    std::vector<CellExtremes> cells;
     if (!options.cell.isNull())
-        cells = extremesOfCells(picture, selectedRegion(*picture, options.selection), options.cell.x(),
-                                options.cell.y());
-    if (options.asJson) {
-        QJsonArray array;
-        for (std::size_t i = 0; i < all.size(); ++i) {
-            QJsonObject channel = toJson(all[i], options);
-            if (!tiles.empty())
-                channel.insert("tiles", toJson(tiles[i]));
-            array.append(channel);
-        }
-        QJsonObject object{{"file", QString::fromStdString(options.file)},
-                           {"bits", picture->bitsPerSample},
-                           {"channels", array}};
-        if (!cells.empty())
-            object.insert("cells", toJson(cells));
-        std::cout << QJsonDocument(object).toJson().constData();
-        return ExitOk;
-    }
-    printTable(options, picture->bitsPerSample, all);
-    for (std::size_t i = 0; i < tiles.size(); ++i)
-        printTiles(all[i].name, tiles[i]);
-    printCells(cells);
-    return ExitOk;
-} catch (const Failure&) {
-    throw;
-} catch (const UsageError&) {
-    throw;
-} catch (const std::runtime_error& error) {
-    throw Failure(options.file, error.what());
+        measured.cells = extremesOfCells(picture, selectedRegion(*picture, options.selection),
+                                         options.cell.x(), options.cell.y());
+    return measured;
+}
+
+int run(const Options& options)
+{
+    options.settings.verify();
+    JsonReports reports;
+    const int code = forEachFile(options.files, [&](const std::string& file) {
+        const Measured measured = measureFile(file, options);
+        if (options.asJson)
+            reports.add(toJson(measured, options));
+        else
+            print(options, measured);
+    });
+    if (options.asJson)
+        reports.print(options.files.size());
+    return code;
 }
 
 }  // namespace
@@ -215,7 +240,7 @@ const Command statsCommand{
     "Statistics", "stats", "Extremes, mean, deviation, entropy in bits and Otsu threshold of every channel",
     [](CLI::App& command) -> Command::Action {
         auto options = std::make_shared<Options>();
-        declareArgument(command, "file", options->file, Need::Required, "picture or camera raw");
+        declareArgument(command, "file", options->files, Need::Required, "pictures or camera raws");
         Settings& settings = options->settings;
         addSelection(settings, options->selection);
         settings.number("renyi", options->renyiOrder, positiveNumbers,
@@ -223,15 +248,15 @@ const Command statsCommand{
         settings.point("cell", options->cell,
                        "extremes of every position in cells of so many columns and rows, and where they are");
         settings.point("tiles", options->tiles, "means of so many tiles across and down");
-        settings.flag("json", options->asJson, "JSON instead of a table");
+        settings.flag("json", options->asJson, "JSON instead of a table, a list for several files");
         const Options* const o = options.get();
-        settings.rule([o] { return o->renyiOrder != 1.0; }, "renyi: of order 1 is the entropy itself");
+        settings.rule([o] { return o->renyiOrder != 1.0; }, "--renyi: of order 1 is the entropy itself");
         settings.rule([o] { return o->cell.isNull() || (o->cell.x() > 0 && o->cell.y() > 0); },
-                      "cell: both numbers must be above 0");
+                      "--cell: both numbers must be above 0");
         settings.rule([o] { return o->tiles.isNull() || (o->tiles.x() > 0 && o->tiles.y() > 0); },
-                      "tiles: both numbers must be above 0");
+                      "--tiles: both numbers must be above 0");
         settings.rule([o] { return o->selection.mask.empty() || (o->cell.isNull() && o->tiles.isNull()); },
-                      "mask goes neither with cell nor with tiles");
+                      "--mask goes neither with --cell nor with --tiles");
         settings.declare(command);
         return [options] { return run(*options); };
     }};

@@ -67,7 +67,7 @@ public:
     Stream(const Options& options, const std::vector<Job>& jobs)
         : m_options(options),
           m_jobs(jobs),
-          m_bar(jobs.size()),
+          m_bar(jobs.size(), options.files.verbosity),
           m_convertor([this](int number) { fail(jobOf(number).input + ": cannot be converted"); }),
           m_sink([this](CxImageData& frame) { write(frame); })
     {
@@ -90,11 +90,13 @@ public:
         StopPipe(m_source);
         m_bar.wipe();
         const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
-        summarise(m_jobs.size(), m_writing.frames, m_writing.sum, elapsed.count());
-        describe("read", m_reading);
-        describe("convert", m_convertor.effort(),
-                 m_source.statistics().dropped + m_convertor.statistics().dropped);
-        describe("write", m_writing, m_sink.statistics().dropped);
+        if (m_options.files.verbosity != Verbosity::Quiet) {
+            summarise(m_jobs.size(), m_writing.frames, m_writing.sum, elapsed.count());
+            describe("read", m_reading);
+            describe("convert", m_convertor.effort(),
+                     m_source.statistics().dropped + m_convertor.statistics().dropped);
+            describe("write", m_writing, m_sink.statistics().dropped);
+        }
         return m_failed == 0 ? ExitOk : ExitFailed;
     }
 
@@ -125,14 +127,19 @@ private:
         const Job& job = jobOf(frame.frameNo());
         const Image colour = Image::owning(std::exchange(frame.image(), {}));
         Frame& sum = m_writing.sum;
-        const std::string trouble =
-            troubleWith(job.input, [&] { timed(sum, [&] { writeImage(colour, job.output); }); });
+        const auto spentBefore = sum.spent;
+        const std::string trouble = troubleWith(
+            job.input, [&] { timed(sum, [&] { writeImage(colour, job.output, m_options.files.quality); }); });
         if (!trouble.empty())
             return fail(trouble);
         ++m_writing.frames;
         sum.pixels += pixelCount(*colour);
         // Frames come in order: those before this one have been written, dropped, or have failed.
         const std::lock_guard lock(m_mutex);
+        if (m_options.files.verbosity == Verbosity::Verbose) {
+            m_bar.wipe();
+            tellOf(job, "written", sum.spent - spentBefore);
+        }
         m_bar.show(static_cast<std::size_t>(frame.frameNo()) + 1);
     }
 

@@ -154,8 +154,8 @@ const Operation stretchLevelsOperation{
                 return o->low.has_value() == o->high.has_value() &&
                        o->low.has_value() != o->percent.has_value();
             },
-            "either low and high or auto is wanted");
-        settings.rule([o] { return !o->low || *o->low < *o->high; }, "low must be below high");
+            "either --low and --high or --auto is wanted");
+        settings.rule([o] { return !o->low || *o->low < *o->high; }, "--low must be below --high");
         return [options]() -> Filter {
             return [options, mask = readMask(options->mask)](const Image& picture, Frame& frame) {
                 return stretch(picture, *options, mask.get(), frame);

@@ -115,10 +115,11 @@ const Operation thresholdOperation{
         settings.file("mask", options->mask,
                       "picture of one channel and the same size; black where it is zero");
         const Options* const o = options.get();
-        settings.rule([o] { return o->isOtsu != o->above.has_value(); }, "either above or otsu is wanted");
+        settings.rule([o] { return o->isOtsu != o->above.has_value(); },
+                      "either --above or --otsu is wanted");
         settings.rule([o] { return !o->marks || (!o->keepsBright && !o->low); },
-                      "marks goes neither with keep nor with low");
-        settings.rule([o] { return !o->keepsBright || !o->high; }, "high has no meaning beside keep");
+                      "--marks goes neither with --keep nor with --low");
+        settings.rule([o] { return !o->keepsBright || !o->high; }, "--high has no meaning beside --keep");
         return [options]() -> Filter {
             return [options, mask = readMask(options->mask)](const Image& picture, Frame& frame) {
                 return threshold(picture, *options, mask.get(), frame);

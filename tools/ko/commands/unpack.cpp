@@ -13,11 +13,12 @@ const Command unpackCommand{"Files", "unpack",
                                 auto files = std::make_shared<FileSeries>();
                                 addSeriesOptions(command, *files);
                                 return [files] {
-                                    return runBatch(planJobs(*files, ".tif"), [](const Job& job) {
+                                    const auto copy = [files](const Job& job) {
                                         const Image image = readImage(job.input);
-                                        writeImage(image, job.output);
+                                        writeImage(image, job.output, files->quality);
                                         return Frame{pixelCount(*image), {}};
-                                    });
+                                    };
+                                    return runBatch(planJobs(*files, ".tif"), files->verbosity, copy);
                                 };
                             }};
 

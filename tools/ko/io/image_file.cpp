@@ -132,7 +132,7 @@ Image readImage(const std::string& file)
     return image;
 }
 
-void writeImage(const Image& image, const std::string& file)
+void writeImage(const Image& image, const std::string& file, std::optional<int> quality)
 {
     if (isFitsName(file))
         return writeFits(image, file);
@@ -155,6 +155,8 @@ void writeImage(const Image& image, const std::string& file)
     if (format == "tiff")
         spec.attribute("compression", "none");
     spec.attribute("png:compressionLevel", 1);
+    if (quality)
+        spec.attribute("CompressionQuality", *quality);
     if (format == "openexr" && image->dataType == UInt16)
         spec.set_format(TypeDesc::FLOAT);  // it would take halves, which are too short for 16 bits
 

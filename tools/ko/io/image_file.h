@@ -8,6 +8,7 @@
 
 #include "io/image.h"
 
+#include <optional>
 #include <string>
 
 namespace ko::tool {
@@ -25,10 +26,10 @@ FileInfo readInfo(const std::string& file);
 /// its mosaic pattern. Camera raws come as `readRaw` gives them. Throws `Failure`.
 Image readImage(const std::string& file);
 
-/// Writes a mono or interleaved image in the format of the file's ending. The file appears complete or not at
-/// all. Formats of 8 bits get the high bits of 16-bit samples, formats that know no 16-bit integers get them
-/// as floating-point numbers in 0...1; anything else that the format cannot hold is refused. Throws
-/// `Failure`.
-void writeImage(const Image& image, const std::string& file);
+/// Writes a mono or interleaved image in the format of the file's ending, JPEG and WebP in a
+/// quality of 1 to 100. The file appears complete or not at all. Formats of 8 bits get the high bits of
+/// 16-bit samples, formats that know no 16-bit integers get them as floating-point numbers in 0...1; anything
+/// else that the format cannot hold is refused. Throws `Failure`.
+void writeImage(const Image& image, const std::string& file, std::optional<int> quality = {});
 
 }  // namespace ko::tool

@@ -25,7 +25,7 @@ SxImageBuf mosaicOf(const Image& picture, const MosaicOptions& options)
     if (options.grid != BayerNone)
         mosaic.bayerGrid = options.grid;
     if (mosaic.bayerGrid == BayerNone)
-        throw std::runtime_error("the file names no mosaic pattern; say it with grid");
+        throw std::runtime_error("the file names no mosaic pattern; say it with --grid");
     if (options.bits > 8 * bytesPerSample(mosaic.dataType))
         throw std::runtime_error("its samples have fewer than " + std::to_string(options.bits) + " bits");
     if (options.bits != 0)

@@ -1,0 +1,39 @@
+// Signals that ask a long series to end.
+#pragma once
+
+#include <atomic>
+#include <csignal>
+#include <stop_token>
+#include <thread>
+
+namespace ko::tool {
+
+/// While one lives, the first SIGHUP, SIGINT or SIGTERM requests a stop instead of ending the program; the
+/// second one ends it. Signals that the program was started to ignore stay ignored. Threads must be started
+/// after it, so that none of them receives the signals.
+class Interruption {
+public:
+    Interruption();
+    ~Interruption();
+    Interruption(const Interruption&) = delete;
+    Interruption& operator=(const Interruption&) = delete;
+
+    std::stop_token token() const { return m_stop.get_token(); }
+
+    /// The signal that requested the stop; 0 where none did.
+    int signal() const { return m_signal; }
+
+private:
+    void watch(const std::stop_token& end);
+
+    sigset_t m_signals;
+    sigset_t m_maskBefore;
+    std::stop_source m_stop;
+    std::atomic<int> m_signal = 0;
+    std::jthread m_watcher;
+};
+
+/// Ends the program as the signal would have done, so that a shell's loop ends too.
+[[noreturn]] void endBySignal(int signal);
+
+}  // namespace ko::tool
