@@ -208,21 +208,14 @@ void printMeans(const std::vector<std::string>& paths)
             }
 }
 
-/// Rows with padding behind them: rows of a power of two bytes would get into each other's way in the cache.
-cv::Mat padded(int size, int type)
-{
-    return cv::Mat(size, size + 64, type).colRange(0, size);
-}
-
 void printTimes()
 {
-    constexpr int size = 2048;
     printHead("processor milliseconds, 2048 x 2048");
     for (const int bits : {8, 12}) {
-        cv::Mat random = padded(size, bits == 8 ? CV_8U : CV_16U);
+        cv::Mat random(2048, 2048, bits == 8 ? CV_8U : CV_16U);
         cv::randu(random, 0, 1 << bits);
         const Mosaic mosaic{random, bits, ko::BayerRGGB};
-        cv::Mat picture = padded(size, CV_MAKETYPE(random.depth(), 3));
+        cv::Mat picture(random.size(), CV_MAKETYPE(random.depth(), 3));
         PerMethod times{};
         for (std::size_t m = 0; m < methodCount; ++m)
             if (bits == 8 || methods[m].hasWords)
