@@ -40,8 +40,8 @@ void stretch(ByteReader& in, Outcome& out)
         return;
     Twin expected(dst);
     Twin source(src);
-    dispatch(Unsigned{}, layout.type, {},
-             [&]<class T>(std::type_identity<T>) { oracle::stretch<T>(source, expected.buf()); });
+    (void)dispatch(Unsigned{}, layout.type, {},
+                   [&]<class T>(std::type_identity<T>) { oracle::stretch<T>(source, expected.buf()); });
     expected.requireEqual(dst);
 }
 
@@ -55,8 +55,8 @@ void sobel(ByteReader& in, Outcome& out)
     if (rc != ResultOk || !out.isJudged() || !areSound(src, dst))
         return;
     Twin expected(dst);
-    dispatch(Unsigned{}, layout.type, {},
-             [&]<class T>(std::type_identity<T>) { oracle::sobel<T>(Twin(src), expected); });
+    (void)dispatch(Unsigned{}, layout.type, {},
+                   [&]<class T>(std::type_identity<T>) { oracle::sobel<T>(Twin(src), expected); });
     expected.requireEqual(dst);
 }
 

@@ -79,8 +79,8 @@ void copy(ByteReader& in, Outcome& out)
         ThresholdBinary(src, dst, levels.thresholdData(), levels.lowData(), levels.highData());
     addCall(out, rc, dst, src);
     if (rc == ResultOk && out.isJudged() && areSound(src, dst))
-        dispatch(ByType{}, layout.type, {},
-                 [&]<class T>(std::type_identity<T>) { compareBinary<T>(src, dst, levels); });
+        (void)dispatch(ByType{}, layout.type, {},
+                       [&]<class T>(std::type_identity<T>) { compareBinary<T>(src, dst, levels); });
 }
 
 void copyOntoItself(ByteReader& in, Outcome& out)
@@ -91,8 +91,8 @@ void copyOntoItself(ByteReader& in, Outcome& out)
         ThresholdBinary(image, image, levels.thresholdData(), levels.lowData(), levels.highData());
     addCall(out, rc, image);
     if (rc == ResultOk && out.isJudged() && image.isSound())
-        dispatch(ByType{}, image.layout().type, {},
-                 [&]<class T>(std::type_identity<T>) { compareBinary<T>(image, image, levels); });
+        (void)dispatch(ByType{}, image.layout().type, {},
+                       [&]<class T>(std::type_identity<T>) { compareBinary<T>(image, image, levels); });
 }
 
 void masked(ByteReader& in, Outcome& out)
@@ -105,8 +105,8 @@ void masked(ByteReader& in, Outcome& out)
         ThresholdBinaryMasked(src, mask, dst, levels.thresholdData(), levels.lowData(), levels.highData());
     addCall(out, rc, dst, src, mask);
     if (rc == ResultOk && out.isJudged() && areSound(src, dst))
-        dispatch(ByType{}, layout.type, {},
-                 [&]<class T>(std::type_identity<T>) { compareBinary<T>(src, dst, levels); });
+        (void)dispatch(ByType{}, layout.type, {},
+                       [&]<class T>(std::type_identity<T>) { compareBinary<T>(src, dst, levels); });
 }
 
 void toBytes(ByteReader& in, Outcome& out)
@@ -126,7 +126,7 @@ void toBytes(ByteReader& in, Outcome& out)
     if (rc != ResultOk || !out.isJudged() || !areSound(src, dst))
         return;
     Twin expected(dst);
-    dispatch(ByType{}, layout.type, {}, [&]<class T>(std::type_identity<T>) {
+    (void)dispatch(ByType{}, layout.type, {}, [&]<class T>(std::type_identity<T>) {
         oracle::thresholdBinary<T, std::uint8_t>(Twin(src), expected, typed<T>(levels.thresholds),
                                                  std::vector<std::uint8_t>(highs.size()), highs,
                                                  fourChannelRule);
@@ -163,7 +163,7 @@ void replace(ByteReader& in, Outcome& out)
     if (rc != ResultOk || !out.isJudged() || !image.isSound())
         return;
     Twin expected(image);
-    dispatch(ByType{}, layout.type, {}, [&]<class T>(std::type_identity<T>) {
+    (void)dispatch(ByType{}, layout.type, {}, [&]<class T>(std::type_identity<T>) {
         oracle::thresholdGT<T>(expected, typed<T>(levels.thresholds), typed<T>(levels.lows), fourChannelRule);
     });
     expected.requireEqual(image);

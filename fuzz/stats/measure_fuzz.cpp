@@ -62,7 +62,7 @@ void minMax(ByteReader& in, Outcome& out)
         return;
     const Twin twin(src);
     const bool isMosaic = src->channels == 1 && src->bayerGrid != BayerNone;
-    dispatch(ByType{}, src->dataType, {}, [&]<class T>(std::type_identity<T>) {
+    (void)dispatch(ByType{}, src->dataType, {}, [&]<class T>(std::type_identity<T>) {
         for (int i = 0; i < (isMosaic ? 4 : src->channels); ++i)
             found.requireEqual<T>(static_cast<std::size_t>(i),
                                   isMosaic ? oracle::cellExtreme<T>(twin, 2, 2, i)
@@ -81,7 +81,7 @@ void minMaxMasked(ByteReader& in, Outcome& out)
     if (rc != ResultOk || !out.isJudged() || !areSound(src, mask))
         return;
     const Twin twin(src), selection(mask);
-    dispatch(ByType{}, src->dataType, {}, [&]<class T>(std::type_identity<T>) {
+    (void)dispatch(ByType{}, src->dataType, {}, [&]<class T>(std::type_identity<T>) {
         for (int c = 0; c < src->channels; ++c)
             found.requireEqual<T>(static_cast<std::size_t>(c),
                                   oracle::channelExtreme<T>(twin, c, &selection));
@@ -113,7 +113,7 @@ void minMaxMosaic(ByteReader& in, Outcome& out)
     if (rc != ResultOk || !out.isJudged() || !src.isSound())
         return;
     const Twin twin(src);
-    dispatch(ByType{}, layout.type, {}, [&]<class T>(std::type_identity<T>) {
+    (void)dispatch(ByType{}, layout.type, {}, [&]<class T>(std::type_identity<T>) {
         for (std::size_t i = 0; i < cells; ++i) {
             const auto extreme = oracle::cellExtreme<T>(twin, cellWidth, cellHeight, static_cast<int>(i));
             found.requireEqual<T>(i, extreme);
@@ -145,7 +145,7 @@ void mean(ByteReader& in, Outcome& out)
         return;
     const Twin twin(src);
     const int count = src->channels > 1 && src->pixelFormat == 1 ? 3 : src->channels;
-    dispatch(ByType{}, src->dataType, {}, [&]<class T>(std::type_identity<T>) {
+    (void)dispatch(ByType{}, src->dataType, {}, [&]<class T>(std::type_identity<T>) {
         for (int c = 0; c < count; ++c)
             require(areEqual(means[static_cast<std::size_t>(c)], oracle::mean<T>(twin, roi, c)),
                     "another mean");
@@ -165,7 +165,7 @@ void meanMasked(ByteReader& in, Outcome& out)
     if (rc != ResultOk || !out.isJudged() || !areSound(src, mask))
         return;
     const Twin twin(src), selection(mask);
-    dispatch(ByType{}, src->dataType, {}, [&]<class T>(std::type_identity<T>) {
+    (void)dispatch(ByType{}, src->dataType, {}, [&]<class T>(std::type_identity<T>) {
         for (int c = 0; c < src->channels; ++c)
             require(areEqual(means[static_cast<std::size_t>(c)], oracle::meanMasked<T>(twin, selection, c)),
                     "another mean");
@@ -187,7 +187,7 @@ void meanStdDev(ByteReader& in, Outcome& out)
     if (rc != ResultOk || !out.isJudged() || !areSound(src, mask))
         return;
     const Twin twin(src), selection(mask);
-    dispatch(ByType{}, src->dataType, {}, [&]<class T>(std::type_identity<T>) {
+    (void)dispatch(ByType{}, src->dataType, {}, [&]<class T>(std::type_identity<T>) {
         require(!hasMean || areEqual(average, oracle::meanMasked<T>(twin, selection, 0)), "another mean");
         require(!hasDeviation || areEqual(deviation, oracle::stdDevMasked<T>(twin, selection)),
                 "another deviation");

@@ -69,8 +69,8 @@ void average(ByteReader& in, Outcome& out)
         twins.push_back(std::make_unique<Twin>(*image));
         pointers.push_back(twins.back().get());
     }
-    dispatch(ByTypeOf<UInt8, UInt16, UInt32>{}, layout.type, {},
-             [&]<class T>(std::type_identity<T>) { oracle::averageImage<T>(pointers, roi, expected); });
+    (void)dispatch(ByTypeOf<UInt8, UInt16, UInt32>{}, layout.type, {},
+                   [&]<class T>(std::type_identity<T>) { oracle::averageImage<T>(pointers, roi, expected); });
     expected.requireEqual(dst);
 }
 
@@ -98,7 +98,7 @@ void correct(ByteReader& in, Outcome& out)
         gains.assign(3, topOf(layout));
     Twin expected(dst);
     const double ratio = reference > 0 && target > 0 ? target / reference : 1.0;
-    dispatch(Unsigned{}, layout.type, {}, [&]<class T>(std::type_identity<T>) {
+    (void)dispatch(Unsigned{}, layout.type, {}, [&]<class T>(std::type_identity<T>) {
         oracle::correctBackground<T>(Twin(src), Twin(background), expected, ratio, gains);
     });
     expected.requireEqual(dst);
@@ -123,7 +123,7 @@ void correctOnto(ByteReader& in, Outcome& out)
     const Twin a(isSource ? image : other), b(isSource ? other : image);
     const double ratio = reference > 0 && target > 0 ? target / reference : 1.0;
     const std::vector<double> gains(3, topOf(layout));
-    dispatch(Unsigned{}, layout.type, {}, [&]<class T>(std::type_identity<T>) {
+    (void)dispatch(Unsigned{}, layout.type, {}, [&]<class T>(std::type_identity<T>) {
         oracle::correctBackground<T>(a, b, expected, ratio, gains);
     });
     expected.requireEqual(image);
@@ -144,7 +144,7 @@ void correctInPlace(ByteReader& in, Outcome& out)
     if (rc != ResultOk || !out.isJudged() || !areSound(background, image))
         return;
     Twin expected(image);
-    dispatch(Unsigned{}, layout.type, {}, [&]<class T>(std::type_identity<T>) {
+    (void)dispatch(Unsigned{}, layout.type, {}, [&]<class T>(std::type_identity<T>) {
         oracle::backgroundCorrection<T>(Twin(background), expected, count, factors);
     });
     expected.requireEqual(image);

@@ -3,6 +3,8 @@
 
 #include "support/every_loop_shared.h"
 
+#include <ko/threads.h>
+
 #include <hwy/targets.h>
 #include <omp.h>
 
@@ -28,6 +30,7 @@ void forEachTarget(Body&& body)
     omp_set_num_threads(threads);
 }
 
+/// For operations that run in parallel and for those that do so where the program allows it.
 template <class Body>
 void forEachThreadCount(Body&& body)
 {
@@ -36,6 +39,7 @@ void forEachThreadCount(Body&& body)
     for (const int threads : {1, 2, 7}) {
         SCOPED_TRACE(threads);
         omp_set_num_threads(threads);
+        const CallThreads allowed(threads);
         body();
     }
     omp_set_num_threads(before);

@@ -310,8 +310,9 @@ TEST(ConvertRawToPlanarRawTargets, EqualTheTwinForEveryWidthOriginAndStride)
         TestImage planar(planes), expected(planes);
         const QRect roi(variant.origin, QSize(2 * variant.cells, 4));
         const ExBayerGrid grid = grids[variant.cells % 4];
-        dispatch(ByTypeOf<UInt8, UInt16>{}, variant.type, {},
-                 [&]<class T>(std::type_identity<T>) { oracle::rawToPlanes<T>(src, roi, grid, expected); });
+        (void)dispatch(ByTypeOf<UInt8, UInt16>{}, variant.type, {}, [&]<class T>(std::type_identity<T>) {
+            oracle::rawToPlanes<T>(src, roi, grid, expected);
+        });
         ASSERT_EQ(ConvertRawToPlanarRaw(src, roi, grid, planar), ResultOk);
         ASSERT_EQ(planar.bytes(), expected.bytes()) << variant.type << " cells " << variant.cells;
     });
@@ -330,7 +331,7 @@ void compareSimple(const Variant& variant, int height, const SxImageBuf& src, co
                             .padding = variant.padding,
                             .misalignment = 3};
         TestImage dst(colour), expected(colour);
-        dispatch(ByTypeOf<UInt8, UInt16>{}, variant.type, {}, [&](auto type) { twin(type, expected); });
+        (void)dispatch(ByTypeOf<UInt8, UInt16>{}, variant.type, {}, [&](auto type) { twin(type, expected); });
         ASSERT_EQ(DemosaicSimple(src, rect, dst, grid), ResultOk);
         ASSERT_EQ(dst.bytes(), expected.bytes()) << variant.type << " width " << variant.cells;
     }

@@ -86,8 +86,8 @@ void compareWithTwin(ExImageDataType type, int width, int padding)
     src.fillSparse(static_cast<std::uint32_t>(width));
     TestImage dst(Layout{.width = width, .height = 3, .padding = padding});
     TestImage expected(Layout{.width = width, .height = 3, .padding = padding});
-    dispatch(ByType{}, type, {},
-             [&]<class T>(std::type_identity<T>) { oracle::binarize<T>(src, expected, 77); });
+    (void)dispatch(ByType{}, type, {},
+                   [&]<class T>(std::type_identity<T>) { oracle::binarize<T>(src, expected, 77); });
     ASSERT_EQ(Binarize(src, dst, 77), ResultOk);
     ASSERT_EQ(dst.bytes(), expected.bytes())
         << "type " << type << " width " << width << " padding " << padding;

@@ -119,7 +119,7 @@ void setOneOfThree(const QVariant& value, T expected)
 {
     ExImageDataType type{};
     for (const ExImageDataType candidate : allTypes)
-        dispatch(ByType{}, candidate, {}, [&]<class U>(std::type_identity<U>) {
+        (void)dispatch(ByType{}, candidate, {}, [&]<class U>(std::type_identity<U>) {
             if (std::is_same_v<T, U>)
                 type = candidate;
         });

@@ -334,7 +334,7 @@ void fill(TestImage& image, Pattern pattern)
         image.fillSparse(static_cast<std::uint32_t>(image->width));
         return;
     }
-    dispatch(ByTypeOf<UInt8, UInt16>{}, image->dataType, {}, [&]<class T>(std::type_identity<T>) {
+    (void)dispatch(ByTypeOf<UInt8, UInt16>{}, image->dataType, {}, [&]<class T>(std::type_identity<T>) {
         image.forEachSample([&](int x, int y, int c) {
             const int noise = image.get<T>(x, y, c) % 8;
             const int scale = sizeof(T) == 1 ? 1 : 40;
@@ -370,8 +370,8 @@ void compareWithTwin(const Case& c, void* buffer = nullptr)
     TestImage src(layout), expected(layout);
     fill(src, c.pattern);
     src->bitsPerSample = c.bits;
-    dispatch(ByTypeOf<UInt8, UInt16>{}, c.type, {},
-             [&]<class T>(std::type_identity<T>) { oracle::median<T>(src, expected, c.radius); });
+    (void)dispatch(ByTypeOf<UInt8, UInt16>{}, c.type, {},
+                   [&]<class T>(std::type_identity<T>) { oracle::median<T>(src, expected, c.radius); });
     forEachTarget([&] {
         TestImage dst(layout);
         dst->bitsPerSample = c.bits;
@@ -473,7 +473,7 @@ void compareSomeWithTwin(const Case& c)
         image->buf().bitsPerSample = c.bits;
     ASSERT_EQ(Median(src, dst, c.radius, nullptr), ResultOk);
     EXPECT_TRUE(dst.guardsIntact());
-    dispatch(ByTypeOf<UInt8, UInt16>{}, c.type, {}, [&]<class T>(std::type_identity<T>) {
+    (void)dispatch(ByTypeOf<UInt8, UInt16>{}, c.type, {}, [&]<class T>(std::type_identity<T>) {
         for (int y = 0; y < c.height; y += 1 + c.height / 5)
             for (int x = y % 3; x < c.width; x += 1 + c.width / 5)
                 ASSERT_EQ(dst.get<T>(x, y), oracle::medianAt<T>(src, c.radius, x, y, 0))

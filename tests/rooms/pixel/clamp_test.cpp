@@ -167,8 +167,8 @@ void compareWithTwin(const Layout& layout, int bits)
     image.fillRandom(seed);
     expected.fillRandom(seed);
     image->bitsPerSample = expected->bitsPerSample = bits;
-    dispatch(ByTypeOf<UInt8, UInt16, UInt32, UInt64>{}, layout.type, {},
-             [&]<class T>(std::type_identity<T>) { oracle::clampToColorDepth<T>(expected); });
+    (void)dispatch(ByTypeOf<UInt8, UInt16, UInt32, UInt64>{}, layout.type, {},
+                   [&]<class T>(std::type_identity<T>) { oracle::clampToColorDepth<T>(expected); });
     ASSERT_EQ(ClampToColorDepth(image), ResultOk);
     ASSERT_EQ(image.bytes(), expected.bytes())
         << "type " << layout.type << " width " << layout.width << " bits " << bits;

@@ -229,7 +229,7 @@ void compareWithTwin(ExImageDataType type, int width, int padding)
         if (isFloat && operation.logic != Logic::Xor)
             continue;
         LogicPair pair(type, width, padding);
-        dispatch(ByType{}, type, {}, [&]<class T>(std::type_identity<T>) {
+        (void)dispatch(ByType{}, type, {}, [&]<class T>(std::type_identity<T>) {
             oracle::combine<T>(operation.logic, pair.src, pair.expected, T{77});
         });
         QVariant value(77);
@@ -237,8 +237,9 @@ void compareWithTwin(ExImageDataType type, int width, int padding)
         ASSERT_EQ(pair.dst.bytes(), pair.expected.bytes()) << "type " << type << " width " << width;
     }
     LogicPair pair(type, width, padding);
-    dispatch(ByType{}, type, {},
-             [&]<class T>(std::type_identity<T>) { oracle::passThroughXor<T>(pair.src, pair.expected); });
+    (void)dispatch(ByType{}, type, {}, [&]<class T>(std::type_identity<T>) {
+        oracle::passThroughXor<T>(pair.src, pair.expected);
+    });
     ASSERT_EQ(Xor(pair.src, pair.dst, nullptr), ResultOk);
     ASSERT_EQ(pair.dst.bytes(), pair.expected.bytes()) << "type " << type << " width " << width;
 }

@@ -117,7 +117,7 @@ void compareWithTwins(const Layout& layout)
 {
     SCOPED_TRACE(testing::Message() << "type " << layout.type << " width " << layout.width << " channels "
                                     << layout.channels << " packing " << layout.packing);
-    dispatch(ByType{}, layout.type, {}, [&]<class T>(std::type_identity<T>) {
+    (void)dispatch(ByType{}, layout.type, {}, [&]<class T>(std::type_identity<T>) {
         compareBinary<T>(layout);
         compareInPlace<T>(layout);
         compareMark<T>(layout, layout.channels, false);
@@ -167,7 +167,7 @@ TEST(ThresholdTargets, MarkIntoImagesOfOtherChannelCounts)
                 for (int srcChannels = 1; srcChannels <= 5; ++srcChannels)
                     for (int dstChannels = 1; dstChannels <= 5; ++dstChannels)
                         for (const bool rule : {false, true})
-                            dispatch(ByType{}, type, {}, [&]<class T>(std::type_identity<T>) {
+                            (void)dispatch(ByType{}, type, {}, [&]<class T>(std::type_identity<T>) {
                                 compareMark<T>({.width = 19,
                                                 .height = 2,
                                                 .channels = srcChannels,

@@ -173,7 +173,7 @@ TEST(MinMaxMaskedValues, OfAnEmptyMaskAreTheStartingValues)
     for (const ExImageDataType type : allTypes) {
         TestImage src(Layout{.type = type});
         src.fillRandom(3);
-        dispatch(ByType{}, type, {}, [&]<class T>(std::type_identity<T>) {
+        (void)dispatch(ByType{}, type, {}, [&]<class T>(std::type_identity<T>) {
             Results out(1);
             ASSERT_EQ(MinMaxMasked(src, mask, out.low.data(), out.high.data()), ResultOk);
             EXPECT_EQ(out.low[0].value<T>(), std::numeric_limits<T>::max()) << type;
@@ -379,7 +379,7 @@ void compareChannels(const Layout& layout, bool masked)
     ASSERT_EQ(masked ? MinMaxMasked(src, mask, out.low.data(), out.high.data())
                      : MinMax(src, out.low.data(), out.high.data()),
               ResultOk);
-    dispatch(ByType{}, layout.type, {}, [&]<class T>(std::type_identity<T>) {
+    (void)dispatch(ByType{}, layout.type, {}, [&]<class T>(std::type_identity<T>) {
         for (int c = 0; c < layout.channels; ++c) {
             const auto twin = oracle::channelExtreme<T>(src, c, masked ? &mask : nullptr);
             const auto at = static_cast<std::size_t>(c);
@@ -424,7 +424,7 @@ void compareCells(ExImageDataType type, int width, int height, int cellWidth, in
     ASSERT_EQ(MinMaxMosaic(src, cellWidth, cellHeight, out.low.data(), out.high.data(), out.lowAt.data(),
                            out.highAt.data()),
               ResultOk);
-    dispatch(ByType{}, type, {}, [&]<class T>(std::type_identity<T>) {
+    (void)dispatch(ByType{}, type, {}, [&]<class T>(std::type_identity<T>) {
         for (int k = 0; k < cells; ++k) {
             const auto twin = oracle::cellExtreme<T>(src, cellWidth, cellHeight, k);
             const auto at = static_cast<std::size_t>(k);
@@ -457,7 +457,7 @@ TEST(MinMaxTargets, OfOddMosaicsEqualTheTwin)
                 src->bayerGrid = BayerRGGB;
                 Results out(4);
                 ASSERT_EQ(MinMax(src, out.low.data(), out.high.data()), ResultOk);
-                dispatch(ByType{}, type, {}, [&]<class T>(std::type_identity<T>) {
+                (void)dispatch(ByType{}, type, {}, [&]<class T>(std::type_identity<T>) {
                     for (int k = 0; k < 4; ++k) {
                         const auto twin = oracle::cellExtreme<T>(src, 2, 2, k);
                         const auto at = static_cast<std::size_t>(k);
@@ -465,6 +465,35 @@ TEST(MinMaxTargets, OfOddMosaicsEqualTheTwin)
                             << "type " << type << " width " << width << " position " << k;
                     }
                 });
+            }
+    });
+}
+
+TEST(MinMaxThreads, EqualTheTwinWhereSeveralAreAllowed)
+{
+    forEachThreadCount([] {
+        for (const ExImageDataType type : allTypes) {
+            for (const bool masked : {false, true})
+                for (const ExPixelPacking packing : {Interleaved, Planar})
+                    compareChannels(
+                        Layout{.width = 37, .height = 23, .channels = 3, .type = type, .packing = packing},
+                        masked);
+            compareCells(type, 36, 24, 3, 2);
+        }
+    });
+}
+
+TEST(MinMaxThreads, ReportTheFirstZeroOfBothSigns)
+{
+    forEachThreadCount([] {
+        for (int first = 0; first < 20; ++first)
+            for (const double sign : {1.0, -1.0}) {
+                TestImage src(Layout{.width = 1, .height = 20, .type = Float64});
+                for (int y = 0; y < 20; ++y)
+                    src.set<double>(0, y, y < first ? 1.0 : std::copysign(0.0, y == first ? sign : -sign));
+                Results out(1);
+                ASSERT_EQ(MinMax(src, out.low.data(), out.high.data()), ResultOk);
+                ASSERT_TRUE(sameBits(out.low[0], std::copysign(0.0, sign))) << first;
             }
     });
 }

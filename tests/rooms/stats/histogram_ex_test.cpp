@@ -138,7 +138,7 @@ void compareWithTwin(ExImageDataType type, int size, int bits, int code)
 TEST(HistogramExValues, EqualTheTwinForEveryIntegerTypeAndLeaveNegativesOut)
 {
     for (const ExImageDataType type : allTypes) {
-        dispatch(IntegersByType{}, type, {}, [&]<class T>(std::type_identity<T>) {
+        (void)dispatch(IntegersByType{}, type, {}, [&]<class T>(std::type_identity<T>) {
             for (const int code : {4, 2}) {
                 for (const int size : {0, 1, 2, 7, 24})
                     for (const int bits : {0, 3, 8, 12})

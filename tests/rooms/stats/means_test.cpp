@@ -145,7 +145,7 @@ TEST(MeanStdDevMaskedValues, OfASinglePixelAreItsValueAndZero)
     for (const ExImageDataType type : allTypes) {
         TestImage src(Layout{.type = type}), mask(Layout{});
         mask.set<std::uint8_t>(2, 1, 1);
-        dispatch(ByType{}, type, {}, [&]<class T>(std::type_identity<T>) { src.set<T>(2, 1, T{99}); });
+        (void)dispatch(ByType{}, type, {}, [&]<class T>(std::type_identity<T>) { src.set<T>(2, 1, T{99}); });
         double mean = kept, stdDev = kept;
         ASSERT_EQ(MeanStdDevMasked(src, mask, &mean, &stdDev), ResultOk);
         EXPECT_EQ(mean, 99.0) << type;
@@ -325,7 +325,7 @@ void fill(TestImage& image, ExImageDataType type, std::uint32_t seed)
         return;
     // Every addition rounds: a different order of the samples shows.
     image.forEachSample([&](int x, int y, int c) {
-        dispatch(ByTypeOf<Float32, Float64>{}, type, {}, [&]<class T>(std::type_identity<T>) {
+        (void)dispatch(ByTypeOf<Float32, Float64>{}, type, {}, [&]<class T>(std::type_identity<T>) {
             image.set<T>(x, y, c, static_cast<T>(1.0 / (1.0 + x + 3.0 * y + 7.0 * c)));
         });
     });
@@ -357,7 +357,7 @@ TEST(MeanTargets, EqualTheTwinForEveryTypeWidthAndChannelCount)
                     const QRect roi(1, 1, width, 2);
                     std::vector<double> means(static_cast<std::size_t>(channels), kept);
                     ASSERT_EQ(Mean(src, roi, means.data()), ResultOk);
-                    dispatch(ByType{}, type, {}, [&]<class T>(std::type_identity<T>) {
+                    (void)dispatch(ByType{}, type, {}, [&]<class T>(std::type_identity<T>) {
                         for (int c = 0; c < channels; ++c)
                             ASSERT_TRUE(
                                 sameBits(means[static_cast<std::size_t>(c)], oracle::mean<T>(src, roi, c)))
@@ -398,7 +398,7 @@ TEST(MeanMaskedTargets, EqualTheTwinForEveryTypeWidthAndLayout)
                         mask.fillSparse(static_cast<std::uint32_t>(width));
                         std::vector<double> means(static_cast<std::size_t>(channels), kept);
                         ASSERT_EQ(MeanMasked(src, mask, means.data()), ResultOk);
-                        dispatch(ByType{}, type, {}, [&]<class T>(std::type_identity<T>) {
+                        (void)dispatch(ByType{}, type, {}, [&]<class T>(std::type_identity<T>) {
                             for (int c = 0; c < channels; ++c) {
                                 const double twin = oracle::meanMasked<T>(src, mask, c);
                                 const double mean = means[static_cast<std::size_t>(c)];
@@ -423,7 +423,7 @@ TEST(MeanStdDevMaskedTargets, EqualTheTwinForEveryTypeAndWidth)
                 ASSERT_EQ(MeanStdDevMasked(src, mask, &mean, &stdDev), ResultOk);
                 ASSERT_EQ(MeanMasked(src, mask, &alone), ResultOk);
                 ASSERT_TRUE(sameBits(mean, alone));
-                dispatch(ByType{}, type, {}, [&]<class T>(std::type_identity<T>) {
+                (void)dispatch(ByType{}, type, {}, [&]<class T>(std::type_identity<T>) {
                     const double twin = oracle::stdDevMasked<T>(src, mask);
                     ASSERT_TRUE(sameBits(stdDev, twin)) << "type " << type << " width " << width;
                 });
@@ -440,7 +440,7 @@ TEST(MeanStdDevMaskedTargets, OfLargeImagesEqualTheTwinToTheLastDigit)
             fill(src, type, static_cast<std::uint32_t>(width));
             TestImage mask(Layout{.width = width, .height = height});
             mask.fillSparse(static_cast<std::uint32_t>(width));
-            dispatch(ByType{}, type, {}, [&]<class T>(std::type_identity<T>) {
+            (void)dispatch(ByType{}, type, {}, [&]<class T>(std::type_identity<T>) {
                 const double twinMean = oracle::meanMasked<T>(src, mask, 0);
                 const double twin = oracle::stdDevMasked<T>(src, mask);
                 forEachTarget([&] {
@@ -502,7 +502,7 @@ TEST(MeanThreads, GiveTheSameBitsForAnyNumber)
         forEachThreadCount([&] {
             std::vector<double> means(3, kept);
             ASSERT_EQ(Mean(src, QRect(0, 0, 33, 50), means.data()), ResultOk);
-            dispatch(ByType{}, type, {}, [&]<class T>(std::type_identity<T>) {
+            (void)dispatch(ByType{}, type, {}, [&]<class T>(std::type_identity<T>) {
                 for (int c = 0; c < 3; ++c)
                     EXPECT_TRUE(sameBits(means[static_cast<std::size_t>(c)],
                                          oracle::mean<T>(src, QRect(0, 0, 33, 50), c)));

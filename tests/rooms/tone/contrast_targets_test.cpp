@@ -291,5 +291,25 @@ TEST(ThresholdAndStretchHistogramRawPlanarTargets, AgreeWithTheNaiveTwin)
     });
 }
 
+TEST(ThresholdAndStretchHistogramThreads, AgreeWithTheNaiveTwinWhereSeveralAreAllowed)
+{
+    forEachThreadCount([] {
+        for (const ExImageDataType type : {UInt8, UInt16})
+            for (const ExPixelPacking packing : {Interleaved, Planar}) {
+                const Layout three{
+                    .width = 300, .height = 23, .channels = 3, .type = type, .packing = packing};
+                const Layout one{.width = 300, .height = 23, .type = type};
+                const Levels band{10, 200};
+                compareStretch(one, 0, one, 0, band);
+                compareStretch(three, 1, three, 2, band);
+                compareInPlace(three, 1, band);
+                compareGray(three, three, band);
+                compareGray(one, one, band);
+                compareRaw({.width = 300, .height = 23, .channels = 4, .type = type, .packing = Planar}, 3,
+                           band);
+            }
+    });
+}
+
 }  // namespace
 }  // namespace ko::test
