@@ -149,6 +149,7 @@ Result measure(const Work& work, int threads, const Effort& effort)
 {
     omp_set_num_threads(threads);
     cv::setNumThreads(threads);
+    const CallThreads allowed(threads);
     const clockid_t clock = clockFor(work, threads);
     Result result;
     Sweep sweep(work.limit);

@@ -44,7 +44,7 @@ enum NormalizationType : std::int32_t {
 ///   ResultFailed           the range cannot be measured: a mosaic of odd or empty size, several interleaved
 ///                          channels with a mosaic, one channel in an unknown packing; an unknown
 ///                          normalization; no memory
-/// On failure dst, min and max are untouched. The range is measured on the calling thread, then rows run in
+/// On failure dst, min and max are untouched. The range is measured as `MinMax` does it, then rows run in
 /// parallel (static), planes in turn. O(height * width * channels).
 KO_EXPORT ResultCode ConvertDoubleToU(const SxImageBuf& src, SxImageBuf& dst, NormalizationType normalization,
                                       double* min, double* max, bool zeroBased);
@@ -72,7 +72,7 @@ KO_EXPORT ResultCode ConvertFloatToU(const SxImageBuf& src, SxImageBuf& dst, Nor
 ///   ResultBadArg3  normalization unknown, or the range cannot be measured: an unknown packing, several
 ///                  interleaved channels with a mosaic
 ///   ResultFailed   no memory
-/// On failure dst, min and max are untouched. The range is measured on the calling thread, then rows run in
+/// On failure dst, min and max are untouched. The range is measured as `MinMax` does it, then rows run in
 /// parallel (static), planes in turn. O(height * width * channels).
 KO_EXPORT ResultCode ConvertFloatToU8(const SxImageBuf& src, SxImageBuf& dst, NormalizationType normalization,
                                       float* min, float* max);
@@ -87,7 +87,7 @@ KO_EXPORT ResultCode ConvertFloatToU8(const SxImageBuf& src, SxImageBuf& dst, No
 ///   ResultBadArg3  dst absent, not `UInt8`, of another size, channel count or packing
 ///   ResultBadArg4  normalization unknown, or the range cannot be measured: mask not mono, an unknown packing
 ///   ResultFailed   no memory
-/// On failure dst, min and max are untouched. The range is measured on the calling thread, then rows run in
+/// On failure dst, min and max are untouched. The range is measured as `MinMax` does it, then rows run in
 /// parallel (static), planes in turn. O(height * width * channels).
 KO_EXPORT ResultCode ConvertFloatToU8(const SxImageBuf& src, const SxImageBuf& mask, SxImageBuf& dst,
                                       NormalizationType normalization, float* min, float* max);
@@ -114,7 +114,7 @@ KO_EXPORT ResultCode ConvertFloatToU8(const SxImageBuf& src, const SxImageBuf& m
 ///   ResultFailed   the range cannot be measured: any other mask that is not mono `UInt8`,
 ///                  an unknown packing;
 ///                  an unknown normalization; no memory
-/// On failure dst, min and max are untouched. The range is measured on the calling thread, then rows run in
+/// On failure dst, min and max are untouched. The range is measured as `MinMax` does it, then rows run in
 /// parallel (static), planes in turn. O(height * width * channels).
 KO_EXPORT ResultCode ConvertDoubleToUMasked(const SxImageBuf& src, const SxImageBuf& mask, SxImageBuf& dst,
                                             NormalizationType normalization, double* min, double* max);
@@ -135,7 +135,7 @@ KO_EXPORT ResultCode ConvertDoubleToUMasked(const SxImageBuf& src, const SxImage
 ///   ResultUnsupportedType  src has several channels in an unknown packing; dst neither `UInt8` nor `UInt16`
 ///   ResultFailed           the range cannot be measured: several interleaved channels with a mosaic;
 ///                          an unknown normalization; no memory
-/// On failure dst, min and max are untouched. The range is measured on the calling thread, then rows run in
+/// On failure dst, min and max are untouched. The range is measured as `MinMax` does it, then rows run in
 /// parallel (dynamic), planes in turn. O(height * width * channels).
 KO_EXPORT ResultCode ConvertI32ToU(const SxImageBuf& src, SxImageBuf& dst, NormalizationType normalization,
                                    int* min, int* max);

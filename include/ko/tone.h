@@ -89,8 +89,9 @@ KO_EXPORT ResultCode HistogramMatch(const SxImageBuf& src, const CxImageHistogra
 // - *Compressing* gives (sample - low) / Scale, truncated, and 0 for samples outside low...high.
 //   It divides where stretching multiplies, so the result is at most high - low.
 // - Channels are logical channels; each image is addressed by its own layout.
-// - Everything runs on the calling thread. O(height * width) per channel treated. On failure nothing has been
-//   written. Source and destination may be the same memory with the same layout.
+// - Everything runs on the calling thread, on several within `CallThreads`. O(height * width) per channel
+//   treated. On failure nothing has been written. Source and destination may be the same memory with the same
+//   layout.
 
 /// Stretches one channel in place. The whole range (low 0, high Top) returns `ResultOk` before the sample
 /// type is looked at.

@@ -4,6 +4,7 @@
 #include "base/checks.h"
 #include "base/dispatch.h"
 #include "base/image_view.h"
+#include "base/rows.h"
 #include "stats/extremes.h"
 #include "stats/extremes_kernels.h"
 
@@ -77,23 +78,28 @@ void takeRows(const RowSet& set, Extremes<T>& extremes, std::int64_t firstCell)
 {
     const ExtremesRows<T>& kernels = extremesKernels().of<T>();
     const std::int64_t lanes = kernels.laneCount(set.period);
-    Extremes<T> spread(lanes);
-    const ExtremeLanes<T> running{spread.low.data(), spread.high.data(), lanes, set.period};
-    std::vector<std::uint8_t> selection(
-        set.mask != nullptr && set.period > 1 ? static_cast<std::size_t>(set.samples) : 0);
-    for (std::int64_t y = 0; y < set.rows; ++y) {
-        if (set.mask == nullptr) {
-            kernels.row(set.row(y), set.samples, running);
-            continue;
+    const int bands = bandsOf(set.rows);
+    Extremes<T> spread(lanes * bands);
+    const std::int64_t widened = set.mask != nullptr && set.period > 1 ? set.samples : 0;
+    std::vector<std::uint8_t> selections(static_cast<std::size_t>(widened * bands));
+    bandsByConsent(set.rows, [&](int band, std::int64_t begin, std::int64_t end) noexcept {
+        const ExtremeLanes<T> running{spread.low.data() + band * lanes, spread.high.data() + band * lanes,
+                                      lanes, set.period};
+        std::uint8_t* const selection = selections.data() + band * widened;
+        for (std::int64_t y = begin; y < end; ++y) {
+            if (set.mask == nullptr) {
+                kernels.row(set.row(y), set.samples, running);
+                continue;
+            }
+            const std::uint8_t* mask = rowOf(*set.mask, y);
+            if (set.period > 1) {
+                for (std::int64_t i = 0; i < set.samples; ++i)
+                    selection[i] = mask[i / set.period];
+                mask = selection;
+            }
+            kernels.selectedRow(set.row(y), mask, set.samples, running);
         }
-        const std::uint8_t* mask = rowOf(*set.mask, y);
-        if (set.period > 1) {
-            for (std::int64_t i = 0; i < set.samples; ++i)
-                selection[static_cast<std::size_t>(i)] = mask[i / set.period];
-            mask = selection.data();
-        }
-        kernels.selectedRow(set.row(y), mask, set.samples, running);
-    }
+    });
     for (std::int64_t cell = 0; cell < set.period; ++cell) {
         const auto to = static_cast<std::size_t>(firstCell + cell);
         extremes.low[to] = fold(set, cell, spread.low, std::less<T>{});

@@ -16,29 +16,30 @@ void compressColours(const SxImageBuf& src, SxImageBuf& dst, const SxImageBuf* m
     const ContrastRows<T>& rows = contrastKernels().of<T>();
     const ContrastBand band = bandOf(src, low, high);
     const LevelMap<T> map(Spreading::Compress, band);
-    SampleBlock<T> sampleBlocks[3], resultBlocks[3];
-    const std::uint8_t* samples[3];
-    std::uint8_t* results[3];
-    for (int c = 0; c < 3; ++c) {
-        samples[c] = sampleBlocks[c].data();
-        results[c] = resultBlocks[c].data();
-    }
     const ChannelSamples<std::uint8_t> channels[3]{channelOf(dst, 0), channelOf(dst, 1), channelOf(dst, 2)};
     const bool wholePixels = isInterleaved(dst) && dst.channels == 3 && mask == nullptr;
-    const Selection selection(wholeOf(src), mask);
-    forEachRun<samplesPerBlock>(
-        selection, [&](std::int64_t x, std::int64_t y, std::int64_t count, const std::uint8_t* selected) {
-            load(x, y, count, sampleBlocks);
-            for (int c = 0; c < 3; ++c)
-                map(samples[c], results[c], count);
-            rows.clearOutside(samples, results, count, band);
-            if (wholePixels)
-                return rows.merge(results, count, channels[0].at<T>(x, y));
-            for (int c = 0; c < 3; ++c) {
-                if (channels[c].first != nullptr)
-                    scatter<T>(results[c], channels[c].at<T>(x, y), channels[c].step, count, selected);
-            }
-        });
+    partsByConsent(Selection(wholeOf(src), mask), [&](const Selection& part) noexcept {
+        SampleBlock<T> sampleBlocks[3], resultBlocks[3];
+        const std::uint8_t* samples[3];
+        std::uint8_t* results[3];
+        for (int c = 0; c < 3; ++c) {
+            samples[c] = sampleBlocks[c].data();
+            results[c] = resultBlocks[c].data();
+        }
+        forEachRun<samplesPerBlock>(
+            part, [&](std::int64_t x, std::int64_t y, std::int64_t count, const std::uint8_t* selected) {
+                load(x, y, count, sampleBlocks);
+                for (int c = 0; c < 3; ++c)
+                    map(samples[c], results[c], count);
+                rows.clearOutside(samples, results, count, band);
+                if (wholePixels)
+                    return rows.merge(results, count, channels[0].at<T>(x, y));
+                for (int c = 0; c < 3; ++c) {
+                    if (channels[c].first != nullptr)
+                        scatter<T>(results[c], channels[c].at<T>(x, y), channels[c].step, count, selected);
+                }
+            });
+    });
 }
 
 /// One channel alone, three together, two not at all.

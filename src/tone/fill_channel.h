@@ -2,6 +2,7 @@
 #pragma once
 
 #include "base/channels.h"
+#include "base/rows.h"
 
 #include <array>
 #include <cstdint>
@@ -14,23 +15,37 @@ inline constexpr std::int64_t samplesPerBlock = 256;
 template <class T>
 using SampleBlock = std::array<std::uint8_t, samplesPerBlock * sizeof(T)>;
 
+/// Calls `body(part)` for the bands of rows of a selection without a stencil.
+template <class Body>
+void partsByConsent(const Selection& selection, const Body& body)
+{
+    bandsByConsent(selection.height, [&](int, std::int64_t begin, std::int64_t end) noexcept {
+        Selection part = selection;
+        part.top += begin;
+        part.height = end - begin;
+        body(part);
+    });
+}
+
 /// Fills one channel: `make(x, y, count, out)` makes the samples of `count` pixels of a row.
 template <class T, class Make>
 void fillChannel(const ChannelSamples<std::uint8_t>& dst, const Selection& selection, const Make& make)
 {
     if (dst.first == nullptr)
         return;
-    if (!selection.isMasked() && dst.step == 1) {
-        for (std::int64_t y = selection.top; y < selection.top + selection.height; ++y)
-            make(selection.left, y, selection.width, dst.at<T>(selection.left, y));
-        return;
-    }
-    SampleBlock<T> block;
-    forEachRun<samplesPerBlock>(
-        selection, [&](std::int64_t x, std::int64_t y, std::int64_t count, const std::uint8_t* mask) {
-            make(x, y, count, block.data());
-            scatter<T>(block.data(), dst.at<T>(x, y), dst.step, count, mask);
-        });
+    partsByConsent(selection, [&](const Selection& part) noexcept {
+        if (!part.isMasked() && dst.step == 1) {
+            for (std::int64_t y = part.top; y < part.top + part.height; ++y)
+                make(part.left, y, part.width, dst.at<T>(part.left, y));
+            return;
+        }
+        SampleBlock<T> block;
+        forEachRun<samplesPerBlock>(
+            part, [&](std::int64_t x, std::int64_t y, std::int64_t count, const std::uint8_t* mask) {
+                make(x, y, count, block.data());
+                scatter<T>(block.data(), dst.at<T>(x, y), dst.step, count, mask);
+            });
+    });
 }
 
 }  // namespace ko

@@ -31,7 +31,7 @@ namespace ko {
 ///   ResultBadArg3          max null
 ///   ResultUnsupportedType  any other layout: a packing that is neither interleaved nor planar, or several
 ///                          interleaved channels with a mosaic
-/// On failure nothing is written. Runs on the calling thread. O(height * width * channels).
+/// On failure nothing is written. Runs on the calling thread, on several within `CallThreads`. O(samples).
 KO_EXPORT ResultCode MinMax(const SxImageBuf& src, QVariant* min, QVariant* max);
 
 /// Minimum and maximum of every channel over the pixels that a mask selects. A mosaic is not looked at.
@@ -46,7 +46,7 @@ KO_EXPORT ResultCode MinMax(const SxImageBuf& src, QVariant* min, QVariant* max)
 ///   ResultBadArg3          min null
 ///   ResultBadArg4          max null
 ///   ResultUnsupportedType  src.packing is neither interleaved nor planar
-/// On failure nothing is written. Runs on the calling thread. O(height * width * channels).
+/// On failure nothing is written. Runs on the calling thread, on several within `CallThreads`. O(samples).
 KO_EXPORT ResultCode MinMaxMasked(const SxImageBuf& src, const SxImageBuf& mask, QVariant* min,
                                   QVariant* max);
 
@@ -68,7 +68,7 @@ KO_EXPORT ResultCode MinMaxMasked(const SxImageBuf& src, const SxImageBuf& mask,
 ///   ResultBadArg3  cellHeight out of range or not a divisor of the height
 ///   ResultBadArg2  min null
 ///   ResultBadArg3  max null
-/// On failure nothing is written. Runs on the calling thread. O(height * width).
+/// On failure nothing is written. Runs on the calling thread, on several within `CallThreads`. O(samples).
 KO_EXPORT ResultCode MinMaxMosaic(const SxImageBuf& src, int cellWidth, int cellHeight, QVariant* min,
                                   QVariant* max, QPoint* minPos, QPoint* maxPos);
 

@@ -3,6 +3,10 @@
 #include "cli/failure.h"
 #include "cli/progress_bar.h"
 
+#include <ko/threads.h>
+
+#include <omp.h>
+
 #include <iomanip>
 #include <iostream>
 #include <sstream>
@@ -45,6 +49,7 @@ void tellOf(const Job& job, const std::string& what, std::chrono::duration<doubl
 int runBatch(const std::vector<Job>& jobs, Verbosity verbosity, const std::function<Frame(const Job&)>& work)
 {
     const ProgressBar bar(jobs.size(), verbosity);
+    const CallThreads allowed(omp_get_max_threads());  // one file at a time
     const auto start = std::chrono::steady_clock::now();
     Frame sum;
     std::size_t tried = 0;

@@ -4,6 +4,8 @@
 #include "cli/failure.h"
 #include "cli/progress_bar.h"
 
+#include <ko/threads.h>
+
 #include <omp.h>
 
 #include <algorithm>
@@ -40,7 +42,9 @@ std::vector<Outcome> runParallel(const std::vector<Job>& jobs, int workers, Verb
     const ProgressBar bar(jobs.size(), verbosity);
     bar.show(0);
     const auto serve = [&] {
-        omp_set_num_threads(std::max(1, processors / count));  // of this thread's operations
+        const int threads = std::max(1, processors / count);
+        omp_set_num_threads(threads);  // of this thread's operations
+        const CallThreads allowed(threads);
         for (std::size_t i = next++; i < jobs.size() && !stop.stop_requested(); i = next++) {
             outcomes[i] = runOne(jobs[i], work);
             const std::lock_guard lock(terminal);
