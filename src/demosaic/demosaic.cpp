@@ -24,9 +24,11 @@ namespace {
 
 /// What callers hold as `void*`: the colour planes of the mosaic and the same planes enlarged. Only rows of
 /// the enlarged planes are in use at any time.
+///
+/// Two pointers to image records and nothing else: programs look into the block.
 struct WorkBuffer {
-    Image planar;
-    Image full;
+    std::unique_ptr<Image> planar;
+    std::unique_ptr<Image> full;
 };
 
 bool isRegionOfCells(const QRect& roi, const SxImageInfo& info)
@@ -34,7 +36,7 @@ bool isRegionOfCells(const QRect& roi, const SxImageInfo& info)
     return isInside(roi, info) && hasEvenSize(roi) && widthOf(roi) > 0 && heightOf(roi) > 0;
 }
 
-Image allocPlanes(const SxImageInfo& info, std::int64_t width, std::int64_t height)
+std::unique_ptr<Image> allocPlanes(const SxImageInfo& info, std::int64_t width, std::int64_t height)
 {
     SxImageInfo planes;
     planes.width = static_cast<int>(width);
@@ -44,7 +46,7 @@ Image allocPlanes(const SxImageInfo& info, std::int64_t width, std::int64_t heig
     planes.dataType = info.dataType;
     planes.bitsPerSample = info.bitsPerSample;
     planes.bayerGrid = info.bayerGrid;
-    return Image(planes);
+    return std::make_unique<Image>(planes);
 }
 
 std::unique_ptr<WorkBuffer> allocBuffer(const SxImageInfo& info, const QRect& roi)
@@ -57,8 +59,12 @@ std::unique_ptr<WorkBuffer> allocBuffer(const SxImageInfo& info, const QRect& ro
 }
 
 /// Four planes of the given size and of src's sample type.
-bool arePlanesFor(const SxImageBuf& planes, const SxImageBuf& src, std::int64_t width, std::int64_t height)
+bool arePlanesFor(const std::unique_ptr<Image>& image, const SxImageBuf& src, std::int64_t width,
+                  std::int64_t height)
 {
+    if (image == nullptr)
+        return false;
+    const SxImageBuf& planes = *image;
     return isPresent(planes) && isFourPlanes(planes) && hasType(planes, src.dataType) &&
            hasSize(planes, width, height) && rowsFit(planes);
 }
@@ -164,7 +170,7 @@ ResultCode Demosaic(const SxImageBuf& src, const QRect& roi, SxImageBuf& dst, vo
                 auto* const used = buffer == nullptr ? own.get() : static_cast<WorkBuffer*>(buffer);
                 if (!fits(*used, src, roi))
                     return ResultFailed;
-                interpolate<T>(src, roi, used->full, dst);
+                interpolate<T>(src, roi, *used->full, dst);
                 return ResultOk;
             },
             ResultFailed);
