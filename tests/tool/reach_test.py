@@ -51,8 +51,9 @@ class Reach(ToolTest):
         self.assertEqual((listed | set(UNREACHED)) - exported_operations(), set())
 
     def test_the_tool_calls_what_the_table_says(self):
-        sources = "".join(
-            re.sub(r"//.*|\"[^\"]*\"", "", path.read_text()) for path in (ROOT / "tools/ko").rglob("*.[ch]*"))
+        # The pictures of the tool are images of the C++ layer, which asks for their memory.
+        paths = [*(ROOT / "tools/ko").rglob("*.[ch]*"), ROOT / "include/ko/cpp/image.h"]
+        sources = "".join(re.sub(r"//.*|\"[^\"]*\"", "", path.read_text()) for path in paths)
         called = set(re.findall(r"\b(\w+)\(", sources)) | set(re.findall(r"\{(And|Or|Xor), ", sources)) | set(
             re.findall(r"m_buffers\{(\w+)\}", sources))
         self.assertEqual(set().union(*documented().values()) - called, set())

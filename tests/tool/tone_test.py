@@ -199,7 +199,7 @@ class CompressLevels(ToneTest):
 
     def test_bands_that_make_no_sense_are_refused(self):
         self.write("a.png", png(1, 1, [7]))
-        self.refuse("compress-levels", "a.png", "--low", "5", "--high", "5", "-o", "o.tif", names="", says="below high", code=2)
+        self.refuse("compress-levels", "a.png", "--low", "5", "--high", "5", "-o", "o.tif", names="", says="--low must be below --high", code=2)
         self.refuse("compress-levels", "a.png", "--low", "5", "--high", "256", "-o", "o.tif", names="a.png: ", says="end below 256")
 
 
