@@ -54,10 +54,10 @@ void centred(ByteReader& in, Outcome& out)
 
 Cases centredCases()
 {
-    return {&centred<&DemosaicMalvar, &DemosaicMalvar, &oracle::malvar<std::uint8_t>,
-                     &oracle::malvar<std::uint16_t>>,
-            &centred<&DemosaicMenon, &DemosaicMenon, &oracle::menon<std::uint8_t>,
-                     &oracle::menon<std::uint16_t>>};
+    return {{"demosaic: Malvar", &centred<&DemosaicMalvar, &DemosaicMalvar, &oracle::malvar<std::uint8_t>,
+                                          &oracle::malvar<std::uint16_t>>},
+            {"demosaic: Menon", &centred<&DemosaicMenon, &DemosaicMenon, &oracle::menon<std::uint8_t>,
+                                         &oracle::menon<std::uint16_t>>}};
 }
 
 }  // namespace ko::fuzz
