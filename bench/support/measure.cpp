@@ -2,6 +2,8 @@
 
 #include "support/traffic_kernels.h"
 
+#include <ko/threads.h>
+
 #include <omp.h>
 
 #include <opencv2/core/utility.hpp>
