@@ -4,6 +4,8 @@
 
 #include <ko/snake.h>
 
+#include <algorithm>
+
 namespace ko::fuzz {
 
 namespace {
@@ -16,7 +18,15 @@ double anyWeight(ByteReader& in)
     return in.oneIn(16) ? in.real() : in.between(-4, 12) / 4.0;
 }
 
-SxSnakeParams anyParams(ByteReader& in)
+/// Where far points pull a new one back onto the point before it, insertion goes on to its limit of 65,536 points,
+/// which takes seconds. No image is large enough for that at this spacing.
+int boundedSpacing(const SxImageInfo& image)
+{
+    return 2 + std::max({image.width, image.height, 0}) / 16;
+}
+
+/// @param maySwell  insertion may go on to its limit, in one step
+SxSnakeParams anyParams(ByteReader& in, const SxImageInfo& image, bool maySwell)
 {
     SxSnakeParams params;
     params.edgeFraction = in.oneIn(16) ? in.real() : in.between(-2, 12) / 10.0;
@@ -28,8 +38,13 @@ SxSnakeParams anyParams(ByteReader& in)
     params.refineInterval = in.between(-1, 6);
     params.loopDistance = in.oneIn(16) ? in.integer() : in.between(-1, 6);
     params.pointSpacing = in.oneIn(16) ? -in.below(100) : in.between(2, 9);
-    // Insertion may go on to its limit of 65,536 points, with which few steps take long enough.
     params.maxIterations = in.between(-1, params.refine != 0 ? 4 : 25);
+    if (maySwell) {
+        params.pointSpacing -= 1;
+        params.maxIterations = std::min(params.maxIterations, 1);
+    } else if (params.pointSpacing > 0) {
+        params.pointSpacing = std::max(params.pointSpacing, boundedSpacing(image));
+    }
     return params;
 }
 
@@ -56,9 +71,10 @@ void add(Outcome& out, const Points& points)
 
 void contour(ByteReader& in, Outcome& out)
 {
+    const bool maySwell = in.digest() % 512 == 0;
     const Layout layout = anyLayout(in, {{UInt8, UInt16, UInt8, UInt16, UInt8, Int32}});
     const FuzzImage src(in, layout);
-    const SxSnakeParams params = anyParams(in);
+    const SxSnakeParams params = anyParams(in, src, maySwell);
     const Points input = anyContour(in, layout);
     Points output;
     const ResultCode rc = SnakeImage(src, params, input, output);
@@ -80,7 +96,7 @@ void contourInPlace(ByteReader& in, Outcome& out)
 {
     const Layout layout = anyLayout(in, {{UInt8, UInt16}});
     const FuzzImage src(in, layout);
-    const SxSnakeParams params = anyParams(in);
+    const SxSnakeParams params = anyParams(in, src, false);
     Points points = anyContour(in, layout), apart;
     const Points input = points;
     const ResultCode rc = SnakeImage(src, params, input, apart);
