@@ -68,11 +68,11 @@ class BadInput(ToolTest):
 
     def test_fits_files_of_other_kinds(self):
         content = fits(2, 2, range(4))
-        self.write("scaled.fits", content.replace(b"%20s" % b"1.0", b"%20s" % b"2.5"))
+        self.write("odd.fits", content.replace(b"BITPIX  =                   16", b"BITPIX  =                   17"))
         self.write("cube.fits", content.replace(b"NAXIS   =                    2", b"NAXIS   =                    4"))
         self.write("flat.fits", content.replace(b"NAXIS1  =                    2", b"NAXIS1  =                   -2"))
         self.write("endless.fits", content.replace(b"END", b"ENX"))
-        self.demosaic_fails("scaled.fits", "BSCALE")
+        self.demosaic_fails("odd.fits", "BITPIX")
         self.demosaic_fails("cube.fits", "no flat picture")
         self.demosaic_fails("flat.fits", "no flat picture")
         self.demosaic_fails("endless.fits", "not a FITS file")
@@ -82,7 +82,7 @@ class BadInput(ToolTest):
         self.write("huge.fits", huge.replace(b"NAXIS   =           2000000000", b"NAXIS   =                    2"))
         run = self.ko("demosaic", "huge.fits", "--grid", "rggb", "-o", "out.tif")
         self.assertEqual(run.returncode, 1)
-        self.assertRegex(run.stderr, "^ko: huge.fits: (out of memory|is damaged or cut short)\n$")
+        self.assertRegex(run.stderr, "^ko: huge.fits: is damaged or cut short: shorter than its header claims: ")
 
     def test_a_bad_frame_does_not_stop_the_series(self):
         for name in ("a.tif", "d.tif"):

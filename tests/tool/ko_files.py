@@ -8,7 +8,7 @@ import tempfile
 import unittest
 import zlib
 
-TYPES = {1: "B", 2: "s", 3: "H", 4: "I", 5: "II", 10: "ii"}
+TYPES = {1: "B", 2: "s", 3: "H", 4: "I", 5: "II", 7: "s", 10: "ii"}
 
 
 class ToolTest(unittest.TestCase):
@@ -54,8 +54,8 @@ class ToolTest(unittest.TestCase):
 def tiff(width, height, samples, bits=16, channels=1, description=None, sample_format=1, extra=()):
     """A little-endian TIFF of one uncompressed strip; `extra` holds further (tag, type, values)."""
     letter = {(8, 1): "B", (16, 1): "H", (32, 3): "f", (16, 2): "h"}[bits, sample_format]
-    pixels = struct.pack(f"<{len(samples)}{letter}", *samples)
     assert len(samples) == width * height * channels
+    pixels = struct.pack(f"<{len(samples)}{letter}", *samples)
     tags = {
         256: (3, (width,)), 257: (3, (height,)), 258: (3, (bits,) * channels), 259: (3, (1,)),
         262: (3, (2 if channels == 3 else 1,)), 273: (4, (8,)), 277: (3, (channels,)), 278: (3, (height,)),
@@ -64,11 +64,21 @@ def tiff(width, height, samples, bits=16, channels=1, description=None, sample_f
     if description is not None:
         tags[270] = (2, description.encode() + b"\0")
     tags.update({tag: (kind, values) for tag, kind, values in extra})
-    start = 8 + len(pixels) + len(pixels) % 2
+    return tiff_of(pixels, tags)
+
+
+def tiff_of(strip, tags, magic=b"II*\0"):
+    """A TIFF file of one strip, at byte 8, and one directory of `tags`: {tag: (type, values)}."""
+    start = 8 + len(strip) + len(strip) % 2
+    return magic + struct.pack("<I", start) + strip.ljust(start - 8, b"\0") + tiff_directory(start, tags)
+
+
+def tiff_directory(start, tags, following=0):
+    """A directory that stands at byte `start`, and its values."""
     tail_at = start + 2 + 12 * len(tags) + 4
     entries, tail = b"", b""
     for tag, (kind, values) in sorted(tags.items()):
-        if kind == 2:
+        if kind in (2, 7):
             count, data = len(values), values
         else:
             count = len(values) // len(TYPES[kind])
@@ -76,12 +86,11 @@ def tiff(width, height, samples, bits=16, channels=1, description=None, sample_f
         if len(data) > 4:
             data, tail = struct.pack("<I", tail_at + len(tail)), tail + data + b"\0" * (len(data) % 2)
         entries += struct.pack("<HHI", tag, kind, count) + data.ljust(4, b"\0")
-    header = struct.pack("<2sHI", b"II", 42, start)
-    return header + pixels.ljust(start - 8, b"\0") + struct.pack("<H", len(tags)) + entries + bytes(4) + tail
+    return struct.pack("<H", len(tags)) + entries + struct.pack("<I", following) + tail
 
 
-def read_tiff(content):
-    """(width, height, channels, samples, description) of an uncompressed TIFF of 8 or 16 bits."""
+def read_tags(content):
+    """{tag: values} of the first directory of a little-endian TIFF."""
     assert content[:4] == b"II*\0", content[:4]
     (at,) = struct.unpack_from("<I", content, 4)
     tags = {}
@@ -93,11 +102,18 @@ def read_tiff(content):
         where = at + 2 + 12 * entry + 8
         if size > 4:
             (where,) = struct.unpack_from("<I", content, where)
-        tags[tag] = (content[where:where + count] if kind == 2
+        tags[tag] = (content[where:where + count] if kind in (2, 7)
                      else struct.unpack_from(f"<{count}{TYPES[kind]}", content, where))
+    return tags
+
+
+def read_tiff(content):
+    """(width, height, channels, samples, description) of an uncompressed TIFF of integers or floats."""
+    tags = read_tags(content)
     assert tags[259] == (1,), "compressed"
     data = b"".join(content[o:o + n] for o, n in zip(tags[273], tags[279]))
-    letter = {8: "B", 16: "H"}[tags[258][0]]
+    letter = {(8, 1): "B", (16, 1): "H", (16, 2): "h", (32, 3): "f", (64, 3): "d"}[
+        tags[258][0], tags.get(339, (1,))[0]]
     samples = list(struct.unpack(f"<{len(data) // struct.calcsize(letter)}{letter}", data))
     return tags[256][0], tags[257][0], tags[277][0], samples, tags.get(270, b"").rstrip(b"\0").decode()
 
@@ -116,16 +132,21 @@ def png(width, height, samples, bits=8, channels=1):
 
 def fits(width, height, samples, *cards, unsigned=True):
     """A FITS file of 16-bit samples."""
+    data = struct.pack(f">{len(samples)}h", *(s - 32768 if unsigned else s for s in samples))
+    offset = [("BZERO", 32768), ("BSCALE", "1.0")] if unsigned else []
+    return fits_unit([width, height], 16, data, *offset, *cards)
+
+
+def fits_unit(sizes, bitpix, data, *cards, first=("SIMPLE", "T")):
+    """A header of FITS and its data: a file, or an extension with ("XTENSION", "'IMAGE   '") for the first."""
     def card(key, value):
         return f"{key:<8}= {value:>20}".ljust(80)
 
-    lines = [card("SIMPLE", "T"), card("BITPIX", 16), card("NAXIS", 2), card("NAXIS1", width), card("NAXIS2", height)]
-    if unsigned:
-        lines += [card("BZERO", 32768), card("BSCALE", "1.0")]
+    lines = [card(*first), card("BITPIX", bitpix), card("NAXIS", len(sizes))]
+    lines += [card(f"NAXIS{i + 1}", size) for i, size in enumerate(sizes)]
     lines += [card(*c) for c in cards] + ["END".ljust(80)]
     header = "".join(lines)
     header = header.ljust((len(header) + 2879) // 2880 * 2880).encode()
-    data = struct.pack(f">{len(samples)}h", *(s - 32768 if unsigned else s for s in samples))
     return header + data.ljust((len(data) + 2879) // 2880 * 2880, b"\0")
 
 

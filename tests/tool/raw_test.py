@@ -1,25 +1,65 @@
 """Camera raws, as DNG files made here: pattern, active area, black and white level."""
 
+import struct
+
 import ko_files
-from ko_files import ToolTest, random_samples, read_tiff, tiff
+from ko_files import ToolTest, random_samples, read_tags, read_tiff, tiff_of
 
 COLOURS = {"r": 0, "g": 1, "b": 2}
 
 
-def dng(width, height, samples, grid, black=(0,), white=65535, area=None, strip=8):
-    """A raw file of one uncompressed strip of 16-bit samples; `black` is one level or four of a 2 x 2 pattern."""
+def packed(samples, width, bits):
+    """Rows of whole bytes, the high bits first; samples of 16 bits as they are in memory."""
+    if bits == 16:
+        return struct.pack(f"<{len(samples)}H", *samples)
+    rows = b""
+    for start in range(0, len(samples), width):
+        row = 0
+        for sample in samples[start:start + width]:
+            row = row << bits | sample
+        spare = -width * bits % 8
+        rows += (row << spare).to_bytes((width * bits + spare) // 8, "big")
+    return rows
+
+
+def dng(width, height, samples, grid, black=(0,), white=65535, area=None, strip=8, bits=16, curve=None, turn=1,
+        maker=b"Maker", size=None):
+    """A raw file of one uncompressed strip; `black` is one level or four of a 2 x 2 pattern, no `white` is that
+    of the bits, `curve` what samples stand for, `size` what the header claims."""
     repeat = (1, 1) if len(black) == 1 else (2, 2)
-    extra = [
-        (254, 4, (0,)), (262, 3, (32803,)), (271, 2, b"Maker\0"), (272, 2, b"Model\0"), (274, 3, (1,)),
-        (33421, 3, (2, 2)), (33422, 1, tuple(COLOURS[c] for c in grid)),
-        (50706, 1, (1, 4, 0, 0)), (50708, 2, b"Maker Model\0"), (50710, 1, (0, 1, 2)), (50711, 3, (1,)),
-        (50713, 3, repeat), (50714, 4, tuple(black)), (50717, 4, (white,)),
-        (50721, 10, (1, 1, 0, 1, 0, 1, 0, 1, 1, 1, 0, 1, 0, 1, 0, 1, 1, 1)),
-        (273, 4, (strip,)), (50728, 5, (1, 1, 1, 1, 1, 1)), (50778, 3, (21,)),
-    ]
+    pixels = packed(samples, width, bits)
+    columns, rows = size or (width, height)
+    tags = {
+        254: (4, (0,)), 256: (4, (columns,)), 257: (4, (rows,)), 258: (3, (bits,)), 259: (3, (1,)),
+        262: (3, (32803,)), 271: (2, maker + b"\0"), 272: (2, b"Model\0"), 273: (4, (strip,)), 274: (3, (turn,)),
+        277: (3, (1,)), 278: (4, (rows,)), 279: (4, (len(pixels),)), 33421: (3, (2, 2)),
+        33422: (1, tuple(COLOURS[c] for c in grid)),
+        50706: (1, (1, 4, 0, 0)), 50708: (2, maker + b" Model\0"), 50710: (1, (0, 1, 2)), 50711: (3, (1,)),
+        50713: (3, repeat), 50714: (4, tuple(black)),
+        50721: (10, (1, 1, 0, 1, 0, 1, 0, 1, 1, 1, 0, 1, 0, 1, 0, 1, 1, 1)),
+        50728: (5, (1, 1, 1, 1, 1, 1)), 50778: (3, (21,)),
+    }
+    if white is not None:
+        tags[50717] = (4, (white,))
+    if curve:
+        tags[50712] = (3, tuple(curve))
     if area:
-        extra.append((50829, 4, area))
-    return tiff(width, height, samples, extra=extra)
+        tags[50829] = (4, area)
+    return tiff_of(pixels, tags)
+
+
+def kodak(samples):
+    """A raw file of the kind whose decoder alone knows how bright its samples become."""
+    return tiff_of(samples, {271: (2, b"Kodak\0"), 272: (2, b"Kodak DC50 Zoom Digital Camera\0")})
+
+
+def rw2(width, height, samples):
+    """A raw file of 12 bits in blocks of 16 KiB."""
+    tags = {1: (7, b"0310"), 2: (3, (width,)), 3: (3, (height,)), 4: (3, (0,)), 5: (3, (0,)), 6: (3, (height,)),
+            7: (3, (width,)), 9: (3, (1,)), 10: (3, (12,)), 11: (3, (34316,)), 271: (2, b"Panasonic\0"),
+            272: (2, b"DMC-GH2\0"), 280: (4, (4096,)), 278: (4, (height,)), 279: (4, (len(samples),))}
+    head = b"IIU\0" + struct.pack("<I", 8) + ko_files.tiff_directory(8, tags)
+    return head.ljust(4096, b"\0") + samples
 
 
 class Raw(ToolTest):
@@ -48,9 +88,39 @@ class Raw(ToolTest):
             self.assertEqual(self.unpacked(dng(32, 24, samples, grid, black=levels, white=16383)),
                              (32, 24, 1, expected, f"koimproc bits=14 grid={grid.upper()}"))
 
-    def test_samples_above_the_white_level_stay_within_its_bits(self):
-        samples = [5000] * (32 * 24)
-        self.assertEqual(set(self.unpacked(dng(32, 24, samples, "rggb", white=4000))[3]), {4095 << 4})
+    def test_single_samples_above_the_white_level_stay_within_its_bits(self):
+        samples = [4000] * (64 * 64 - 2) + [5000] * 2
+        self.assertEqual(set(self.unpacked(dng(64, 64, samples, "rggb", white=4000))[3]), {4000 << 4, 4095 << 4})
+
+    def test_a_white_level_that_the_samples_contradict_is_not_believed(self):
+        samples = random_samples(32 * 24, 16383, 8)
+        self.write("a.dng", dng(32, 24, samples, "rggb", white=255))
+        self.assertIn(", 14 bits, ", self.succeed("info", "a.dng"))
+        self.assertRegex(self.succeed("info", "a.dng"), r", white 255 but samples reach 163\d\d\n$")
+        run = self.ko("unpack", "a.dng", "-o", "out.tif")
+        self.assertEqual(run.returncode, 0)
+        self.assertRegex(run.stderr, r"^ko: warning: a.dng: its white level is 255 but samples reach 163\d\d\n$")
+        self.assertEqual(read_tiff(self.read("out.tif"))[3:], ([s << 2 for s in samples], "koimproc bits=14 grid=RGGB"))
+
+    def test_every_depth_comes_out_whole(self):
+        for bits in range(8, 17):
+            top = 2**bits - 1
+            samples = random_samples(32 * 24, top, bits)
+            for white in (None, top):
+                self.assertEqual(self.unpacked(dng(32, 24, samples, "rggb", white=white, bits=bits)),
+                                 (32, 24, 1, [s << 16 - bits for s in samples], f"koimproc bits={bits} grid=RGGB"))
+
+    def test_samples_that_stand_for_others_are_looked_up(self):
+        curve = [min(i * i // 16, 4095) for i in range(256)]
+        samples = random_samples(32 * 24, 255, 9)
+        self.assertEqual(self.unpacked(dng(32, 24, samples, "rggb", white=4095, bits=8, curve=curve)),
+                         (32, 24, 1, [curve[s] << 4 for s in samples], "koimproc bits=12 grid=RGGB"))
+
+    def test_levels_are_those_that_the_decoder_settled_on(self):
+        self.write("a.kdc", kodak(b"\x55" * 200000))
+        self.assertRegex(self.succeed("info", "a.kdc"), r", 14 bits, .*, white 16383\n$")
+        self.succeed("unpack", "a.kdc", "-o", "out.tif")
+        self.assertEqual(max(read_tiff(self.read("out.tif"))[3]), 16383 << 2)
 
     def test_only_the_active_area_counts_and_its_corner_names_the_pattern(self):
         samples = random_samples(40 * 30, 65535, 4)
@@ -98,6 +168,42 @@ class Raw(ToolTest):
         # The samples start where a third of them does not fit before the end of the file.
         self.write("a.dng", dng(64, 48, samples, "rggb", strip=8 + 64 * 32))
         self.refuse("demosaic", "a.dng", "-o", "out.tif", names="a.dng: ", says="is damaged or cut short")
+
+
+    def test_raws_whose_decoder_runs_out_of_bytes_are_refused(self):
+        content = b"\x55" * (512 * 384 * 8 // 7 + 20000)
+        self.write("a.rw2", rw2(512, 384, content))
+        self.assertIn("512 x 384", self.succeed("info", "a.rw2"))
+        self.succeed("unpack", "a.rw2", "-o", "whole.tif")
+        self.write("a.rw2", rw2(512, 384, content[:60000]))
+        self.refuse("unpack", "a.rw2", "-o", "out.tif", names="a.rw2: ", says="is damaged or cut short")
+        self.refuse("info", "a.rw2", names="a.rw2: ", says="is damaged or cut short")
+        self.write("a.rw2", rw2(4096, 3072, content[:8000]))
+        self.refuse("unpack", "a.rw2", "-o", "out.tif", names="a.rw2: ",
+                    says="is damaged or cut short: shorter than its header claims")
+
+    def test_names_of_cameras_cannot_talk_to_the_terminal(self):
+        self.write("a.dng", dng(32, 24, [0] * 768, "rggb", maker=b"Mak\x1b[31mer\x07"))
+        self.assertIn("camera raw Mak [31mer  Model, ", self.succeed("info", "a.dng"))
+
+    def test_mosaics_stay_as_the_sensor_has_them_and_pictures_of_them_stand_upright(self):
+        samples = random_samples(32 * 24, 65535, 12)
+        self.write("a.dng", dng(32, 24, samples, "rggb", turn=6))
+        self.assertEqual(self.unpacked(self.read("a.dng"))[:4], (32, 24, 1, samples))
+        self.assertEqual(read_tags(self.read("out.tif"))[274], (6,))
+        self.write("straight.dng", dng(32, 24, samples, "rggb"))
+        self.succeed("demosaic", "--half", "straight.dng", "-o", "straight.tif")
+        straight = read_tiff(self.read("straight.tif"))[3]
+        # A row of the result is a column of the sensor, from the bottom.
+        expected = [straight[3 * (y * 16 + x) + c] for x in range(16) for y in reversed(range(12)) for c in range(3)]
+        for name in ("a.dng", "out.tif"):
+            self.succeed("demosaic", "--half", name, "-o", "b.tif")
+            self.assertEqual(read_tiff(self.read("b.tif"))[:4], (12, 16, 3, expected))
+            self.succeed("stream", name, "-o", "streamed/")
+            self.assertEqual(read_tiff(self.read("streamed/" + name[:-4] + ".tif"))[3], expected)
+        self.succeed("demosaic", "--half", "--as-stored", "a.dng", "-o", "b.tif")
+        self.assertEqual(read_tiff(self.read("b.tif"))[:4], (16, 12, 3, straight))
+        self.assertEqual(read_tags(self.read("b.tif"))[274], (6,))
 
 
 if __name__ == "__main__":

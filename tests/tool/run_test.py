@@ -187,7 +187,7 @@ class Refusals(RunTest):
         self.refuse_recipe({"operations": [], "output": {"ending": "png"}}, "output.ending: is unknown; known is format")
         for ending in (".png", "", 5, "a/b", None):
             self.refuse_recipe({"operations": [], "output": {"format": ending}}, "output.format: must be the ending")
-        self.refuse("run", "no.json", "a.png", "-o", "out", names="no.json: ", says="cannot be opened: ")
+        self.refuse("run", "no.json", "a.png", "-o", "out", names="no.json: ", says="no such file")
 
     def test_what_is_no_operation(self):
         self.refuse_recipe({"operations": [5]}, "operations[0]: must be an object")

@@ -83,7 +83,7 @@ class Snake(FilterTest):
         self.write("broken.json", b'{')
         circle = ["--circle", "20,20,15", "-o", "out.tif"]
         self.refuse("snake", "colour.tif", *circle, names="colour.tif: ", says="3 channels")
-        self.refuse("snake", disc, *circle, "--params", "none.json", names="none.json: ", says="cannot be read")
+        self.refuse("snake", disc, *circle, "--params", "none.json", names="none.json: ", says="no such file")
         self.refuse("snake", disc, *circle, "--params", "wrong.json", names="wrong.json: ", says='"weight"')
         self.refuse("snake", disc, *circle, "--params", "broken.json", names="broken.json: ", says="JSON")
         self.refuse("snake", disc, "--circle", "20,20", "-o", "out.tif", names="20,20 ", says="x,y,radius", code=2)

@@ -54,7 +54,8 @@ class Completion(ToolTest):
 
     def test_options_are_completed(self):
         self.assertEqual(self.complete("median", "--"),
-                         {"--help", "--output", "--quality", "--quiet", "--verbose", "--radius"})
+                         {"--help", "--output", "--quality", "--quiet", "--verbose", "--radius", "--as-stored", "--page", "--spool",
+                          "--format"})
         self.assertEqual(self.complete("mask", "ellipse", "--a"), {"--angle"})
 
     def test_words_are_completed_and_files_left_to_the_shell(self):

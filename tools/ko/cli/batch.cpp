@@ -2,6 +2,7 @@
 
 #include "cli/failure.h"
 #include "cli/progress_bar.h"
+#include "cli/transfer.h"
 
 #include <ko/threads.h>
 
@@ -70,7 +71,7 @@ int runBatch(const std::vector<Job>& jobs, Verbosity verbosity, const std::funct
             tellOf(job, "done", std::chrono::steady_clock::now() - begin);
     }
     const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
-    if (verbosity != Verbosity::Quiet)
+    if (verbosity != Verbosity::Quiet && (jobs.empty() || jobs.front().output != standardStream))
         summarise(jobs.size(), done, sum, elapsed.count());
     return done == jobs.size() ? ExitOk : ExitFailed;
 }

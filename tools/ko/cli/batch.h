@@ -19,7 +19,7 @@ struct Frame {
 
 /// Runs `work` on every job. A failure is one line on the standard error and does not keep the others from
 /// their turn. Shows a progress bar when the standard error is a terminal, ends with a summary on the
-/// standard output, as far as `verbosity` lets it, and answers with the exit code.
+/// standard output, unless a result goes there, as far as `verbosity` lets it, and answers with the exit code.
 int runBatch(const std::vector<Job>& jobs, Verbosity verbosity, const std::function<Frame(const Job&)>& work);
 
 /// The line of a file that is done.

@@ -2,6 +2,7 @@
 
 #include "cli/arguments.h"
 #include "cli/failure.h"
+#include "cli/transfer.h"
 
 #include <filesystem>
 #include <map>
@@ -18,7 +19,7 @@ std::string outputPattern(const FileSeries& series, const std::string& ending)
     if (output.find("{}") != std::string::npos)
         return output;
     std::error_code error;
-    if (output.ends_with('/') || fs::is_directory(output, error)) {
+    if (output.ends_with('/') || (output != standardStream && fs::is_directory(output, error))) {
         fs::create_directories(output, error);
         if (error)
             throw Failure(output, "cannot be made: " + error.message());
@@ -32,9 +33,17 @@ std::string outputPattern(const FileSeries& series, const std::string& ending)
 /// The same for all names of one file.
 std::string identity(const std::string& file)
 {
+    if (file == standardStream)
+        return file;
     std::error_code error;
     const fs::path path = fs::weakly_canonical(file, error);
     return error ? file : path.string();
+}
+
+/// What stands for an input in the name of its result.
+std::string stemOf(const std::string& input)
+{
+    return input == standardStream ? "stdin" : fs::path(input).stem().string();
 }
 
 void addOptions(CLI::App& command, FileSeries& series, const std::string& output)
@@ -60,6 +69,8 @@ void addDirectoryOptions(CLI::App& command, FileSeries& series)
 
 FileSeries intoDirectory(FileSeries series)
 {
+    if (series.output == standardStream)
+        throw UsageError("-o must be a directory, the standard output takes one result only");
     if (series.output.find("{}") == std::string::npos && !series.output.ends_with('/'))
         series.output += '/';
     return series;
@@ -74,14 +85,14 @@ std::vector<Job> planJobs(const FileSeries& series, const std::string& ending)
     for (const std::string& input : series.inputs) {
         std::string output = pattern;
         if (braces != std::string::npos)
-            output.replace(braces, 2, fs::path(input).stem().string());
+            output.replace(braces, 2, stemOf(input));
         const auto [other, isNew] = inputOf.emplace(identity(output), input);
         if (!isNew)
             throw UsageError(output + ": would be the result of both " + other->second + " and " + input);
         jobs.push_back({input, output});
     }
     for (const std::string& input : series.inputs)
-        if (inputOf.contains(identity(input)))
+        if (input != standardStream && inputOf.contains(identity(input)))
             throw UsageError(input + ": a result would replace this input");
     return jobs;
 }

@@ -6,6 +6,7 @@
 #include <CLI/CLI.hpp>
 
 #include <iostream>
+#include <new>
 
 using namespace ko::tool;
 
@@ -36,6 +37,9 @@ try {
 } catch (const UsageError& error) {
     report(error.what());
     return ExitUsage;
+} catch (const std::bad_alloc&) {
+    report("out of memory");
+    return ExitFailed;
 } catch (const std::exception& error) {
     report(error.what());
     return ExitFailed;

@@ -3,6 +3,7 @@
 #include "cli/failure.h"
 #include "cli/registry.h"
 #include "io/parts.h"
+#include "io/source.h"
 
 #include <QFile>
 #include <QJsonArray>
@@ -81,7 +82,7 @@ public:
 
     void read()
     {
-        QFile file(QString::fromStdString(m_file));
+        QFile file(QString::fromStdString(sourceOf(m_file).path));
         if (!file.open(QIODevice::ReadOnly))
             throw Failure(m_file, "cannot be opened: " + file.errorString().toStdString());
         const QByteArray text = file.readAll();
@@ -137,7 +138,7 @@ private:
         const Operation* const operation = findOperation(name);
         if (!operation)
             refuse(path + ".op", "must be one of " + joined(operationNames()));
-        Recipe::Step step{name, std::make_unique<Settings>(), nullptr};
+        Recipe::Step step{name, std::make_unique<Settings>(), nullptr, operation->keepsColours};
         step.prepare = operation->setUp(*step.settings);
         for (const QString& key : object.keys())
             if (key != "op")
@@ -180,6 +181,11 @@ private:
 Recipe::Recipe(const std::string& file)
 {
     RecipeReader(file, *this).read();
+}
+
+bool Recipe::keepsColours() const
+{
+    return std::ranges::all_of(m_steps, &Step::keepsColours);
 }
 
 Filter Recipe::prepare() const

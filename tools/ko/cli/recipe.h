@@ -22,6 +22,9 @@ public:
     /// Reads the files that the operations name and makes one filter of all of them.
     Filter prepare() const;
 
+    /// True where each of the operations does.
+    bool keepsColours() const;
+
     /// Ending of the results' names, with its dot.
     const std::string& ending() const { return m_ending; }
 
@@ -30,6 +33,7 @@ private:
         std::string name;
         std::unique_ptr<Settings> settings;
         Operation::Prepare prepare;
+        bool keepsColours;
     };
 
     std::vector<Step> m_steps;

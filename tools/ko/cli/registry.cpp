@@ -1,5 +1,6 @@
 #include "cli/registry.h"
 
+#include "cli/transfer.h"
 #include "commands/commands.h"
 #include "commands/filtering.h"
 #include "commands/operations.h"
@@ -78,9 +79,9 @@ Command::Action setUp(const Operation& operation, CLI::App& app)
     addSeriesOptions(app, parts->files);
     parts->prepare = operation.setUp(parts->settings);
     parts->settings.declare(app);
-    return [parts] {
+    return [parts, keepsColours = operation.keepsColours] {
         parts->settings.verify();
-        return runFilter(parts->files, parts->prepare());
+        return runFilter(parts->files, parts->prepare(), keepsColours);
     };
 }
 
@@ -114,7 +115,11 @@ void declareEntry(CLI::App& app, const Entry& entry, Command::Action& action)
     std::visit(
         [&](const auto* found) {
             CLI::App* const command = app.add_subcommand(found->name, found->summary)->group(found->room);
-            command->callback([&action, run = setUp(*found, *command)] { action = run; });
+            command->callback([&action, command, run = setUp(*found, *command)] {
+                verifyTransfer(*command);
+                action = run;
+            });
+            addTransferOptions(*command);
         },
         entry);
 }

@@ -19,6 +19,7 @@ const Operation applyMaskOperation{
                 return result;
             };
         };
-    }};
+    },
+    true};
 
 }  // namespace ko::tool

@@ -139,15 +139,18 @@ int run(const Options& options)
         jobs.push_back(planJobs({{input}, files.output}, ".tif").front());
 
     Average average(options.mebibytes);
+    Metadata metadata;
     const int code = runBatch(jobs, files.verbosity, [&](const Job& job) {
-        Image picture = readImage(job.input);
+        Picture picture = readPicture(job.input);
+        if (&job == jobs.data())
+            metadata = picture.metadata;
         // Frames that are held are averaged at the end: no time of theirs could be told here.
-        const Frame frame{pixelCount(*picture), {}};
-        average.add(std::move(picture));
+        const Frame frame{pixelCount(*picture.image), {}};
+        average.add(std::move(picture.image));
         return frame;
     });
     if (code == ExitOk)
-        writeImage(average.mean(), jobs.front().output, files.quality);
+        writeImage(average.mean(), jobs.front().output, metadata, files.quality);
     return code;
 }
 

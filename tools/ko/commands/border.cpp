@@ -88,6 +88,7 @@ const Operation borderOperation{
             return
                 [options](const Image& picture, Frame& frame) { return addBorder(picture, frame, *options); };
         };
-    }};
+    },
+    true};
 
 }  // namespace ko::tool

@@ -17,6 +17,7 @@ const Operation cropOperation{
                 return cropOf(picture, regionIn(*picture, *region));
             };
         };
-    }};
+    },
+    true};
 
 }  // namespace ko::tool

@@ -73,6 +73,7 @@ const Operation demosaicOperation{
                 return demosaicing->run(picture, frame);
             };
         };
-    }};
+    },
+    true};
 
 }  // namespace ko::tool

@@ -7,14 +7,15 @@
 
 namespace ko::tool {
 
-int runFilter(const FileSeries& files, const Filter& filter)
+int runFilter(const FileSeries& files, const Filter& filter, bool keepsColours)
 {
     return runBatch(planJobs(files, ".tif"), files.verbosity, [&](const Job& job) {
-        const Image picture = readImage(job.input);
+        const Picture picture = readPicture(job.input);
         Frame frame;
-        const Image result = filter(picture, frame);
+        const Image result = filter(picture.image, frame);
         frame.pixels = pixelCount(*result);
-        writeImage(result, job.output, files.quality);
+        writeImage(result, job.output, keepsColours ? picture.metadata : picture.metadata.withoutColours(),
+                   files.quality);
         return frame;
     });
 }

@@ -7,7 +7,7 @@
 namespace ko::tool {
 
 /// Reads every input, filters it and writes the result.
-int runFilter(const FileSeries& files, const Filter& filter);
+int runFilter(const FileSeries& files, const Filter& filter, bool keepsColours);
 
 /// Throws unless the picture has one channel and unsigned samples of 8 or 16 bits.
 void requireMonoUnsigned(const SxImageInfo& picture);

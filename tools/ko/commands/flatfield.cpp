@@ -59,10 +59,10 @@ struct Correction {
 
 Correction readCorrection(const Options& options)
 try {
-    Correction correction{readImage(options.background), std::nullopt, 0};
+    Correction correction{readAside(options.background), std::nullopt, 0};
     requireTones(*correction.background);
     if (!options.dark.empty()) {
-        correction.dark.emplace(readImage(options.dark));
+        correction.dark.emplace(readAside(options.dark));
         if (const std::string difference = differenceOf(**correction.dark, *correction.background);
             !difference.empty())
             throw Failure(options.dark, difference + options.background);

@@ -2,6 +2,7 @@
 #include "cli/arguments.h"
 #include "cli/jobs.h"
 #include "cli/reports.h"
+#include "cli/transfer.h"
 #include "commands/commands.h"
 #include "commands/level_counts.h"
 #include "io/replace_file.h"
@@ -166,7 +167,7 @@ void printSparklines(const Histograms& histograms, bool isLogarithmic)
 
 void write(const Histograms& histograms, const Options& options, const std::string& output)
 {
-    const std::string ending = std::filesystem::path(output).extension().string();
+    const std::string ending = endingOfOutput(output);
     if (ending == ".csv")
         replaceFile(output, csv(histograms));
     else if (ending == ".json")

@@ -3,6 +3,7 @@
 #include "cli/failure.h"
 #include "cli/reports.h"
 #include "cli/settings.h"
+#include "cli/transfer.h"
 #include "commands/commands.h"
 #include "io/bayer.h"
 #include "io/image_file.h"
@@ -25,9 +26,9 @@ void print(const std::string& file)
 {
     const FileInfo info = readInfo(file);
     const SxImageInfo& format = info.format;
-    std::cout << file << ": " << format.width << " x " << format.height << ", " << format.channels
-              << (format.channels == 1 ? " channel, " : " channels, ") << typeName(format.dataType) << ", "
-              << format.bitsPerSample << " bits, ";
+    std::cout << printable(nameOfInput(file)) << ": " << format.width << " x " << format.height << ", "
+              << format.channels << (format.channels == 1 ? " channel, " : " channels, ")
+              << typeName(format.dataType) << ", " << format.bitsPerSample << " bits, ";
     if (format.bayerGrid != BayerNone)
         std::cout << "mosaic " << gridName(format.bayerGrid) << ", ";
     std::cout << info.kind << '\n';

@@ -67,7 +67,7 @@ const Operation logicOperation{
             "one of --and, --or, --xor is wanted");
         return [options]() -> Filter {
             const Term term = termOf(*options);
-            auto other = std::make_shared<const Image>(readImage(term.file));
+            auto other = std::make_shared<const Image>(readAside(term.file));
             return [options, term, other](const Image& picture, Frame& frame) {
                 return join(picture, term, *other, *options, frame);
             };

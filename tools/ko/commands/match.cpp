@@ -19,7 +19,7 @@ struct Tones {
 
 Tones readTones(const std::string& file)
 try {
-    const Image picture = readImage(file);
+    const Image picture = readAside(file);
     requireTones(*picture);
     Tones tones{file, picture->bitsPerSample, {}};
     tones.histogram.resize(picture->channels, 1 << picture->bitsPerSample, 0);

@@ -54,6 +54,7 @@ const Operation medianOperation{
             auto filter = std::make_shared<MedianFilter>(*radius);
             return [filter](const Image& picture, Frame& frame) { return filter->run(picture, frame); };
         };
-    }};
+    },
+    true};
 
 }  // namespace ko::tool

@@ -22,6 +22,7 @@ struct Operation {
     const char* name;
     const char* summary;
     Prepare (*setUp)(Settings& settings);  ///< declares the settings
+    bool keepsColours = false;             ///< so that colour profile and Exif stay true of the result
 };
 
 }  // namespace ko::tool

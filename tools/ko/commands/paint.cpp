@@ -49,6 +49,7 @@ const Operation paintOperation{
                 return paint(picture, *mask, *options, frame);
             };
         };
-    }};
+    },
+    true};
 
 }  // namespace ko::tool

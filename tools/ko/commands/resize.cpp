@@ -66,7 +66,8 @@ Image resize(const Image& picture, const Options& options, Frame& frame)
 }  // namespace
 
 const Operation resizeOperation{
-    "Filters", "resize", "Resample pictures to another size", [](Settings& settings) -> Operation::Prepare {
+    "Filters", "resize", "Resample pictures to another size",
+    [](Settings& settings) -> Operation::Prepare {
         auto options = std::make_shared<Options>();
         const Range pixels{1, 1 << 24};
         settings.whole("width", options->width, pixels, "pixels; in proportion to the height if not given");
@@ -85,6 +86,7 @@ const Operation resizeOperation{
         return [options]() -> Filter {
             return [options](const Image& picture, Frame& frame) { return resize(picture, *options, frame); };
         };
-    }};
+    },
+    true};
 
 }  // namespace ko::tool

@@ -97,7 +97,10 @@ int run(const Options& options)
         if (options.resumes && isFinished(job, options.recipe))
             return Outcome::Skipped;
         Frame frame;
-        writeImage(filter(readImage(job.input), frame), job.output, options.files.quality);
+        const Picture picture = readPicture(job.input);
+        writeImage(filter(picture.image, frame), job.output,
+                   recipe.keepsColours() ? picture.metadata : picture.metadata.withoutColours(),
+                   options.files.quality);
         return Outcome::Done;
     };
     const std::vector<Outcome> outcomes =

@@ -1,5 +1,6 @@
 // ko simulate: what a sensor with a colour-filter mosaic would have delivered of a photograph.
 #include "cli/failure.h"
+#include "cli/transfer.h"
 #include "commands/commands.h"
 #include "io/bayer.h"
 #include "io/image_file.h"
@@ -84,8 +85,9 @@ Image simulate(const Image& photo, const Options& options)
     format.bitsPerSample = options.bits;
     format.bayerGrid = options.grid;
     if (format.width != photo->width || format.height != photo->height)
-        std::cout << options.photo << ": cropped from " << photo->width << " x " << photo->height << " to "
-                  << format.width << " x " << format.height << ", mosaics have even sizes\n";
+        (options.output == standardStream ? std::cerr : std::cout)
+            << options.photo << ": cropped from " << photo->width << " x " << photo->height << " to "
+            << format.width << " x " << format.height << ", mosaics have even sizes\n";
     Image mosaic(format);
     const double white = std::ldexp(1.0, photo->bitsPerSample) - 1;
     if (photo->dataType == UInt8)

@@ -5,6 +5,7 @@
 #include "commands/filtering.h"
 #include "io/image_file.h"
 #include "io/replace_file.h"
+#include "io/source.h"
 
 #include <QByteArray>
 #include <QFile>
@@ -74,7 +75,7 @@ SxSnakeParams readParams(const std::string& file)
                                                               {"loopDistance", &params.loopDistance},
                                                               {"pointSpacing", &params.pointSpacing},
                                                               {"maxIterations", &params.maxIterations}};
-    QFile in(QString::fromStdString(file));
+    QFile in(QString::fromStdString(sourceOf(file).path));
     if (!in.open(QIODevice::ReadOnly))
         throw Failure(file, "cannot be read");
     const QJsonDocument document = QJsonDocument::fromJson(in.readAll());

@@ -67,6 +67,7 @@ public:
     Stream(const Options& options, const std::vector<Job>& jobs)
         : m_options(options),
           m_jobs(jobs),
+          m_metadata(jobs.size()),
           m_bar(jobs.size(), options.files.verbosity),
           m_convertor([this](int number) { fail(jobOf(number).input + ": cannot be converted"); }),
           m_sink([this](CxImageData& frame) { write(frame); })
@@ -109,11 +110,12 @@ private:
         const std::string& file = jobOf(number).input;
         const std::string trouble = troubleWith(file, [&] {
             timed(m_reading.sum, [&] {
-                Image picture = readImage(file);
-                const SxImageBuf mosaic = mosaicOf(picture, m_options.mosaic);
+                Picture picture = readPicture(file);
+                const SxImageBuf mosaic = mosaicOf(picture.image, m_options.mosaic);
                 requireEven({mosaic.width, mosaic.height});
                 frame->setImageShallow(mosaic, number, 0, {});
-                *picture = {};
+                *picture.image = {};
+                m_metadata[static_cast<std::size_t>(number)] = std::move(picture.metadata);
             });
         });
         if (!trouble.empty())
@@ -126,10 +128,12 @@ private:
     {
         const Job& job = jobOf(frame.frameNo());
         const Image colour = Image::owning(std::exchange(frame.image(), {}));
+        const Metadata metadata = std::move(m_metadata[static_cast<std::size_t>(frame.frameNo())]);
         Frame& sum = m_writing.sum;
         const auto spentBefore = sum.spent;
-        const std::string trouble = troubleWith(
-            job.input, [&] { timed(sum, [&] { writeImage(colour, job.output, m_options.files.quality); }); });
+        const std::string trouble = troubleWith(job.input, [&] {
+            timed(sum, [&] { writeImage(colour, job.output, metadata, m_options.files.quality); });
+        });
         if (!trouble.empty())
             return fail(trouble);
         ++m_writing.frames;
@@ -166,6 +170,7 @@ private:
 
     const Options& m_options;
     const std::vector<Job>& m_jobs;
+    std::vector<Metadata> m_metadata;  ///< of each job, from reading to writing
 
     std::mutex m_mutex;  ///< guards the bar and the count of failures
     const ProgressBar m_bar;

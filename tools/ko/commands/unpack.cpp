@@ -7,19 +7,19 @@
 
 namespace ko::tool {
 
-const Command unpackCommand{"Files", "unpack",
-                            "Copy pictures into another file format; camera raws become their bare mosaic",
-                            [](CLI::App& command) -> Command::Action {
-                                auto files = std::make_shared<FileSeries>();
-                                addSeriesOptions(command, *files);
-                                return [files] {
-                                    const auto copy = [files](const Job& job) {
-                                        const Image image = readImage(job.input);
-                                        writeImage(image, job.output, files->quality);
-                                        return Frame{pixelCount(*image), {}};
-                                    };
-                                    return runBatch(planJobs(*files, ".tif"), files->verbosity, copy);
-                                };
-                            }};
+const Command unpackCommand{
+    "Files", "unpack", "Copy pictures into another file format; camera raws become their bare mosaic",
+    [](CLI::App& command) -> Command::Action {
+        auto files = std::make_shared<FileSeries>();
+        addSeriesOptions(command, *files);
+        return [files] {
+            const auto copy = [files](const Job& job) {
+                const Picture picture = readPicture(job.input);
+                writeImage(picture.image, job.output, picture.metadata, files->quality);
+                return Frame{pixelCount(*picture.image), {}};
+            };
+            return runBatch(planJobs(*files, ".tif"), files->verbosity, copy);
+        };
+    }};
 
 }  // namespace ko::tool

@@ -2,203 +2,237 @@
 
 #include "cli/failure.h"
 #include "io/bayer.h"
+#include "io/claims.h"
 #include "io/description.h"
-#include "io/replace_file.h"
+#include "io/fits_header.h"
+#include "io/fits_types.h"
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cctype>
-#include <charconv>
-#include <cstdlib>
+#include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <map>
+#include <limits>
+#include <optional>
+#include <type_traits>
 #include <vector>
 
 namespace ko::tool {
 namespace {
 
-constexpr std::size_t cardLength = 80;
-constexpr std::size_t blockLength = 2880;
+const std::string primaryCard = "SIMPLE  =                    T";
+const std::string extensionCard = "XTENSION= ";
 
-/// FITS knows unsigned bytes and signed wider integers; the others are stored with an offset of half their
-/// range, which is their top bit inverted.
-struct FitsType {
-    ExImageDataType type;
-    const char* bitpix;
-    const char* offset;
-    std::uint8_t topBit;  ///< of the first byte of a sample
+/// Samples that stand for other numbers than they are.
+struct Scaling {
+    double scale;
+    double offset;
+    std::optional<std::int64_t> blank;
 };
 
-constexpr FitsType fitsTypes[] = {
-    {UInt8, "8", "0", 0},     {Int8, "8", "-128", 0x80},
-    {Int16, "16", "0", 0},    {UInt16, "16", "32768", 0x80},
-    {Int32, "32", "0", 0},    {UInt32, "32", "2147483648", 0x80},
-    {Int64, "64", "0", 0},    {UInt64, "64", "9223372036854775808", 0x80},
-    {Float32, "-32", "0", 0}, {Float64, "-64", "0", 0},
-};
-
-std::string trimmed(std::string text)
-{
-    text.erase(0, text.find_first_not_of(" '+"));
-    text.erase(text.find_last_not_of(" '") + 1);
-    return text;
-}
-
-/// A FITS file whose header has been read; the stream stands at the samples.
+/// A FITS file that stands at the samples of a picture.
 struct FitsInput {
-    std::ifstream stream;
+    FitsStream stream;
+    FitsHeader header;
     SxImageInfo format;
-    FitsType type{};
+    FitsType type{};  ///< in the file
+    std::optional<Scaling> scaling;
+    Claim claim{};
 };
 
-std::map<std::string, std::string> readHeader(std::ifstream& stream)
+bool isPicture(const FitsHeader& header)
 {
-    std::map<std::string, std::string> header;
-    std::string block(blockLength, ' ');
-    while (stream.read(block.data(), blockLength)) {
-        if (header.empty() && !block.starts_with("SIMPLE  =                    T"))
-            break;
-        for (std::size_t at = 0; at < blockLength; at += cardLength) {
-            const std::string card = block.substr(at, cardLength);
-            const std::string key = trimmed(card.substr(0, 8));
-            if (key == "END")
-                return header;
-            if (card[8] == '=')
-                header.emplace(key, trimmed(card.substr(10, card.find('/', 10) - 10)));
-            else if (key == "COMMENT" && card.find("koimproc") != std::string::npos)
-                header.emplace(key, trimmed(card.substr(8)));
-        }
-    }
-    return {};
+    const auto extension = header.find("XTENSION");
+    const bool isArray = extension == header.end() || extension->second == "IMAGE";
+    return isArray && numberOf(header, "NAXIS", 0) >= 2 && dataSizeOf(header) > 0;
 }
 
-/// The number under a key, `otherwise` where there is none.
-template <class T>
-T numberOf(const std::map<std::string, std::string>& header, const std::string& key, T otherwise)
+FitsHeader nextHeader(FitsStream& stream, const FitsHeader& header)
 {
-    const auto found = header.find(key);
-    if (found != header.end())
-        std::from_chars(found->second.data(), found->second.data() + found->second.size(), otherwise);
-    return otherwise;
+    return stream.skip(dataSizeOf(header)) ? stream.readHeader(extensionCard) : FitsHeader();
 }
 
-FitsInput openFits(const std::string& file)
+/// Puts the stream to the samples of a page.
+FitsInput findPage(const Source& source, int page)
 {
-    FitsInput input{std::ifstream(file, std::ios::binary), {}, {}};
-    auto header = readHeader(input.stream);
+    FitsStream stream(source);
+    FitsHeader header = stream.readHeader(primaryCard);
     if (header.empty())
-        throw Failure(file, "cannot be read as a picture: not a FITS file");
-    const int axes = numberOf(header, "NAXIS", 0);
-    const int width = numberOf(header, "NAXIS1", 0);
-    const int height = numberOf(header, "NAXIS2", 0);
-    const int channels = axes == 3 ? numberOf(header, "NAXIS3", 0) : 1;
-    if (axes < 2 || axes > 3 || width < 1 || height < 1 || channels < 1)
-        throw Failure(file, "holds no flat picture of numbers");
+        throw Failure(source.name, "cannot be read as a picture: not a FITS file");
+    int pages = 0;
+    bool isTiled = false;
+    while (!header.empty() && !(isPicture(header) && ++pages == page)) {
+        isTiled = isTiled || header.contains("ZIMAGE");
+        header = nextHeader(stream, header);
+    }
+    if (header.empty() && pages > 0)
+        throw Failure(source.name,
+                      "has no page " + std::to_string(page) + ", it holds " + std::to_string(pages));
+    if (header.empty())
+        throw Failure(source.name, isTiled ? "its pictures are compressed in tiles; funpack unpacks them"
+                                           : "holds no flat picture of numbers");
+    return {std::move(stream), std::move(header), {}, {}, {}, {}};
+}
 
-    const double offset = numberOf(header, "BZERO", 0.0);
-    const auto type = std::ranges::find_if(fitsTypes, [&](const FitsType& entry) {
-        return header["BITPIX"] == entry.bitpix && offset == std::strtod(entry.offset, nullptr);
-    });
-    if (type == std::end(fitsTypes) || numberOf(header, "BSCALE", 1.0) != 1)
-        throw Failure(file, "samples with this BITPIX, BZERO and BSCALE are not supported");
-    input.type = *type;
-    input.format = makeFormat(width, height, channels, type->type);
+/// Sets the type of the samples and what they stand for.
+void describeSamples(FitsInput& input, const Source& source)
+{
+    const int bitpix = numberOf(input.header, "BITPIX", 0);
+    const double scale = numberOf(input.header, "BSCALE", 1.0);
+    const double offset = numberOf(input.header, "BZERO", 0.0);
+    const auto find = [&](double wanted) {
+        return std::ranges::find_if(fitsTypes, [&](const FitsType& entry) {
+            return entry.bitpix == bitpix && entry.offset == wanted;
+        });
+    };
+    const auto plain = find(0);
+    if (plain == std::end(fitsTypes))
+        throw Failure(source.name, "samples with this BITPIX are not supported");
+    const auto exact = scale == 1 ? find(offset) : std::end(fitsTypes);
+    const bool hasBlank = bitpix > 0 && input.header.contains("BLANK");
+    // Integers with an offset of half their range have no blank samples, as astropy reads them.
+    const bool isExact = exact != std::end(fitsTypes) && (exact->topBit != 0 || !hasBlank);
+    input.type = isExact ? *exact : *plain;
+    if (isExact)
+        return;
+    input.scaling = {scale, offset, {}};
+    if (hasBlank)
+        input.scaling->blank = numberOf<std::int64_t>(input.header, "BLANK", 0);
+}
+
+FitsInput openFits(const Source& source, int page)
+{
+    FitsInput input = findPage(source, page);
+    const int axes = numberOf(input.header, "NAXIS", 0);
+    const int width = numberOf(input.header, "NAXIS1", 0);
+    const int height = numberOf(input.header, "NAXIS2", 0);
+    const int channels = axes > 2 ? numberOf(input.header, "NAXIS3", 0) : 1;
+    int others = 1;
+    for (int axis = 4; axis <= std::min(axes, 999) && others == 1; ++axis)
+        others = numberOf(input.header, "NAXIS" + std::to_string(axis), 0);
+    if (width < 1 || height < 1 || channels < 1 || others != 1)
+        throw Failure(source.name, "holds no flat picture of numbers");
+
+    describeSamples(input, source);
+    const bool isSingle = input.type.bitpix == -32 || input.type.bitpix == 8 || input.type.bitpix == 16;
+    input.format = makeFormat(width, height, channels,
+                              !input.scaling ? input.type.type
+                              : isSingle     ? Float32
+                                             : Float64);
     if (channels == 1)
-        input.format.bayerGrid = gridOfName(header["BAYERPAT"]).value_or(BayerNone);
-    applyDescription(header["COMMENT"], input.format);
+        input.format.bayerGrid = gridOfName(input.header["BAYERPAT"]).value_or(BayerNone);
+    applyDescription(input.header["COMMENT"], input.format);
+    input.claim = {input.stream.position() + dataSizeOf(input.header),
+                   input.stream.isCompressed() ? deflateRatio : 1};
     return input;
 }
 
-std::string card(const std::string& key, const std::string& value)
+// --------------------------------------------------------------------------------------------- samples
+
+/// Turns the samples of a row into those of one channel in memory.
+void placeExact(std::vector<std::uint8_t>& row, const FitsType& type, std::uint8_t* to, std::size_t pixelSize)
 {
-    std::string text = key;
-    text.resize(8, ' ');
-    text += "= ";
-    if (value.size() < 20 && value.front() != '\'')
-        text.append(20 - value.size(), ' ');
-    text += value;
-    text.resize(cardLength, ' ');
-    return text;
+    const auto size = static_cast<std::size_t>(bytesPerSample(type.type));
+    for (std::size_t at = 0; at < row.size(); at += size, to += pixelSize) {
+        row[at] ^= type.topBit;
+        std::reverse_copy(row.data() + at, row.data() + at + size, to);
+    }
 }
 
-std::string headerOf(const SxImageInfo& format, const FitsType& type)
+/// The same where they stand for other numbers: in the arithmetic of the result, as astropy has it.
+template <class Stored, class Real>
+void placeScaled(const std::vector<std::uint8_t>& row, const Scaling& scaling, std::uint8_t* to,
+                 std::size_t pixelSize)
 {
-    std::string text =
-        card("SIMPLE", "T") + card("BITPIX", type.bitpix) + card("NAXIS", format.channels == 1 ? "2" : "3") +
-        card("NAXIS1", std::to_string(format.width)) + card("NAXIS2", std::to_string(format.height));
-    if (format.channels != 1)
-        text += card("NAXIS3", std::to_string(format.channels));
-    if (type.topBit != 0)
-        text += card("BZERO", type.offset) + card("BSCALE", "1");
-    if (format.bayerGrid != BayerNone)
-        text += card("BAYERPAT", '\'' + gridName(format.bayerGrid) + "    '");
-    std::string comment = "COMMENT " + describe(format);
-    comment.resize(cardLength, ' ');
-    text += comment + "END";
-    text.resize((text.size() + blockLength - 1) / blockLength * blockLength, ' ');
-    return text;
+    for (std::size_t at = 0; at < row.size(); at += sizeof(Stored), to += pixelSize) {
+        std::array<std::uint8_t, sizeof(Stored)> bytes;
+        std::reverse_copy(row.data() + at, row.data() + at + sizeof(Stored), bytes.begin());
+        const auto stored = std::bit_cast<Stored>(bytes);
+        Real real = static_cast<Real>(stored);
+        if (scaling.scale != 1)
+            real *= static_cast<Real>(scaling.scale);
+        if (scaling.offset != 0)
+            real += static_cast<Real>(scaling.offset);
+        if (std::is_integral_v<Stored> && scaling.blank &&
+            static_cast<std::int64_t>(stored) == *scaling.blank)
+            real = std::numeric_limits<Real>::quiet_NaN();
+        std::memcpy(to, &real, sizeof real);
+    }
+}
+
+void place(std::vector<std::uint8_t>& row, const FitsInput& input, std::uint8_t* to, std::size_t pixelSize)
+{
+    if (!input.scaling)
+        return placeExact(row, input.type, to, pixelSize);
+    switch (input.type.bitpix) {
+    case 8:
+        return placeScaled<std::uint8_t, float>(row, *input.scaling, to, pixelSize);
+    case 16:
+        return placeScaled<std::int16_t, float>(row, *input.scaling, to, pixelSize);
+    case 32:
+        return placeScaled<std::int32_t, double>(row, *input.scaling, to, pixelSize);
+    case 64:
+        return placeScaled<std::int64_t, double>(row, *input.scaling, to, pixelSize);
+    case -32:
+        return placeScaled<float, float>(row, *input.scaling, to, pixelSize);
+    default:
+        return placeScaled<double, double>(row, *input.scaling, to, pixelSize);
+    }
 }
 
 }  // namespace
 
-bool isFitsName(const std::string& file)
+bool isFitsEnding(const std::string& ending)
 {
-    std::string ending = std::filesystem::path(file).extension().string();
-    std::ranges::transform(ending, ending.begin(), [](unsigned char c) { return std::tolower(c); });
     return ending == ".fits" || ending == ".fit" || ending == ".fts";
 }
 
-FileInfo readFitsInfo(const std::string& file)
+bool isFitsName(const std::string& file)
 {
-    return {openFits(file).format, "fits"};
+    std::string name = file;
+    std::ranges::transform(name, name.begin(), [](unsigned char c) { return std::tolower(c); });
+    const std::filesystem::path path(name);
+    return isFitsEnding((path.extension() == ".gz" ? path.stem() : path).extension().string());
 }
 
-Image readFits(const std::string& file)
+bool startsAsFits(const Source& source)
 {
-    FitsInput input = openFits(file);
-    Image image(input.format);
+    return !FitsStream(source).readHeader(primaryCard).empty();
+}
+
+FileInfo readFitsInfo(const Source& source, int page)
+{
+    FitsInput input = openFits(source, page);
+    const std::string kind = input.stream.isCompressed() ? "fits in gzip" : "fits";
+    if (const std::string shortfall = shortfallOf(source, input.claim); !shortfall.empty())
+        return {input.format, kind + ", " + shortfall};
+    int pages = page;
+    FitsHeader header = input.header;
+    while (!(header = nextHeader(input.stream, header)).empty())
+        pages += isPicture(header);
+    return {input.format,
+            pages == 1 ? kind : kind + ", page " + std::to_string(page) + " of " + std::to_string(pages)};
+}
+
+Image readFits(const Source& source, int page)
+{
+    FitsInput input = openFits(source, page);
+    requireRoom(source, input.claim);
+    Image image = allocated(input.format);
     const auto size = static_cast<std::size_t>(bytesPerSample(image->dataType));
     const auto pixelSize = size * static_cast<std::size_t>(image->channels);
-    std::vector<std::uint8_t> row(size * static_cast<std::size_t>(image->width));
+    std::vector<std::uint8_t> row(static_cast<std::size_t>(std::abs(input.type.bitpix)) / 8 *
+                                  static_cast<std::size_t>(image->width));
     for (int channel = 0; channel < image->channels; ++channel)
         for (int y = 0; y < image->height; ++y) {
-            if (!input.stream.read(reinterpret_cast<char*>(row.data()),
-                                   static_cast<std::streamsize>(row.size())))
-                throw Failure(file, "is damaged or cut short");
-            std::uint8_t* to = rowOf<std::uint8_t>(image, y) + size * static_cast<std::size_t>(channel);
-            for (std::size_t at = 0; at < row.size(); at += size, to += pixelSize) {
-                row[at] ^= input.type.topBit;
-                std::reverse_copy(row.data() + at, row.data() + at + size, to);
-            }
+            if (!input.stream.read(row.data(), row.size()))
+                throw Failure(source.name, "is damaged or cut short");
+            place(row, input, rowOf<std::uint8_t>(image, y) + size * static_cast<std::size_t>(channel),
+                  pixelSize);
         }
     alignForMemory(image);
     return image;
-}
-
-void writeFits(const Image& image, const std::string& file)
-{
-    const auto type = std::ranges::find(fitsTypes, image->dataType, &FitsType::type);
-    if (type == std::end(fitsTypes))
-        throw Failure(file, "cannot be written: this file format cannot hold such samples");
-    const std::optional<Image> moved = alignedForFile(image);
-    const Image& aligned = moved ? *moved : image;
-    const auto size = static_cast<std::size_t>(bytesPerSample(image->dataType));
-    const auto pixelSize = size * static_cast<std::size_t>(image->channels);
-    std::string bytes = headerOf(*image, *type);
-    for (int channel = 0; channel < image->channels; ++channel)
-        for (int y = 0; y < image->height; ++y) {
-            const std::uint8_t* from =
-                rowOf<std::uint8_t>(aligned, y) + size * static_cast<std::size_t>(channel);
-            for (int x = 0; x < image->width; ++x, from += pixelSize) {
-                std::array<std::uint8_t, 8> sample;
-                std::reverse_copy(from, from + size, sample.begin());
-                sample[0] ^= type->topBit;
-                bytes.append(sample.begin(), sample.begin() + size);
-            }
-        }
-    bytes.resize((bytes.size() + blockLength - 1) / blockLength * blockLength);
-    replaceFile(file, bytes);
 }
 
 }  // namespace ko::tool

@@ -9,7 +9,7 @@
 
 namespace ko::tool {
 
-Mask::Mask(const std::string& file) : m_file(file), m_image(readImage(file))
+Mask::Mask(const std::string& file) : m_file(file), m_image(readAside(file))
 {
     if (m_image->channels != 1)
         throw Failure(file, "a mask has one channel, this picture has " + std::to_string(m_image->channels));

@@ -1,17 +1,18 @@
 #include "io/raw_file.h"
 
 #include "cli/failure.h"
+#include "io/attributes.h"
 #include "io/bayer.h"
+#include "io/claims.h"
+#include "io/raw_stream.h"
 
-#include <libraw/libraw.h>
-
-#include <OpenImageIO/imageio.h>
 #include <OpenImageIO/strutil.h>
 
 #include <algorithm>
+#include <array>
 #include <bit>
+#include <cmath>
 #include <filesystem>
-#include <memory>
 #include <vector>
 
 namespace ko::tool {
@@ -26,20 +27,22 @@ std::vector<std::string> rawEndings()
     return {};
 }
 
-/// A raw file opened, with its pixels still packed.
+/// The samples of a file less their black, and what its header and its decoder say of it.
 class RawFile {
 public:
-    explicit RawFile(const std::string& file) : m_file(file), m_raw(std::make_unique<LibRaw>())
+    /// Opens the file and unpacks it: decoders may correct the levels that stand in the header.
+    explicit RawFile(const Source& source)
+        : m_source(source), m_stream(source.path), m_raw(std::make_unique<LibRaw>())
     {
         m_raw->set_dataerror_handler(
             [](void* damaged, const char*, auto) { *static_cast<bool*>(damaged) = true; }, &m_damaged);
-        require(m_raw->open_file(file.c_str()), "cannot be read as a camera raw");
+        require(m_raw->open_datastream(&m_stream), "cannot be read as a camera raw");
         if (sizes().width < 2 || sizes().height < 2)
-            throw Failure(file, "holds no picture");
+            throw Failure(source.name, "holds no picture");
         m_format = makeFormat(sizes().width / 2 * 2, sizes().height / 2 * 2, 1, UInt16);
         m_format.bayerGrid = grid();
-        if (white() > 0)
-            m_format.bitsPerSample = std::min<int>(std::bit_width(white()), 16);
+        unpack();
+        subtractBlack();
     }
     RawFile(const RawFile&) = delete;
     RawFile& operator=(const RawFile&) = delete;
@@ -47,7 +50,49 @@ public:
     const SxImageInfo& format() const { return m_format; }
     const libraw_image_sizes_t& sizes() const { return m_raw->imgdata.sizes; }
     const libraw_iparams_t& camera() const { return m_raw->imgdata.idata; }
+    const libraw_imgother_t& exposure() const { return m_raw->imgdata.other; }
     unsigned white() const { return m_raw->imgdata.color.maximum; }
+
+    /// What is wrong with the white level, to follow its number; empty where nothing is.
+    std::string doubtOfWhite() const
+    {
+        const std::string reach = std::to_string(m_nearlyAll);
+        return m_nearlyAll > topOf(depthOf(white())) ? " but samples reach " + reach : "";
+    }
+
+    /// The mosaic within its depth.
+    Image takeImage()
+    {
+        Image image = std::move(*m_image);
+        const int top = topOf(m_format.bitsPerSample);
+        for (int y = 0; y < image->height; ++y)
+            for (int x = 0; x < image->width; ++x)
+                rowOf<std::uint16_t>(image, y)[x] =
+                    static_cast<std::uint16_t>(std::min<int>(rowOf<std::uint16_t>(image, y)[x], top));
+        image->bitsPerSample = m_format.bitsPerSample;
+        return image;
+    }
+
+    /// The black levels of the first cell in raster order, a single one when they are equal.
+    std::string blackLevels() const
+    {
+        std::string text = std::to_string(black(0, 0));
+        if (black(1, 0) == black(0, 0) && black(0, 1) == black(0, 0) && black(1, 1) == black(0, 0))
+            return text;
+        for (const unsigned level : {black(1, 0), black(0, 1), black(1, 1)})
+            text += '/' + std::to_string(level);
+        return text;
+    }
+
+private:
+    static int depthOf(unsigned white) { return white > 0 ? std::min<int>(std::bit_width(white), 16) : 16; }
+    static int topOf(int bits) { return (1 << bits) - 1; }
+
+    void require(int status, const std::string& trouble) const
+    {
+        if (status != LIBRAW_SUCCESS)
+            throw Failure(m_source.name, trouble + ": " + libraw_strerror(status));
+    }
 
     /// Black level of a position of the active area: common part, part of its colour, part of a repeated
     /// pattern.
@@ -63,35 +108,51 @@ public:
         return black;
     }
 
-    /// The black levels of the first cell in raster order, a single one when they are equal.
-    std::string blackLevels() const
+    void unpack()
     {
-        std::string text = std::to_string(black(0, 0));
-        if (black(1, 0) == black(0, 0) && black(0, 1) == black(0, 0) && black(1, 1) == black(0, 0))
-            return text;
-        for (const unsigned level : {black(1, 0), black(0, 1), black(1, 1)})
-            text += '/' + std::to_string(level);
-        return text;
-    }
-
-    /// Unpacks and returns the top left sample of the active area; rows follow at `raw_pitch` bytes.
-    const std::uint16_t* unpack()
-    {
+        // The tightest codecs need a bit for each sample, save for long runs of the same.
+        constexpr double bestRatio = 128;
+        requireRoom(m_source, {2.0 * sizes().raw_width * sizes().raw_height, bestRatio});
+        m_stream.watch();
         require(m_raw->unpack(), "is damaged or cut short");
-        if (m_damaged)
-            throw Failure(m_file, "is damaged or cut short");
-        const std::uint16_t* samples = m_raw->imgdata.rawdata.raw_image;
-        if (!samples || sizes().top_margin + sizes().height > sizes().raw_height ||
+        constexpr unsigned isGuessed =
+            LIBRAW_WARN_NO_JPEGLIB | LIBRAW_WARN_NO_JASPER | LIBRAW_WARN_RAWSPEED_PROBLEM;
+        if ((m_raw->imgdata.process_warnings & isGuessed) != 0)
+            throw Failure(m_source.name, "the decoder of its samples is missing or failed");
+        if (m_damaged || m_stream.hasRunOut())
+            throw Failure(m_source.name, "is damaged or cut short");
+        if (!m_raw->imgdata.rawdata.raw_image || sizes().top_margin + sizes().height > sizes().raw_height ||
             sizes().left_margin + sizes().width > sizes().raw_width)
-            throw Failure(m_file, "holds no mosaic");
-        return samples + std::ptrdiff_t{sizes().top_margin} * (sizes().raw_pitch / 2) + sizes().left_margin;
+            throw Failure(m_source.name, "holds no mosaic");
     }
 
-private:
-    void require(int status, const std::string& trouble) const
+    void subtractBlack()
     {
-        if (status != LIBRAW_SUCCESS)
-            throw Failure(m_file, trouble + ": " + libraw_strerror(status));
+        Image& image = m_image.emplace(allocated(m_format));
+        const std::ptrdiff_t pitch = sizes().raw_pitch / 2;
+        const std::uint16_t* from =
+            m_raw->imgdata.rawdata.raw_image + sizes().top_margin * pitch + sizes().left_margin;
+        std::vector<int> blacks(static_cast<std::size_t>(image->width));
+        std::vector<std::int64_t> counts(65536);
+        for (int y = 0; y < image->height; ++y, from += pitch) {
+            for (int x = 0; x < image->width; ++x)
+                blacks[static_cast<std::size_t>(x)] = static_cast<int>(std::min(black(x, y), 65535U));
+            std::uint16_t* to = rowOf<std::uint16_t>(image, y);
+            for (int x = 0; x < image->width; ++x) {
+                to[x] =
+                    static_cast<std::uint16_t>(std::max(from[x] - blacks[static_cast<std::size_t>(x)], 0));
+                ++counts[to[x]];
+            }
+        }
+        // One sample in a thousand may be a faulty pixel; more than that tell what the sensor delivers.
+        std::int64_t brighter = 0;
+        for (m_nearlyAll = 65535; m_nearlyAll > 0; --m_nearlyAll) {
+            brighter += counts[static_cast<std::size_t>(m_nearlyAll)];
+            if (brighter * 1000 > pixelCount(m_format))
+                break;
+        }
+        m_format.bitsPerSample =
+            std::max(depthOf(white()), depthOf(static_cast<unsigned>(std::max(m_nearlyAll, 1))));
     }
 
     ExBayerGrid grid() const
@@ -104,17 +165,44 @@ private:
         for (int y = 0; grid && y < 16; ++y)
             for (int x = 0; x < 2; ++x)
                 if (colour(x, y) != colour(x, y % 2))
-                    throw Failure(m_file, "the mosaic is not made of 2 x 2 cells");
+                    throw Failure(m_source.name, "the mosaic is not made of 2 x 2 cells");
         if (!grid)
-            throw Failure(m_file, "the sensor has no 2 x 2 mosaic of red, green and blue");
+            throw Failure(m_source.name, "the sensor has no 2 x 2 mosaic of red, green and blue");
         return *grid;
     }
 
-    std::string m_file;
+    Source m_source;
+    RawStream m_stream;
     std::unique_ptr<LibRaw> m_raw;  // too large for the stack
     bool m_damaged = false;
     SxImageInfo m_format;
+    std::optional<Image> m_image;
+    int m_nearlyAll = 0;  ///< the level that no more than one sample in a thousand exceeds
 };
+
+/// As Exif has it what LibRaw has as bits: mirrored across, mirrored down, transposed.
+int orientationOf(int flip)
+{
+    constexpr std::array<int, 8> orientations{1, 2, 4, 3, 5, 8, 6, 7};
+    return flip >= 0 && flip < 8 ? orientations[static_cast<std::size_t>(flip)] : Upright;
+}
+
+Metadata metadataOf(const RawFile& raw)
+{
+    OIIO::ImageSpec spec;
+    spec.attribute("Make", raw.camera().make);
+    spec.attribute("Model", raw.camera().model);
+    const auto add = [&spec](const char* name, float number) {
+        if (std::isfinite(number) && number > 0)
+            spec.attribute(name, number);
+    };
+    add("ExposureTime", raw.exposure().shutter);
+    add("FNumber", raw.exposure().aperture);
+    add("Exif:FocalLength", raw.exposure().focal_len);
+    if (raw.exposure().iso_speed > 0 && raw.exposure().iso_speed < 65536)
+        spec.attribute("Exif:PhotographicSensitivity", static_cast<int>(raw.exposure().iso_speed));
+    return {orientationOf(raw.sizes().flip), attributesOf(spec)};
+}
 
 }  // namespace
 
@@ -126,34 +214,31 @@ bool isRawName(const std::string& file)
            std::ranges::find(endings, OIIO::Strutil::lower(ending.substr(1))) != endings.end();
 }
 
-FileInfo readRawInfo(const std::string& file)
+bool startsAsRaw(const Source& source)
 {
-    const RawFile raw(file);
-    const auto text = [](int number) { return std::to_string(number); };
-    return {raw.format(), std::string("camera raw ") + raw.camera().make + ' ' + raw.camera().model +
-                              ", active area " + text(raw.sizes().width) + " x " + text(raw.sizes().height) +
-                              " at " + text(raw.sizes().left_margin) + "," + text(raw.sizes().top_margin) +
-                              " of " + text(raw.sizes().raw_width) + " x " + text(raw.sizes().raw_height) +
-                              ", black " + raw.blackLevels() + ", white " + std::to_string(raw.white())};
+    RawStream stream(source.path);
+    return std::make_unique<LibRaw>()->open_datastream(&stream) == LIBRAW_SUCCESS;
 }
 
-Image readRaw(const std::string& file)
+FileInfo readRawInfo(const Source& source)
 {
-    RawFile raw(file);
-    const std::uint16_t* samples = raw.unpack();
-    Image image(raw.format());
-    const int top = (1 << image->bitsPerSample) - 1;
-    std::vector<int> black(static_cast<std::size_t>(image->width));
-    for (int y = 0; y < image->height; ++y) {
-        for (int x = 0; x < image->width; ++x)
-            black[static_cast<std::size_t>(x)] = static_cast<int>(std::min(raw.black(x, y), 65535U));
-        const std::uint16_t* from = samples + std::ptrdiff_t{y} * (raw.sizes().raw_pitch / 2);
-        std::uint16_t* to = rowOf<std::uint16_t>(image, y);
-        for (int x = 0; x < image->width; ++x)
-            to[x] =
-                static_cast<std::uint16_t>(std::clamp(from[x] - black[static_cast<std::size_t>(x)], 0, top));
-    }
-    return image;
+    const RawFile raw(source);
+    const auto text = [](int number) { return std::to_string(number); };
+    return {raw.format(),
+            printable(std::string("camera raw ") + raw.camera().make + ' ' + raw.camera().model) +
+                ", active area " + text(raw.sizes().width) + " x " + text(raw.sizes().height) + " at " +
+                text(raw.sizes().left_margin) + "," + text(raw.sizes().top_margin) + " of " +
+                text(raw.sizes().raw_width) + " x " + text(raw.sizes().raw_height) + ", black " +
+                raw.blackLevels() + ", white " + std::to_string(raw.white()) + raw.doubtOfWhite(),
+            metadataOf(raw)};
+}
+
+Picture readRaw(const Source& source)
+{
+    RawFile raw(source);
+    if (const std::string doubt = raw.doubtOfWhite(); !doubt.empty())
+        warn(source.name, "its white level is " + std::to_string(raw.white()) + doubt);
+    return {raw.takeImage(), metadataOf(raw)};
 }
 
 }  // namespace ko::tool

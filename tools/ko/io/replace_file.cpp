@@ -1,6 +1,7 @@
 #include "io/replace_file.h"
 
 #include "cli/failure.h"
+#include "cli/transfer.h"
 
 #include <algorithm>
 #include <array>
@@ -21,6 +22,8 @@ namespace ko::tool {
 namespace {
 
 namespace fs = std::filesystem;
+
+// QSaveFile leaves its temporary file behind when a signal ends the program.
 
 /// Name of a file that is being written, in plain memory because a signal handler reads it.
 struct PendingName {
@@ -66,6 +69,21 @@ void watchSignals()
     std::signal(SIGXFSZ, SIG_IGN);  // a file that grows too large is a failed write like any other
 }
 
+void ensure(bool done)
+{
+    if (!done)
+        throw std::system_error(errno, std::generic_category());
+}
+
+void writeAll(int file, std::string_view bytes)
+{
+    while (!bytes.empty()) {
+        const ssize_t written = ::write(file, bytes.data(), bytes.size());
+        ensure(written > 0 || errno == EINTR);
+        bytes.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(written, 0)));
+    }
+}
+
 /// A new file that is gone with the object unless it has got its final name.
 class PendingFile {
 public:
@@ -94,11 +112,7 @@ public:
 
     void write(std::string_view bytes)
     {
-        while (!bytes.empty()) {
-            const ssize_t written = ::write(m_file, bytes.data(), bytes.size());
-            ensure(written > 0 || errno == EINTR);
-            bytes.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(written, 0)));
-        }
+        writeAll(m_file, bytes);
         ensure(fsync(m_file) == 0);
     }
 
@@ -123,12 +137,6 @@ private:
         }
     }
 
-    static void ensure(bool done)
-    {
-        if (!done)
-            throw std::system_error(errno, std::generic_category());
-    }
-
     PendingName& m_name;
     int m_file = -1;
 };
@@ -137,6 +145,8 @@ private:
 
 void replaceFile(const std::string& target, std::string_view bytes)
 try {
+    if (target == standardStream)
+        return writeAll(STDOUT_FILENO, bytes);
     fs::path path(target);
     if (fs::is_symlink(fs::symlink_status(path)))
         path = fs::canonical(path);
@@ -147,7 +157,7 @@ try {
     pending.write(bytes);
     pending.moveTo(path);
 } catch (const std::system_error& error) {
-    throw Failure(target, "cannot be written: " + error.code().message());
+    throw Failure(nameOfOutput(target), "cannot be written: " + error.code().message());
 }
 
 }  // namespace ko::tool

@@ -1,12 +1,12 @@
 #include "plot/drawing.h"
 
+#include "cli/transfer.h"
 #include "io/image_file.h"
 #include "io/replace_file.h"
 
 #include <QString>
 
 #include <cstdio>
-#include <filesystem>
 #include <sstream>
 
 namespace ko::tool {
@@ -84,7 +84,7 @@ std::string toSvg(const Drawing& drawing)
 
 void writeDrawing(const Drawing& drawing, const std::string& file)
 {
-    if (std::filesystem::path(file).extension() == ".svg")
+    if (endingOfOutput(file) == ".svg")
         replaceFile(file, toSvg(drawing));
     else
         writeImage(toImage(drawing), file);
