@@ -4,6 +4,7 @@
 #include "support/rows.h"
 
 #include <ko/bayer.h>
+#include <ko/cpp.h>
 #include <ko/demosaic.h>
 
 #include <memory>
