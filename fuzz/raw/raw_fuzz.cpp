@@ -26,7 +26,7 @@ struct PackedMemory {
           pitch(in.oneIn(8) ? in.raw<std::uint64_t>()
                 : in.flag() ? 0
                             : rowBytes + static_cast<std::size_t>(in.below(9))),
-          between(pitch == 0 ? rowBytes : pitch)
+          between(pitch == 0 || rowBytes == 0 ? rowBytes : pitch)
     {
         const std::size_t rows = static_cast<std::size_t>(samples.height);
         const std::size_t needed = rows == 0 || between > 4096 ? 0 : (rows - 1) * between + rowBytes;

@@ -45,12 +45,18 @@ bool isPitchOf(std::size_t pitch, std::size_t rowBytes)
     return pitch == 0 || pitch >= rowBytes;
 }
 
+/// Bytes from row to row. Rows of no bytes lie in one place, whatever pitch is claimed for them.
+std::size_t stepOf(std::size_t pitch, std::size_t rowBytes)
+{
+    return pitch == 0 || rowBytes == 0 ? rowBytes : pitch;
+}
+
 /// The rows end within the memory.
 bool holdsRows(std::size_t bytes, std::size_t pitch, std::size_t rowBytes, const SxImageInfo& info)
 {
     if (info.height <= 0 || rowBytes == 0)
         return true;
-    const std::size_t between = pitch == 0 ? rowBytes : pitch;
+    const std::size_t between = stepOf(pitch, rowBytes);
     return bytes >= rowBytes && (bytes - rowBytes) / between >= static_cast<std::size_t>(info.height) - 1;
 }
 
@@ -97,7 +103,7 @@ ResultCode UnpackSamples(const void* data, std::size_t bytes, std::size_t pitch,
             return rc;
         const PackedKernels& kernels = packedKernels();
         const auto* const first = static_cast<const std::uint8_t*>(data);
-        const std::size_t between = pitch == 0 ? rowBytes : pitch;
+        const std::size_t between = stepOf(pitch, rowBytes);
         rowsDynamic(packedWork(dst, rowBytes), [&](std::int64_t y) noexcept {
             const std::uint8_t* const packed = first + static_cast<std::size_t>(y) * between;
             if (isPacked(layout))
@@ -129,7 +135,7 @@ ResultCode PackSamples(const SxImageBuf& src, ExPackedLayout layout, void* data,
             return rc;
         const PackedKernels& kernels = packedKernels();
         auto* const first = static_cast<std::uint8_t*>(data);
-        const std::size_t between = pitch == 0 ? rowBytes : pitch;
+        const std::size_t between = stepOf(pitch, rowBytes);
         const auto top = saturatedTop<std::uint16_t>(src.bitsPerSample);
         rowsDynamic(packedWork(src, rowBytes), [&](std::int64_t y) noexcept {
             std::uint8_t* const packed = first + static_cast<std::size_t>(y) * between;

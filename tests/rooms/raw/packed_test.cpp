@@ -130,6 +130,15 @@ TEST(UnpackSamplesChecks, AddUpRowsInSixtyFourBits)
     EXPECT_TRUE(args.outputsUntouched());
 }
 
+// UndefinedBehaviorSanitizer sees where the pitch leads.
+TEST(UnpackSamplesChecks, TakeAnyPitchForRowsOfNoBytes)
+{
+    TestImage words({.width = 0, .height = 3, .type = UInt16, .bits = 12});
+    std::uint8_t byte = 0;
+    EXPECT_EQ(UnpackSamples(&byte, 0, most, Mono12p, words), ResultOk);
+    EXPECT_EQ(PackSamples(words, Mono12p, &byte, 0, most), ResultOk);
+}
+
 TEST(PackedLayouts, TellTheirSizes)
 {
     struct Row {
