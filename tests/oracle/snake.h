@@ -152,8 +152,10 @@ inline void snakeResample(Snake& s, int spacing)
             ++k;
         const double t = (a - l[static_cast<std::size_t>(k)]) /
                          (l[static_cast<std::size_t>(k) + 1] - l[static_cast<std::size_t>(k)]);
-        const double w[4] = {(1 - t) * (1 - t) * (1 - t), 3 * t * t * t - 6 * t * t + 4,
-                             -3 * t * t * t + 3 * t * t + 3 * t + 1, t * t * t};
+        // Powers first: half way between two points the order of rounding decides which pixel it is.
+        const double t2 = t * t, t3 = t2 * t;
+        const double w[4] = {(1 - t) * (1 - t) * (1 - t), 3 * t3 - 6 * t2 + 4, -3 * t3 + 3 * t2 + 3 * t + 1,
+                             t3};
         double x = 0, y = 0;
         for (int j = 0; j < 4; ++j) {
             x += w[j] * nth(s, k - 1 + j).x;

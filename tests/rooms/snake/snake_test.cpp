@@ -137,6 +137,19 @@ TEST(SnakeImageTargets, EqualTheTwinOnRandomContoursAndParameters)
     });
 }
 
+TEST(SnakeImageTargets, EqualTheTwinHalfWayBetweenTwoPoints)
+{
+    const TestImage src(Layout{.width = 34, .height = 39});
+    SxSnakeParams params;
+    params.weightContinuity = params.weightCurvature = params.weightDistance = params.weightGradient = 0;
+    params.pointSpacing = 7;
+    params.maxIterations = 0;
+    params.refineInterval = 1;
+    params.loopDistance = -1;
+    compareWithTwin<std::uint8_t>(src, params, {{2, 12}, {10, 1}});
+    compareWithTwin<std::uint8_t>(src, params, {{3, 13}, {11, 2}});
+}
+
 TEST(SnakeImageValues, SettleOnTheDiscInside)
 {
     TestImage src(Layout{.width = 80, .height = 80});
