@@ -24,8 +24,17 @@ endif()
 # them, and errno keeps the compiler from vectorising sqrt.
 add_library(ko_library_options INTERFACE)
 target_compile_options(ko_library_options INTERFACE -ffp-contract=off -fno-math-errno)
-# SSSE3 machines take the scalar path: one kernel build less for processors that are long gone.
-target_compile_definitions(ko_library_options INTERFACE HWY_DISABLED_TARGETS=HWY_SSSE3 QT_NO_KEYWORDS)
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "aarch64|arm64")
+    # Every ARM processor has contracted multiply-adds, so what the libraries are compared with must not use them
+    # either. Kernels keep vectors in arrays and count lanes at compile time, which the vectors of SVE, whose width is
+    # known at run time alone, forbid: NEON serves.
+    add_compile_options(-ffp-contract=off)
+    set(disabled_targets "(HWY_SVE|HWY_SVE2|HWY_SVE_256|HWY_SVE2_128)")
+else()
+    # SSSE3 machines take the scalar path: one kernel build less for processors that are long gone.
+    set(disabled_targets HWY_SSSE3)
+endif()
+target_compile_definitions(ko_library_options INTERFACE "HWY_DISABLED_TARGETS=${disabled_targets}" QT_NO_KEYWORDS)
 # The scalar path is one lane wide, as GCC before 12.3 makes it anyway: Highway's emulated vectors would read
 # interleaved samples through pointers of their type, at addresses that are not aligned for it.
 if(NOT (CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 12.3))

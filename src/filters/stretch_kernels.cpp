@@ -98,9 +98,11 @@ void StoreSigned(D16 d16, hn::Vec<D16> v, std::uint8_t* dst, std::uint16_t)
 template <class D32, class V16>
 hn::Vec<D32> AddPairs(D32 d32, V16 a, V16 b, hn::Vec<D32> sum)
 {
+    // The order of the products in both registers is the processor's own until they are rearranged, so a sum that is
+    // in order may only be added afterwards.
     hn::Vec<D32> rest = hn::Zero(d32);
-    sum = hn::ReorderWidenMulAccumulate(d32, a, b, sum, rest);
-    return hn::RearrangeToOddPlusEven(sum, rest);
+    const auto products = hn::ReorderWidenMulAccumulate(d32, a, b, hn::Zero(d32), rest);
+    return hn::Add(sum, hn::RearrangeToOddPlusEven(products, rest));
 }
 
 /// Both weights of a pair of taps, alternating.

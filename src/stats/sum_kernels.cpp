@@ -146,20 +146,21 @@ std::int64_t AddBlocks(const T* row, std::int64_t samples, std::uint32_t* lanes)
     constexpr std::int64_t blocksPerFlush = 256;
     std::int64_t at = 0;
     while (at + block <= samples) {
-        Halves<T> sums[vectors];
-        for (Halves<T>& sum : sums)
-            sum = {hn::Zero(Tag<Wide<T>>{}), hn::Zero(Tag<Wide<T>>{})};
+        // Not an array of Halves, whose constructors GCC would write without the instruction set of the target.
+        Vector<Wide<T>> even[vectors], odd[vectors];
+        for (int v = 0; v < vectors; ++v)
+            even[v] = odd[v] = hn::Zero(Tag<Wide<T>>{});
         const std::int64_t end = at + std::min((samples - at) / block, blocksPerFlush) * block;
         for (; at < end; at += block) {
             fetchAhead<T, false>(reinterpret_cast<const std::uint8_t*>(row + at), block);
             for (int v = 0; v < vectors; ++v) {
                 const Halves<T> halves = Split<T>(hn::LoadU(d, row + at + v * samplesOf<T>));
-                sums[v].even = hn::Add(sums[v].even, halves.even);
-                sums[v].odd = hn::Add(sums[v].odd, halves.odd);
+                even[v] = hn::Add(even[v], halves.even);
+                odd[v] = hn::Add(odd[v], halves.odd);
             }
         }
         for (int v = 0; v < vectors; ++v)
-            AddHalves<T>(sums[v], lanes + v * samplesOf<T>);
+            AddHalves<T>({even[v], odd[v]}, lanes + v * samplesOf<T>);
     }
     return at;
 }

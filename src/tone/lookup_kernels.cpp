@@ -93,6 +93,35 @@ void LookUp8Row(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples
     }
 }
 
+#elif HWY_ARCH_ARM_A64
+
+/// A quarter of the table as the four registers of one look-up, which gives 0 for other quarters.
+uint8x16x4_t Quarter(const std::uint8_t* table, int quarter) noexcept
+{
+    return vld1q_u8_x4(table + 64 * quarter);
+}
+
+void LookUp8Row(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples,
+                const std::uint8_t* table) noexcept
+{
+    constexpr std::int64_t step = 16;
+    const uint8x16x4_t first = Quarter(table, 0), second = Quarter(table, 1), third = Quarter(table, 2),
+                       fourth = Quarter(table, 3);
+    const uint8x16_t quarter = vdupq_n_u8(64);
+    std::int64_t x = 0;
+    for (; x + step <= samples; x += step) {
+        uint8x16_t at = vld1q_u8(src + x);
+        uint8x16_t entries = vqtbl4q_u8(first, at);
+        at = vsubq_u8(at, quarter);
+        entries = vqtbx4q_u8(entries, second, at);
+        at = vsubq_u8(at, quarter);
+        entries = vqtbx4q_u8(entries, third, at);
+        at = vsubq_u8(at, quarter);
+        vst1q_u8(dst + x, vqtbx4q_u8(entries, fourth, at));
+    }
+    LookUpEach<std::uint8_t>(src + x, dst + x, samples - x, table);
+}
+
 #else
 
 using SignedBytes = hn::ScalableTag<std::int8_t>;

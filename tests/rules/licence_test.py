@@ -19,7 +19,7 @@ TAKERS = {
     "docs/site/index.md": "<!-- the licence -->",
     "tools/site/build.py": 'Path("LICENCE").read_text()',
 }
-METADATA_FILES = ("python/*.toml", "python/*.cfg", "python/meson.build", "packaging/*", "cmake/*")
+METADATA_FILES = ("python/*.toml", "python/*.cfg", "python/meson.build", "packaging/*", "cmake/*.*")
 METADATA = re.compile(r"^\s*(?:license|License|licence)\s*[:=](.*)$", re.MULTILINE)
 
 

@@ -23,7 +23,7 @@ std::string escaped(const std::string& words)
 {
     std::string text = QString::fromStdString(words).toHtmlEscaped().toStdString();
     for (char& c : text)
-        if (c >= 0 && c < ' ')
+        if (static_cast<unsigned char>(c) < ' ')
             c = ' ';
     return text;
 }

@@ -1,0 +1,26 @@
+#!/usr/bin/env bash
+# make_sysroot.sh DIRECTORY: unpacks the arm64 packages that the build needs into DIRECTORY, from the package sources
+# of this machine. Nothing is installed and dpkg learns of no foreign architecture.
+set -euo pipefail
+sysroot=$1
+packages=(libc6-dev libstdc++-12-dev libgomp1 qtbase5-dev libhwy-dev libgtest-dev libgmock-dev libopencv-dev
+    libopenimageio-dev libraw-dev)
+
+[ -e "$sysroot/complete" ] && exit
+rm -rf "$sysroot"
+mkdir -p "$(dirname "$sysroot")"
+sources=/etc/apt/sources.list
+[ -s "$sources" ] || sources=/etc/apt/sources.list.d/debian.sources
+include=$(IFS=,; echo "${packages[*]}")
+# Without maintainer scripts, which could not run here; without what only people read.
+mmdebstrap --variant=extract --architectures=arm64 --include="$include" --aptopt='APT::Install-Recommends "false"' \
+    --dpkgopt='path-exclude=/usr/share/*' --dpkgopt='path-include=/usr/share/cmake*' \
+    bookworm "$sysroot" "$sources"
+# Links to absolute paths would lead out of the tree.
+find "$sysroot" -type l -lname '/*' -print0 | while IFS= read -r -d '' link; do
+    target=$(readlink "$link")
+    ln -sfn "$(realpath -m --relative-to="$(dirname "$link")" "$sysroot$target")" "$link"
+done
+# Qt's build files name the moc of the tree, and moc runs here: this machine's, of the same version, takes its place.
+ln -sf /usr/lib/qt5/bin/moc "$sysroot/usr/lib/qt5/bin/moc"
+touch "$sysroot/complete"
