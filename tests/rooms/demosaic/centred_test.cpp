@@ -201,8 +201,8 @@ TYPED_TEST(CentredValues, OfFlatAreasAreFlat)
 TYPED_TEST(CentredValues, OfGreyRampsAreGrey)
 {
     for (const ExBayerGrid grid : grids)
-        for (const auto& [dx, dy] : {std::pair{7, 0}, {0, 9}, {5, 11}, {13, -4}}) {
-            const auto ramp = [&](int x, int y, int) { return 500 + dx * x + dy * y; };
+        for (const auto& slope : {std::pair{7, 0}, {0, 9}, {5, 11}, {13, -4}}) {
+            const auto ramp = [&](int x, int y, int) { return 500 + slope.first * x + slope.second * y; };
             const Scene<TypeParam> scene(40, 30, grid, ramp);
             scene.dst.forEachSample([&](int x, int y, int c) {
                 const bool isInside = x >= 8 && y >= 8 && x < 32 && y < 22;

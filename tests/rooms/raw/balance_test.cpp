@@ -64,9 +64,9 @@ TEST(WhiteBalanceChecks, LookAtAsManyNumbersAsThereAreColours)
     args.src->bayerGrid = BayerNone;
     args.gains = {2};
     args.blackLevels = {7};
-    args.gainData = args.gains.data();
     args.gains.shrink_to_fit();
     args.blackLevels.shrink_to_fit();
+    args.gainData = args.gains.data();
     EXPECT_EQ(args.call(), ResultOk);
     args.src->bayerGrid = static_cast<ExBayerGrid>(-1);
     EXPECT_EQ(args.call(), ResultBadArg1);
