@@ -142,7 +142,8 @@ TEST(Rows, AreJudgedByExactProductsWhateverTheFieldsHold)
                             ASSERT_TRUE(rowsFit(buf) == fitsExactly(buf) || !isKnown)
                                 << width << " x " << height << " x " << channels << ", stride " << stride
                                 << ", type " << type << ", packing " << packing;
-                            static_cast<void>(isInside(QRect(width, height, channels, stride), buf));
+                            static_cast<void>(
+                                isInside(QRect(QPoint(width, height), QPoint(channels, stride)), buf));
                             static_cast<void>(isInside(QPoint(width, height), buf));
                             static_cast<void>(wholeOf(buf));
                         }
