@@ -29,7 +29,8 @@ namespace ko {
 ///   ResultFailed           a channel of which no sample is counted, as in images without pixels, or no
 ///                          memory
 /// On the last failure the planes before the one at fault have been written; on the others dst is untouched.
-/// Samples are counted on the calling thread, then rows run in parallel (dynamic), planes in turn.
+/// Samples are counted on the calling thread, on several within `CallThreads`. Then rows run in parallel
+/// (dynamic), planes in turn.
 /// O(height * width * channels + 2^bitsPerSample).
 KO_EXPORT ResultCode HistogramEqualize(const SxImageBuf& src, SxImageBuf& dst);
 
@@ -53,8 +54,8 @@ KO_EXPORT ResultCode HistogramEqualize(const SxImageBuf& src, SxImageBuf& dst);
 ///                  another layout than mono, planar and interleaved with 3 or 4 channels,
 ///                  or no memory
 /// On failure dst is untouched; only if memory runs out, earlier planes may already be written. An image
-/// without pixels is matched. Samples are counted on the calling thread, then rows run in parallel (dynamic),
-/// planes in turn. O(height * width * channels + 2^bitsPerSample).
+/// without pixels is matched. Samples are counted on the calling thread, on several within `CallThreads`. Then
+/// rows run in parallel (dynamic), planes in turn. O(height * width * channels + 2^bitsPerSample).
 KO_EXPORT ResultCode HistogramMatch(const SxImageBuf& src, const SxImageBuf& reference, SxImageBuf& dst);
 
 /// Gives an image the distribution of levels of a histogram, plane by plane. Everything not said here is as

@@ -108,7 +108,8 @@ struct Selection {
     std::int64_t width;
     std::int64_t height;
     const SxImageBuf* mask = nullptr;     ///< of the image's size; null: all
-    const SxImageBuf* stencil = nullptr;  ///< of the rectangle's size; null: all
+    const SxImageBuf* stencil = nullptr;  ///< of the size of the whole rectangle; null: all
+    std::int64_t stencilTop = 0;          ///< row of the stencil on the first row; not 0 in a band
 
     explicit Selection(const QRect& rect, const SxImageBuf* imageMask = nullptr) noexcept
         : left(rect.left()), top(rect.top()), width(widthOf(rect)), height(heightOf(rect)), mask(imageMask)
@@ -133,6 +134,16 @@ struct Selection {
                               const SxImageBuf* imageMask = nullptr) noexcept
     {
         return {column, 0, 1, image.height, imageMask};
+    }
+
+    /// Some of its rows.
+    Selection band(std::int64_t begin, std::int64_t end) const noexcept
+    {
+        Selection rows = *this;
+        rows.top += begin;
+        rows.stencilTop += begin;
+        rows.height = end - begin;
+        return rows;
     }
 
     bool isMasked() const noexcept { return mask != nullptr || stencil != nullptr; }
@@ -160,7 +171,7 @@ void forEachRun(const Selection& selection, const Visit& visit)
         const std::uint8_t* outer = nullptr;
         if (selection.stencil != nullptr) {
             outer = row.bytes;
-            row = maskRun(*selection.stencil, 0, j, row.count);
+            row = maskRun(*selection.stencil, 0, selection.stencilTop + j, row.count);
         }
         for (std::int64_t i = 0; i < row.count; i += Longest) {
             const std::int64_t count = std::min(Longest, row.count - i);

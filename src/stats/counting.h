@@ -5,13 +5,14 @@
 #include "base/channels.h"
 #include "base/dispatch.h"
 #include "stats/select_kernels.h"
-#include "stats/tally.h"
+#include "stats/tally_bands.h"
 
 #include <QList>
 #include <QPoint>
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <span>
 #include <vector>
 
@@ -149,8 +150,14 @@ std::int64_t countSelected(const SxImageBuf& src, const Selection& selection, Cx
     const TallyTarget target(hist);
     const bool together = !selection.isMasked() && isInterleaved(src);
     const std::size_t period = together ? planes.size() : 1;
-    TallyTables tables(selection.pixels() * static_cast<std::int64_t>(period), Tally<T>::tablesFor(period));
-    return countSelected<T>(src, selection, target, planes, tables);
+    std::atomic<std::int64_t> selected{0};
+    countInBands(
+        selection.height, selection.pixels() * static_cast<std::int64_t>(period), Tally<T>::tablesFor(period),
+        target,
+        [&](std::int64_t begin, std::int64_t end, const TallyTarget& to, TallyTables& tables) noexcept {
+            selected += countSelected<T>(src, selection.band(begin, end), to, planes, tables);
+        });
+    return selected;
 }
 
 /// Counts single pixels in list order, duplicates again; returns how many were counted. Points outside the

@@ -37,13 +37,15 @@ int planesFor(const SxImageInfo& src) noexcept
     return 3;
 }
 
+/// Counts the rows from `begin` to `end`.
 template <class T>
-void countMosaic(const SxImageBuf& src, const TallyTarget& target, TallyTables& tables) noexcept
+void countMosaic(const SxImageBuf& src, std::int64_t begin, std::int64_t end, const TallyTarget& target,
+                 TallyTables& tables) noexcept
 {
     const auto& cell = cellPlanes[static_cast<std::size_t>(src.bayerGrid)];
-    for (const int parity : {0, 1}) {
-        Tally<T> tally(target, {cell.data() + 2 * parity, 2}, tables);
-        for (std::int64_t y = parity; y < src.height; y += 2)
+    for (const std::int64_t first : {begin, begin + 1}) {
+        Tally<T> tally(target, {cell.data() + 2 * (first % 2), 2}, tables);
+        for (std::int64_t y = first; y < end; y += 2)
             tally.add(rowOf(src, y), src.width);
         tally.finish();
     }
@@ -59,13 +61,16 @@ void countImage(const SxImageBuf& src, CxImageHistogram& hist)
     const TallyTarget target(hist, negatives);
     const Selection whole(wholeOf(src));
     const ChannelPlanes planes = allChannels(src, hist);
-    TallyTables tables(whole.pixels() * src.channels, sizeof(T) <= 2 ? tablesForChannels : 0);
     if (whole.pixels() == 0)
         return;
-    if (isBayerMosaic(src))
-        countMosaic<Unsigned>(src, target, tables);
-    else
-        countRows<Unsigned>(rowsOf<Unsigned>(src, whole), target, planes, tables);
+    countInBands(
+        whole.height, whole.pixels() * src.channels, sizeof(T) <= 2 ? tablesForChannels : 0, target,
+        [&](std::int64_t begin, std::int64_t end, const TallyTarget& to, TallyTables& tables) noexcept {
+            if (isBayerMosaic(src))
+                countMosaic<Unsigned>(src, begin, end, to, tables);
+            else
+                countRows<Unsigned>(rowsOf<Unsigned>(src, whole.band(begin, end)), to, planes, tables);
+        });
 }
 
 }  // namespace

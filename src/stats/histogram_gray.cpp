@@ -26,6 +26,15 @@ struct ChannelRows {
     }
 };
 
+/// Calls `count(band, target, tables)` for bands of a selection of pixels.
+template <class Count>
+void countBands(const Selection& selection, CxImageHistogram& hist, const Count& count)
+{
+    countInBands(selection.height, selection.pixels(), tablesForChannels, TallyTarget(hist),
+                 [&](std::int64_t begin, std::int64_t end, const TallyTarget& target,
+                     TallyTables& tables) noexcept { count(selection.band(begin, end), target, tables); });
+}
+
 /// Planes of the colours of an image beside the gray in plane 0.
 ChannelPlanes colourPlanes(const SxImageInfo& src)
 {
@@ -64,11 +73,12 @@ ResultCode countGrayAndColours(const SxImageBuf& src, const Selection& selection
         BinNumbers{}, src.dataType,
         {{ResultBadArg1, rowsFit(src)}, {ResultBadArg2, !selection.isMasked() || rowsFit(*selection.mask)}},
         [&]<class T>(std::type_identity<T>) {
-            const TallyTarget target(hist);
             const ChannelPlanes planes = colourPlanes(src);
-            TallyTables tables(selection.pixels(), tablesForChannels);
-            countGray<T>(src, colours, selection, target, 0, tables);
-            countSelected<T>(src, selection, target, planes, tables);
+            countBands(selection, hist,
+                       [&](const Selection& band, const TallyTarget& target, TallyTables& tables) noexcept {
+                           countGray<T>(src, colours, band, target, 0, tables);
+                           countSelected<T>(src, band, target, planes, tables);
+                       });
         });
 }
 
@@ -89,25 +99,41 @@ ResultCode countMasked(const SxImageBuf& src, CxImageHistogram& hist, const SxIm
 
 /// Each colour where its own plane of the mask selects it, and the gray of those selected.
 template <class T>
-void countWithColourMasks(const SxImageBuf& src, const SxImageBuf& mask, CxImageHistogram& hist)
+void countWithColourMasks(const SxImageBuf& src, const SxImageBuf& mask, const Selection& band,
+                          const TallyTarget& target, TallyTables& tables) noexcept
 {
-    const TallyTarget target(hist);
-    const Selection whole(wholeOf(src));
-    TallyTables tables(whole.pixels(), tablesForChannels);
     for (const int c : colours) {
         const SxImageBuf own = planeView(mask, c);
-        countChannel<T>(src, c, Selection(wholeOf(src), &own), target, c + 1, tables);
+        Selection selected = band;
+        selected.mask = &own;
+        countChannel<T>(src, c, selected, target, c + 1, tables);
     }
     const auto mean = grayKernels().of<T>().meanOfSelected;
     MaskedTally<T> tally(target, 0, tables);
     std::array<std::uint8_t, longestRun> any;
     forEachRun<longestRun>(
-        whole, [&](std::int64_t x, std::int64_t y, std::int64_t count, const std::uint8_t*) {
+        band, [&](std::int64_t x, std::int64_t y, std::int64_t count, const std::uint8_t*) {
             const ChannelRows<T, 3> samples(src, colours, x, y);
             const ChannelRows<std::uint8_t, 3> masks(mask, colours, x, y);
             mean(samples.rows, samples.step, masks.rows, count, tally.buffer(), any.data());
             tally.add(tally.buffer(), 1, count, any.data());
         });
+    tally.finish();
+}
+
+/// Counts the mean of four planes into plane 0.
+template <class T>
+void countGrayOfFour(const SxImageBuf& src, const Selection& selection, const TallyTarget& target,
+                     TallyTables& tables) noexcept
+{
+    const auto mean = grayKernels().of<T>().meanOfFour;
+    MaskedTally<T> tally(target, 0, tables);
+    forEachRun<longestRun>(selection,
+                           [&](std::int64_t x, std::int64_t y, std::int64_t count, const std::uint8_t* mask) {
+                               const ChannelRows<T, 4> cell(src, {0, 1, 2, 3}, x, y);
+                               mean(cell.rows, count, tally.buffer());
+                               tally.add(tally.buffer(), 1, count, mask);
+                           });
     tally.finish();
 }
 
@@ -120,23 +146,16 @@ ResultCode countRawPlanar(const SxImageBuf& src, const SxImageBuf* mask, CxImage
                 {ResultBadArg2, isColourHistogramOf(hist, src)},
             }))
             return rc;
-        return dispatch(
-            BinNumbers{}, src.dataType, {{ResultBadArg1, rowsFit(src)}}, [&]<class T>(std::type_identity<T>) {
-                const TallyTarget target(hist);
-                const Selection selection(wholeOf(src), mask);
-                const ChannelPlanes planes{1, 2, 3, 2};
-                TallyTables tables(selection.pixels(), tablesForChannels);
-                const auto mean = grayKernels().of<T>().meanOfFour;
-                MaskedTally<T> tally(target, 0, tables);
-                forEachRun<longestRun>(selection, [&](std::int64_t x, std::int64_t y, std::int64_t count,
-                                                      const std::uint8_t* selected) {
-                    const ChannelRows<T, 4> cell(src, {0, 1, 2, 3}, x, y);
-                    mean(cell.rows, count, tally.buffer());
-                    tally.add(tally.buffer(), 1, count, selected);
-                });
-                tally.finish();
-                countSelected<T>(src, selection, target, planes, tables);
-            });
+        return dispatch(BinNumbers{}, src.dataType, {{ResultBadArg1, rowsFit(src)}},
+                        [&]<class T>(std::type_identity<T>) {
+                            const ChannelPlanes planes{1, 2, 3, 2};
+                            countBands(Selection(wholeOf(src), mask), hist,
+                                       [&](const Selection& band, const TallyTarget& target,
+                                           TallyTables& tables) noexcept {
+                                           countGrayOfFour<T>(src, band, target, tables);
+                                           countSelected<T>(src, band, target, planes, tables);
+                                       });
+                        });
     });
 }
 
@@ -153,16 +172,17 @@ ResultCode HistogramGrayFromRGB(const SxImageBuf& src, CxImageHistogram& hist, i
                 {ResultUnsupportedType, hasKnownPacking(src)},
             }))
             return rc;
-        return dispatch(BinNumbers{}, src.dataType, {{ResultBadArg1, rowsFit(src)}},
-                        [&]<class T>(std::type_identity<T>) {
-                            const TallyTarget target(hist);
-                            const Selection whole(wholeOf(src));
-                            TallyTables tables(whole.pixels(), tablesForChannels);
-                            if (isInterleaved(src))
-                                countGray<T>(src, colours, whole, target, plane, tables);
-                            else  // planes 0, 1 and 3, byte by byte whatever the sample type
-                                countGray<std::uint8_t>(src, {0, 1, 3}, whole, target, plane, tables);
-                        });
+        return dispatch(
+            BinNumbers{}, src.dataType, {{ResultBadArg1, rowsFit(src)}}, [&]<class T>(std::type_identity<T>) {
+                countBands(
+                    Selection(wholeOf(src)), hist,
+                    [&](const Selection& band, const TallyTarget& target, TallyTables& tables) noexcept {
+                        if (isInterleaved(src))
+                            countGray<T>(src, colours, band, target, plane, tables);
+                        else  // planes 0, 1 and 3, byte by byte whatever the sample type
+                            countGray<std::uint8_t>(src, {0, 1, 3}, band, target, plane, tables);
+                    });
+            });
     });
 }
 
@@ -204,7 +224,13 @@ ResultCode HistogramRGBGrayFromRGBMasked(const SxImageBuf& src, const SxImageBuf
             return rc;
         return dispatch(BinNumbers{}, src.dataType,
                         {{ResultBadArg1, rowsFit(src)}, {ResultBadArg2, rowsFit(mask)}},
-                        [&]<class T>(std::type_identity<T>) { countWithColourMasks<T>(src, mask, hist); });
+                        [&]<class T>(std::type_identity<T>) {
+                            countBands(Selection(wholeOf(src)), hist,
+                                       [&](const Selection& band, const TallyTarget& target,
+                                           TallyTables& tables) noexcept {
+                                           countWithColourMasks<T>(src, mask, band, target, tables);
+                                       });
+                        });
     });
 }
 

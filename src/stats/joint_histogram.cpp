@@ -2,7 +2,7 @@
 
 #include "base/boundary.h"
 #include "stats/histogram_checks.h"
-#include "stats/joint_counting.h"
+#include "stats/pair_counter.h"
 
 namespace ko {
 
@@ -65,7 +65,7 @@ ResultCode countAllChannels(const SxImageBuf& src1, const SxImageBuf& src2, cons
     const bool bySample = isInterleaved(src1) && src1.channels > 1;
     const auto count = [&]<class T>(std::type_identity<T>) {
         const Selection selection(wholeOf(src1), bySample ? nullptr : mask);
-        PairCounter<T> counter(selection.pixels());
+        PairCounter<T> counter(selection);
         for (int c = 0; c < src1.channels; ++c) {
             const ChannelPair pair{channelAt(src1, c), channelAt(src2, c), selection,
                                    bySample ? mask : nullptr, c};
@@ -85,7 +85,7 @@ ResultCode countChannels(const SxImageBuf& src1, int ch1, const SxImageBuf& src2
                          const Selection& selection, Hist& hist)
 {
     const auto count = [&]<class T>(std::type_identity<T>) {
-        PairCounter<T> counter(selection.pixels());
+        PairCounter<T> counter(selection);
         const ChannelPair pair{channelOf(src1, ch1), channelOf(src2, ch2), selection};
         counter.count(pair, jointPlane(hist, 0));
     };

@@ -6,13 +6,11 @@
 #include <array>
 #include <bit>
 #include <cstring>
+#include <functional>
 
 namespace ko {
 
 namespace {
-
-/// Below this many samples they are counted straight into the histogram.
-constexpr std::int64_t fewSamples = std::int64_t{1} << 17;
 
 static_assert(std::endian::native == std::endian::little, "units are cut from words, lowest first");
 
@@ -92,6 +90,15 @@ bool isScattered(const std::uint32_t* table, std::int64_t pairs) noexcept
 TallyTarget::TallyTarget(const CxImageHistogram& histogram, std::uint64_t most) noexcept
     : hist(histogram), limit(std::min(most, static_cast<std::uint64_t>(std::max(histogram.levels, 0))))
 {
+}
+
+void TallyTarget::add(const CxImageHistogram& other) const noexcept
+{
+    for (int plane = 0; plane < other.planes; ++plane) {
+        std::uint32_t* const to = counters(plane);
+        if (to != nullptr)
+            std::transform(to, to + limit, other.bins[plane], to, std::plus<>());
+    }
 }
 
 TallyTables::TallyTables(std::int64_t samples, int tables)

@@ -29,6 +29,9 @@ struct TallyTarget {
     {
         return hist.bins != nullptr && plane >= 0 && plane < hist.planes ? hist.bins[plane] : nullptr;
     }
+
+    /// Adds the counts of another histogram, which has this one's planes and `limit` levels.
+    void add(const CxImageHistogram& other) const noexcept;
 };
 
 /// Counts one sample.
@@ -47,6 +50,8 @@ void countSample(const TallyTarget& target, int plane, T value) noexcept
 class TallyTables {
 public:
     static constexpr std::size_t size = 65536;
+    /// Below this many samples they are counted straight into the histogram.
+    static constexpr std::int64_t fewSamples = std::int64_t{1} << 17;
 
     TallyTables(std::int64_t samples, int tables);
 
@@ -120,6 +125,11 @@ struct SampleRows {
 template <class T>
 void countRows(const SampleRows& rows, const TallyTarget& target, std::span<const int> planes,
                TallyTables& tables) noexcept;
+
+/// The same in bands of rows, with tables of its own.
+/// @throws std::bad_alloc, before anything is counted
+template <class T>
+void countRowsInBands(const SampleRows& rows, const TallyTarget& target, std::span<const int> planes);
 
 extern template class Tally<std::uint8_t>;
 extern template class Tally<std::uint16_t>;

@@ -1,5 +1,5 @@
 #include "base/channels.h"
-#include "stats/tally.h"
+#include "stats/tally_bands.h"
 
 #include <algorithm>
 #include <array>
@@ -81,6 +81,17 @@ void countRows(const SampleRows& rows, const TallyTarget& target, std::span<cons
     countAll<T>(rows, target, planes, tables);
 }
 
+template <class T>
+void countRowsInBands(const SampleRows& rows, const TallyTarget& target, std::span<const int> planes)
+{
+    countInBands(
+        rows.rows, rows.samples * rows.rows, Tally<T>::tablesFor(planes.size()), target,
+        [&](std::int64_t begin, std::int64_t end, const TallyTarget& to, TallyTables& tables) noexcept {
+            const SampleRows band{rows.first + begin * rows.stride, rows.stride, rows.samples, end - begin};
+            countRows<T>(band, to, planes, tables);
+        });
+}
+
 template void countRows<std::uint8_t>(const SampleRows&, const TallyTarget&, std::span<const int>,
                                       TallyTables&) noexcept;
 template void countRows<std::uint16_t>(const SampleRows&, const TallyTarget&, std::span<const int>,
@@ -89,5 +100,8 @@ template void countRows<std::uint32_t>(const SampleRows&, const TallyTarget&, st
                                        TallyTables&) noexcept;
 template void countRows<std::uint64_t>(const SampleRows&, const TallyTarget&, std::span<const int>,
                                        TallyTables&) noexcept;
+
+template void countRowsInBands<std::uint8_t>(const SampleRows&, const TallyTarget&, std::span<const int>);
+template void countRowsInBands<std::uint16_t>(const SampleRows&, const TallyTarget&, std::span<const int>);
 
 }  // namespace ko

@@ -19,8 +19,7 @@ void countInto(CxImageHistogram& hist, const SxImageBuf& image)
         planes[static_cast<std::size_t>(ChannelIndexLogicalToPhysical(channel, image))] = channel;
     const std::span<const int> pixel(planes.data(), static_cast<std::size_t>(image.channels));
     const SampleRows rows{image.data, image.stride, std::int64_t{image.width} * image.channels, image.height};
-    TallyTables tables(rows.samples * rows.rows, Tally<T>::tablesFor(pixel.size()));
-    countRows<T>(rows, TallyTarget(hist), pixel, tables);
+    countRowsInBands<T>(rows, TallyTarget(hist), pixel);
 }
 
 }  // namespace

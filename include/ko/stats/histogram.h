@@ -16,7 +16,9 @@
 // - On failure the histogram and `count` are untouched, unless the operation says otherwise. Large images
 //   take up to 1 MB of working memory before anything is counted; where it cannot be had the answer is
 //   `ResultFailed`.
-// - Everything runs on the calling thread, in O(pixels visited * channels counted) plus the tables' size.
+// - Everything runs on the calling thread, in O(pixels visited * channels counted) plus the tables' size. Within
+//   `CallThreads` large images are counted on several threads, points excepted; each further thread takes working
+//   memory of its own and as much as the histogram has.
 #pragma once
 
 #include <ko/histogram_containers.h>

@@ -11,7 +11,8 @@
 // - `packing` is `Interleaved` or `Planar`; anything else is `ResultUnsupportedType`, after all other checks.
 // - On failure h is untouched, but for `ResultFailed`, where the memory for sparse entries may have run out
 //   halfway. Many pairs of `UInt16` take 2 bytes of working memory each.
-// - Everything runs on the calling thread.
+// - Everything runs on the calling thread. Within `CallThreads` large images are counted on several threads, each
+//   with up to 1 MB of working memory.
 #pragma once
 
 #include <ko/histogram_containers.h>

@@ -1,6 +1,7 @@
 // Histograms of one row or one column.
 //
-// Common to all of them: every channel is counted into the plane of the same number, on the calling thread.
+// Common to all of them: every channel is counted into the plane of the same number, on the calling thread
+// (columns of hundreds of thousands of pixels on several within `CallThreads`).
 // Unlike the other histograms these clear the histogram first, as soon as the arguments have passed, so that
 // it holds the counts of this line alone; one of `ResultUnsupportedType` leaves it cleared. Samples at or
 // above `hist.levels` are left out.

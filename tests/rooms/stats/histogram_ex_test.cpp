@@ -1,6 +1,7 @@
 #include "base/dispatch.h"
 #include "oracle/histogram.h"
 #include "rooms/stats/histogram_args.h"
+#include "support/targets.h"
 
 #include <ko/stats/histogram.h>
 
@@ -149,6 +150,18 @@ TEST(HistogramExValues, EqualTheTwinForEveryIntegerTypeAndLeaveNegativesOut)
             }
         });
     }
+}
+
+/// Large enough for seven bands, of which some start with an odd row.
+TEST(HistogramExThreads, EqualTheTwinWhereSeveralAreAllowed)
+{
+    forEachThreadCount([] {
+        for (const int code : {4, 2}) {
+            compareWithTwin<std::uint8_t>(UInt8, 963, 8, code);
+            compareWithTwin<std::int16_t>(Int16, 963, 12, code);
+            compareWithTwin<std::int32_t>(Int32, 963, 12, code);
+        }
+    });
 }
 
 }  // namespace

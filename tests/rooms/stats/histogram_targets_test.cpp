@@ -221,5 +221,15 @@ TEST(HistogramTargets, EqualTheTwinForRowsOfSeveralRuns)
     });
 }
 
+/// Large enough for seven bands of rows, of different heights.
+TEST(HistogramThreads, EqualTheTwinWhereSeveralAreAllowed)
+{
+    forEachThreadCount([] {
+        compareAll({1201, 803, 1, UInt16, Interleaved, 12});
+        compareAll({1201, 803, 3, UInt8, Interleaved, 8});
+        compareAll({1201, 803, 4, UInt8, Planar, 8});
+    });
+}
+
 }  // namespace
 }  // namespace ko::test

@@ -1,5 +1,6 @@
 #include "oracle/joint_histogram.h"
 #include "support/check_table.h"
+#include "support/failing_new.h"
 #include "support/targets.h"
 #include "support/test_image.h"
 
@@ -387,6 +388,63 @@ TEST(Histogram2DTargets, EqualTheTwinForLargeImages)
         for (const ExImageDataType type : {UInt8, UInt16})
             for (const int channels : {1, 2})
                 compareWithTwin({4120, 9, channels, type, packing, 6});
+}
+
+/// Large enough for seven bands of rows, of different heights.
+TEST(Histogram2DThreads, GiveTheSameCountsForAnyNumber)
+{
+    for (const ExImageDataType type : {UInt8, UInt16}) {
+        SCOPED_TRACE(type);
+        const Layout form{.width = 1201, .height = 803, .channels = 2, .type = type, .bits = 8};
+        TestImage a(form), b(form), mask(Layout{.width = form.width, .height = form.height});
+        a.fillRandom(1);
+        b.fillRandom(2);
+        mask.fillSparse(3);
+        std::vector<oracle::PairCounts> alone;
+        forEachThreadCount([&] {
+            Sparse all(2, 256), channel(1, 200), masked(2, 256);
+            Dense dense(2, 256);
+            ASSERT_EQ(Histogram2D(a, b, all), ResultOk);
+            ASSERT_EQ(HistogramMasked2D(a, 0, b, 1, mask, channel), ResultOk);
+            ASSERT_EQ(HistogramMasked2D(a, b, mask, masked), ResultOk);
+            ASSERT_EQ(HistogramMasked2D(a, b, mask, dense), ResultOk);
+            const std::vector<oracle::PairCounts> counts{oracle::contents(all), oracle::contents(channel),
+                                                         oracle::contents(masked), oracle::contents(dense)};
+            if (alone.empty())
+                alone = counts;
+            EXPECT_TRUE(counts == alone);
+        });
+        std::int64_t pairs = 0;
+        for (const auto& [place, count] : alone.front())
+            pairs += count;
+        EXPECT_EQ(pairs, std::int64_t{2} * form.width * form.height);
+    }
+}
+
+TEST(Histogram2DValues, AreUntouchedWhenMemoryRunsOutBeforeSparseEntries)
+{
+    TestImage src(Layout{.width = 512, .height = 520, .type = UInt16, .bits = 4});
+    TestImage mask(Layout{.width = 512, .height = 520});
+    src.fillRandom(1);
+    mask.fillBytes(1);
+    for (const int threads : {1, 2}) {
+        const CallThreads allowed(threads);
+        const auto refused = [&](int successes, auto& hist) {
+            const NewFailure failure(successes);
+            return HistogramMasked2D(src, src, mask, hist);
+        };
+        for (const int successes : {0, 1, 2}) {  // counters, ends, columns
+            Dense dense(1, 16);
+            ASSERT_EQ(refused(successes, dense), ResultFailed);
+            EXPECT_TRUE(oracle::contents(dense).empty());
+        }
+        for (const int successes : {3, 4, 9, 16}) {
+            Dense dense(1, 16);
+            Sparse sparse(1, 16);
+            EXPECT_EQ(refused(successes, dense), ResultOk);
+            EXPECT_EQ(refused(successes, sparse), ResultFailed);
+        }
+    }
 }
 
 }  // namespace

@@ -1,0 +1,191 @@
+// Counting the pairs of a joint histogram: the one body behind all of them.
+#pragma once
+
+#include "stats/joint_pairs.h"
+#include "stats/tally_bands.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <new>
+#include <span>
+#include <utility>
+#include <vector>
+
+namespace ko {
+
+/// Counts the pairs of one call, with working memory that is obtained before anything is counted.
+///
+/// Few pairs are counted one by one. Many pairs of bytes go through a counter for each possible pair. The
+/// counters of wider pairs would not fit the caches: their columns are sorted by row first, so that one row
+/// is counted at a time. Bands of rows of the images are counted or sorted at once, with counters of their own,
+/// and so are bands of rows of the histogram.
+template <class T>
+class PairCounter {
+public:
+    explicit PairCounter(const Selection& selection)
+    {
+        const std::int64_t pairs = selection.pixels();
+        if (pairs < fewPairs)
+            return;
+        m_bands = worthwhileBands(selection.height, pairs, values);
+        m_counters.resize(static_cast<std::size_t>(m_bands) * values);
+        if constexpr (sizeof(T) == 2) {
+            m_ends.resize(m_counters.size());
+            m_columns = std::make_unique_for_overwrite<std::uint16_t[]>(static_cast<std::size_t>(pairs));
+        }
+    }
+
+    template <class Plane>
+    void count(const ChannelPair& pair, const Plane& plane)
+    {
+        if (m_counters.empty())
+            countOneByOne(pair, plane);
+        else if constexpr (sizeof(T) == 1)
+            countByTable(pair, plane);
+        else
+            countByRow(pair, plane);
+    }
+
+private:
+    static constexpr std::int64_t fewPairs = std::int64_t{1} << 15;
+    static constexpr std::uint32_t values = 65536;
+
+    template <class Plane>
+    static void countOneByOne(const ChannelPair& pair, const Plane& plane)
+    {
+        forEachPairRun<T>(pair,
+                          [&](const std::uint8_t* firsts, const std::uint8_t* seconds, std::int64_t count) {
+                              for (std::int64_t i = 0; i < count; ++i)
+                                  plane.add(loadSample<T>(seconds, i), loadSample<T>(firsts, i), 1);
+                          });
+    }
+
+    template <class Plane>
+    void countByTable(const ChannelPair& pair, const Plane& plane)
+    {
+        rowsByConsent(m_bands, [&](std::int64_t band) noexcept {
+            std::uint32_t* const counters = ofBand(m_counters, band);
+            std::array<std::uint8_t, 2 * longestRun> units;
+            forEachPairRun<T>(partOf(pair, band), [&](const std::uint8_t* firsts, const std::uint8_t* seconds,
+                                                      std::int64_t count) {
+                joinBytes(firsts, seconds, count, units.data());
+                countUnits(units.data(), count, counters);
+            });
+        });
+        for (std::uint32_t pairOfBytes = 0; pairOfBytes < values; ++pairOfBytes) {
+            std::uint32_t count = 0;
+            for (int band = 0; band < m_bands; ++band)
+                count += std::exchange(ofBand(m_counters, band)[pairOfBytes], 0U);
+            if (count != 0)
+                plane.add(pairOfBytes >> 8, pairOfBytes & 0xFFU, count);
+        }
+    }
+
+    template <class Plane>
+    void countByRow(const ChannelPair& pair, const Plane& plane)
+    {
+        sortByRow(pair);
+        // Those of the last band end where the row does.
+        const std::span<const std::int64_t> ends(ofBand(m_ends, m_bands - 1),
+                                                 std::min(plane.rowCount(), values));
+        // Bands of rows with about as many columns each.
+        const auto firstRow = [&](std::int64_t band) {
+            const std::int64_t place = pair.selection.pixels() * band / m_bands;
+            return band == m_bands ? std::ssize(ends) : std::ranges::lower_bound(ends, place) - ends.begin();
+        };
+        std::atomic<bool> isOutOfMemory{false};
+        rowsByConsent(m_bands, [&](std::int64_t band) noexcept {
+            try {
+                for (std::int64_t row = firstRow(band); row < firstRow(band + 1); ++row)
+                    addRow(plane, static_cast<std::uint32_t>(row), columnsOf(row, ends),
+                           ofBand(m_counters, band));
+            } catch (const std::bad_alloc&) {
+                isOutOfMemory = true;
+            }
+        });
+        if (isOutOfMemory)
+            throw std::bad_alloc();
+    }
+
+    /// A counting sort. Afterwards the ends tell where the columns of a row end that came from a band.
+    void sortByRow(const ChannelPair& pair) noexcept
+    {
+        rowsByConsent(m_bands, [&](std::int64_t band) noexcept {
+            std::int64_t* const counts = ofBand(m_ends, band);
+            std::fill_n(counts, values, 0);
+            forEachPairRun<T>(partOf(pair, band),
+                              [&](const std::uint8_t*, const std::uint8_t* seconds, std::int64_t count) {
+                                  for (std::int64_t i = 0; i < count; ++i)
+                                      ++counts[loadSample<T>(seconds, i)];
+                              });
+        });
+        std::int64_t begin = 0;
+        for (std::uint32_t row = 0; row < values; ++row) {
+            for (int band = 0; band < m_bands; ++band)
+                begin += std::exchange(ofBand(m_ends, band)[row], begin);
+        }
+        rowsByConsent(m_bands, [&](std::int64_t band) noexcept {
+            std::int64_t* const places = ofBand(m_ends, band);
+            forEachPairRun<T>(partOf(pair, band), [&](const std::uint8_t* firsts, const std::uint8_t* seconds,
+                                                      std::int64_t count) {
+                for (std::int64_t i = 0; i < count; ++i)
+                    m_columns[static_cast<std::size_t>(places[loadSample<T>(seconds, i)]++)] =
+                        loadSample<T>(firsts, i);
+            });
+        });
+    }
+
+    std::span<const std::uint16_t> columnsOf(std::int64_t row,
+                                             std::span<const std::int64_t> ends) const noexcept
+    {
+        const std::int64_t begin = row == 0 ? 0 : ends[static_cast<std::size_t>(row - 1)];
+        return {m_columns.get() + begin, m_columns.get() + ends[static_cast<std::size_t>(row)]};
+    }
+
+    static void addRow(const DensePlane& plane, std::uint32_t row, std::span<const std::uint16_t> columns,
+                       std::uint32_t*) noexcept
+    {
+        for (const std::uint16_t column : columns)
+            plane.add(row, column, 1);
+    }
+
+    /// Looks each distinct column up once.
+    static void addRow(const SparsePlane& plane, std::uint32_t row, std::span<const std::uint16_t> columns,
+                       std::uint32_t* counters)
+    {
+        std::size_t distinct = 0;
+        for (const std::uint16_t column : columns)
+            distinct += counters[column]++ == 0 ? 1 : 0;
+        plane.reserve(row, distinct);
+        for (const std::uint16_t column : columns) {
+            if (const std::uint32_t count = std::exchange(counters[column], 0U))
+                plane.add(row, column, count);
+        }
+    }
+
+    /// The rows of the images that make a band.
+    ChannelPair partOf(const ChannelPair& pair, std::int64_t band) const noexcept
+    {
+        ChannelPair part = pair;
+        const std::int64_t rows = pair.selection.height;
+        part.selection = pair.selection.band(rows * band / m_bands, rows * (band + 1) / m_bands);
+        return part;
+    }
+
+    template <class Counter>
+    static Counter* ofBand(std::vector<Counter>& counters, std::int64_t band) noexcept
+    {
+        return counters.data() + static_cast<std::size_t>(band) * values;
+    }
+
+    int m_bands = 1;
+    std::vector<std::uint32_t>
+        m_counters;                    ///< of pairs of bytes, or of the columns of one row; 0 between uses
+    std::vector<std::int64_t> m_ends;  ///< where the columns of each row end
+    std::unique_ptr<std::uint16_t[]> m_columns;  ///< row by row
+};
+
+}  // namespace ko
