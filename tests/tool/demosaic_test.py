@@ -92,6 +92,23 @@ class Demosaic(ToolTest):
         for grid in GRIDS:
             self.expect(f"out/{grid}.tif", 3, 2, demosaiced(grid, 6, 4, samples, 12, half=True))
 
+    def test_the_methods_differ_at_edges_and_agree_on_their_regions(self):
+        edge = [600 if x < 7 else 3000 for y in range(12) for x in range(16)]
+        self.write("edge.tif", mosaic(16, 12, edge, "gbrg", 12))
+        self.succeed("demosaic", "edge.tif", "-o", "linear.tif", "--method", "linear")
+        self.expect("linear.tif", 16, 12, demosaiced("gbrg", 16, 12, edge, 12))
+        wrong = {}
+        for method in ("malvar", "menon"):
+            self.succeed("demosaic", "edge.tif", "-o", "out.tif", "--method", method)
+            samples = [s >> 4 for s in read_tiff(self.read("out.tif"))[3]]
+            wrong[method] = sum(abs(s - edge[i // 3]) for i, s in enumerate(samples))
+            self.succeed("demosaic", "edge.tif", "-o", "part.tif", "--method", method, "--roi", "3,1,9,5")
+            self.expect("part.tif", 9, 5, [samples[3 * (y * 16 + x) + c] for y in range(1, 6) for x in range(3, 12)
+                                           for c in range(3)])
+        self.assertLess(wrong["menon"], wrong["malvar"])
+        self.refuse("demosaic", "edge.tif", "-o", "x.tif", "--half", "--method", "menon", names="",
+                    says="either --half or --method can be wanted", code=2)
+
     def test_a_region_keeps_the_colours_of_its_place(self):
         samples = random_samples(10 * 10, 4095, 6)
         self.write("m.tif", mosaic(10, 10, samples, "grbg", 12))

@@ -138,6 +138,16 @@ OPERATIONS = {
         "not a mosaic but a picture of 5 channels": "five",
         "the samples of a mosaic must be unsigned of 8 or 16 bits": "signed float",
     }),
+    "develop": ({}, {
+        "the file names no mosaic pattern; say it with grid": "gray gray16 1x6 6x1 1x1",
+        "not a mosaic but a picture of 3 channels": "colour",
+        "not a mosaic but a picture of 4 channels": "alpha",
+        "6x6x3 UInt8": "mosaic",
+        "5x6x3 UInt8": "oddmosaic",
+        "not a mosaic but a picture of 2 channels": "two",
+        "not a mosaic but a picture of 5 channels": "five",
+        "the samples of a mosaic must be unsigned of 8 or 16 bits": "signed float",
+    }),
     "distance": ({}, {
         "6x6x1 Float32": "gray gray16 mosaic",
         "has 3 channels, wanted is one": "colour",

@@ -6,6 +6,11 @@ import ko_files
 from ko_files import ToolTest, random_samples, read_tags, read_tiff, tiff_of
 
 COLOURS = {"r": 0, "g": 1, "b": 2}
+IDENTITY = (1, 0, 0, 0, 1, 0, 0, 0, 1)
+
+
+def rationals(numbers):
+    return tuple(part for number in numbers for part in (round(number * 10**6), 10**6))
 
 
 def packed(samples, width, bits):
@@ -23,9 +28,10 @@ def packed(samples, width, bits):
 
 
 def dng(width, height, samples, grid, black=(0,), white=65535, area=None, strip=8, bits=16, curve=None, turn=1,
-        maker=b"Maker", size=None):
+        maker=b"Maker", size=None, matrix=IDENTITY, neutral=(1, 1, 1)):
     """A raw file of one uncompressed strip; `black` is one level or four of a 2 x 2 pattern, no `white` is that
-    of the bits, `curve` what samples stand for, `size` what the header claims."""
+    of the bits, `curve` what samples stand for, `size` what the header claims, `matrix` what makes colours of the
+    camera of XYZ, `neutral` the camera's colours of gray, either None for none."""
     repeat = (1, 1) if len(black) == 1 else (2, 2)
     pixels = packed(samples, width, bits)
     columns, rows = size or (width, height)
@@ -36,9 +42,12 @@ def dng(width, height, samples, grid, black=(0,), white=65535, area=None, strip=
         33422: (1, tuple(COLOURS[c] for c in grid)),
         50706: (1, (1, 4, 0, 0)), 50708: (2, maker + b" Model\0"), 50710: (1, (0, 1, 2)), 50711: (3, (1,)),
         50713: (3, repeat), 50714: (4, tuple(black)),
-        50721: (10, (1, 1, 0, 1, 0, 1, 0, 1, 1, 1, 0, 1, 0, 1, 0, 1, 1, 1)),
-        50728: (5, (1, 1, 1, 1, 1, 1)), 50778: (3, (21,)),
+        50778: (3, (21,)),
     }
+    if matrix:
+        tags[50721] = (10, rationals(matrix))
+    if neutral:
+        tags[50728] = (5, rationals(neutral))
     if white is not None:
         tags[50717] = (4, (white,))
     if curve:

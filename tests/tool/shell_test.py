@@ -61,6 +61,7 @@ class Completion(ToolTest):
     def test_words_are_completed_and_files_left_to_the_shell(self):
         self.assertEqual(self.complete("distance", "a.png", "--mask", "1"), {"13x13"})
         self.assertEqual(self.complete("demosaic", "--grid", ""), {"rggb", "bggr", "gbrg", "grbg"})
+        self.assertEqual(self.complete("develop", "--wb", ""), {"camera", "gray-world"})
         self.assertEqual(self.complete("apply-mask", "--mask", ""), set())
         self.assertEqual(self.complete("median", ""), set())
 

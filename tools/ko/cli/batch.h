@@ -11,10 +11,13 @@
 
 namespace ko::tool {
 
-/// What became of one file, for the summary.
+struct Sensor;
+
+/// One file on its way: what became of it, for the summary.
 struct Frame {
     std::int64_t pixels = 0;                ///< of the result
     std::chrono::duration<double> spent{};  ///< in the library alone, without the files
+    const Sensor* sensor = nullptr;         ///< that the file tells of; null for all but camera raws
 };
 
 /// Runs `work` on every job. A failure is one line on the standard error and does not keep the others from

@@ -5,11 +5,14 @@
 namespace ko::tool {
 namespace {
 
-/// The words of "a|b|c"; none for other forms.
+/// The words of "a|b|c"; none for other forms. Numbers in place of a word, "a|X,Y", are none of them.
 std::vector<std::string> wordsOf(const std::string& form)
 {
-    const std::vector<std::string> words = CLI::detail::split(form, '|');
-    return words.size() > 1 ? words : std::vector<std::string>();
+    std::vector<std::string> words = CLI::detail::split(form, '|');
+    if (words.size() == 1)
+        return {};
+    std::erase_if(words, [](const std::string& word) { return word.find(',') != std::string::npos; });
+    return words;
 }
 
 OptionText textOf(const CLI::Option& option)

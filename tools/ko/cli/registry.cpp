@@ -49,6 +49,7 @@ const std::array allEntries{
     Entry(&sobelOperation),
     Entry(&distanceOperation),
 
+    Entry(&developOperation),
     Entry(&simulateCommand),
     Entry(&demosaicOperation),
     Entry(&streamCommand),

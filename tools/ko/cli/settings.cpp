@@ -26,6 +26,11 @@ bool isIn(const Range& range, double number)
     return number >= range.least && number <= range.greatest;
 }
 
+bool areIn(const Range& range, const std::vector<double>& numbers)
+{
+    return std::ranges::all_of(numbers, [&](double number) { return isIn(range, number); });
+}
+
 /// The bounds of a range as far as people want to know them.
 std::string boundsOf(const Range& range)
 {
@@ -130,8 +135,7 @@ Setting& Settings::numbers(std::string name, std::vector<double>& value, Range r
 {
     const auto take = [&value, range, most](const Value& given) {
         const auto* numbers = std::get_if<std::vector<double>>(&given);
-        if (!numbers || numbers->empty() || numbers->size() > most ||
-            !std::ranges::all_of(*numbers, [&](double number) { return isIn(range, number); }))
+        if (!numbers || numbers->empty() || numbers->size() > most || !areIn(range, *numbers))
             return false;
         value = *numbers;
         return true;
@@ -177,6 +181,24 @@ Setting& Settings::addChoice(std::string name, Words words, std::string descript
     };
     return m_settings.emplace_back(
         Setting{std::move(name), Setting::Kind::Word, form, "one of " + list, std::move(description), take});
+}
+
+Setting& Settings::orNumbers(Setting& choice, std::vector<double>& numbers, Range range, std::size_t count,
+                             const std::string& form)
+{
+    choice.kind = Setting::Kind::Numbers;
+    choice.form += '|' + form;
+    choice.demand += ", or " + std::to_string(count) + " numbers " + boundsOf(range);
+    choice.take = [takeWord = choice.take, &numbers, range, count](const Value& given) {
+        const auto* list = std::get_if<std::vector<double>>(&given);
+        if (!list)
+            return takeWord(given);
+        if (list->size() != count || !areIn(range, *list))
+            return false;
+        numbers = *list;
+        return true;
+    };
+    return choice;
 }
 
 Setting& Settings::addWholes(std::string name, std::string form, std::string demand, std::string description,

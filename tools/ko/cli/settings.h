@@ -80,6 +80,15 @@ public:
                          [&value](int meaning) { value = static_cast<Target>(meaning); });
     }
 
+    /// A word as above, or so many numbers.
+    template <class Target>
+    Setting& choiceOrNumbers(std::string name, Target& word, Words words, std::vector<double>& numbers,
+                             Range range, std::size_t count, const std::string& form, std::string description)
+    {
+        return orNumbers(choice(std::move(name), word, std::move(words), std::move(description)), numbers,
+                         range, count, form);
+    }
+
     /// What must hold between the settings, and what to say where it does not.
     void rule(std::function<bool()> holds, std::string otherwise);
 
@@ -101,6 +110,8 @@ private:
                        std::function<void(double)> assign);
     Setting& addChoice(std::string name, Words words, std::string description,
                        std::function<void(int)> assign);
+    static Setting& orNumbers(Setting& choice, std::vector<double>& numbers, Range range, std::size_t count,
+                              const std::string& form);
     Setting& addWholes(std::string name, std::string form, std::string demand, std::string description,
                        std::function<bool(const std::vector<int>&)> assign);
 

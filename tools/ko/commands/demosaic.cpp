@@ -1,13 +1,10 @@
 // ko demosaic: from mosaics to colour pictures.
-#include "cli/failure.h"
+#include "commands/demosaicer.h"
 #include "commands/operations.h"
-#include "commands/work_buffers.h"
 #include "io/geometry.h"
 #include "io/mosaic.h"
-#include "io/parts.h"
 
 #include <memory>
-#include <new>
 
 namespace ko::tool {
 namespace {
@@ -15,47 +12,8 @@ namespace {
 struct Options {
     MosaicOptions mosaic;
     QRect region;
+    Method method = Linear;
     bool isHalf = false;
-};
-
-class Demosaicing {
-public:
-    explicit Demosaicing(const Options& options) : m_options(options) {}
-
-    Image run(const Image& picture, Frame& frame)
-    {
-        const SxImageBuf mosaic = mosaicOf(picture, m_options.mosaic);
-        const QRect region = regionIn(mosaic, m_options.region);
-        requireEven(region.size(), "; choose an even part with --roi");
-        const int scale = m_options.isHalf ? 2 : 1;
-        Image result(resized(mosaic, region.width() / scale, region.height() / scale, 3));
-        if (m_options.isHalf)
-            timed(frame, [&] {
-                require(DemosaicSimple(mosaic, region, *result, mosaic.bayerGrid), "DemosaicSimple");
-            });
-        else
-            demosaic(mosaic, region, result, frame);
-        return result;
-    }
-
-private:
-    void demosaic(const SxImageBuf& mosaic, const QRect& region, Image& result, Frame& frame)
-    {
-        const auto make = [&] {
-            void* const buffer = DemosaicAllocBuffer(mosaic, region);
-            if (!buffer)
-                throw std::bad_alloc();
-            return buffer;
-        };
-        m_buffers.lend(
-            {mosaic.dataType, mosaic.bitsPerSample, mosaic.bayerGrid, region.width(), region.height()}, make,
-            [&](void* buffer) {
-                timed(frame, [&] { require(Demosaic(mosaic, region, *result, buffer), "Demosaic"); });
-            });
-    }
-
-    Options m_options;
-    WorkBuffers m_buffers{DemosaicFreeBuffer};
 };
 
 }  // namespace
@@ -65,12 +23,19 @@ const Operation demosaicOperation{
     [](Settings& settings) -> Operation::Prepare {
         auto options = std::make_shared<Options>();
         addMosaicSettings(settings, options->mosaic);
-        settings.region("roi", options->region, "only this part, of even width and height");
+        settings.region("roi", options->region,
+                        "only this part; of even width and height for linear and --half");
+        settings.choice("method", options->method, {{"linear", Linear}, {"malvar", Malvar}, {"menon", Menon}},
+                        "linear if not given, which moves the picture by a pixel; menon is the sharpest");
         settings.flag("half", options->isHalf, "one pixel per 2 x 2 cell, without interpolation");
+        settings.rule([o = options.get()] { return !o->isHalf || o->method == Linear; },
+                      "either --half or --method can be wanted");
         return [options]() -> Filter {
-            auto demosaicing = std::make_shared<Demosaicing>(*options);
-            return [demosaicing](const Image& picture, Frame& frame) {
-                return demosaicing->run(picture, frame);
+            auto demosaicer = std::make_shared<Demosaicer>(options->isHalf ? Half : options->method);
+            return [options, demosaicer](const Image& picture, Frame& frame) {
+                const SxImageBuf mosaic = mosaicOf(picture, options->mosaic);
+                return demosaicer->run(mosaic, regionIn(mosaic, options->region),
+                                       "; choose an even part with --roi", frame);
             };
         };
     },

@@ -12,6 +12,7 @@ int runFilter(const FileSeries& files, const Filter& filter, bool keepsColours)
     return runBatch(planJobs(files, ".tif"), files.verbosity, [&](const Job& job) {
         const Picture picture = readPicture(job.input);
         Frame frame;
+        frame.sensor = picture.sensor.get();
         const Image result = filter(picture.image, frame);
         frame.pixels = pixelCount(*result);
         writeImage(result, job.output, keepsColours ? picture.metadata : picture.metadata.withoutColours(),

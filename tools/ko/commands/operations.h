@@ -14,6 +14,7 @@ extern const Operation compressLevelsOperation;
 extern const Operation convertOperation;
 extern const Operation cropOperation;
 extern const Operation demosaicOperation;
+extern const Operation developOperation;
 extern const Operation distanceOperation;
 extern const Operation equalizeOperation;
 extern const Operation flatfieldOperation;

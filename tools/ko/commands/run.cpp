@@ -96,8 +96,9 @@ int run(const Options& options)
     const auto work = [&](const Job& job) {
         if (options.resumes && isFinished(job, options.recipe))
             return Outcome::Skipped;
-        Frame frame;
         const Picture picture = readPicture(job.input);
+        Frame frame;
+        frame.sensor = picture.sensor.get();
         writeImage(filter(picture.image, frame), job.output,
                    recipe.keepsColours() ? picture.metadata : picture.metadata.withoutColours(),
                    options.files.quality);

@@ -16,6 +16,7 @@
 namespace ko::tool {
 
 struct Attributes;
+struct Sensor;
 
 /// What a result takes over from the picture that it was made of.
 struct Metadata {
@@ -36,6 +37,7 @@ struct FileInfo {
 struct Picture {
     Image image;
     Metadata metadata = {};
+    std::shared_ptr<const Sensor> sensor = {};  ///< of a camera raw
 };
 
 /// What `readPicture` would give; reads no more than the head of the file, of a camera raw all.

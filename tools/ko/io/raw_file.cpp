@@ -5,6 +5,7 @@
 #include "io/bayer.h"
 #include "io/claims.h"
 #include "io/raw_stream.h"
+#include "io/sensor.h"
 
 #include <OpenImageIO/strutil.h>
 
@@ -58,6 +59,28 @@ public:
     {
         const std::string reach = std::to_string(m_nearlyAll);
         return m_nearlyAll > topOf(depthOf(white())) ? " but samples reach " + reach : "";
+    }
+
+    Sensor sensor() const
+    {
+        const libraw_colordata_t& colours = m_raw->imgdata.color;
+        unsigned highest = 0;
+        for (const auto& [x, y] : {std::pair(0, 0), {1, 0}, {0, 1}, {1, 1}})
+            highest = std::max(highest, black(x, y));
+        const bool isBelieved = doubtOfWhite().empty() && white() > highest;
+        Sensor sensor{isBelieved ? static_cast<int>(white() - highest) : m_nearlyAll};
+        const auto isGain = [](float gain) { return std::isfinite(gain) && gain > 0; };
+        if (std::all_of(colours.cam_mul, colours.cam_mul + 3, isGain))
+            sensor.gains = {colours.cam_mul[0], colours.cam_mul[1], colours.cam_mul[2]};
+        ColourMatrix matrix{};
+        for (std::size_t row = 0; row < 3; ++row)
+            std::copy_n(colours.rgb_cam[row], 3, matrix[row].begin());
+        const bool isFinite = std::ranges::all_of(
+            matrix, [](const Colour& row) { return std::isfinite(row[0] + row[1] + row[2]); });
+        // That of a camera that LibRaw does not know leaves colours as they are.
+        if (isFinite && matrix != noMatrix)
+            sensor.matrix = matrix;
+        return sensor;
     }
 
     /// The mosaic within its depth.
@@ -238,7 +261,8 @@ Picture readRaw(const Source& source)
     RawFile raw(source);
     if (const std::string doubt = raw.doubtOfWhite(); !doubt.empty())
         warn(source.name, "its white level is " + std::to_string(raw.white()) + doubt);
-    return {raw.takeImage(), metadataOf(raw)};
+    const auto sensor = std::make_shared<const Sensor>(raw.sensor());
+    return {raw.takeImage(), metadataOf(raw), sensor};
 }
 
 }  // namespace ko::tool

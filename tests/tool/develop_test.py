@@ -1,0 +1,257 @@
+"""ko develop: from the samples of a sensor to the colours of a screen."""
+
+import json
+import math
+
+import ko_files
+from ko_files import ToolTest, png, random_samples, read_tags, read_tiff, tiff
+from raw_test import dng
+
+# From linear sRGB to XYZ.
+XYZ = ((0.4124564, 0.3575761, 0.1804375), (0.2126729, 0.7151522, 0.0721750), (0.0193339, 0.1191920, 0.9503041))
+# From XYZ to the colours of a camera that sees them much less apart than a screen shows them.
+CAMERA = ((0.7, -0.1, -0.05), (-0.35, 1.1, 0.25), (-0.05, 0.15, 0.6))
+
+
+def times(a, b):
+    return [[sum(a[i][k] * b[k][j] for k in range(3)) for j in range(3)] for i in range(3)]
+
+
+SENSOR = times(CAMERA, XYZ)  # from linear sRGB to the camera
+GRAY = [sum(row) / sum(SENSOR[1]) for row in SENSOR]  # what gray is to the camera, green being 1
+
+
+def decoded(level):
+    return level / 12.92 if level <= 0.04045 else ((level + 0.055) / 1.055) ** 2.4
+
+
+def encoded(light):
+    return 12.92 * light if light <= 0.0031308 else 1.055 * light ** (1 / 2.4) - 0.055
+
+
+def photograph(width, height):
+    """Waves of colour and a disc with a soft edge, as shares of white."""
+    picture = []
+    for y in range(height):
+        for x in range(width):
+            wave = [0.5 + 0.3 * math.sin(x / 9 + c) * math.cos(y / 11 - 2 * c) for c in range(3)]
+            disc = 1 / (1 + math.exp((math.hypot(x - 40, y - 20) - 10) / 1.5))
+            picture.append([w + disc * (d - w) for w, d in zip(wave, (0.85, 0.3, 0.2))])
+    return picture
+
+
+def seen(colours):
+    """What the camera sees of linear sRGB, gray and white being at the top for green."""
+    return [[max(sum(row[c] * pixel[c] for c in range(3)) / sum(SENSOR[1]), 0) for row in SENSOR] for pixel in colours]
+
+
+def mosaic_of(colours, width, grid, black, white):
+    """The samples of a sensor, which clips; `black` has four levels in raster order."""
+    samples = []
+    for i, pixel in enumerate(colours):
+        position = i // width % 2 * 2 + i % width % 2
+        level = pixel["rgb".index(grid[position])] * (white - max(black))
+        samples.append(min(round(level) + black[position], white))
+    return samples
+
+
+class DevelopTest(ToolTest):
+    def developed(self, name, *options):
+        """Width, height and the pixels."""
+        self.succeed("develop", name, "-o", "out.tif", *options)
+        width, height, channels, samples, _ = read_tiff(self.read("out.tif"))
+        self.assertEqual(channels, 3)
+        return width, height, [samples[i:i + 3] for i in range(0, len(samples), 3)]
+
+    def raw(self, name, colours, width, grid="rggb", black=(0, 0, 0, 0), white=16383, **options):
+        samples = mosaic_of(colours, width, grid, black, white)
+        options = {"matrix": sum(map(tuple, CAMERA), ()), "neutral": GRAY, **options}
+        return self.write(name, dng(width, len(colours) // width, samples, grid, black, white, **options))
+
+
+class CameraRaws(DevelopTest):
+    def test_a_photograph_comes_back_through_the_eyes_of_a_camera(self):
+        width, height = 64, 48
+        photo = photograph(width, height)
+        colours = seen([[decoded(c) for c in pixel] for pixel in photo])
+        for grid, black in (("rggb", (0, 0, 0, 0)), ("gbrg", (500, 512, 520, 508))):
+            self.raw("a.dng", colours, width, grid, black)
+            for options, levels in (((), 255), (("--bits", "16"), 65535)):
+                w, h, pixels = self.developed("a.dng", *options)
+                self.assertEqual((w, h), (width, height))
+                errors = [a / levels - b for got, want in zip(pixels, photo) for a, b in zip(got, want)]
+                self.assertGreater(-10 * math.log10(sum(e * e for e in errors) / len(errors)), 35)
+
+    def test_gray_stays_gray_at_every_level(self):
+        colours = seen([[x / 63] * 3 for y in range(32) for x in range(64)])
+        self.raw("a.dng", colours, 64, black=(64, 64, 64, 64))
+        for x, pixel in enumerate(self.developed("a.dng")[2][15 * 64:16 * 64]):
+            self.assertLessEqual(max(pixel) - min(pixel), 1, pixel)
+            self.assertAlmostEqual(pixel[1], 255 * encoded(x / 63), delta=1 + 2000 / (x + 1) ** 2)
+
+    def test_what_clips_is_white_and_gray_when_darker(self):
+        # Brighter than the sensor can tell: in all colours, or in green alone.
+        for light in (4.0, 1.1):
+            colours = seen([[light if x >= 32 else 0.1] * 3 for y in range(32) for x in range(64)])
+            self.raw("a.dng", colours, 64, black=(64, 60, 70, 64))
+            for options in ((), ("--exposure", "-1"), ("--wb", "camera", "--method", "malvar")):
+                bright = {tuple(p) for i, p in enumerate(self.developed("a.dng", *options)[2]) if i % 64 >= 40}
+                gray = round(255 * encoded(0.5)) if "--exposure" in options else 255
+                self.assertEqual(bright, {(gray,) * 3}, (light, options))
+
+    def test_gains_and_matrix_can_be_left_out_or_given(self):
+        colours = seen([[0.2, 0.3, 0.1]] * 32 * 24)
+        self.raw("a.dng", colours, 32)
+        bare = self.developed("a.dng", "--wb", "1,1,1", "--matrix", "none", "--curve", "linear")[2][0]
+        for got, want in zip(bare, colours[0]):
+            self.assertAlmostEqual(got / 65535, want, delta=1e-3)
+        gains = ",".join(str(1 / c) for c in GRAY)
+        self.assertEqual(self.developed("a.dng", "--wb", gains)[2], self.developed("a.dng", "--wb", "camera")[2])
+        balanced = self.developed("a.dng", "--matrix", "none", "--curve", "linear")[2][0]
+        least = min(1 / c for c in GRAY)
+        for got, want, gray in zip(balanced, colours[0], GRAY):
+            self.assertAlmostEqual(got / 65535, want / gray / least, delta=1e-3)
+
+    def test_cameras_that_tell_nothing_are_gray_worlds(self):
+        colours = [[0.2, 0.4, 0.1]] * 32 * 24
+        self.raw("a.dng", colours, 32, neutral=None, matrix=None)
+        pixel = self.developed("a.dng")[2][100]
+        self.assertEqual(pixel, [round(255 * encoded(0.4))] * 3)
+        for option, says in (("--wb", "has no white balance of a camera; --wb gray-world estimates one"),
+                             ("--matrix", "has no colour matrix of a camera; --matrix none does without")):
+            self.refuse("develop", "a.dng", "-o", "x.tif", option, "camera", names="a.dng: ", says=says)
+
+    def test_pictures_stand_upright_and_keep_what_the_camera_says(self):
+        colours = seen([[0.7 * x / 63, 0.4, 0.1] for y in range(32) for x in range(64)])
+        self.raw("a.dng", colours, 64)
+        width, height, straight = self.developed("a.dng")
+        self.raw("a.dng", colours, 64, turn=6)
+        self.assertEqual(self.developed("a.dng"),
+                         (32, 64, [straight[y * 64 + x] for x in range(64) for y in reversed(range(32))]))
+        tags = read_tags(self.read("out.tif"))
+        self.assertEqual((tags[271], tags[272], tags[274]), (b"Maker\0", b"Model\0", (1,)))
+
+
+class Mosaics(DevelopTest):
+    def mosaic(self, name, cell, bits=12, size=(16, 12)):
+        """A RGGB mosaic of one cell again and again."""
+        width, height = size
+        samples = [cell[y % 2 * 2 + x % 2] << 16 - bits for y in range(height) for x in range(width)]
+        return self.write(name, tiff(width, height, samples, description=f"koimproc bits={bits} grid=RGGB"))
+
+    def test_the_mean_becomes_gray(self):
+        self.mosaic("m.tif", [1000, 1800, 2200, 500])
+        self.assertEqual(self.developed("m.tif", "--method", "half")[:2], (8, 6))
+        self.assertEqual(set(map(tuple, self.developed("m.tif", "--method", "half")[2])),
+                         {(round(255 * encoded(2000 / 4095)),) * 3})
+
+    def test_cells_that_clip_do_not_count_for_the_balance(self):
+        samples = [([4095, 4095, 4095, 4095] if y < 6 else [1000, 2000, 2000, 500])[y % 2 * 2 + x % 2] << 4
+                   for y in range(24) for x in range(16)]
+        self.write("m.tif", tiff(16, 24, samples, description="koimproc bits=12 grid=RGGB"))
+        pixels = self.developed("m.tif")[2]
+        self.assertEqual(pixels[16 * 20 + 8], [round(255 * encoded(2000 / 4095))] * 3)
+        self.assertEqual(pixels[16 * 1 + 8], [255] * 3)
+
+    def test_nothing_to_go_by_leaves_colours_alone(self):
+        self.mosaic("m.tif", [0, 2000, 2000, 0])
+        self.assertEqual(self.developed("m.tif")[2][40], [0, round(255 * encoded(2000 / 4095)), 0])
+
+    def test_levels_can_be_said(self):
+        self.mosaic("m.tif", [600, 600, 600, 600])
+        self.assertEqual(self.developed("m.tif", "--black", "100", "--white", "1100", "--curve", "linear")[2][40],
+                         [32768] * 3)
+        self.refuse("develop", "m.tif", "-o", "x.tif", "--black", "200", "--white", "200", names="m.tif: ",
+                    says="its white level 200 does not lie above the black level 200")
+
+    def test_exposure_counts_in_stops(self):
+        self.mosaic("m.tif", [500, 500, 500, 500])
+        for stops in (-2, -0.5, 0, 1, 2.5, 4):
+            self.assertAlmostEqual(self.developed("m.tif", "--exposure", str(stops), "--curve", "linear")[2][40][0],
+                                   min(500 / 4095 * 2**stops, 1) * 65535, delta=1)
+
+    def test_automatic_exposure_makes_a_share_of_the_pixels_white(self):
+        samples = [v for y in range(64) for v in [100] * 32 + [800] * 24 + [1600] * 8]
+        self.write("m.tif", tiff(64, 64, [v << 4 for v in samples], description="koimproc bits=12 grid=RGGB"))
+        for percent, brightest in (("5", 1600), ("30", 800), ("0", 1600)):
+            row = self.developed("m.tif", "--auto", percent, "--curve", "linear", "--method", "half")[2][:32]
+            for pixel, level in zip(row, samples[:64:2]):
+                self.assertAlmostEqual(pixel[0], min(level / brightest, 1) * 65535, delta=3)
+        self.mosaic("m.tif", [0] * 4)
+        self.assertEqual(self.developed("m.tif", "--auto", "1")[2][0], [0, 0, 0])
+
+    def test_methods_are_those_of_demosaic(self):
+        self.write("m.tif", tiff(24, 18, random_samples(24 * 18, 65535, 3), description="koimproc bits=16 grid=GRBG"))
+        results = set()
+        for method in ("menon", "malvar", "linear", "half"):
+            self.succeed("demosaic", "m.tif", "-o", "d.tif", *(["--half"] if method == "half" else ["--method", method]))
+            samples = read_tiff(self.read("d.tif"))[3]
+            pixels = self.developed("m.tif", "--method", method, "--wb", "1,1,1", "--curve", "linear")[2]
+            self.assertEqual(sum(pixels, []), samples, method)
+            results.add(tuple(samples))
+        self.assertEqual(len(results), 4)
+        self.succeed("develop", "m.tif", "-o", "d.tif", "--wb", "1,1,1", "--curve", "linear")
+        self.assertEqual(read_tiff(self.read("d.tif"))[3], sum(self.developed(
+            "m.tif", "--method", "menon", "--wb", "1,1,1", "--curve", "linear")[2], []))
+
+    def test_eight_bits_and_odd_sizes_and_other_patterns(self):
+        self.write("m.png", png(5, 7, [128] * 35))
+        self.assertEqual(self.developed("m.png", "--grid", "bggr"),
+                         (5, 7, [[round(255 * encoded(128 / 255))] * 3] * 35))
+        self.refuse("develop", "m.png", "-o", "x.tif", "--grid", "bggr", "--method", "linear", names="m.png: ",
+                    says="odd size, 5 x 7; another --method takes it")
+        self.refuse("develop", "m.png", "-o", "x.tif", names="m.png: ", says="say it with --grid")
+
+    def test_the_depth_of_the_result(self):
+        self.mosaic("m.tif", [500, 500, 500, 500])
+        for options, kind in (((), "UInt8"), (("--bits", "16"), "UInt16"), (("--curve", "linear"), "UInt16"),
+                              (("--curve", "linear", "--bits", "8"), "UInt8")):
+            self.succeed("develop", "m.tif", "-o", "out.png", *options)
+            self.assertIn(f"16 x 12, 3 channels, {kind}, ", self.succeed("info", "out.png"))
+
+
+class Series(DevelopTest):
+    def test_a_recipe_develops_and_knows_the_camera(self):
+        colours = seen([[0.6 * x / 63, 0.4, 0.1 + 0.02 * y] for y in range(32) for x in range(64)])
+        self.raw("a.dng", colours, 64)
+        self.raw("b.dng", colours, 64, grid="grbg")
+        for settings in ({}, {"wb": [2, 1, 1.5], "matrix": "none", "bits": 16}, {"wb": "Camera", "exposure": -0.5}):
+            self.write("r.json", json.dumps({"operations": [{"op": "develop", **settings}]}).encode())
+            self.succeed("run", "r.json", "a.dng", "b.dng", "-o", "run")
+            options = [word for key, value in settings.items() for word in
+                       ("--" + key, ",".join(map(str, value)) if isinstance(value, list) else str(value))]
+            self.succeed("develop", "a.dng", "b.dng", "-o", "command/", *options)
+            for name in ("a", "b"):
+                self.assertEqual(read_tiff(self.read(f"run/{name}.tif")), read_tiff(self.read(f"command/{name}.tif")))
+
+    def test_the_camera_is_known_behind_other_operations(self):
+        self.raw("a.dng", seen([[0.5, 0.4, 0.3]] * 64 * 32), 64)
+        self.write("r.json", b'{"operations": [{"op": "crop", "roi": [3, 5, 20, 10]}, {"op": "develop"}]}')
+        self.succeed("run", "r.json", "a.dng", "-o", "run")
+        want = [round(255 * encoded(c)) for c in (0.5, 0.4, 0.3)]
+        width, height, _, samples, _ = read_tiff(self.read("run/a.tif"))
+        self.assertEqual((width, height), (20, 10))
+        for got, level in zip(samples[300:303], want):
+            self.assertAlmostEqual(got, level, delta=1)
+
+    def test_bad_files_do_not_keep_the_others_from_their_turn(self):
+        self.write("m.tif", tiff(4, 4, [9] * 16, description="koimproc bits=16 grid=RGGB"))
+        self.write("c.png", png(2, 2, [1] * 12, channels=3))
+        run = self.ko("develop", "c.png", "none.dng", "m.tif", "-o", "out/")
+        self.assertEqual((run.returncode, run.stderr), (1, "ko: c.png: not a mosaic but a picture of 3 channels\n"
+                                                           "ko: none.dng: no such file\n"))
+        self.assertEqual(read_tiff(self.read("out/m.tif"))[:3], (4, 4, 3))
+
+    def test_command_lines_that_make_no_sense(self):
+        for options, says in ((("--exposure", "1", "--auto", "1"), "either --exposure or --auto can be wanted"),
+                              (("--bits", "12"), "--bits must be 8 or 16"),
+                              (("--wb", "1,2"), "1,2 is not one of camera, gray-world, or 3 numbers 0.001...1000"),
+                              (("--wb", "1,0,2"), "1,0,2 is not one of camera, gray-world, or 3 numbers"),
+                              (("--wb", "grey"), "grey is not one of camera, gray-world, or 3 numbers"),
+                              (("--method", "vng"), "vng is not one of menon, malvar, linear, half"),
+                              (("--mehtod", "menon"), "unknown option --mehtod; did you mean --method?")):
+            self.refuse("develop", "m.tif", "-o", "x.tif", *options, names="", says=says, code=2)
+
+
+if __name__ == "__main__":
+    ko_files.main()

@@ -1,0 +1,24 @@
+// White balance of mosaics.
+#pragma once
+
+#include "io/image.h"
+#include "io/sensor.h"
+
+namespace ko::tool {
+
+/// Of a sensor: without light, and where it clips.
+struct Levels {
+    int black;
+    int white;
+};
+
+/// The gains that make the mean of a mosaic gray. Cells with a clipped sample do not count: what was brighter
+/// than the sensor could tell has no known colour.
+Colour grayWorldGains(const SxImageBuf& mosaic, Levels levels);
+
+/// The mosaic of words with its colours in balance, in 16 bits. The sample that is brightest for its colour
+/// when the sensor clips becomes white, and so do all brighter ones of the other colours: clipped places are
+/// white, whatever the gains are.
+Image balanced(const SxImageBuf& mosaic, Levels levels, const Colour& gains);
+
+}  // namespace ko::tool

@@ -1,0 +1,140 @@
+// ko develop: from mosaics to pictures that people look at.
+#include "cli/failure.h"
+#include "commands/balance.h"
+#include "commands/demosaicer.h"
+#include "commands/operations.h"
+#include "commands/rendering.h"
+#include "io/bayer.h"
+#include "io/levels.h"
+#include "io/mosaic.h"
+#include "io/parts.h"
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <stdexcept>
+
+namespace ko::tool {
+namespace {
+
+/// Where a thing is taken from.
+enum From { Best, Camera, GrayWorld, Nothing };
+
+struct Options {
+    ExBayerGrid grid = BayerNone;
+    int black = 0;
+    std::optional<int> white;
+    Method method = Menon;
+    From balance = Best;
+    std::vector<double> gains;
+    From matrix = Best;
+    Curve curve = SrgbCurve;
+    std::optional<double> exposure;
+    std::optional<double> percent;
+    std::optional<int> bits;
+};
+
+/// The samples in words: the operations keep the type, and 8 bits are too few for linear colours.
+Image inWords(const SxImageBuf& mosaic)
+{
+    SxImageInfo format = mosaic;
+    format.dataType = UInt16;
+    Image words(format);
+    for (int y = 0; y < mosaic.height; ++y)
+        std::copy_n(mosaic.data + std::int64_t{y} * mosaic.stride, mosaic.width,
+                    rowOf<std::uint16_t>(words, y));
+    return words;
+}
+
+Levels levelsOf(const SxImageBuf& mosaic, const Options& options, const Sensor* sensor)
+{
+    const int own = sensor ? sensor->white : static_cast<int>(whiteOf(mosaic));
+    const Levels levels{options.black, options.white.value_or(own)};
+    if (levels.white <= levels.black)
+        throw std::runtime_error("its white level " + std::to_string(levels.white) +
+                                 " does not lie above the black level " + std::to_string(levels.black));
+    return levels;
+}
+
+Colour gainsFor(const SxImageBuf& words, Levels levels, const Options& options, const Sensor* sensor)
+{
+    if (!options.gains.empty())
+        return {options.gains[0], options.gains[1], options.gains[2]};
+    const bool isKnown = sensor && sensor->gains;
+    if (options.balance == Camera && !isKnown)
+        throw std::runtime_error("its file has no white balance of a camera; --wb gray-world estimates one");
+    return isKnown && options.balance != GrayWorld ? *sensor->gains : grayWorldGains(words, levels);
+}
+
+std::optional<ColourMatrix> matrixFor(const Options& options, const Sensor* sensor)
+{
+    if (options.matrix == Camera && !(sensor && sensor->matrix))
+        throw std::runtime_error("its file has no colour matrix of a camera; --matrix none does without");
+    return sensor && options.matrix != Nothing ? sensor->matrix : std::nullopt;
+}
+
+Image develop(const Image& picture, const Options& options, Demosaicer& demosaicer, Frame& frame)
+{
+    const SxImageBuf mosaic = mosaicOf(picture, {options.grid});
+    std::optional<Image> words;
+    if (mosaic.dataType == UInt8)
+        words = inWords(mosaic);
+    const SxImageBuf& samples = words ? **words : mosaic;
+    const Levels levels = levelsOf(samples, options, frame.sensor);
+    Rendering rendering{matrixFor(options, frame.sensor), std::exp2(options.exposure.value_or(0)),
+                        options.curve, options.bits.value_or(options.curve == LinearCurve ? 16 : 8)};
+    Frame inner;  // whose times are part of all
+    std::optional<Image> result;
+    timed(frame, [&] {
+        const Image even = balanced(samples, levels, gainsFor(samples, levels, options, frame.sensor));
+        const Image colours = demosaicer.run(*even, wholeOf(*even), "; another --method takes it", inner);
+        if (options.percent)
+            rendering.gain = automaticGain(colours, rendering.matrix, *options.percent);
+        result = rendered(colours, rendering);
+    });
+    return std::move(*result);
+}
+
+}  // namespace
+
+const Operation developOperation{
+    "Demosaicing", "develop",
+    "Develop camera raws and mosaic pictures: white balance, demosaicing, colours of the screen",
+    [](Settings& settings) -> Operation::Prepare {
+        auto options = std::make_shared<Options>();
+        settings.choice("method", options->method,
+                        {{"menon", Menon}, {"malvar", Malvar}, {"linear", Linear}, {"half", Half}},
+                        "of demosaicing, menon if not given; half makes one pixel of each 2 x 2 cell");
+        settings.choiceOrNumbers("wb", options->balance, {{"camera", Camera}, {"gray-world", GrayWorld}},
+                                 options->gains, {1e-3, 1e3}, 3, "R,G,B",
+                                 "white balance: of the camera, so that the mean of the picture is gray, or "
+                                 "these gains; the first "
+                                 "that there is if not given");
+        settings.choice("matrix", options->matrix, {{"camera", Camera}, {"none", Nothing}},
+                        "colours of the camera to those of sRGB; if not given, where there is one");
+        settings.choice("curve", options->curve, {{"srgb", SrgbCurve}, {"linear", LinearCurve}},
+                        "brightness of the result for screens, as if not given, or in proportion to light");
+        settings.number("exposure", options->exposure, {-16, 16}, "stops brighter, or darker below 0");
+        settings.number("auto", options->percent, {0, 50},
+                        "so bright that this percentage of the pixels becomes white in a colour");
+        settings.whole("bits", options->bits, {8, 16},
+                       "of the result, 8 or 16; if not given 8, with --curve linear 16");
+        settings.choice("grid", options->grid, gridWords(), "mosaic pattern, instead of what the file says");
+        settings.whole("black", options->black, {0, 65535},
+                       "level without light; that of camera raws has been subtracted already");
+        settings.whole("white", options->white, {1, 65535},
+                       "level at which the sensor clips, instead of what the file says");
+        const Options* const o = options.get();
+        settings.rule([o] { return !o->exposure || !o->percent; },
+                      "either --exposure or --auto can be wanted");
+        settings.rule([o] { return !o->bits || *o->bits == 8 || *o->bits == 16; }, "--bits must be 8 or 16");
+        return [options]() -> Filter {
+            auto demosaicer = std::make_shared<Demosaicer>(options->method);
+            return [options, demosaicer](const Image& picture, Frame& frame) {
+                return develop(picture, *options, *demosaicer, frame);
+            };
+        };
+    },
+    true};
+
+}  // namespace ko::tool
