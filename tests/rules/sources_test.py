@@ -9,7 +9,7 @@ import tempfile
 import unittest
 from pathlib import Path
 
-FOLDERS = ("src", "tests", "bench", "fuzz", "examples", "tools/ko")
+FOLDERS = ("src", "tests", "bench", "fuzz", "examples", "tools/ko", "python")
 COMMENT = re.compile(r"#.*")
 SOURCE = re.compile(r"[^\s\"()]+\.cpp\b")
 EXAMPLE = re.compile(r"\bko_add_example\((\w+)")

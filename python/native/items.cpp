@@ -1,0 +1,188 @@
+#include "items.h"
+
+#include "binding.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <set>
+#include <stdexcept>
+#include <string>
+
+namespace ko::python {
+
+namespace {
+
+/// Guarded by the GIL, as is the list of items whose end was asked for on a worker.
+std::set<Node*>& nodes()
+{
+    static auto* const all = new std::set<Node*>;  // it outlives the interpreter
+    return *all;
+}
+
+std::vector<std::unique_ptr<IxPipeItem>>& unwanted()
+{
+    static auto* const items = new std::vector<std::unique_ptr<IxPipeItem>>;
+    return *items;
+}
+
+thread_local bool isWorker = false;
+
+/// Holds the GIL for a call of Python on a worker.
+class PythonOnWorker {
+public:
+    PythonOnWorker() { isWorker = true; }
+    ~PythonOnWorker() { isWorker = false; }
+    PythonOnWorker(const PythonOnWorker&) = delete;
+    PythonOnWorker& operator=(const PythonOnWorker&) = delete;
+
+private:
+    py::gil_scoped_acquire m_gil;
+};
+
+void endUnwanted()
+{
+    if (isWorker)
+        return;
+    std::vector<std::unique_ptr<IxPipeItem>> items;
+    items.swap(unwanted());
+    const py::gil_scoped_release released;
+    items.clear();
+}
+
+/// Calls Python with a frame. False, after a report, when that raises.
+template <class Then>
+bool callWith(const Callable& function, CxImageData& data, const Then& then)
+{
+    const PythonOnWorker python;
+    try {
+        then((*function)(frameFrom(data)));
+        return true;
+    } catch (py::error_already_set& error) {
+        error.discard_as_unraisable(*function);
+    } catch (const py::builtin_exception& error) {
+        error.set_error();
+        PyErr_WriteUnraisable(function->ptr());
+    }
+    return false;
+}
+
+class Processor : public IxDataProcessor {
+public:
+    explicit Processor(Callable process) : m_process(std::move(process)) {}
+    ~Processor() override { retire(); }
+
+protected:
+    bool processData(IxData* input, IxData*& output) override
+    {
+        auto* const frame = qobject_cast<CxImageData*>(input);
+        const auto send = [&output](const py::object& result) {
+            if (result.is_none())
+                return;
+            if (!py::isinstance<Frame>(result))
+                throw py::type_error("process returns a frame or None");
+            output = frameFor(result.cast<Frame&>()).release();
+        };
+        if (frame == nullptr || !callWith(m_process, *frame, send))
+            return false;
+        delete input;
+        return true;
+    }
+
+private:
+    const Callable m_process;
+};
+
+}  // namespace
+
+Node::Node(std::unique_ptr<IxPipeItem> item) : m_item(std::move(item)), m_process(getpid())
+{
+    endUnwanted();
+    nodes().insert(this);
+}
+
+Node::~Node()
+{
+    nodes().erase(this);
+    if (m_process != getpid()) {
+        static_cast<void>(m_item.release());
+    } else if (isWorker) {
+        unwanted().push_back(std::move(m_item));
+    } else {
+        const py::gil_scoped_release released;
+        m_item.reset();
+    }
+}
+
+IxPipeItem& Node::item() const
+{
+    if (m_process != getpid())
+        throw std::runtime_error("the item belongs to the process that this one was forked from");
+    return *m_item;
+}
+
+bool Node::connect(const std::shared_ptr<Node>& successor)
+{
+    IxPipeItem& mine = item();
+    IxPipeItem* const other = successor ? &successor->item() : nullptr;
+    if (!withoutGil([&] { return mine.addSuccessor(other); }))
+        return false;
+    m_successors.push_back(successor);
+    return true;
+}
+
+bool Node::disconnect(const std::shared_ptr<Node>& successor)
+{
+    IxPipeItem& mine = item();
+    IxPipeItem* const other = successor ? &successor->item() : nullptr;
+    if (!withoutGil([&] { return mine.removeSuccessor(other); }))
+        return false;
+    m_successors.erase(std::find(m_successors.begin(), m_successors.end(), successor));
+    return true;
+}
+
+Callable callableOf(const py::object& function)
+{
+    if (PyCallable_Check(function.ptr()) == 0)
+        throw py::type_error("a function is wanted, not " + std::string(Py_TYPE(function.ptr())->tp_name));
+    return Callable(new py::object(function), [](const py::object* held) {
+        const py::gil_scoped_acquire gil;
+        delete held;
+    });
+}
+
+std::unique_ptr<IxPipeItem> makeProcessor(const Callable& process)
+{
+    if (process == nullptr)
+        return std::make_unique<IxDataProcessor>();
+    return std::make_unique<Processor>(process);
+}
+
+std::unique_ptr<IxPipeItem> makeSink(const Callable& callback)
+{
+    return std::make_unique<CxFrameSink>([callback](CxImageData& data) {
+        if (!callWith(callback, data, [](const py::object&) {}))
+            throw std::runtime_error("the callback raised an exception");
+    });
+}
+
+Frame ArraySource::next(const ArrayImage& image)
+{
+    const auto age = std::chrono::steady_clock::now() - m_made;
+    const auto microseconds = std::chrono::duration_cast<std::chrono::microseconds>(age).count();
+    return {py::cast(image), m_nextFrameNo++, static_cast<std::uint64_t>(microseconds),
+            QDateTime::currentDateTime(), py::dict()};
+}
+
+void stopAll()
+{
+    endUnwanted();
+    std::vector<std::shared_ptr<Node>> all;
+    for (Node* const node : nodes())
+        all.push_back(node->shared_from_this());
+    const py::gil_scoped_release released;
+    for (const auto& node : all)
+        static_cast<void>(node->item().setState(IxPipeItem::StateStopped));
+}
+
+}  // namespace ko::python
