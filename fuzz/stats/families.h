@@ -11,5 +11,6 @@ Cases jointCases();
 Cases lineCases();
 Cases maskedCases();
 Cases measureCases();
+Cases accumulateCases();
 
 }  // namespace ko::fuzz

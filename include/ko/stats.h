@@ -1,6 +1,7 @@
 // Histograms and statistics.
 #pragma once
 
+#include <ko/stats/accumulate.h>
 #include <ko/stats/entropy.h>
 #include <ko/stats/extremes.h>
 #include <ko/stats/histogram.h>

@@ -11,6 +11,19 @@ const QList<QPoint>& offsets()
     return points;
 }
 
+/// An accumulator of any numbers.
+SxAccumulator accumulator(Call& c)
+{
+    SxAccumulator sums;
+    sums.sum = c.image(UInt64);
+    sums.squares = c.image(UInt64);
+    sums.minimum = c.image(UInt16);
+    sums.maximum = c.image(UInt16);
+    sums.above = c.image(UInt32);
+    sums.counts = c.image(UInt32);
+    return sums;
+}
+
 }  // namespace
 
 Operations countingOperations()
@@ -200,6 +213,27 @@ Operations statisticsOperations()
              c.status(ComputeOtsuThresholdMasked(c.image(UInt16), c.mask(), threshold));
              c.value(threshold);
          }},
+        {"AccumulateFrames",
+         [](Call& c) {
+             SxAccumulator sums = accumulator(c);
+             const QVector<SxImageBuf> frames{c.image(UInt16).buf(), c.image(UInt16).buf()};
+             c.status(AccumulateFrames(frames, {c.mask().buf(), c.mask().buf()}, sums));
+             c.value(sums.frames);
+         }},
+        {"ClearAccumulator",
+         [](Call& c) {
+             SxAccumulator sums = accumulator(c);
+             c.status(ClearAccumulator(sums));
+         }},
+        {"MergeAccumulators",
+         [](Call& c) {
+             const SxAccumulator from = accumulator(c);
+             SxAccumulator into = accumulator(c);
+             c.status(MergeAccumulators(from, into));
+         }},
+        {"AccumulatedMean", [](Call& c) { c.status(AccumulatedMean(accumulator(c), c.image(Float64))); }},
+        {"AccumulatedVariance",
+         [](Call& c) { c.status(AccumulatedVariance(accumulator(c), 1, c.image(Float64))); }},
     };
 }
 

@@ -56,6 +56,8 @@ static_assert(offsetof(SxSnakeParams, loopDistance) == 48);
 static_assert(offsetof(SxSnakeParams, pointSpacing) == 52);
 static_assert(offsetof(SxSnakeParams, maxIterations) == 56);
 
+static_assert(sizeof(SxAccumulator) == 544 && alignof(SxAccumulator) == 8);
+
 static_assert(sizeof(CxImageHistogram) == 24 && std::is_standard_layout_v<CxImageHistogram>);
 static_assert(offsetof(CxImageHistogram, bins) == 0);
 static_assert(offsetof(CxImageHistogram, planes) == 8);
@@ -84,9 +86,10 @@ static_assert(sizeof(CxFrameSource) == 48);
 static_assert(sizeof(CxFrameSink) == 64);
 static_assert(sizeof(CxDemosaicConvertor) == 48);
 
-std::ptrdiff_t offsetIn(const SxImageBuf& image, const void* member)
+template <class Record>
+std::ptrdiff_t offsetIn(const Record& record, const void* member)
 {
-    return static_cast<const char*>(member) - reinterpret_cast<const char*>(&image);
+    return static_cast<const char*>(member) - reinterpret_cast<const char*>(&record);
 }
 
 TEST(Records, PlaceTheMemoryWordsBehindTheInfo)
@@ -98,6 +101,17 @@ TEST(Records, PlaceTheMemoryWordsBehindTheInfo)
     EXPECT_EQ(offsetIn(image, &image.allocation), 56);
     EXPECT_EQ(offsetIn(image, &image.memoryTag), 64);
     EXPECT_EQ(offsetIn(image, &image.bookkeeping), 72);
+}
+
+TEST(Records, PlaceThePlanesOfAnAccumulatorBeforeItsNumbers)
+{
+    const SxAccumulator sums;
+    const SxImageBuf* const planes[] = {&sums.sum,     &sums.squares, &sums.minimum,
+                                        &sums.maximum, &sums.above,   &sums.counts};
+    for (int i = 0; i < 6; ++i)
+        EXPECT_EQ(offsetIn(sums, planes[i]), 88 * i);
+    EXPECT_EQ(offsetIn(sums, &sums.frames), 528);
+    EXPECT_EQ(offsetIn(sums, &sums.level), 536);
 }
 
 TEST(Records, StartEmptyWithColourPixelsAndNoMosaic)

@@ -29,6 +29,15 @@ TEST(StatsApi, IsExportedWithTheExactSignatures)
             {"ComputeOtsuThresholdMasked",
              exported<ResultCode(const SxImageBuf&, const SxImageBuf&, unsigned int&)>(
                  &ComputeOtsuThresholdMasked)},
+            {"ClearAccumulator", exported<ResultCode(SxAccumulator&)>(&ClearAccumulator)},
+            {"AccumulateFrames",
+             exported<ResultCode(const QVector<SxImageBuf>&, const QVector<SxImageBuf>&, SxAccumulator&)>(
+                 &AccumulateFrames)},
+            {"MergeAccumulators",
+             exported<ResultCode(const SxAccumulator&, SxAccumulator&)>(&MergeAccumulators)},
+            {"AccumulatedMean", exported<ResultCode(const SxAccumulator&, SxImageBuf&)>(&AccumulatedMean)},
+            {"AccumulatedVariance",
+             exported<ResultCode(const SxAccumulator&, int, SxImageBuf&)>(&AccumulatedVariance)},
         });
 }
 

@@ -1,0 +1,262 @@
+#include "stats/accumulate_kernels.h"
+
+#include "base/image_view.h"
+#include "base/kernel_loops.h"
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "stats/accumulate_kernels.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+HWY_BEFORE_NAMESPACE();
+namespace ko {
+namespace HWY_NAMESPACE {
+namespace {
+
+/// Samples whose numbers stay in the first-level cache while one plane after another is worked on.
+constexpr std::int64_t blockSamples = 1024;
+
+using Rows = std::array<const std::uint8_t*, accumulatedAtOnce>;
+
+template <class T>
+HWY_INLINE void Increase(std::uint8_t* plane, std::int64_t i, T by) noexcept
+{
+    storeSample(plane, i, static_cast<T>(loadSample<T>(plane, i) + by));
+}
+
+// What the samples of up to eight frames at one place do to one plane.
+
+struct Sum {
+    template <class... T>
+    HWY_INLINE void operator()(std::uint8_t* plane, std::int64_t i, T... samples) const noexcept
+    {
+        Increase<std::uint64_t>(plane, i, (std::uint32_t{samples} + ...));
+    }
+};
+
+struct Squares {
+    template <class... T>
+    HWY_INLINE void operator()(std::uint8_t* plane, std::int64_t i, T... samples) const noexcept
+    {
+        if constexpr ((sizeof(T) + ...) == sizeof...(T)) {
+            Increase<std::uint64_t>(plane, i, ((std::uint32_t{samples} * samples) + ...));
+        } else {
+            // Eight squares of two bytes do not fit into 32 bits, eight halves of them do.
+            const std::uint32_t low = (((std::uint32_t{samples} * samples) & 0xFFFFU) + ...);
+            const std::uint32_t high = (((std::uint32_t{samples} * samples) >> 16) + ...);
+            Increase<std::uint64_t>(plane, i, low + (std::uint64_t{high} << 16));
+        }
+    }
+};
+
+struct Minimum {
+    template <class T, class... More>
+    HWY_INLINE void operator()(std::uint8_t* plane, std::int64_t i, T first, More... more) const noexcept
+    {
+        T least = std::min(first, loadSample<T>(plane, i));
+        ((least = std::min(least, more)), ...);
+        storeSample(plane, i, least);
+    }
+};
+
+struct Maximum {
+    template <class T, class... More>
+    HWY_INLINE void operator()(std::uint8_t* plane, std::int64_t i, T first, More... more) const noexcept
+    {
+        T most = std::max(first, loadSample<T>(plane, i));
+        ((most = std::max(most, more)), ...);
+        storeSample(plane, i, most);
+    }
+};
+
+template <class Level>
+struct Above {
+    Level level;
+
+    template <class... T>
+    HWY_INLINE void operator()(std::uint8_t* plane, std::int64_t i, T... samples) const noexcept
+    {
+        Increase<std::uint32_t>(plane, i, (std::uint32_t{samples > level} + ...));
+    }
+};
+
+template <class T, class Step, std::size_t... Frame>
+HWY_INLINE void StepRow(std::index_sequence<Frame...>, Rows rows, std::int64_t samples, std::uint8_t* plane,
+                        Step step) noexcept
+{
+    KO_INDEPENDENT_ITERATIONS
+    for (std::int64_t i = 0; i < samples; ++i)
+        step(plane, i, loadSample<T>(rows[Frame], i)...);
+}
+
+/// Takes the frames into a plane, all at once where they are as many as can be.
+template <class T, class Step>
+void Take(const Rows& rows, std::int64_t count, std::int64_t samples, std::uint8_t* plane, Step step) noexcept
+{
+    if (count == accumulatedAtOnce) {
+        StepRow<T>(std::make_index_sequence<accumulatedAtOnce>{}, rows, samples, plane, step);
+        return;
+    }
+    for (std::int64_t f = 0; f < count; ++f)
+        StepRow<T>(std::index_sequence<0>{}, {rows[static_cast<std::size_t>(f)]}, samples, plane, step);
+}
+
+/// The same for each plane that there is, `minimum` apart.
+template <class T>
+void TakeAll(const Rows& rows, std::int64_t count, std::int64_t samples, const AccumulatorRow& sums) noexcept
+{
+    if (sums.sum != nullptr)
+        Take<T>(rows, count, samples, sums.sum, Sum{});
+    if (sums.squares != nullptr)
+        Take<T>(rows, count, samples, sums.squares, Squares{});
+    if (sums.maximum != nullptr)
+        Take<T>(rows, count, samples, sums.maximum, Maximum{});
+    if (sums.above != nullptr) {
+        constexpr std::uint32_t top = std::numeric_limits<T>::max();
+        Take<T>(rows, count, samples, sums.above, Above<T>{static_cast<T>(std::min(sums.level, top))});
+    }
+}
+
+/// The mask bytes of `samples` samples from sample `from` of the row on.
+void SpreadMask(const std::uint8_t* mask, std::int64_t channels, std::int64_t from, std::int64_t samples,
+                std::uint8_t* spread) noexcept
+{
+    std::int64_t pixel = from / channels, channel = from % channels;
+    for (std::int64_t i = 0; i < samples; ++i) {
+        spread[i] = mask[pixel];
+        if (++channel == channels) {
+            channel = 0;
+            ++pixel;
+        }
+    }
+}
+
+/// A block of a frame in which samples that do not count are 0, which changes nothing but a minimum.
+template <class T>
+void Select(const std::uint8_t* row, const std::uint8_t* mask, std::int64_t samples,
+            std::uint8_t* block) noexcept
+{
+    KO_INDEPENDENT_ITERATIONS
+    for (std::int64_t i = 0; i < samples; ++i)
+        storeSample<T>(block, i, mask[i] != 0 ? loadSample<T>(row, i) : T{0});
+}
+
+/// Turns the samples that do not count into the largest number there is, which does not change a minimum.
+template <class T>
+void Raise(const std::uint8_t* mask, std::int64_t samples, std::uint8_t* block) noexcept
+{
+    KO_INDEPENDENT_ITERATIONS
+    for (std::int64_t i = 0; i < samples; ++i)
+        storeSample<T>(block, i, mask[i] != 0 ? loadSample<T>(block, i) : std::numeric_limits<T>::max());
+}
+
+void Count(const std::uint8_t* mask, std::int64_t samples, std::uint8_t* counts) noexcept
+{
+    KO_INDEPENDENT_ITERATIONS
+    for (std::int64_t i = 0; i < samples; ++i)
+        Increase<std::uint32_t>(counts, i, mask[i] != 0 ? 1U : 0U);
+}
+
+/// A block of frames with masks, from sample `from` of their rows on.
+template <class T>
+void TakeSelected(const FrameRowGroup& frames, const Rows& rows, std::int64_t from, std::int64_t samples,
+                  const AccumulatorRow& sums) noexcept
+{
+    alignas(64) std::uint8_t masks[accumulatedAtOnce][blockSamples];
+    alignas(64) std::uint8_t blocks[accumulatedAtOnce][blockSamples * sizeof(T)];
+    Rows selected{};
+    for (std::size_t f = 0; f < static_cast<std::size_t>(frames.count); ++f) {
+        SpreadMask(frames.masks[f], frames.channels, from, samples, masks[f]);
+        Count(masks[f], samples, sums.counts);
+        Select<T>(rows[f], masks[f], samples, blocks[f]);
+        selected[f] = blocks[f];
+    }
+    TakeAll<T>(selected, frames.count, samples, sums);
+    if (sums.minimum == nullptr)
+        return;
+    for (std::size_t f = 0; f < static_cast<std::size_t>(frames.count); ++f)
+        Raise<T>(masks[f], samples, blocks[f]);
+    Take<T>(selected, frames.count, samples, sums.minimum, Minimum{});
+}
+
+std::uint8_t* Advanced(std::uint8_t* row, std::int64_t bytes) noexcept
+{
+    return row != nullptr ? row + bytes : nullptr;
+}
+
+template <class T>
+void RowAccumulate(const FrameRowGroup& frames, std::int64_t samples, const AccumulatorRow& sums) noexcept
+{
+    for (std::int64_t from = 0; from < samples; from += blockSamples) {
+        const std::int64_t block = std::min(blockSamples, samples - from);
+        const std::int64_t bytes = from * std::int64_t{sizeof(T)};
+        const AccumulatorRow at{Advanced(sums.sum, from * 8),
+                                Advanced(sums.squares, from * 8),
+                                Advanced(sums.minimum, bytes),
+                                Advanced(sums.maximum, bytes),
+                                Advanced(sums.above, from * 4),
+                                Advanced(sums.counts, from * 4),
+                                sums.level};
+        Rows rows{};
+        for (std::size_t f = 0; f < static_cast<std::size_t>(frames.count); ++f)
+            rows[f] = frames.rows[f] + bytes;
+        if (frames.hasMasks) {
+            TakeSelected<T>(frames, rows, from, block, at);
+            continue;
+        }
+        TakeAll<T>(rows, frames.count, block, at);
+        if (at.minimum != nullptr)
+            Take<T>(rows, frames.count, block, at.minimum, Minimum{});
+        if (at.counts != nullptr) {
+            KO_INDEPENDENT_ITERATIONS
+            for (std::int64_t i = 0; i < block; ++i)
+                Increase<std::uint32_t>(at.counts, i, static_cast<std::uint32_t>(frames.count));
+        }
+    }
+}
+
+template <class T>
+void RowAdd(const std::uint8_t* from, std::uint8_t* into, std::int64_t samples) noexcept
+{
+    KO_INDEPENDENT_ITERATIONS
+    for (std::int64_t i = 0; i < samples; ++i)
+        Increase<T>(into, i, loadSample<T>(from, i));
+}
+
+template <class T, class Step>
+void RowTake(const std::uint8_t* from, std::uint8_t* into, std::int64_t samples) noexcept
+{
+    StepRow<T>(std::index_sequence<0>{}, {from}, samples, into, Step{});
+}
+
+const AccumulateKernels& Kernels()
+{
+    static constexpr AccumulateKernels kernels{
+        {&RowAccumulate<std::uint8_t>, &RowAccumulate<std::uint16_t>},
+        &RowAdd<std::uint32_t>,
+        &RowAdd<std::uint64_t>,
+        {&RowTake<std::uint8_t, Minimum>, &RowTake<std::uint16_t, Minimum>},
+        {&RowTake<std::uint8_t, Maximum>, &RowTake<std::uint16_t, Maximum>}};
+    return kernels;
+}
+
+}  // namespace
+}  // namespace HWY_NAMESPACE
+}  // namespace ko
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace ko {
+namespace {
+HWY_EXPORT(Kernels);
+}
+const AccumulateKernels& accumulateKernels()
+{
+    return HWY_DYNAMIC_DISPATCH(Kernels)();
+}
+}  // namespace ko
+#endif
