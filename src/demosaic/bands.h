@@ -1,6 +1,7 @@
 // Working memory of the centred methods, one part for each thread.
 #pragma once
 
+#include "base/cache_line.h"
 #include "base/checks.h"
 #include "base/rows.h"
 #include "demosaic/mosaic_lines.h"
@@ -11,23 +12,30 @@
 
 namespace ko {
 
+/// Cache lines that a band of lines of this pitch takes: 37 lines of 4 bytes an element by the more demanding
+/// method.
+constexpr std::int64_t bandMemory(std::int64_t pitch) noexcept
+{
+    return 37 * 4 * pitch / std::int64_t{sizeof(CacheLine)};
+}
+
 /// What callers hold as `void*`.
 struct BandBuffer {
     std::int64_t pitch;  ///< elements of a line
     int bands;
-    std::unique_ptr<std::byte[]> memory;
-};
+    std::unique_ptr<CacheLine[]> memory;
 
-/// Lines and bytes of an element that the more demanding method works on.
-inline constexpr std::int64_t bandLines = 37, elementBytes = 4;
+    /// Where the lines of a band begin.
+    CacheLine* band(std::int64_t index) const noexcept { return memory.get() + index * bandMemory(pitch); }
+};
 
 inline std::unique_ptr<BandBuffer> makeBandBuffer(std::int64_t width)
 {
     auto buffer = std::make_unique<BandBuffer>();
     buffer->pitch = linePitch((width + 1) / 2);
     buffer->bands = omp_get_max_threads();
-    buffer->memory = std::make_unique<std::byte[]>(
-        static_cast<std::size_t>(buffer->bands * bandLines * elementBytes * buffer->pitch));
+    buffer->memory =
+        std::make_unique<CacheLine[]>(static_cast<std::size_t>(buffer->bands * bandMemory(buffer->pitch)));
     return buffer;
 }
 
@@ -45,8 +53,7 @@ bool inBands(const QRect& roi, BandBuffer& buffer, const Body& body)
     const std::int64_t bands =
         std::clamp<std::int64_t>(rows / fewRows, 1, std::min(buffer.bands, threadsFor(work)));
     rowsStatic({bands, work.bytes * rows / bands}, [&](std::int64_t band) noexcept {
-        body(buffer.memory.get() + band * bandLines * elementBytes * buffer.pitch, rows * band / bands,
-             rows * (band + 1) / bands);
+        body(buffer.band(band)->bytes, rows * band / bands, rows * (band + 1) / bands);
     });
     return true;
 }

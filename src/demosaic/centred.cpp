@@ -36,7 +36,7 @@ void malvarBand(const CentredCall& call, std::int64_t pitch, std::byte* memory, 
     const MalvarRowKernels<T>& kernels = malvarKernels().of<T>();
     using E = typename MalvarRowKernels<T>::Element;
     auto* elements = reinterpret_cast<E*>(memory);
-    const MosaicLines<E> lines(elements, 5, pitch);
+    const MosaicLines<E, 5> lines(elements, pitch);
     const auto top = static_cast<typename MalvarRowKernels<T>::Sum>(saturatedTop<T>(call.src.bitsPerSample));
     for (std::int64_t last = from - 2; last < to + 2; ++last) {
         loadLines<T>(call.src, call.roi, last, lines, kernels.split);
@@ -82,18 +82,19 @@ private:
     MenonBand(const CentredCall& call, std::int64_t pitch, float* memory) noexcept
         : m_call(call),
           m_pairs((widthOf(call.roi) + 1) / 2),
-          m_mosaic(memory, 8, pitch),
-          m_along(memory, 5, pitch),
-          m_across(memory, 5, pitch),
-          m_mixed(memory, 5, pitch),
-          m_alongPart(memory, 3, pitch),
-          m_refined(memory, 3, pitch)
+          m_mosaic(memory, pitch),
+          m_along(memory, pitch),
+          m_across(memory, pitch),
+          m_mixed(memory, pitch),
+          m_alongPart(memory, pitch),
+          m_refined(memory, pitch)
     {
     }
 
     RowKind kind(std::int64_t y) const noexcept { return kindOf(m_call.cell(), y); }
 
-    static FiveLines around(const LineRing<float>& lines, std::int64_t y) noexcept
+    template <int Count>
+    static FiveLines around(const LineRing<float, Count>& lines, std::int64_t y) noexcept
     {
         return {lines[y - 2], lines[y - 1], lines[y], lines[y + 1], lines[y + 2]};
     }
@@ -126,8 +127,9 @@ private:
     const MenonKernels& m_kernels = menonKernels();
     const CentredCall& m_call;
     std::int64_t m_pairs;
-    MosaicLines<float> m_mosaic;
-    LineRing<float> m_along, m_across, m_mixed, m_alongPart, m_refined;
+    MosaicLines<float, 8> m_mosaic;
+    LineRing<float, 5> m_along, m_across, m_mixed;
+    LineRing<float, 3> m_alongPart, m_refined;
 };
 
 /// The checks and the memory that the centred methods have in common; `band` makes some rows.

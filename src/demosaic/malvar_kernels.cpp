@@ -18,6 +18,11 @@ namespace HWY_NAMESPACE {
 namespace {
 
 /// The filters in eighths or sixteenths, rounded and limited.
+///
+/// Sums of bytes fit 16 bits. In sixteenths, the positive weights of a filter add up to 28 at the most (10 + 8 +
+/// 8 + 1 + 1 beside green, 12 + 4 x 4 at the other colour) and the negative ones to -12 at the least (4 x -3), and
+/// no part of a sum lies further from 0 than the whole may: all are between -12 * 255 and 28 * 255 = 7140. In the
+/// same way sums of words fit 32 bits.
 template <class T>
 class MalvarFilter {
 public:
@@ -27,22 +32,51 @@ public:
     using V = hn::Vec<D>;
 
     MalvarFilter(const MalvarLines<Element>& lines, RowKind kind, E top)
-        : m_lines(lines), m_right(kind.colourFirst ? 0 : 1), m_top(hn::Set(m_d, top))
+        : m_lines(lines), m_side(kind.colourFirst ? -1 : 1), m_top(hn::Set(m_d, top))
     {
     }
 
-    RowColours<V> At(std::int64_t i) const
+    /// The pair's own colour lies between its green and the one `m_side` pairs on, its green between its own
+    /// colour and the one as far in the other direction.
+    HWY_INLINE RowColours<V> At(std::int64_t i) const
     {
+        const V own = Own(2, i), green = Between(2, i);
+        const V nextOwn = Own(2, i - m_side), nextGreen = Between(2, i + m_side);
+        const V owns = hn::Add(own, nextOwn), greens = hn::Add(green, nextGreen);
+        // Rows above and below: greens where this row has its own colour, the other colour where it has green.
+        const V nearGreens = Near(m_lines.own, i), nearOthers = Near(m_lines.between, i);
         RowColours<V> colours;
-        AtOwn(i, colours);
-        AtGreen(i, colours);
+        colours.ownRow = hn::Min(own, m_top);
+        colours.betweenGreen = hn::Min(green, m_top);
+
+        const V far = hn::Add(hn::Add(nextOwn, Own(2, i + m_side)), Far(m_lines.own, i));
+        const V corners = hn::Add(nearOthers, Near(m_lines.between, i + m_side));
+        const V bend = hn::Sub(hn::ShiftLeft<2>(own), far);
+        colours.ownGreen = Scaled<3>(hn::Add(bend, Twice(hn::Add(greens, nearGreens))));
+        colours.ownOther = Scaled<4>(hn::Add(bend, Twice(hn::Add(bend, Twice(corners)))));
+
+        const V along = hn::Add(nextGreen, Between(2, i - m_side)), across = Far(m_lines.between, i);
+        const V diagonal = hn::Add(nearGreens, Near(m_lines.own, i - m_side));
+        const V common = hn::Sub(hn::Add(hn::ShiftLeft<2>(green), green), diagonal);
+        colours.betweenRow = BesideGreen(common, owns, along, across);
+        colours.betweenOther = BesideGreen(common, nearOthers, across, along);
         return colours;
     }
 
 private:
-    V Own(int row, std::int64_t i) const { return At(m_lines.own[row], i); }
-    V Between(int row, std::int64_t i) const { return At(m_lines.between[row], i); }
-    V At(const Element* line, std::int64_t i) const
+    using Line = const Element*;
+
+    V Own(int row, std::int64_t i) const { return Loaded(m_lines.own[row], i); }
+    V Between(int row, std::int64_t i) const { return Loaded(m_lines.between[row], i); }
+    V Near(const Line (&lines)[5], std::int64_t i) const
+    {
+        return hn::Add(Loaded(lines[1], i), Loaded(lines[3], i));
+    }
+    V Far(const Line (&lines)[5], std::int64_t i) const
+    {
+        return hn::Add(Loaded(lines[0], i), Loaded(lines[4], i));
+    }
+    V Loaded(Line line, std::int64_t i) const
     {
         if constexpr (sizeof(Element) == sizeof(E))
             return hn::LoadU(m_d, line + i);
@@ -50,52 +84,32 @@ private:
             return hn::PromoteTo(m_d, hn::LoadU(hn::Rebind<Element, D>(), line + i));
     }
 
+    static V Twice(V v) { return hn::Add(v, v); }
+
+    /// In sixteenths: 8 of each of the two samples of the colour beside, -2 of each of the greens further on in
+    /// their direction, 1 of those in the other, and twice what is common to both colours.
+    V BesideGreen(V common, V near, V further, V other) const
+    {
+        const V half = hn::Sub(hn::Add(common, hn::ShiftLeft<2>(near)), further);
+        return Scaled<4>(hn::Add(Twice(half), other));
+    }
+
     template <int Bits>
     V Scaled(V sum) const
     {
-        const V rounded = hn::ShiftRight<Bits>(hn::Add(sum, hn::Set(m_d, E{1 << (Bits - 1)})));
-        return Limited(rounded);
+        return hn::Min(hn::Max(Rounded<Bits>(sum), hn::Zero(m_d)), m_top);
     }
-    V Limited(V v) const { return hn::Min(hn::Max(v, hn::Zero(m_d)), m_top); }
-
-    void AtOwn(std::int64_t i, RowColours<V>& colours) const
+    template <int Bits>
+    V Rounded(V sum) const
     {
-        const std::int64_t left = i + m_right - 1, right = i + m_right;
-        const V own = Own(2, i);
-        const V far = hn::Add(hn::Add(Own(2, i - 1), Own(2, i + 1)), hn::Add(Own(0, i), Own(4, i)));
-        const V near = hn::Add(hn::Add(Between(2, left), Between(2, right)), hn::Add(Own(1, i), Own(3, i)));
-        const V corners = hn::Add(hn::Add(Between(1, left), Between(1, right)),
-                                  hn::Add(Between(3, left), Between(3, right)));
-        const V four = hn::ShiftLeft<2>(own);
-        colours.ownRow = Limited(own);
-        colours.ownGreen = Scaled<3>(hn::Sub(hn::Add(four, hn::ShiftLeft<1>(near)), far));
-        // 12 own + 4 corners - 3 far
-        const V quarters = hn::Add(hn::Add(own, hn::ShiftLeft<1>(own)), hn::Sub(corners, far));
-        colours.ownOther = Scaled<4>(hn::Add(hn::ShiftLeft<2>(quarters), far));
-    }
-
-    void AtGreen(std::int64_t i, RowColours<V>& colours) const
-    {
-        const std::int64_t left = i - m_right, right = i + 1 - m_right;
-        const V own = Between(2, i);
-        const V beside = hn::Add(Own(2, left), Own(2, right)), above = hn::Add(Between(1, i), Between(3, i));
-        const V corners = hn::Add(hn::Add(Own(1, left), Own(1, right)), hn::Add(Own(3, left), Own(3, right)));
-        const V alongRow = hn::Add(Between(2, i - 1), Between(2, i + 1));
-        const V alongColumn = hn::Add(Between(0, i), Between(4, i));
-        // Common to both: 10 own - 2 corners.
-        const V fives = hn::Add(hn::ShiftLeft<2>(own), own);
-        const V common = hn::ShiftLeft<1>(hn::Sub(fives, corners));
-        const auto filtered = [&](V near, V along, V across) HWY_ATTR {
-            const V eights = hn::ShiftLeft<3>(near), twos = hn::ShiftLeft<1>(along);
-            return Scaled<4>(hn::Add(hn::Add(common, eights), hn::Sub(across, twos)));
-        };
-        colours.betweenRow = filtered(beside, alongRow, alongColumn);
-        colours.betweenGreen = Limited(own);
-        colours.betweenOther = filtered(above, alongColumn, alongRow);
+        if constexpr (sizeof(E) == 2)
+            return hn::MulFixedPoint15(sum, hn::Set(m_d, E{1 << (15 - Bits)}));
+        else
+            return hn::ShiftRight<Bits>(hn::Add(sum, hn::Set(m_d, E{1 << (Bits - 1)})));
     }
 
     const MalvarLines<Element>& m_lines;
-    std::int64_t m_right;  ///< of the greens beside a pair's own colour, the right one is this many pairs on
+    std::int64_t m_side;
     D m_d;
     V m_top;
 };

@@ -29,58 +29,57 @@ constexpr RowKind kindOf(BayerCell cell, std::int64_t y) noexcept
 /// themselves: samples keep their colours.
 constexpr std::int64_t mirrored(std::int64_t index, std::int64_t count) noexcept
 {
-    const std::int64_t period = std::max<std::int64_t>(2 * (count - 1), 1);
-    const std::int64_t place = (index % period + period) % period;
-    return place < count ? place : period - place;
+    if (count == 1)
+        return 0;
+    while (index < 0 || index >= count)
+        index = index < 0 ? -index : 2 * (count - 1) - index;
+    return index;
 }
 
 /// Pairs that a line has before and behind those of its region, for filters of up to eight columns.
 inline constexpr std::int64_t pairMargin = 4;
 
-/// Elements between the starts of two lines: before a line there is room for the margin, behind it for a
-/// margin and a vector.
+/// Elements before the first pair of a line. There is room for the margin, and the first pair starts a cache
+/// line: vectors that start between cache lines take twice as long to load.
+inline constexpr std::int64_t lineLead = 32;
+
+/// Elements between the starts of two lines: behind a line there is room for the margin and a vector.
 constexpr std::int64_t linePitch(std::int64_t pairs) noexcept
 {
     constexpr std::int64_t longestVector = 32;
-    return (pairs + 2 * pairMargin + longestVector + 15) / 16 * 16;
+    return (lineLead + pairs + pairMargin + longestVector + lineLead - 1) / lineLead * lineLead;
 }
 
-/// Lines that follow the rows of a mosaic: those of row y and of row y + count share their memory.
-template <class E>
+/// Lines that follow the rows of a mosaic: those of row y and of row y + Count share their memory.
+template <class E, int Count>
 class LineRing {
 public:
-    LineRing(E*& memory, int count, std::int64_t pitch) : m_first(memory), m_count(count), m_pitch(pitch)
-    {
-        memory += count * pitch;
-    }
+    LineRing(E*& memory, std::int64_t pitch) : m_first(memory), m_pitch(pitch) { memory += Count * pitch; }
     E* operator[](std::int64_t y) const noexcept
     {
-        return m_first + ((y % m_count) + m_count) % m_count * m_pitch + pairMargin;
+        return m_first + (y % Count + Count) % Count * m_pitch + lineLead;
     }
 
 private:
     E* m_first;
-    int m_count;
     std::int64_t m_pitch;
 };
 
-/// The lines of a mosaic row.
-template <class E>
+/// The lines of mosaic rows.
+template <class E, int Count>
 struct MosaicLines {
-    LineRing<E> first, second;
+    using Ring = LineRing<E, Count>;
+    Ring first, second;
 
-    MosaicLines(E*& memory, int count, std::int64_t pitch)
-        : first(memory, count, pitch), second(memory, count, pitch)
-    {
-    }
+    MosaicLines(E*& memory, std::int64_t pitch) : first(memory, pitch), second(memory, pitch) {}
     /// The columns in which a row of this kind has its colour.
-    const LineRing<E>& own(RowKind kind) const noexcept { return kind.colourFirst ? first : second; }
-    const LineRing<E>& between(RowKind kind) const noexcept { return kind.colourFirst ? second : first; }
+    const Ring& own(RowKind kind) const noexcept { return kind.colourFirst ? first : second; }
+    const Ring& between(RowKind kind) const noexcept { return kind.colourFirst ? second : first; }
 };
 
 /// Fills the lines of row `y` of the region, margin included. `split` does so for pairs inside the image.
-template <class T, class E, class Split>
-void loadLines(const SxImageBuf& src, const QRect& roi, std::int64_t y, const MosaicLines<E>& lines,
+template <class T, class E, int Count, class Split>
+void loadLines(const SxImageBuf& src, const QRect& roi, std::int64_t y, const MosaicLines<E, Count>& lines,
                const Split& split) noexcept
 {
     const std::uint8_t* const row = rowOf(src, mirrored(roi.top() + y, src.height));

@@ -17,13 +17,17 @@ namespace {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
+/// A pair is read as one word, whose lower half is the first sample.
 template <class T, class E>
 void SplitPairs(const std::uint8_t* mosaic, E* first, E* second, std::int64_t pairs) noexcept
 {
+    using Pair = std::conditional_t<sizeof(T) == 1, std::uint16_t, std::uint32_t>;
+    fetchAhead<Pair, false>(mosaic, pairs);
     KO_INDEPENDENT_ITERATIONS
     for (std::int64_t i = 0; i < pairs; ++i) {
-        first[i] = static_cast<E>(loadSample<T>(mosaic, 2 * i));
-        second[i] = static_cast<E>(loadSample<T>(mosaic, 2 * i + 1));
+        const auto pair = loadSample<Pair>(mosaic, i);
+        first[i] = static_cast<E>(static_cast<T>(pair));
+        second[i] = static_cast<E>(static_cast<T>(pair >> (8 * sizeof(T))));
     }
 }
 
@@ -53,7 +57,7 @@ void StorePairs(D, const PairOfPixels<hn::Vec<D>>& p, std::uint16_t fourth, std:
 
 /// The samples of both columns in the order of the columns.
 template <class T, class D, class V = hn::Vec<D>>
-auto InOrder(D d, V first, V second)
+HWY_INLINE auto InOrder(D d, V first, V second)
 {
     const auto joined = hn::Or(first, hn::ShiftLeft<8 * sizeof(T)>(second));
     if constexpr (sizeof(hn::TFromD<D>) == 2 * sizeof(T)) {
@@ -67,7 +71,7 @@ auto InOrder(D d, V first, V second)
 }
 
 template <class T, int Channels, class D>
-void StorePairs(D d, const PairOfPixels<hn::Vec<D>>& p, std::uint16_t fourth, std::uint8_t* to)
+HWY_INLINE void StorePairs(D d, const PairOfPixels<hn::Vec<D>>& p, std::uint16_t fourth, std::uint8_t* to)
 {
     const auto red = InOrder<T>(d, p.firstRed, p.secondRed);
     const auto green = InOrder<T>(d, p.firstGreen, p.secondGreen);
@@ -90,8 +94,11 @@ HWY_INLINE void StoreRow(D d, const PixelRow& dst, std::int64_t width, const Pai
     constexpr std::int64_t pixelBytes = Channels * std::int64_t{sizeof(T)};
     const auto lanes = static_cast<std::int64_t>(hn::Lanes(d));
     std::int64_t i = 0;
-    for (; 2 * (i + lanes) <= width; i += lanes)
-        StorePairs<T, Channels>(d, pairsAt(i), dst.fourth, dst.first + 2 * i * pixelBytes);
+    for (; 2 * (i + lanes) <= width; i += lanes) {
+        std::uint8_t* const to = dst.first + 2 * i * pixelBytes;
+        fetchAhead<T, true>(to, 2 * lanes * Channels);
+        StorePairs<T, Channels>(d, pairsAt(i), dst.fourth, to);
+    }
     if (2 * i < width) {
         std::uint8_t last[2 * hn::MaxLanes(D()) * pixelBytes];
         StorePairs<T, Channels>(d, pairsAt(i), dst.fourth, last);
@@ -119,7 +126,7 @@ struct RowColours {
 
 /// `Other` is the colour of the rows above and below.
 template <class V>
-PairOfPixels<V> Arranged(const RowColours<V>& c, RowKind kind)
+HWY_INLINE PairOfPixels<V> Arranged(const RowColours<V>& c, RowKind kind)
 {
     const auto arranged = [&](V firstRow, V firstGreen, V firstOther, V secondRow, V secondGreen,
                               V secondOther) HWY_ATTR -> PairOfPixels<V> {

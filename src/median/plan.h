@@ -27,6 +27,8 @@
 // What windows find outside the image is the same for all engines: `outside.h`.
 #pragma once
 
+#include "base/cache_line.h"
+
 #include <ko/image.h>
 
 #include <cstddef>
@@ -62,9 +64,6 @@ public:
     std::byte* part(std::size_t index) const noexcept { return m_lines[index * m_linesPerPart].bytes; }
 
 private:
-    struct alignas(64) CacheLine {
-        std::byte bytes[64];
-    };
     std::unique_ptr<CacheLine[]> m_lines;
     std::size_t m_size = 0;
     std::size_t m_linesPerPart = 0;

@@ -11,6 +11,7 @@
 
 #include <limits>
 #include <memory>
+#include <utility>
 
 namespace ko::test {
 namespace {
@@ -164,36 +165,49 @@ TYPED_TEST(CentredChecks, FailWithoutMemoryAndNeedNoneWithABuffer)
     EXPECT_EQ(args.dst.bytes(), expected.bytes());
 }
 
-/// A mosaic of what `colourAt(x, y, channel)` tells, and the picture made of it.
-template <class Method>
+/// A mosaic of what `colourAt(x, y, channel)` tells, and the picture made of it: of 8 bits, or of 12 in words.
+template <class Method, class T>
 struct Scene {
+    static constexpr ExImageDataType type = sizeof(T) == 1 ? UInt8 : UInt16;
     TestImage src, dst;
 
     template <class ColourAt>
     Scene(int width, int height, ExBayerGrid grid, const ColourAt& colourAt)
-        : src(Layout{.width = width, .height = height, .type = UInt16, .bits = 12}),
-          dst(Layout{.width = width, .height = height, .channels = 3, .type = UInt16})
+        : src(Layout{.width = width, .height = height, .type = type, .bits = sizeof(T) == 1 ? 8 : 12}),
+          dst(Layout{.width = width, .height = height, .channels = 3, .type = type})
     {
         src->bayerGrid = grid;
         src.forEachSample([&](int x, int y, int) {
             const int channel = oracle::channelOf(oracle::bayerColour(grid, x, y));
-            src.set(x, y, static_cast<std::uint16_t>(colourAt(x, y, channel)));
+            src.set(x, y, static_cast<T>(colourAt(x, y, channel)));
         });
         EXPECT_EQ(Method::whole(src, dst, nullptr), ResultOk);
     }
-    int at(int x, int y, int channel) const { return dst.get<std::uint16_t>(x, y, channel); }
+    int at(int x, int y, int channel) const { return dst.get<T>(x, y, channel); }
 };
 
-template <class Method>
+template <class Method, class T>
+struct Pair {
+    using M = Method;
+    using Sample = T;
+    using S = Scene<Method, T>;
+    /// A level of 12 bits as one of the samples.
+    static int level(int of12Bits) { return sizeof(T) == 1 ? of12Bits / 16 : of12Bits; }
+};
+using Pairs = testing::Types<Pair<Malvar, std::uint8_t>, Pair<Malvar, std::uint16_t>,
+                             Pair<Menon, std::uint8_t>, Pair<Menon, std::uint16_t>>;
+
+template <class P>
 class CentredValues : public testing::Test {
 };
-TYPED_TEST_SUITE(CentredValues, Methods);
+TYPED_TEST_SUITE(CentredValues, Pairs);
 
 TYPED_TEST(CentredValues, OfFlatAreasAreFlat)
 {
-    constexpr int colour[] = {3001, 777, 64};
+    const int colour[] = {TypeParam::level(3001), TypeParam::level(777), TypeParam::level(64)};
     for (const ExBayerGrid grid : grids) {
-        const Scene<TypeParam> scene(23, 17, grid, [&](int, int, int channel) { return colour[channel]; });
+        const typename TypeParam::S scene(23, 17, grid,
+                                          [&](int, int, int channel) { return colour[channel]; });
         scene.dst.forEachSample([&](int x, int y, int c) { ASSERT_EQ(scene.at(x, y, c), colour[c]); });
     }
 }
@@ -201,9 +215,11 @@ TYPED_TEST(CentredValues, OfFlatAreasAreFlat)
 TYPED_TEST(CentredValues, OfGreyRampsAreGrey)
 {
     for (const ExBayerGrid grid : grids)
-        for (const auto& slope : {std::pair{7, 0}, {0, 9}, {5, 11}, {13, -4}}) {
-            const auto ramp = [&](int x, int y, int) { return 500 + slope.first * x + slope.second * y; };
-            const Scene<TypeParam> scene(40, 30, grid, ramp);
+        for (const auto& slope : {std::pair{3, 0}, {0, 5}, {1, 4}, {4, -2}}) {
+            const auto ramp = [&](int x, int y, int) {
+                return TypeParam::level(16 * (60 + slope.first * x + slope.second * y));
+            };
+            const typename TypeParam::S scene(40, 30, grid, ramp);
             scene.dst.forEachSample([&](int x, int y, int c) {
                 const bool isInside = x >= 8 && y >= 8 && x < 32 && y < 22;
                 if (isInside) {
@@ -215,9 +231,9 @@ TYPED_TEST(CentredValues, OfGreyRampsAreGrey)
 
 TYPED_TEST(CentredValues, OfGentleGreyRampsAreGreyUpToTheEdges)
 {
-    const auto ramp = [](int x, int y, int) { return 500 + x + y; };
+    const auto ramp = [](int x, int y, int) { return 50 + x + y; };
     for (const ExBayerGrid grid : grids) {
-        const Scene<TypeParam> scene(24, 24, grid, ramp);
+        const typename TypeParam::S scene(24, 24, grid, ramp);
         scene.dst.forEachSample(
             [&](int x, int y, int c) { ASSERT_NEAR(scene.at(x, y, c), ramp(x, y, c), 1) << x << ", " << y; });
     }
@@ -236,16 +252,18 @@ double centreOf(const std::vector<double>& profile)
 
 TYPED_TEST(CentredValues, KeepALineInItsPlace)
 {
+    const int dark = TypeParam::level(160), light = TypeParam::level(3008);
     for (const ExBayerGrid grid : grids)
         for (const int place : {15, 16})
             for (const bool upright : {true, false}) {
-                const Scene<TypeParam> scene(
-                    32, 32, grid, [&](int x, int y, int) { return (upright ? x : y) == place ? 3000 : 100; });
+                const typename TypeParam::S scene(32, 32, grid, [&](int x, int y, int) {
+                    return (upright ? x : y) == place ? light : dark;
+                });
                 for (int c = 0; c < 3; ++c) {
                     std::vector<double> profile(32);
                     for (int y = 8; y < 24; ++y)
                         for (int x = 8; x < 24; ++x)
-                            profile[static_cast<std::size_t>(upright ? x : y)] += scene.at(x, y, c) - 100;
+                            profile[static_cast<std::size_t>(upright ? x : y)] += scene.at(x, y, c) - dark;
                     EXPECT_NEAR(centreOf(profile), place, 0.1) << "grid " << grid << ", channel " << c;
                 }
             }
@@ -253,8 +271,8 @@ TYPED_TEST(CentredValues, KeepALineInItsPlace)
 
 TEST(MalvarValues, AreThoseOfThePublishedFilters)
 {
-    const Scene<Malvar> scene(12, 12, BayerRGGB,
-                              [](int x, int y, int) { return x == 6 && y == 6 ? 1160 : 1000; });
+    const Scene<Malvar, std::uint16_t> scene(
+        12, 12, BayerRGGB, [](int x, int y, int) { return x == 6 && y == 6 ? 1160 : 1000; });
     const auto added = [&](int dx, int dy, int c) { return scene.at(6 + dx, 6 + dy, c) - 1000; };
     EXPECT_EQ(added(0, 0, 0), 160) << "red is there";
     EXPECT_EQ(added(0, 0, 1), 80) << "4/8";
@@ -269,7 +287,8 @@ TEST(MalvarValues, AreThoseOfThePublishedFilters)
 
 TEST(MenonValues, FollowAnEdgeWithoutColours)
 {
-    const Scene<Menon> scene(24, 24, BayerGRBG, [](int x, int, int) { return x < 12 ? 200 : 3800; });
+    const Scene<Menon, std::uint16_t> scene(24, 24, BayerGRBG,
+                                            [](int x, int, int) { return x < 12 ? 200 : 3800; });
     scene.dst.forEachSample([&](int x, int y, int c) {
         if (y >= 4 && y < 20) {
             ASSERT_EQ(scene.at(x, y, c), x < 12 ? 200 : 3800) << x << ", " << y;
@@ -306,16 +325,9 @@ void compareWithTwin(const Case& c)
     });
 }
 
-template <class Method, class T>
-struct Pair {
-    using M = Method;
-    using Sample = T;
-};
 template <class P>
 class CentredTargets : public testing::Test {
 };
-using Pairs = testing::Types<Pair<Malvar, std::uint8_t>, Pair<Malvar, std::uint16_t>,
-                             Pair<Menon, std::uint8_t>, Pair<Menon, std::uint16_t>>;
 TYPED_TEST_SUITE(CentredTargets, Pairs);
 
 template <class P>
