@@ -34,19 +34,30 @@ bool areWithin(const Number* numbers, int count)
     return std::all_of(numbers, numbers + count, [](Number n) { return n >= 0 && n <= highest; });
 }
 
+/// The most light of one byte that a gain in 1/65536 leaves below `top`. With a top of 0 no light matters.
+std::uint8_t lastBelow(std::uint16_t top, std::uint32_t gain)
+{
+    const std::uint64_t lightest = std::uint64_t{std::max<std::uint16_t>(top, 1)} * 65536 - 0x8001;
+    return static_cast<std::uint8_t>(gain == 0 ? 255 : std::min<std::uint64_t>(lightest / gain, 255));
+}
+
 /// The pattern of a row whose colours are `period` from `first` on.
 BalancePattern patternOf(const double* gains, const int* blackLevels, int first, int period,
                          std::uint16_t top)
 {
+    // Results of bytes are top from a gain of 256 on, with any light. Their kernel takes gains of 24 bits.
+    const double largestGain = top < 256 ? 256 - 1.0 / 65536 : highest;
     BalancePattern pattern{};
     pattern.period = period;
     pattern.top = top;
     for (std::size_t i = 0; i < pattern.black.size(); ++i) {
         const int colour = first + static_cast<int>(i) % period;
         // At most 65535 * 65536: below the end of 32 bits by more than a half.
-        const auto gain = static_cast<std::uint32_t>(gains[colour] * 65536.0 + 0.5);
+        const auto gain = static_cast<std::uint32_t>(std::min(gains[colour], largestGain) * 65536.0 + 0.5);
         pattern.whole[i] = static_cast<std::uint16_t>(gain >> 16);
         pattern.fraction[i] = static_cast<std::uint16_t>(gain & 0xFFFF);
+        if (i < pattern.lastBelowTop.size())
+            pattern.lastBelowTop[i] = lastBelow(top, gain);
         pattern.black[i] = static_cast<std::uint16_t>(blackLevels == nullptr ? 0 : blackLevels[colour]);
     }
     return pattern;

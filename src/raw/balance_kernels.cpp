@@ -1,8 +1,10 @@
 #include "raw/balance_kernels.h"
 
 #include "base/image_view.h"
+#include "base/kernel_loops.h"
 
 #include <algorithm>
+#include <array>
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "raw/balance_kernels.cpp"
@@ -44,24 +46,52 @@ void Balance(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples,
     BalanceSamples<T>(src, dst, 0, samples, 0, pattern);
 }
 
+constexpr auto BalanceBytes = &Balance<std::uint8_t>;
+
 #else
 
 namespace hn = hwy::HWY_NAMESPACE;
 
 using Words = hn::CappedTag<std::uint16_t, BalancePattern::longestVector>;
+using Bytes = hn::Repartition<std::uint8_t, Words>;
 
-/// The whole and the fraction part are multiplied apart: sample * fraction / 65536 is the upper half of the
-/// product, and the top bit of the lower half rounds it.
-VecOf<Words> Balanced(Words d, VecOf<Words> sample, const BalancePattern& pattern, int place)
+/// Runs `balance(x)` for vectors of `lanes` samples from the first on, asking for memory ahead of them. What is
+/// left over begins at the sample that is returned.
+template <class T, class BalanceAt>
+HWY_INLINE std::int64_t EachVector(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples,
+                                   std::int64_t lanes, const BalanceAt& balance)
 {
-    const auto at = [&](const BalancePattern::Values& values)
-                        HWY_ATTR { return hn::LoadU(d, values.data() + place); };
-    const auto light = hn::SaturatedSub(sample, at(pattern.black));
-    const auto fraction = at(pattern.fraction), whole = at(pattern.whole);
-    const auto part = hn::Add(hn::MulHigh(light, fraction), hn::ShiftRight<15>(hn::Mul(light, fraction)));
-    const auto isLow = hn::Eq(hn::MulHigh(light, whole), hn::Zero(d));
-    const auto sum = hn::SaturatedAdd(hn::Mul(light, whole), part);
-    const auto top = hn::Set(d, pattern.top);
+    std::int64_t x = 0;
+    while (x + lanes <= samples) {
+        const std::int64_t end = std::min(x + samplesPerFetch, samples);
+        fetchAhead<T, false>(src + x * std::int64_t{sizeof(T)}, end - x);
+        fetchAhead<T, true>(dst + x * std::int64_t{sizeof(T)}, end - x);
+        for (; x + lanes <= end; x += lanes)
+            balance(x);
+    }
+    return x;
+}
+
+/// What a vector of samples takes that begins at a place of the period.
+struct ColoursAt {
+    ColoursAt(const BalancePattern& pattern, int place)
+        : black(hn::LoadU(Words(), pattern.black.data() + place)),
+          whole(hn::LoadU(Words(), pattern.whole.data() + place)),
+          fraction(hn::LoadU(Words(), pattern.fraction.data() + place))
+    {
+    }
+    VecOf<Words> black, whole, fraction;
+};
+
+/// The whole and the fraction part are multiplied apart: light * fraction / 65536 is the upper half of the
+/// product, and the top bit of the lower half rounds it.
+VecOf<Words> Balanced(Words d, VecOf<Words> sample, const ColoursAt& colours, VecOf<Words> top)
+{
+    const auto light = hn::SaturatedSub(sample, colours.black);
+    const auto part =
+        hn::Add(hn::MulHigh(light, colours.fraction), hn::ShiftRight<15>(hn::Mul(light, colours.fraction)));
+    const auto isLow = hn::Eq(hn::MulHigh(light, colours.whole), hn::Zero(d));
+    const auto sum = hn::SaturatedAdd(hn::Mul(light, colours.whole), part);
     return hn::IfThenElse(isLow, hn::Min(sum, top), top);
 }
 
@@ -71,28 +101,98 @@ void Balance(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples,
 {
     const Words d;
     const auto lanes = static_cast<std::int64_t>(hn::Lanes(d));
+    const auto top = hn::Set(d, pattern.top);
     const int step = static_cast<int>(lanes % pattern.period);
     int place = 0;
-    std::int64_t x = 0;
-    for (; x + lanes <= samples; x += lanes, place = Onward(place, step, pattern.period)) {
+    ColoursAt colours(pattern, place);
+    const std::int64_t rest = EachVector<T>(src, dst, samples, lanes, [&](std::int64_t x) HWY_ATTR {
         if constexpr (sizeof(T) == 1) {
             const hn::Rebind<std::uint8_t, Words> bytes;
             const auto sample = hn::PromoteTo(d, LoadAt(bytes, src + x));
-            const auto balanced =
-                hn::BitCast(hn::RebindToSigned<Words>(), Balanced(d, sample, pattern, place));
-            StoreAt(bytes, hn::DemoteTo(bytes, balanced), dst + x);
+            StoreAt(bytes, hn::TruncateTo(bytes, Balanced(d, sample, colours, top)), dst + x);
         } else {
-            StoreAt(d, Balanced(d, LoadAt(d, src + 2 * x), pattern, place), dst + 2 * x);
+            StoreAt(d, Balanced(d, LoadAt(d, src + 2 * x), colours, top), dst + 2 * x);
+        }
+        // Only of three colours a vector holds no whole number of periods.
+        if (step != 0) {
+            place = Onward(place, step, pattern.period);
+            colours = ColoursAt(pattern, place);
+        }
+    });
+    BalanceSamples<T>(src, dst, rest, samples, place, pattern);
+}
+
+/// The numbers of four samples in a row, again and again. Lanes of words hold two samples, so there are vectors
+/// for the even ones and for the odd ones.
+struct FourBytes {
+    explicit FourBytes(const BalancePattern& pattern)
+    {
+        std::array<std::uint32_t, 4> upper, lower;
+        std::uint32_t blacks = 0, lasts = 0;
+        for (std::size_t i = 0; i < 4; ++i) {
+            const std::uint32_t factor = std::uint32_t{pattern.whole[i]} << 16 | pattern.fraction[i];
+            upper[i] = factor >> 8;
+            lower[i] = (factor & 0xFF) << 8;
+            blacks |= std::min<std::uint32_t>(pattern.black[i], 255) << 8 * i;
+            lasts |= std::uint32_t{pattern.lastBelowTop[i]} << 8 * i;
+        }
+        const hn::Repartition<std::uint32_t, Words> fours;
+        black = hn::BitCast(Bytes(), hn::Set(fours, blacks));
+        last = hn::BitCast(Bytes(), hn::Set(fours, lasts));
+        for (std::size_t odd = 0; odd < 2; ++odd) {
+            gain[odd].upper = hn::BitCast(Words(), hn::Set(fours, upper[odd] | upper[odd + 2] << 16));
+            gain[odd].lower = hn::BitCast(Words(), hn::Set(fours, lower[odd] | lower[odd + 2] << 16));
         }
     }
-    BalanceSamples<T>(src, dst, x, samples, place, pattern);
+
+    struct Gain {
+        VecOf<Words> upper;  ///< in 1/256
+        VecOf<Words> lower;  ///< in 1/65536, moved to the upper byte
+        /// In 1/256, with the half that rounds it.
+        VecOf<Words> times(VecOf<Words> light) const
+        {
+            const auto part = hn::Add(hn::MulHigh(light, lower), hn::Set(Words(), 128));
+            return hn::Add(hn::Mul(light, upper), part);
+        }
+    };
+
+    VecOf<Bytes> black;
+    VecOf<Bytes> last;  ///< the most light of which the result is below top
+    Gain gain[2];       ///< of the even samples and of the odd ones
+};
+
+/// Bytes of one, two or four colours. Their gains are below 256, so they have 24 bits, of which 16 and 8 are
+/// multiplied apart. Products in 1/256 fit 16 bits where the result is below top; all brighter samples are top.
+void BalanceBytes(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples,
+                  const BalancePattern& pattern) noexcept
+{
+    if (pattern.period == 3) {
+        Balance<std::uint8_t>(src, dst, samples, pattern);
+        return;
+    }
+    const Words words;
+    const Bytes bytes;
+    const FourBytes colours(pattern);
+    const auto top = hn::Set(bytes, static_cast<std::uint8_t>(pattern.top));
+    const auto lowByte = hn::Set(words, 0xFF);
+    const auto lanes = static_cast<std::int64_t>(hn::Lanes(bytes));
+    const std::int64_t rest =
+        EachVector<std::uint8_t>(src, dst, samples, lanes, [&](std::int64_t x) HWY_ATTR {
+            const auto light = hn::SaturatedSub(LoadAt(bytes, src + x), colours.black);
+            const auto pairs = hn::BitCast(words, light);
+            const auto even = hn::ShiftRight<8>(colours.gain[0].times(hn::And(pairs, lowByte)));
+            const auto odd = hn::AndNot(lowByte, colours.gain[1].times(hn::ShiftRight<8>(pairs)));
+            const auto isTop = hn::Gt(light, colours.last);
+            StoreAt(bytes, hn::IfThenElse(isTop, top, hn::BitCast(bytes, hn::Or(even, odd))), dst + x);
+        });
+    BalanceSamples<std::uint8_t>(src, dst, rest, samples, 0, pattern);
 }
 
 #endif
 
 const BalanceKernels& Kernels()
 {
-    static constexpr BalanceKernels kernels{&Balance<std::uint8_t>, &Balance<std::uint16_t>};
+    static constexpr BalanceKernels kernels{BalanceBytes, &Balance<std::uint16_t>};
     return kernels;
 }
 

@@ -15,9 +15,11 @@ struct BalancePattern {
     static constexpr std::size_t longestVector = 32;
     using Values = std::array<std::uint16_t, longestVector + 4>;
 
-    Values black;
+    alignas(64) Values black;
     Values whole;     ///< of the gain
     Values fraction;  ///< of the gain, in 1/65536
+    /// The most light that leaves a sample of one byte below `top`, of the first four.
+    std::array<std::uint8_t, 4> lastBelowTop;
     int period;
     std::uint16_t top;  ///< largest result
 };

@@ -173,6 +173,30 @@ TYPED_TEST(WhiteBalanceTargets, EqualTheTwinForEveryWidthLayoutAndGain)
     });
 }
 
+TEST(WhiteBalanceTargets, EqualTheTwinForEveryByte)
+{
+    const double least = 1.0 / 65536;
+    const std::vector<std::vector<double>> gains{{0.5, 1, 1.9, least},
+                                                 {254.5, 255 + 1.0 / 512, 256 - least, 256},
+                                                 {1.0 / 3, 128 - least, 127.5, 65535},
+                                                 {0, 0.99, 2 - least, 300}};
+    forEachTarget([&] {
+        for (const auto& four : gains)
+            for (const int bits : {0, 1, 6, 8, 12})
+                for (const int black : {0, 1, 254, 256}) {
+                    const Layout layout{.width = 256, .height = 1, .channels = 4, .bits = bits};
+                    TestImage image(layout), expected(layout);
+                    image.forEachSample(
+                        [&](int x, int y, int c) { image.set(x, y, c, static_cast<std::uint8_t>(x)); });
+                    const std::vector<int> blackLevels(4, black);
+                    oracle::whiteBalance<std::uint8_t>(image, expected, four, blackLevels);
+                    ASSERT_EQ(WhiteBalance(image, image, four.data(), blackLevels.data()), ResultOk);
+                    ASSERT_EQ(image.bytes(), expected.bytes())
+                        << bits << " bits, black " << black << ", first gain " << four[0];
+                }
+    });
+}
+
 TEST(WhiteBalanceThreads, GiveTheSameBytesForAnyNumber)
 {
     forEachThreadCount([] { compareWithTwin<std::uint16_t>({33, 50, 1, 14, true, {2, 1, 1, 1.7}}); });
