@@ -36,6 +36,9 @@ static_assert(std::is_convertible_v<Image&, SxImageBuf&>);
 static_assert(!std::is_convertible_v<const Image&, SxImageBuf&>);
 static_assert(!std::is_copy_constructible_v<DemosaicBuffer> &&
               std::is_nothrow_move_constructible_v<DemosaicBuffer>);
+static_assert(!std::is_copy_constructible_v<DemosaicCentredBuffer> &&
+              std::is_nothrow_move_assignable_v<DemosaicCentredBuffer> &&
+              !std::is_convertible_v<int, DemosaicCentredBuffer>);
 static_assert(!std::is_copy_constructible_v<MedianBuffer> && std::is_nothrow_move_assignable_v<MedianBuffer>);
 
 using Samples = ImageView<std::uint16_t>;
@@ -367,6 +370,11 @@ TEST(WorkBuffers, ServeTheirOperation)
     EXPECT_EQ(nullptr, part.get());  // NOLINT(bugprone-use-after-move)
     orThrow(Demosaic(raw, QRect(2, 2, 4, 2), small, part.get()));
 
+    DemosaicCentredBuffer centred(4);
+    orThrow(DemosaicMalvar(raw, QRect(3, 1, 4, 2), small, centred.get()));
+    centred = DemosaicCentredBuffer(8);
+    orThrow(DemosaicMenon(raw, colour, centred.get()));
+
     MedianBuffer median(raw, 1);
     Image smooth(8, 6, 1, UInt8);
     smooth->bayerGrid = BayerGRBG;
@@ -379,6 +387,7 @@ TEST(WorkBuffers, ThrowWhereThereCanBeNone)
 {
     const Image mono(8, 6, 1, UInt8);
     EXPECT_EQ(ResultFailed, codeThrownBy([&] { DemosaicBuffer{*mono}; })) << "no mosaic";
+    EXPECT_EQ(ResultFailed, codeThrownBy([] { DemosaicCentredBuffer(-1); }));
     EXPECT_EQ(ResultBadArg2, codeThrownBy([&] { MedianBuffer(*mono, -1); }));
 }
 
