@@ -38,21 +38,24 @@ class Gallery(PageTest):
     def gallery(self, *arguments):
         return self.make_page("gallery.py", "index.html", *arguments)
 
-    def test_photographs_stand_beside_mosaic_and_result_with_both_ratios(self):
+    def test_photographs_stand_beside_what_the_sensor_saw_and_every_method_with_its_ratios(self):
         self.write("one & two.png", png(8, 6, random_samples(144, 255, 1), channels=3))
         self.write("odd.png", png(9, 7, [90] * 189, channels=3))
         run, page, links = self.gallery("photos", "one & two.png", "odd.png")
         self.assertEqual((run.returncode, run.stderr), (0, ""))
-        self.assertEqual(links, {f"{folder}/{name}.png" for folder in ("originals", "mosaics", "results")
-                                 for name in ("one & two", "odd")})
+        names = ("one & two", "odd")
+        self.assertEqual(links, {f"{folder}/{name}.png" for folder in ("originals", "mosaics") for name in names} |
+                         {f"results/{name}-{method}.png" for name in names for method in ("menon", "malvar", "linear")})
         self.assertIn("<h2>one &amp; two.png</h2>", page)
-        self.assertIn("Mosaic RGGB, 12 bits", page)
-        self.assertIn("Mosaic BGGR, 12 bits", page)
-        self.assertEqual(page.count("<td>as it is</td>"), 2)
-        self.assertEqual(page.count("<td>moved back by one pixel</td>"), 2)
-        # A picture of one colour comes back up to the rounding of its depth.
+        self.assertLess(page.index('src="results/one%20%26%20two-menon.png"'), page.index("<h2>"))
+        self.assertIn("What the sensor delivered, RGGB", page)
+        self.assertIn("What the sensor delivered, BGGR", page)
+        for row in ("menon", "malvar", "linear", "linear, moved back by one pixel"):
+            self.assertEqual(page.count(f"<tr><td>{row}</td>"), 2)
+        self.assertEqual(len(re.findall(r"<td>\d+ ms</td>", page)), 6)
+        # A picture of one colour comes back up to one level.
         worst = min(float(n) for n in re.findall(r"<td>(\d+\.\d+|inf) dB</td>", page.split("<h2>odd.png")[1]))
-        self.assertGreater(worst, 70)
+        self.assertGreater(worst, 48)
 
     def test_raws_stand_beside_their_mosaic(self):
         self.write("a.dng", dng(32, 24, random_samples(768, 4095, 2), "gbrg", white=4095))

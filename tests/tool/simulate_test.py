@@ -28,6 +28,15 @@ class Simulate(ToolTest):
             self.assertEqual(read_tiff(self.read("raw.tif")),
                              (2, 2, 1, [s << (16 - bits) for s in expected], f"koimproc bits={bits} grid=RGGB"))
 
+    def test_light_is_what_a_sensor_counts_of_it(self):
+        photo = [0, 128, 255, 255, 10, 64, 0, 188, 255, 3, 255, 90]
+        self.write("photo.png", png(2, 2, photo, channels=3))
+        self.succeed("simulate", "photo.png", "-o", "raw.tif", "--linear", "--bits", "16")
+        def light(level):
+            return level / 255 / 12.92 if level <= 10 else ((level / 255 + 0.055) / 1.055) ** 2.4
+        expected = [light(0) / 2, light(10), light(188), light(90) * 2 / 3]
+        self.assertEqual(read_tiff(self.read("raw.tif"))[3], [int(v * 65535 + 0.5) for v in expected])
+
     def test_floats_outside_the_range_are_cut(self):
         values = [2.0, 0, 0, 0, -1.0, 0, 0, float("nan"), 0, 0, 0, 0.5]
         self.write("photo.tif", tiff(2, 2, values, bits=32, channels=3, sample_format=3))

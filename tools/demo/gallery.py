@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
-"""Makes a page that shows what demosaicing does to photographs or to a camera's raw files.
+"""Makes a page that shows what developing makes of photographs or of a camera's raw files.
 
 usage: gallery.py KO DIRECTORY photos|raws FILE...
 
-KO is the tool. Photographs become simulated mosaics first, one of the four patterns after the other, so that the
-result can be held against the original. Everything goes into DIRECTORY; the page is its index.html.
+KO is the tool. Photographs become simulated raws first, one of the four patterns after the other, so that the results
+can be held against the original. Everything goes into DIRECTORY; the page is its index.html.
 """
 import html
 import re
@@ -15,9 +15,15 @@ from pathlib import Path
 from urllib.parse import quote
 
 GRIDS = ["rggb", "bggr", "gbrg", "grbg"]
-BITS = 12
+SENSOR = ["--linear", "--bits", 14]
+BALANCE = ["--wb", "2,1,1.5"]
 
-# The enlarged planes lie half a cell, which is one pixel, to the right and below of where the sensor saw them.
+TRIALS = 3  # of which the fastest counts
+
+# The best one first.
+METHODS = ["menon", "malvar", "linear"]
+
+# The linear method moves its picture by a pixel to the right and down.
 SHIFT = "1,1"
 
 # Where to look closely: an eye, a rocket's nose, a spoon.
@@ -25,7 +31,7 @@ MIDDLE = "50% 40%"
 PLACES = {"astronaut.png": "43% 19%", "coffee.png": "63% 71%", "chelsea.png": "36% 37%", "rocket.jpg": "50% 34%"}
 
 # The pages of the demonstration.
-PAGES = {"index.html": "Demosaicing", "coins.html": "Outlines of coins", "camera.html": "From noisy frames to a picture"}
+PAGES = {"index.html": "Developing", "coins.html": "Outlines of coins", "camera.html": "From noisy frames to a picture"}
 
 STYLE = """
 body { margin: 0 auto; max-width: 80rem; padding: 2rem; font: 1rem/1.5 system-ui, sans-serif; color: #ddd;
@@ -33,36 +39,59 @@ body { margin: 0 auto; max-width: 80rem; padding: 2rem; font: 1rem/1.5 system-ui
 h1 { font-weight: 300; } h2 { margin: 3rem 0 .5rem; font-size: 1.2rem; }
 p { max-width: 50rem; } a { color: inherit; }
 nav { display: flex; flex-wrap: wrap; gap: 1.5rem; } nav b { color: #fff; }
+.best { margin: 1rem 0; } .best img { max-height: 80vh; width: auto; max-width: 100%; }
 .row { display: flex; flex-wrap: wrap; gap: 1rem; }
 figure { flex: 1 1 16rem; min-width: 0; margin: 0; } figcaption { color: #999; font-size: .9rem; }
 img { display: block; width: 100%; border-radius: .3rem; }
 .zoom { height: 16rem; margin-top: .5rem; border-radius: .3rem; image-rendering: pixelated;
         background-repeat: no-repeat; }
 td, th { padding: .1rem 1rem .1rem 0; text-align: right; } td:first-child, th:first-child { text-align: left; }
+table { margin: .5rem 0; }
 """
 
-PHOTO_TEXT = f"""
-<p>Each photograph was turned into the {BITS}-bit mosaic that a sensor would have delivered, without noise, and
-demosaiced again. Below each picture is a part of it at six times its size.</p>
-<p>The signal-to-noise ratios compare the result with the original. The method places its picture half a cell, one
-pixel, to the right and below of the original and leaves red and blue half a pixel to either side of that: the first
-line measures the result as it is, the second one after moving it back by a whole pixel. Nothing is done about the
-half pixels, and nothing is resampled for the comparison.</p>
+PHOTO_TEXT = """
+<p>Each photograph was turned into what a sensor of 14 bits would have delivered of it, without noise: one colour in
+each place, dark and greenish. <code>ko develop</code> makes a picture of that again, here with each of the methods that
+interpolate the missing colours. The details are six times their size, and the signal-to-noise ratios compare the
+results with the photograph: more is better. Times are those of developing one picture, files not
+counted.</p>
 """
 
 RAW_TEXT = """
-<p>The mosaics are the active area of the sensor with black subtracted. Nothing else has been done to the samples:
-they are linear, neither white balanced nor turned upright, hence dark and greenish. Below each picture is a part of
-it at six times its size.</p>
+<p>Developed with the white balance and the colours of the camera, where the file has them, and as bright as half a
+percent of the pixels in white allow: <code>ko develop --auto 0.5</code>. Beside each picture stands what the sensor
+delivered, and below it a part at six times its size.</p>
 """
 
 
+def linked(directory, picture):
+    return quote(str(picture.relative_to(directory)))
+
+
+def detail(directory, picture, width, place=MIDDLE):
+    return (f'<div class="zoom" style="background-image: url({linked(directory, picture)}); '
+            f'background-size: {6 * width}px; background-position: {place}"></div>')
+
+
+def framed(inside, caption):
+    return f"<figure>{inside}<figcaption>{html.escape(caption)}</figcaption></figure>"
+
+
+def shown(directory, picture):
+    link = linked(directory, picture)
+    return f'<a href="{link}"><img src="{link}" alt=""></a>'
+
+
+def row(*figures):
+    return f'<div class="row">{"".join(figures)}</div>'
+
+
+def best(directory, picture):
+    return f'<div class="best">{shown(directory, picture)}</div>'
+
+
 def figure(directory, picture, caption, width, place=MIDDLE):
-    link = quote(str(picture.relative_to(directory)))
-    return (f'<figure><a href="{link}"><img src="{link}" alt=""></a>'
-            f'<div class="zoom" style="background-image: url({link}); background-size: {6 * width}px; '
-            f'background-position: {place}"></div>'
-            f"<figcaption>{html.escape(caption)}</figcaption></figure>")
+    return framed(shown(directory, picture) + detail(directory, picture, width, place), caption)
 
 
 class Gallery:
@@ -82,38 +111,51 @@ class Gallery:
         (self.directory / folder).mkdir(parents=True, exist_ok=True)
         return self.directory / folder / name
 
+    def develop(self, raw, result, *options):
+        """Develops a raw and answers with the milliseconds that it took."""
+        summary = self.ko("develop", raw, "-o", result, *options)
+        return 1000 / float(re.search(r"without files (\S+) frames/s", summary)[1])
+
     def ratios(self, original, result):
-        rows = ""
-        for line, label in zip(self.ko("compare", original, result, "--shift", SHIFT).splitlines(),
-                               ("as it is", "moved back by one pixel")):
-            numbers = re.search(r"PSNR (\S+) (\S+) (\S+) all (\S+) dB", line).groups()
-            rows += f"<tr><td>{label}</td>" + "".join(f"<td>{n} dB</td>" for n in numbers) + "</tr>"
-        return f"<table><tr><th>PSNR</th><th>red</th><th>green</th><th>blue</th><th>all</th></tr>{rows}</table>"
+        """Of red, green, blue and all: for the picture as it is, and moved back by a pixel."""
+        return [re.search(r"PSNR (\S+) (\S+) (\S+) all (\S+) dB", line).groups()
+                for line in self.ko("compare", original, result, "--shift", SHIFT).splitlines()]
 
     def photo(self, photo, grid):
         original = self.place("originals", photo.name)
         shutil.copyfile(photo, original)
-        mosaic = self.place("mosaics", photo.stem + ".png")
-        result = self.place("results", photo.stem + ".png")
-        self.ko("simulate", original, "-o", mosaic, "--grid", grid, "--bits", BITS)
-        summary = self.ko("demosaic", mosaic, "-o", result)
-        close = self.width(mosaic), PLACES.get(photo.name, MIDDLE)
-        return (f"<h2>{html.escape(photo.name)}</h2>" + '<div class="row">' +
-                figure(self.directory, original, "Original", *close) +
-                figure(self.directory, mosaic, f"Mosaic {grid.upper()}, {BITS} bits", *close) +
-                figure(self.directory, result, "Result: " + summary.strip(), *close) + "</div>" +
-                self.ratios(original, result))
+        raw = self.place("mosaics", photo.stem + ".png")
+        self.ko("simulate", original, "-o", raw, "--grid", grid, *SENSOR)
+        close = self.width(raw), PLACES.get(photo.name, MIDDLE)
+        details = [framed(detail(self.directory, original, *close), "Photograph")]
+        rows = []
+        for method in METHODS:
+            result = self.place("results", f"{photo.stem}-{method}.png")
+            milliseconds = min(self.develop(raw, result, *BALANCE, "--method", method) for _ in range(TRIALS))
+            details.append(framed(detail(self.directory, result, *close), method))
+            as_it_is, moved_back = self.ratios(original, result)
+            rows.append((method, f"{milliseconds:.0f} ms", as_it_is))
+            if method == "linear":
+                rows.append(("linear, moved back by one pixel", "", moved_back))
+        table = "".join(f"<tr><td>{name}</td>" + "".join(f"<td>{ratio} dB</td>" for ratio in ratios) +
+                        f"<td>{time}</td></tr>" for name, time, ratios in rows)
+        developed = self.place("results", f"{photo.stem}-{METHODS[0]}.png")
+        return (f"<h2>{html.escape(photo.name)}</h2>" +
+                row(framed(shown(self.directory, developed), f"Developed, {METHODS[0]}"),
+                    framed(shown(self.directory, raw), f"What the sensor delivered, {grid.upper()}"),
+                    framed(shown(self.directory, original), "Photograph")) + row(*details) +
+                "<table><tr><th>method</th><th>red</th><th>green</th><th>blue</th><th>all</th><th>time</th></tr>"
+                f"{table}</table>", developed)
 
     def raw(self, raw, number):
         mosaic = self.place("mosaics", f"{number}-{raw.stem}.jpg")
         result = self.place("results", f"{number}-{raw.stem}.jpg")
         facts = self.ko("info", raw)[len(str(raw)) + 2:].strip()
         self.ko("unpack", raw, "-o", mosaic)
-        summary = self.ko("demosaic", raw, "-o", result)
-        width = self.width(mosaic)
-        return (f"<h2>{html.escape(raw.name)}</h2>" + f"<p>{html.escape(facts)}</p>" + '<div class="row">' +
-                figure(self.directory, mosaic, "Mosaic", width) +
-                figure(self.directory, result, "Result: " + summary.strip(), width) + "</div>")
+        self.develop(raw, result, "--auto", 0.5, "--quality", 95)
+        return (f"<h2>{html.escape(raw.name)}</h2>" + f"<p>{html.escape(facts)}</p>" +
+                row(figure(self.directory, result, "Developed", self.width(result)),
+                    figure(self.directory, mosaic, "What the sensor delivered", self.width(mosaic))), result)
 
     def write(self, text, sections, file="index.html", pages=PAGES):
         """Writes one of `pages`, which it links to each other."""
@@ -131,19 +173,22 @@ class Gallery:
 def main():
     ko, directory, kind, *files = sys.argv[1:]
     gallery = Gallery(ko, Path(directory))
-    sections = []
+    sections, pictures = [], []
     for number, file in enumerate(map(Path, files)):
         try:
             if kind == "photos":
-                sections.append(gallery.photo(file, GRIDS[number % len(GRIDS)]))
+                section, picture = gallery.photo(file, GRIDS[number % len(GRIDS)])
             else:
-                sections.append(gallery.raw(file, number + 1))
+                section, picture = gallery.raw(file, number + 1)
+            sections.append(section)
+            pictures.append(picture)
         except subprocess.CalledProcessError:
             continue
+    leading = [best(gallery.directory, picture) for picture in pictures[:1]]
     if kind == "photos":
-        gallery.write(PHOTO_TEXT, sections)
+        gallery.write(PHOTO_TEXT, [*leading, *sections])
     else:
-        gallery.write(RAW_TEXT, sections, pages={"index.html": PAGES["index.html"]})
+        gallery.write(RAW_TEXT, [*leading, *sections], pages={"index.html": PAGES["index.html"]})
     return 0 if len(sections) == len(files) else 1
 
 

@@ -30,6 +30,7 @@ PAGES = [
     (SITE / "first-steps.md", "first-steps", "First steps"),
     (SITE / "concepts.md", "concepts", "Concepts"),
     (Path("docs/tool.md"), "tool", "The tool"),
+    (SITE / "developing.md", "developing", "Developing"),
     (Path("docs/performance.md"), "performance", "Performance"),
     (SITE / "faq.md", "faq", "FAQ"),
     (Path("ARCHITECTURE.md"), "architecture", None),

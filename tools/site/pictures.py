@@ -13,12 +13,20 @@ from pathlib import Path
 
 SENSOR = "--bits 12 --vignette 0.7 --noise 250"
 FRAMES = 8
+DETAIL = "200,80,64,48"
 
 # Those that only lead to others keep the sample type of their step in a TIFF.
 STEPS = {
     "mosaic.png": "simulate {photo:astronaut.png}",
     "demosaiced.png": "demosaic {mosaic.png}",
     "halved.png": "demosaic {mosaic.png} --half",
+    "raw.png": "simulate {photo:astronaut.png} --linear --bits 14",
+    "develop-bare.png": "develop {raw.png} --wb 1,1,1 --curve linear --bits 8",
+    "develop-balanced.png": "develop {raw.png} --wb 2,1,1.5 --curve linear --bits 8",
+    "developed.png": "develop {raw.png} --wb 2,1,1.5",
+    "develop-gray-world.png": "develop {raw.png} --wb gray-world",
+    "develop-darker.png": "develop {raw.png} --wb 2,1,1.5 --exposure -1",
+    "develop-auto.png": "develop {raw.png} --wb 2,1,1.5 --auto 5",
     "photo.png": "border {photo:astronaut.png}",
     "coins.png": "border {photo:coins.png}",
     "moon.png": "border {photo:moon.png}",
@@ -50,6 +58,13 @@ STEPS = {
     "snake.png": "snake {smooth.png} --circle 44,124,27 --circle 103,126,25 --circle 155,127,25"
                  " --circle 206,125,26 --circle 271,120,30 --circle 336,125,25",
 }
+# Enlarged parts of what each method makes of a mosaic.
+STEPS["detail-photo.tif"] = f"crop {{photo:astronaut.png}} --roi {DETAIL}"
+for method in ("menon", "malvar", "linear"):
+    STEPS[f"{method}.tif"] = f"develop {{raw.png}} --wb 2,1,1.5 --method {method}"
+    STEPS[f"detail-{method}.tif"] = f"crop {{{method}.tif}} --roi {DETAIL}"
+for name in ("photo", "menon", "malvar", "linear"):
+    STEPS[f"detail-{name}.png"] = f"resize {{detail-{name}.tif}} --scale 6 --filter box"
 for n in range(FRAMES):
     STEPS[f"card-{n}.tif"] = f"simulate {{card.png}} {SENSOR} --seed {n + 1}"
     STEPS[f"frame-{n}.tif"] = f"simulate {{photo:astronaut.png}} {SENSOR} --seed {n + 1 + FRAMES}"

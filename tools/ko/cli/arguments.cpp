@@ -5,9 +5,9 @@
 namespace ko::tool {
 
 void declareArgument(CLI::App& command, const std::string& names, std::string& value, Need need,
-                     const std::string& description)
+                     const std::string& description, const std::string& form)
 {
-    command.add_option(names, value, description)->required(need == Need::Required);
+    command.add_option(names, value, description)->required(need == Need::Required)->option_text(form);
 }
 
 void declareArgument(CLI::App& command, const std::string& names, std::vector<std::string>& values, Need need,

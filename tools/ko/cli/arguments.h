@@ -24,7 +24,7 @@ enum class Verbosity {
 /// Commands declare theirs through these functions, not through CLI11 itself: its header takes longer to
 /// compile than any of them.
 void declareArgument(CLI::App& command, const std::string& names, std::string& value, Need need,
-                     const std::string& description);
+                     const std::string& description, const std::string& form = {});
 
 /// The same for an argument of several words; `form` stands in the help for each of them.
 void declareArgument(CLI::App& command, const std::string& names, std::vector<std::string>& values, Need need,

@@ -50,21 +50,27 @@ void addOptions(CLI::App& command, FileSeries& series, const std::string& output
 {
     declareArgument(command, "input", series.inputs, Need::Required, "pictures or camera raws");
     declareArgument(command, "-o,--output", series.output, Need::Required, output);
-    declareQuality(command, series.quality);
     declareVerbosity(command, series.verbosity);
 }
 
 }  // namespace
 
-void addSeriesOptions(CLI::App& command, FileSeries& series)
+void addFileOptions(CLI::App& command, FileSeries& series)
 {
     addOptions(command, series,
                "result; for several inputs a directory, or a name with {} in place of the input's");
 }
 
+void addSeriesOptions(CLI::App& command, FileSeries& series)
+{
+    addFileOptions(command, series);
+    declareQuality(command, series.quality);
+}
+
 void addDirectoryOptions(CLI::App& command, FileSeries& series)
 {
     addOptions(command, series, "directory of the results, or a name with {} in place of the input's");
+    declareQuality(command, series.quality);
 }
 
 FileSeries intoDirectory(FileSeries series)

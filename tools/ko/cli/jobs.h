@@ -24,7 +24,10 @@ struct Job {
     std::string output;
 };
 
-/// Declares the inputs and `-o`, both required, and what every series can be told.
+/// Declares the inputs and `-o`, both required, and how much to tell.
+void addFileOptions(CLI::App& command, FileSeries& series);
+
+/// The same and what every series of pictures can be told.
 void addSeriesOptions(CLI::App& command, FileSeries& series);
 
 /// The same where the output is to be a directory, for `intoDirectory`.

@@ -18,6 +18,7 @@ const std::array allEntries{
     Entry(&infoCommand),
     Entry(&compareCommand),
     Entry(&unpackCommand),
+    Entry(&packCommand),
     Entry(&cropOperation),
     Entry(&channelOperation),
 

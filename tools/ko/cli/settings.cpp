@@ -119,6 +119,18 @@ Setting& Settings::region(std::string name, QRect& value, std::string descriptio
                      });
 }
 
+Setting& Settings::size(std::string name, QSize& value, std::string description)
+{
+    constexpr int most = 1 << 24;
+    return addWholes(std::move(name), "w,h", "two whole numbers w, h, 1..." + std::to_string(most),
+                     std::move(description), [&value](const std::vector<int>& n) {
+                         if (n.size() != 2 || std::min(n[0], n[1]) < 1 || std::max(n[0], n[1]) > most)
+                             return false;
+                         value = QSize(n[0], n[1]);
+                         return true;
+                     });
+}
+
 Setting& Settings::point(std::string name, QPoint& value, std::string description)
 {
     return addWholes(std::move(name), "x,y", "two whole numbers x, y", std::move(description),

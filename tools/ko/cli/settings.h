@@ -5,6 +5,7 @@
 
 #include <QPoint>
 #include <QRect>
+#include <QSize>
 
 #include <functional>
 #include <limits>
@@ -52,6 +53,7 @@ public:
     Setting& flag(std::string name, bool& value, std::string description);
     Setting& file(std::string name, std::string& value, std::string description);
     Setting& region(std::string name, QRect& value, std::string description);
+    Setting& size(std::string name, QSize& value, std::string description);
     Setting& point(std::string name, QPoint& value, std::string description);
 
     /// One to `most` numbers.

@@ -21,9 +21,11 @@ bool readsFiles(const CLI::App& command)
                 .empty();
 }
 
+/// The option that names a picture to be written. The bytes of packed frames have no picture format.
 const CLI::Option* outputOf(const CLI::App& command)
 {
-    return command.get_option_no_throw("--output");
+    const CLI::Option* const packed = command.get_option_no_throw("--packed");
+    return packed && packed->get_required() ? nullptr : command.get_option_no_throw("--output");
 }
 
 }  // namespace

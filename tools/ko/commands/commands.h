@@ -14,6 +14,7 @@ extern const Command histCommand;
 extern const Command infoCommand;
 extern const Command manualCommand;
 extern const Command maskCommand;
+extern const Command packCommand;
 extern const Command runCommand;
 extern const Command simulateCommand;
 extern const Command snakeCommand;

@@ -86,10 +86,11 @@ Image develop(const Image& picture, const Options& options, Demosaicer& demosaic
     Frame inner;  // whose times are part of all
     std::optional<Image> result;
     timed(frame, [&] {
-        const Image even = balanced(samples, levels, gainsFor(samples, levels, options, frame.sensor));
+        Image even = balanced(samples, levels, gainsFor(samples, levels, options, frame.sensor));
+        encode(even, rendering.curve);
         const Image colours = demosaicer.run(*even, wholeOf(*even), "; another --method takes it", inner);
         if (options.percent)
-            rendering.gain = automaticGain(colours, rendering.matrix, *options.percent);
+            rendering.gain = automaticGain(colours, rendering, *options.percent);
         result = rendered(colours, rendering);
     });
     return std::move(*result);

@@ -5,6 +5,7 @@
 #include "cli/settings.h"
 #include "cli/transfer.h"
 #include "commands/commands.h"
+#include "commands/packed_options.h"
 #include "io/bayer.h"
 #include "io/image_file.h"
 
@@ -22,9 +23,8 @@ const char* typeName(ExImageDataType type)
     return names[type];
 }
 
-void print(const std::string& file)
+void print(const std::string& file, const FileInfo& info)
 {
-    const FileInfo info = readInfo(file);
     const SxImageInfo& format = info.format;
     std::cout << printable(nameOfInput(file)) << ": " << format.width << " x " << format.height << ", "
               << format.channels << (format.channels == 1 ? " channel, " : " channels, ")
@@ -41,9 +41,8 @@ void printMachine()
               << " processors, second-level cache of " << L2CacheSize() / 1024 << " KiB\n";
 }
 
-QJsonObject toJson(const std::string& file)
+QJsonObject toJson(const std::string& file, const FileInfo& info)
 {
-    const FileInfo info = readInfo(file);
     const SxImageInfo& format = info.format;
     const bool isMosaic = format.bayerGrid != BayerNone;
     return {
@@ -61,6 +60,7 @@ struct Options {
     std::vector<std::string> files;
     bool withMachine = false;
     bool asJson = false;
+    PackedOptions packed;
     Settings settings;
 };
 
@@ -71,10 +71,15 @@ int run(const Options& options)
         throw UsageError("a file or --machine is wanted");
     if (options.withMachine)
         printMachine();
+    const std::optional<PackedFrame> frame = frameOf(options.packed);
+    const auto infoOf = [&](const std::string& file) {
+        return frame ? readPackedInfo(file, *frame) : readInfo(file);
+    };
     if (!options.asJson)
-        return forEachFile(options.files, print);
+        return forEachFile(options.files, [&](const std::string& file) { print(file, infoOf(file)); });
     JsonReports reports;
-    const int code = forEachFile(options.files, [&](const std::string& file) { reports.add(toJson(file)); });
+    const int code =
+        forEachFile(options.files, [&](const std::string& file) { reports.add(toJson(file, infoOf(file))); });
     reports.print(options.files.size());
     return code;
 }
@@ -90,6 +95,7 @@ const Command infoCommand{
         settings.flag("machine", options->withMachine,
                       "version, processors and cache, for reports of faults");
         settings.flag("json", options->asJson, "JSON instead of a line, a list for several files");
+        addPackedOptions(command, settings, options->packed);
         settings.rule([o = options.get()] { return !o->withMachine || !o->asJson; },
                       "--machine goes without --json");
         settings.declare(command);

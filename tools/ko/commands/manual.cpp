@@ -77,7 +77,7 @@ void printRecipes()
     printLines(recipeExample);
     printItems({
         {"operations", "required: a list of objects, which may be empty"},
-        {"operations[].op", "required: a command that turns a picture into a picture, unpack apart"},
+        {"operations[].op", "required: a command that turns a picture into a picture, unpack and pack apart"},
         {"operations[].NAME",
          "the option --NAME of that command: true or false for one without a value, a number, a word as a "
          "string, several numbers as a list. Names of files are relative to the recipe."},
@@ -90,8 +90,8 @@ void printExamples()
     std::cout << ".SH EXAMPLES\n"
                  "What a file holds, and the figures of its channels:\n";
     printLines("ko info frame.dng\nko stats frame.dng");
-    std::cout << ".PP\nColour pictures of all raws, as JPEG files of high quality:\n";
-    printLines("ko demosaic *.dng -o 'pictures/{}.jpg' --quality 95");
+    std::cout << ".PP\nPictures for people of all raws, as JPEG files of high quality:\n";
+    printLines("ko develop *.dng -o 'pictures/{}.jpg' --quality 95");
     std::cout << ".PP\nA recipe on many files, continued where it was interrupted:\n";
     printLines("ko run recipe.json frames/*.tif -o results --resume --report report.json");
 }

@@ -1,4 +1,4 @@
-// From the linear colours of a camera to those of a screen.
+// From the colours of a camera to those of a screen.
 #pragma once
 
 #include "io/image.h"
@@ -8,6 +8,7 @@
 
 namespace ko::tool {
 
+/// How levels follow light.
 enum Curve { SrgbCurve, LinearCurve };
 
 struct Rendering {
@@ -17,11 +18,16 @@ struct Rendering {
     int bits = 8;  ///< of the result: 8 or 16
 };
 
-/// The gain that makes the brightest colour of all pixels but `percent` white; at least 1.
-double automaticGain(const Image& colours, const std::optional<ColourMatrix>& matrix, double percent);
+/// Gives linear samples of 16 bits the levels of the curve. What is then interpolated between neighbours lies
+/// between them as people see it; in proportion to light, bright neighbours outweigh dark ones.
+void encode(Image& samples, Curve curve);
 
-/// The picture of linear colours of 16 bits. What the matrix makes negative becomes 0, what becomes brighter
-/// than white is limited to it.
+/// The gain that makes the brightest colour of all pixels but `percent` white; at least 1. The colours are
+/// those of `rendered`.
+double automaticGain(const Image& colours, const Rendering& rendering, double percent);
+
+/// The picture of colours of 16 bits in the levels of the curve. What the matrix makes negative becomes 0, what
+/// becomes brighter than white is limited to it.
 Image rendered(const Image& colours, const Rendering& rendering);
 
 }  // namespace ko::tool

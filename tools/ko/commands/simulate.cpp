@@ -26,6 +26,7 @@ struct Options {
     double noise = 0;
     double vignette = 0;
     std::uint32_t seed = 1;
+    bool isLinear = false;
     Settings settings;
 };
 
@@ -47,6 +48,15 @@ private:
     std::mt19937 m_engine;
 };
 
+/// What a sensor counts of a share of white on a screen: light, in which daylight has less red and blue for
+/// it than green.
+double lightOf(double level, int colour)
+{
+    constexpr double sensitivities[] = {1.0 / 2, 1, 2.0 / 3};
+    return sensitivities[colour] *
+           (level <= 0.04045 ? level / 12.92 : std::pow((level + 0.055) / 1.055, 2.4));
+}
+
 template <class T>
 void expose(const Image& photo, double white, const Options& options, Image& mosaic)
 {
@@ -60,10 +70,10 @@ void expose(const Image& photo, double white, const Options& options, Image& mos
         for (int x = 0; x < mosaic->width; ++x) {
             const double distance = (x - centreX) * (x - centreX) + (y - centreY) * (y - centreY);
             const double light = 1 - options.vignette * distance / corner;
-            const double value =
-                static_cast<double>(from[x * photo->channels + colourAt(options.grid, x, y)]) / white *
-                    light * top +
-                (options.noise > 0 ? options.noise * noise.next() : 0);
+            const int colour = colourAt(options.grid, x, y);
+            const double level = static_cast<double>(from[x * photo->channels + colour]) / white;
+            const double value = (options.isLinear ? lightOf(level, colour) : level) * light * top +
+                                 (options.noise > 0 ? options.noise * noise.next() : 0);
             // Written so that NaN becomes 0.
             const auto sample = static_cast<std::uint16_t>(value > 0 ? std::min(value + 0.5, top) : 0);
             if (mosaic->dataType == UInt8)
@@ -114,6 +124,10 @@ const Command simulateCommand{
         command.add_option("-o,--output", options->output, "mosaic; the file keeps pattern and depth")
             ->required();
         options->settings.choice("grid", options->grid, gridWords(), "mosaic pattern, rggb if not given");
+        options->settings.flag(
+            "linear", options->isLinear,
+            "as sensors see daylight: levels in proportion to light, those of red times 1/2, "
+            "of blue times 2/3; ko develop --wb 2,1,1.5 makes the photograph of it again");
         options->settings.declare(command);
         command.add_option("--bits", options->bits, "depth of the sensor")
             ->check(CLI::Range(8, 16))
