@@ -27,9 +27,12 @@ target_compile_options(ko_library_options INTERFACE -ffp-contract=off -fno-math-
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "aarch64|arm64")
     # Every ARM processor has contracted multiply-adds, so what the libraries are compared with must not use them
     # either. Kernels keep vectors in arrays and count lanes at compile time, which the vectors of SVE, whose width is
-    # known at run time alone, forbid: NEON serves.
+    # known at run time alone, forbid: NEON serves. As every processor has that, Highway is told that there is nothing
+    # to find out at run time. It would compile kernels for a target of their own, whose vectors GCC does not let into
+    # the constructors that it writes for structs of vectors.
     add_compile_options(-ffp-contract=off)
     set(disabled_targets "(HWY_SVE|HWY_SVE2|HWY_SVE_256|HWY_SVE2_128)")
+    target_compile_definitions(ko_library_options INTERFACE TOOLCHAIN_MISS_SYS_AUXV_H)
 else()
     # SSSE3 machines take the scalar path: one kernel build less for processors that are long gone.
     set(disabled_targets HWY_SSSE3)

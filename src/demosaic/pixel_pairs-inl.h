@@ -57,7 +57,7 @@ void StorePairs(D, const PairOfPixels<hn::Vec<D>>& p, std::uint16_t fourth, std:
 
 /// The samples of both columns in the order of the columns.
 template <class T, class D, class V = hn::Vec<D>>
-HWY_INLINE auto InOrder(D d, V first, V second)
+HWY_INLINE auto InOrder(D, V first, V second)
 {
     const auto joined = hn::Or(first, hn::ShiftLeft<8 * sizeof(T)>(second));
     if constexpr (sizeof(hn::TFromD<D>) == 2 * sizeof(T)) {
