@@ -51,22 +51,37 @@ void MeanOfFour(const std::uint8_t* const (&rows)[4], std::int64_t count, std::u
     }
 }
 
+/// Without a branch on any sample, of which the compiler would make no vectors.
+template <class T>
+HWY_INLINE void MeanOfSelectedSteps(const std::uint8_t* const (&rows)[3], std::int64_t step,
+                                    const std::uint8_t* const (&masks)[3], std::int64_t count,
+                                    std::uint8_t* out, std::uint8_t* any) noexcept
+{
+    const std::uint8_t *first = rows[0], *second = rows[1], *third = rows[2];
+    const std::uint8_t *firstMask = masks[0], *secondMask = masks[1], *thirdMask = masks[2];
+    KO_INDEPENDENT_ITERATIONS
+    for (std::int64_t x = 0; x < count; ++x) {
+        const std::uint32_t a = loadSample<T>(first, x * step), b = loadSample<T>(second, x * step),
+                            c = loadSample<T>(third, x * step);
+        const bool isA = firstMask[x] != 0, isB = secondMask[x] != 0, isC = thirdMask[x] != 0;
+        const std::uint32_t sum = (isA ? a : 0U) + (isB ? b : 0U) + (isC ? c : 0U);
+        const std::uint32_t selected = std::uint32_t{isA} + isB + isC;
+        any[x] = static_cast<std::uint8_t>(selected);
+        storeSample<T>(out, x, static_cast<T>(selected == 3 ? sum / 3 : selected == 2 ? sum / 2 : sum));
+    }
+}
+
 template <class T>
 void MeanOfSelected(const std::uint8_t* const (&rows)[3], std::int64_t step,
                     const std::uint8_t* const (&masks)[3], std::int64_t count, std::uint8_t* out,
                     std::uint8_t* any) noexcept
 {
-    for (std::int64_t x = 0; x < count; ++x) {
-        std::uint32_t sum = 0, selected = 0;
-        for (int c = 0; c < 3; ++c) {
-            if (masks[c][x] == 0)
-                continue;
-            sum += loadSample<T>(rows[c], x * step);
-            ++selected;
-        }
-        any[x] = static_cast<std::uint8_t>(selected);
-        storeSample<T>(out, x, static_cast<T>(selected != 0 ? sum / selected : 0));
-    }
+    if (step == 1)
+        MeanOfSelectedSteps<T>(rows, 1, masks, count, out, any);
+    else if (step == 3)
+        MeanOfSelectedSteps<T>(rows, 3, masks, count, out, any);
+    else
+        MeanOfSelectedSteps<T>(rows, step, masks, count, out, any);
 }
 
 template <class T>
