@@ -430,6 +430,9 @@ TEST(ConvertorSettings, AreRefusedWithoutALineWhereTheHeapHasRunOut)
 {
     Convertor idle, started;
     ASSERT_TRUE(started.setState(IxPipeItem::StateStarted));
+    // Its thread needs memory until it waits for the next frame.
+    ASSERT_TRUE(started.onDataAvailable(frameOf({}).release(), nullptr));
+    ASSERT_TRUE(started.waitUntilIdle(-1));
     const IxDataInfo noImage;
     Mosaic odd;
     odd.width = 3;
