@@ -2,7 +2,9 @@
 
 #include <ko/image.h>
 
+#if __has_include(<unistd.h>)
 #include <unistd.h>
+#endif
 
 #include <fstream>
 #include <string>
@@ -32,9 +34,11 @@ unsigned sizeIn(const std::string& path)
 
 unsigned askSystem() noexcept
 {
+#ifdef _SC_LEVEL2_CACHE_SIZE  // an extension of GNU's C library
     const long size = sysconf(_SC_LEVEL2_CACHE_SIZE);
     if (size > 0 && size <= long{~0U >> 1})
         return static_cast<unsigned>(size);
+#endif
     return l2CacheSizeFrom("/sys/devices/system/cpu/cpu0/cache");
 }
 

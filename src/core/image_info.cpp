@@ -1,6 +1,11 @@
 #include <ko/image.h>
 
+#include <bit>
 #include <limits>
+
+// Addresses and sizes are words of 64 bits, and samples are cut from such words, lowest first.
+static_assert(sizeof(void*) == 8 && std::endian::native == std::endian::little,
+              "koimproc supports 64-bit little-endian systems only");
 
 namespace ko {
 
