@@ -3,19 +3,18 @@
 # of this machine. Nothing is installed and dpkg learns of no foreign architecture.
 set -euo pipefail
 sysroot=$1
+here=$(realpath "$(dirname "$0")")
 packages=(libc6-dev libstdc++-12-dev libgomp1 qtbase5-dev libhwy-dev libgtest-dev libgmock-dev libopencv-dev
-    libopenimageio-dev libraw-dev)
+    libcli11-dev libopenimageio-dev libraw-dev zlib1g-dev)
 
 [ -e "$sysroot/complete" ] && exit
 rm -rf "$sysroot"
 mkdir -p "$(dirname "$sysroot")"
-sources=/etc/apt/sources.list
-[ -s "$sources" ] || sources=/etc/apt/sources.list.d/debian.sources
 include=$(IFS=,; echo "${packages[*]}")
 # Without maintainer scripts, which could not run here; without what only people read.
-mmdebstrap --variant=extract --architectures=arm64 --include="$include" --aptopt='APT::Install-Recommends "false"' \
+"$here/unpack.sh" "$sysroot" --include="$include" --extract-hook="'$here/list_packages.sh' \"\$1\"" \
     --dpkgopt='path-exclude=/usr/share/*' --dpkgopt='path-include=/usr/share/cmake*' \
-    bookworm "$sysroot" "$sources"
+    --dpkgopt='path-include=/usr/share/pkgconfig/*'
 # Links to absolute paths would lead out of the tree.
 find "$sysroot" -type l -lname '/*' -print0 | while IFS= read -r -d '' link; do
     target=$(readlink "$link")
