@@ -137,6 +137,14 @@ class Hist(ToolTest):
             self.assertIn(">" + words + "</text>", text)
         self.assertEqual(text.count("<polyline"), 1)
 
+    def test_any_name_can_stand_above_a_diagram(self):
+        name = "\u00e4\u540d\x07\ufffe" + "\udcff" + ".png"  # the last one is a byte that is no UTF-8
+        self.write(name, png(4, 1, [0, 0, 128, 255]))
+        self.succeed("hist", name, "-o", "out.svg")
+        self.assertIn(">\u00e4\u540d  \ufffd.png</text>", self.read("out.svg").decode())
+        self.succeed("hist", name, "-o", "out.png")
+        self.assertEqual(read_png(self.read("out.png"))[:2], (660, 474))
+
     def test_bad_arguments_leave_nothing(self):
         self.write("a.tif", tiff(4, 3, range(12), description="koimproc bits=16 grid=RGGB"))
         self.write("f.tif", tiff(1, 1, [0.5], bits=32, sample_format=3))

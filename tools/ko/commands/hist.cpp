@@ -94,7 +94,7 @@ Drawing draw(const Histograms& histograms, bool isLogarithmic)
                       levelTicks(histograms.levels())};
     const Axis up{perGroup(histograms, groups), isLogarithmic ? decadeTicks(top) : countTicks(top)};
 
-    Drawing drawing{660, 474, {}};
+    Drawing drawing(660, 474);
     const std::string name = std::filesystem::path(histograms.file).filename().string();
     drawing.add(Text{{12, 28}, name.substr(0, 50), Anchor::Start, inkColour});
     addGrid(drawing, area, across, up);
@@ -105,8 +105,8 @@ Drawing draw(const Histograms& histograms, bool isLogarithmic)
         line.colour = colourOf(curve.name, i);
         drawing.add(Rectangle{{x, 45}, 12, 12, line.colour});
         drawing.add(Text{{x + 18, 58}, curve.name, Anchor::Start, inkColour});
-        x += textWidth(curve.name) + 42;
-        drawing.add(std::move(line));
+        x += static_cast<double>(curve.name.size() * letterWidth) + 42;
+        drawing.add(line);
     }
     addAxes(drawing, area, across, up);
     return drawing;
@@ -173,7 +173,7 @@ void write(const Histograms& histograms, const Options& options, const std::stri
     else if (ending == ".json")
         replaceFile(output, json(histograms));
     else
-        writeDrawing(draw(histograms, options.isLogarithmic), output);
+        draw(histograms, options.isLogarithmic).write(output);
 }
 
 int run(const Options& options)

@@ -136,7 +136,7 @@ Drawing draw(const Density& density, const Options& options)
     const Axis across{shownName(options.first) + bits, ticks};
     const Axis up{shownName(options.second) + bits, ticks};
 
-    Drawing drawing{760, 640, {}};
+    Drawing drawing(760, 640);
     addGrid(drawing, area, across, up);
     const double side = area.width / density.cells;
     for (int row = 0; row < density.cells; ++row)
@@ -177,7 +177,7 @@ const Command hist2dCommand{
         settings.declare(command);
         return [options] {
             options->settings.verify();
-            writeDrawing(draw(count(*options), *options), options->output);
+            draw(count(*options), *options).write(options->output);
             return ExitOk;
         };
     }};

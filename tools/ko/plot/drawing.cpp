@@ -3,11 +3,11 @@
 #include "cli/transfer.h"
 #include "io/image_file.h"
 #include "io/replace_file.h"
+#include "plot/raster.h"
 
 #include <QString>
 
 #include <cstdio>
-#include <sstream>
 
 namespace ko::tool {
 namespace {
@@ -19,75 +19,55 @@ std::string svgColour(const Colour& colour)
     return text;
 }
 
+/// XML knows no control characters.
 std::string escaped(const std::string& words)
 {
-    std::string text = QString::fromStdString(words).toHtmlEscaped().toStdString();
-    for (char& c : text)
-        if (static_cast<unsigned char>(c) < ' ')
-            c = ' ';
-    return text;
+    QString text = QString::fromStdString(words);
+    for (QChar& c : text)
+        if (c < QLatin1Char(' ') || c.isNonCharacter())
+            c = QLatin1Char(' ');
+    return text.toHtmlEscaped().toStdString();
 }
-
-class SvgWriter {
-public:
-    explicit SvgWriter(const Drawing& drawing)
-    {
-        m_text << R"(<svg xmlns="http://www.w3.org/2000/svg" width=")" << drawing.width << "\" height=\""
-               << drawing.height << "\" font-family=\"monospace\" font-size=\"16\">\n"
-               << "<rect width=\"100%\" height=\"100%\" fill=\"#ffffff\"/>\n";
-    }
-    void operator()(const Rectangle& shape)
-    {
-        m_text << "<rect x=\"" << shape.corner.x << "\" y=\"" << shape.corner.y << "\" width=\""
-               << shape.width << "\" height=\"" << shape.height << "\" fill=\"" << svgColour(shape.colour)
-               << "\"/>\n";
-    }
-    void operator()(const Line& shape)
-    {
-        m_text << "<polyline fill=\"none\" stroke=\"" << svgColour(shape.colour) << "\" stroke-width=\""
-               << shape.width << "\" points=\"";
-        for (const Point& point : shape.points)
-            m_text << point.x << ',' << point.y << ' ';
-        m_text << "\"/>\n";
-    }
-    void operator()(const Text& shape)
-    {
-        constexpr const char* anchors[] = {"start", "middle", "end"};
-        m_text << "<text x=\"" << shape.baseline.x << "\" y=\"" << shape.baseline.y << "\" text-anchor=\""
-               << anchors[static_cast<int>(shape.anchor)] << "\" fill=\"" << svgColour(shape.colour) << "\">"
-               << escaped(shape.words) << "</text>\n";
-    }
-    std::string finish()
-    {
-        m_text << "</svg>\n";
-        return m_text.str();
-    }
-
-private:
-    std::ostringstream m_text;
-};
 
 }  // namespace
 
-void Drawing::add(Shape shape)
+Drawing::Drawing(int width, int height) : m_width(width), m_height(height)
 {
-    shapes.push_back(std::move(shape));
+    m_svg << R"(<svg xmlns="http://www.w3.org/2000/svg" width=")" << width << "\" height=\"" << height
+          << "\" font-family=\"monospace\" font-size=\"16\" shape-rendering=\"crispEdges\">\n"
+          << "<rect width=\"100%\" height=\"100%\" fill=\"#ffffff\"/>\n";
 }
 
-std::string toSvg(const Drawing& drawing)
+void Drawing::add(const Rectangle& shape)
 {
-    SvgWriter writer(drawing);
-    for (const Drawing::Shape& shape : drawing.shapes)
-        std::visit(writer, shape);
-    return writer.finish();
+    m_svg << "<rect x=\"" << shape.corner.x << "\" y=\"" << shape.corner.y << "\" width=\"" << shape.width
+          << "\" height=\"" << shape.height << "\" fill=\"" << svgColour(shape.colour) << "\"/>\n";
 }
 
-void writeDrawing(const Drawing& drawing, const std::string& file)
+void Drawing::add(const Line& shape)
 {
+    m_svg << "<polyline shape-rendering=\"auto\" stroke-linejoin=\"round\" fill=\"none\" stroke=\""
+          << svgColour(shape.colour) << "\" stroke-width=\"" << shape.width << "\" points=\"";
+    for (const Point& point : shape.points)
+        m_svg << point.x << ',' << point.y << ' ';
+    m_svg << "\"/>\n";
+}
+
+void Drawing::add(const Text& shape)
+{
+    constexpr const char* anchors[] = {"start", "middle", "end"};
+    m_svg << "<text x=\"" << shape.baseline.x << "\" y=\"" << shape.baseline.y << "\" text-anchor=\""
+          << anchors[static_cast<int>(shape.anchor)] << "\" fill=\"" << svgColour(shape.colour) << "\">"
+          << escaped(shape.words) << "</text>\n";
+}
+
+void Drawing::write(const std::string& file) const
+{
+    const std::string svg = m_svg.str() + "</svg>\n";
     if (endingOfOutput(file) == ".svg")
-        replaceFile(file, toSvg(drawing));
+        replaceFile(file, svg);
     else
-        writeImage(toImage(drawing), file);
+        writeImage(rasterise(svg, m_width, m_height), file);
 }
 
 }  // namespace ko::tool

@@ -1,11 +1,9 @@
-// Small diagrams: what is on them, and their two forms, vector graphics and pixels.
+// Small diagrams, made as vector graphics.
 #pragma once
 
-#include "io/image.h"
-
 #include <cstdint>
+#include <sstream>
 #include <string>
-#include <variant>
 #include <vector>
 
 namespace ko::tool {
@@ -22,6 +20,7 @@ struct Point {
     double y;
 };
 
+/// Its edges are sharp.
 struct Rectangle {
     Point corner;
     double width;
@@ -45,26 +44,25 @@ struct Text {
     Colour colour;
 };
 
+/// A place for a letter that every font of equal widths keeps to, in pixels.
+constexpr int letterWidth = 10;
+
 /// Shapes on white, later ones above earlier ones.
-struct Drawing {
-    using Shape = std::variant<Rectangle, Line, Text>;
+class Drawing {
+public:
+    Drawing(int width, int height);
 
-    int width;
-    int height;
-    std::vector<Shape> shapes;
+    void add(const Rectangle& shape);
+    void add(const Line& shape);
+    void add(const Text& shape);
 
-    void add(Shape shape);
+    /// Writes SVG where the file's name ends in .svg, else a picture. Throws `Failure`.
+    void write(const std::string& file) const;
+
+private:
+    int m_width;
+    int m_height;
+    std::ostringstream m_svg;
 };
-
-/// Width of a text in pixels, as `toImage` draws it.
-int textWidth(const std::string& words);
-
-std::string toSvg(const Drawing& drawing);
-
-/// A picture of three channels of 8 bits.
-Image toImage(const Drawing& drawing);
-
-/// Writes SVG where the file's name ends in .svg, else a picture. Throws `Failure`.
-void writeDrawing(const Drawing& drawing, const std::string& file);
 
 }  // namespace ko::tool
