@@ -68,7 +68,7 @@ Exact and fast operations on 8 and 16 bit mono, colour and raw Bayer frames.\n\
 This package holds the headers, the CMake package and the pkg-config file.")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libkoimproc-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${library_package} (= ${full_version}), qtbase5-dev")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${library_package} (= ${full_version}), ${KO_QT_PACKAGE}")
 
 set(CPACK_COMPONENT_TOOLS_DESCRIPTION
     "image-processing operations for camera images (tool)\n\

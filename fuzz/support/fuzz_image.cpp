@@ -142,8 +142,8 @@ void FuzzImage::contradict(ByteReader& in)
         m_buf.channels = in.pick({1, 3, 4, 70000});
         break;
     }
-    // Rows of no bytes need no memory, so that a record may tell of 2^31 in each of 70,000 planes: a walk of
-    // hours.
+    // Rows of no bytes need no memory, so a record may claim 2^31 of them in each of 70,000 planes. To
+    // walk them would take hours.
     if (m_buf.stride == 0)
         m_buf.height = std::min(m_buf.height, 100);
 }

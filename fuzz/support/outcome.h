@@ -28,7 +28,7 @@ public:
     {
         if constexpr (std::is_floating_point_v<T>) {
             if (std::isnan(value))
-                value = std::numeric_limits<T>::quiet_NaN();  // its sign and payload are nobody's promise
+                value = std::numeric_limits<T>::quiet_NaN();  // its sign and payload are not promised
         }
         addBytes({reinterpret_cast<const std::uint8_t*>(&value), sizeof(value)});
     }

@@ -70,9 +70,8 @@ KO_EXPORT void DemosaicFreeBuffer(void* buffer);
 /// @param roi     inside src, of any size and position; may be empty
 /// @param dst     3 or 4 channels, `Interleaved`, src's sample type, the region's size: red, green, blue
 /// @param buffer  from `DemosaicCentredAllocBuffer` for at least the region's width, so that a series of
-/// frames
-///                allocates nothing; not to be used by two calls at once. Null: the call makes and frees its
-///                own.
+///                frames allocates nothing; not to be used by two calls at once. Null: the call makes and
+///                frees its own.
 /// @returns the first that applies, in this order
 ///   ResultBadArg1          src absent, not mono, not `Interleaved`, or without a known grid
 ///   ResultBadArg2          roi outside src
@@ -83,8 +82,7 @@ KO_EXPORT void DemosaicFreeBuffer(void* buffer);
 /// On failure dst is untouched. Bands of rows run in parallel. O(roi width * height).
 ///
 /// @source H. S. Malvar, L. He, R. Cutler, "High-quality linear interpolation for demosaicing of
-/// Bayer-patterned
-///         color images", ICASSP 2004.
+///         Bayer-patterned color images", ICASSP 2004.
 KO_EXPORT ResultCode DemosaicMalvar(const SxImageBuf& src, const QRect& roi, SxImageBuf& dst, void* buffer);
 
 /// The same for the whole image. The codes keep their numbers: a bad dst is `ResultBadArg3`.

@@ -12,8 +12,8 @@
 
 namespace ko {
 
-/// Container of one sample. Odd codes up to 5 are signed, even ones unsigned; 10 and 11 are signed and
-/// unsigned. `Sample128` can be stored and copied, no operation computes with it.
+/// Container of one sample. Of the integers up to 6, odd codes are signed and even ones unsigned; 10 is signed and
+/// 11 unsigned. `Sample128` can be stored and copied, but no operation computes with it.
 enum ExImageDataType : std::int32_t {
     Int8 = 1,       ///< one byte
     UInt8 = 2,      ///< one byte: cameras of 8 bits, and masks
@@ -23,12 +23,12 @@ enum ExImageDataType : std::int32_t {
     UInt32 = 6,     ///< four bytes
     Float32 = 7,    ///< IEEE 754 single precision
     Float64 = 8,    ///< IEEE 754 double precision
-    Sample128 = 9,  ///< sixteen bytes without an arithmetic
+    Sample128 = 9,  ///< sixteen bytes, for storage only
     Int64 = 10,     ///< eight bytes
     UInt64 = 11,    ///< eight bytes
 };
 
-/// Order of the samples of a multi-channel image; a mono image is laid out alike either way.
+/// Order of the samples of a multi-channel image; a mono image looks the same either way.
 enum ExPixelPacking : std::int32_t {
     Interleaved = 0,  ///< sample (x, y, c) at data + y * stride + (x * channels + c) * bytes per sample
     Planar = 1,       ///< sample (x, y, c) at data + (c * height + y) * stride + x * bytes per sample
@@ -132,7 +132,7 @@ KO_EXPORT ResultCode CopyBuffer(const SxImageBuf& src, const QRect& srcRect, SxI
 ///
 /// @param dstTag, srcTag  the `memoryTag`s; every tag is treated as ordinary memory
 /// @returns `ResultOk`; `ResultFailed`, with nothing written, when bytes are to be copied from or to null or
-///          are more than any object has
+///          are more than any object can have
 KO_EXPORT ResultCode MemCpy(void* dst, const void* src, std::uint64_t bytes, std::uint64_t dstTag,
                             std::uint64_t srcTag);
 
@@ -144,7 +144,7 @@ KO_EXPORT ResultCode MemCpy(void* dst, const void* src, std::uint64_t bytes, std
 /// Runs on the calling thread.
 KO_EXPORT ResultCode CopyChannel(const SxImageBuf& src, int srcChannel, SxImageBuf& dst, int dstChannel);
 
-/// Physical position of a logical channel: its own number for every image, also where `image` has no such
+/// Physical position of a logical channel: its own number for every image, even where `image` has no such
 /// channel.
 KO_EXPORT int ChannelIndexLogicalToPhysical(int channel, const SxImageBuf& image);
 

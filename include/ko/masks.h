@@ -82,7 +82,7 @@ KO_EXPORT ResultCode CreateImageWithMirroredBorder(const SxImageBuf& src, SxImag
                                                    int right, int bottom);
 
 /// Copies a region of `src` into the centre of `dst` and mirrors it into the margin; pixels of src outside
-/// the region take no part.
+/// the region are not used.
 ///
 /// @param src   `Interleaved`, 1, 3 or 4 channels, samples of one or two bytes
 /// @param roi   inside src

@@ -7,10 +7,10 @@
 
 namespace ko {
 
-/// Status of an operation: 0 is success, every failure has the top bit set.
+/// Status of an operation: 0 is success, and every failure has the top bit set.
 ///
 /// `Stretch` answers 1 on success, so test a status with `isFailure` and not against `ResultOk`. The compiler
-/// warns of a status that nobody looks at; cast it to `void` where it cannot matter.
+/// warns of a status that is ignored; cast it to `void` where it does not matter.
 enum [[nodiscard]] ResultCode : std::uint32_t{
     ResultOk = 0x00000000,               ///< done
     ResultFailed = 0xA0000000,           ///< memory or a called service failed; the arguments were good

@@ -13,7 +13,7 @@ namespace ko {
 ///     ko::CallThreads threads(4);
 ///     rc = ko::Demosaic(raw, colour, buffer);
 ///
-/// The results are the same, byte for byte. Which operations make use of it stands where they are declared.
+/// The results are the same, byte for byte. The declaration of an operation says whether it makes use of this.
 /// The others, and every operation that always runs in parallel, do not change. The permission holds for
 /// calls on the thread that made the object. Objects nest: the innermost one counts, and the one around it
 /// counts again afterwards. So destroy each on the thread that made it, the last one first.

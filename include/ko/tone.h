@@ -196,8 +196,8 @@ KO_EXPORT ResultCode ThresholdAndStretchHistogramGrayMasked(const SxImageBuf& sr
 /// Compresses a raw image of four planes into the first three planes of an image: red (plane 0), the mean of
 /// both greens (planes 1 and 3, halves dropped) and blue (plane 2).
 ///
-/// Where one of the three is outside low...high all become 0. A source with fewer than four planes, an
-/// interleaved one or one without memory is accepted and changes nothing; planes that dst lacks are left out.
+/// Where one of the three is outside low...high, all become 0. A source with fewer than four planes, an
+/// interleaved one or one without memory is accepted and changes nothing. Planes that dst lacks are left out.
 ///
 /// @param src        planar, four planes, one or two bytes per sample; height x width, any stride
 /// @param dst        of src's size, dataType, packing and bitsPerSample; any channels

@@ -5,8 +5,8 @@
 
 namespace ko {
 
-/// Runs the body of an exported operation; what it throws becomes `ResultFailed`: exhausted memory, or
-/// anything from a conversion that a program has registered for a type of its own.
+/// Runs the body of an exported operation. Whatever it throws becomes `ResultFailed`: memory that has run out,
+/// or an exception of a conversion that the program has registered for a type of its own.
 template <class Body>
 ResultCode guarded(Body&& body) noexcept
 {

@@ -39,10 +39,10 @@ inline std::int64_t rowBytes(const SxImageInfo& info) noexcept
     return samples > beyondAnyStride ? beyondAnyStride : samples * bytesPerSample(info.dataType);
 }
 
-/// The last row ends inside the image's memory, and that memory is one that addresses can span. An image
-/// without rows has none that could leave it, so any stride does, but no row may be longer than strides get:
-/// working memory is made by the length of a row. The geometry of a record is looked at last, when its type
-/// is known to be one that the operation works on.
+/// The last row ends inside the image's memory, and addresses can span that memory. An image without rows may
+/// have any stride, but even there no row may be longer than the longest stride: working memory is allocated by
+/// the length of a row. The geometry of a record is checked last, when the operation is known to support its
+/// type.
 inline bool rowsFit(const SxImageInfo& info) noexcept
 {
     constexpr std::int32_t longest = std::numeric_limits<std::int32_t>::max();
@@ -56,7 +56,7 @@ inline bool isPresent(const SxImageBuf& image) noexcept
     return image.data != nullptr && image.width >= 0 && image.height >= 0;
 }
 
-/// There is a sample at all.
+/// There is at least one sample.
 inline bool hasPixels(const SxImageInfo& info) noexcept
 {
     return info.width > 0 && info.height > 0 && info.channels > 0;
@@ -83,7 +83,7 @@ inline bool hasKnownPacking(const SxImageInfo& info) noexcept
     return isInterleaved(info) || isPlanar(info);
 }
 
-/// A packing with a meaning for this image: mono images are laid out alike under any.
+/// A packing with a meaning for this image: any packing will do for a mono image.
 inline bool hasLayout(const SxImageInfo& info) noexcept
 {
     return isMono(info) || hasKnownPacking(info);
@@ -161,8 +161,8 @@ inline std::int64_t heightOf(const QRect& rect) noexcept
     return std::int64_t{rect.bottom()} - rect.top() + 1;
 }
 
-/// The rectangle lies wholly inside the image. One without width and height does anywhere (there is nothing
-/// of it outside), one with a single zero extent where its position does, one of negative size never.
+/// The rectangle lies wholly inside the image. One without width and height is inside wherever it lies, one
+/// without only width or only height if its position is inside, one of negative size never.
 inline bool isInside(const QRect& rect, const SxImageInfo& image) noexcept
 {
     const std::int64_t width = widthOf(rect), height = heightOf(rect);
@@ -177,7 +177,7 @@ inline bool isInside(const QPoint& point, const SxImageInfo& image) noexcept
     return point.x() >= 0 && point.y() >= 0 && point.x() < image.width && point.y() < image.height;
 }
 
-/// A rectangle of this size with its corner at `pos` leaves the image nowhere.
+/// A rectangle of this size with its corner at `pos` lies inside the image.
 inline bool fitsAt(const QPoint& pos, std::int64_t width, std::int64_t height,
                    const SxImageInfo& image) noexcept
 {

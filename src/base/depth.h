@@ -17,8 +17,8 @@ inline std::int32_t wrappedLevels(int bits)
 }
 
 /// The first value beyond the depth: 2^bitsPerSample as a signed 32-bit number, -2^31 from 31 bits on. Bytes
-/// know no depth above 8 bits: they would otherwise all be replaced from 31 bits on, like the samples of the
-/// other types.
+/// are limited to 8 bits. Otherwise all of them would be replaced from 31 bits on, as samples of the other
+/// types are.
 inline std::int32_t colorDepthLimit(const SxImageInfo& image)
 {
     const int bits = hasType(image, UInt8) ? std::min(image.bitsPerSample, 8) : image.bitsPerSample;

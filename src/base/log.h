@@ -5,8 +5,8 @@ class QString;
 
 namespace ko {
 
-/// Writes one critical record of three items: ERROR, a bar, the message. Where memory does not suffice for
-/// it, nothing is written.
+/// Writes one critical record of three items: ERROR, a bar, the message. If memory runs out, nothing is
+/// written.
 void logError(const QString& message) noexcept;
 
 }  // namespace ko

@@ -1,7 +1,7 @@
 // Row loops: every OpenMP pragma of the library. Bodies must not throw.
 //
-// A loop is shared among threads only where its work is worth that: frames of a few thousand pixels would
-// spend their time waiting for a team, milliseconds each where other programs keep the processors busy.
+// A loop is shared among threads only if there is enough work. A frame of a few thousand pixels would spend its
+// time waiting for the team of threads: milliseconds, where other programs keep the processors busy.
 #pragma once
 
 #include "base/checks.h"
@@ -66,14 +66,14 @@ void rowsStatic(const RowWork& work, const Body& body)
         body(y);
 }
 
-/// The rows of one loop, to be handed out singly. Each thread takes the rows of its own share one after
-/// another, then what is left of the other shares. So a grab seldom touches a counter that another thread
-/// uses, and what is prefetched behind the end of a row is a row of the same thread. With one counter for
+/// The rows of one loop, handed out one at a time. Each thread takes the rows of its own share one after
+/// another, then what is left of the other shares. So a thread seldom touches a counter that another thread
+/// uses, and the memory prefetched behind the end of a row is a row of the same thread. With one counter for
 /// all, neighbouring rows go to different cores, which fetch each other's cache lines: loops at the speed of
 /// memory then take longer with two threads than with one.
 class RowShares {
 public:
-    /// More threads than this share their shares: there is no memory to be asked for, which could fail.
+    /// With more threads than this, several take rows from one share. A fixed number needs no allocation.
     static constexpr int most = 64;
 
     RowShares(std::int64_t rows, int threads) noexcept : m_count(std::min(threads, most))
@@ -110,8 +110,8 @@ private:
     int m_count;
 };
 
-/// Runs `body(thread, y)` for every row, the next row to whichever of the threads is free. A single thread
-/// takes them without asking a counter.
+/// Runs `body(thread, y)` for every row and gives the next row to whichever thread is free. A single thread
+/// needs no counter.
 template <class Body>
 void shareRows(std::int64_t rows, int threads, const Body& body)
 {
@@ -128,7 +128,7 @@ void shareRows(std::int64_t rows, int threads, const Body& body)
     }
 }
 
-/// Runs `body(y)` for every row, the next row to whichever thread is free.
+/// Runs `body(y)` for every row and gives the next row to whichever thread is free.
 template <class Body>
 void rowsDynamic(const RowWork& work, const Body& body)
 {

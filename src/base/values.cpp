@@ -6,15 +6,16 @@ namespace ko::detail {
 
 void extractTyped(const QVariant& variant, int metaType, void* value)
 {
+    const QMetaType type(metaType);
     if (variant.userType() == metaType) {
-        QMetaType::destruct(metaType, value);
-        QMetaType::construct(metaType, value, variant.constData());
+        type.destruct(value);
+        type.construct(value, variant.constData());
         return;
     }
     QVariant converted = variant;
-    if (converted.convert(metaType)) {
-        QMetaType::destruct(metaType, value);
-        QMetaType::construct(metaType, value, converted.constData());
+    if (converted.convert(ConversionTarget(metaType))) {
+        type.destruct(value);
+        type.construct(value, converted.constData());
     }
 }
 

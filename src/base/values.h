@@ -10,6 +10,13 @@ namespace ko {
 
 namespace detail {
 
+/// The argument that names the type to `QVariant::convert`.
+#if QT_VERSION_MAJOR >= 6
+using ConversionTarget = QMetaType;
+#else
+using ConversionTarget = int;
+#endif
+
 /// Reads the stored value where the variant already holds `T`'s meta-type, converts it otherwise; `value` is
 /// left alone when the conversion fails.
 void extractTyped(const QVariant& variant, int metaType, void* value);

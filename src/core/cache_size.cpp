@@ -55,7 +55,7 @@ unsigned l2CacheSizeFrom(const char* directory) noexcept
                 return sizeIn(cache + "size");
         }
     } catch (...) {
-        // Without memory for a path nobody tells.
+        // No memory for a path: the size stays unknown.
     }
     return 0;
 }

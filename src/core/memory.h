@@ -10,8 +10,8 @@ namespace ko {
 /// as untouched zero pages, so that clearing costs nothing until they are used. Release with `std::free`.
 void* obtainMemory(std::uint64_t bytes, bool zeroed) noexcept;
 
-/// For tests: lets the next `successes` calls of `obtainMemory` through and refuses all later ones, until it
-/// is called again. A negative number refuses none, which is how a process starts.
+/// For tests: lets the next `successes` calls of `obtainMemory` succeed and all later ones fail, until it is
+/// called again. With a negative number none fails; a process starts that way.
 void refuseMemoryAfter(std::int64_t successes) noexcept;
 
 }  // namespace ko

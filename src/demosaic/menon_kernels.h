@@ -1,7 +1,7 @@
 // Row kernels of DemosaicMenon.
 //
-// All that is interpolated are differences to green. They vary less than the colours do, and a difference of
-// red or blue to green at the places of the colour is all that has to be known of the rows around.
+// Only differences to green are interpolated. They vary less than the colours do, and of the rows around only
+// the differences of red or blue to green, at the places of that colour, need to be known.
 #pragma once
 
 #include "base/kernel_tables.h"

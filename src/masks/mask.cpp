@@ -59,7 +59,7 @@ void markDifferentInterleaved(const SxImageBuf& src, SxImageBuf& mask, MarkUnlik
 void markDifferentPlanar(const SxImageBuf& src, SxImageBuf& mask, MarkDifferentRow markRow,
                          std::uint32_t value)
 {
-    // Without pixels, a record may tell of two billion planes.
+    // Without pixels, a record may claim two billion planes.
     if (!hasPixels(src))
         return;
     for (int plane = 0; plane < src.channels; ++plane) {

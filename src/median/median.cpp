@@ -22,7 +22,7 @@ bool isMedianFormat(const SxImageInfo& info) noexcept
            info.bitsPerSample <= 8 * bytesPerSample(info.dataType);
 }
 
-/// A destination of the median; its mosaic and pixel format are nobody's concern.
+/// A destination of the median; its mosaic and pixel format do not matter.
 bool isLike(const SxImageInfo& dst, const SxImageInfo& src) noexcept
 {
     return sameSize(dst, src) && dst.channels == src.channels && dst.bitsPerSample == src.bitsPerSample &&

@@ -81,7 +81,7 @@ private:
             Count* const found = m_memory.found + y * m_foundPitch;
             std::fill(found, found + m_block.columns, Count{0});
             std::fill(found + m_block.columns, found + m_foundPitch,
-                      Count{255});  // a code that nobody leaves
+                      Count{255});  // the search never leaves this code
             if constexpr (isDeep)
                 std::fill_n(m_memory.rest + y * m_foundPitch, m_block.columns, m_wanted);
         }

@@ -28,10 +28,10 @@ public:
     /// @param sender  waiting for room ends when this queue closes; may be null
     bool push(Frame frame, const FrameQueue* sender);
 
-    /// Lets waiting producers look whether their own queue has been closed.
+    /// Wakes waiting producers, which then check whether their own queue has been closed.
     void wakeProducers();
 
-    /// Counts a frame that could not even be brought.
+    /// Counts a frame that could not be copied for this queue.
     void countLost();
 
     /// Waits for the next frame; null when the queue is closed. The frame is being worked on until `settle`.

@@ -54,7 +54,7 @@ struct IxPipeItem::Core {
     // The following need `phaseMutex`.
     bool isAtRest() const { return phase != PipePhase::Starting && phase != PipePhase::Stopping; }
 
-    /// Waits for the end of a change. False where that would be to wait for oneself, and on a worker.
+    /// Waits for the end of a change. False on a worker, and on the thread that makes the change itself.
     bool waitForRest(std::unique_lock<std::mutex>& lock);
     void setPhase(PipePhase next);
 
@@ -81,7 +81,7 @@ struct IxPipeItem::Core {
     std::unique_ptr<IxDataInfo> outputInfo;
 
     FrameQueue queue;
-    PipeLinks successors;  ///< the graph's business, as are the precedessors
+    PipeLinks successors;  ///< guarded by the graph's lock, as are the precedessors
     PipeLinks precedessors;
     PipeWorker worker;
 };

@@ -72,7 +72,7 @@ bool IxPipeItem::Core::start(IxPipeItem& item)
     try {
         isReady = item.isValid() && item.setupStart();
     } catch (...) {
-        // Refused. Whoever waits for the end of this change must not wait for ever.
+        // Refused. Threads that wait for the end of this change must be woken.
     }
     lock.lock();
     const bool isRunning = isReady && startWorker(item);

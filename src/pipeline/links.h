@@ -35,7 +35,7 @@ public:
         return true;
     }
 
-    /// Waits for the visitors to leave.
+    /// Waits until no thread uses the item any more.
     void cut()
     {
         std::unique_lock lock(m_mutex);
@@ -61,12 +61,12 @@ public:
     static bool connect(IxPipeItem& from, IxPipeItem& to);
     static bool disconnect(IxPipeItem& from, IxPipeItem& to);
 
-    /// Takes an item out and waits for those that are bringing it a frame.
+    /// Disconnects an item and waits until no other item is handing it a frame.
     static void isolate(IxPipeItem& item);
 
     static PipeLinks successorsOf(const IxPipeItem& item);
 
-    /// An item that works feeds this one.
+    /// A started item feeds this one.
     static bool isFed(const IxPipeItem& item);
 
     /// The item and everything behind it; each after all those of them that feed it.

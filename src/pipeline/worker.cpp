@@ -31,7 +31,7 @@ void remember(IxData& frame, std::mutex& mutex, std::unique_ptr<IxDataInfo>& pla
         const std::lock_guard lock(mutex);
         place.swap(info);
     } catch (...) {
-        // The format of the frame before stays known.
+        // The format of the previous frame stays known.
     }
 }
 

@@ -32,7 +32,7 @@ bool isLayout(ExPackedLayout layout)
     return layout >= Mono10p && layout <= Mono16MsbAligned;
 }
 
-/// Words of the depth that the layout has, or of any depth where the layout does not tell.
+/// Words of the layout's depth, or of any depth where the layout has none.
 bool areSamplesOf(ExPackedLayout layout, const SxImageBuf& image)
 {
     const int bits = image.bitsPerSample;

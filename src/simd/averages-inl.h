@@ -4,11 +4,11 @@
 // The processor's average rounds up; on complemented samples (every bit inverted) rounding up is truncation:
 //   ~((a + b) / 2) = average(~a, ~b)
 // and since floors nest, (3a + b) / 4 = (a + (a + b) / 2) / 2 and (a + 2b + c) / 4 = (b + (a + c) / 2) / 2.
-#if defined(KO_FRAME_AVERAGES_INL_H) == defined(HWY_TARGET_TOGGLE)
-#ifdef KO_FRAME_AVERAGES_INL_H
-#undef KO_FRAME_AVERAGES_INL_H
+#if defined(KO_SIMD_AVERAGES_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef KO_SIMD_AVERAGES_INL_H
+#undef KO_SIMD_AVERAGES_INL_H
 #else
-#define KO_FRAME_AVERAGES_INL_H
+#define KO_SIMD_AVERAGES_INL_H
 #endif
 
 #include "simd/vectors-inl.h"

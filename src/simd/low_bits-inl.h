@@ -1,10 +1,10 @@
 // Stores of doubles and floats that keep the low bits of the truncated value, for kernels. Include after
 // <hwy/highway.h>; compiled once per processor target.
-#if defined(KO_FRAME_LOW_BITS_INL_H) == defined(HWY_TARGET_TOGGLE)
-#ifdef KO_FRAME_LOW_BITS_INL_H
-#undef KO_FRAME_LOW_BITS_INL_H
+#if defined(KO_SIMD_LOW_BITS_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef KO_SIMD_LOW_BITS_INL_H
+#undef KO_SIMD_LOW_BITS_INL_H
 #else
-#define KO_FRAME_LOW_BITS_INL_H
+#define KO_SIMD_LOW_BITS_INL_H
 #endif
 
 #include "simd/vectors-inl.h"

@@ -1,10 +1,10 @@
 // Vectors at byte addresses and rows in blocks, for kernels. Include after <hwy/highway.h>; compiled once per
 // processor target.
-#if defined(KO_FRAME_VECTORS_INL_H) == defined(HWY_TARGET_TOGGLE)
-#ifdef KO_FRAME_VECTORS_INL_H
-#undef KO_FRAME_VECTORS_INL_H
+#if defined(KO_SIMD_VECTORS_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef KO_SIMD_VECTORS_INL_H
+#undef KO_SIMD_VECTORS_INL_H
 #else
-#define KO_FRAME_VECTORS_INL_H
+#define KO_SIMD_VECTORS_INL_H
 #endif
 
 HWY_BEFORE_NAMESPACE();

@@ -22,8 +22,8 @@ bool isMonoOf8Or16Bits(const SxImageInfo& info)
     return isMono(info) && hasType(info, UInt8, UInt16);
 }
 
-/// Counts a mono image into a histogram of as many levels as its depth has. Depths that no counting accepts
-/// are refused before they become memory.
+/// Counts a mono image into a histogram with as many levels as its depth has. Depths that cannot be counted are
+/// refused before any memory is allocated.
 template <class Count>
 ResultCode countLevels(const SxImageInfo& info, CxImageHistogram& hist, const Count& count)
 {

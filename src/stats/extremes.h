@@ -32,7 +32,7 @@ inline bool hasPlainChannels(const SxImageInfo& info) noexcept
     return (isInterleaved(info) && info.bayerGrid == BayerNone) || isPlanar(info);
 }
 
-/// Cells with this side cover an extent wholly, and there is one at least.
+/// Whole cells with this side cover the extent, and there is at least one.
 inline bool isCellSide(int side, int extent) noexcept
 {
     return side >= 1 && side <= extent && extent % side == 0;

@@ -1,4 +1,4 @@
-// What histograms demand of their images and containers.
+// What histograms require of their images and containers.
 #pragma once
 
 #include "base/checks.h"
@@ -30,7 +30,7 @@ inline bool isShallow(const SxImageBuf& src) noexcept
     return isPresent(src) && hasType(src, Int8, UInt8, Int16, UInt16) && src.bitsPerSample <= 16;
 }
 
-/// `UInt8` of no more bits than it has. `Int8` is not asked.
+/// A `UInt8` image has at most 8 bits. `Int8` is not checked.
 inline bool fitsItsBytes(const SxImageInfo& src) noexcept
 {
     return !hasType(src, UInt8) || src.bitsPerSample <= 8;

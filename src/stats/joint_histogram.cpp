@@ -41,7 +41,7 @@ bool takesPlaneZero(const CxImageHistogram2D& hist, const SxImageInfo& src) noex
     return hist.planes() != 0 && hist.levels() >= levelsOf(src.bitsPerSample);
 }
 
-/// Wrong only when both numbers are.
+/// Refused only when planes and levels are both wrong.
 bool takesPlaneZero(const CxImageHistogramSparse2D& hist, const SxImageInfo& src) noexcept
 {
     return hist.planes() != 0 && (hist.planes() == 1 || hasLevelsOf(hist.levels(), src));

@@ -14,8 +14,8 @@ namespace {
 
 static_assert(std::endian::native == std::endian::little, "units are cut from words, lowest first");
 
-/// A group of bytes consists of one value of `Size` bytes again and again. Its first two words tell nearly
-/// always that it does not, for next to nothing.
+/// A group of bytes repeats one value of `Size` bytes. Where it does not, its first two words nearly always
+/// show that, at almost no cost.
 template <std::size_t Size>
 bool repeats(const std::uint8_t* bytes, std::int64_t group) noexcept
 {
@@ -23,8 +23,8 @@ bool repeats(const std::uint8_t* bytes, std::int64_t group) noexcept
            std::memcmp(bytes, bytes + Size, static_cast<std::size_t>(group) - Size) == 0;
 }
 
-/// Counts 16-bit units; unit i goes to table i % `Tables`. One table alone needs the alike ones counted at
-/// once: increments of one counter wait for each other.
+/// Counts 16-bit units; unit i goes to table i % `Tables`. With one table alone, runs of equal units are counted
+/// at once: increments of one counter wait for each other.
 template <int Tables>
 void countInTurns(const std::uint8_t* bytes, std::int64_t units, std::uint32_t* tables) noexcept
 {
@@ -74,7 +74,7 @@ void countBytes(const std::uint8_t* bytes, std::int64_t count, std::uint32_t* ta
 /// Pairs after which the trial ends.
 constexpr std::int64_t trialPairs = 32768;
 
-/// More than half of the pairs are the first of their kind, judged by every eighth second byte.
+/// More than half of the pairs are the first of their kind, judged by every eighth value of the second byte.
 bool isScattered(const std::uint32_t* table, std::int64_t pairs) noexcept
 {
     constexpr std::size_t row = 256, step = 8;

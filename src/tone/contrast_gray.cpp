@@ -125,7 +125,7 @@ ResultCode compressImage(const SxImageBuf& src, const SxImageBuf* mask, SxImageB
     });
 }
 
-/// What every other operation demands of its mask is refused here.
+/// The masks that every other operation requires are refused here.
 bool isOddMaskOf(const SxImageBuf& mask, const SxImageInfo& src) noexcept
 {
     return isPresent(mask) && !isMask(mask) && !sameSize(mask, src);

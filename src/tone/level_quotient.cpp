@@ -7,8 +7,8 @@ namespace ko {
 
 namespace {
 
-/// Whether doubles fall short of the whole quotients: 1 if of all but that of 0, 0 if of none; nothing if of
-/// some.
+/// Whether doubles fall short of the whole quotients: 1 if of all but that of 0, 0 if of none, nothing if only
+/// of some.
 ///
 /// scale is top / width rounded, so that both ways a distance becomes distance * numerator / denominator with
 /// two roundings. A quotient that is not whole lies at least 1 / denominator > 2^-17 away from the next whole

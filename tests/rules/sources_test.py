@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Every source is named by a CMakeLists.txt: one that is forgotten would neither be built nor run.
+"""Every source is named by a CMakeLists.txt, as one that is forgotten would neither be built nor run; none is too long.
 
 usage: sources_test.py <root of the source tree>
 """
@@ -10,6 +10,8 @@ import unittest
 from pathlib import Path
 
 FOLDERS = ("src", "tests", "bench", "fuzz", "examples", "tools/ko", "python")
+LONGEST = {"tests": 600, "include": 450}  # lines; public headers are mostly documentation
+LONGEST_ELSEWHERE = 350
 COMMENT = re.compile(r"#.*")
 SOURCE = re.compile(r"[^\s\"()]+\.cpp\b")
 EXAMPLE = re.compile(r"\bko_add_example\((\w+)")
@@ -42,8 +44,23 @@ def unnamed(root):
     return [path for path in files if path.resolve() not in named]
 
 
+def too_long(root):
+    """The C++ and Python sources with more lines than their folder allows, and how many they have."""
+    lengths = {}
+    for folder in sorted(path for path in root.iterdir() if path.is_dir() and path.name not in ("build", ".git")):
+        for path in sorted(folder.rglob("*")):
+            if path.suffix in (".h", ".cpp", ".py"):
+                lines = path.read_text(errors="replace").count("\n")
+                if lines > LONGEST.get(folder.name, LONGEST_ELSEWHERE):
+                    lengths[path.relative_to(root).as_posix()] = lines
+    return lengths
+
+
 class Tree(unittest.TestCase):
     root = Path()
+
+    def test_has_no_source_that_is_too_long(self):
+        self.assertEqual({}, too_long(self.root))
 
     def test_builds_every_source(self):
         self.assertEqual([], [path.relative_to(self.root).as_posix() for path in unnamed(self.root)])
@@ -66,6 +83,12 @@ class Reading(unittest.TestCase):
             self.write(name)
         self.assertEqual(["src/a/two.cpp", "tests/tool/new_test.py", "bench/a/row_bench.cpp"],
                          [path.relative_to(self.root).as_posix() for path in unnamed(self.root)])
+
+    def test_finds_what_is_too_long(self):
+        for name, lines in (("src/a/long.cpp", 351), ("src/a/fits.cpp", 350), ("tests/a_test.py", 600),
+                            ("include/ko/a.h", 451), ("build/made.cpp", 9999)):
+            self.write(name, "\n" * lines)
+        self.assertEqual({"src/a/long.cpp": 351, "include/ko/a.h": 451}, too_long(self.root))
 
     def test_knows_every_way_to_name_a_source(self):
         self.write("tests/CMakeLists.txt", 'add_x("${CMAKE_CURRENT_SOURCE_DIR}/support/s.cpp" rooms/r.cpp)\n')

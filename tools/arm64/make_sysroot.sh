@@ -5,9 +5,9 @@ set -euo pipefail
 sysroot=$1
 here=$(realpath "$(dirname "$0")")
 packages=(libc6-dev libstdc++-12-dev libgomp1 qtbase5-dev libhwy-dev libgtest-dev libgmock-dev libopencv-dev
-    libcli11-dev libopenimageio-dev libraw-dev zlib1g-dev)
+    libcli11-dev libopenimageio-dev libraw-dev librsvg2-dev zlib1g-dev)
 
-[ -e "$sysroot/complete" ] && exit
+[ "$(cat "$sysroot/complete" 2>/dev/null)" = "${packages[*]}" ] && exit
 rm -rf "$sysroot"
 mkdir -p "$(dirname "$sysroot")"
 include=$(IFS=,; echo "${packages[*]}")
@@ -22,4 +22,4 @@ find "$sysroot" -type l -lname '/*' -print0 | while IFS= read -r -d '' link; do
 done
 # Qt's build files name the moc of the tree, and moc runs here: this machine's, of the same version, takes its place.
 ln -sf /usr/lib/qt5/bin/moc "$sysroot/usr/lib/qt5/bin/moc"
-touch "$sysroot/complete"
+echo "${packages[*]}" >"$sysroot/complete"

@@ -1,4 +1,4 @@
-// Images as QImage and QImages as images, without copying. Needs QtGui (Qt5::Gui), which the libraries do not
+// Images as QImage and QImages as images, without copying. Needs QtGui, which the libraries do not
 // link; koimproc.h does not include this header.
 //
 // These formats hold the same samples in the same order, colours with red first, and have views both ways:

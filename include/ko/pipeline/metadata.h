@@ -16,7 +16,7 @@ public:
     /// Whether there is no value.
     bool isEmpty() const { return m_values.isEmpty(); }
     /// Number of values.
-    int count() const { return m_values.size(); }
+    int count() const { return static_cast<int>(m_values.size()); }
     /// Whether there is a value of that name.
     bool contains(const QString& name) const { return m_values.contains(name); }
 

@@ -9,7 +9,6 @@ from pathlib import Path
 
 HERE = Path(__file__).parent
 EXPECTED = "0 7 7 0\n"
-INTEROP = {"qimage.h": "Qt5Gui", "opencv.h": "opencv4"}  # what these headers need beside the package itself
 WARNINGS = ["-std=c++17", "-Wall", "-Wextra", "-Wpedantic", "-Werror"]
 
 
@@ -75,8 +74,9 @@ def headers(args):
     found = sorted(path.relative_to(root) for path in (root / "ko").rglob("*.h"))
     if Path("ko/koimproc.h") not in found:
         sys.exit("ko/koimproc.h is not installed")
+    interop = {"qimage.h": f"{args.qt}Gui", "opencv.h": "opencv4"}  # what these headers need beside the package itself
     for header in found:
-        foreign = include_flags(args, INTEROP[header.name]) if header.parent.name == "interop" else []
+        foreign = include_flags(args, interop[header.name]) if header.parent.name == "interop" else []
         run([args.compiler, *WARNINGS, "-fPIC", "-fsyntax-only", *flags, *foreign, "-x", "c++", "-"],
             input=f"#include <{header}>\n")
 
@@ -88,6 +88,7 @@ def main():
     parser.add_argument("--flags", type=str.split, default=[])
     parser.add_argument("--work", type=Path, required=True, help="directory for what is built")
     parser.add_argument("--prefix", type=Path, help="where the package is installed")
+    parser.add_argument("--qt", default="Qt5", help="that the package is built with")
     parser.add_argument("--source", type=Path, help="root of the source tree")
     parser.add_argument("way", choices=ways)
     args = parser.parse_args()
