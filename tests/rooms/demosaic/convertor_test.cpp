@@ -35,9 +35,7 @@ public:
 };
 
 struct Mosaic {
-    int width = 4;
-    int height = 2;
-    int channels = 1;
+    int width = 4, height = 2, channels = 1;
     ExImageDataType type = UInt8;
     int bits = 8;
     ExBayerGrid grid = BayerRGGB;
