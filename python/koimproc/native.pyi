@@ -538,6 +538,49 @@ def EntropyRenyi(src: SxImageBuf, alpha: float, base: float) -> tuple[ResultCode
 def ComputeOtsuThreshold(src: SxImageBuf) -> tuple[ResultCode, int]: ...
 def ComputeOtsuThresholdMasked(src: SxImageBuf, mask: SxImageBuf) -> tuple[ResultCode, int]: ...
 
+mostAccumulatedFrames: int
+
+@final
+class SxAccumulator:
+    """Numbers of every pixel over a series of frames, in planes over the memory of arrays; an absent plane is not wanted.
+
+    The planes are fixed when it is made. It serves one call at a time: another one meanwhile raises `RuntimeError`.
+    """
+
+    def __init__(
+        self,
+        sum: SxImageBuf = ...,
+        squares: SxImageBuf = ...,
+        minimum: SxImageBuf = ...,
+        maximum: SxImageBuf = ...,
+        above: SxImageBuf = ...,
+        counts: SxImageBuf = ...,
+        frames: int = 0,
+        level: int = 0,
+    ) -> None: ...
+    @property
+    def sum(self) -> SxImageBuf: ...
+    @property
+    def squares(self) -> SxImageBuf: ...
+    @property
+    def minimum(self) -> SxImageBuf: ...
+    @property
+    def maximum(self) -> SxImageBuf: ...
+    @property
+    def above(self) -> SxImageBuf: ...
+    @property
+    def counts(self) -> SxImageBuf: ...
+    frames: int
+    level: int
+
+def ClearAccumulator(sums: SxAccumulator) -> ResultCode: ...
+def AccumulateFrames(
+    frames: Sequence[SxImageBuf], masks: Sequence[SxImageBuf], sums: SxAccumulator
+) -> ResultCode: ...
+def MergeAccumulators(from_: SxAccumulator, into: SxAccumulator) -> ResultCode: ...
+def AccumulatedMean(sums: SxAccumulator, mean: SxImageBuf) -> ResultCode: ...
+def AccumulatedVariance(sums: SxAccumulator, ddof: int, variance: SxImageBuf) -> ResultCode: ...
+
 # ---------------------------------------------------------------- tone.h
 
 def HistogramEqualize(src: SxImageBuf, dst: SxImageBuf) -> ResultCode: ...

@@ -85,6 +85,7 @@ PYBIND11_MODULE(native, module)
     defineMasks(module);
     defineHistograms(module);
     defineStats(module);
+    defineAccumulators(module);
     defineTone(module);
     definePixel(module);
     defineConvert(module);

@@ -17,6 +17,7 @@ void defineDemosaic(py::module_& module);
 void defineMasks(py::module_& module);
 void defineHistograms(py::module_& module);
 void defineStats(py::module_& module);
+void defineAccumulators(py::module_& module);
 void defineTone(py::module_& module);
 void definePixel(py::module_& module);
 void defineConvert(py::module_& module);

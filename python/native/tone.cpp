@@ -1,4 +1,5 @@
 #include "binding.h"
+#include "image_lists.h"
 
 #include <ko/tone.h>
 
@@ -6,26 +7,6 @@
 #include <memory>
 
 namespace ko::python {
-
-/// Frames, as a sequence of images.
-template <>
-struct Argument<QVector<SxImageBuf>> {
-    using Given = const py::sequence&;
-    explicit Argument(const py::sequence& given)
-    {
-        for (const py::handle frame : given) {
-            if (!py::isinstance<ArrayImage>(frame))
-                throw py::type_error("frames: images are wanted");
-            m_memories.emplace_back(frame.cast<const ArrayImage&>());
-            m_frames.append(m_memories.back());
-        }
-    }
-    const QVector<SxImageBuf>& get() const { return m_frames; }
-
-private:
-    std::vector<Source> m_memories;
-    QVector<SxImageBuf> m_frames;
-};
 
 namespace {
 
