@@ -1,5 +1,70 @@
-"""Exact and fast operations on camera images, for NumPy."""
+"""Exact and fast operations on camera images, for NumPy.
 
+Images are arrays of shape (rows, columns) or (rows, columns, channels), or a `Frame`, which adds what the samples mean:
+their depth, and the pattern of a raw mosaic. Arrays of any row stride, also parts of larger arrays, are used in place;
+other layouts are copied once for inputs, and refused for `out`. Every export of the library stands under its own name
+in `koimproc.native`.
+"""
+
+from koimproc._average import average
+from koimproc._contrast import rescale_intensity
+from koimproc._correct import flat_field, white_balance
+from koimproc._demosaic import demosaic, develop
+from koimproc._errors import ArgumentError, SampleTypeError
+from koimproc._filters import distance, median, sobel
+from koimproc._frame import Frame
+from koimproc._io import imread
+from koimproc._levels import entropy, joint_histogram, threshold_otsu
+from koimproc._masks import disk_mask, ellipse_mask, logical_and, logical_or, logical_xor, pad
+from koimproc._raw import pack, unpack
+from koimproc._resize import resize
+from koimproc._samples import apply_mask, binarize, clip_to_depth
+from koimproc._snake import active_contour
+from koimproc._stats import Moments, histogram, minmax, moments
+from koimproc._threads import threads
+from koimproc._thresholds import greater, threshold, threshold_to_zero
+from koimproc._tone import equalize_hist, match_histograms
 from koimproc.native import __version__
 
-__all__ = ["__version__"]
+__all__ = [
+    "ArgumentError",
+    "Frame",
+    "Moments",
+    "SampleTypeError",
+    "__version__",
+    "active_contour",
+    "apply_mask",
+    "average",
+    "binarize",
+    "clip_to_depth",
+    "demosaic",
+    "develop",
+    "disk_mask",
+    "distance",
+    "ellipse_mask",
+    "entropy",
+    "equalize_hist",
+    "flat_field",
+    "greater",
+    "histogram",
+    "imread",
+    "joint_histogram",
+    "logical_and",
+    "logical_or",
+    "logical_xor",
+    "match_histograms",
+    "median",
+    "minmax",
+    "moments",
+    "pack",
+    "pad",
+    "rescale_intensity",
+    "resize",
+    "sobel",
+    "threads",
+    "threshold",
+    "threshold_otsu",
+    "threshold_to_zero",
+    "unpack",
+    "white_balance",
+]

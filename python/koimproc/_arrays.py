@@ -1,0 +1,264 @@
+"""From the arguments of a function to the records of the library, and back."""
+
+from __future__ import annotations
+
+from collections.abc import Collection
+from typing import Any, Union
+
+import numpy as np
+
+from koimproc import native
+from koimproc._errors import ArgumentError, SampleTypeError
+from koimproc._frame import DEPTHS, NO_GRID, Array, Frame, Pixels, array_of, check_shape, frame_over
+
+Image = Union[Pixels, Frame]
+Output = Union[Array, Frame]
+DType = np.dtype[Any]
+
+UINT8 = np.dtype(np.uint8)
+UINT16 = np.dtype(np.uint16)
+INT32 = np.dtype(np.int32)
+FLOAT64 = np.dtype(np.float64)
+BOOL = np.dtype(np.bool_)
+CAMERA_SAMPLES: frozenset[DType] = frozenset((UINT8, UINT16))
+ALL_SAMPLES: frozenset[DType] = frozenset(DEPTHS)
+BITS_OF_MASK: frozenset[DType] = frozenset((UINT8, BOOL))
+
+# How hard to look whether two arrays share memory, before it is taken for granted.
+_OVERLAP_WORK = 100_000
+
+
+class Source:
+    """An image that a function reads: its record, its pixels as the record has them, and what they mean.
+
+    `types` are the samples that it may have. `bits` is the depth of an array, all bits of its dtype unless given.
+    """
+
+    __slots__ = ("record", "array", "bits", "frame")
+
+    record: native.SxImageBuf
+    array: Array
+    bits: int
+    frame: Frame | None
+
+    def __init__(
+        self,
+        image: Image,
+        types: Collection[DType] = CAMERA_SAMPLES,
+        name: str = "image",
+        *,
+        mosaic: bool = False,
+        bits: int | None = None,
+    ) -> None:
+        if type(image) is np.ndarray:
+            array = image
+            self.frame = None
+        elif isinstance(image, Frame):
+            array = image._array
+            self.frame = image
+        else:
+            array = array_of(image, name)
+            self.frame = None
+        if array.dtype not in types:
+            array = _in_native_order(array, types, name)
+        if array.size == 0:
+            check_shape(array, name)
+        if self.frame is None:
+            self.bits = DEPTHS[array.dtype] if bits is None else bits
+            grid = NO_GRID
+        else:
+            self.bits = self.frame._bits
+            grid = self.frame._grid
+            if grid != NO_GRID and not mosaic:
+                raise ArgumentError(
+                    name, "a mosaic, whose neighbours differ in colour; demosaic it, or pass np.asarray(frame)"
+                )
+        try:
+            if self.frame is None and bits is None:
+                self.record = native.SxImageBuf(array)
+            else:
+                self.record = native.SxImageBuf(array, self.bits, 0, grid)
+        except ValueError:
+            check_shape(array, name)
+            array = np.array(array, order="C")
+            self.record = native.SxImageBuf(array, self.bits, 0, grid)
+        self.array = array
+
+    @property
+    def shape(self) -> tuple[int, ...]:
+        return self.array.shape
+
+    @property
+    def dtype(self) -> DType:
+        return self.array.dtype
+
+    @property
+    def bayer(self) -> str | None:
+        return None if self.frame is None else self.frame._bayer
+
+    @property
+    def top(self) -> int:
+        """The largest sample of the depth."""
+        return (1 << self.bits) - 1
+
+    @property
+    def channels(self) -> int:
+        return self.array.shape[2] if self.array.ndim == 3 else 1
+
+
+def _in_native_order(array: Array, types: Collection[DType], name: str) -> Array:
+    native_order = array.dtype.newbyteorder("=")
+    if native_order in types:
+        return array.astype(native_order)
+    wanted = ", ".join(sorted(dtype.name for dtype in types))
+    raise SampleTypeError(
+        name, f"samples of {wanted} are wanted, not {array.dtype}", native.ResultCode.ResultUnsupportedType
+    )
+
+
+def mask_of(mask: Image | None, shape: tuple[int, ...], name: str = "mask") -> Array | None:
+    """A mask as an array of uint8, of the size of the image of that shape."""
+    if mask is None:
+        return None
+    array = array_of(mask, name)
+    if array.dtype not in BITS_OF_MASK:
+        raise SampleTypeError(name, f"a mask has samples of bool or uint8, not {array.dtype}")
+    if array.shape != shape[:2]:
+        raise ArgumentError(name, f"the shape of the image, {shape[:2]}, is wanted, not {array.shape}")
+    return array.view(UINT8)
+
+
+def record_of(array: Array) -> native.SxImageBuf:
+    """The record of an input of any layout."""
+    try:
+        return native.SxImageBuf(array)
+    except ValueError:
+        return native.SxImageBuf(np.array(array, order="C"))
+
+
+class Target:
+    """An image that a function writes: made for it, or the caller's `out`."""
+
+    __slots__ = ("record", "array", "out", "bits", "bayer")
+
+    def __init__(
+        self,
+        out: Output | None,
+        shape: tuple[int, ...],
+        dtype: DType,
+        bits: int | None = None,
+        bayer: str | None = None,
+        grid: int = NO_GRID,
+        reads: tuple[Array, ...] = (),
+        in_place: bool = False,
+    ) -> None:
+        self.out = out
+        self.bits = bits
+        self.bayer = bayer
+        if out is None:
+            self.array = np.empty(shape, dtype)
+        else:
+            self.array = _checked(out, shape, dtype, bits, bayer, reads, in_place)
+        pixels = self.array if dtype is not BOOL else self.array.view(UINT8)
+        try:
+            if bits is None:
+                self.record = native.SxImageBuf(pixels)
+            else:
+                self.record = native.SxImageBuf(pixels, bits, 0, grid)
+        except ValueError:
+            check_shape(pixels, "out")
+            raise ArgumentError(
+                "out", "the samples of a row must lie one after another and the rows one behind the other: "
+                f"strides {pixels.strides} are not supported"
+            ) from None
+
+    def result(self, frame: Frame | None) -> Frame | Array:
+        """What the function returns: a frame where it was given one, otherwise an array."""
+        if frame is None:
+            return self.array
+        if isinstance(self.out, Frame):
+            return self.out
+        return frame_over(self.array, self.bits or DEPTHS[self.array.dtype], self.bayer)
+
+
+def _checked(
+    out: Output,
+    shape: tuple[int, ...],
+    dtype: DType,
+    bits: int | None,
+    bayer: str | None,
+    reads: tuple[Array, ...],
+    in_place: bool,
+) -> Array:
+    """The array of `out`, if a result can be written there."""
+    if isinstance(out, Frame):
+        if bits is not None and out._bits != bits:
+            raise ArgumentError("out", f"a frame of {bits} bits is wanted, not of {out._bits}")
+        if out._bayer != bayer:
+            raise ArgumentError("out", f"a frame with bayer={bayer!r} is wanted, not {out._bayer!r}")
+        array = out._array
+    elif isinstance(out, np.ndarray):
+        array = out
+    else:
+        raise SampleTypeError("out", f"an array or a frame is wanted, not {type(out).__name__}")
+    if array.dtype != dtype:
+        raise SampleTypeError("out", f"samples of {dtype} are wanted, not {array.dtype}")
+    if array.shape != shape:
+        raise ArgumentError("out", f"the shape {shape} is wanted, not {array.shape}")
+    if not array.flags.writeable:
+        raise ArgumentError("out", "the array is read-only")
+    for other in reads:
+        if np.may_share_memory(array, other) and _overlap(array, other, in_place):
+            raise ArgumentError("out", "shares memory with an input, which it would overwrite before it is read")
+    return array
+
+
+def _overlap(array: Array, other: Array, in_place: bool) -> bool:
+    """Whether writing one array spoils the other. In place, the very same samples may be written."""
+    if in_place and (
+        array.__array_interface__["data"][0] == other.__array_interface__["data"][0]
+        and array.shape == other.shape
+        and array.strides == other.strides
+        and array.itemsize == other.itemsize
+    ):
+        return False
+    try:
+        return np.shares_memory(array, other, max_work=_OVERLAP_WORK)
+    except np.TooHardError:
+        return True
+
+
+def like(source: Source, out: Output | None, in_place: bool = False, extra: tuple[Array, ...] = ()) -> Target:
+    """A target of the format of a source."""
+    frame = source.frame
+    if frame is None:
+        return Target(out, source.array.shape, source.array.dtype, reads=(source.array, *extra), in_place=in_place)
+    return Target(
+        out,
+        source.array.shape,
+        source.array.dtype,
+        frame._bits,
+        frame._bayer,
+        frame._grid,
+        (source.array, *extra),
+        in_place,
+    )
+
+
+def flat(array: Array) -> Array:
+    """An interleaved image as one with a column for every sample, over the same memory."""
+    if array.ndim == 2:
+        return array
+    rows, columns, channels = array.shape
+    view = array.view()
+    view.shape = (rows, columns * channels)
+    return view
+
+
+def whole(value: object, name: str, lowest: int, highest: int = 2**31 - 1) -> int:
+    """An integer argument within its limits."""
+    if isinstance(value, bool) or not isinstance(value, (int, np.integer)):
+        raise ArgumentError(name, f"a whole number is wanted, not {value!r}")
+    if not lowest <= value <= highest:
+        raise ArgumentError(name, f"{lowest}...{highest} is wanted, not {value}")
+    return int(value)

@@ -1,0 +1,195 @@
+"""A range of levels onto another one."""
+
+from __future__ import annotations
+
+from typing import Any, overload
+
+import numpy as np
+import numpy.typing as npt
+
+from koimproc import native
+from koimproc._arrays import ALL_SAMPLES, CAMERA_SAMPLES, UINT16, Image, Output, Source, Target, flat, mask_of
+from koimproc._correct import Numbers, per_colour, row_blocks
+from koimproc._errors import ArgumentError, SampleTypeError
+from koimproc._frame import DEPTHS, NO_GRID, Array, Frame, Pixels
+from koimproc._stats import minmax
+from koimproc._threads import limit, run
+
+# The largest gain that the library takes.
+_MOST = 65535.0
+
+
+@overload
+def rescale_intensity(
+    image: Frame,
+    in_range: str | tuple[Numbers, Numbers] = ...,
+    *,
+    dtype: npt.DTypeLike = ...,
+    bits: int | None = ...,
+    mask: Image | None = ...,
+    out: Output | None = ...,
+    threads: int | None = ...,
+) -> Frame: ...
+@overload
+def rescale_intensity(
+    image: Pixels,
+    in_range: str | tuple[Numbers, Numbers] = ...,
+    *,
+    dtype: npt.DTypeLike = ...,
+    bits: int | None = ...,
+    mask: Image | None = ...,
+    out: Output | None = ...,
+    threads: int | None = ...,
+) -> Array: ...
+def rescale_intensity(
+    image: Image,
+    in_range: str | tuple[Numbers, Numbers] = "image",
+    *,
+    dtype: npt.DTypeLike = None,
+    bits: int | None = None,
+    mask: Image | None = None,
+    out: Output | None = None,
+    threads: int | None = None,
+) -> Frame | Array:
+    """Spread a range of levels over all levels, or bring samples of any type to 8 or 16 bits.
+
+    A sample v becomes (v - low) * (2**bits - 1) / (high - low), rounded to the nearest whole number (halves up) and
+    limited to 0...2**bits - 1; NaN becomes 0. Of uint8 and uint16 samples the factor is taken as the nearest multiple
+    of 1/65536 and limited to 65535, and the rest is exact; others are computed in float64.
+
+    Parameters
+    ----------
+    image : array or Frame
+        Integers of 8 to 64 bits, float32 or float64, of shape (rows, columns) or (rows, columns, channels).
+    in_range : "image", "dtype" or (low, high)
+        From the least to the greatest sample of all colours; or 0...2**bits - 1 of `image`; or these levels, each a
+        number or, for uint8 and uint16, one per colour as for `white_balance`. Those of uint8 and uint16 are rounded
+        to whole levels of 0...65535.
+    dtype : uint8 or uint16, optional
+        Of the result. That of `image` unless given, so given for all images but uint8 and uint16.
+    bits : int, optional
+        Depth of the result: that of `image` if it has the same dtype, otherwise all bits of `dtype`.
+    mask : array, optional
+        bool or uint8, of shape (rows, columns). With "image" the range comes from the pixels where it is not zero.
+    out : array or Frame, optional
+        Where the result goes: of `dtype` and the shape of `image`. May be `image` itself where it is of that dtype.
+    threads : int, optional
+        How many threads may work, see `threads`.
+
+    Returns
+    -------
+    Frame or ndarray
+        A frame if `image` is one, otherwise an array; over `out` if given.
+
+    Raises
+    ------
+    ArgumentError
+        For other shapes or ranges, a mask of another size or of nothing, and an `out` that cannot be written.
+    SampleTypeError
+        For what is no array, and for another dtype of the result.
+
+    Examples
+    --------
+    >>> import numpy as np
+    >>> import koimproc as ko
+    >>> f = ko.Frame(np.array([[100, 600, 1100]], np.uint16), bits=12)
+    >>> np.asarray(ko.rescale_intensity(f))
+    array([[   0, 2048, 4095]], dtype=uint16)
+    >>> np.asarray(ko.rescale_intensity(f, "dtype", dtype=np.uint8))
+    array([[ 6, 37, 68]], dtype=uint8)
+    >>> ko.rescale_intensity(np.array([[-1.0, 0.0, 1.0]]), dtype=np.uint8)
+    array([[  0, 128, 255]], dtype=uint8)
+    """
+    source = Source(image, ALL_SAMPLES, mosaic=True)
+    wanted = source.dtype if dtype is None else np.dtype(dtype)
+    if wanted not in CAMERA_SAMPLES:
+        raise SampleTypeError("dtype", f"uint8 or uint16 is wanted for the result, not {wanted}")
+    if bits is None:
+        bits = source.bits if wanted == source.dtype else DEPTHS[wanted]
+    elif isinstance(bits, bool) or not isinstance(bits, int) or not 1 <= bits <= DEPTHS[wanted]:
+        raise ArgumentError("bits", f"{wanted} samples have 1...{DEPTHS[wanted]} bits, not {bits!r}")
+    selected = mask_of(mask, source.shape)
+    with limit(threads):
+        lows, highs = _range_of(source, in_range, selected)
+        if source.dtype in CAMERA_SAMPLES and source.channels not in (1, 3, 4) and len(set(lows + highs)) > 2:
+            raise ArgumentError("in_range", "one range per channel needs 1, 3 or 4 channels")
+        target = Target(
+            out,
+            source.shape,
+            wanted,
+            None if source.frame is None else bits,
+            source.bayer,
+            NO_GRID if source.frame is None else source.frame._grid,
+            reads=(source.array,),
+            in_place=wanted == source.dtype,
+        )
+        if source.array.size == 0:
+            return target.result(source.frame)
+        if source.dtype in CAMERA_SAMPLES:
+            _rescale_levels(source, target.array, lows, highs, bits)
+        else:
+            _rescale_numbers(source.array, target.array, lows[0], highs[0], bits)
+    return target.result(source.frame)
+
+
+def _range_of(source: Source, in_range: object, mask: Array | None) -> tuple[list[float], list[float]]:
+    """Least and greatest level of every colour."""
+    if isinstance(in_range, str):
+        if in_range == "image":
+            if source.array.size == 0:
+                return [0.0], [1.0]
+            pixels: Any = source.array if source.frame is None else source.frame
+            low, high = minmax(pixels, mask)
+            return per_colour(float(np.min(low)), source, "in_range"), per_colour(float(np.max(high)), source, "in_range")
+        if in_range == "dtype" and source.dtype.kind == "u":
+            return per_colour(0.0, source, "in_range"), per_colour(float(source.top), source, "in_range")
+        raise ArgumentError("in_range", f'"image", "dtype" (of unsigned integers) or (low, high) is wanted, not {in_range!r}')
+    if not isinstance(in_range, (tuple, list, np.ndarray)) or len(in_range) != 2:
+        raise ArgumentError("in_range", f"(low, high) is wanted, not {in_range!r}")
+    lows = per_colour(in_range[0], source, "in_range")
+    highs = per_colour(in_range[1], source, "in_range")
+    if source.dtype in CAMERA_SAMPLES:
+        lows, highs = [[float(round(level)) for level in levels] for levels in (lows, highs)]
+        if min(lows) < 0 or max(highs) > 65535:
+            raise ArgumentError("in_range", f"levels of 0...65535 are wanted, not {in_range!r}")
+    elif len(set(lows)) > 1 or len(set(highs)) > 1:
+        raise ArgumentError("in_range", f"one range for all channels is wanted for {source.dtype}")
+    if any(high < low for low, high in zip(lows, highs)):
+        raise ArgumentError("in_range", f"low is above high in {in_range!r}")
+    return lows, highs
+
+
+def _rescale_levels(source: Source, out: Array, lows: list[float], highs: list[float], bits: int) -> None:
+    """Unsigned samples of one or two bytes, by the library."""
+    top = (1 << bits) - 1
+    gains = [min(top / (high - low), _MOST) if high > low else _MOST for low, high in zip(lows, highs)]
+    black = [int(low) for low in lows]
+    grid = NO_GRID if source.frame is None else source.frame._grid
+    array = source.array
+    if source.channels not in (1, 3, 4):
+        array, out = flat(array), flat(out)
+        gains, black = gains[:1], black[:1]
+    if array.dtype == out.dtype:
+        records = native.SxImageBuf(array, source.bits, 0, grid), native.SxImageBuf(out, bits, 0, grid)
+        run(None, native.WhiteBalance, *records, gains, black)
+        return
+    for rows_ in row_blocks(array):
+        scratch = np.empty(array[rows_].shape, UINT16)
+        result = native.SxImageBuf(scratch, bits, 0, grid)
+        if array.dtype == UINT16:
+            run(None, native.WhiteBalance, native.SxImageBuf(array[rows_], 16, 0, grid), result, gains, black)
+        else:
+            scratch[...] = array[rows_]
+            run(None, native.WhiteBalance, result, result, gains, black)
+        np.copyto(out[rows_], scratch, casting="unsafe")
+
+
+def _rescale_numbers(array: Array, out: Array, low: float, high: float, bits: int) -> None:
+    """Samples of all other types, in float64."""
+    top = (1 << bits) - 1
+    factor = top / (high - low) if high > low else 0.0
+    for rows in row_blocks(array):
+        scaled = (array[rows].astype(np.float64) - low) * factor
+        np.floor(scaled + 0.5, out=scaled)
+        np.nan_to_num(np.clip(scaled, 0, top, out=scaled), copy=False, nan=0.0)
+        np.copyto(out[rows], scaled, casting="unsafe")

@@ -1,0 +1,265 @@
+"""White balance and flat fields."""
+
+from __future__ import annotations
+
+import math
+from collections.abc import Iterable, Sequence
+from typing import Any, Union, overload
+
+import numpy as np
+import numpy.typing as npt
+
+from koimproc import native
+from koimproc._arrays import Image, Output, Source, like
+from koimproc._errors import ArgumentError
+from koimproc._frame import Array, Frame, Pixels, frame_over
+from koimproc._stats import POSITIONS, moments
+from koimproc._threads import limit, run
+
+Numbers = Union[float, Sequence[float], npt.NDArray[Any]]
+
+# Samples that are corrected at a time where scratch memory is needed.
+_BLOCK = 1 << 18
+
+
+def row_blocks(array: Array) -> Iterable[slice]:
+    """Slices of an even number of rows, in turn, that are a small part of a large array."""
+    rows = max(2, _BLOCK // max(1, array[:1].size) // 2 * 2)
+    return (slice(top, top + rows) for top in range(0, array.shape[0], rows))
+
+
+def per_colour(values: Numbers, source: Source, name: str) -> list[float]:
+    """One number per channel or position, from one for all, one per channel, or red, green and blue of a mosaic."""
+    colours = 4 if source.bayer else source.channels
+    if type(values) in (int, float) and math.isfinite(values):  # type: ignore[arg-type]
+        return [float(values)] * colours  # type: ignore[arg-type]
+    given = np.asarray(values)
+    if given.dtype.kind not in "iuf":
+        raise ArgumentError(name, f"numbers are wanted, not {values!r}")
+    given = given.astype(np.float64)
+    if given.ndim == 0:
+        numbers = [float(given)] * colours
+    elif source.bayer and given.shape == (3,):
+        numbers = [float(given["RGB".index(colour)]) for colour in source.bayer]
+    elif given.shape == (colours,):
+        numbers = given.tolist()
+    else:
+        wanted = "3 (red, green, blue) or 4" if source.bayer else str(colours)
+        raise ArgumentError(name, f"one number or {wanted} are wanted, not the shape {given.shape}")
+    if not np.all(np.isfinite(numbers)):
+        raise ArgumentError(name, f"finite numbers are wanted, not {values!r}")
+    return numbers
+
+
+def _check_channels(source: Source) -> None:
+    if source.channels not in (1, 3, 4):
+        raise ArgumentError("image", f"1, 3 or 4 channels are wanted, not {source.channels}")
+
+
+def black_levels(black: Numbers, source: Source) -> list[int]:
+    levels = [int(round(level)) for level in per_colour(black, source, "black")]
+    if not all(0 <= level <= 65535 for level in levels):
+        raise ArgumentError("black", f"levels of 0...65535 are wanted, not {black!r}")
+    return levels
+
+
+@overload
+def white_balance(
+    image: Frame, gains: Numbers, *, black: Numbers = ..., out: Output | None = ..., threads: int | None = ...
+) -> Frame: ...
+@overload
+def white_balance(
+    image: Pixels, gains: Numbers, *, black: Numbers = ..., out: Output | None = ..., threads: int | None = ...
+) -> Array: ...
+def white_balance(
+    image: Image,
+    gains: Numbers,
+    *,
+    black: Numbers = 0,
+    out: Output | None = None,
+    threads: int | None = None,
+) -> Frame | Array:
+    """Subtract black levels and multiply by gains, one of each per colour.
+
+    A sample v becomes (v - black) * gain, not below 0, rounded to the nearest whole number (halves up) and limited to
+    2**bits - 1. The gain is taken as the nearest multiple of 1/65536; the rest is exact.
+
+    Parameters
+    ----------
+    image : array or Frame
+        uint8 or uint16, of shape (rows, columns) or (rows, columns, channels) with 1, 3 or 4 channels.
+    gains : float or sequence of float
+        0...65535: one for all, or one per channel. For a mosaic red, green, blue, or one per position of its cell.
+    black : float or sequence of float
+        Levels of 0...65535, likewise; rounded to whole levels.
+    out : array or Frame, optional
+        Where the result goes: of the same dtype and shape. May be `image` itself.
+    threads : int, optional
+        How many threads may work, see `threads`.
+
+    Returns
+    -------
+    Frame or ndarray
+        A frame if `image` is one, otherwise an array; over `out` if given.
+
+    Raises
+    ------
+    ArgumentError
+        For other shapes, gains or levels, and an `out` that cannot be written.
+    SampleTypeError
+        For what is no array, and for another dtype.
+
+    Examples
+    --------
+    >>> import numpy as np
+    >>> import koimproc as ko
+    >>> f = ko.Frame(np.full((2, 2), 100, np.uint16), bits=12, bayer="RGGB")
+    >>> np.asarray(ko.white_balance(f, (2, 1, 1.5), black=64))
+    array([[72, 36],
+           [36, 54]], dtype=uint16)
+    """
+    source = Source(image, mosaic=True)
+    _check_channels(source)
+    factors = per_colour(gains, source, "gains")
+    levels = black_levels(black, source)
+    target = like(source, out, in_place=True)
+    run(threads, native.WhiteBalance, source.record, target.record, factors, levels)
+    return target.result(source.frame)
+
+
+def _flat_gains(flat: Array, bits: int, bayer: str | None, channels: int) -> list[float]:
+    """The mean of each colour of a flat field."""
+    mean = moments(frame_over(flat, bits, bayer)).mean
+    return [float(mean)] if np.ndim(mean) == 0 else [float(value) for value in mean]
+
+
+def _divide(
+    samples: Array, flat: Array, out: Array, bits: int, gains: list[float]
+) -> None:
+    pixels = native.SxImageBuf(samples, bits)
+    run(
+        None,
+        native.CorrectBackground,
+        pixels,
+        native.SxImageBuf(flat, bits),
+        native.SxImageBuf(out, bits),
+        0.0,
+        0.0,
+        gains[:3],
+    )
+
+
+def _subtracted(samples: Array, dark: Array | None) -> Array:
+    """Samples less the dark frame, not below 0."""
+    if dark is None:
+        return np.ascontiguousarray(samples)
+    result = np.maximum(samples, dark)
+    result -= dark
+    return result
+
+
+@overload
+def flat_field(
+    image: Frame,
+    flat: Image,
+    dark: Image | None = ...,
+    *,
+    out: Output | None = ...,
+    threads: int | None = ...,
+) -> Frame: ...
+@overload
+def flat_field(
+    image: Pixels,
+    flat: Image,
+    dark: Image | None = ...,
+    *,
+    out: Output | None = ...,
+    threads: int | None = ...,
+) -> Array: ...
+def flat_field(
+    image: Image,
+    flat: Image,
+    dark: Image | None = None,
+    *,
+    out: Output | None = None,
+    threads: int | None = None,
+) -> Frame | Array:
+    """Divide out what a lens and a sensor do to an evenly lit field.
+
+    A sample becomes (image - dark) / (flat - dark) * mean, truncated and limited to 2**bits - 1, where mean is the
+    mean of flat - dark of its colour: brightness and white balance stay. Differences below 0 count as 0, and where
+    flat - dark is 0 the result is 0. The fourth of four channels is taken for transparency and copied.
+
+    Parameters
+    ----------
+    image : array or Frame
+        uint8 or uint16, of shape (rows, columns) or (rows, columns, channels) with 1, 3 or 4 channels.
+    flat : array or Frame
+        Picture of an evenly lit field, of the dtype and shape of `image`. An array has the depth of `image`.
+    dark : array or Frame, optional
+        Picture in the dark, likewise.
+    out : array or Frame, optional
+        Where the result goes: of the same dtype and shape. May be `image` itself.
+    threads : int, optional
+        How many threads may work, see `threads`.
+
+    Returns
+    -------
+    Frame or ndarray
+        A frame if `image` is one, otherwise an array; over `out` if given.
+
+    Raises
+    ------
+    ArgumentError
+        For other or different shapes or depths, and an `out` that cannot be written.
+    SampleTypeError
+        For what is no array, and for other or different dtypes.
+
+    Examples
+    --------
+    >>> import numpy as np
+    >>> import koimproc as ko
+    >>> flat = np.array([[100, 200, 300]], np.uint16)
+    >>> ko.flat_field(flat * 2, flat)
+    array([[400, 400, 400]], dtype=uint16)
+    """
+    source = Source(image, mosaic=True)
+    _check_channels(source)
+    field = _companion(flat, source, "flat")
+    night = None if dark is None else _companion(dark, source, "dark")
+    others = (field,) if night is None else (field, night)
+    target = like(source, out, in_place=True, extra=others)
+    if source.array.size == 0:
+        return target.result(source.frame)
+    bright = field if night is None else _subtracted(field, night)
+    gains = _flat_gains(bright, source.bits, source.bayer, source.channels)
+    with limit(threads):
+        if source.channels == 4 and target.array is not source.array:
+            target.array[..., 3] = source.array[..., 3]
+        if source.bayer is None and night is None:
+            _divide(source.array, bright, target.array, source.bits, gains)
+        elif source.bayer is None:
+            for rows in row_blocks(source.array):
+                samples = _subtracted(source.array[rows], None if night is None else night[rows])
+                _divide(samples, bright[rows], target.array[rows], source.bits, gains)
+        else:
+            for rows in row_blocks(source.array):
+                samples = _subtracted(source.array[rows], None if night is None else night[rows])
+                for gain, (row, column) in zip(gains, POSITIONS):
+                    part = np.ascontiguousarray(samples[row::2, column::2])
+                    even = np.ascontiguousarray(bright[rows][row::2, column::2])
+                    _divide(part, even, part, source.bits, [gain])
+                    target.array[rows][row::2, column::2] = part
+    return target.result(source.frame)
+
+
+def _companion(image: Image, source: Source, name: str) -> Array:
+    """Pixels that go with an image: of its type, shape and, if a frame says so, depth and pattern."""
+    other = Source(image, (source.dtype,), name, mosaic=True, bits=source.bits)
+    if other.shape != source.shape:
+        raise ArgumentError(name, f"the shape of the image, {source.shape}, is wanted, not {other.shape}")
+    if other.frame is not None and (other.bits, other.bayer) != (source.bits, source.bayer):
+        raise ArgumentError(
+            name, f"a frame with bits={source.bits}, bayer={source.bayer!r} is wanted, not {other.frame!r}"
+        )
+    return other.array

@@ -1,0 +1,176 @@
+"""Equalisation and matching of histograms."""
+
+from __future__ import annotations
+
+from typing import Any, overload
+
+import numpy as np
+import numpy.typing as npt
+
+from koimproc import native
+from koimproc._arrays import Image, Output, Source, flat, like, mask_of
+from koimproc._errors import ArgumentError
+from koimproc._frame import Array, Frame, Pixels
+from koimproc._stats import counts_of
+from koimproc._threads import limit, run
+
+# Samples that are looked up at a time, so that the indices stay in the cache.
+_BLOCK = 1 << 15
+
+
+def look_up(table: Array, samples: Array, out: Array) -> None:
+    """out = table[samples], in blocks of rows; samples beyond the table become its last entry."""
+    per_row = max(1, samples[:1].size)
+    rows = max(1, _BLOCK // per_row)
+    for top in range(0, samples.shape[0], rows):
+        indices = samples[top : top + rows].astype(np.intp)
+        out[top : top + rows] = table.take(indices, mode="clip")
+
+
+@overload
+def equalize_hist(
+    image: Frame, mask: Image | None = ..., *, out: Output | None = ..., threads: int | None = ...
+) -> Frame: ...
+@overload
+def equalize_hist(
+    image: Pixels, mask: Image | None = ..., *, out: Output | None = ..., threads: int | None = ...
+) -> Array: ...
+def equalize_hist(
+    image: Image, mask: Image | None = None, *, out: Output | None = None, threads: int | None = None
+) -> Frame | Array:
+    """Spread the levels of an image evenly.
+
+    Every sample becomes 2**bits - 1 times the share of samples at or below it, truncated. All colours follow one
+    curve, that of all their samples together, so that greys stay grey. The fourth of four channels is taken for
+    transparency and copied.
+
+    Parameters
+    ----------
+    image : array or Frame
+        uint8 or uint16, of shape (rows, columns) or (rows, columns, channels); no mosaic.
+    mask : array, optional
+        bool or uint8, of shape (rows, columns). The curve comes from the pixels where it is not zero, and is applied
+        to all.
+    out : array or Frame, optional
+        Where the result goes: of the same dtype and shape. May be `image` itself.
+    threads : int, optional
+        How many threads may work, see `threads`.
+
+    Returns
+    -------
+    Frame or ndarray
+        A frame if `image` is one, otherwise an array; over `out` if given.
+
+    Raises
+    ------
+    ArgumentError
+        For other shapes, a mask of another size or of nothing, a mosaic, an `out` that cannot be written.
+    SampleTypeError
+        For what is no array, and for another dtype.
+
+    Examples
+    --------
+    >>> import numpy as np
+    >>> import koimproc as ko
+    >>> a = np.array([[100, 101], [102, 103]], np.uint8)
+    >>> ko.equalize_hist(a)
+    array([[ 63, 127],
+           [191, 255]], dtype=uint8)
+    """
+    source = Source(image)
+    selected = mask_of(mask, source.shape)
+    target = like(source, out, in_place=True, extra=() if selected is None else (selected,))
+    if source.array.size == 0:
+        return target.result(source.frame)
+    if selected is None and source.channels != 4:
+        pixels, result = native.SxImageBuf(flat(source.array), source.bits), target.record
+        if source.channels > 1:
+            result = native.SxImageBuf(flat(target.array), source.bits)
+        run(threads, native.HistogramEqualize, pixels, result)
+        return target.result(source.frame)
+    colours = slice(None, 3 if source.channels == 4 else None)
+    counts = counts_of(source, selected, strict=False)[colours].sum(axis=0)
+    number = int(counts.sum())
+    if number == 0:
+        raise ArgumentError("mask" if mask is not None else "image", "no sample counts")
+    part = np.cumsum(counts / number)
+    table = np.minimum(source.top * part, source.top).astype(source.dtype)
+    if source.channels == 4:
+        look_up(table, source.array[..., colours], target.array[..., colours])
+        target.array[..., 3] = source.array[..., 3]
+    else:
+        look_up(table, source.array, target.array)
+    return target.result(source.frame)
+
+
+@overload
+def match_histograms(
+    image: Frame, reference: Image, *, out: Output | None = ..., threads: int | None = ...
+) -> Frame: ...
+@overload
+def match_histograms(
+    image: Pixels, reference: Image, *, out: Output | None = ..., threads: int | None = ...
+) -> Array: ...
+def match_histograms(
+    image: Image, reference: Image, *, out: Output | None = None, threads: int | None = None
+) -> Frame | Array:
+    """Give an image the distribution of levels of another one, channel by channel.
+
+    A sample becomes the first level at which the share of the reference's samples at or below it is not less than the
+    same share for the sample in the image. The fourth of four channels is taken for transparency and copied.
+
+    Parameters
+    ----------
+    image : array or Frame
+        uint8 or uint16, of shape (rows, columns) or (rows, columns, channels) with 1, 3 or 4 channels; no mosaic.
+    reference : array or Frame
+        Of the same dtype and number of channels; of any size, with at least one pixel. A frame has the same depth, an
+        array is taken to have it.
+    out : array or Frame, optional
+        Where the result goes: of the dtype and shape of `image`. May be `image` itself.
+    threads : int, optional
+        How many threads may work, see `threads`.
+
+    Returns
+    -------
+    Frame or ndarray
+        A frame if `image` is one, otherwise an array; over `out` if given.
+
+    Raises
+    ------
+    ArgumentError
+        For other shapes or depths, a mosaic, an empty reference, an `out` that cannot be written.
+    SampleTypeError
+        For what is no array, and for other or different dtypes.
+
+    Examples
+    --------
+    >>> import numpy as np
+    >>> import koimproc as ko
+    >>> a = np.array([[1, 2, 3, 4]], np.uint8)
+    >>> ko.match_histograms(a, a * 20)
+    array([[20, 40, 60, 80]], dtype=uint8)
+    """
+    source = Source(image)
+    wanted = Source(reference, (source.dtype,), "reference", bits=source.bits)
+    if source.channels not in (1, 3, 4):
+        raise ArgumentError("image", f"1, 3 or 4 channels are wanted, not {source.channels}")
+    if wanted.channels != source.channels:
+        raise ArgumentError("reference", f"{source.channels} channels are wanted, not {wanted.channels}")
+    if wanted.bits != source.bits:
+        raise ArgumentError("reference", f"a depth of {source.bits} bits is wanted, not {wanted.bits}")
+    if wanted.array.size == 0:
+        raise ArgumentError("reference", "has no pixels")
+    target = like(source, out, in_place=True, extra=(wanted.array,))
+    if source.array.size == 0:
+        return target.result(source.frame)
+    counts = counts_of(wanted, None, "reference").astype(np.uint32)
+    limits: npt.NDArray[Any] = np.array([np.flatnonzero(row)[-1] for row in counts], source.dtype)
+    if source.channels == 4 and target.array is not source.array:
+        target.array[..., 3] = source.array[..., 3]
+    with limit(threads):
+        run(None, native.HistogramMatch, source.record, native.CxImageHistogram(counts), target.record)
+    # Shares that differ by rounding alone find no level, and give the greatest value of the dtype.
+    colours = target.array[..., :3] if source.channels == 4 else target.array
+    np.minimum(colours, limits[:3] if source.channels == 4 else limits, out=colours)
+    return target.result(source.frame)

@@ -1,0 +1,100 @@
+"""Frames."""
+import copy
+import pickle
+
+import numpy as np
+import pytest
+from hypothesis import given
+from hypothesis import strategies as st
+from support import pictures, random_picture
+
+import koimproc as ko
+
+BAYERS = ("RGGB", "BGGR", "GBRG", "GRBG")
+
+
+def colour_at(bayer, row, column):
+    return bayer[2 * (row % 2) + column % 2]
+
+
+def test_a_frame_says_what_its_samples_mean():
+    a = random_picture((4, 6), np.uint16, 12)
+    f = ko.Frame(a, bits=12, bayer="RGGB")
+    assert (f.bits, f.bayer, f.shape, f.dtype) == (12, "RGGB", (4, 6), np.uint16)
+    assert (ko.Frame(a).bits, ko.Frame(a).bayer, ko.Frame(a.astype(float)).bits) == (16, None, 64)
+    again = ko.Frame(f)
+    assert (again.bits, again.bayer) == (12, "RGGB")
+    assert ko.Frame(f, bayer="GRBG").bayer == "GRBG"
+
+
+@given(pictures(channels=(1,), smallest=1), st.sampled_from(BAYERS), st.data())
+def test_a_part_of_a_mosaic_keeps_its_colours(a, bayer, data):
+    top, left = (data.draw(st.integers(-n, n - 1)) for n in a.shape)
+    part = ko.Frame(a, bayer=bayer)[top:, left:]
+    row, column = top % a.shape[0], left % a.shape[1]
+    assert np.array_equal(part, a[row:, column:])
+    for y in range(2):
+        for x in range(2):
+            assert colour_at(part.bayer, y, x) == colour_at(bayer, row + y, column + x)
+
+
+@pytest.mark.parametrize("part", [0, slice(2), (0, 1), (slice(None, None, 2), slice(None)), (slice(3),) * 3, ...])
+def test_other_parts_are_refused(part):
+    with pytest.raises(ko.ArgumentError):
+        ko.Frame(np.zeros((4, 4), np.uint8))[part]
+
+
+@pytest.mark.parametrize("protocol", range(pickle.HIGHEST_PROTOCOL + 1))
+def test_frames_pickle_and_copy(protocol):
+    f = ko.Frame(random_picture((4, 6), np.uint16, 12), bits=12, bayer="GBRG")
+    for other in (pickle.loads(pickle.dumps(f, protocol)), copy.deepcopy(f)):
+        assert (other.bits, other.bayer) == (12, "GBRG") and np.array_equal(other, f)
+        assert not np.shares_memory(np.asarray(other), np.asarray(f))
+
+
+@pytest.mark.parametrize("bits", [0, -1, 17, 1.5, "12", True, 2**40])
+def test_bits_that_the_type_does_not_have(bits):
+    with pytest.raises(ko.ArgumentError) as caught:
+        ko.Frame(np.zeros((2, 2), np.uint16), bits=bits)
+    assert caught.value.argument == "bits"
+
+
+@pytest.mark.parametrize("bayer, a", [("RGBG", np.zeros((2, 2), np.uint8)), ("rggb", np.zeros((2, 2), np.uint8)),
+                                      (1, np.zeros((2, 2), np.uint8)), ("RGGB", np.zeros((2, 2, 3), np.uint8))])
+def test_mosaics_that_are_none(bayer, a):
+    with pytest.raises(ko.ArgumentError) as caught:
+        ko.Frame(a, bayer=bayer)
+    assert caught.value.argument == "bayer"
+
+
+def test_arrays_that_no_frame_has():
+    for a in (np.zeros(3, np.uint8), np.zeros((2, 2, 2, 2), np.uint8), np.zeros((2, 2, 0), np.uint8)):
+        with pytest.raises(ko.ArgumentError) as caught:
+            ko.Frame(a)
+        assert caught.value.argument == "array"
+    for a in ([[1]], np.zeros((2, 2), complex), np.zeros((2, 2), object), np.zeros((2, 2), np.float16), None, 5, "ab"):
+        with pytest.raises(ko.SampleTypeError) as caught:
+            ko.Frame(a)
+        assert caught.value.argument == "array"
+    with pytest.raises(ko.SampleTypeError):
+        ko.Frame(np.zeros((2, 2), np.float32), bayer="RGGB")
+    with pytest.raises(ko.ArgumentError):
+        ko.Frame(np.zeros((2, 2), np.float32), bits=12)
+
+
+def test_arrays_and_frames_give_what_they_are_given():
+    a = random_picture((9, 9), np.uint16, 12)
+    assert type(ko.median(a)) is np.ndarray
+    result = ko.median(ko.Frame(a, 12))
+    assert type(result) is ko.Frame and result.bits == 12
+    assert np.array_equal(result, ko.median(a))
+    assert np.array_equal(np.asarray(result, float), ko.median(a).astype(float))
+
+
+def test_neighbours_of_a_mosaic_are_refused():
+    f = ko.Frame(np.zeros((8, 8), np.uint8), bayer="RGGB")
+    for function, arguments in ((ko.median, ()), (ko.sobel, ()), (ko.resize, ((4, 4),)), (ko.equalize_hist, ()),
+                                (ko.pad, (1,)), (ko.active_contour, ([[1, 1]],))):
+        with pytest.raises(ko.ArgumentError, match="mosaic") as caught:
+            function(f, *arguments)
+        assert caught.value.argument == "image"

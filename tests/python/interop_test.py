@@ -1,0 +1,85 @@
+"""Pixels of other libraries, wherever NumPy sees their memory."""
+import numpy as np
+import PIL.Image
+import pytest
+from support import random_picture
+
+import koimproc as ko
+
+A = random_picture((30, 40))
+
+
+class Shown:
+    """Has nothing but the array interface."""
+
+    def __init__(self, array):
+        self.array = array
+        self.__array_interface__ = array.__array_interface__
+
+
+class Handed:
+    """Has nothing but DLPack."""
+
+    def __init__(self, array):
+        self.array = array
+
+    def __dlpack__(self, **arguments):
+        return self.array.__dlpack__(**arguments)
+
+    def __dlpack_device__(self):
+        return self.array.__dlpack_device__()
+
+
+class Made:
+    """Has nothing but a method that makes an array."""
+
+    def __array__(self, dtype=None, copy=None):
+        return A
+
+
+@pytest.mark.parametrize("pixels", [Shown(A), Handed(A.copy()), Made(), memoryview(A), memoryview(A.tobytes()).cast("B", A.shape),
+                                    np.asmatrix(A), A.view(np.recarray)], ids=lambda v: type(v).__name__)
+def test_objects_with_memory(pixels):
+    assert np.array_equal(ko.median(pixels), ko.median(A))
+    assert np.array_equal(ko.histogram(pixels, mask=Shown(A > 9)), ko.histogram(A, A > 9))
+    assert np.array_equal(ko.Frame(pixels), A)
+
+
+def test_memory_is_seen_and_not_copied():
+    for pixels in (Shown(A), memoryview(A)):
+        assert np.shares_memory(np.asarray(ko.Frame(pixels)), A)
+    handed = A.copy()
+    assert np.shares_memory(np.asarray(ko.Frame(Handed(handed))), handed)
+
+
+def test_pictures_of_pillow():
+    colour = random_picture((20, 30, 3))
+    assert np.array_equal(ko.median(PIL.Image.fromarray(colour)), ko.median(colour))
+    assert np.array_equal(ko.minmax(PIL.Image.fromarray(A)), ko.minmax(A))
+    assert np.array_equal(np.asarray(PIL.Image.fromarray(np.asarray(ko.Frame(A)))), A)
+
+
+def test_bytes_of_a_qimage_are_seen_by_their_stride():
+    # A QImage pads its rows to whole words; its bytes come as a buffer.
+    stride = 44
+    memory = bytearray(30 * stride)
+    seen = np.frombuffer(memory, np.uint8).reshape(30, stride)[:, :40]
+    seen[...] = A
+    assert np.array_equal(ko.median(seen), ko.median(A))
+    ko.median(A, out=seen)
+    assert np.array_equal(np.frombuffer(memory, np.uint8).reshape(30, stride)[:, :40], ko.median(A))
+
+
+def test_frames_go_where_arrays_go():
+    f = ko.Frame(A)
+    assert np.array_equal(np.add(f, 1), A + 1)
+    assert np.median(f) == np.median(A)
+    assert np.concatenate([f, f]).shape == (60, 40)
+
+
+def test_closed_memory():
+    view = memoryview(bytearray(A.tobytes())).cast("B", A.shape)
+    view.release()
+    with pytest.raises(ko.ArgumentError) as caught:
+        ko.median(view)
+    assert caught.value.argument == "image"

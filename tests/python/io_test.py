@@ -1,0 +1,62 @@
+"""Files."""
+import importlib
+import shutil
+
+import numpy as np
+import OpenImageIO as oiio
+import pytest
+from support import random_picture
+
+import koimproc as ko
+
+
+@pytest.mark.parametrize("shape, dtype, name", [((5, 7), np.uint8, "a.png"), ((5, 7, 3), np.uint8, "a.png"),
+                                                ((5, 7, 4), np.uint16, "a.png"), ((5, 7), np.uint16, "a.tif"),
+                                                ((5, 7), np.float32, "a.tif")])
+def test_pictures_are_read_as_they_are(tmp_path, shape, dtype, name):
+    a = random_picture(shape, np.uint16).astype(dtype)
+    output = oiio.ImageOutput.create(str(tmp_path / name))
+    spec = oiio.ImageSpec(shape[1], shape[0], a[..., None].shape[2], np.dtype(dtype).name.removesuffix("32"))
+    spec.attribute("oiio:UnassociatedAlpha", 1)
+    output.open(str(tmp_path / name), spec)
+    output.write_image(a.reshape(*shape[:2], -1))
+    output.close()
+    f = ko.imread(tmp_path / name)
+    assert f.dtype == dtype and f.bits == 8 * a.itemsize and f.bayer is None
+    assert np.array_equal(f, a)
+
+
+def test_a_description_says_depth_and_pattern(tmp_path):
+    a = random_picture((6, 8), np.uint16, 12)
+    name = str(tmp_path / "mosaic.tif")
+    spec = oiio.ImageSpec(8, 6, 1, oiio.UINT16)
+    spec.attribute("ImageDescription", "koimproc bits=12 grid=GRBG")
+    output = oiio.ImageOutput.create(name)
+    output.open(name, spec)
+    output.write_image((a << 4)[..., None])
+    output.close()
+    f = ko.imread(name)
+    assert (f.bits, f.bayer) == (12, "GRBG") and np.array_equal(f, a)
+
+
+def test_files_that_cannot_be_read(tmp_path):
+    with pytest.raises(OSError):
+        ko.imread(tmp_path / "missing.png")
+    (tmp_path / "broken.png").write_bytes(b"no picture")
+    with pytest.raises(OSError):
+        ko.imread(tmp_path / "broken.png")
+
+
+def test_without_openimageio_the_package_is_named(monkeypatch):
+    def refused(name):
+        raise ImportError(name)
+    monkeypatch.setattr(importlib, "import_module", refused)
+    with pytest.raises(ImportError, match="python3-openimageio"):
+        ko.imread("a.png")
+
+
+def test_a_raw_file_without_the_tool_names_the_tool(monkeypatch):
+    import koimproc._io
+    monkeypatch.setattr(shutil, "which", lambda name: None)
+    with pytest.raises(OSError, match="koimproc-tools"):
+        koimproc._io._read_raw("a.dng")

@@ -1,0 +1,213 @@
+"""Memory: results in `out`, inputs untouched, no copy where none is needed, nothing written on failure."""
+import tracemalloc
+
+import numpy as np
+import pytest
+from support import COPIED, IN_PLACE, LAYOUTS, laid_out, random_picture
+
+import koimproc as ko
+
+SHAPE = (64, 48)
+GREY = random_picture(SHAPE, np.uint16, 12)
+COLOUR = random_picture((*SHAPE, 3), np.uint16, 12, seed=2)
+OTHER = random_picture(SHAPE, np.uint16, 12, seed=3)
+MASK = random_picture(SHAPE, seed=4) > 99
+
+# Functions that write an image: what they are called with, and whether `out` may be the input itself.
+WRITERS = {
+    "median": (ko.median, GREY, (2,), {}, False),
+    "median of colours": (ko.median, COLOUR, (2,), {}, False),
+    "sobel": (ko.sobel, GREY, (), {}, False),
+    "equalize_hist": (ko.equalize_hist, GREY, (), {}, True),
+    "equalize_hist of colours": (ko.equalize_hist, COLOUR, (), {}, True),
+    "equalize_hist with a mask": (ko.equalize_hist, GREY, (MASK,), {}, True),
+    "match_histograms": (ko.match_histograms, GREY, (OTHER,), {}, True),
+    "rescale_intensity": (ko.rescale_intensity, GREY, (), {}, True),
+    "rescale_intensity to bytes": (ko.rescale_intensity, GREY, (), {"dtype": np.uint8}, False),
+    "white_balance": (ko.white_balance, COLOUR, ((1, 2, 3),), {}, True),
+    "flat_field": (ko.flat_field, GREY, (OTHER,), {}, True),
+    "flat_field with a dark": (ko.flat_field, GREY, (OTHER, OTHER // 2), {}, True),
+    "threshold": (ko.threshold, GREY, (99,), {}, True),
+    "threshold with a mask": (ko.threshold, GREY, (99,), {"mask": MASK}, True),
+    "threshold_to_zero": (ko.threshold_to_zero, GREY, (99,), {}, True),
+    "greater": (ko.greater, GREY, (99,), {}, False),
+    "binarize": (ko.binarize, GREY, (), {}, False),
+    "clip_to_depth": (ko.clip_to_depth, GREY, (), {}, True),
+    "apply_mask": (ko.apply_mask, GREY, (MASK,), {}, True),
+    "pad": (ko.pad, GREY, (3,), {}, False),
+    "distance": (ko.distance, MASK, (), {}, False),
+    "resize": (ko.resize, GREY, ((30, 90),), {}, False),
+}
+# Those that need no memory for pixels besides their result: NumPy does not compute them.
+LEAN = [name for name in WRITERS if name not in ("resize", "equalize_hist with a mask", "flat_field with a dark")]
+writers = pytest.mark.parametrize("name", WRITERS)
+
+
+@writers
+@pytest.mark.parametrize("layout", LAYOUTS)
+def test_out_gets_the_result_and_inputs_stay(name, layout):
+    function, image, arguments, more, _ = WRITERS[name]
+    laid = laid_out(image, layout)
+    before = laid.copy()
+    expected = function(image, *arguments, **more)
+    out = np.ones_like(expected)
+    assert function(laid, *arguments, out=out, **more) is out
+    assert np.array_equal(out, expected)
+    assert np.array_equal(laid, before)
+
+
+@writers
+def test_out_may_be_a_part_of_a_larger_array(name):
+    function, image, arguments, more, _ = WRITERS[name]
+    expected = function(image, *arguments, **more)
+    larger = np.ones((expected.shape[0] + 6, expected.shape[1] + 9, *expected.shape[2:]), expected.dtype)
+    part = larger[2:2 + expected.shape[0], 5:5 + expected.shape[1]]
+    function(image, *arguments, out=part, **more)
+    assert np.array_equal(part, expected)
+    part[...] = 1
+    assert np.all(larger == 1)
+
+
+@writers
+def test_in_place_where_it_is_allowed(name):
+    function, image, arguments, more, in_place = WRITERS[name]
+    expected = function(image, *arguments, **more)
+    if expected.dtype != image.dtype or expected.shape != image.shape:
+        return
+    a = image.copy()
+    if in_place:
+        assert function(a, *arguments, out=a, **more) is a
+        assert np.array_equal(a, expected)
+    else:
+        with pytest.raises(ko.ArgumentError) as caught:
+            function(a, *arguments, out=a, **more)
+        assert caught.value.argument == "out" and np.array_equal(a, image)
+
+
+@writers
+def test_an_out_that_cannot_be_used_stays_untouched(name):
+    function, image, arguments, more, _ = WRITERS[name]
+    good = function(image, *arguments, **more)
+    read_only = np.ones_like(good)
+    read_only.flags.writeable = False
+    other_type = np.float32 if good.dtype != np.float32 else np.uint8
+    bad = [np.ones_like(good)[1:], np.ones((*good.shape, 1), good.dtype), good.astype(other_type), read_only,
+           np.ones_like(good)[::-1], np.ones_like(good)[:, ::-1], np.asfortranarray(good), good.tolist(), 5,
+           np.ones((good.shape[0], 2 * good.shape[1], *good.shape[2:]), good.dtype)[:, ::2]]
+    if good.dtype.itemsize > 1:
+        bad.append(good.astype(good.dtype.newbyteorder()))
+    for out in bad:
+        before = np.array(out)
+        with pytest.raises((ko.ArgumentError, ko.SampleTypeError)) as caught:
+            function(image, *arguments, out=out, **more)
+        assert caught.value.argument == "out"
+        assert np.array_equal(before, out)
+
+
+@writers
+def test_an_out_that_overlaps_is_refused_and_one_beside_is_not(name):
+    function, image, arguments, more, _ = WRITERS[name]
+    good = function(image, *arguments, **more)
+    if good.dtype != image.dtype or good.shape != image.shape:
+        return
+    rows, columns = image.shape[:2]
+    larger = np.ones((rows + 1, 2 * columns, *image.shape[2:]), image.dtype)
+    source = larger[:rows, :columns]
+    source[...] = image
+    with pytest.raises(ko.ArgumentError) as caught:
+        function(source, *arguments, out=larger[1:, :columns], **more)
+    assert caught.value.argument == "out" and np.array_equal(source, image)
+    function(source, *arguments, out=larger[:rows, columns:], **more)
+    assert np.array_equal(larger[:rows, columns:], good)
+
+
+def peak_of(call):
+    tracemalloc.start()
+    try:
+        call()
+        return tracemalloc.get_traced_memory()[1]
+    finally:
+        tracemalloc.stop()
+
+
+@pytest.mark.parametrize("name", LEAN)
+@pytest.mark.parametrize("layout", IN_PLACE)
+def test_with_out_no_memory_for_pixels_is_taken(name, layout):
+    function, image, arguments, more, _ = WRITERS[name]
+    if name == "rescale_intensity to bytes":
+        pytest.skip("converts in blocks, which are as large as this picture")
+    arguments = tuple(np.tile(v, (8, 8)) if isinstance(v, np.ndarray) else v for v in arguments)
+    more = {key: np.tile(v, (8, 8)) if isinstance(v, np.ndarray) else v for key, v in more.items()}
+    large = laid_out(np.tile(image, (8, 8) + (1,) * (image.ndim - 2)), layout)
+    frame = large if large.dtype == bool else ko.Frame(large, 12)
+    result = function(frame, *arguments, **more)
+    out = np.empty_like(np.asarray(result))
+    # Histograms of 12 bits take some kilobytes.
+    assert peak_of(lambda: function(frame, *arguments, out=out, **more)) < large.nbytes // 2
+
+
+@pytest.mark.parametrize("layout", LAYOUTS)
+def test_inputs_are_copied_once_where_they_must_be(layout):
+    large = laid_out(random_picture((512, 512), np.uint16), layout)
+    peak = peak_of(lambda: ko.minmax(large))
+    if layout in COPIED:
+        assert large.nbytes <= peak < 1.2 * large.nbytes
+    else:
+        assert peak < 20_000
+
+
+def test_rows_that_lie_over_each_other_are_copied():
+    line = np.arange(60, dtype=np.uint8)
+    for rows in (np.broadcast_to(line, (20, 60)), np.lib.stride_tricks.as_strided(line, (20, 30), (1, 1))):
+        assert np.array_equal(ko.median(rows), ko.median(rows.copy()))
+        assert np.array_equal(ko.histogram(rows), ko.histogram(rows.copy()))
+    assert ko.minmax(np.broadcast_to(np.uint16(7), (30, 40))) == (7, 7)
+
+
+def test_a_frame_shares_memory_with_its_array():
+    for layout in LAYOUTS:
+        a = laid_out(GREY, layout)
+        f = ko.Frame(a, 12)
+        assert np.asarray(f) is a and np.array(f, copy=False) is a
+        assert not np.shares_memory(np.array(f), a)
+        assert np.shares_memory(np.asarray(f[3:9, 4:7]), a)
+
+
+def test_frames_as_out_keep_their_meaning():
+    f = ko.Frame(GREY, 12)
+    out = ko.Frame(np.empty_like(GREY), 12)
+    assert ko.median(f, out=out) is out
+    for other in (ko.Frame(np.empty_like(GREY), 11), ko.Frame(np.empty_like(GREY), 12, "RGGB")):
+        with pytest.raises(ko.ArgumentError) as caught:
+            ko.median(f, out=other)
+        assert caught.value.argument == "out"
+    plain = np.empty_like(GREY)
+    result = ko.median(f, out=plain)
+    assert result.bits == 12 and np.asarray(result) is plain
+
+
+@writers
+def test_arrays_without_pixels(name):
+    function, image, arguments, more, _ = WRITERS[name]
+    for rows, columns in ((0, 5), (5, 0), (0, 0)):
+        empty = image[:rows, :columns]
+        fitting = tuple(v[:rows, :columns] if isinstance(v, np.ndarray) else v for v in arguments)
+        named = {key: v[:rows, :columns] if isinstance(v, np.ndarray) else v for key, v in more.items()}
+        try:
+            result = function(empty, *fitting, **named)
+        except ko.ArgumentError as error:
+            assert error.argument in ("image", "radius", "reference", "pad_width")
+        else:
+            assert result.shape == empty.shape
+
+
+def test_references_are_steady():
+    import sys
+    a, out = np.zeros((4, 4), np.uint8), np.empty((4, 4), np.uint8)
+    f = ko.Frame(a)
+    before = [sys.getrefcount(v) for v in (a, out, f, None)]
+    for _ in range(20_000):
+        ko.clip_to_depth(a, out=out)
+        ko.clip_to_depth(f)
+    after = [sys.getrefcount(v) for v in (a, out, f, None)]
+    assert after[:3] == before[:3] and abs(after[3] - before[3]) < 1000
