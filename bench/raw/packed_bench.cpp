@@ -13,9 +13,11 @@ BenchImage packedFrame(ExPackedLayout layout, int size)
                       Scene::Random);
 }
 
+/// Samples of the depth that the layout has, of 12 bits where it has words.
 BenchImage frame(ExPackedLayout layout, int size, Scene scene)
 {
-    return BenchImage({.size = size, .type = UInt16, .bits = packedBitsPerSample(layout)}, scene);
+    const int bits = packedBitsPerSample(layout) < 16 ? packedBitsPerSample(layout) : 12;
+    return BenchImage({.size = size, .type = UInt16, .bits = bits}, scene);
 }
 
 /// The loop that a program writes at first: the bits of each group of samples by hand.
@@ -50,9 +52,10 @@ void unpackRow(const std::uint8_t* packed, std::uint16_t* samples, int width)
             samples[x + 3] = static_cast<std::uint16_t>(packed[5] >> 2 | packed[6] << 6);
             packed += 7;
         } else {
-            for (int i = 0; i < 4; ++i)
-                samples[x + i] = static_cast<std::uint16_t>(packed[2 * i] << 8 | packed[2 * i + 1]);
-            packed += 8;
+            for (int i = 0; i < 4; ++i, packed += 2)
+                samples[x + i] =
+                    static_cast<std::uint16_t>(Layout == Mono16BigEndian ? packed[0] << 8 | packed[1]
+                                                                         : (packed[1] << 8 | packed[0]) >> 4);
         }
     }
 }
@@ -77,10 +80,17 @@ Work unpack(int size)
     };
 }
 
-/// The loop for the two layouts of pairs.
+/// The loop for the two layouts of pairs and for words.
 template <ExPackedLayout Layout>
 void packRow(const std::uint16_t* samples, std::uint8_t* packed, int width)
 {
+    if constexpr (Layout == Mono16BigEndian) {
+        for (int x = 0; x < width; ++x) {
+            packed[2 * x] = static_cast<std::uint8_t>(samples[x] >> 8);
+            packed[2 * x + 1] = static_cast<std::uint8_t>(samples[x]);
+        }
+        return;
+    }
     for (int x = 0; x < width; x += 2, packed += 3) {
         const unsigned first = samples[x], second = samples[x + 1];
         packed[0] = static_cast<std::uint8_t>(Layout == Mono12p ? first : first >> 4);
@@ -117,9 +127,11 @@ const Rows rows{
     {"UnpackSamples", "Mono12Packed", &unpack<Mono12Packed>},
     {"UnpackSamples", "Csi2Raw10", &unpack<Csi2Raw10>},
     {"UnpackSamples", "Mono16BigEndian", &unpack<Mono16BigEndian>},
+    {"UnpackSamples", "Mono16MsbAligned", &unpack<Mono16MsbAligned>},
     {"PackSamples", "Mono12p", &pack<Mono12p>},
     {"PackSamples", "Mono12Packed", &pack<Mono12Packed>},
     {"PackSamples", "Csi2Raw10", &pack<Csi2Raw10, false>},
+    {"PackSamples", "Mono16BigEndian", &pack<Mono16BigEndian>},
 };
 
 }  // namespace

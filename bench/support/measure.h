@@ -15,7 +15,7 @@ struct Result {
 
 /// How long to look.
 struct Effort {
-    int minRounds = 15;
+    int minRounds = 16;
     int maxRounds = 60;
     double seconds = 1;         ///< per row; rounds beyond the minimum stop here
     double turnSeconds = 1e-3;  ///< timed calls of one contender before the next one's turn

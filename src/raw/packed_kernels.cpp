@@ -239,19 +239,14 @@ void Pack(const std::uint8_t* samples, std::int64_t width, std::uint8_t* packed,
     }
 }
 
-/// Runs `operation` on every sample of a row, asking for memory ahead of it.
+/// Runs `operation` on every sample of a row.
 template <class Operation>
 HWY_INLINE void EachSample(const std::uint8_t* src, std::uint8_t* dst, std::int64_t width,
                            const Operation& operation)
 {
-    for (std::int64_t first = 0; first < width; first += samplesPerFetch) {
-        const std::int64_t end = std::min(first + samplesPerFetch, width);
-        fetchAhead<std::uint16_t, false>(src + first * sampleBytes, end - first);
-        fetchAhead<std::uint16_t, true>(dst + first * sampleBytes, end - first);
-        KO_INDEPENDENT_ITERATIONS
-        for (std::int64_t x = first; x < end; ++x)
-            storeSample(dst, x, static_cast<std::uint16_t>(operation(loadSample<std::uint16_t>(src, x))));
-    }
+    KO_INDEPENDENT_ITERATIONS
+    for (std::int64_t x = 0; x < width; ++x)
+        storeSample(dst, x, static_cast<std::uint16_t>(operation(loadSample<std::uint16_t>(src, x))));
 }
 
 void SwapBytes(const std::uint8_t* src, std::uint8_t* dst, std::int64_t width, std::uint16_t top) noexcept
