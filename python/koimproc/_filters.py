@@ -94,7 +94,7 @@ def median(
 def sobel(image: Image, *, out: Array | None = None, threads: int | None = None) -> Array:
     """Compute the magnitude of the gradient with the 3 x 3 Sobel kernels, channel by channel.
 
-    The result is sqrt(gx**2 + gy**2), truncated, with the whole-numbered kernels (1, 2, 1) across (-1, 0, 1). The
+    The result is ``sqrt(gx**2 + gy**2)``, truncated, with the whole-numbered kernels (1, 2, 1) across (-1, 0, 1). The
     outermost rows and columns, which lack neighbours, are 0.
 
     Parameters

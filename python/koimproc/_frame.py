@@ -86,6 +86,12 @@ class Frame:
         For the raw frame of a colour sensor, the colours of the first two rows: "RGGB" has red at (0, 0), green at
         (0, 1) and (1, 0), blue at (1, 1). uint8 or uint16, of shape (rows, columns).
 
+    Attributes
+    ----------
+    bits, bayer, shape, dtype
+        What the samples mean, and shape and dtype of the array. ``np.asarray(frame)`` is the array itself, and
+        ``frame[top:bottom, left:right]`` a frame of a part of it, which keeps the colours of a mosaic.
+
     Raises
     ------
     ArgumentError

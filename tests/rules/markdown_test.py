@@ -58,10 +58,10 @@ class Markdown(unittest.TestCase):
 
     def test_has_no_broken_links(self):
         sys.path.insert(0, str(self.root / "tools/site"))
-        from pictures import STEPS
+        from pictures import DRAWN, STEPS
         files = list(markdown_files(self.root))
         self.assertGreater(len(files), 15, "this is not the source tree")
-        self.assertEqual([], [sentence for path in files for sentence in broken(path, self.root, STEPS)])
+        self.assertEqual([], [sentence for path in files for sentence in broken(path, self.root, [*STEPS, *DRAWN])])
 
     def test_quotes_code_as_it_is(self):
         quoted = quotations((self.root / "docs/adding-an-operation.md").read_text())

@@ -18,6 +18,7 @@ from pathlib import Path
 
 from header_filter import ROOMS, filtered, room_of
 from links import broken_links
+from python_api import MARK, overview, pages
 from search import write_search
 
 OUT = Path("build/docs")
@@ -32,6 +33,9 @@ PAGES = [
     (Path("docs/tool.md"), "tool", "The tool"),
     (SITE / "developing.md", "developing", "Developing"),
     (Path("docs/performance.md"), "performance", "Performance"),
+    (SITE / "python.md", "python", "Python"),
+    (SITE / "python-api.md", "python-api", None),
+    (SITE / "python-from.md", "python-from", None),
     (SITE / "faq.md", "faq", "FAQ"),
     (Path("ARCHITECTURE.md"), "architecture", None),
     (Path("CONTRIBUTING.md"), "contributing", None),
@@ -113,6 +117,8 @@ def translated(source, names):
         rules = [line.removeprefix("///").removeprefix(" ") for line in head if line.startswith("///")]
         text = text.replace(PREAMBLE, "\n".join(rules[rules.index("") + 3:]))
     text = text.replace(LICENCE, Path("LICENCE").read_text().partition("\n\n")[2])
+    if MARK in text:
+        text = text.replace(MARK, overview())
     text = COMMENT.sub("", text)
     text = LINK.sub(lambda link: resolved(link, source), text)
     text = PICTURE_LINE.sub(figures, text)
@@ -129,6 +135,8 @@ def write_pages(names):
         title, text = translated(source, names)
         label = "mainpage" if identifier == "index" else identifier
         (directory / f"{identifier}.md").write_text(f"# {title} {{#{label}}}\n{text}")
+    for identifier, title, text in pages():
+        (directory / f"{identifier}.md").write_text(f"# {title} {{#{identifier}}}\n\n{text}")
     for number, (source, room) in enumerate(ROOM_PAGES.items()):
         title, text = translated(source, names)
         missing = [name for name, home in names.items() if home == room and f"`{name}`" not in source.read_text()]

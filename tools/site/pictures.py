@@ -1,11 +1,13 @@
 #!/usr/bin/env python3
-"""Makes the pictures of the documentation site from real photographs with the tool, nothing else.
+"""Makes the pictures of the documentation site from real photographs with the tool, nothing else, and those of the page
+on Python by the code on that page.
 
-usage: pictures.py KO PHOTOGRAPHS DIRECTORY
+usage: pictures.py KO PHOTOGRAPHS DIRECTORY [PYTHON]
 
 Each picture is one command. In its arguments {name} stands for another picture made here, {photo:file} for a
-photograph.
+photograph. PYTHON is where the package is; without it that page has no pictures.
 """
+import os
 import re
 import subprocess
 import sys
@@ -69,6 +71,10 @@ for n in range(FRAMES):
     STEPS[f"card-{n}.tif"] = f"simulate {{card.png}} {SENSOR} --seed {n + 1}"
     STEPS[f"frame-{n}.tif"] = f"simulate {{photo:astronaut.png}} {SENSOR} --seed {n + 1 + FRAMES}"
 
+# By the code of the page, from the frames and cards.
+TUTORIAL = Path(__file__).resolve().parents[2] / "docs/site/python.md"
+DRAWN = re.findall(r'savefig\("([^"]+)"\)', TUTORIAL.read_text())
+
 NAME = re.compile(r"\{(?!photo:)([^}]+)\}")
 PHOTO = re.compile(r"\{photo:([^}]+)\}")
 
@@ -94,13 +100,22 @@ class Maker:
                        stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
 
 
+def draw(directory, python):
+    """Runs the code of the page on Python where the frames and cards are."""
+    environment = {**os.environ, "PYTHONPATH": str(Path(python).resolve()), "MPLBACKEND": "agg"}
+    subprocess.run(["/usr/bin/python3", "-B", TUTORIAL.parents[2] / "tools/site/tutorial.py", TUTORIAL, directory],
+                   env=environment, check=True, stderr=subprocess.PIPE)
+
+
 def main():
-    ko, photographs, directory = sys.argv[1:]
+    ko, photographs, directory, *python = sys.argv[1:]
     Path(directory).mkdir(parents=True, exist_ok=True)
     maker = Maker(ko, Path(photographs), Path(directory))
     try:
         for name in STEPS:
             maker.make(name)
+        if python:
+            draw(directory, python[0])
     except subprocess.CalledProcessError as failure:
         sys.exit(failure.stderr.decode())
 

@@ -1,0 +1,112 @@
+"""The pages of the Python functions, from their documentation in the sources: nothing is imported."""
+import ast
+import copy
+import re
+from pathlib import Path
+
+PACKAGE = Path("python/koimproc")
+MARK = "<!-- the Python functions -->"
+
+# In the order in which a reader meets them.
+GROUPS = {
+    "Frames and files": ("Frame", "imread", "unpack", "pack"),
+    "From mosaics to colours": ("demosaic", "develop", "white_balance"),
+    "Statistics": ("histogram", "joint_histogram", "moments", "Moments", "minmax", "threshold_otsu", "entropy"),
+    "Levels": ("equalize_hist", "match_histograms", "rescale_intensity", "clip_to_depth"),
+    "Series and flat fields": ("average", "flat_field"),
+    "Thresholds": ("threshold", "threshold_to_zero", "greater", "binarize"),
+    "Masks and borders": ("apply_mask", "logical_and", "logical_or", "logical_xor", "ellipse_mask", "disk_mask", "pad"),
+    "Filters": ("median", "sobel", "distance", "resize"),
+    "Contours": ("active_contour",),
+    "Threads and errors": ("threads", "ArgumentError", "SampleTypeError"),
+}
+
+SECTION = re.compile(r"^(\w+)\n-+\n", re.MULTILINE)
+ENTRY = re.compile(r"^(\S[^\n]*?)(?: : ([^\n]+))?\n((?:    [^\n]*\n|\n)*)", re.MULTILINE)
+FORMULA = re.compile(r"([\d.]*2\*\*bits(?: - 1)?|[^\s`]*\*\*[\w)]*)")
+
+
+def public_names():
+    tree = ast.parse((PACKAGE / "__init__.py").read_text())
+    shown = next(node.value for node in tree.body if isinstance(node, ast.Assign) and node.targets[0].id == "__all__")
+    return [name for name in ast.literal_eval(shown) if name != "__version__"]
+
+
+def definitions():
+    """Name to the function or class that is meant: of overloads the last."""
+    found = {}
+    for source in sorted(PACKAGE.glob("_*.py")):
+        for node in ast.parse(source.read_text()).body:
+            if isinstance(node, (ast.FunctionDef, ast.ClassDef)):
+                found[node.name] = node
+    return found
+
+
+def signature(node):
+    """As it is called, without types."""
+    function, skipped = node, 0
+    if isinstance(node, ast.ClassDef):
+        makers = [item for item in node.body if isinstance(item, ast.FunctionDef) and item.name == "__init__"]
+        if not makers:
+            return None
+        function, skipped = makers[0], 1
+    arguments = copy.deepcopy(function.args)
+    for argument in [*arguments.args, *arguments.kwonlyargs]:
+        argument.annotation = None
+    arguments.args = arguments.args[skipped:]
+    return f"ko.{node.name}({ast.unparse(arguments)})"
+
+
+def prose(text):
+    """Text without what Markdown would take for its own."""
+    parts = re.sub(r"``([^`]+)``", r"`\1`", text).split("`")
+    parts[::2] = [FORMULA.sub(r"`\1`", part).replace("<", "&lt;") for part in parts[::2]]
+    return "`".join(parts)
+
+
+def entries(text):
+    lines = []
+    for name, kind, meaning in ENTRY.findall(text + "\n"):
+        said = prose(" ".join(meaning.split()))
+        names = ", ".join(f"`{one}`" for one in name.split(", "))
+        lines.append(f"- {names}" + (f" ({prose(kind)})" if kind else "") + (f": {said}" if said else ""))
+    return "\n".join(lines)
+
+
+def page_of(name, node):
+    """Title and text of a page."""
+    text = ast.get_docstring(node)
+    parts = SECTION.split(text + "\n")
+    lines = [] if signature(node) is None else ["```py", signature(node), "```", ""]
+    lines.append(prose(parts[0].strip()))
+    for heading, body in zip(parts[1::2], parts[2::2]):
+        lines += ["", f"## {heading} {{#python-{name}-{heading.lower()}}}", ""]
+        if heading == "Examples":
+            lines += ["```py", body.strip(), "```"]
+        elif heading == "Notes":
+            lines.append(prose(body.strip()))
+        else:
+            lines.append(entries(body))
+    return f"ko.{name}", "\n".join(lines) + "\n"
+
+
+def pages():
+    """Identifier, title and text of every page."""
+    found = definitions()
+    return [(f"python-{name}", *page_of(name, found[name])) for name in public_names()]
+
+
+def overview():
+    """Tables of all functions, by group."""
+    grouped = [name for names in GROUPS.values() for name in names]
+    if sorted(grouped) != sorted(public_names()):
+        raise SystemExit(f"groups of Python functions: {set(grouped) ^ set(public_names())}")
+    found = definitions()
+    lines = []
+    for group, names in GROUPS.items():
+        lines += [f"## {group}", "", "| | |", "|---|---|"]
+        for name in names:
+            first = prose(ast.get_docstring(found[name]).partition("\n")[0].rstrip("."))
+            lines.append(f"| [{name}](@ref python-{name}) | {first} |")
+        lines.append("")
+    return "\n".join(lines)
