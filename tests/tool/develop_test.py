@@ -125,11 +125,25 @@ class CameraRaws(DevelopTest):
         colours = seen([[0.7 * x / 63, 0.4, 0.1] for y in range(32) for x in range(64)])
         self.raw("a.dng", colours, 64)
         width, height, straight = self.developed("a.dng")
-        self.raw("a.dng", colours, 64, turn=6)
+        self.raw("a.dng", colours, 64, turn=6, date=b"2021:07:04 23:59:58")
         self.assertEqual(self.developed("a.dng"),
                          (32, 64, [straight[y * 64 + x] for x in range(64) for y in reversed(range(32))]))
         tags = read_tags(self.read("out.tif"))
         self.assertEqual((tags[271], tags[272], tags[274]), (b"Maker\0", b"Model\0", (1,)))
+        self.assertEqual(tags[306], b"2021:07:04 23:59:58\0")
+        # Exif has the date once more, in TIFF files that were made of JPEG files too.
+        self.succeed("develop", "a.dng", "-o", "out.jpg")
+        self.succeed("unpack", "out.jpg", "-o", "back.tif")
+        for name in ("out.tif", "out.jpg", "back.tif"):
+            self.assertGreaterEqual(self.read(name).count(b"2021:07:04 23:59:58"), 2, name)
+        self.assertEqual(read_tiff(self.read("back.tif"))[:3], (32, 64, 3))
+
+    def test_a_matrix_that_no_camera_has_is_not_used(self):
+        colours = seen([[0.2, 0.3, 0.1]] * 32 * 24)
+        self.raw("a.dng", colours, 32, matrix=None)
+        without = self.developed("a.dng")
+        self.raw("a.dng", colours, 32, matrix=(1, 1, 1, 1, 1, 1 + 1e-6, 1, 1 - 1e-6, 1))
+        self.assertEqual(self.developed("a.dng"), without)
 
 
 class Mosaics(DevelopTest):

@@ -258,6 +258,8 @@ class Kinds(ToolTest):
 
     def test_commands_on_single_pictures(self):
         small = "1x6 6x1 1x1"
+        self.refuses(("pack", "K", "-o", "o.bin", "--packed", "Mono16"), "wanted is one$|not unsigned of 16 bits, ",
+                     "gray16 mosaic oddmosaic")
         self.refuses(("simulate", "K", "-o", "o.tif"), "not a colour photograph", "colour alpha")
         self.refuses(("snake", "K", "--circle", "3,3,2", "-o", "o.tif"),
                      r"wanted is one$|not unsigned of 8 or 16 bits$|smaller than 3 x 3 pixels$",

@@ -28,10 +28,10 @@ def packed(samples, width, bits):
 
 
 def dng(width, height, samples, grid, black=(0,), white=65535, area=None, strip=8, bits=16, curve=None, turn=1,
-        maker=b"Maker", size=None, matrix=IDENTITY, neutral=(1, 1, 1)):
+        maker=b"Maker", size=None, matrix=IDENTITY, neutral=(1, 1, 1), date=None):
     """A raw file of one uncompressed strip; `black` is one level or four of a 2 x 2 pattern, no `white` is that
     of the bits, `curve` what samples stand for, `size` what the header claims, `matrix` what makes colours of the
-    camera of XYZ, `neutral` the camera's colours of gray, either None for none."""
+    camera of XYZ, `neutral` the camera's colours of gray, either None for none, `date` when it was taken."""
     repeat = (1, 1) if len(black) == 1 else (2, 2)
     pixels = packed(samples, width, bits)
     columns, rows = size or (width, height)
@@ -46,6 +46,8 @@ def dng(width, height, samples, grid, black=(0,), white=65535, area=None, strip=
     }
     if matrix:
         tags[50721] = (10, rationals(matrix))
+    if date:
+        tags[306] = (2, date + b"\0")
     if neutral:
         tags[50728] = (5, rationals(neutral))
     if white is not None:

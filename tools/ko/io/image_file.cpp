@@ -6,6 +6,7 @@
 #include "io/attributes.h"
 #include "io/description.h"
 #include "io/fits_file.h"
+#include "io/memory_file.h"
 #include "io/picture_file.h"
 #include "io/raw_file.h"
 #include "io/replace_file.h"
@@ -13,6 +14,7 @@
 #include <OpenImageIO/filesystem.h>
 #include <OpenImageIO/strutil.h>
 
+#include <algorithm>
 #include <new>
 #include <vector>
 
@@ -114,6 +116,16 @@ OIIO::ImageSpec specOf(const Image& image, const std::string& format, const Meta
     return spec;
 }
 
+/// The TIFF writer reads again what it has written where Exif follows the samples; through a proxy it reads
+/// nothing, and the file is damaged.
+bool isReadOnWriting(const OIIO::ImageSpec& spec, const std::string& format)
+{
+    return format == "tiff" &&
+           std::any_of(spec.extra_attribs.begin(), spec.extra_attribs.end(), [](const auto& attribute) {
+               return attribute.name().find("Exif:") == 0 || attribute.name().find("GPS:") == 0;
+           });
+}
+
 }  // namespace
 
 FileInfo readInfo(const std::string& file)
@@ -166,12 +178,20 @@ void writeImage(const Image& image, const std::string& file, const Metadata& met
             throw Failure(nameOfOutput(file),
                           "cannot be written: " + causeOf(output->geterror(), "result" + ending));
     };
-    ensure(output->open("result" + ending, specOf(image, output->format_name(), metadata, quality)));
+    const OIIO::ImageSpec spec = specOf(image, output->format_name(), metadata, quality);
+    std::optional<MemoryFile> readable;
+    if (isReadOnWriting(spec, output->format_name())) {
+        output->set_ioproxy(nullptr);
+        readable.emplace();
+    }
+    ensure(output->open(readable ? readable->path() : "result" + ending, spec));
     if (!isAcceptable(output->spec().format, image->dataType))
         throw Failure(nameOfOutput(file), "cannot be written: this file format cannot hold such samples");
     ensure(
         output->write_image(storedType(image->dataType), aligned->data, OIIO::AutoStride, aligned->stride));
     ensure(output->close());
+    if (readable)
+        bytes = readable->content();
     replaceFile(file, {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
 }
 

@@ -13,6 +13,7 @@
 #include <array>
 #include <bit>
 #include <cmath>
+#include <ctime>
 #include <filesystem>
 #include <vector>
 
@@ -75,10 +76,12 @@ public:
         ColourMatrix matrix{};
         for (std::size_t row = 0; row < 3; ++row)
             std::copy_n(colours.rgb_cam[row], 3, matrix[row].begin());
-        const bool isFinite = std::ranges::all_of(
-            matrix, [](const Colour& row) { return std::isfinite(row[0] + row[1] + row[2]); });
-        // That of a camera that LibRaw does not know leaves colours as they are.
-        if (isFinite && matrix != noMatrix)
+        // That of a camera that LibRaw does not know leaves colours as they are. Damaged files have any numbers.
+        const bool isSound = std::ranges::all_of(matrix, [](const Colour& row) {
+            return std::abs(row[0]) + std::abs(row[1]) + std::abs(row[2]) < 1000 &&
+                   std::abs(row[0] + row[1] + row[2] - 1) < 0.01;  // white stays white
+        });
+        if (isSound && matrix != noMatrix)
             sensor.matrix = matrix;
         return sensor;
     }
@@ -222,6 +225,14 @@ Metadata metadataOf(const RawFile& raw)
     add("ExposureTime", raw.exposure().shutter);
     add("FNumber", raw.exposure().aperture);
     add("Exif:FocalLength", raw.exposure().focal_len);
+    // LibRaw takes the date of the file for one of this time zone.
+    std::tm date{};
+    std::array<char, 20> text;
+    if (const time_t taken = raw.exposure().timestamp;
+        taken > 0 && localtime_r(&taken, &date) &&
+        std::strftime(text.data(), text.size(), "%Y:%m:%d %H:%M:%S", &date))
+        for (const char* name : {"DateTime", "Exif:DateTimeOriginal"})
+            spec.attribute(name, text.data());
     if (raw.exposure().iso_speed > 0 && raw.exposure().iso_speed < 65536)
         spec.attribute("Exif:PhotographicSensitivity", static_cast<int>(raw.exposure().iso_speed));
     return {orientationOf(raw.sizes().flip), attributesOf(spec)};
