@@ -1,9 +1,6 @@
 // Enumerations of the libraries as IntEnums of Python.
 #pragma once
 
-#include <ko/demosaic.h>
-#include <ko/koimproc.h>
-
 #include <pybind11/pybind11.h>
 
 #include <limits>

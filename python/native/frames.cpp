@@ -40,7 +40,7 @@ QVariant travelling(py::handle value)
 
 py::object arrived(const QVariant& value)
 {
-    switch (static_cast<QMetaType::Type>(value.type())) {
+    switch (value.userType()) {
     case QMetaType::UnknownType:
         return py::none();
     case QMetaType::Bool:

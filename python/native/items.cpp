@@ -20,9 +20,9 @@ std::set<Node*>& nodes()
     return *all;
 }
 
-std::vector<std::unique_ptr<IxPipeItem>>& unwanted()
+std::vector<OwnItem>& unwanted()
 {
-    static auto* const items = new std::vector<std::unique_ptr<IxPipeItem>>;
+    static auto* const items = new std::vector<OwnItem>;
     return *items;
 }
 
@@ -44,7 +44,7 @@ void endUnwanted()
 {
     if (isWorker)
         return;
-    std::vector<std::unique_ptr<IxPipeItem>> items;
+    std::vector<OwnItem> items;
     items.swap(unwanted());
     const py::gil_scoped_release released;
     items.clear();
@@ -95,7 +95,20 @@ private:
 
 }  // namespace
 
-Node::Node(std::unique_ptr<IxPipeItem> item) : m_item(std::move(item)), m_process(getpid())
+OwnItem::OwnItem(std::unique_ptr<IxPipeItem> item) : m_item(std::move(item)), m_process(getpid()) {}
+
+OwnItem::~OwnItem()
+{
+    if (!isHere())
+        static_cast<void>(m_item.release());
+}
+
+bool OwnItem::isHere() const
+{
+    return m_process == getpid();
+}
+
+Node::Node(std::unique_ptr<IxPipeItem> item) : m_item(std::move(item))
 {
     endUnwanted();
     nodes().insert(this);
@@ -104,21 +117,19 @@ Node::Node(std::unique_ptr<IxPipeItem> item) : m_item(std::move(item)), m_proces
 Node::~Node()
 {
     nodes().erase(this);
-    if (m_process != getpid()) {
-        static_cast<void>(m_item.release());
-    } else if (isWorker) {
+    if (isWorker) {
         unwanted().push_back(std::move(m_item));
-    } else {
+    } else if (isHere()) {
         const py::gil_scoped_release released;
-        m_item.reset();
+        m_item.end();
     }
 }
 
 IxPipeItem& Node::item() const
 {
-    if (m_process != getpid())
+    if (!isHere())
         throw std::runtime_error("the item belongs to the process that this one was forked from");
-    return *m_item;
+    return m_item.get();
 }
 
 bool Node::connect(const std::shared_ptr<Node>& successor)
@@ -178,8 +189,10 @@ void stopAll()
 {
     endUnwanted();
     std::vector<std::shared_ptr<Node>> all;
-    for (Node* const node : nodes())
-        all.push_back(node->shared_from_this());
+    for (Node* const node : nodes()) {
+        if (node->isHere())
+            all.push_back(node->shared_from_this());
+    }
     const py::gil_scoped_release released;
     for (const auto& node : all)
         static_cast<void>(node->item().setState(IxPipeItem::StateStopped));

@@ -11,6 +11,24 @@
 
 namespace ko::python {
 
+/// Owner of an item in the process that made it. A process that is forked from that one has no workers, so that an
+/// item can neither work nor end there.
+class OwnItem {
+public:
+    explicit OwnItem(std::unique_ptr<IxPipeItem> item);
+    OwnItem(OwnItem&&) = default;
+    OwnItem& operator=(OwnItem&&) = delete;
+    ~OwnItem();
+
+    bool isHere() const;
+    IxPipeItem& get() const { return *m_item; }
+    void end() { m_item.reset(); }
+
+private:
+    std::unique_ptr<IxPipeItem> m_item;
+    long m_process;
+};
+
 /// What Python holds of an item. It keeps the items behind it, which a whole pipe is started and stopped through.
 class Node : public std::enable_shared_from_this<Node> {
 public:
@@ -22,8 +40,10 @@ public:
     /// may wait for another, the end comes later.
     virtual ~Node();
 
-    /// Throws RuntimeError in a process that was forked after the item was made: the workers stayed behind.
+    /// Throws RuntimeError in a process that was forked after the item was made.
     IxPipeItem& item() const;
+
+    bool isHere() const { return m_item.isHere(); }
 
     template <class Item>
     Item& itemAs() const
@@ -36,9 +56,8 @@ public:
     bool disconnect(const std::shared_ptr<Node>& successor);
 
 private:
-    std::unique_ptr<IxPipeItem> m_item;
+    OwnItem m_item;
     std::vector<std::shared_ptr<Node>> m_successors;
-    long m_process;
 };
 
 /// A Python function that C++ may copy and drop on any thread.

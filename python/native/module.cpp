@@ -2,6 +2,8 @@
 #include "enumerations.h"
 #include "rooms.h"
 
+#include <ko/koimproc.h>
+
 namespace ko::python {
 
 void defineEnumerations(py::module_& module)

@@ -1,6 +1,8 @@
 #include "binding.h"
 #include "items.h"
 
+#include <ko/demosaic/convertor.h>
+
 namespace ko::python {
 
 namespace {

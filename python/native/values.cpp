@@ -63,7 +63,7 @@ QVariant variantOf(py::handle number)
 
 py::object numberOf(const QVariant& variant)
 {
-    switch (static_cast<QMetaType::Type>(variant.type())) {
+    switch (variant.userType()) {
     case QMetaType::Float:
     case QMetaType::Double:
         return py::float_(variant.toDouble());

@@ -212,6 +212,19 @@ class TestProcesses:
         assert os.waitpid(child, 0)[1] == 0
         assert sink.name()
 
+    def test_that_are_forked_end_like_others(self):
+        program = """
+from koimproc import native as ko
+import os, sys
+sink = ko.CxFrameSink(print)
+child = os.fork()
+if child == 0:
+    sys.exit(0)
+sys.exit(os.waitpid(child, 0)[1])
+"""
+        ended = subprocess.run([sys.executable, "-c", program], check=True, timeout=60, stderr=subprocess.PIPE)
+        assert ended.stderr == b""
+
     def test_that_end_with_a_started_pipe_do_end(self):
         program = """
 from koimproc import native as ko

@@ -17,6 +17,9 @@ TEMPLATES = Path(__file__).parent / "templates"
 THREAD_LISTS = {"masks": "frame", "stats": "statistics", "convert": "conversion", "filters": "filter", "median": "filter",
                 "demosaic": "filter", "snake": "filter"}
 
+# Rooms whose operations another file of the Python module has.
+PYTHON_FILES = {"median": "demosaic", "snake": "filters"}
+
 
 def rooms(root):
     found = re.search(r"^set\(KO_IMPROC_ROOMS ([\w\s]+)\)", (root / "cmake/rooms.cmake").read_text(), re.MULTILINE)
@@ -120,6 +123,14 @@ class Operation:
         self.edit(families, r"\n}  // namespace ko::fuzz$", f"Cases {self.lower}Cases();\n" r"\g<0>")
         self.edit(entry, r"KO_FUZZ_ROOM\(", rf"\g<0>ko::fuzz::{self.lower}Cases(), ")
 
+    def bind(self):
+        """For Python."""
+        source = f"python/native/{PYTHON_FILES.get(self.room, self.room)}.cpp"
+        self.edit(source, r"^}\n\n}  // namespace ko::python$",
+                  f'define(module, "{self.name}", &{self.name}, {{"src", "dst"}});\n' r"\g<0>")
+        self.edit("python/koimproc/native.pyi", rf"^# -+ .*\b{self.room}\.h\b.*$",
+                  rf"\g<0>\n\ndef {self.name}(src: SxImageBuf, dst: SxImageBuf) -> ResultCode: ...")
+
     def tell(self):
         self.edit("README.md", rf"^(\| `ko/{self.room}\.h` \|.*) \|$", rf"\1, `{self.name}` |")
         page = f"docs/site/rooms/{self.room}.md"
@@ -136,6 +147,7 @@ class Operation:
         self.test()
         self.measure()
         self.fuzz()
+        self.bind()
         self.tell()
         sources = [path for path in dict.fromkeys(map(str, self.changed)) if path.endswith((".h", ".cpp"))]
         subprocess.run(["clang-format-14", "-i", *sources], check=True, cwd=self.root)
