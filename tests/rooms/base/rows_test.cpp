@@ -152,7 +152,7 @@ TEST(CallThreads, NestAndAreOfOneThread)
 TEST(Reduction, CombinesOneSlotPerThread)
 {
     forEachThreadCount([] {
-        int slots = 0;
+        int parts = 0;
         std::int64_t sum = 0, twice = 0;
         reducePerThread<std::int64_t>(
             {100, 1}, 2,
@@ -161,11 +161,11 @@ TEST(Reduction, CombinesOneSlotPerThread)
                 slot[1] += 2 * y;
             },
             [&](const std::int64_t* slot) {
-                ++slots;
+                ++parts;
                 sum += slot[0];
                 twice += slot[1];
             });
-        EXPECT_EQ(slots, omp_get_max_threads());
+        EXPECT_EQ(parts, omp_get_max_threads());
         EXPECT_EQ(sum, 4950);
         EXPECT_EQ(twice, 9900);
     });
@@ -218,15 +218,15 @@ TEST(RowWork, OfSmallFramesStaysOnTheCallingThread)
 TEST(Reduction, TakesOneSlotForWorkThatIsNotShared)
 {
     omp_set_num_threads(3);
-    int slots = 0;
+    int parts = 0;
     std::int64_t sum = 0;
     reducePerThread<std::int64_t>(
         {100, 1}, 1, [](std::int64_t* slot, std::int64_t y) noexcept { *slot += y; },
         [&](const std::int64_t* slot) {
-            ++slots;
+            ++parts;
             sum += *slot;
         });
-    EXPECT_EQ(slots, 1);
+    EXPECT_EQ(parts, 1);
     EXPECT_EQ(sum, 4950);
 }
 
