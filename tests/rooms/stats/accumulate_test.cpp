@@ -216,11 +216,11 @@ TEST(AccumulateFramesValues, LeaveOutThePlanesThatAreNotWanted)
     for (int wanted = 0; wanted < 6; ++wanted) {
         TestAccumulator part(layout);
         SxAccumulator only;
-        SxImageBuf* const slots[] = {&only.sum,     &only.squares, &only.minimum,
-                                     &only.maximum, &only.above,   &only.counts};
+        SxImageBuf* const images[] = {&only.sum,     &only.squares, &only.minimum,
+                                      &only.maximum, &only.above,   &only.counts};
         const SxImageBuf planes[] = {part.sum,     part.squares, part.minimum,
                                      part.maximum, part.above,   part.counts};
-        *slots[wanted] = planes[wanted];
+        *images[wanted] = planes[wanted];
         ASSERT_EQ(AccumulateFrames(series.frames, {}, only), ResultOk);
         const TestImage* const results[] = {&part.sum,     &part.squares, &part.minimum,
                                             &part.maximum, &part.above,   &part.counts};
