@@ -245,6 +245,20 @@ def like(source: Source, out: Output | None, in_place: bool = False, extra: tupl
     )
 
 
+def copied(source: Source, out: Output | None, extra: tuple[Array, ...] = ()) -> Target:
+    """A target that holds the samples of a source, for operations that change an image."""
+    target = like(source, out, in_place=True, extra=extra)
+    if target.array is not source.array:
+        np.copyto(target.array, source.array)
+    return target
+
+
+def need_colours(source: Source) -> None:
+    """Refuses numbers of channels that operations on colours do not take."""
+    if source.channels not in (1, 3, 4):
+        raise ArgumentError("image", f"1, 3 or 4 channels are wanted, not {source.channels}")
+
+
 def flat(array: Array) -> Array:
     """An interleaved image as one with a column for every sample, over the same memory."""
     if array.ndim == 2:
@@ -253,6 +267,13 @@ def flat(array: Array) -> Array:
     view = array.view()
     view.shape = (rows, columns * channels)
     return view
+
+
+def size_of(shape: object) -> tuple[int, int]:
+    """Rows and columns of an argument `shape`."""
+    if not isinstance(shape, (tuple, list)) or len(shape) != 2:
+        raise ArgumentError("shape", f"(rows, columns) is wanted, not {shape!r}")
+    return whole(shape[0], "shape", 0), whole(shape[1], "shape", 0)
 
 
 def whole(value: object, name: str, lowest: int, highest: int = 2**31 - 1) -> int:

@@ -10,7 +10,7 @@ import numpy as np
 import numpy.typing as npt
 
 from koimproc import native
-from koimproc._arrays import Image, Output, Source, like
+from koimproc._arrays import Image, Output, Source, like, need_colours
 from koimproc._errors import ArgumentError
 from koimproc._frame import Array, Frame, Pixels, frame_over
 from koimproc._stats import POSITIONS, moments
@@ -49,11 +49,6 @@ def per_colour(values: Numbers, source: Source, name: str) -> list[float]:
     if not np.all(np.isfinite(numbers)):
         raise ArgumentError(name, f"finite numbers are wanted, not {values!r}")
     return numbers
-
-
-def _check_channels(source: Source) -> None:
-    if source.channels not in (1, 3, 4):
-        raise ArgumentError("image", f"1, 3 or 4 channels are wanted, not {source.channels}")
 
 
 def black_levels(black: Numbers, source: Source) -> list[int]:
@@ -119,7 +114,7 @@ def white_balance(
            [36, 54]], dtype=uint16)
     """
     source = Source(image, mosaic=True)
-    _check_channels(source)
+    need_colours(source)
     factors = per_colour(gains, source, "gains")
     levels = black_levels(black, source)
     target = like(source, out, in_place=True)
@@ -224,7 +219,7 @@ def flat_field(
     array([[400, 400, 400]], dtype=uint16)
     """
     source = Source(image, mosaic=True)
-    _check_channels(source)
+    need_colours(source)
     field = _companion(flat, source, "flat")
     night = None if dark is None else _companion(dark, source, "dark")
     others = (field,) if night is None else (field, night)

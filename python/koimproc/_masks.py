@@ -18,6 +18,7 @@ from koimproc._arrays import (
     Source,
     Target,
     mask_of,
+    need_colours,
     record_of,
     whole,
 )
@@ -241,8 +242,8 @@ def pad(
     if mode not in ("symmetric", "constant"):
         raise ArgumentError("mode", f'"symmetric" or "constant" is wanted, not {mode!r}')
     source = Source(image, CAMERA_SAMPLES if mode == "symmetric" else ALL_SAMPLES)
-    if mode == "symmetric" and source.channels not in (1, 3, 4):
-        raise ArgumentError("image", f"1, 3 or 4 channels are wanted, not {source.channels}")
+    if mode == "symmetric":
+        need_colours(source)
     top, bottom, left, right = _margins(pad_width)
     rows, columns = source.shape[:2]
     if mode == "symmetric" and (max(top, bottom) > rows or max(left, right) > columns):

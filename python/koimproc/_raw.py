@@ -8,7 +8,7 @@ from typing import Any, Union
 import numpy as np
 
 from koimproc import native
-from koimproc._arrays import UINT8, UINT16, Output, Source, Target, whole
+from koimproc._arrays import UINT8, UINT16, Output, Source, Target, size_of, whole
 from koimproc._errors import ArgumentError, SampleTypeError
 from koimproc._frame import GRIDS, NO_GRID, Array, Frame
 from koimproc._threads import run
@@ -127,9 +127,7 @@ def unpack(
     ['0x321', '0x654']
     """
     layout, depth, pattern = _meaning(format, bits, bayer)
-    if not isinstance(shape, (tuple, list)) or len(shape) != 2:
-        raise ArgumentError("shape", f"(rows, columns) is wanted, not {shape!r}")
-    rows, columns = (whole(length, "shape", 0) for length in shape)
+    rows, columns = size_of(shape)
     data = _bytes_of(buffer, "buffer")
     step = whole(row_bytes, "row_bytes", 0, 2**62)
     needed = native.packedRowBytes(layout, columns)

@@ -6,7 +6,7 @@ from typing import overload
 
 import numpy as np
 
-from koimproc._arrays import Image, Output, Source, Target, whole
+from koimproc._arrays import Image, Output, Source, Target, size_of
 from koimproc._errors import ArgumentError
 from koimproc._frame import Array, Frame, Pixels
 
@@ -103,9 +103,7 @@ def resize(image: Image, shape: tuple[int, int], *, out: Output | None = None) -
     array([[10, 50]], dtype=uint8)
     """
     source = Source(image)
-    if not isinstance(shape, (tuple, list)) or len(shape) != 2:
-        raise ArgumentError("shape", f"(rows, columns) is wanted, not {shape!r}")
-    rows, columns = (whole(length, "shape", 0) for length in shape)
+    rows, columns = size_of(shape)
     if source.array.size == 0:
         raise ArgumentError("image", "has no pixels")
     lengths = [max(2 * wanted, length) for wanted, length in zip((rows, columns), source.shape)]

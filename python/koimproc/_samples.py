@@ -4,8 +4,6 @@ from __future__ import annotations
 
 from typing import overload
 
-import numpy as np
-
 from koimproc import native
 from koimproc._arrays import (
     ALL_SAMPLES,
@@ -15,8 +13,8 @@ from koimproc._arrays import (
     Output,
     Source,
     Target,
+    copied,
     flat,
-    like,
     mask_of,
     record_of,
 )
@@ -107,9 +105,7 @@ def clip_to_depth(image: Image, *, out: Output | None = None, threads: int | Non
     array([[4000, 4095]], dtype=uint16)
     """
     source = Source(image, mosaic=True)
-    target = like(source, out, in_place=True)
-    if target.array is not source.array:
-        np.copyto(target.array, source.array)
+    target = copied(source, out)
     run(threads, native.ClampToColorDepth, target.record)
     return target.result(source.frame)
 
@@ -162,7 +158,5 @@ def apply_mask(
     selected = mask_of(mask, source.shape)
     if selected is None:
         raise SampleTypeError("mask", "an array is wanted, not NoneType")
-    target = like(source, out, in_place=True, extra=(selected,))
-    if target.array is not source.array:
-        np.copyto(target.array, source.array)
+    target = copied(source, out, (selected,))
     return masked(target, source, selected, threads)

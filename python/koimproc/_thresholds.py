@@ -15,6 +15,7 @@ from koimproc._arrays import (
     Output,
     Source,
     Target,
+    copied,
     flat,
     like,
     mask_of,
@@ -226,8 +227,6 @@ def threshold_to_zero(
     """
     source = Source(image, ALL_SAMPLES, mosaic=True)
     levels = _levels(level, source, "level")
-    target = like(source, out, in_place=True)
-    if target.array is not source.array:
-        np.copyto(target.array, source.array)
+    target = copied(source, out)
     run(threads, native.ThresholdGT, target.record, levels, [0] * source.channels, False)
     return target.result(source.frame)

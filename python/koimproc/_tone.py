@@ -8,7 +8,7 @@ import numpy as np
 import numpy.typing as npt
 
 from koimproc import native
-from koimproc._arrays import Image, Output, Source, flat, like, mask_of
+from koimproc._arrays import Image, Output, Source, flat, like, mask_of, need_colours
 from koimproc._errors import ArgumentError
 from koimproc._frame import Array, Frame, Pixels
 from koimproc._stats import counts_of
@@ -153,8 +153,7 @@ def match_histograms(
     """
     source = Source(image)
     wanted = Source(reference, (source.dtype,), "reference", bits=source.bits)
-    if source.channels not in (1, 3, 4):
-        raise ArgumentError("image", f"1, 3 or 4 channels are wanted, not {source.channels}")
+    need_colours(source)
     if wanted.channels != source.channels:
         raise ArgumentError("reference", f"{source.channels} channels are wanted, not {wanted.channels}")
     if wanted.bits != source.bits:

@@ -1,11 +1,10 @@
-"""Median, gradient, distance and resizing against SciPy, scikit-image, OpenCV and brute force."""
+"""Median, gradient, distance and resizing against SciPy, OpenCV and brute force."""
 from fractions import Fraction
 
 import cv2
 import numpy as np
 import pytest
 import scipy.ndimage
-import skimage.filters.rank
 from hypothesis import given
 from hypothesis import strategies as st
 from hypothesis.extra import numpy as arrays

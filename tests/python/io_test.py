@@ -1,6 +1,9 @@
 """Files."""
 import importlib
+import os
 import shutil
+import sys
+from pathlib import Path
 
 import numpy as np
 import OpenImageIO as oiio
@@ -37,6 +40,22 @@ def test_a_description_says_depth_and_pattern(tmp_path):
     output.close()
     f = ko.imread(name)
     assert (f.bits, f.bayer) == (12, "GRBG") and np.array_equal(f, a)
+
+
+@pytest.mark.skipif("KO_TOOL" not in os.environ, reason="the tool is not built")
+def test_a_raw_file_is_its_mosaic(tmp_path, monkeypatch):
+    sys.path.insert(0, str(Path(__file__).parents[1] / "tool"))
+    from raw_test import dng
+
+    a = random_picture((24, 32), np.uint16, 12)
+    (tmp_path / "a.dng").write_bytes(dng(32, 24, a.ravel().tolist(), "gbrg", black=(64,), white=4095))
+    monkeypatch.setenv("PATH", f"{Path(os.environ['KO_TOOL']).parent}:{os.environ['PATH']}")
+    f = ko.imread(tmp_path / "a.dng")
+    assert (f.bits, f.bayer) == (12, "GBRG")
+    assert np.array_equal(f, np.maximum(a, 64) - 64)
+    (tmp_path / "b.dng").write_bytes(dng(32, 24, a.ravel().tolist(), "gbrg")[:900])
+    with pytest.raises(OSError):
+        ko.imread(tmp_path / "b.dng")
 
 
 def test_files_that_cannot_be_read(tmp_path):
