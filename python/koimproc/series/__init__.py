@@ -1,0 +1,26 @@
+"""Series of frames: read lazily, joined exactly, worked on by threads, processes or a Dask cluster.
+
+Needs Dask with its distributed scheduler (Debian's python3-dask and python3-distributed), and for each kind of file its
+library: python3-tifffile, python3-astropy (FITS), python3-h5py, python3-zarr.
+"""
+
+from koimproc.series._accumulator import Accumulator
+from koimproc.series._engine import Report
+from koimproc.series._recipe import calibrate, run, write_frame
+from koimproc.series._series import Series, open_series
+from koimproc.series._sources import FrameError
+from koimproc.series._statistics import accumulate, describe, master
+
+__all__ = [
+    "Accumulator",
+    "FrameError",
+    "Report",
+    "Series",
+    "accumulate",
+    "calibrate",
+    "describe",
+    "master",
+    "open_series",
+    "run",
+    "write_frame",
+]

@@ -1,0 +1,279 @@
+"""Statistics of every pixel over a series, as integers that merge in any order."""
+
+from __future__ import annotations
+
+import copy
+from collections.abc import Sequence
+from typing import Any, Optional
+
+import numpy as np
+import numpy.typing as npt
+
+from koimproc import native
+from koimproc.series._files import PathLike, replacing
+
+Array = npt.NDArray[Any]
+
+# The planes that a result is made of, and the type of their counters; None is that of the frames.
+_PLANES = {
+    "mean": ("sum",),
+    "var": ("sum", "squares"),
+    "min": ("minimum",),
+    "max": ("maximum",),
+    "above": ("above",),
+    "hist": (),
+}
+_TYPES = {"sum": "u8", "squares": "u8", "minimum": None, "maximum": None, "above": "u4", "counts": "u4"}
+
+
+def _check(rc: native.ResultCode, sentence: str) -> None:
+    if rc == native.ResultOutOfRange:
+        raise OverflowError(f"an accumulator holds at most {native.mostAccumulatedFrames} frames")
+    if rc == native.ResultFailed:
+        raise MemoryError(sentence)
+    if rc != native.ResultOk:
+        raise ValueError(f"{sentence}: {native.toString(rc)}")
+
+
+class Accumulator:
+    """Statistics of every pixel over any number of frames.
+
+    It holds integers alone, and merging adds them. So the parts of a series may be accumulated anywhere and merged in
+    any order: the results are the same bit for bit.
+
+    Parameters
+    ----------
+    *what : {"mean", "var", "min", "max", "above", "hist"}
+        What `result` gives: images, and for "hist" how often each level occurs in all frames together.
+    bits : int, optional
+        Depth of the frames, for "hist"; all bits of their dtype unless given.
+    level : int, optional
+        For "above": samples above it are counted, which finds hot pixels in dark frames.
+
+    Examples
+    --------
+    >>> import numpy as np
+    >>> from koimproc.series import Accumulator
+    >>> a = Accumulator("mean", "var", "max")
+    >>> a.add(np.full((1, 2), 4, np.uint16), np.full((1, 2), 8, np.uint16))
+    >>> a.result()["mean"], a.result()["var"]
+    (array([[6., 6.]]), array([[4., 4.]]))
+    """
+
+    def __init__(self, *what: str, bits: Optional[int] = None, level: Optional[int] = None) -> None:
+        if not what or not set(what) <= set(_PLANES):
+            raise ValueError(f"what: some of {', '.join(_PLANES)} are wanted, not {', '.join(what) or 'none'}")
+        if ("above" in what) != (level is not None):
+            raise ValueError("level: a level is wanted for 'above', and for nothing else")
+        if level is not None and not 0 <= level <= 65535:
+            raise ValueError(f"level: 0...65535 is wanted, not {level}")
+        if bits is not None and not 1 <= bits <= 16:
+            raise ValueError(f"bits: 1...16 are wanted, not {bits}")
+        self._what = tuple(name for name in _PLANES if name in what)
+        self._bits = bits
+        self._level = level
+        self._planes: dict[str, Array] = {}
+        self._histogram: Optional[npt.NDArray[np.uint64]] = None
+        self._dtype: Optional[np.dtype[Any]] = None
+        self._shape: tuple[int, ...] = ()
+        self._sums = native.SxAccumulator()
+        self._frames = 0
+
+    @property
+    def what(self) -> tuple[str, ...]:
+        """Names of the results."""
+        return self._what
+
+    @property
+    def frames(self) -> int:
+        """How many frames have been added."""
+        return self._frames
+
+    @property
+    def planes(self) -> dict[str, Array]:
+        """The integers themselves, by name; empty before the first frame. They are not copied."""
+        return dict(self._planes)
+
+    def add(self, *frames: Array, masks: Optional[Sequence[Array]] = None) -> None:
+        """Add frames: uint8 or uint16 arrays of one shape, (rows, columns) or (rows, columns, channels).
+
+        Several frames in one call take less time than one call for each. A mask has one uint8 or bool per pixel; pixels
+        that its mask does not select (0) are not counted in that frame.
+        """
+        if not frames:
+            return
+        if masks is not None and len(masks) != len(frames):
+            raise ValueError(f"masks: as many as frames are wanted, {len(frames)}, not {len(masks)}")
+        arrays = [np.asarray(frame) for frame in frames]
+        if self._dtype is None:
+            self._begin(arrays[0])
+        for array in arrays:
+            if array.dtype != self._dtype or array.shape != self._shape:
+                raise ValueError(
+                    f"frames: {self._dtype} of shape {self._shape} is wanted, not {array.dtype} of {array.shape}"
+                )
+        records = [native.SxImageBuf(np.ascontiguousarray(array)) for array in arrays]
+        selecting = [native.SxImageBuf(np.ascontiguousarray(mask).astype(np.uint8, copy=False)) for mask in masks or ()]
+        counts = self._counted(records, selecting) if "hist" in self._what else None
+        if self._planes:
+            _check(native.AccumulateFrames(records, selecting, self._sums), "frames or masks do not fit")
+        elif self._frames + len(frames) > native.mostAccumulatedFrames:
+            _check(native.ResultOutOfRange, "")
+        if counts is not None:
+            self._histogram = counts if self._histogram is None else self._histogram + counts
+        self._frames += len(frames)
+
+    def merge(self, other: Accumulator) -> Accumulator:
+        """Add what another accumulator holds, which stays as it is; returns this one."""
+        if (self._what, self._bits, self._level) != (other._what, other._bits, other._level):
+            raise ValueError("other: an accumulator of the same results, bits and level is wanted")
+        if other._dtype is None:
+            return self
+        if self._dtype is None:
+            self.__setstate__(copy.deepcopy(other.__getstate__()))
+            return self
+        if (self._dtype, self._shape) != (other._dtype, other._shape):
+            raise ValueError(f"other: one of {self._dtype} frames of shape {self._shape} is wanted")
+        if self is other:
+            raise ValueError("other: an accumulator is not merged with itself")
+        if self._planes:
+            _check(native.MergeAccumulators(other._sums, self._sums), "the accumulators do not fit")
+        elif self._frames + other._frames > native.mostAccumulatedFrames:
+            _check(native.ResultOutOfRange, "")
+        if self._histogram is not None and other._histogram is not None:
+            self._histogram = self._histogram + other._histogram
+        self._frames += other._frames
+        return self
+
+    def result(self, ddof: int = 0) -> dict[str, Array]:
+        """The results by name.
+
+        "mean" and "var" are float64: the numbers nearest to the exact quotients. The variance is divided by n - `ddof`,
+        0 or 1, where n is the number of frames that count the pixel; it is NaN where that is not above 0. "min" of a
+        pixel that is never counted is the largest number of the dtype. "hist" has the shape (levels,), or
+        (channels, levels).
+        """
+        if ddof not in (0, 1):
+            raise ValueError(f"ddof: 0 or 1 is wanted, not {ddof}")
+        if self._dtype is None:
+            raise ValueError("no frame has been added")
+        return {name: self._result(name, ddof) for name in self._what}
+
+    def save(self, path: PathLike) -> None:
+        """Write everything to a file, which appears under its name when it is complete."""
+        state = self.__getstate__()
+        arrays = {f"plane_{name}": plane for name, plane in state["planes"].items()}
+        if state["histogram"] is not None:
+            arrays["histogram"] = state["histogram"]
+        arrays["what"] = np.array(self._what)
+        arrays["dtype"] = np.array(str(self._dtype))
+        arrays["shape"] = np.array(self._shape, np.int64)
+        optional = [-1 if number is None else number for number in (self._bits, self._level)]
+        arrays["numbers"] = np.array([self._frames, *optional], np.int64)
+        with replacing(path) as file:
+            np.savez(file, **arrays)
+
+    @classmethod
+    def load(cls, path: PathLike) -> Accumulator:
+        """Read what `save` has written."""
+        with np.load(path) as file:
+            frames, bits, level = (int(number) for number in file["numbers"])
+            dtype = str(file["dtype"])
+            accumulator = cls.__new__(cls)
+            accumulator.__setstate__(
+                {
+                    "what": tuple(str(name) for name in file["what"]),
+                    "bits": None if bits < 0 else bits,
+                    "level": None if level < 0 else level,
+                    "dtype": None if dtype == "None" else np.dtype(dtype),
+                    "shape": tuple(int(length) for length in file["shape"]),
+                    "frames": frames,
+                    "planes": {name[6:]: file[name] for name in file.files if name.startswith("plane_")},
+                    "histogram": file["histogram"] if "histogram" in file.files else None,
+                }
+            )
+        return accumulator
+
+    def __getstate__(self) -> dict[str, Any]:
+        return {
+            "what": self._what,
+            "bits": self._bits,
+            "level": self._level,
+            "dtype": self._dtype,
+            "shape": self._shape,
+            "frames": self._frames,
+            "planes": self._planes,
+            "histogram": self._histogram,
+        }
+
+    def __setstate__(self, state: dict[str, Any]) -> None:
+        self._what = state["what"]
+        self._bits = state["bits"]
+        self._level = state["level"]
+        self._dtype = state["dtype"]
+        self._shape = state["shape"]
+        self._frames = state["frames"]
+        self._planes = state["planes"]
+        self._histogram = state["histogram"]
+        self._bind()
+
+    def _begin(self, frame: Array) -> None:
+        if frame.dtype not in (np.uint8, np.uint16) or frame.ndim not in (2, 3):
+            raise ValueError(
+                "frames: uint8 or uint16 of shape (rows, columns) or (rows, columns, channels) is wanted, "
+                f"not {frame.dtype} of {frame.shape}"
+            )
+        if self._bits is not None and self._bits > 8 * frame.dtype.itemsize:
+            raise ValueError(f"bits: samples of {frame.dtype} do not have {self._bits}")
+        self._dtype = frame.dtype
+        self._shape = frame.shape
+        names = {plane for name in self._what for plane in _PLANES[name]}
+        if names:
+            names.add("counts")
+        types = {name: kind or frame.dtype for name, kind in _TYPES.items() if name in names}
+        self._planes = {name: np.zeros(frame.shape, kind) for name, kind in types.items()}
+        self._bind()
+        if self._planes:
+            _check(native.ClearAccumulator(self._sums), "planes of this shape")
+
+    def _bind(self) -> None:
+        """Lay the library's record over the planes."""
+        records = {name: native.SxImageBuf(plane) for name, plane in self._planes.items()}
+        self._sums = native.SxAccumulator(**records, frames=self._frames, level=self._level or 0)
+
+    def _counted(
+        self, records: Sequence[native.SxImageBuf], masks: Sequence[native.SxImageBuf]
+    ) -> npt.NDArray[np.uint64]:
+        """How often each level occurs in some frames."""
+        assert self._dtype is not None
+        bits = self._bits or 8 * self._dtype.itemsize
+        channels = 1 if len(self._shape) == 2 else self._shape[2]
+        total = np.zeros((channels, 1 << bits), np.uint64)
+        for index, record in enumerate(records):
+            # Counters of 32 bits are enough for one frame; levels beyond the depth are looked for in all of them.
+            counts = np.zeros((channels, 1 << (8 * self._dtype.itemsize)), np.uint32)
+            counters = native.CxImageHistogram(counts)
+            if masks:
+                _check(native.HistogramMasked(record, masks[index], counters), "masks do not fit")
+            else:
+                _check(native.Histogram(record, counters), "frames do not fit")
+            if counts[:, 1 << bits :].any():
+                raise ValueError(f"bits: there are samples of {1 << bits} and above, more than {bits} bits")
+            total += counts[:, : 1 << bits]
+        return total
+
+    def _result(self, name: str, ddof: int) -> Array:
+        if name == "hist":
+            assert self._histogram is not None
+            counts: Array = self._histogram[0] if len(self._shape) == 2 else self._histogram
+            return counts.copy()
+        if name in ("mean", "var"):
+            out = np.empty(self._shape)
+            image = native.SxImageBuf(out)
+            if name == "mean":
+                _check(native.AccumulatedMean(self._sums, image), "planes")
+            else:
+                _check(native.AccumulatedVariance(self._sums, ddof, image), "planes")
+            return out
+        plane: Array = self._planes[_PLANES[name][0]].copy()
+        return plane

@@ -1,0 +1,186 @@
+"""Parts of a series on threads, processes or a cluster. The scheduling is Dask's."""
+
+from __future__ import annotations
+
+import hashlib
+import json
+import os
+import time
+from collections.abc import Callable, Iterator, Sequence
+from contextlib import ExitStack
+from dataclasses import dataclass, field
+from functools import partial
+from typing import Any, Optional
+
+import numpy as np
+
+from koimproc.series._files import PathLike, replacing
+from koimproc.series._series import Series
+from koimproc.series._sources import FrameError, library
+
+# Bytes of frames in a part, unless the caller says how many frames.
+_PART_BYTES = 128 << 20
+
+Progress = Callable[[int, int, float], None]
+
+
+@dataclass
+class Report:
+    """What became of the frames of a series."""
+
+    frames: int
+    done: int = 0
+    resumed: int = 0
+    failed: list[tuple[str, str]] = field(default_factory=list)
+    seconds: float = 0.0
+
+    def json(self) -> str:
+        """The report as JSON."""
+        failed = [{"frame": name, "message": message} for name, message in sorted(self.failed)]
+        facts = {"frames": self.frames, "done": self.done, "resumed": self.resumed, "failed": failed}
+        return json.dumps({**facts, "seconds": round(self.seconds, 3)}, indent=4)
+
+
+@dataclass(frozen=True)
+class Part:
+    """Frames start...stop - 1, and the file that says that they are done."""
+
+    start: int
+    stop: int
+    record: str
+
+
+def parts_of(series: Series, frames_per_part: Optional[int], directory: PathLike, facts: Sequence[str]) -> list[Part]:
+    """Parts whose records have names that follow from the series and from the facts of what is done with it."""
+    if frames_per_part is None:
+        frame_bytes = int(np.prod(series.shape)) * series.dtype.itemsize
+        frames_per_part = min(64, max(1, _PART_BYTES // max(1, frame_bytes)))
+    if frames_per_part < 1:
+        raise ValueError(f"frames_per_part: at least 1 is wanted, not {frames_per_part}")
+    parts = []
+    for start in range(0, len(series), frames_per_part):
+        stop = min(start + frames_per_part, len(series))
+        key = hashlib.sha256(repr((series.identity(start, stop), list(facts), start, stop)).encode()).hexdigest()[:32]
+        parts.append(Part(start, stop, os.path.join(os.fspath(directory), key + ".json")))
+    return parts
+
+
+def write_record(part: Part, failed: Sequence[tuple[str, str]], outputs: Sequence[str] = ()) -> None:
+    """Say that a part is done. Everything that it has made must be in its place before."""
+    with replacing(part.record) as file:
+        file.write(json.dumps({"failed": list(failed), "outputs": list(outputs)}).encode())
+
+
+def read_record(part: Part) -> Optional[list[tuple[str, str]]]:
+    """The frames of a part that failed; None where it is not done, or what it made is no longer there."""
+    try:
+        with open(part.record, "rb") as file:
+            record = json.load(file)
+    except FileNotFoundError:
+        return None
+    if not all(os.path.exists(output) for output in record["outputs"]):
+        return None
+    return [(name, message) for name, message in record["failed"]]
+
+
+Task = Callable[[], None]
+
+
+def _on_threads(tasks: Sequence[Task], workers: int, finished: Callable[[int], None]) -> None:
+    """All tasks on threads of this process; `finished` hears of each on the calling thread."""
+    graph = {("part", index): (task,) for index, task in enumerate(tasks)}
+    callback = library("dask.callbacks").Callback(posttask=lambda key, *_: finished(key[1]))
+    with callback:
+        library("dask.threaded").get(graph, list(graph), num_workers=workers)
+
+
+def _on_cluster(
+    tasks: Sequence[Task], scheduler: str, workers: int, finished: Callable[[int], None]
+) -> None:
+    """All tasks on processes, of this machine or of a cluster. What a worker has not finished when it dies, another one
+    does again."""
+    distributed = library("distributed")
+    with ExitStack() as stack:
+        if scheduler == "processes":
+            cluster = distributed.LocalCluster(
+                n_workers=workers, threads_per_worker=1, dashboard_address=None, silence_logs="CRITICAL"
+            )
+            client = stack.enter_context(distributed.Client(stack.enter_context(cluster), set_as_default=False))
+        else:
+            client = stack.enter_context(distributed.Client(scheduler, set_as_default=False))
+        futures = {client.submit(task, pure=False): index for index, task in enumerate(tasks)}
+        for future in distributed.as_completed(futures, loop=client.loop):
+            future.result()
+            finished(futures.pop(future))
+
+
+def run_parts(
+    series: Series,
+    parts: Sequence[Part],
+    work: Callable[..., None],
+    arguments: Sequence[Any],
+    *,
+    scheduler: Optional[str],
+    workers: Optional[int],
+    resume: bool,
+    on_error: str,
+    progress: Optional[Progress],
+) -> Report:
+    """Call `work(series, part, on_error, *arguments)` for every part that has no record yet.
+
+    A part that was on a worker that died is done again elsewhere. With on_error "raise" the first failure ends it all;
+    the parts that are done keep their records.
+    """
+    if on_error not in ("raise", "skip"):
+        raise ValueError(f"on_error: 'raise' or 'skip' is wanted, not {on_error!r}")
+    if scheduler not in (None, "processes") and "://" not in str(scheduler):
+        raise ValueError(f"scheduler: None, 'processes' or an address such as tcp://host:8786, not {scheduler!r}")
+    if workers is not None and workers < 1:
+        raise ValueError(f"workers: at least 1 is wanted, not {workers}")
+    begun = time.monotonic()
+    report = Report(len(series))
+    open_parts = []
+    for part in parts:
+        failed = read_record(part) if resume else None
+        if failed is None or (failed and on_error == "raise"):
+            if os.path.exists(part.record):
+                os.unlink(part.record)
+            open_parts.append(part)
+        else:
+            report.resumed += part.stop - part.start - len(failed)
+            report.failed += failed
+
+    def finished(index: int) -> None:
+        part = open_parts[index]
+        failed = read_record(part)
+        if failed is None:
+            raise RuntimeError(f"{part.record} is missing: do all workers see this directory?")
+        report.failed += failed
+        report.done += part.stop - part.start - len(failed)
+        if progress is not None:
+            seen = report.done + report.resumed + len(report.failed)
+            progress(seen, len(series), time.monotonic() - begun)
+
+    tasks = [partial(work, series, part, on_error, *arguments) for part in open_parts]
+    count = workers or os.cpu_count() or 1
+    if scheduler is None:
+        _on_threads(tasks, count, finished)
+    elif tasks:
+        _on_cluster(tasks, scheduler, count, finished)
+    report.seconds = time.monotonic() - begun
+    return report
+
+
+def frames_of(
+    series: Series, part: Part, on_error: str, failed: list[tuple[str, str]]
+) -> Iterator[tuple[int, Any]]:
+    """The frames of a part with their numbers; what cannot be read goes to `failed`, or raises."""
+    for index in range(part.start, part.stop):
+        try:
+            frame = series[index]
+        except FrameError as error:
+            if on_error == "raise":
+                raise
+            failed.append((error.name, error.message))
+            continue
+        yield index, frame

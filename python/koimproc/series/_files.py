@@ -1,0 +1,28 @@
+"""Files that appear under their names when they are complete."""
+
+from __future__ import annotations
+
+import os
+import secrets
+from collections.abc import Iterator
+from contextlib import contextmanager
+from typing import IO, Union
+
+PathLike = Union[str, "os.PathLike[str]"]
+
+
+@contextmanager
+def replacing(path: PathLike) -> Iterator[IO[bytes]]:
+    """A new file beside `path`, which takes its place once everything is on the disk. A failure leaves `path` alone."""
+    directory, name = os.path.split(os.path.abspath(path))
+    temporary = os.path.join(directory, f".{name}.{secrets.token_hex(8)}")
+    try:
+        with open(temporary, "xb") as file:
+            yield file
+            file.flush()
+            os.fsync(file.fileno())
+        os.replace(temporary, path)
+    except BaseException:
+        if os.path.exists(temporary):
+            os.unlink(temporary)
+        raise

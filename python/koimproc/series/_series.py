@@ -1,0 +1,163 @@
+"""Frames that are read when they are needed."""
+
+from __future__ import annotations
+
+import hashlib
+import os
+from collections.abc import Iterator, Sequence
+from typing import Any, Optional, Union
+
+import numpy as np
+import numpy.typing as npt
+
+from koimproc.series._files import PathLike
+from koimproc.series._sources import FrameError, Source, library, source_of
+
+Array = npt.NDArray[Any]
+
+
+class Series:
+    """Frames of one shape and dtype, each read when it is asked for. Made by `open_series`.
+
+    Examples
+    --------
+    >>> from koimproc.series import open_series
+    >>> try:
+    ...     darks = open_series("darks/*.tif")
+    ... except FileNotFoundError as error:
+    ...     print(error)
+    darks/*.tif: no such files
+    """
+
+    def __init__(self, source: Source, bits: Optional[int], bayer: Optional[str]) -> None:
+        self._source = source
+        self._names = source.names()
+        if not self._names:
+            raise ValueError("a series has at least one frame")
+        first = self._read(0)
+        self._shape, self._dtype = first.shape, first.dtype
+        self._stored_bits = source.bits or 8 * first.dtype.itemsize
+        self._bits = bits or self._stored_bits
+        self._bayer = bayer or source.bayer
+
+    def __len__(self) -> int:
+        return len(self._names)
+
+    @property
+    def names(self) -> list[str]:
+        """The frames' names, as failures and reports have them."""
+        return list(self._names)
+
+    @property
+    def shape(self) -> tuple[int, ...]:
+        """Of one frame: (rows, columns) or (rows, columns, channels)."""
+        return self._shape
+
+    @property
+    def dtype(self) -> np.dtype[Any]:
+        """Of the samples."""
+        return self._dtype
+
+    @property
+    def bits(self) -> int:
+        """Depth of the samples."""
+        return self._bits
+
+    @property
+    def bayer(self) -> Optional[str]:
+        """Colours of a mosaic's first two rows; None for other frames."""
+        return self._bayer
+
+    def _read(self, index: int) -> Array:
+        try:
+            return self._source.read(index)
+        except ImportError:
+            raise
+        except Exception as error:  # Each of the libraries has exceptions of its own for damaged files.
+            raise FrameError(self._names[index], str(error) or type(error).__name__) from error
+
+    def __getitem__(self, index: int) -> Array:
+        """Read one frame. `FrameError` where it cannot be read or differs in shape or dtype from the first one."""
+        frame = self._read(range(len(self))[index])
+        if frame.shape != self._shape or frame.dtype != self._dtype:
+            raise FrameError(
+                self._names[index], f"{self._dtype} of shape {self._shape} is wanted, not {frame.dtype} of {frame.shape}"
+            )
+        return frame
+
+    def __iter__(self) -> Iterator[Array]:
+        return (self[index] for index in range(len(self)))
+
+    @property
+    def nbytes(self) -> int:
+        """Bytes of all samples."""
+        return len(self) * int(np.prod(self._shape)) * self._dtype.itemsize
+
+    def inputs(self) -> Optional[list[str]]:
+        """The frames as files that the tool ko reads; None where a frame is a part of a file, or where the series was
+        given another depth or pattern than its files say."""
+        as_stored = (self._bits, self._bayer) == (self._stored_bits, self._source.bayer)
+        return self._source.inputs() if as_stored else None
+
+    def identity(self, start: int, stop: int) -> str:
+        """A hash of the names, sizes and times of change of the files that hold the frames start...stop - 1: another one
+        after any of them has changed."""
+        digest = hashlib.sha256(repr((self._shape, str(self._dtype), self._bits, self._bayer)).encode())
+        for path in self._source.files(start, stop):
+            try:
+                status = os.stat(path)
+                facts = (os.path.abspath(path), status.st_size, status.st_mtime_ns)
+            except OSError:
+                facts = (os.path.abspath(path), -1, -1)
+            digest.update(repr(facts).encode())
+        return digest.hexdigest()
+
+    def dask(self, frames_per_chunk: int = 1) -> Any:
+        """All frames as one dask array of shape (frames, rows, columns[, channels]), in chunks of whole frames."""
+        dask, arrays = library("dask"), library("dask.array")
+        parts = []
+        for start in range(0, len(self), frames_per_chunk):
+            stop = min(start + frames_per_chunk, len(self))
+            block = dask.delayed(read_frames, pure=True)(self, start, stop)
+            parts.append(arrays.from_delayed(block, (stop - start, *self._shape), self._dtype))
+        return arrays.concatenate(parts)
+
+    def __repr__(self) -> str:
+        size = " x ".join(str(length) for length in self._shape)
+        bayer = "" if self._bayer is None else f", bayer={self._bayer!r}"
+        return f"Series({len(self)} frames of {size}, {self._dtype}, bits={self._bits}{bayer})"
+
+
+def read_frames(series: Series, start: int, stop: int) -> Array:
+    return np.stack([series[index] for index in range(start, stop)])
+
+
+def open_series(
+    frames: Union[PathLike, Sequence[PathLike]],
+    *,
+    dataset: Union[str, int, None] = None,
+    bits: Optional[int] = None,
+    bayer: Optional[str] = None,
+) -> Series:
+    """Open a series; only the first frame is read.
+
+    Parameters
+    ----------
+    frames : path, pattern, or sequence of paths
+        A pattern such as ``"darks/*.tif"`` (numbers in names count as numbers, so frame9 comes before frame10) or a list
+        of files: TIFF, FITS, raw files of cameras. Or one file with all frames: a TIFF of several pages, a FITS cube, a
+        Zarr directory, an HDF5 file.
+    dataset : str or int, optional
+        Name of the dataset in an HDF5 file or a Zarr group; number of a cube's part in a FITS file.
+    bits, bayer : optional
+        Depth and pattern of the samples, where the files do not say them. Files that the tool `ko` has written do.
+
+    Raises
+    ------
+    FileNotFoundError
+        For a pattern that no file matches.
+    FrameError
+        For a first frame that cannot be read.
+    """
+    source = source_of(frames, dataset)
+    return Series(source, bits, bayer)

@@ -1,0 +1,267 @@
+"""Where the frames of series come from: files, and files with many frames."""
+
+from __future__ import annotations
+
+import glob
+import importlib
+import os
+import re
+import shutil
+import subprocess
+import tempfile
+from collections.abc import Callable, Sequence
+from pathlib import Path
+from typing import Any, Optional, Union
+
+import numpy as np
+import numpy.typing as npt
+
+from koimproc.series._files import PathLike
+
+Array = npt.NDArray[Any]
+
+# What the tool ko writes into the description of a file; the samples stand in the high bits there.
+DESCRIPTION = re.compile(r"koimproc bits=(\d+)(?: grid=([RGB]{4}))?")
+_PATTERNS = ("RGGB", "BGGR", "GBRG", "GRBG")
+_FITS = (".fits", ".fit", ".fts")
+_TIFF = (".tif", ".tiff")
+
+
+class FrameError(OSError):
+    """A frame cannot be read, or is not like the others.
+
+    Attributes
+    ----------
+    name : str
+        Name of the frame.
+    """
+
+    def __init__(self, name: str, message: str) -> None:
+        super().__init__(f"{name}: {message}")
+        self.name = name
+        self.message = message
+
+    def __reduce__(self) -> tuple[Any, ...]:
+        return FrameError, (self.name, self.message)
+
+
+def library(name: str) -> Any:
+    """A module that a reader needs."""
+    try:
+        return importlib.import_module(name)
+    except ImportError:
+        package = "python3-" + name.partition(".")[0]
+        raise ImportError(f"this series needs {name}: Debian's package {package}") from None
+
+
+def tool() -> str:
+    """The program ko: that which the variable KO_TOOL names, or the one on the search path."""
+    found = os.environ.get("KO_TOOL") or shutil.which("ko")
+    if found is None:
+        raise OSError("the tool ko is missing: Debian's package koimproc-tools")
+    return found
+
+
+class Source:
+    """Where frames come from. It opens files when it is asked for a frame, so it can be sent to other processes."""
+
+    bits: Optional[int] = None
+    bayer: Optional[str] = None
+
+    def names(self) -> list[str]:
+        raise NotImplementedError
+
+    def read(self, index: int) -> Array:
+        raise NotImplementedError
+
+    def inputs(self) -> Optional[list[str]]:
+        """The frames as files that the tool ko reads; None where a frame is a part of a file."""
+        return None
+
+    def files(self, start: int, stop: int) -> list[str]:
+        """The files that hold the frames start...stop - 1."""
+        raise NotImplementedError
+
+
+def _page_of(source: Source, page: Any) -> Array:
+    """The samples of a page of a TIFF file; its description tells the source what they mean."""
+    samples = _samples(page.asarray())
+    description = DESCRIPTION.match(page.description)
+    if description is None:
+        return samples
+    source.bits, source.bayer = int(description[1]), description[2]
+    shifted: Array = samples >> (8 * samples.dtype.itemsize - source.bits)
+    return shifted
+
+
+def _samples(data: Any) -> Array:
+    """In this machine's byte order, one row after another."""
+    array = np.asarray(data)
+    return np.ascontiguousarray(array, array.dtype.newbyteorder("="))
+
+
+class _Files(Source):
+    """One file per frame."""
+
+    def __init__(self, paths: Sequence[str]) -> None:
+        self._paths = list(paths)
+        self._described(self._paths[0])
+
+    def names(self) -> list[str]:
+        return list(self._paths)
+
+    def files(self, start: int, stop: int) -> list[str]:
+        return self._paths[start:stop]
+
+    def inputs(self) -> Optional[list[str]]:
+        return list(self._paths)
+
+    def _described(self, path: str) -> Array:
+        ending = Path(path).suffix.lower()
+        if ending in _TIFF:
+            return self._tiff(path)
+        if ending in _FITS:
+            with library("astropy.io.fits").open(path, memmap=False) as file:
+                image = next((part for part in file if part.data is not None and part.data.ndim >= 2), None)
+                if image is None:
+                    raise ValueError("no image in the file")
+                pattern = image.header.get("BAYERPAT")
+                self.bayer = pattern if pattern in _PATTERNS else None
+                return _samples(image.data)
+        with tempfile.TemporaryDirectory() as directory:
+            mosaic = os.path.join(directory, "mosaic.tif")
+            command = [tool(), "unpack", path, "-o", mosaic, "--quiet"]
+            done = subprocess.run(command, stdin=subprocess.DEVNULL, capture_output=True, text=True)
+            if done.returncode != 0:
+                raise ValueError(done.stderr.strip() or "cannot be read")
+            return self._tiff(mosaic)
+
+    def _tiff(self, path: str) -> Array:
+        with library("tifffile").TiffFile(path) as file:
+            return _page_of(self, file.pages[0])
+
+    def read(self, index: int) -> Array:
+        return self._described(self._paths[index])
+
+
+class _Stack(Source):
+    """Frames along the first axis of one file."""
+
+    def __init__(self, path: str, dataset: Union[str, int, None]) -> None:
+        self._path = path
+        self._dataset = dataset
+        self._length = self._count()
+
+    def names(self) -> list[str]:
+        return [f"{self._path}[{index}]" for index in range(self._length)]
+
+    def files(self, start: int, stop: int) -> list[str]:
+        return [self._path]
+
+    def _count(self) -> int:
+        raise NotImplementedError
+
+
+class _Pages(_Stack):
+    """A TIFF file with one frame per page."""
+
+    def _count(self) -> int:
+        with library("tifffile").TiffFile(self._path) as file:
+            return len(file.pages)
+
+    def read(self, index: int) -> Array:
+        with library("tifffile").TiffFile(self._path) as file:
+            return _page_of(self, file.pages[index])
+
+
+class _Cube(_Stack):
+    """A FITS cube: the last axis of the file counts frames."""
+
+    def _count(self) -> int:
+        with self._opened() as file:
+            shape = file[self._dataset or 0].shape
+        if len(shape) < 3:
+            raise ValueError("no cube of frames")
+        return int(shape[0])
+
+    def _opened(self) -> Any:
+        return library("astropy.io.fits").open(self._path)
+
+    def read(self, index: int) -> Array:
+        with self._opened() as file:
+            return _samples(file[self._dataset or 0].section[index])
+
+
+class _Hdf5(_Stack):
+    """A dataset of an HDF5 file, with shape (frames, rows, columns[, channels])."""
+
+    def _count(self) -> int:
+        with library("h5py").File(self._path, "r") as file:
+            return len(file[self._dataset])
+
+    def read(self, index: int) -> Array:
+        with library("h5py").File(self._path, "r") as file:
+            return _samples(file[self._dataset][index])
+
+
+class _Zarr(_Stack):
+    """A Zarr array of the same shape."""
+
+    def _array(self) -> Any:
+        opened = library("zarr").open(self._path, mode="r")
+        return opened if self._dataset is None else opened[self._dataset]
+
+    def _count(self) -> int:
+        return int(self._array().shape[0])
+
+    def files(self, start: int, stop: int) -> list[str]:
+        return [str(path) for path in sorted(Path(self._path).rglob("*")) if path.is_file()]
+
+    def read(self, index: int) -> Array:
+        return _samples(self._array()[index])
+
+
+def _numbered(path: str) -> list[tuple[int, Union[int, str]]]:
+    """Sorts frame9 before frame10."""
+    return [(0, int(part)) if part.isdigit() else (1, part) for part in re.split(r"(\d+)", path)]
+
+
+def source_of(frames: Union[PathLike, Sequence[PathLike]], dataset: Union[str, int, None]) -> Source:
+    if not isinstance(frames, (str, os.PathLike)):
+        paths = [os.fspath(path) for path in frames]
+        if not paths:
+            raise ValueError("frames: a series has at least one frame")
+        return _opened(paths[0], lambda: _Files(paths))
+    name = os.fspath(frames)
+    ending = Path(name).suffix.lower()
+    if ending in (".h5", ".hdf5"):
+        if dataset is None:
+            raise ValueError("dataset: the name of a dataset of the HDF5 file is wanted")
+        return _opened(name, lambda: _Hdf5(name, dataset))
+    if ending == ".zarr":
+        return _opened(name, lambda: _Zarr(name, dataset))
+    if os.path.exists(name):
+        if ending in _TIFF:
+            pages = _opened(name, lambda: _Pages(name, None))
+            return pages if len(pages.names()) > 1 else _opened(name, lambda: _Files([name]))
+        if ending in _FITS and dataset is not None:
+            return _opened(name, lambda: _Cube(name, dataset))
+        if ending in _FITS:
+            with library("astropy.io.fits").open(name) as file:
+                is_cube = len(file[0].shape) >= 3
+            return _opened(name, lambda: _Cube(name, 0) if is_cube else _Files([name]))
+        return _opened(name, lambda: _Files([name]))
+    found = sorted(glob.glob(name), key=_numbered)
+    if not found:
+        raise FileNotFoundError(f"{name}: no such files")
+    return _opened(found[0], lambda: _Files(found))
+
+
+def _opened(name: str, make: Callable[[], Source]) -> Source:
+    """A source, or a `FrameError` that names what could not be opened."""
+    try:
+        return make()
+    except (ImportError, FrameError):
+        raise
+    except Exception as error:
+        raise FrameError(name, str(error) or type(error).__name__) from error
