@@ -3,9 +3,9 @@
 
 usage: bench.py TABLE [FILTER [THREADS...]]
 
-All functions of a row do the same work on the same picture, one after the other in rounds, so that what else the machine
-does meets all of them. A figure is the ratio of medians: how many times as long the other library takes, in processor time
-for one thread and by the clock for several.
+All functions of a row do the same work on the same picture, one after the other in rounds, so that what else the
+machine does meets all of them. A figure is the ratio of medians: how many times as long the other library takes, in
+processor time for one thread and by the clock for several.
 """
 import datetime
 import math
@@ -32,12 +32,12 @@ HEAD = """# Performance in Python
 
 How many times as long other libraries take as the functions of `koimproc`, for the same work on the same pictures of
 2048 x 2048 samples. Above 1, koimproc is faster. Written by `./dev bench python` on {date} on {processor}, {threads}
-threads in all; Python {python}, NumPy {numpy}, OpenCV {opencv}, scikit-image {skimage}, SciPy {scipy}. Medians of {rounds}
-interleaved rounds, fewer where a row takes long; in processor time for one thread, by the clock for several.
+threads in all; Python {python}, NumPy {numpy}, OpenCV {opencv}, scikit-image {skimage}, SciPy {scipy}. Medians of
+{rounds} interleaved rounds, fewer where a row takes long; in processor time for one thread, by the clock for several.
 
 NumPy, SciPy and scikit-image use one thread whatever is allowed. Where a cell is empty, the library has no such
-function for these samples. What each row calls stands in `bench/python/rows.py`; results that are rounded or treated at the
-edges in another way are compared as the nearest that a library offers.
+function for these samples. What each row calls stands in `bench/python/rows.py`; results that are rounded or treated
+at the edges in another way are compared as the nearest that a library offers.
 """
 
 
@@ -62,7 +62,8 @@ def medians(functions, clock):
 
 def least(functions, number):
     """Least time of each of several functions: what else the machine does can only add to it."""
-    return {name: min(seconds_of(function, time.perf_counter, number) for _ in range(SHORT_ROUNDS)) for name, function in functions.items()}
+    return {name: min(seconds_of(function, time.perf_counter, number) for _ in range(SHORT_ROUNDS))
+            for name, function in functions.items()}
 
 
 def checked(functions):

@@ -103,7 +103,8 @@ def large(bits):
         "scikit-image": lambda: skimage.transform.resize(a, (SIDE // 2, SIDE // 2), preserve_range=True,
                                                          anti_aliasing=True)}
     table["demosaic, malvar (others bilinear)"] = {
-        "koimproc": lambda: ko.demosaic(mosaic, "malvar"), "OpenCV": lambda: cv2.demosaicing(a, cv2.COLOR_BayerRGGB2RGB)}
+        "koimproc": lambda: ko.demosaic(mosaic, "malvar"),
+        "OpenCV": lambda: cv2.demosaicing(a, cv2.COLOR_BayerRGGB2RGB)}
     table["demosaic, menon (others along edges)"] = {
         "koimproc": lambda: ko.demosaic(mosaic), "OpenCV": lambda: cv2.demosaicing(a, cv2.COLOR_BayerRGGB2RGB_EA)}
     return table

@@ -2,7 +2,7 @@
 
 from __future__ import annotations
 
-from typing import Any, overload
+from typing import overload
 
 import numpy as np
 import numpy.typing as npt
@@ -111,7 +111,7 @@ def rescale_intensity(
     selected = mask_of(mask, source.shape)
     with limit(threads):
         lows, highs = _range_of(source, in_range, selected)
-        if source.dtype in CAMERA_SAMPLES and source.channels not in (1, 3, 4) and len(set(lows + highs)) > 2:
+        if source.channels not in (1, 3, 4) and len(set(zip(lows, highs))) > 1:
             raise ArgumentError("in_range", "one range per channel needs 1, 3 or 4 channels")
         target = Target(
             out,
@@ -138,12 +138,13 @@ def _range_of(source: Source, in_range: object, mask: Array | None) -> tuple[lis
         if in_range == "image":
             if source.array.size == 0:
                 return [0.0], [1.0]
-            pixels: Any = source.array if source.frame is None else source.frame
-            low, high = minmax(pixels, mask)
-            return per_colour(float(np.min(low)), source, "in_range"), per_colour(float(np.max(high)), source, "in_range")
-        if in_range == "dtype" and source.dtype.kind == "u":
-            return per_colour(0.0, source, "in_range"), per_colour(float(source.top), source, "in_range")
-        raise ArgumentError("in_range", f'"image", "dtype" (of unsigned integers) or (low, high) is wanted, not {in_range!r}')
+            low, high = minmax(source.array, mask)
+            in_range = (float(np.min(low)), float(np.max(high)))
+        elif in_range == "dtype" and source.dtype.kind == "u":
+            in_range = (0.0, float(source.top))
+        else:
+            wanted = '"image", "dtype" (of unsigned integers) or (low, high)'
+            raise ArgumentError("in_range", f"{wanted} is wanted, not {in_range!r}")
     if not isinstance(in_range, (tuple, list, np.ndarray)) or len(in_range) != 2:
         raise ArgumentError("in_range", f"(low, high) is wanted, not {in_range!r}")
     lows = per_colour(in_range[0], source, "in_range")
@@ -173,15 +174,15 @@ def _rescale_levels(source: Source, out: Array, lows: list[float], highs: list[f
         records = native.SxImageBuf(array, source.bits, 0, grid), native.SxImageBuf(out, bits, 0, grid)
         run(None, native.WhiteBalance, *records, gains, black)
         return
-    for rows_ in row_blocks(array):
-        scratch = np.empty(array[rows_].shape, UINT16)
+    for rows in row_blocks(array):
+        scratch = np.empty(array[rows].shape, UINT16)
         result = native.SxImageBuf(scratch, bits, 0, grid)
         if array.dtype == UINT16:
-            run(None, native.WhiteBalance, native.SxImageBuf(array[rows_], 16, 0, grid), result, gains, black)
+            run(None, native.WhiteBalance, native.SxImageBuf(array[rows], 16, 0, grid), result, gains, black)
         else:
-            scratch[...] = array[rows_]
+            scratch[...] = array[rows]
             run(None, native.WhiteBalance, result, result, gains, black)
-        np.copyto(out[rows_], scratch, casting="unsafe")
+        np.copyto(out[rows], scratch, casting="unsafe")
 
 
 def _rescale_numbers(array: Array, out: Array, low: float, high: float, bits: int) -> None:

@@ -23,7 +23,8 @@ Balance = Union[str, Numbers]
 
 def _mosaic(frame: Frame) -> Source:
     if not isinstance(frame, Frame):
-        raise SampleTypeError("frame", f'a frame is wanted, such as ko.Frame(a, bayer="RGGB"), not {type(frame).__name__}')
+        given = type(frame).__name__
+        raise SampleTypeError("frame", f'a frame is wanted, such as ko.Frame(a, bayer="RGGB"), not {given}')
     if frame.bayer is None:
         raise ArgumentError("frame", 'no mosaic; say what it is: ko.Frame(a, bayer="RGGB")')
     return Source(frame, name="frame", mosaic=True)

@@ -39,8 +39,7 @@ def test_everything_is_documented(name):
 
 
 def test_import_takes_little():
-    code = ("import time, numpy; start = time.perf_counter(); import koimproc; took = time.perf_counter() - start;"
-            "import sys; heavy = {'scipy', 'skimage', 'cv2', 'OpenImageIO', 'PIL'} & set(sys.modules); print(heavy)")
+    code = "import sys, koimproc; print({'scipy', 'skimage', 'cv2', 'OpenImageIO', 'PIL'} & set(sys.modules))"
     done = subprocess.run([sys.executable, "-c", code], check=True, capture_output=True, text=True)
     assert done.stdout.strip() == "set()"
 

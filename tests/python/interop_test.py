@@ -37,8 +37,9 @@ class Made:
         return A
 
 
-@pytest.mark.parametrize("pixels", [Shown(A), Handed(A.copy()), Made(), memoryview(A), memoryview(A.tobytes()).cast("B", A.shape),
-                                    np.asmatrix(A), A.view(np.recarray)], ids=lambda v: type(v).__name__)
+@pytest.mark.parametrize("pixels", [Shown(A), Handed(A.copy()), Made(), memoryview(A), np.asmatrix(A),
+                                    memoryview(A.tobytes()).cast("B", A.shape), A.view(np.recarray)],
+                         ids=lambda v: type(v).__name__)
 def test_objects_with_memory(pixels):
     assert np.array_equal(ko.median(pixels), ko.median(A))
     assert np.array_equal(ko.histogram(pixels, mask=Shown(A > 9)), ko.histogram(A, A > 9))

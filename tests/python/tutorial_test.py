@@ -31,5 +31,6 @@ def test_a_page_that_prints_something_else_is_an_error(tmp_path):
     page = tmp_path / "page.md"
     for shown, status in (("    2\n", 0), ("    3\n", 1), ("", 0)):
         page.write_text(f"# Page\n\n```python\nprint(1 + 1)\n```\n\n{shown}")
-        done = subprocess.run([sys.executable, "-B", ROOT / "tools/site/tutorial.py", page, tmp_path], capture_output=True)
+        command = [sys.executable, "-B", ROOT / "tools/site/tutorial.py", page, tmp_path]
+        done = subprocess.run(command, capture_output=True)
         assert done.returncode == status

@@ -55,7 +55,8 @@ def parameters_of(declaration):
 
 def called_by(package):
     """Names of the native module that the package uses."""
-    return {name for source in Path(package).glob("_*.py") for name in re.findall(r"\bnative\.(\w+)", source.read_text())}
+    text = "".join(source.read_text() for source in Path(package).glob("_*.py"))
+    return set(re.findall(r"\bnative\.(\w+)", text))
 
 
 def table(include, called):
