@@ -28,7 +28,7 @@ bool repeats(const std::uint8_t* bytes, std::int64_t group) noexcept
 template <int Tables>
 void countInTurns(const std::uint8_t* bytes, std::int64_t units, std::uint32_t* tables) noexcept
 {
-    constexpr int words = Tables == 3 ? 3 : 4;
+    constexpr std::int64_t words = Tables == 3 ? 3 : 4;
     constexpr std::int64_t group = 4 * words;
     std::int64_t i = 0;
     for (; i + group <= units; i += group) {

@@ -70,7 +70,7 @@ void countUnits(const std::uint8_t* units, std::int64_t count, std::uint32_t* ta
 /// How the bytes of one plane are counted: as pairs, until a trial shows that hardly any pair occurs twice.
 /// The counters of such pairs do not stay in the first-level cache, those of single bytes do.
 struct ByteTally {
-    static constexpr int tables = 4;
+    static constexpr std::size_t tables = 4;
 
     std::int64_t pairs = 0;  ///< counted so far
     bool judged = false;
