@@ -147,7 +147,8 @@ void placeScaled(const std::vector<std::uint8_t>& row, const Scaling& scaling, s
 {
     for (std::size_t at = 0; at < row.size(); at += sizeof(Stored), to += pixelSize) {
         std::array<std::uint8_t, sizeof(Stored)> bytes;
-        std::reverse_copy(row.data() + at, row.data() + at + sizeof(Stored), bytes.begin());
+        std::memcpy(bytes.data(), row.data() + at, sizeof(Stored));
+        std::reverse(bytes.begin(), bytes.end());
         const auto stored = std::bit_cast<Stored>(bytes);
         Real real = static_cast<Real>(stored);
         if (scaling.scale != 1)
