@@ -1,0 +1,47 @@
+#!/usr/bin/env bash
+# check_packages.sh FOLDER: unpacks the arm64 packages of a folder into a tree of their own, with all that they depend
+# on in Debian 12, and uses them there in the emulator.
+set -euo pipefail
+packages=$(realpath "$1")
+cd "$(dirname "$0")/../.."
+tree=$(mktemp -d)
+trap 'rm -rf --one-file-system "$tree"' EXIT
+
+emulated() {
+    qemu-aarch64-static -cpu cortex-a53 -L "$tree" "$@"
+}
+
+# says TEXT COMMAND...: what a program prints has this text.
+says() {
+    emulated "${@:2}" | grep -Fx -- "$1" >/dev/null || {
+        echo "not said by ${*:2}: $1" >&2
+        exit 1
+    }
+}
+
+wanted=()
+for package in "$packages"/*_arm64.deb; do
+    wanted+=("--include=$package")
+done
+# apt, whose root directory is the tree, wants to find the packages under the same path there.
+tools/arm64/unpack.sh "$tree" "${wanted[@]}" --include=libc6-dev,libstdc++-12-dev \
+    --setup-hook="mkdir -p \"\$1$packages\" && cp '$packages'/*.deb \"\$1$packages\""
+made=$tree/made
+mkdir "$made"
+
+ko=$tree/usr/bin/ko
+emulated "$ko" --version
+emulated "$ko" simulate docs/pictures/demosaiced.jpg -o "$made/mosaic.tif"
+emulated "$ko" demosaic "$made/mosaic.tif" -o "$made/colour.png"
+emulated "$ko" info "$made/colour.png"
+for file in man/man1/ko.1.gz bash-completion/completions/ko doc/koimproc-tools/tool.md; do
+    test -s "$tree/usr/share/$file"
+done
+
+# A program of others, built with the development files.
+export PKG_CONFIG_SYSROOT_DIR=$tree PKG_CONFIG_LIBDIR=$tree/usr/lib/aarch64-linux-gnu/pkgconfig
+# shellcheck disable=SC2046
+aarch64-linux-gnu-g++ --sysroot="$tree" -std=c++17 -fPIC tests/package/client/consumer/client.cpp -o "$made/client" \
+    $(pkg-config --cflags --libs koimproc)
+says '0 7 7 0' "$made/client"
+echo "arm64 packages unpacked and used"
