@@ -1,6 +1,7 @@
 // Every exported operation on a thread with 64 KiB of stack. The workers of its loops have what OMP_STACKSIZE
 // says, which the build sets for the test.
 #include "support/every_loop_shared.h"
+#include "support/small_stack.h"
 #include "threads/call.h"
 
 #include <gtest/gtest.h>
@@ -20,7 +21,7 @@ public:
     {
         // 4 to 5 KiB of them are gone before a thread does anything: the C library keeps the thread's record
         // and the thread-local data of all libraries there.
-        setStackSize(64 << 10);
+        setStackSize(smallStack());
         start();
         wait();
     }

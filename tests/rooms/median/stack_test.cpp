@@ -1,3 +1,4 @@
+#include "support/small_stack.h"
 #include "support/targets.h"
 #include "support/test_image.h"
 
@@ -24,7 +25,7 @@ void filterOnSmallStack(const Layout& layout, int radius)
             omp_set_num_threads(1);
             rc = Median(src, dst, radius, nullptr);
         }));
-        thread->setStackSize(64 * 1024);
+        thread->setStackSize(smallStack());
         thread->start();
         thread->wait();
         ASSERT_EQ(rc, ResultOk);
