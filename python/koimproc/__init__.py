@@ -3,7 +3,7 @@
 Images are arrays of shape (rows, columns) or (rows, columns, channels), or a `Frame`, which adds what the samples mean:
 their depth, and the pattern of a raw mosaic. Arrays of any row stride, also parts of larger arrays, are used in place;
 other layouts are copied once for inputs, and refused for `out`. Every export of the library stands under its own name
-in `koimproc.native`.
+in `koimproc.native`; `koimproc.series` works on thousands of frames.
 """
 
 from koimproc._average import average
@@ -25,8 +25,10 @@ from koimproc._threads import threads
 from koimproc._thresholds import greater, threshold, threshold_to_zero
 from koimproc._tone import equalize_hist, match_histograms
 from koimproc.native import __version__
+from koimproc.series import Accumulator
 
 __all__ = [
+    "Accumulator",
     "ArgumentError",
     "Frame",
     "Moments",

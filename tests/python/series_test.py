@@ -17,6 +17,7 @@ import tifffile
 import zarr
 from astropy.io import fits
 
+import koimproc as ko
 from koimproc import series as ks
 
 EVERYTHING = ("mean", "var", "min", "max", "above", "hist")
@@ -42,6 +43,9 @@ def digest(sums):
 
 
 class TestAccumulator:
+    def test_it_has_a_place_among_the_functions(self):
+        assert ko.Accumulator is ks.Accumulator
+
     def test_results_are_those_of_numpy(self):
         frames = frames_of()
         found = accumulator(frames, bits=12).result()

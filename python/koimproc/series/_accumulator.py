@@ -53,8 +53,8 @@ class Accumulator:
     Examples
     --------
     >>> import numpy as np
-    >>> from koimproc.series import Accumulator
-    >>> a = Accumulator("mean", "var", "max")
+    >>> import koimproc as ko
+    >>> a = ko.Accumulator("mean", "var", "max")
     >>> a.add(np.full((1, 2), 4, np.uint16), np.full((1, 2), 8, np.uint16))
     >>> a.result()["mean"], a.result()["var"]
     (array([[6., 6.]]), array([[4., 4.]]))
