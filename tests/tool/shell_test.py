@@ -18,7 +18,7 @@ class Manual(ToolTest):
 
     def test_the_page_has_recipes_examples_files_and_further_reading(self):
         page = self.succeed("manual")
-        for section in ("RECIPES", "EXAMPLES", "FILES", '"SEE ALSO"'):
+        for section in ("RECIPES", '"PACKED FORMATS"', "EXAMPLES", "FILES", '"SEE ALSO"'):
             self.assertIn(f"\n.SH {section}\n", page)
         for key in ("operations[].op", "output.format"):
             self.assertIn(f"\n.B {key}\n", page)

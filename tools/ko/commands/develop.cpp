@@ -106,18 +106,18 @@ const Operation developOperation{
         settings.choice("method", options->method,
                         {{"menon", Menon}, {"malvar", Malvar}, {"linear", Linear}, {"half", Half}},
                         "of demosaicing, menon if not given; half makes one pixel of each 2 x 2 cell");
-        settings.choiceOrNumbers("wb", options->balance, {{"camera", Camera}, {"gray-world", GrayWorld}},
-                                 options->gains, {1e-3, 1e3}, 3, "R,G,B",
-                                 "white balance: of the camera, so that the mean of the picture is gray, or "
-                                 "these gains; the first "
-                                 "that there is if not given");
+        settings.choiceOrNumbers(
+            "wb", options->balance, {{"camera", Camera}, {"gray-world", GrayWorld}}, options->gains,
+            {1e-3, 1e3}, 3, "R,G,B",
+            "white balance: the camera's, or so that the mean of the picture is gray, or the gains of red, "
+            "green and blue; if not given the camera's where the file has it, otherwise gray-world");
         settings.choice("matrix", options->matrix, {{"camera", Camera}, {"none", Nothing}},
-                        "colours of the camera to those of sRGB; if not given, where there is one");
+                        "the camera's matrix to sRGB; if not given, where the file has one");
         settings.choice("curve", options->curve, {{"srgb", SrgbCurve}, {"linear", LinearCurve}},
-                        "brightness of the result for screens, as if not given, or in proportion to light");
-        settings.number("exposure", options->exposure, {-16, 16}, "stops brighter, or darker below 0");
+                        "levels for screens, or in proportion to light; srgb if not given");
+        settings.number("exposure", options->exposure, {-16, 16}, "stops brighter; below 0 darker");
         settings.number("auto", options->percent, {0, 50},
-                        "so bright that this percentage of the pixels becomes white in a colour");
+                        "as bright as this percentage of the pixels in white allows");
         settings.whole("bits", options->bits, {8, 16},
                        "of the result, 8 or 16; if not given 8, with --curve linear 16");
         settings.choice("grid", options->grid, gridWords(), "mosaic pattern, instead of what the file says");

@@ -2,6 +2,7 @@
 #include "cli/command_line.h"
 #include "cli/recipe.h"
 #include "commands/commands.h"
+#include "io/packed_file.h"
 
 #include <CLI/CLI.hpp>
 
@@ -124,6 +125,7 @@ void printPage(const CLI::App& app)
         printCommand(command);
     }
     printRecipes();
+    std::cout << ".SH \"PACKED FORMATS\"\n" << plain(packedFormatHelp) << '\n';
     printExamples();
     printFiles();
     std::cout
