@@ -181,7 +181,8 @@ class TestReaders:
         series = stored("tiff files", frames_of(4), tmp_path)
         (tmp_path / "dark2.tif").write_bytes(b"II*\0 no tiff")
         ks.write_frame(tmp_path / "dark3.tif", np.zeros((3, 3), "u2"), 12)
-        for index in (2, 3):
+        ks.write_frame(tmp_path / "dark1.tif", frames_of(1)[0], 14, "GRBG")
+        for index in (1, 2, 3):
             with pytest.raises(ks.FrameError, match=f"dark{index}.tif"):
                 series[index]
         with pytest.raises(FileNotFoundError):

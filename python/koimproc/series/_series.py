@@ -77,7 +77,8 @@ class Series:
             raise FrameError(self._names[index], str(error) or type(error).__name__) from error
 
     def __getitem__(self, index: int) -> Array:
-        """Read one frame. `FrameError` where it cannot be read or differs in shape or dtype from the first one."""
+        """Read one frame. `FrameError` where it cannot be read, or differs from the first one in
+        shape, dtype, depth or pattern."""
         frame = self._read(range(len(self))[index])
         if frame.shape != self._shape or frame.dtype != self._dtype:
             raise FrameError(

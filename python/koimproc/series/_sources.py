@@ -83,15 +83,29 @@ class Source:
         raise NotImplementedError
 
 
-def _page_of(source: Source, page: Any) -> Array:
-    """The samples of a page of a TIFF file; its description tells the source what they mean."""
-    samples = _samples(page.asarray())
+# Depth and pattern, where a file says them.
+Meaning = tuple[Optional[int], Optional[str]]
+
+
+def _meaning_of(page: Any) -> Meaning:
+    """What the description of a page of a TIFF file says of its samples."""
     description = DESCRIPTION.match(page.description)
-    if description is None:
+    return (None, None) if description is None else (int(description[1]), description[2])
+
+
+def _page(page: Any) -> Array:
+    """The samples of a page, in the low bits."""
+    bits, _ = _meaning_of(page)
+    samples = _samples(page.asarray())
+    if bits is None:
         return samples
-    source.bits, source.bayer = int(description[1]), description[2]
-    shifted: Array = samples >> (8 * samples.dtype.itemsize - source.bits)
+    shifted: Array = samples >> (8 * samples.dtype.itemsize - bits)
     return shifted
+
+
+def _check_meaning(meaning: Meaning, source: Source) -> None:
+    if meaning != (source.bits, source.bayer):
+        raise ValueError(f"bits and pattern {meaning}, where the first frame has {(source.bits, source.bayer)}")
 
 
 def _samples(data: Any) -> Array:
@@ -105,7 +119,7 @@ class _Files(Source):
 
     def __init__(self, paths: Sequence[str]) -> None:
         self._paths = list(paths)
-        self._described(self._paths[0])
+        _, (self.bits, self.bayer) = self._described(self._paths[0])
 
     def names(self) -> list[str]:
         return list(self._paths)
@@ -116,7 +130,7 @@ class _Files(Source):
     def inputs(self) -> Optional[list[str]]:
         return list(self._paths)
 
-    def _described(self, path: str) -> Array:
+    def _described(self, path: str) -> tuple[Array, Meaning]:
         ending = Path(path).suffix.lower()
         if ending in _TIFF:
             return self._tiff(path)
@@ -126,8 +140,7 @@ class _Files(Source):
                 if image is None:
                     raise ValueError("no image in the file")
                 pattern = image.header.get("BAYERPAT")
-                self.bayer = pattern if pattern in _PATTERNS else None
-                return _samples(image.data)
+                return _samples(image.data), (None, pattern if pattern in _PATTERNS else None)
         with tempfile.TemporaryDirectory() as directory:
             mosaic = os.path.join(directory, "mosaic.tif")
             command = [tool(), "unpack", path, "-o", mosaic, "--quiet"]
@@ -136,12 +149,14 @@ class _Files(Source):
                 raise ValueError(done.stderr.strip() or "cannot be read")
             return self._tiff(mosaic)
 
-    def _tiff(self, path: str) -> Array:
+    def _tiff(self, path: str) -> tuple[Array, Meaning]:
         with library("tifffile").TiffFile(path) as file:
-            return _page_of(self, file.pages[0])
+            return _page(file.pages[0]), _meaning_of(file.pages[0])
 
     def read(self, index: int) -> Array:
-        return self._described(self._paths[index])
+        frame, meaning = self._described(self._paths[index])
+        _check_meaning(meaning, self)
+        return frame
 
 
 class _Stack(Source):
@@ -167,11 +182,13 @@ class _Pages(_Stack):
 
     def _count(self) -> int:
         with library("tifffile").TiffFile(self._path) as file:
+            self.bits, self.bayer = _meaning_of(file.pages[0])
             return len(file.pages)
 
     def read(self, index: int) -> Array:
         with library("tifffile").TiffFile(self._path) as file:
-            return _page_of(self, file.pages[index])
+            _check_meaning(_meaning_of(file.pages[index]), self)
+            return _page(file.pages[index])
 
 
 class _Cube(_Stack):
