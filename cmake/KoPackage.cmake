@@ -1,4 +1,5 @@
-# Debian packages, one per component: libkoimproc<SOVERSION> (both libraries), libkoimproc-dev and koimproc-tools.
+# Debian packages, one per component: libkoimproc<SOVERSION> (both libraries), libkoimproc-dev,
+# koimproc-tools and, where the Python package is built, python3-koimproc.
 # `./dev package` builds them; the install prefix has to be /usr for the multiarch directories.
 find_program(KO_GZIP gzip REQUIRED)
 
@@ -14,8 +15,14 @@ add_custom_command(
 add_custom_target(ko_package_documents ALL DEPENDS "${changelog_gz}")
 
 set(library_package "libkoimproc${PROJECT_VERSION_MAJOR}")
-foreach(pair "runtime:${library_package}" "development:libkoimproc-dev" "tools:koimproc-tools")
+set(packages "runtime:${library_package}" "development:libkoimproc-dev" "tools:koimproc-tools")
+if(TARGET ko_python)
+    list(APPEND packages "python:python3-koimproc")
+endif()
+set(CPACK_COMPONENTS_ALL "")
+foreach(pair IN LISTS packages)
     string(REGEX MATCH "^([^:]+):(.+)$" ignored "${pair}")
+    list(APPEND CPACK_COMPONENTS_ALL ${CMAKE_MATCH_1})
     set(documents "${CMAKE_INSTALL_DATAROOTDIR}/doc/${CMAKE_MATCH_2}")
     install(FILES "${changelog_gz}" DESTINATION "${documents}" COMPONENT ${CMAKE_MATCH_1})
     install(FILES "${PROJECT_SOURCE_DIR}/LICENCE"
@@ -33,7 +40,6 @@ set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME koimproc)
 set(CPACK_PACKAGE_VERSION "${PROJECT_VERSION}")
 set(CPACK_PACKAGE_CONTACT "koimproc developers <koimproc@lists.example.com>")
-set(CPACK_COMPONENTS_ALL runtime development tools)
 # Each component's text brings its own first line.
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")
 set(CPACK_STRIP_FILES ON)
@@ -88,4 +94,23 @@ set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION graphics)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS ON)
 # dpkg-shlibdeps cannot know a package that is not installed, so this one is named by hand.
 set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "${library_package} (>= ${full_version})")
+
+set(CPACK_COMPONENT_PYTHON_DESCRIPTION
+    "image-processing operations for camera images (Python)\n\
+Exact and fast operations on 8 and 16 bit mono, colour and raw Bayer frames,\n\
+for NumPy arrays: statistics, tone, thresholds, filters, demosaicing.")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-koimproc)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SHLIBDEPS ON)
+# The extension is for one version of Python.
+if(TARGET ko_python)
+    set(python_version "${Python3_VERSION_MAJOR}.${Python3_VERSION_MINOR}")
+    math(EXPR next_minor "${Python3_VERSION_MINOR} + 1")
+    set(python_range "python3 (>= ${python_version}~), python3 (<< ${Python3_VERSION_MAJOR}.${next_minor})")
+    set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS "${library_package} (= ${full_version}), ${python_range}, python3-numpy")
+endif()
+# Reads and writes files.
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SUGGESTS python3-openimageio)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA "${PROJECT_SOURCE_DIR}/packaging/python/postinst;\
+${PROJECT_SOURCE_DIR}/packaging/python/prerm")
 include(CPack)

@@ -55,6 +55,13 @@ install '/packages/libkoimproc1_*.deb /packages/koimproc-tools_*.deb'
 inside ko --version
 inside test -s /usr/share/doc/koimproc-tools/tool.md
 
+# Python's package, as Python finds it.
+install '/packages/python3-koimproc_*.deb'
+inside sh -c 'cd / && python3 -c "
+import numpy, koimproc.native as ko
+out = numpy.zeros((4, 4), numpy.int32)
+assert ko.Sobel(ko.SxImageBuf(numpy.eye(4, dtype=numpy.uint8)), ko.SxImageBuf(out)) == ko.ResultOk and out.any()"'
+
 # Its manual page and what shells complete, found where `man` and the shells look.
 install man-db bash-completion fish zsh
 warnings=$(inside man --warnings ko 2>&1 >/dev/null)
@@ -82,7 +89,16 @@ if inside ldd /packages/built/pkg_config_client | grep -E 'Qt5Gui|opencv'; then
     fail "loaded by a program that does not need it"
 fi
 
-names=(libkoimproc-dev libkoimproc1 koimproc-tools)
+# Python's package once more, from its sources and without network.
+install libhwy-dev pybind11-dev python3-dev python3-setuptools python3-wheel python3-venv python3-numpy
+git -C "$sources" archive --prefix=sources/ HEAD | tar -x -C "$system/packages"
+inside python3 -m venv --system-site-packages /packages/environment
+inside sh -ec 'cd /packages/sources && PIP_NO_INDEX=1 /packages/environment/bin/pip install -q .'
+inside sh -c 'cd / && /packages/environment/bin/python -c "
+import koimproc.native as ko
+assert ko.__file__.startswith(\"/packages/environment/\"), ko.__file__"'
+
+names=(libkoimproc-dev libkoimproc1 koimproc-tools python3-koimproc)
 inside dpkg -L "${names[@]}" | sort -u > "$system/packages/installed"
 inside apt-get purge -y -qq "${names[@]}" >/dev/null
 

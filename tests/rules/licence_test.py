@@ -16,10 +16,11 @@ TAKERS = {
     "cmake/KoLicence.cmake": 'file(STRINGS "${PROJECT_SOURCE_DIR}/LICENCE" KO_LICENCE',
     "cmake/koimproc.pc.in": "License: @KO_LICENCE@",
     "cmake/KoPackage.cmake": "${PROJECT_SOURCE_DIR}/LICENCE",
+    "setup.py": 'only(r"^SPDX-License-Identifier: (.+)$", "LICENCE")',
     "docs/site/index.md": "<!-- the licence -->",
     "tools/site/build.py": 'Path("LICENCE").read_text()',
 }
-METADATA_FILES = ("python/*.toml", "python/*.cfg", "python/meson.build", "packaging/*", "cmake/*.*")
+METADATA_FILES = ("*.toml", "setup.py", "packaging/*", "packaging/python/*", "cmake/*.*")
 METADATA = re.compile(r"^\s*(?:license|License|licence)\s*[:=](.*)$", re.MULTILINE)
 
 
@@ -38,7 +39,7 @@ class Licence(unittest.TestCase):
 
     def test_stands_nowhere_else(self):
         for pattern in METADATA_FILES:
-            for path in self.root.glob(pattern):
+            for path in filter(Path.is_file, self.root.glob(pattern)):
                 for value in METADATA.findall(path.read_text()):
                     self.assertRegex(value, r"@KO_LICENCE@|LICENCE", path)
 
