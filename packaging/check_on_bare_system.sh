@@ -54,6 +54,9 @@ cp -r "$sources/tests/package/client" "$sources/examples" "$system/packages"
 install '/packages/libkoimproc1_*.deb /packages/koimproc-tools_*.deb'
 inside ko --version
 inside test -s /usr/share/doc/koimproc-tools/tool.md
+# Its module for picture files is found, and has what it needs.
+inside ko mask circle 9 -o /packages/disc.png
+says '9 x 9' ko info /packages/disc.png
 
 # Python's package, as Python finds it.
 install '/packages/python3-koimproc_*.deb'

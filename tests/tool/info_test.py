@@ -49,6 +49,13 @@ class Unpack(ToolTest):
             self.succeed("unpack", "b." + ending, "-o", "c.tif")
             self.assertEqual(read_tiff(self.read("c.tif")), (4, 2, 1, samples, description), ending)
 
+    def test_exr_gets_bytes_as_floats(self):
+        self.write("a.png", png(3, 1, [0, 77, 255]))
+        self.succeed("unpack", "a.png", "-o", "b.exr")
+        self.assertIn("Float32", self.succeed("info", "b.exr"))
+        ratio = self.succeed("compare", "a.png", "b.exr").split()[-2]
+        self.assertGreater(float(ratio), 130)
+
     def test_exr_gets_sixteen_bits_as_floats(self):
         self.write("a.tif", tiff(2, 1, [1, 65535]))
         self.succeed("unpack", "a.tif", "-o", "b.exr")

@@ -3,7 +3,7 @@
 #include "commands/operations.h"
 #include "io/levels.h"
 #include "io/parts.h"
-#include "io/resample.h"
+#include "io/picture_module.h"
 
 #include <omp.h>
 
@@ -58,7 +58,7 @@ Image resize(const Image& picture, const Options& options, Frame& frame)
         if (options.method == Exact)
             require(Stretch(*picture, *result, InterpolationLinear), "Stretch");
         else
-            resample(picture, result, nameOf(options.method), omp_get_max_threads());
+            pictureModule().resample(picture, result, nameOf(options.method), omp_get_max_threads());
     });
     return result;
 }

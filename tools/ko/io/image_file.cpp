@@ -1,36 +1,17 @@
 #include "io/image_file.h"
 
 #include "cli/failure.h"
-#include "cli/standard_error.h"
 #include "cli/transfer.h"
-#include "io/attributes.h"
 #include "io/description.h"
 #include "io/fits_file.h"
-#include "io/memory_file.h"
-#include "io/picture_file.h"
-#include "io/raw_file.h"
+#include "io/picture_module.h"
 #include "io/replace_file.h"
 
-#include <OpenImageIO/filesystem.h>
-#include <OpenImageIO/strutil.h>
-
-#include <algorithm>
 #include <new>
 #include <vector>
 
 namespace ko::tool {
 namespace {
-
-using OIIO::TypeDesc;
-
-bool isOurs(const Source& source)
-{
-    const Quiet quiet;
-    const auto input = OIIO::ImageInput::open(source.path);
-    OIIO::geterror();
-    return input &&
-           OIIO::Strutil::starts_with(input->spec().get_string_attribute(descriptionKey), "koimproc ");
-}
 
 // What comes without a name has to be looked at. Raws are much like TIFF files, some of ours much like raws.
 bool isFits(const std::string& file, const Source& source)
@@ -40,7 +21,7 @@ bool isFits(const std::string& file, const Source& source)
 
 bool isRaw(const std::string& file, const Source& source)
 {
-    return file == standardStream ? !isOurs(source) && startsAsRaw(source) : isRawName(file);
+    return file == standardStream ? pictureModule().startsAsRaw(source) : pictureModule().isRawName(file);
 }
 
 Picture readStored(const std::string& file, int page)
@@ -50,9 +31,8 @@ Picture readStored(const std::string& file, int page)
         if (isFits(file, source))
             return {readFits(source, page)};
         if (isRaw(file, source))
-            return readRaw(source);
-        PictureFile input(source, page);
-        return {input.read(), input.metadata()};
+            return pictureModule().readRaw(source);
+        return pictureModule().readPictureFile(source, page);
     } catch (const OutOfMemory& error) {
         throw Failure(source.name, error.what());
     } catch (const std::bad_alloc&) {
@@ -66,9 +46,8 @@ FileInfo storedInfo(const std::string& file)
     if (isFits(file, source))
         return readFitsInfo(source, transfer().page);
     if (isRaw(file, source))
-        return readRawInfo(source);
-    PictureFile input(source, transfer().page);
-    return {input.format(), input.kind(), input.metadata()};
+        return pictureModule().readRawInfo(source);
+    return pictureModule().readPictureInfo(source, transfer().page);
 }
 
 bool turns(const SxImageInfo& format, const Metadata& metadata)
@@ -84,46 +63,6 @@ Picture readUpright(const std::string& file, int page)
         picture.metadata.orientation = Upright;
     }
     return picture;
-}
-
-/// True when a file format that offers `offered` for samples of type `type` loses no more than low bits.
-bool isAcceptable(TypeDesc offered, ExImageDataType type)
-{
-    const bool isSmall = type == UInt8 || type == UInt16;
-    return offered == storedType(type) ||
-           (isSmall && (offered == TypeDesc::UINT8 || offered == TypeDesc::FLOAT));
-}
-
-OIIO::ImageSpec specOf(const Image& image, const std::string& format, const Metadata& metadata,
-                       std::optional<int> quality)
-{
-    OIIO::ImageSpec spec(image->width, image->height, image->channels, storedType(image->dataType));
-    if (metadata.attributes)
-        addAttributes(*metadata.attributes, spec);
-    if (!spec.find_attribute("DateTime"))
-        spec.attribute("DateTime", "");  // not the time of writing: the same picture is the same file
-    spec.attribute("Orientation", metadata.orientation);
-    spec.attribute(descriptionKey, describe(*image));
-    spec.attribute("oiio:UnassociatedAlpha", 1);
-    // Packing tightly takes many times as long as the operations do.
-    if (format == "tiff")
-        spec.attribute("compression", "none");
-    spec.attribute("png:compressionLevel", 1);
-    if (quality)
-        spec.attribute("CompressionQuality", *quality);
-    if (format == "openexr" && image->dataType == UInt16)
-        spec.set_format(TypeDesc::FLOAT);  // it would take halves, which are too short for 16 bits
-    return spec;
-}
-
-/// The TIFF writer reads again what it has written where Exif follows the samples; through a proxy it reads
-/// nothing, and the file is damaged.
-bool isReadOnWriting(const OIIO::ImageSpec& spec, const std::string& format)
-{
-    return format == "tiff" &&
-           std::any_of(spec.extra_attribs.begin(), spec.extra_attribs.end(), [](const auto& attribute) {
-               return attribute.name().find("Exif:") == 0 || attribute.name().find("GPS:") == 0;
-           });
 }
 
 }  // namespace
@@ -159,39 +98,12 @@ void writeImage(const Image& image, const std::string& file, const Metadata& met
 {
     if (turns(*image, metadata))
         return writeImage(turned(image, metadata.orientation), file, {Upright, metadata.attributes}, quality);
-    const std::string ending = endingOfOutput(file);
-    if (isFitsEnding(ending))
+    if (isFitsEnding(endingOfOutput(file)))
         return writeFits(image, file);
-    const Quiet quiet;
     // Into memory first: the writers of PNG and JPEG do not notice a full disk, or end the program over it.
-    std::vector<unsigned char> bytes;
-    OIIO::Filesystem::IOVecOutput memory(bytes);
-    const std::unique_ptr<OIIO::ImageOutput> output = OIIO::ImageOutput::create("result" + ending);
-    if (!output || !output->supports("ioproxy") || !output->set_ioproxy(&memory))
-        throw Failure(nameOfOutput(file),
-                      "cannot be written: no picture format that can be written has this ending");
-
     const std::optional<Image> moved = alignedForFile(image);
-    const Image& aligned = moved ? *moved : image;
-    const auto ensure = [&](bool done) {
-        if (!done)
-            throw Failure(nameOfOutput(file),
-                          "cannot be written: " + causeOf(output->geterror(), "result" + ending));
-    };
-    const OIIO::ImageSpec spec = specOf(image, output->format_name(), metadata, quality);
-    std::optional<MemoryFile> readable;
-    if (isReadOnWriting(spec, output->format_name())) {
-        output->set_ioproxy(nullptr);
-        readable.emplace();
-    }
-    ensure(output->open(readable ? readable->path() : "result" + ending, spec));
-    if (!isAcceptable(output->spec().format, image->dataType))
-        throw Failure(nameOfOutput(file), "cannot be written: this file format cannot hold such samples");
-    ensure(
-        output->write_image(storedType(image->dataType), aligned->data, OIIO::AutoStride, aligned->stride));
-    ensure(output->close());
-    if (readable)
-        bytes = readable->content();
+    const std::vector<unsigned char> bytes =
+        pictureModule().encodePicture(moved ? *moved : image, file, metadata, quality);
     replaceFile(file, {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
 }
 

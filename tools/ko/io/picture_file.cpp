@@ -2,16 +2,25 @@
 
 #include "cli/failure.h"
 #include "cli/standard_error.h"
+#include "cli/transfer.h"
 #include "io/attributes.h"
 #include "io/claims.h"
 #include "io/description.h"
+#include "io/memory_file.h"
+
+#include <OpenImageIO/filesystem.h>
+#include <OpenImageIO/imageio.h>
+#include <OpenImageIO/strutil.h>
 
 #include <algorithm>
+#include <memory>
 
 namespace ko::tool {
 namespace {
 
 using OIIO::TypeDesc;
+
+constexpr const char* descriptionKey = "ImageDescription";
 
 struct SampleType {
     ExImageDataType type;
@@ -31,6 +40,12 @@ std::optional<ExImageDataType> typeOfStored(TypeDesc stored)
         if (entry.stored == stored.basetype)
             return entry.type;
     return std::nullopt;
+}
+
+TypeDesc storedType(ExImageDataType type)
+{
+    const auto found = std::ranges::find(sampleTypes, type, &SampleType::type);
+    return found == std::end(sampleTypes) ? TypeDesc(TypeDesc::UNKNOWN) : TypeDesc(found->stored);
 }
 
 double ratioOf(const std::string& compression)
@@ -57,13 +72,25 @@ Claim claimOf(const OIIO::ImageSpec& spec)
     return claim;
 }
 
-}  // namespace
+/// A page of a picture file; as it is stored.
+class PictureFile {
+public:
+    /// Reads the head. Throws `Failure`.
+    PictureFile(const Source& source, int page);
 
-TypeDesc storedType(ExImageDataType type)
-{
-    const auto found = std::ranges::find(sampleTypes, type, &SampleType::type);
-    return found == std::end(sampleTypes) ? TypeDesc(TypeDesc::UNKNOWN) : TypeDesc(found->stored);
-}
+    const SxImageInfo& format() const { return m_format; }
+    std::string kind();
+    Metadata metadata() const;
+    Image read();
+
+private:
+    int countPages();
+
+    Source m_source;
+    int m_page;
+    std::unique_ptr<OIIO::ImageInput> m_input;
+    SxImageInfo m_format;
+};
 
 PictureFile::PictureFile(const Source& source, int page) : m_source(source), m_page(page)
 {
@@ -128,6 +155,104 @@ int PictureFile::countPages()
     m_input->geterror();  // that of the seek that found no more
     m_input->seek_subimage(m_page - 1, 0);
     return pages;
+}
+
+bool isSmall(ExImageDataType type)
+{
+    return type == UInt8 || type == UInt16;
+}
+
+/// True when a file format that offers `offered` for samples of type `type` loses no more than low bits.
+bool isAcceptable(TypeDesc offered, ExImageDataType type)
+{
+    return offered == storedType(type) ||
+           (isSmall(type) && (offered == TypeDesc::UINT8 || offered == TypeDesc::FLOAT));
+}
+
+OIIO::ImageSpec specOf(const Image& image, const std::string& format, const Metadata& metadata,
+                       std::optional<int> quality)
+{
+    OIIO::ImageSpec spec(image->width, image->height, image->channels, storedType(image->dataType));
+    if (metadata.attributes)
+        addAttributes(*metadata.attributes, spec);
+    if (!spec.find_attribute("DateTime"))
+        spec.attribute("DateTime", "");  // not the time of writing: the same picture is the same file
+    spec.attribute("Orientation", metadata.orientation);
+    spec.attribute(descriptionKey, describe(*image));
+    spec.attribute("oiio:UnassociatedAlpha", 1);
+    // Packing tightly takes many times as long as the operations do.
+    if (format == "tiff")
+        spec.attribute("compression", "none");
+    spec.attribute("png:compressionLevel", 1);
+    if (quality)
+        spec.attribute("CompressionQuality", *quality);
+    if (format == "openexr" && isSmall(image->dataType))
+        spec.set_format(TypeDesc::FLOAT);  // it would take halves, which are too short for 16 bits
+    return spec;
+}
+
+/// The TIFF writer reads again what it has written where Exif follows the samples; through a proxy it reads
+/// nothing, and the file is damaged.
+bool isReadOnWriting(const OIIO::ImageSpec& spec, const std::string& format)
+{
+    return format == "tiff" &&
+           std::any_of(spec.extra_attribs.begin(), spec.extra_attribs.end(), [](const auto& attribute) {
+               return attribute.name().find("Exif:") == 0 || attribute.name().find("GPS:") == 0;
+           });
+}
+
+}  // namespace
+
+FileInfo readPictureInfo(const Source& source, int page)
+{
+    PictureFile file(source, page);
+    return {file.format(), file.kind(), file.metadata()};
+}
+
+Picture readPictureFile(const Source& source, int page)
+{
+    PictureFile file(source, page);
+    return {file.read(), file.metadata()};
+}
+
+bool isOurs(const Source& source)
+{
+    const Quiet quiet;
+    const auto input = OIIO::ImageInput::open(source.path);
+    OIIO::geterror();
+    return input &&
+           OIIO::Strutil::starts_with(input->spec().get_string_attribute(descriptionKey), "koimproc ");
+}
+
+std::vector<unsigned char> encodePicture(const Image& image, const std::string& file,
+                                         const Metadata& metadata, std::optional<int> quality)
+{
+    const std::string name = "result" + endingOfOutput(file);
+    const auto refuse = [&](const std::string& cause) {
+        throw Failure(nameOfOutput(file), "cannot be written: " + cause);
+    };
+    const Quiet quiet;
+    std::vector<unsigned char> bytes;
+    OIIO::Filesystem::IOVecOutput memory(bytes);
+    const std::unique_ptr<OIIO::ImageOutput> output = OIIO::ImageOutput::create(name);
+    if (!output || !output->supports("ioproxy") || !output->set_ioproxy(&memory))
+        refuse("no picture format that can be written has this ending");
+    const auto ensure = [&](bool done) {
+        if (!done)
+            refuse(causeOf(output->geterror(), name));
+    };
+    const OIIO::ImageSpec spec = specOf(image, output->format_name(), metadata, quality);
+    std::optional<MemoryFile> readable;
+    if (isReadOnWriting(spec, output->format_name())) {
+        output->set_ioproxy(nullptr);
+        readable.emplace();
+    }
+    ensure(output->open(readable ? readable->path() : name, spec));
+    if (!isAcceptable(output->spec().format, image->dataType))
+        refuse("this file format cannot hold such samples");
+    ensure(output->write_image(storedType(image->dataType), image->data, OIIO::AutoStride, image->stride));
+    ensure(output->close());
+    return readable ? readable->content() : bytes;
 }
 
 }  // namespace ko::tool

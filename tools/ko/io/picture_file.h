@@ -1,37 +1,26 @@
-// Reading pictures through OpenImageIO.
+// Picture files through OpenImageIO.
 #pragma once
 
 #include "io/image_file.h"
 #include "io/source.h"
 
-#include <OpenImageIO/imageio.h>
-
 #include <optional>
+#include <string>
+#include <vector>
 
 namespace ko::tool {
 
-constexpr const char* descriptionKey = "ImageDescription";
+/// Reads the head of a page, as it is stored. Throws `Failure`, as the other functions do.
+FileInfo readPictureInfo(const Source& source, int page);
 
-OIIO::TypeDesc storedType(ExImageDataType type);
+/// Reads a page, as it is stored.
+Picture readPictureFile(const Source& source, int page);
 
-/// A page of a picture file; as it is stored.
-class PictureFile {
-public:
-    /// Reads the head. Throws `Failure`.
-    PictureFile(const Source& source, int page);
+/// True where the tool itself has written the file.
+bool isOurs(const Source& source);
 
-    const SxImageInfo& format() const { return m_format; }
-    std::string kind();
-    Metadata metadata() const;
-    Image read();
-
-private:
-    int countPages();
-
-    Source m_source;
-    int m_page;
-    std::unique_ptr<OIIO::ImageInput> m_input;
-    SxImageInfo m_format;
-};
+/// The bytes of a file of the format that its ending names, for samples that stand where files have them.
+std::vector<unsigned char> encodePicture(const Image& image, const std::string& file,
+                                         const Metadata& metadata, std::optional<int> quality);
 
 }  // namespace ko::tool

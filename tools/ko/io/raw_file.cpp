@@ -4,6 +4,7 @@
 #include "io/attributes.h"
 #include "io/bayer.h"
 #include "io/claims.h"
+#include "io/picture_file.h"
 #include "io/raw_stream.h"
 #include "io/sensor.h"
 
@@ -250,6 +251,8 @@ bool isRawName(const std::string& file)
 
 bool startsAsRaw(const Source& source)
 {
+    if (isOurs(source))
+        return false;
     RawStream stream(source.path);
     return std::make_unique<LibRaw>()->open_datastream(&stream) == LIBRAW_SUCCESS;
 }

@@ -9,7 +9,7 @@ namespace ko::tool {
 /// True for the endings of camera raw files.
 bool isRawName(const std::string& file);
 
-/// True where the file itself looks like one.
+/// True where the file itself looks like one, and not like one that the tool has written.
 bool startsAsRaw(const Source& source);
 
 /// Unpacks the file: decoders correct the levels that its header claims.

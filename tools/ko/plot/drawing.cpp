@@ -2,8 +2,8 @@
 
 #include "cli/transfer.h"
 #include "io/image_file.h"
+#include "io/picture_module.h"
 #include "io/replace_file.h"
-#include "plot/raster.h"
 
 #include <QString>
 
@@ -67,7 +67,7 @@ void Drawing::write(const std::string& file) const
     if (endingOfOutput(file) == ".svg")
         replaceFile(file, svg);
     else
-        writeImage(rasterise(svg, m_width, m_height), file);
+        writeImage(pictureModule().rasterise(svg, m_width, m_height), file);
 }
 
 }  // namespace ko::tool
