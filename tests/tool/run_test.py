@@ -184,9 +184,11 @@ class Refusals(RunTest):
         self.refuse_recipe({"operations": {}}, "operations: must be a list")
         self.refuse_recipe({"operations": [], "outputs": 1}, "outputs: is unknown; known are operations, output")
         self.refuse_recipe({"operations": [], "output": "png"}, "output: must be an object")
-        self.refuse_recipe({"operations": [], "output": {"ending": "png"}}, "output.ending: is unknown; known is format")
+        self.refuse_recipe({"operations": [], "output": {"ending": "png"}}, "output.ending: is unknown; known are format, quality")
         for ending in (".png", "", 5, "a/b", None):
             self.refuse_recipe({"operations": [], "output": {"format": ending}}, "output.format: must be the ending")
+        for quality in (0, 101, 90.5, "90", None):
+            self.refuse_recipe({"operations": [], "output": {"quality": quality}}, "output.quality: must be a whole number")
         self.refuse("run", "no.json", "a.png", "-o", "out", names="no.json: ", says="no such file")
 
     def test_what_is_no_operation(self):

@@ -20,7 +20,7 @@ class Manual(ToolTest):
         page = self.succeed("manual")
         for section in ("RECIPES", '"PACKED FORMATS"', "EXAMPLES", "FILES", '"SEE ALSO"'):
             self.assertIn(f"\n.SH {section}\n", page)
-        for key in ("operations[].op", "output.format"):
+        for key in ("operations[].op", "output.format", "output.quality"):
             self.assertIn(f"\n.B {key}\n", page)
         self.assertIn("/doc/koimproc\\-tools/tool.md\n", page)
 

@@ -3,10 +3,11 @@
 import collections
 import json
 import math
+import struct
 from fractions import Fraction
 
 import ko_files
-from ko_files import ToolTest, png, tiff
+from ko_files import ToolTest, fits_unit, png, tiff
 
 
 def otsu(samples):
@@ -33,10 +34,10 @@ class Stats(ToolTest):
     def test_the_figures_of_each_channel(self):
         self.write("a.png", png(4, 1, [0, 10, 5, 0, 10, 5, 4, 20, 5, 4, 20, 5], channels=3))
         red, green, blue = self.figures("a.png")
-        self.assertEqual(red, {"name": "red", "minimum": 0, "maximum": 4, "mean": 2, "deviation": 2, "entropy": 1,
+        self.assertEqual(red, {"name": "red", "nan": 0, "minimum": 0, "maximum": 4, "mean": 2, "deviation": 2, "entropy": 1,
                                "otsu": 3})
         self.assertEqual((green["minimum"], green["maximum"], green["mean"], green["otsu"]), (10, 20, 15, 19))
-        self.assertEqual(blue, {"name": "blue", "minimum": 5, "maximum": 5, "mean": 5, "deviation": 0, "entropy": 0,
+        self.assertEqual(blue, {"name": "blue", "nan": 0, "minimum": 5, "maximum": 5, "mean": 5, "deviation": 0, "entropy": 0,
                                 "otsu": 0})
 
     def test_the_table_is_aligned(self):
@@ -49,10 +50,10 @@ class Stats(ToolTest):
     def test_the_columns_of_floats_stay_apart(self):
         self.write("f.tif", tiff(2, 1, [-1.2345678e-20, 1.2345678e20], bits=32, sample_format=3))
         self.assertEqual(self.succeed("stats", "f.tif").splitlines()[1:],
-                         ["channel                 min           max         mean    deviation      entropy         Otsu",
-                          "gray         -1.2345678e-20 1.2345678e+20  6.17284e+19  6.17284e+19            -            -"])
+                         ["channel                 min           max         mean    deviation      entropy         Otsu          NaN",
+                          "gray         -1.2345678e-20 1.2345678e+20  6.17284e+19  6.17284e+19            -            -            0"])
         self.write("f.tif", tiff(2, 1, [0.001, 0.002], bits=32, sample_format=3))
-        self.assertRegex(self.succeed("stats", "f.tif"), r"gray +0\.001 +0\.002 +0\.0015 +0\.0005 +- +-\n$")
+        self.assertRegex(self.succeed("stats", "f.tif"), r"gray +0\.001 +0\.002 +0\.0015 +0\.0005 +- +- +0\n$")
 
     def test_masks_and_regions_select(self):
         self.write("a.png", png(3, 2, [1, 2, 3, 4, 5, 6]))
@@ -69,9 +70,32 @@ class Stats(ToolTest):
     def test_other_samples_have_neither_entropy_nor_threshold(self):
         self.write("f.tif", tiff(2, 1, [-0.5, 1.5], bits=32, sample_format=3))
         (gray,) = self.figures("f.tif")
-        self.assertEqual(gray, {"name": "gray", "minimum": -0.5, "maximum": 1.5, "mean": 0.5, "deviation": 1,
+        self.assertEqual(gray, {"name": "gray", "nan": 0, "minimum": -0.5, "maximum": 1.5, "mean": 0.5, "deviation": 1,
                                 "entropy": None, "otsu": None})
-        self.assertRegex(self.succeed("stats", "f.tif"), r"-0\.5 +1\.5 +0\.500 +1\.000 +- +-\n$")
+        self.assertRegex(self.succeed("stats", "f.tif"), r"-0\.5 +1\.5 +0\.500 +1\.000 +- +- +0\n$")
+
+    def test_samples_that_are_no_numbers_are_counted_and_left_out(self):
+        nan = math.nan
+        self.write("f.tif", tiff(5, 1, [nan, -1, nan, 3, 4], bits=32, sample_format=3))
+        (gray,) = self.figures("f.tif")
+        self.assertEqual(gray, {"name": "gray", "nan": 2, "minimum": -1, "maximum": 4, "mean": 2,
+                                "deviation": math.sqrt(14 / 3), "entropy": None, "otsu": None})
+        self.assertRegex(self.succeed("stats", "f.tif"), r"Otsu +NaN\ngray +-1 +4 +2\.000 +2\.160 +- +- +2\n$")
+        self.write("m.png", png(5, 1, [1, 0, 0, 1, 0]))
+        (gray,) = self.figures("f.tif", "--mask", "m.png")
+        self.assertEqual([gray[key] for key in ("nan", "minimum", "maximum", "mean")], [1, 3, 3, 3])
+
+    def test_where_there_are_no_numbers_there_are_no_figures(self):
+        self.write("f.tif", tiff(2, 1, [math.nan] * 2, bits=32, sample_format=3))
+        (gray,) = self.figures("f.tif")
+        self.assertEqual([gray[key] for key in ("nan", "minimum", "maximum", "mean", "deviation")],
+                         [2, None, None, None, None])
+        self.assertRegex(self.succeed("stats", "f.tif"), r"gray +- +- +- +- +- +- +2\n$")
+
+    def test_blank_samples_of_fits_are_among_them(self):
+        self.write("a.fits", fits_unit([4, 1], 16, struct.pack(">4h", 1, -99, 3, -99), ("BLANK", -99)))
+        (gray,) = self.figures("a.fits")
+        self.assertEqual([gray[key] for key in ("nan", "minimum", "maximum", "mean")], [2, 1, 3, 2])
 
     def test_the_threshold_of_a_large_picture_is_exact(self):
         # A slope, in which every pixel matters: sums of 32 bits or a sample of the pixels give other levels.

@@ -7,7 +7,7 @@ import re
 import subprocess
 
 import ko_files
-from ko_files import ToolTest, png, tiff
+from ko_files import ToolTest, png, random_samples, tiff
 
 
 class Usage(ToolTest):
@@ -130,6 +130,26 @@ class Quality(ToolTest):
         self.assertEqual(sizes, sorted(set(sizes)))
         for quality in ("0", "101", "best"):
             self.refuse("unpack", "a.png", "-o", "b.jpg", "--quality", quality, names="--quality: ", says="", code=2)
+
+    def test_every_command_that_writes_pictures_has_it(self):
+        self.write("a.png", png(64, 64, [(x * x + 31 * x) % 256 for x in range(4096)]))
+        self.write("c.png", png(64, 64, random_samples(3 * 4096, 255, 1), channels=3))
+        for arguments in (["mask", "ellipse", "60", "30", "--angle", "33"], ["simulate", "c.png", "--bits", "8"],
+                          ["snake", "a.png", "--circle", "32,32,20"], ["median", "a.png"], ["average", "a.png", "a.png"]):
+            sizes = []
+            for quality in ("5", "95"):
+                self.succeed(*arguments, "-o", "a.jpg", "--quality", quality)
+                sizes.append(len(self.read("a.jpg")))
+            self.assertLess(*sizes, arguments)
+
+    def test_recipes_have_it_and_the_command_line_comes_first(self):
+        self.write("a.png", png(64, 64, random_samples(4096, 255, 1)))
+        self.write("r.json", b'{"operations": [], "output": {"format": "jpg", "quality": 30}}')
+        for recipe, command in ((["run", "r.json"], ["unpack", "--quality", "30"]),
+                                (["run", "r.json", "--quality", "80"], ["unpack", "--quality", "80"])):
+            self.succeed(*recipe, "a.png", "-o", "out")
+            self.succeed(*command, "a.png", "-o", "a.jpg")
+            self.assertEqual(self.read("out/a.jpg"), self.read("a.jpg"))
 
 
 if __name__ == "__main__":

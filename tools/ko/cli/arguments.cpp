@@ -1,5 +1,7 @@
 #include "cli/arguments.h"
 
+#include "cli/quality.h"
+
 #include <CLI/CLI.hpp>
 
 namespace ko::tool {
@@ -35,7 +37,7 @@ void declareQuality(CLI::App& command, std::optional<int>& quality)
 {
     command.add_option("--quality", quality, "of JPEG and WebP files, 1...100")
         ->option_text("N")
-        ->check(CLI::Range(1, 100));
+        ->check(CLI::Range(lowestQuality, highestQuality));
 }
 
 }  // namespace ko::tool

@@ -1,6 +1,7 @@
 #include "cli/recipe.h"
 
 #include "cli/failure.h"
+#include "cli/quality.h"
 #include "cli/registry.h"
 #include "io/parts.h"
 #include "io/source.h"
@@ -117,16 +118,35 @@ private:
             return;
         if (!output.isObject())
             refuse("output", "must be an object");
-        for (const QString& key : output.toObject().keys())
-            if (key != "format")
-                refuse("output." + key, "is unknown; known is format");
-        const std::string format = output.toObject().value("format").toString().toStdString();
+        const QJsonObject object = output.toObject();
+        for (const QString& key : object.keys())
+            if (key != "format" && key != "quality")
+                refuse("output." + key, "is unknown; known are format, quality");
+        readFormat(object.value("format"));
+        readQuality(object.value("quality"));
+    }
+
+    void readFormat(const QJsonValue& value)
+    {
+        if (value.isUndefined())
+            return;
+        const std::string format = value.toString().toStdString();
         const bool isEnding = !format.empty() && std::ranges::all_of(format, [](unsigned char c) {
             return std::isalnum(c) != 0;
         });
         if (!isEnding)
             refuse("output.format", "must be the ending of a picture format, such as \"png\"");
         m_recipe.m_ending = '.' + format;
+    }
+
+    void readQuality(const QJsonValue& value)
+    {
+        if (value.isUndefined())
+            return;
+        const int quality = value.toInt();  // 0 for what is no whole number
+        if (quality < lowestQuality || quality > highestQuality)
+            refuse("output.quality", "must be a whole number of 1 to 100, for JPEG and WebP files");
+        m_recipe.m_quality = quality;
     }
 
     void readStep(const QJsonValue& json, const QString& path)

@@ -4,6 +4,7 @@
 #include "commands/operation.h"
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -28,6 +29,9 @@ public:
     /// Ending of the results' names, with its dot.
     const std::string& ending() const { return m_ending; }
 
+    /// Of JPEG and WebP files, where the recipe says so.
+    std::optional<int> quality() const { return m_quality; }
+
 private:
     struct Step {
         std::string name;
@@ -38,6 +42,7 @@ private:
 
     std::vector<Step> m_steps;
     std::string m_ending = ".tif";
+    std::optional<int> m_quality;
 
     friend class RecipeReader;
 };

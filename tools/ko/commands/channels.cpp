@@ -7,6 +7,7 @@
 #include "io/parts.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <stdexcept>
 
@@ -29,6 +30,22 @@ std::int64_t countSelected(const Image& mask)
     for (int y = 0; y < mask->height; ++y) {
         const auto* row = rowOf<std::uint8_t>(mask, y);
         count += mask->width - std::count(row, row + mask->width, std::uint8_t{0});
+    }
+    return count;
+}
+
+template <class T>
+std::int64_t deselectNaN(const Image& samples, Image& mask)
+{
+    std::int64_t count = 0;
+    for (int y = 0; y < samples->height; ++y) {
+        const T* from = rowOf<T>(samples, y);
+        auto* selects = rowOf<std::uint8_t>(mask, y);
+        for (int x = 0; x < samples->width; ++x)
+            if (selects[x] != 0 && std::isnan(from[x])) {
+                selects[x] = 0;
+                ++count;
+            }
     }
     return count;
 }
@@ -60,6 +77,24 @@ std::vector<Channel> selectChannels(const Image& picture, const Selection& selec
         }
     }
     return channels;
+}
+
+std::int64_t leaveOutNaN(Channel& channel)
+{
+    const Image& samples = channel.samples;
+    if (!isFloating(*samples))
+        return 0;
+    Image numbers = channel.mask ? copyOf(*channel.mask) : maskOfOnes(*samples);
+    const std::int64_t count = samples->dataType == Float32 ? deselectNaN<float>(samples, numbers)
+                                                            : deselectNaN<double>(samples, numbers);
+    if (count > 0)
+        channel.mask = std::move(numbers);
+    return count;
+}
+
+bool isEmpty(const Channel& channel)
+{
+    return channel.mask && countSelected(*channel.mask) == 0;
 }
 
 std::vector<std::string> channelNames(const SxImageInfo& format)

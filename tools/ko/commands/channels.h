@@ -6,6 +6,7 @@
 
 #include <QRect>
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -32,6 +33,12 @@ struct Channel {
 /// does not lie inside the picture, where that of a mosaic is odd, where the mask does not fit, and where
 /// nothing is selected.
 std::vector<Channel> selectChannels(const Image& picture, const Selection& selection);
+
+/// Takes the samples that are no numbers out of a channel's selection and says how many these are.
+std::int64_t leaveOutNaN(Channel& channel);
+
+/// True where nothing of a channel is selected, after that.
+bool isEmpty(const Channel& channel);
 
 /// What the channels of a picture are called.
 std::vector<std::string> channelNames(const SxImageInfo& format);

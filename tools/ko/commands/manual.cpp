@@ -83,6 +83,7 @@ void printRecipes()
          "the option --NAME of that command: true or false for one without a value, a number, a word as a "
          "string, several numbers as a list. Names of files are relative to the recipe."},
         {"output.format", "ending of the results' names and with it their file format, tif if not given"},
+        {"output.quality", "1 to 100, of JPEG and WebP files, where --quality does not say otherwise"},
     });
 }
 

@@ -1,4 +1,5 @@
 // ko mask: masks as pictures, 255 inside and 0 outside unless told otherwise.
+#include "cli/arguments.h"
 #include "cli/failure.h"
 #include "cli/settings.h"
 #include "commands/commands.h"
@@ -22,6 +23,7 @@ struct Options {
     int size = 2;
     unsigned value = 0;
     std::vector<double> inside, outside;
+    std::optional<int> quality;
     Settings colours;
 };
 
@@ -84,6 +86,7 @@ CLI::App* addKind(CLI::App& command, const char* name, const char* summary, Opti
 {
     CLI::App* const kind = command.add_subcommand(name, summary);
     kind->add_option("-o,--output", options.output, "mask")->required();
+    declareQuality(*kind, options.quality);
     return kind;
 }
 
@@ -120,7 +123,7 @@ const Command maskCommand{
             writeImage(ellipses->parsed()  ? ellipse(*options)
                        : circles->parsed() ? circle(*options)
                                            : fromValue(*options),
-                       options->output);
+                       options->output, {}, options->quality);
             return ExitOk;
         };
     }};

@@ -101,7 +101,7 @@ int run(const Options& options)
         frame.sensor = picture.sensor.get();
         writeImage(filter(picture.image, frame), job.output,
                    recipe.keepsColours() ? picture.metadata : picture.metadata.withoutColours(),
-                   options.files.quality);
+                   options.files.quality ? options.files.quality : recipe.quality());
         return Outcome::Done;
     };
     const std::vector<Outcome> outcomes =

@@ -1,4 +1,5 @@
 // ko simulate: what a sensor with a colour-filter mosaic would have delivered of a photograph.
+#include "cli/arguments.h"
 #include "cli/failure.h"
 #include "cli/transfer.h"
 #include "commands/commands.h"
@@ -27,6 +28,7 @@ struct Options {
     double vignette = 0;
     std::uint32_t seed = 1;
     bool isLinear = false;
+    std::optional<int> quality;
     Settings settings;
 };
 
@@ -123,6 +125,7 @@ const Command simulateCommand{
         command.add_option("photo", options->photo, "colour photograph")->required();
         command.add_option("-o,--output", options->output, "mosaic; the file keeps pattern and depth")
             ->required();
+        declareQuality(command, options->quality);
         options->settings.choice("grid", options->grid, gridWords(), "mosaic pattern, rggb if not given");
         options->settings.flag(
             "linear", options->isLinear,
@@ -141,7 +144,7 @@ const Command simulateCommand{
         command.add_option("--vignette", options->vignette, "loss of light in the corners, 0...1")
             ->check(CLI::Range(0.0, 1.0));
         return [options] {
-            writeImage(simulate(readImage(options->photo), *options), options->output);
+            writeImage(simulate(readImage(options->photo), *options), options->output, {}, options->quality);
             return ExitOk;
         };
     }};

@@ -33,6 +33,7 @@ struct Circle {
 struct Options {
     std::string picture, output, pointsFile, paramsFile;
     std::vector<std::string> circles;
+    std::optional<int> quality;
 };
 
 constexpr Colour startColour{80, 160, 255}, finalColour{255, 210, 0};
@@ -168,7 +169,7 @@ int run(const Options& options)
     }
     for (const Points& contour : contours)
         drawClosed(canvas, contour, finalColour);
-    writeImage(canvas, options.output);
+    writeImage(canvas, options.output, {}, options.quality);
     if (!options.pointsFile.empty())
         writePoints(contours, options.pointsFile);
     return ExitOk;
@@ -188,6 +189,7 @@ const Command snakeCommand{
                         "weightGradient, refine, refineInterval, loopDistance, pointSpacing, maxIterations");
         declareArgument(command, "-o,--output", options->output, Need::Required,
                         "the picture with the contours");
+        declareQuality(command, options->quality);
         declareArgument(command, "--points", options->pointsFile, Need::Optional,
                         "table of the final points (CSV)");
         return [options] { return run(*options); };

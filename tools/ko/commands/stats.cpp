@@ -32,12 +32,14 @@ struct Options {
     Settings settings;
 };
 
+/// Of the samples that are numbers; none where there are no such.
 struct Figures {
     std::string name;
+    std::int64_t nan = 0;  ///< how many samples are no numbers
     QVariant minimum;
     QVariant maximum;
-    double mean = 0;
-    double deviation = 0;
+    std::optional<double> mean;
+    std::optional<double> deviation;
     // Of samples that have levels only.
     std::optional<double> entropy;
     std::optional<double> renyi;  ///< where wanted
@@ -48,22 +50,26 @@ struct Figures {
 struct Measured {
     std::string file;
     int bits;
+    bool areFloats;
     std::vector<Figures> figures;
     std::vector<TileMeans> tiles;  ///< of every channel, where wanted
     std::vector<CellExtremes> cells;
 };
 
-Figures measure(const Channel& channel, const Options& options)
+Figures measure(Channel& channel, const Options& options)
 {
     const SxImageBuf& samples = *channel.samples;
     Figures figures;
     figures.name = channel.name;
+    figures.nan = leaveOutNaN(channel);
+    if (isEmpty(channel))
+        return figures;
     if (channel.mask)
         require(MinMaxMasked(samples, **channel.mask, &figures.minimum, &figures.maximum), "MinMaxMasked");
     else
         require(MinMax(samples, &figures.minimum, &figures.maximum), "MinMax");
-    require(MeanStdDevMasked(samples, channel.mask ? **channel.mask : *maskOfOnes(samples), &figures.mean,
-                             &figures.deviation),
+    require(MeanStdDevMasked(samples, channel.mask ? **channel.mask : *maskOfOnes(samples),
+                             &figures.mean.emplace(), &figures.deviation.emplace()),
             "MeanStdDevMasked");
     if (hasLevels(samples)) {
         const Image selected = gather(channel);
@@ -77,18 +83,24 @@ Figures measure(const Channel& channel, const Options& options)
 
 // --------------------------------------------------------------------------------------------- JSON
 
+QJsonValue toJson(const std::optional<double>& number)
+{
+    return number ? QJsonValue(*number) : QJsonValue();
+}
+
 QJsonObject toJson(const Figures& figures, const Options& options)
 {
     QJsonObject object{
         {"name", QString::fromStdString(figures.name)},
+        {"nan", static_cast<qint64>(figures.nan)},
         {"minimum", QJsonValue::fromVariant(figures.minimum)},
         {"maximum", QJsonValue::fromVariant(figures.maximum)},
-        {"mean", figures.mean},
-        {"deviation", figures.deviation},
-        {"entropy", figures.entropy ? QJsonValue(*figures.entropy) : QJsonValue()},
+        {"mean", toJson(figures.mean)},
+        {"deviation", toJson(figures.deviation)},
+        {"entropy", toJson(figures.entropy)},
         {"otsu", figures.otsu ? QJsonValue(static_cast<qint64>(*figures.otsu)) : QJsonValue()}};
     if (options.renyiOrder)
-        object.insert("renyi", figures.renyi ? QJsonValue(*figures.renyi) : QJsonValue());
+        object.insert("renyi", toJson(figures.renyi));
     return object;
 }
 
@@ -142,6 +154,8 @@ QJsonObject toJson(const Measured& measured, const Options& options)
 /// As few digits as tell the sample from its neighbours.
 std::string sampleText(const QVariant& sample, int bits)
 {
+    if (!sample.isValid())
+        return "-";
     if (sample.userType() != QMetaType::Double && sample.userType() != QMetaType::Float)
         return sample.toString().toStdString();
     char text[32];
@@ -155,18 +169,22 @@ void printTable(const Options& options, const Measured& measured)
     std::vector<std::string> titles{"channel", "min", "max", "mean", "deviation", "entropy", "Otsu"};
     if (options.renyiOrder)
         titles.emplace_back("Renyi");
+    if (measured.areFloats)
+        titles.emplace_back("NaN");
     Table table(titles);
     const auto figure = [](const std::optional<double>& number) { return number ? shown(*number) : "-"; };
     for (const Figures& figures : measured.figures) {
         std::vector<std::string> row{figures.name,
                                      sampleText(figures.minimum, measured.bits),
                                      sampleText(figures.maximum, measured.bits),
-                                     shown(figures.mean),
-                                     shown(figures.deviation),
+                                     figure(figures.mean),
+                                     figure(figures.deviation),
                                      figure(figures.entropy),
                                      figures.otsu ? std::to_string(*figures.otsu) : "-"};
         if (options.renyiOrder)
             row.push_back(figure(figures.renyi));
+        if (measured.areFloats)
+            row.push_back(std::to_string(figures.nan));
         table.add(row);
     }
     std::cout << measured.file << ": " << measured.bits << " bits\n" << table.text();
@@ -206,8 +224,8 @@ void print(const Options& options, const Measured& measured)
 Measured measureFile(const std::string& file, const Options& options)
 {
     const Image picture = readImage(file);
-    Measured measured{file, picture->bitsPerSample, {}, {}, {}};
-    for (const Channel& channel : selectChannels(picture, options.selection)) {
+    Measured measured{file, picture->bitsPerSample, isFloating(*picture), {}, {}, {}};
+    for (Channel& channel : selectChannels(picture, options.selection)) {
         measured.figures.push_back(measure(channel, options));
         if (!options.tiles.isNull())
             measured.tiles.push_back(meansOfTiles(channel.samples, options.tiles.x(), options.tiles.y()));
