@@ -21,10 +21,10 @@ constexpr std::initializer_list<ExImageDataType> filteredTypes = {UInt8,  UInt16
 /// Success is 1 here.
 void stretch(ByteReader& in, Outcome& out)
 {
-    Layout layout = anyLayout(in, {filteredTypes, everyChannels});
+    Layout layout = smallLayout(in, {filteredTypes, everyChannels});
     layout.packing = in.oneIn(8) ? Planar : Interleaved;
     const FuzzImage src(in, layout);
-    Layout other = anyLayout(in, {{layout.type}, {layout.channels}});
+    Layout other = smallLayout(in, {{layout.type}, {layout.channels}});
     other.packing = in.oneIn(8) ? Planar : Interleaved;
     if (in.oneIn(4)) {
         const int shift = in.below(3);
@@ -47,7 +47,7 @@ void stretch(ByteReader& in, Outcome& out)
 
 void sobel(ByteReader& in, Outcome& out)
 {
-    const Layout layout = anyLayout(in, {filteredTypes});
+    const Layout layout = smallLayout(in, {filteredTypes});
     const FuzzImage src(in, layout);
     FuzzImage dst(in, like(in, layout, Int32, 1));
     const ResultCode rc = Sobel(src, dst);
@@ -62,7 +62,7 @@ void sobel(ByteReader& in, Outcome& out)
 
 void chamfer(ByteReader& in, Outcome& out)
 {
-    const Layout layout = anyLayout(in, {{UInt8, UInt8, UInt8, UInt16}});
+    const Layout layout = smallLayout(in, {{UInt8, UInt8, UInt8, UInt16}});
     const FuzzImage src(in, layout);
     FuzzImage dst(in, like(in, layout, Float64, 1));
     const auto mask = in.code({ChamferChessboard, Chamfer3x3, Chamfer5x5, Chamfer7x7, Chamfer13x13});

@@ -72,7 +72,7 @@ void add(Outcome& out, const Points& points)
 void contour(ByteReader& in, Outcome& out)
 {
     const bool maySwell = in.digest() % 512 == 0;
-    const Layout layout = anyLayout(in, {{UInt8, UInt16, UInt8, UInt16, UInt8, Int32}});
+    const Layout layout = smallLayout(in, {{UInt8, UInt16, UInt8, UInt16, UInt8, Int32}});
     const FuzzImage src(in, layout);
     const SxSnakeParams params = anyParams(in, src, maySwell);
     const Points input = anyContour(in, layout);
@@ -94,7 +94,7 @@ void contour(ByteReader& in, Outcome& out)
 /// One list as input and output.
 void contourInPlace(ByteReader& in, Outcome& out)
 {
-    const Layout layout = anyLayout(in, {{UInt8, UInt16}});
+    const Layout layout = smallLayout(in, {{UInt8, UInt16}});
     const FuzzImage src(in, layout);
     const SxSnakeParams params = anyParams(in, src, false);
     Points points = anyContour(in, layout), apart;

@@ -66,6 +66,16 @@ Layout anyLayout(ByteReader& in, const Choice& choice)
     return like(in, layout);
 }
 
+Layout smallLayout(ByteReader& in, const Choice& choice)
+{
+    Layout layout = anyLayout(in, choice);
+    if (in.digest() % 8 != 0) {
+        layout.width = std::min(layout.width, 12);
+        layout.height = std::min(layout.height, 12);
+    }
+    return layout;
+}
+
 Layout like(ByteReader& in, const Layout& layout)
 {
     Layout result = layout;

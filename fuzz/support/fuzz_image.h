@@ -30,6 +30,9 @@ inline constexpr std::initializer_list<int> everyChannels = {1, 3, 4, 2, 5};
 /// A layout of at most some 2000 pixels.
 Layout anyLayout(ByteReader& in, const Choice& choice);
 
+/// The same, with at most 12 x 12 pixels in seven inputs of eight: for operations that think long about a pixel.
+Layout smallLayout(ByteReader& in, const Choice& choice);
+
 /// The same size and format with other padding, at another address.
 Layout like(ByteReader& in, const Layout& layout);
 
