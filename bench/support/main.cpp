@@ -5,6 +5,7 @@
 #include "support/rows.h"
 
 #include <benchmark/benchmark.h>
+#include <omp.h>
 
 #include <opencv2/core/version.hpp>
 
@@ -35,6 +36,8 @@ void report(benchmark::State& state, const Work& work, const Result& result)
 
 void runRow(benchmark::State& state, const Row& row, int threads, const Effort& effort)
 {
+    // Work buffers have a part for each thread that there is when they are made.
+    omp_set_num_threads(threads);
     const Work work = row.make(row.size);
     for (auto _ : state) {
         const Result result = measure(work, threads, effort);
