@@ -1,0 +1,104 @@
+#include <ko/gstreamer.h>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <random>
+#include <thread>
+#include <vector>
+
+namespace ko::test {
+namespace {
+
+using std::chrono::milliseconds;
+
+const QString endless = QStringLiteral("videotestsrc ! video/x-bayer,format=rggb,width=64,height=16");
+
+void swallow(QtMsgType, const QMessageLogContext&, const QString&) {}
+
+/// Drops of stopped items are not worth a line each.
+class GstSourceStress : public ::testing::Test {
+protected:
+    GstSourceStress() : m_handler(qInstallMessageHandler(&swallow)) {}
+    ~GstSourceStress() override { qInstallMessageHandler(m_handler); }
+
+private:
+    QtMessageHandler m_handler;
+};
+
+TEST_F(GstSourceStress, IsDestroyedWhileItRuns)
+{
+    for (int round = 0; round < 20; ++round) {
+        CxFrameSink sink([](CxImageData&) {});
+        CxGstSource source(endless);
+        ASSERT_TRUE(source.setQueue(1 + round % 3, round % 2 == 0 ? QueueBlocks : QueueDropsOldest));
+        ASSERT_TRUE(source.addSuccessor(&sink));
+        ASSERT_TRUE(StartPipe(source));
+        std::this_thread::sleep_for(milliseconds(round % 4));
+    }
+}
+
+TEST_F(GstSourceStress, StopsFromTheThreadThatTakesItsFrames)
+{
+    CxGstSource source(endless);
+    std::atomic<int> count{0};
+    CxFrameSink sink([&](CxImageData&) {
+        if (++count == 5) {
+            StopPipe(source);
+        }
+    });
+    ASSERT_TRUE(source.addSuccessor(&sink));
+    ASSERT_TRUE(StartPipe(source));
+    EXPECT_FALSE(source.waitUntilEnded(20000)) << "woken by the stop, without an end of the stream";
+    EXPECT_TRUE(source.setState(IxPipeItem::StateStopped));
+    EXPECT_FALSE(source.hasEnded());
+    EXPECT_EQ("", source.errorText().toStdString());
+}
+
+TEST_F(GstSourceStress, AccountsForEveryFrameThroughStartAndStopStorms)
+{
+    std::atomic<std::uint64_t> seen{0};
+    CxGstSource source(endless);
+    CxFrameSink sink([&](CxImageData&) { ++seen; });
+    ASSERT_TRUE(source.setQueue(2, QueueDropsOldest));
+    ASSERT_TRUE(source.addSuccessor(&sink));
+    std::vector<std::thread> threads;
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(2);
+    for (unsigned seed : {1U, 2U, 3U})
+        threads.emplace_back([&, seed] {
+            std::minstd_rand random(seed);
+            while (std::chrono::steady_clock::now() < end) {
+                switch (random() % 6) {
+                case 0:
+                    StopPipe(source);
+                    break;
+                case 1:
+                    source.setState(IxPipeItem::StateStopped);
+                    break;
+                case 2:
+                    source.setDescription(random() % 4 == 0 ? QStringLiteral("nosuchelement") : endless);
+                    break;
+                case 3:
+                    source.waitUntilEnded(1);
+                    EXPECT_LE(source.gstStatistics().delivered, source.gstStatistics().received);
+                    break;
+                default:
+                    StartPipe(source);
+                    std::this_thread::sleep_for(std::chrono::microseconds(random() % 2000));
+                }
+            }
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    StopPipe(source);
+    EXPECT_TRUE(source.setState(IxPipeItem::StateStopped));
+    const SxGstStatistics counts = source.gstStatistics();
+    EXPECT_LT(0U, seen);
+    EXPECT_EQ(counts.received, counts.delivered + counts.dropped);
+    EXPECT_EQ(counts.received, source.statistics().received);
+    EXPECT_EQ(counts.delivered, sink.statistics().received);
+}
+
+}  // namespace
+}  // namespace ko::test
