@@ -9,7 +9,7 @@ import tempfile
 import unittest
 from pathlib import Path
 
-FOLDERS = ("src", "tests", "bench", "fuzz", "examples", "gstreamer", "tools/ko", "python")
+FOLDERS = ("src", "tests", "bench", "fuzz", "examples", "camera", "gstreamer", "tools/ko", "python")
 LONGEST = {"tests": 600, "include": 450}  # lines; public headers are mostly documentation
 LONGEST_ELSEWHERE = 350
 COMMENT = re.compile(r"#.*")

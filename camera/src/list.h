@@ -1,0 +1,16 @@
+// The list of cameras, of which the process has one.
+#pragma once
+
+#include <ko/camera.h>
+
+#include <mutex>
+
+namespace ko {
+
+/// Held by whoever reads the list or opens a camera by it.
+std::mutex& deviceListMutex();
+
+/// The list as it is, with `deviceListMutex` held.
+QVector<SxCameraInfo> knownCameras();
+
+}  // namespace ko

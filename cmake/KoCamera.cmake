@@ -1,0 +1,10 @@
+# The library of live cameras, where Aravis is there.
+find_package(PkgConfig QUIET)
+if(PkgConfig_FOUND)
+    pkg_check_modules(Aravis QUIET IMPORTED_TARGET aravis-0.8>=0.8.20)
+endif()
+if(Aravis_FOUND)
+    add_subdirectory(camera)
+else()
+    message(STATUS "No library of cameras: it needs libaravis-dev (KO_WITH_CAMERA=OFF says so in advance)")
+endif()
