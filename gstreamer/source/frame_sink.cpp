@@ -1,5 +1,7 @@
 #include "source/frame_sink.h"
 
+#include "source/image_memory.h"
+
 #include <gst/base/gstbasesink.h>
 #include <gst/video/video.h>
 
@@ -39,17 +41,14 @@ gboolean setCaps(GstBaseSink* element, GstCaps* caps)
     return format.has_value();
 }
 
-/// Upstream may give rows of any length and needs more buffers than those that are on their way.
 gboolean proposeAllocation(GstBaseSink* element, GstQuery* query)
 {
     GstCaps* caps = nullptr;
     gst_query_parse_allocation(query, &caps, nullptr);
     const auto format = caps != nullptr ? frameFormat(caps) : std::nullopt;
-    const std::size_t bytes = format ? imageByteSize(format->info) : 0;
-    if (bytes == 0 || bytes > G_MAXUINT)
+    if (!format || imageByteSize(format->info) > G_MAXUINT)
         return FALSE;
-    gst_query_add_allocation_pool(query, nullptr, static_cast<guint>(bytes),
-                                  sinkOf(element).receiver->buffersKept(), 0);
+    proposeImages(query, caps, format->info, sinkOf(element).receiver->buffersKept());
     gst_query_add_allocation_meta(query, GST_VIDEO_META_API_TYPE, nullptr);
     return TRUE;
 }

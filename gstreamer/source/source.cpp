@@ -1,6 +1,7 @@
 #include <ko/gstreamer.h>
 
 #include "frames/buffer_image.h"
+#include "source/image_memory.h"
 #include "source/stream.h"
 
 #include <atomic>
@@ -24,6 +25,9 @@ struct CxGstSource::Private : gst::FrameReceiver {
     void endStream(const QString& error) override;
     unsigned buffersKept() const override { return keptBuffers; }
 
+    /// Null for a buffer that is shorter than its format says.
+    std::unique_ptr<CxImageData> frameOf(GstBuffer* buffer, const gst::FrameFormat& format);
+
     void begin();
     void leave();
 
@@ -46,19 +50,27 @@ struct CxGstSource::Private : gst::FrameReceiver {
     std::unique_ptr<gst::Stream> stream;
 };
 
+std::unique_ptr<CxImageData> CxGstSource::Private::frameOf(GstBuffer* buffer, const gst::FrameFormat& format)
+{
+    std::unique_ptr<CxImageData> frame = gst::frameOver(buffer, format);
+    if (frame != nullptr)
+        return frame;
+    Image image = gst::copyOf(buffer, format);
+    if (!image)
+        return nullptr;
+    frame = std::make_unique<CxImageData>();
+    frame->setImageShallow(image.release(), 0, 0, {});
+    ++copies;
+    return frame;
+}
+
 void CxGstSource::Private::takeFrame(GstBuffer* buffer, const gst::FrameFormat& format)
 {
     ++received;
     const int frameNo = nextFrameNo++;
     std::unique_ptr<CxImageData> frame;
     try {
-        Image image = gst::copyOf(buffer, format);
-        if (image) {
-            frame = std::make_unique<CxImageData>();
-            const GstClockTime time = GST_BUFFER_PTS(buffer);
-            frame->setImageShallow(image.release(), frameNo, GST_CLOCK_TIME_IS_VALID(time) ? time : 0,
-                                   QDateTime::currentDateTime());
-        }
+        frame = frameOf(buffer, format);
     } catch (const std::exception&) {
         // No memory: the frame is dropped.
     }
@@ -66,7 +78,9 @@ void CxGstSource::Private::takeFrame(GstBuffer* buffer, const gst::FrameFormat& 
         ++unusable;
         return;
     }
-    ++copies;
+    const GstClockTime time = GST_BUFFER_PTS(buffer);
+    frame->setImageShallow(frame->image(), frameNo, GST_CLOCK_TIME_IS_VALID(time) ? time : 0,
+                           QDateTime::currentDateTime());
     item.onDataAvailable(frame.release(), nullptr);
 }
 

@@ -2,7 +2,7 @@
 
 #include "support/log_capture.h"
 
-#include <ko/cpp/view.h>
+#include <ko/cpp/image.h>
 
 #include <gmock/gmock.h>
 
@@ -10,8 +10,12 @@
 
 #include <gst/gst.h>
 
+#include <algorithm>
 #include <chrono>
+#include <memory>
+#include <numeric>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace ko::test {
@@ -43,6 +47,23 @@ public:
 
     CxGstSource source;
     CxFrameSink sink;
+};
+
+/// Keeps the last frame beyond its own life.
+class Keeper : public IxDataProcessor {
+public:
+    explicit Keeper(std::unique_ptr<IxData>& frame) : m_frame(frame) {}
+    ~Keeper() override { retire(); }
+
+protected:
+    bool processData(IxData* input, IxData*&) override
+    {
+        m_frame.reset(input);
+        return true;
+    }
+
+private:
+    std::unique_ptr<IxData>& m_frame;
 };
 
 QString errorOf(const QString& description)
@@ -252,6 +273,77 @@ TEST(GstSource, KnowsBothOrdersOfBytes)
                 ElementsAre(0x201, 0x403));
     EXPECT_THAT(samplesOf("video/x-bayer, format=rggb12be, width=2, height=1", {1, 2, 3, 4}),
                 ElementsAre(0x102, 0x304));
+}
+
+TEST(GstSource, TakesFramesOverWithoutCopies)
+{
+    for (const char* const description :
+         {"videotestsrc num-buffers=30 ! video/x-bayer,format=rggb,width=63,height=17",
+          "videotestsrc num-buffers=30 ! video/x-raw,format=RGB,width=63,height=17",
+          "videotestsrc num-buffers=30 ! video/x-raw,format=I420,width=63,height=17 ! videoconvert"}) {
+        std::vector<const std::uint8_t*> places;
+        SourceRun run(QString::fromUtf8(description),
+                      [&](CxImageData& frame) { places.push_back(frame.image().data); });
+        run.toTheEnd();
+        EXPECT_EQ(30U, run.source.gstStatistics().delivered);
+        EXPECT_EQ(0U, run.source.gstStatistics().copies) << description;
+        std::sort(places.begin(), places.end());
+        places.erase(std::unique(places.begin(), places.end()), places.end());
+        EXPECT_GT(30U, places.size()) << "memory is used again";
+    }
+}
+
+TEST(GstSource, CopiesFramesThatOthersUseToo)
+{
+    SourceRun run(
+        QStringLiteral("videotestsrc num-buffers=5 ! video/x-raw,format=GRAY8 ! tee name=both ! queue ! "
+                       "fakesink sync=false enable-last-sample=true both. ! identity"));
+    run.toTheEnd();
+    EXPECT_EQ(5U, run.source.gstStatistics().delivered);
+    EXPECT_LT(0U, run.source.gstStatistics().copies);
+}
+
+TEST(GstSource, LeavesThePixelsToWhoTakesTheRecord)
+{
+    std::vector<Image> taken;
+    std::vector<std::uint8_t> first;
+    {
+        // A ball that moves, so that memory which is written again differs.
+        SourceRun run(QStringLiteral("videotestsrc num-buffers=30 pattern=ball ! "
+                                     "video/x-raw,format=GRAY8,width=64,height=64"),
+                      [&](CxImageData& frame) {
+                          if (frame.frameNo() % 3 == 0)
+                              taken.push_back(Image::owning(std::exchange(frame.image(), SxImageBuf())));
+                          if (frame.frameNo() == 0)
+                              first.assign(taken[0]->data, taken[0]->data + 64 * 64);
+                          if (frame.frameNo() % 3 == 1)
+                              FreeBuffer(frame.image());
+                      });
+        run.toTheEnd();
+        EXPECT_EQ(0U, run.source.gstStatistics().copies);
+    }
+    ASSERT_EQ(10U, taken.size());
+    EXPECT_TRUE(std::equal(first.begin(), first.end(), taken[0]->data));
+    for (std::size_t i = 1; i < taken.size(); ++i)
+        EXPECT_FALSE(std::equal(first.begin(), first.end(), taken[i]->data)) << i;
+}
+
+TEST(GstSource, SendsFramesThatOutliveIt)
+{
+    std::unique_ptr<IxData> kept;
+    {
+        CxGstSource source(
+            QStringLiteral("videotestsrc num-buffers=9 pattern=snow ! video/x-raw,format=GRAY8,width=64"));
+        Keeper keeper(kept);
+        ASSERT_TRUE(source.addSuccessor(&keeper));
+        ASSERT_TRUE(StartPipe(source));
+        EXPECT_TRUE(source.waitUntilEnded(patience));
+        EXPECT_TRUE(DrainPipe(source, patience));
+    }
+    ASSERT_TRUE(kept);
+    const SxImageBuf& image = static_cast<CxImageData&>(*kept).image();
+    EXPECT_EQ(64, image.width);
+    EXPECT_NE(0, std::accumulate(image.data, image.data + imageByteSize(image), 0));
 }
 
 TEST(GstSource, HoldsTheStreamBackWhereFramesAreNotToBeDropped)

@@ -39,6 +39,11 @@ struct SxGstStatistics {
 /// whether the stream waits or the oldest frame is dropped. Frames are numbered from 0 on with every start, their
 /// timestamp is the buffer's in nanoseconds (0 where it has none), their date is that of their arrival.
 ///
+/// The source offers the stream memory of its own, which videoconvert, decoders and many others take: their frames are
+/// not copied. The memory of all others, such as that of cameras and of buffers that another branch of the stream uses
+/// too, is copied and counted. A frame owns its pixels in both cases: its record may be taken out and freed like any
+/// other.
+///
 /// A stream that fails or ends leaves the item started, as frames may still be on their way: see `hasEnded`. Every
 /// start runs a new pipeline.
 class KO_EXPORT CxGstSource : public IxDataProcessor {
