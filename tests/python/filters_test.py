@@ -105,6 +105,16 @@ def test_resize_is_that_of_opencv(channels):
     assert np.abs(ko.resize(a, (131, 200)).astype(int) - larger).max() <= 1
 
 
+@pytest.mark.parametrize("step", [2, 4, Fraction(5, 2)])
+def test_resize_works_in_blocks_that_leave_no_trace(step):
+    a = random_picture((700, 400), np.uint16)
+    a[300:350] = 65535
+    whole = ko.resize(a, (int(700 / step), int(400 / step)))
+    begin, end = int(200 / step), int(400 / step)
+    assert np.array_equal(whole[begin:end], ko.resize(a[200:400], (end - begin, whole.shape[1])))
+    assert whole[int(300 / step):int(350 / step)].min() == 65535
+
+
 def test_resize_moves_nothing():
     rows, columns = np.mgrid[:41, :61]
     spot = np.asarray(60000 * np.exp(-((rows - 20) ** 2 + (columns - 30) ** 2) / 50), np.uint16)
