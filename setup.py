@@ -55,6 +55,7 @@ setup(
     package_dir={"": "python"},
     package_data={"koimproc": ["*.pyi", "py.typed"]},
     ext_modules=[Extension("koimproc.native", [])],
+    entry_points={"console_scripts": ["koimproc-series = koimproc.series.__main__:main"]},
     cmdclass={"build_ext": CMakeBuild},
     options={"build": {"build_base": "build/pip"}, "egg_info": {"egg_base": "build/pip"}},
 )

@@ -109,8 +109,9 @@ if(TARGET ko_python)
     set(python_range "python3 (>= ${python_version}~), python3 (<< ${Python3_VERSION_MAJOR}.${next_minor})")
     set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS "${library_package} (= ${full_version}), ${python_range}, python3-numpy")
 endif()
-# Reads and writes files.
-set(CPACK_DEBIAN_PYTHON_PACKAGE_SUGGESTS python3-openimageio)
+# For koimproc.series and koimproc-series: engine, tool and file formats. Reads and writes files.
+set(CPACK_DEBIAN_PYTHON_PACKAGE_RECOMMENDS "python3-dask, python3-distributed, python3-tifffile, koimproc-tools")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SUGGESTS "python3-astropy, python3-h5py, python3-openimageio, python3-zarr")
 set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA "${PROJECT_SOURCE_DIR}/packaging/python/postinst;\
 ${PROJECT_SOURCE_DIR}/packaging/python/prerm")
 include(CPack)

@@ -64,12 +64,14 @@ inside sh -c 'cd / && python3 -c "
 import numpy, koimproc.native as ko
 out = numpy.zeros((4, 4), numpy.int32)
 assert ko.Sobel(ko.SxImageBuf(numpy.eye(4, dtype=numpy.uint8)), ko.SxImageBuf(out)) == ko.ResultOk and out.any()"'
+inside koimproc-series --version
 
 # Its manual page and what shells complete, found where `man` and the shells look.
 install man-db bash-completion fish zsh
 warnings=$(inside man --warnings ko 2>&1 >/dev/null)
 [ -z "$warnings" ] || fail "$warnings"
 says 'ko median' man ko
+says 'frames-per-part' man koimproc-series
 says '_ko' bash -c 'source /usr/share/bash-completion/bash_completion; _completion_loader ko; complete -p ko'
 says '--radius' fish -c 'complete -C "ko median --"'
 says '_ko' zsh -fc 'autoload -Uz compinit; compinit -uD; print -r -- $_comps[ko]'

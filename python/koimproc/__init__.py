@@ -6,9 +6,12 @@ other layouts are copied once for inputs, and refused for `out`. Every export of
 in `koimproc.native`; `koimproc.series` works on thousands of frames.
 """
 
+from typing import TYPE_CHECKING
+
 from koimproc._average import average
 from koimproc._contrast import rescale_intensity
 from koimproc._correct import flat_field, white_balance
+from koimproc._defects import correct_defects
 from koimproc._demosaic import demosaic, develop
 from koimproc._errors import ArgumentError, SampleTypeError
 from koimproc._filters import distance, median, sobel
@@ -25,7 +28,10 @@ from koimproc._threads import threads
 from koimproc._thresholds import greater, threshold, threshold_to_zero
 from koimproc._tone import equalize_hist, match_histograms
 from koimproc.native import __version__
-from koimproc.series import Accumulator
+
+if TYPE_CHECKING:
+    from koimproc import series
+    from koimproc.series import Accumulator
 
 __all__ = [
     "Accumulator",
@@ -39,6 +45,7 @@ __all__ = [
     "average",
     "binarize",
     "clip_to_depth",
+    "correct_defects",
     "demosaic",
     "develop",
     "disk_mask",
@@ -70,3 +77,13 @@ __all__ = [
     "unpack",
     "white_balance",
 ]
+
+
+def __getattr__(name: str) -> object:
+    """What only work on series needs is loaded when it is asked for."""
+    if name not in ("Accumulator", "series"):
+        raise AttributeError(f"module {__name__!r} has no attribute {name!r}")
+    from importlib import import_module
+
+    module = import_module("koimproc.series")
+    return module if name == "series" else module.Accumulator

@@ -21,7 +21,7 @@ GREY = np.zeros((8, 8), np.uint8)
 OF_IMAGES = {
     "median": (), "sobel": (), "equalize_hist": (), "match_histograms": (GREY,), "rescale_intensity": (),
     "white_balance": (1,), "flat_field": (GREY,), "threshold": (5,), "threshold_to_zero": (5,), "greater": (5,),
-    "binarize": (), "clip_to_depth": (), "apply_mask": (GREY,), "pad": (1,), "resize": ((4, 4),), "histogram": (),
+    "binarize": (), "clip_to_depth": (), "apply_mask": (GREY,), "correct_defects": (GREY,), "pad": (1,), "resize": ((4, 4),), "histogram": (),
     "moments": (), "minmax": (), "threshold_otsu": (), "entropy": (), "joint_histogram": (GREY,),
     "active_contour": ([[1, 1]],), "pack": ("Mono12p",),
 }

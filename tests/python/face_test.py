@@ -39,9 +39,15 @@ def test_everything_is_documented(name):
 
 
 def test_import_takes_little():
-    code = "import sys, koimproc; print({'scipy', 'skimage', 'cv2', 'OpenImageIO', 'PIL'} & set(sys.modules))"
+    code = "import sys, koimproc; print({'scipy', 'skimage', 'cv2', 'OpenImageIO', 'PIL', 'koimproc.series', 'dask'} & set(sys.modules))"
     done = subprocess.run([sys.executable, "-c", code], check=True, capture_output=True, text=True)
     assert done.stdout.strip() == "set()"
+
+
+def test_series_are_there_when_they_are_asked_for():
+    code = "import koimproc as ko; print(ko.series.Accumulator is ko.Accumulator, hasattr(ko, 'no_such_name'))"
+    done = subprocess.run([sys.executable, "-c", code], check=True, capture_output=True, text=True)
+    assert done.stdout.strip() == "True False"
 
 
 def test_stubs_are_those_of_the_extension():

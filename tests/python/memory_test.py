@@ -36,12 +36,13 @@ WRITERS = {
     "apply_mask": (ko.apply_mask, GREY, (MASK,), {}, True),
     "pad": (ko.pad, GREY, (3,), {}, False),
     "distance": (ko.distance, MASK, (), {}, False),
+    "correct_defects": (ko.correct_defects, GREY, (MASK,), {}, True),
     "resize": (ko.resize, GREY, ((30, 90),), {}, False),
 }
 # Those that need no memory for pixels besides their result. The others are computed by NumPy, or in blocks that are as
 # large as the pictures here.
 LEAN = [name for name in WRITERS if name not in ("resize", "equalize_hist with a mask", "flat_field with a dark",
-                                                 "rescale_intensity to bytes")]
+                                                 "correct_defects", "rescale_intensity to bytes")]
 writers = pytest.mark.parametrize("name", WRITERS)
 
 

@@ -1,45 +1,18 @@
 """koimproc.series: accumulators, readers, and runs whose bytes do not depend on parts and workers."""
-import hashlib
 import json
 import os
 import pickle
 import resource
 import signal
-import subprocess
-import sys
 from pathlib import Path
 
 import distributed
-import h5py
 import numpy as np
 import pytest
-import tifffile
-import zarr
-from astropy.io import fits
+from series_support import EVERYTHING, accumulator, digest, frames_of, stored
 
 import koimproc as ko
 from koimproc import series as ks
-
-EVERYTHING = ("mean", "var", "min", "max", "above", "hist")
-
-
-def frames_of(count=13, shape=(12, 17), dtype="u2", top=4096):
-    return np.random.default_rng(3).integers(0, top, (count, *shape), dtype)
-
-
-def accumulator(frames, what=EVERYTHING, **options):
-    sums = ks.Accumulator(*what, level=2000 if "above" in what else None, **options)
-    sums.add(*frames)
-    return sums
-
-
-def digest(sums):
-    """Of all integers and all results."""
-    known = hashlib.sha256(repr((sums.frames, sums.what)).encode())
-    for part in (sums.planes, sums.result(), sums.result(ddof=1)):
-        for name in sorted(part):
-            known.update(name.encode() + np.ascontiguousarray(part[name]).tobytes())
-    return known.hexdigest()
 
 
 class TestAccumulator:
@@ -128,30 +101,6 @@ class TestAccumulator:
                 wrong()
 
 
-def stored(kind, frames, directory):
-    """The frames in files of a kind, opened."""
-    if kind == "tiff files":
-        for index, frame in enumerate(frames):
-            ks.write_frame(directory / f"dark{index}.tif", frame, 12, "GRBG")
-        return ks.open_series(directory / "dark*.tif")
-    if kind == "fits files":
-        for index, frame in enumerate(frames):
-            fits.PrimaryHDU(frame).writeto(directory / f"dark{index}.fits")
-        return ks.open_series(directory / "dark*.fits")
-    if kind == "tiff pages":
-        tifffile.imwrite(directory / "stack.tif", frames, photometric="minisblack")
-        return ks.open_series(directory / "stack.tif")
-    if kind == "fits cube":
-        fits.PrimaryHDU(frames).writeto(directory / "cube.fits")
-        return ks.open_series(directory / "cube.fits")
-    if kind == "hdf5":
-        with h5py.File(directory / "stack.h5", "w") as file:
-            file.create_dataset("scan/frames", data=frames)
-        return ks.open_series(directory / "stack.h5", dataset="scan/frames")
-    zarr.save(str(directory / "stack.zarr"), frames)
-    return ks.open_series(directory / "stack.zarr")
-
-
 KINDS = ("tiff files", "fits files", "tiff pages", "fits cube", "hdf5", "zarr")
 
 
@@ -189,6 +138,40 @@ class TestReaders:
             ks.open_series(tmp_path / "flat*.tif")
         with pytest.raises(ks.FrameError, match="dark2.tif"):
             ks.open_series(tmp_path / "dark2.tif")
+
+
+def half(frame):
+    return ko.Frame(np.asarray(frame) // 2, frame.bits - 1, frame.bayer)
+
+
+class TestMap:
+    def test_frames_are_what_the_function_makes(self, tmp_path):
+        frames = frames_of(5)
+        series = stored("tiff files", frames, tmp_path).map(half)
+        assert (len(series), series.bits, series.bayer) == (5, 11, "GRBG")
+        np.testing.assert_array_equal(list(series), frames // 2)
+        for scheduler in (None, "processes"):
+            sums, _ = ks.accumulate(series, "mean", scheduler=scheduler, workers=2, frames_per_part=2)
+            assert digest(sums) == digest(accumulator(frames // 2, ("mean",), bits=11))
+        assert series.map(lambda frame: np.asarray(frame)[:2]).shape == (2, 17)
+
+    def test_another_function_makes_other_parts(self, tmp_path):
+        series = stored("hdf5", frames_of(6), tmp_path)
+        options = {"work": tmp_path / "work", "resume": True, "workers": 1}
+        for level, resumed in ((1, 0), (2, 0), (1, 6)):
+            mapped = series.map(lambda frame, level=level: np.asarray(frame) // level)
+            assert ks.accumulate(mapped, "mean", **options)[1].resumed == resumed
+
+    def test_a_function_that_fails_names_the_frame(self, tmp_path):
+        def refuse(frame):
+            if np.asarray(frame)[0, 0] == 7:
+                raise ValueError("seven")
+            return frame
+        frames = np.zeros((4, 2, 2), "u2")
+        frames[2] = 7
+        series = stored("hdf5", frames, tmp_path).map(refuse)
+        _, report = ks.accumulate(series, "mean", on_error="skip", workers=1)
+        assert [(name[-3:], message) for name, message in report.failed] == [("[2]", "seven")]
 
 
 class TestAccumulate:
@@ -267,6 +250,15 @@ class TestAccumulate:
         assert victims == [] and report.done == 120
         assert digest(sums) == digest(accumulator(frames, bits=16))
 
+    def test_many_parts_are_merged_in_a_tree(self, tmp_path):
+        frames = frames_of(40, (4, 5))
+        series = stored("hdf5", frames, tmp_path)
+        for scheduler in (None, "processes"):
+            sums, _ = ks.accumulate(series, *EVERYTHING, level=2000, scheduler=scheduler, workers=2, frames_per_part=1,
+                                    work=tmp_path / "work")
+            assert digest(sums) == digest(accumulator(frames, bits=16))
+        assert len(list((tmp_path / "work").iterdir())) == 80, "a record and its sums per part, and nothing else"
+
     def test_a_master_is_the_rounded_mean(self, tmp_path):
         series = stored("zarr", np.array([[[1, 4]], [[2, 4]]], "u2"), tmp_path)
         assert ks.master(series, workers=1).tolist() == [[2, 4]]
@@ -279,83 +271,14 @@ class TestAccumulate:
             assert (row["minimum"], row["maximum"]) == (frame.min(), frame.max())
             assert row["mean"] == pytest.approx(frame.mean()) and row["deviation"] == pytest.approx(frame.std())
             assert row["clipped"] == (frame == 255).mean()
+            assert row["focus"] == ((frame[:, 2:].astype("i4") - frame[:, :-2]) ** 2).mean()
 
-
-class TestRun:
-    RECIPE = {"operations": [{"op": "demosaic"}, {"op": "median", "radius": 1}], "output": {"format": "png"}}
-
-    @staticmethod
-    def bytes_in(directory):
-        return {path.name: path.read_bytes() for path in sorted(directory.iterdir()) if path.is_file()}
-
-    @pytest.fixture
-    def recipe(self, tmp_path):
-        path = tmp_path / "recipe.json"
-        path.write_text(json.dumps(self.RECIPE))
-        return path
-
-    def test_results_are_those_of_the_tool(self, recipe, tmp_path):
-        series = stored("tiff files", frames_of(9, (16, 20)), tmp_path)
-        subprocess.run([os.environ["KO_TOOL"], "run", recipe, *series.names, "-o", f"{tmp_path}/tool/"],
-                       check=True)
-        expected = self.bytes_in(tmp_path / "tool")
-        for index, (workers, length) in enumerate(((1, 64), (2, 1), (4, 7))):
-            out = tmp_path / f"out{index}"
-            report = ks.run(recipe, series, out, workers=workers, frames_per_part=length)
-            assert report.done == 9
-            assert self.bytes_in(out) == expected
-
-    def test_frames_inside_one_file_get_the_same_bytes(self, recipe, tmp_path):
-        frames = frames_of(3, (16, 20))
-        files = stored("tiff files", frames, tmp_path)
-        stored("hdf5", frames, tmp_path)
-        stack = ks.open_series(tmp_path / "stack.h5", dataset="scan/frames", bits=12, bayer="GRBG")
-        ks.run(recipe, files, tmp_path / "a", workers=1)
-        ks.run(recipe, stack, tmp_path / "b", workers=1)
-        assert list(self.bytes_in(tmp_path / "a").values()) == list(self.bytes_in(tmp_path / "b").values())
-
-    def test_a_run_goes_on_after_it_was_killed(self, recipe, tmp_path):
-        series = stored("tiff files", frames_of(60, (64, 64)), tmp_path)
-        ks.run(recipe, series, tmp_path / "whole", workers=1)
-        out = tmp_path / "out"
-        command = [sys.executable, "-m", "koimproc.series", str(recipe), *series.names, "-o", str(out), "--resume",
-                   "--frames-per-part", "4", "--workers", "2", "--report", str(tmp_path / "report.json")]
-        killed = subprocess.Popen(command, stderr=subprocess.PIPE, text=True)
-        killed.stderr.readline()  # the first part is done
-        killed.kill()
-        killed.communicate()
-        subprocess.run(command, check=True, capture_output=True, timeout=300)
-        report = json.loads((tmp_path / "report.json").read_text())
-        assert report["resumed"] + report["done"] == 60 and report["resumed"] >= 4
-        assert self.bytes_in(out) == self.bytes_in(tmp_path / "whole")
-
-    def test_failures_are_named_and_the_rest_goes_on(self, recipe, tmp_path):
-        series = stored("tiff files", frames_of(6, (16, 20)), tmp_path)
-        (tmp_path / "dark3.tif").write_bytes(b"II*\0")
-        report = ks.run(recipe, series, tmp_path / "out", workers=2, frames_per_part=2, on_error="skip")
-        assert (report.done, [Path(name).name for name, _ in report.failed]) == (5, ["dark3.tif"])
-        assert len(self.bytes_in(tmp_path / "out")) == 5
-        with pytest.raises(ks.FrameError, match="dark3.tif"):
-            ks.run(recipe, series, tmp_path / "out", workers=1)
-
-    def test_a_wrong_recipe_is_refused_in_the_words_of_the_tool(self, recipe, tmp_path):
-        recipe.write_text('{"operations": [{"op": "demosaik"}]}')
-        done = subprocess.run([sys.executable, "-m", "koimproc.series", str(recipe),
-                               *stored("tiff files", frames_of(1), tmp_path).names, "-o", str(tmp_path / "out")],
-                              capture_output=True, text=True)
-        assert done.returncode == 2
-        assert "operations[0].op" in done.stderr
-
-    def test_calibrating_is_the_flat_field_of_the_tool(self, tmp_path):
-        frames = frames_of(5, (16, 20))
-        series = stored("tiff files", frames, tmp_path)
-        flat, dark = np.full((16, 20), 3000, "u2"), np.full((16, 20), 64, "u2")
-        flat[:, 10:] = 1500
-        ks.calibrate(series, tmp_path / "out", flat=flat, dark=dark, workers=1)
-        again = ks.calibrate(series, tmp_path / "out", flat=flat, dark=dark, workers=1, resume=True)
-        assert again.resumed == 5
-        ks.write_frame(tmp_path / "flat.tif", flat, 12, "GRBG")
-        ks.write_frame(tmp_path / "black.tif", dark, 12, "GRBG")
-        subprocess.run([os.environ["KO_TOOL"], "flatfield", *series.names, "--background", tmp_path / "flat.tif", "--dark",
-                        tmp_path / "black.tif", "-o", f"{tmp_path}/tool/"], check=True)
-        assert self.bytes_in(tmp_path / "out") == self.bytes_in(tmp_path / "tool")
+    def test_the_focus_figure_falls_with_blur_and_does_not_see_the_colours_of_a_mosaic(self, tmp_path):
+        sharp = frames_of(1, (40, 40))[0]
+        blurred = [sharp // 4 + 1024]
+        for radius in (1, 3, 6):
+            blurred.append(ko.median(sharp, 1) // (2 * radius) + 1024)
+        mosaic = np.tile(np.array([[100, 900], [500, 3000]], "u2"), (20, 20))
+        rows, _ = ks.describe(stored("hdf5", np.array([sharp, *blurred, mosaic]), tmp_path), workers=1)
+        figures = [row["focus"] for row in rows]
+        assert figures[:-1] == sorted(figures[:-1], reverse=True) and figures[-1] == 0

@@ -13,7 +13,7 @@ GROUPS = {
     "From mosaics to colours": ("demosaic", "develop", "white_balance"),
     "Statistics": ("histogram", "joint_histogram", "moments", "Moments", "minmax", "threshold_otsu", "entropy"),
     "Levels": ("equalize_hist", "match_histograms", "rescale_intensity", "clip_to_depth"),
-    "Series and flat fields": ("average", "flat_field", "Accumulator"),
+    "Series and flat fields": ("average", "flat_field", "correct_defects", "Accumulator"),
     "Thresholds": ("threshold", "threshold_to_zero", "greater", "binarize"),
     "Masks and borders": ("apply_mask", "logical_and", "logical_or", "logical_xor", "ellipse_mask", "disk_mask", "pad"),
     "Filters": ("median", "sobel", "distance", "resize"),

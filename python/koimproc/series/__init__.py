@@ -5,8 +5,10 @@ library: python3-tifffile, python3-astropy (FITS), python3-h5py, python3-zarr.
 """
 
 from koimproc.series._accumulator import Accumulator
+from koimproc.series._calibrate import calibrate, find_defects
 from koimproc.series._engine import Report
-from koimproc.series._recipe import calibrate, run, write_frame
+from koimproc.series._recipe import run
+from koimproc.series._results import write_frame
 from koimproc.series._series import Series, open_series
 from koimproc.series._sources import FrameError
 from koimproc.series._statistics import accumulate, describe, master
@@ -19,6 +21,7 @@ __all__ = [
     "accumulate",
     "calibrate",
     "describe",
+    "find_defects",
     "master",
     "open_series",
     "run",

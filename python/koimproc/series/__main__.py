@@ -1,4 +1,4 @@
-"""python3 -m koimproc.series: a recipe of `ko run` over a series, with parts, resuming and clusters."""
+"""koimproc-series: a recipe of `ko run` over a series, with parts, resuming and clusters."""
 
 from __future__ import annotations
 
@@ -7,10 +7,11 @@ import sys
 from collections.abc import Sequence
 from typing import Optional
 
+from koimproc import __version__
 from koimproc.series._files import replacing
 from koimproc.series._recipe import run
 from koimproc.series._series import open_series
-from koimproc.series._sources import FrameError
+from koimproc.series._sources import library
 
 
 class _Line:
@@ -31,29 +32,38 @@ class _Line:
             self._next = seconds + 10
 
 
-def _arguments(given: Optional[Sequence[str]]) -> argparse.Namespace:
+def _bytes(text: str) -> int:
+    try:
+        return int(library("dask.utils").parse_bytes(text))
+    except ValueError:
+        raise argparse.ArgumentTypeError(f"bytes such as 2GiB are wanted, not {text!r}") from None
+
+
+def arguments() -> argparse.ArgumentParser:
     parser = argparse.ArgumentParser(
-        prog="python3 -m koimproc.series", description="Apply a recipe of ko run to a series of frames."
+        prog="koimproc-series", description="Apply a recipe of ko run to a series of frames."
     )
+    parser.add_argument("--version", action="version", version=f"koimproc-series {__version__}")
     parser.add_argument("recipe", metavar="RECIPE", help="JSON file as for ko run")
     parser.add_argument("inputs", metavar="INPUT", nargs="+", help="files of one frame, or one file of all")
-    parser.add_argument("-o", "--output", metavar="OUT", required=True, help="directory of the results")
+    parser.add_argument("-o", "--output", metavar="OUT", required=True, help="directory of the results; a Zarr array if it ends in .zarr")
     parser.add_argument("--dataset", help="name of the dataset in an HDF5 or Zarr file")
     parser.add_argument("--bits", type=int, help="depth of the samples, where the file does not say it")
     parser.add_argument("--bayer", help="pattern of the mosaic, where the file does not say it")
     parser.add_argument("--scheduler", metavar="A", help="processes, or a Dask cluster's address; threads otherwise")
     parser.add_argument("--workers", type=int, metavar="N", help="threads or processes; one per processor otherwise")
+    parser.add_argument("--memory", type=_bytes, metavar="M", help="bytes for all workers together, such as 2GiB")
     parser.add_argument("--frames-per-part", type=int, metavar="N", help="frames of a task")
     parser.add_argument("--resume", action="store_true", help="leave out parts that an earlier run has finished")
     parser.add_argument("--on-error", choices=("raise", "skip"), default="raise", help="what a bad frame does")
     parser.add_argument("--report", metavar="R.json", help="where to write what became of the frames")
     parser.add_argument("--quiet", action="store_true", help="no progress and no summary")
-    return parser.parse_args(given)
+    return parser
 
 
 def main(given: Optional[Sequence[str]] = None) -> int:
-    """The program; returns its exit status: 0, 1 for failures, 2 for wrong arguments."""
-    options = _arguments(given)
+    """The program; returns its exit status: 0, 1 for failures, 2 for wrong arguments, 130 after Ctrl-C."""
+    options = arguments().parse_args(given)
     try:
         inputs = options.inputs[0] if len(options.inputs) == 1 else options.inputs
         series = open_series(inputs, dataset=options.dataset, bits=options.bits, bayer=options.bayer)
@@ -63,22 +73,26 @@ def main(given: Optional[Sequence[str]] = None) -> int:
             options.output,
             scheduler=options.scheduler,
             workers=options.workers,
+            memory=options.memory,
             frames_per_part=options.frames_per_part,
             on_error=options.on_error,
             resume=options.resume,
             progress=None if options.quiet else _Line(),
         )
-    except (FrameError, FileNotFoundError, ImportError) as error:
-        print(f"koimproc.series: {error}", file=sys.stderr)
+    except KeyboardInterrupt:
+        print("\nkoimproc-series: interrupted; --resume goes on from here", file=sys.stderr)
+        return 130
+    except (OSError, ImportError) as error:
+        print(f"koimproc-series: {error}", file=sys.stderr)
         return 1
     except ValueError as error:
-        print(f"koimproc.series: {error}", file=sys.stderr)
+        print(f"koimproc-series: {error}", file=sys.stderr)
         return 2
     if options.report:
         with replacing(options.report) as file:
             file.write(report.json().encode())
     for name, message in sorted(report.failed):
-        print(f"koimproc.series: {name}: {message}", file=sys.stderr)
+        print(f"koimproc-series: {name}: {message}", file=sys.stderr)
     if not options.quiet:
         print(f"{report.done} of {report.frames} frames in {report.seconds:.3f} s, {report.resumed} there already")
     return 1 if report.failed else 0

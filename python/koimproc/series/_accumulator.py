@@ -79,6 +79,20 @@ class Accumulator:
         self._sums = native.SxAccumulator()
         self._frames = 0
 
+    def empty(self) -> Accumulator:
+        """An accumulator of the same results without any frame."""
+        return Accumulator(*self._what, bits=self._bits, level=self._level)
+
+    def sample_bytes(self, dtype: np.dtype[Any]) -> int:
+        """Bytes that are held for every sample of frames of that dtype."""
+        return sum(np.dtype(kind or dtype).itemsize for kind in self._plane_types().values())
+
+    def _plane_types(self) -> dict[str, Optional[str]]:
+        names = {plane for name in self._what for plane in _PLANES[name]}
+        if names:
+            names.add("counts")
+        return {name: kind for name, kind in _TYPES.items() if name in names}
+
     @property
     def what(self) -> tuple[str, ...]:
         """Names of the results."""
@@ -159,8 +173,9 @@ class Accumulator:
             raise ValueError("no frame has been added")
         return {name: self._result(name, ddof) for name in self._what}
 
-    def save(self, path: PathLike) -> None:
-        """Write everything to a file, which appears under its name when it is complete."""
+    def save(self, path: PathLike, *, durable: bool = True) -> None:
+        """Write everything to a file, which appears under its name when it is complete, and if it is to be `durable` when
+        the disk has it."""
         state = self.__getstate__()
         arrays = {f"plane_{name}": plane for name, plane in state["planes"].items()}
         if state["histogram"] is not None:
@@ -170,7 +185,7 @@ class Accumulator:
         arrays["shape"] = np.array(self._shape, np.int64)
         optional = [-1 if number is None else number for number in (self._bits, self._level)]
         arrays["numbers"] = np.array([self._frames, *optional], np.int64)
-        with replacing(path) as file:
+        with replacing(path, durable) as file:
             np.savez(file, **arrays)
 
     @classmethod
@@ -227,11 +242,8 @@ class Accumulator:
             raise ValueError(f"bits: samples of {frame.dtype} do not have {self._bits}")
         self._dtype = frame.dtype
         self._shape = frame.shape
-        names = {plane for name in self._what for plane in _PLANES[name]}
-        if names:
-            names.add("counts")
-        types = {name: kind or frame.dtype for name, kind in _TYPES.items() if name in names}
-        self._planes = {name: np.zeros(frame.shape, kind) for name, kind in types.items()}
+        types = self._plane_types()
+        self._planes = {name: np.zeros(frame.shape, kind or frame.dtype) for name, kind in types.items()}
         self._bind()
         if self._planes:
             _check(native.ClearAccumulator(self._sums), "planes of this shape")

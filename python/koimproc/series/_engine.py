@@ -5,11 +5,12 @@ from __future__ import annotations
 import hashlib
 import json
 import os
+import pickle
 import time
 from collections.abc import Callable, Iterator, Sequence
-from contextlib import ExitStack
+from contextlib import contextmanager
 from dataclasses import dataclass, field
-from functools import partial
+from functools import lru_cache, partial
 from typing import Any, Optional
 
 import numpy as np
@@ -50,18 +51,21 @@ class Part:
     record: str
 
 
+def bytes_of_frame(series: Series) -> int:
+    return max(1, int(np.prod(series.shape)) * series.dtype.itemsize)
+
+
 def parts_of(series: Series, frames_per_part: Optional[int], directory: PathLike, facts: Sequence[str]) -> list[Part]:
     """Parts whose records have names that follow from the series and from the facts of what is done with it."""
     if frames_per_part is None:
-        frame_bytes = int(np.prod(series.shape)) * series.dtype.itemsize
-        frames_per_part = min(64, max(1, _PART_BYTES // max(1, frame_bytes)))
+        frames_per_part = min(64, max(1, _PART_BYTES // bytes_of_frame(series)))
     if frames_per_part < 1:
         raise ValueError(f"frames_per_part: at least 1 is wanted, not {frames_per_part}")
     parts = []
     for start in range(0, len(series), frames_per_part):
         stop = min(start + frames_per_part, len(series))
         key = hashlib.sha256(repr((series.identity(start, stop), list(facts), start, stop)).encode()).hexdigest()[:32]
-        parts.append(Part(start, stop, os.path.join(os.fspath(directory), key + ".json")))
+        parts.append(Part(start, stop, os.path.join(os.path.abspath(directory), key + ".json")))
     return parts
 
 
@@ -84,9 +88,19 @@ def read_record(part: Part) -> Optional[list[tuple[str, str]]]:
 
 
 Task = Callable[[], None]
+Finished = Callable[[int], None]
 
 
-def _on_threads(tasks: Sequence[Task], workers: int, finished: Callable[[int], None]) -> None:
+@dataclass(frozen=True)
+class Team:
+    """Does tasks, in any order, and tells the numbers of those that are done."""
+
+    do: Callable[[Sequence[Task], Finished], None]
+    # Whether the tasks run in this process, and share its memory.
+    is_here: bool
+
+
+def _on_threads(workers: int, tasks: Sequence[Task], finished: Finished) -> None:
     """All tasks on threads of this process; `finished` hears of each on the calling thread."""
     graph = {("part", index): (task,) for index, task in enumerate(tasks)}
     callback = library("dask.callbacks").Callback(posttask=lambda key, *_: finished(key[1]))
@@ -94,34 +108,73 @@ def _on_threads(tasks: Sequence[Task], workers: int, finished: Callable[[int], N
         library("dask.threaded").get(graph, list(graph), num_workers=workers)
 
 
-def _on_cluster(
-    tasks: Sequence[Task], scheduler: str, workers: int, finished: Callable[[int], None]
-) -> None:
+def _on_cluster(client: Any, tasks: Sequence[Task], finished: Finished) -> None:
     """All tasks on processes, of this machine or of a cluster. What a worker has not finished when it dies, another one
     does again."""
-    distributed = library("distributed")
-    with ExitStack() as stack:
-        if scheduler == "processes":
-            cluster = distributed.LocalCluster(
-                n_workers=workers, threads_per_worker=1, dashboard_address=None, silence_logs="CRITICAL"
-            )
-            client = stack.enter_context(distributed.Client(stack.enter_context(cluster), set_as_default=False))
-        else:
-            client = stack.enter_context(distributed.Client(scheduler, set_as_default=False))
-        futures = {client.submit(task, pure=False): index for index, task in enumerate(tasks)}
-        for future in distributed.as_completed(futures, loop=client.loop):
-            future.result()
-            finished(futures.pop(future))
+    futures = {client.submit(task, pure=False): index for index, task in enumerate(tasks)}
+    for future in library("distributed").as_completed(futures, loop=client.loop):
+        future.result()
+        finished(futures.pop(future))
+
+
+@contextmanager
+def team(scheduler: Optional[str], workers: Optional[int]) -> Iterator[Team]:
+    """Threads, processes or a cluster, for as long as the context lasts."""
+    count = workers or os.cpu_count() or 1
+    if scheduler is None:
+        yield Team(partial(_on_threads, count), True)
+    elif scheduler == "processes":
+        distributed = library("distributed")
+        with distributed.LocalCluster(
+            n_workers=count, threads_per_worker=1, dashboard_address=None, silence_logs="CRITICAL"
+        ) as cluster, distributed.Client(cluster, set_as_default=False) as client:
+            yield Team(partial(_on_cluster, client), False)
+    else:
+        with library("distributed").Client(scheduler, set_as_default=False) as client:
+            yield Team(partial(_on_cluster, client), False)
+
+
+def check_engine(scheduler: Optional[str], workers: Optional[int], on_error: str) -> None:
+    """Refuses wrong arguments before anything is read."""
+    if on_error not in ("raise", "skip"):
+        raise ValueError(f"on_error: 'raise' or 'skip' is wanted, not {on_error!r}")
+    if scheduler not in (None, "processes") and "://" not in str(scheduler):
+        raise ValueError(f"scheduler: None, 'processes' or an address such as tcp://host:8786, not {scheduler!r}")
+    if workers is not None and workers < 1:
+        raise ValueError(f"workers: at least 1 is wanted, not {workers}")
+
+
+@lru_cache(maxsize=1)
+def _job(path: str) -> tuple[Callable[..., None], Series, str, tuple[Any, ...]]:
+    with open(path, "rb") as file:
+        job: tuple[Callable[..., None], Series, str, tuple[Any, ...]] = pickle.load(file)
+    return job
+
+
+def _do_part(path: str, part: Part) -> None:
+    work, series, on_error, arguments = _job(path)
+    work(series, part, on_error, *arguments)
+
+
+def _job_file(directory: PathLike, *job: Any) -> str:
+    """What all parts have in common, in a file: a series of a million names would travel with every task otherwise."""
+    try:
+        contents = library("cloudpickle").dumps(job)
+    except (pickle.PicklingError, AttributeError, TypeError) as error:
+        raise ValueError(f"series: cannot be sent to workers: {error}") from None
+    path = os.path.join(os.path.abspath(directory), f"job-{hashlib.sha256(contents).hexdigest()[:32]}")
+    with replacing(path) as file:
+        file.write(contents)
+    return path
 
 
 def run_parts(
+    workers: Team,
     series: Series,
     parts: Sequence[Part],
     work: Callable[..., None],
-    arguments: Sequence[Any],
+    arguments: tuple[Any, ...],
     *,
-    scheduler: Optional[str],
-    workers: Optional[int],
     resume: bool,
     on_error: str,
     progress: Optional[Progress],
@@ -131,12 +184,6 @@ def run_parts(
     A part that was on a worker that died is done again elsewhere. With on_error "raise" the first failure ends it all;
     the parts that are done keep their records.
     """
-    if on_error not in ("raise", "skip"):
-        raise ValueError(f"on_error: 'raise' or 'skip' is wanted, not {on_error!r}")
-    if scheduler not in (None, "processes") and "://" not in str(scheduler):
-        raise ValueError(f"scheduler: None, 'processes' or an address such as tcp://host:8786, not {scheduler!r}")
-    if workers is not None and workers < 1:
-        raise ValueError(f"workers: at least 1 is wanted, not {workers}")
     begun = time.monotonic()
     report = Report(len(series))
     open_parts = []
@@ -161,12 +208,14 @@ def run_parts(
             seen = report.done + report.resumed + len(report.failed)
             progress(seen, len(series), time.monotonic() - begun)
 
-    tasks = [partial(work, series, part, on_error, *arguments) for part in open_parts]
-    count = workers or os.cpu_count() or 1
-    if scheduler is None:
-        _on_threads(tasks, count, finished)
-    elif tasks:
-        _on_cluster(tasks, scheduler, count, finished)
+    if workers.is_here:
+        workers.do([partial(work, series, part, on_error, *arguments) for part in open_parts], finished)
+    elif open_parts:
+        job = _job_file(os.path.dirname(open_parts[0].record), work, series, on_error, arguments)
+        try:
+            workers.do([partial(_do_part, job, part) for part in open_parts], finished)
+        finally:
+            os.unlink(job)
     report.seconds = time.monotonic() - begun
     return report
 

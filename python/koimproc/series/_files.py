@@ -12,15 +12,17 @@ PathLike = Union[str, "os.PathLike[str]"]
 
 
 @contextmanager
-def replacing(path: PathLike) -> Iterator[IO[bytes]]:
-    """A new file beside `path`, which takes its place once everything is on the disk. A failure leaves `path` alone."""
+def replacing(path: PathLike, durable: bool = True) -> Iterator[IO[bytes]]:
+    """A new file beside `path`, which takes its place when it is complete, and if it is to be `durable` on the disk. A
+    failure leaves `path` alone."""
     directory, name = os.path.split(os.path.abspath(path))
     temporary = os.path.join(directory, f".{name}.{secrets.token_hex(8)}")
     try:
         with open(temporary, "xb") as file:
             yield file
             file.flush()
-            os.fsync(file.fileno())
+            if durable:
+                os.fsync(file.fileno())
         os.replace(temporary, path)
     except BaseException:
         if os.path.exists(temporary):

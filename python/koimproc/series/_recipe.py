@@ -2,83 +2,128 @@
 
 from __future__ import annotations
 
+import hashlib
 import json
 import os
 import subprocess
 import tempfile
+from collections.abc import Mapping, Sequence
 from pathlib import Path
-from typing import Any, Optional
+from typing import Any, Optional, Union
 
 import numpy as np
-import numpy.typing as npt
 
-from koimproc.series._engine import Part, Progress, Report, frames_of, parts_of, run_parts, write_record
+from koimproc._defects import Correction
+from koimproc.series._engine import (
+    Part,
+    Progress,
+    Report,
+    bytes_of_frame,
+    check_engine,
+    frames_of,
+    parts_of,
+    run_parts,
+    team,
+    write_record,
+)
 from koimproc.series._files import PathLike, replacing
+from koimproc.series._results import Files, Stack, write_frame
 from koimproc.series._series import Series
-from koimproc.series._sources import FrameError, library, tool
+from koimproc.series._sources import FrameError, tool
 
 # Where a directory of results keeps what it knows of the parts.
 RECORDS = ".koimproc-series"
+# What a worker takes beside frames, and how many times the bytes of a frame: pictures of three channels and the scratch
+# memory of an operation, measured with the centred demosaicing.
+_WORKER_BYTES = 64 << 20
+_FRAMES_AT_ONCE = 16
+
+Recipe = Union[PathLike, Mapping[str, Any]]
+Results = Union[Files, Stack]
+Outcome = dict[str, Any]
 
 
-def _result_names(series: Series) -> list[str]:
+def result_names(series: Series) -> tuple[str, ...]:
     """Names of the results, without endings: those of the files, or numbers."""
     inputs = series.inputs()
     if inputs is None:
-        return [f"frame-{index:06d}" for index in range(len(series))]
-    names = [Path(path).stem for path in inputs]
+        return tuple(f"frame-{index:06d}" for index in range(len(series)))
+    names = tuple(Path(path).stem for path in inputs)
     if len(set(names)) != len(names):
         raise ValueError("series: files of the same name in several directories would have one result")
     return names
 
 
-def write_frame(path: PathLike, frame: npt.NDArray[Any], bits: int, bayer: Optional[str] = None) -> None:
-    """Write a frame as the TIFF file that the tool ko reads with the same depth and pattern."""
-    shifted = frame << (8 * frame.dtype.itemsize - bits)
-    description = f"koimproc bits={bits}" + (f" grid={bayer}" if bayer else "")
-    photometric = "rgb" if frame.ndim == 3 and frame.shape[2] in (3, 4) else "minisblack"
-    with replacing(path) as file:
-        library("tifffile").imwrite(
-            file, shifted, photometric=photometric, description=description, metadata=None, software=False
-        )
+def _tool_run(recipe: str, inputs: Sequence[str], results: Results, scratch: str) -> list[Outcome]:
+    """Runs the tool on files: what became of each."""
+    out = results.directory + os.sep
+    if isinstance(results, Stack):
+        os.mkdir(os.path.join(scratch, "made"))
+        out = os.path.join(scratch, "made", "{}.tif")
+    report = os.path.join(scratch, "report.json")
+    command = [tool(), "run", recipe, *inputs, "-o", out, "--jobs", "1", "--quiet"]
+    environment = {**os.environ, "OMP_NUM_THREADS": "1", "OMP_WAIT_POLICY": "passive"}
+    done = subprocess.run(
+        [*command, "--report", report], stdin=subprocess.DEVNULL, capture_output=True, text=True, env=environment
+    )
+    try:
+        outcomes: list[Outcome] = json.loads(Path(report).read_text())["files"]
+    except FileNotFoundError:
+        raise ValueError(done.stderr.strip() or f"ko run ended with {done.returncode}") from None
+    return outcomes
+
+
+def _inputs_of(
+    series: Series, part: Part, on_error: str, names: Sequence[str], defects: Optional[str], scratch: str,
+    failed: list[tuple[str, str]],
+) -> dict[str, int]:
+    """The frames of a part as files for the tool, with their numbers."""
+    given = series.inputs()
+    if given is not None and defects is None:
+        return {given[index]: index for index in range(part.start, part.stop)}
+    correction = None
+    if defects is not None:
+        correction = Correction(np.load(defects), 2 if series.bayer else 1)
+    inputs = {}
+    for index, frame in frames_of(series, part, on_error, failed):
+        if correction is not None:
+            correction.apply(frame)
+        path = os.path.join(scratch, names[index] + ".tif")
+        write_frame(path, frame, series.bits, series.bayer)
+        inputs[path] = index
+    return inputs
 
 
 def _run_part(
-    series: Series, part: Part, on_error: str, recipe: str, out: str, ending: str, names: list[str]
+    series: Series, part: Part, on_error: str, recipe: str, results: Results, defects: Optional[str]
 ) -> None:
     failed: list[tuple[str, str]] = []
+
+    def fail(index: int, message: str) -> None:
+        if on_error == "raise":
+            raise FrameError(series.names[index], message)
+        failed.append((series.names[index], message))
+
+    made = []
     with tempfile.TemporaryDirectory(prefix="koimproc-") as scratch:
-        given = series.inputs()
-        inputs = {}
-        if given is not None:
-            inputs = {given[index]: index for index in range(part.start, part.stop)}
-        else:
-            for index, frame in frames_of(series, part, on_error, failed):
-                path = os.path.join(scratch, names[index] + ".tif")
-                write_frame(path, frame, series.bits, series.bayer)
-                inputs[path] = index
-        report = os.path.join(scratch, "report.json")
-        command = [tool(), "run", recipe, *inputs, "-o", out + os.sep, "--jobs", "1", "--quiet", "--report", report]
-        environment = {**os.environ, "OMP_NUM_THREADS": "1", "OMP_WAIT_POLICY": "passive"}
-        outcomes = []
-        if inputs:
-            done = subprocess.run(
-                command, stdin=subprocess.DEVNULL, capture_output=True, text=True, env=environment
-            )
-            try:
-                outcomes = json.loads(Path(report).read_text())["files"]
-            except FileNotFoundError:
-                raise ValueError(done.stderr.strip() or f"ko run ended with {done.returncode}") from None
-    for outcome in outcomes:
-        if outcome["status"] != "done":
-            name = series.names[inputs[outcome["input"]]]
-            message = outcome["message"].removeprefix(outcome["input"] + ": ") or outcome["status"]
-            if on_error == "raise":
-                raise FrameError(name, message)
-            failed.append((name, message))
-    missing = {name for name, _ in failed}
-    made = [names[index] for index in range(part.start, part.stop) if series.names[index] not in missing]
-    write_record(part, failed, [os.path.join(out, f"{name}.{ending}") for name in made])
+        inputs = _inputs_of(series, part, on_error, results.names, defects, scratch, failed)
+        outcomes = _tool_run(recipe, list(inputs), results, scratch) if inputs else []
+        for outcome in outcomes:
+            index = inputs[outcome["input"]]
+            if outcome["status"] != "done":
+                fail(index, outcome["message"].removeprefix(outcome["input"] + ": ") or outcome["status"])
+                continue
+            if isinstance(results, Stack):
+                try:
+                    results.write(index, outcome["output"])
+                except ValueError as error:
+                    fail(index, str(error))
+                    continue
+            made.append(index)
+    if isinstance(results, Stack):
+        for index in set(range(part.start, part.stop)) - set(made):
+            results.remove(index)
+    write_record(part, failed, [results.path(index) for index in made])
 
 
 def _facts_of(recipe: str) -> tuple[list[str], str]:
@@ -95,13 +140,35 @@ def _facts_of(recipe: str) -> tuple[list[str], str]:
     return facts, contents.get("output", {}).get("format", "tif")
 
 
+def _create(stack: Stack, recipe: str, series: Series, on_error: str, defects: Optional[str]) -> None:
+    """Makes the array for the results: the first frame that can be worked on tells of what kind they are."""
+    for index in range(len(series)):
+        with tempfile.TemporaryDirectory(prefix="koimproc-") as scratch:
+            part, failed = Part(index, index + 1, ""), list[tuple[str, str]]()
+            inputs = _inputs_of(series, part, on_error, stack.names, defects, scratch, failed)
+            outcomes = _tool_run(recipe, list(inputs), stack, scratch) if inputs else []
+            if outcomes and outcomes[0]["status"] == "done":
+                stack.create(outcomes[0]["output"])
+                return
+            if on_error == "raise":
+                raise FrameError(series.names[index], outcomes[0]["message"])
+    raise ValueError("series: no frame could be worked on")
+
+
+def workers_within(memory: int, workers: Optional[int], series: Series) -> int:
+    """How many workers may run at once."""
+    fit = memory // (_WORKER_BYTES + _FRAMES_AT_ONCE * bytes_of_frame(series))
+    return max(1, min(fit, workers or os.cpu_count() or 1))
+
+
 def run(
-    recipe: PathLike,
+    recipe: Recipe,
     series: Series,
     out: PathLike,
     *,
     scheduler: Optional[str] = None,
     workers: Optional[int] = None,
+    memory: Optional[int] = None,
     frames_per_part: Optional[int] = None,
     on_error: str = "raise",
     resume: bool = False,
@@ -114,14 +181,19 @@ def run(
 
     Parameters
     ----------
-    recipe : path
-        A JSON file as for `ko run`; names of files in it are relative to it.
+    recipe : path or dict
+        A JSON file as for `ko run`, in which names of files are relative to it; or its contents, with absolute names.
     series : Series
         Files of one frame are given to `ko run` as they are; other frames as TIFF files of their depth and pattern.
     out : path
-        Directory of the results, made where it is missing. All workers see it, and the frames and the recipe.
+        Directory of the results, made where it is missing. One that ends in .zarr becomes a Zarr array of shape
+        (frames, rows, columns[, channels]), which `open_series` reads; a frame that failed has no chunk and reads as 0.
+        All workers see the directory, and the frames and the recipe.
     scheduler, workers, frames_per_part, on_error, progress
         As for `accumulate`.
+    memory : int, optional
+        Bytes that the workers of this machine may take together: fewer work at once where these would not be enough,
+        but always one.
     resume : bool
         Leave out parts whose results are in `out` already, from the same frames, the same recipe and the same parts.
 
@@ -130,61 +202,74 @@ def run(
     FrameError
         For a frame that fails, unless `on_error` is "skip".
     ValueError
-        For a recipe that `ko run` refuses.
+        For a recipe that `ko run` refuses, and for a Zarr array of another kind in `out`.
     """
-    recipe, out = os.path.abspath(recipe), os.path.abspath(out)
-    facts, ending = _facts_of(recipe)
-    names = _result_names(series)
-    records = os.path.join(out, RECORDS)
-    os.makedirs(records, exist_ok=True)
-    return run_parts(
+    return apply(
+        recipe,
         series,
-        parts_of(series, frames_per_part, records, facts),
-        _run_part,
-        (recipe, out, ending, names),
+        out,
+        None,
         scheduler=scheduler,
         workers=workers,
-        resume=resume,
+        memory=memory,
+        frames_per_part=frames_per_part,
         on_error=on_error,
+        resume=resume,
         progress=progress,
     )
 
 
-def calibrate(
+def apply(
+    recipe: Recipe,
     series: Series,
     out: PathLike,
+    defects: Optional[str],
     *,
-    flat: npt.NDArray[Any],
-    dark: Optional[npt.NDArray[Any]] = None,
-    **engine: Any,
+    scheduler: Optional[str] = None,
+    workers: Optional[int] = None,
+    memory: Optional[int] = None,
+    frames_per_part: Optional[int] = None,
+    on_error: str = "raise",
+    resume: bool = False,
+    progress: Optional[Progress] = None,
 ) -> Report:
-    """Divide a flat field out of every frame, less a dark frame where given: the recipe of `ko flatfield`.
-
-    `flat` and `dark` are frames like those of the series, such as `master` makes. `engine` as for `run`.
-    """
-    records = os.path.join(os.path.abspath(out), RECORDS)
+    """`run`, after the pixels that a map in a file names have been corrected."""
+    check_engine(scheduler, workers, on_error)
+    if memory is not None:
+        if memory < 1 or scheduler not in (None, "processes"):
+            raise ValueError("memory: bytes for the workers of this machine are wanted; those of a cluster have limits "
+                             "of their own")
+        workers = workers_within(memory, workers, series)
+    out = os.path.abspath(out)
+    records = os.path.join(out, RECORDS)
     os.makedirs(records, exist_ok=True)
-    operation = {"op": "flatfield"}
-    for option, frame in (("background", flat), ("dark", dark)):
-        if frame is None:
-            continue
-        if frame.shape != series.shape or frame.dtype != series.dtype:
-            raise ValueError(f"{option}: a frame like those of the series is wanted")
-        path = os.path.join(records, option + ".tif")
-        _write_if_changed(path, frame, series)
-        operation[option] = option + ".tif"
-    recipe = os.path.join(records, "calibrate.json")
-    with replacing(recipe) as file:
-        file.write(json.dumps({"operations": [operation]}).encode())
-    return run(recipe, series, out, **engine)
+    path = _recipe_file(recipe, records)
+    facts, ending = _facts_of(path)
+    if defects is not None:
+        facts.append(hashlib.sha256(Path(defects).read_bytes()).hexdigest())
+    names = result_names(series)
+    results: Results = Files(out, names, ending)
+    if out.endswith(".zarr"):
+        results = Stack(out, names)
+        _create(results, path, series, on_error, defects)
+    with team(scheduler, workers) as engine:
+        return run_parts(
+            engine,
+            series,
+            parts_of(series, frames_per_part, records, facts),
+            _run_part,
+            (path, results, defects),
+            resume=resume,
+            on_error=on_error,
+            progress=progress,
+        )
 
 
-def _write_if_changed(path: str, frame: npt.NDArray[Any], series: Series) -> None:
-    """A file that is the same keeps its time, so that a run that goes on knows it."""
-    if os.path.exists(path):
-        with library("tifffile").TiffFile(path) as file:
-            stored = file.pages[0].asarray()
-        shifted = frame << (8 * frame.dtype.itemsize - series.bits)
-        if stored.shape == frame.shape and np.array_equal(stored, shifted):
-            return
-    write_frame(path, frame, series.bits, series.bayer)
+def _recipe_file(recipe: Recipe, records: str) -> str:
+    """The file that the tool reads."""
+    if not isinstance(recipe, Mapping):
+        return os.path.abspath(recipe)
+    path = os.path.join(records, "recipe.json")
+    with replacing(path) as file:
+        file.write(json.dumps(recipe).encode())
+    return path

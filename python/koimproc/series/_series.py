@@ -4,13 +4,15 @@ from __future__ import annotations
 
 import hashlib
 import os
-from collections.abc import Iterator, Sequence
+from collections.abc import Callable, Iterator, Sequence
 from typing import Any, Optional, Union
 
 import numpy as np
 import numpy.typing as npt
 
+from koimproc._frame import Frame
 from koimproc.series._files import PathLike
+from koimproc.series._mapped import Mapped
 from koimproc.series._sources import FrameError, Source, library, source_of
 
 Array = npt.NDArray[Any]
@@ -31,7 +33,7 @@ class Series:
 
     def __init__(self, source: Source, bits: Optional[int], bayer: Optional[str]) -> None:
         self._source = source
-        self._names = source.names()
+        self._names = tuple(source.names())
         if not self._names:
             raise ValueError("a series has at least one frame")
         first = self._read(0)
@@ -44,9 +46,9 @@ class Series:
         return len(self._names)
 
     @property
-    def names(self) -> list[str]:
+    def names(self) -> tuple[str, ...]:
         """The frames' names, as failures and reports have them."""
-        return list(self._names)
+        return self._names
 
     @property
     def shape(self) -> tuple[int, ...]:
@@ -100,11 +102,28 @@ class Series:
         as_stored = (self._bits, self._bayer) == (self._stored_bits, self._source.bayer)
         return self._source.inputs() if as_stored else None
 
+    def files(self, start: int, stop: int) -> list[str]:
+        """The files that hold the frames start...stop - 1."""
+        return self._source.files(start, stop)
+
+    def key(self) -> str:
+        """A hash of the functions that `map` was given."""
+        return self._source.key()
+
+    def map(self, function: Callable[[Frame], Union[Frame, Array]]) -> Series:
+        """A series of what a function makes of each frame, when it is asked for.
+
+        The function is called with a `Frame` of the series' depth and pattern, by any thread or process. The depth of
+        the results is that of the frames that it returns, or all bits of its arrays. Runs that are resumed take parts
+        that were made by the same function; where it calls others, do not resume after a change of those.
+        """
+        return Series(Mapped(self, function), None, None)
+
     def identity(self, start: int, stop: int) -> str:
         """A hash of the names, sizes and times of change of the files that hold the frames start...stop - 1: another one
         after any of them has changed."""
-        digest = hashlib.sha256(repr((self._shape, str(self._dtype), self._bits, self._bayer)).encode())
-        for path in self._source.files(start, stop):
+        digest = hashlib.sha256(repr((self._shape, str(self._dtype), self._bits, self._bayer, self.key())).encode())
+        for path in self.files(start, stop):
             try:
                 status = os.stat(path)
                 facts = (os.path.abspath(path), status.st_size, status.st_mtime_ns)

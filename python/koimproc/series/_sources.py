@@ -4,6 +4,8 @@ from __future__ import annotations
 
 import glob
 import importlib
+import itertools
+import json
 import os
 import re
 import shutil
@@ -82,6 +84,10 @@ class Source:
         """The files that hold the frames start...stop - 1."""
         raise NotImplementedError
 
+    def key(self) -> str:
+        """What else the frames follow from."""
+        return ""
+
 
 # Depth and pattern, where a file says them.
 Meaning = tuple[Optional[int], Optional[str]]
@@ -96,19 +102,25 @@ def _meaning_of(page: Any) -> Meaning:
 def _page(page: Any) -> Array:
     """The samples of a page, in the low bits."""
     bits, _ = _meaning_of(page)
-    samples = _samples(page.asarray())
+    samples = samples_of(page.asarray())
     if bits is None:
         return samples
     shifted: Array = samples >> (8 * samples.dtype.itemsize - bits)
     return shifted
 
 
-def _check_meaning(meaning: Meaning, source: Source) -> None:
+def read_tiff(path: str) -> tuple[Array, Meaning]:
+    """The first page of a file."""
+    with library("tifffile").TiffFile(path) as file:
+        return _page(file.pages[0]), _meaning_of(file.pages[0])
+
+
+def check_meaning(meaning: Meaning, source: Source) -> None:
     if meaning != (source.bits, source.bayer):
         raise ValueError(f"bits and pattern {meaning}, where the first frame has {(source.bits, source.bayer)}")
 
 
-def _samples(data: Any) -> Array:
+def samples_of(data: Any) -> Array:
     """In this machine's byte order, one row after another."""
     array = np.asarray(data)
     return np.ascontiguousarray(array, array.dtype.newbyteorder("="))
@@ -133,29 +145,25 @@ class _Files(Source):
     def _described(self, path: str) -> tuple[Array, Meaning]:
         ending = Path(path).suffix.lower()
         if ending in _TIFF:
-            return self._tiff(path)
+            return read_tiff(path)
         if ending in _FITS:
             with library("astropy.io.fits").open(path, memmap=False) as file:
                 image = next((part for part in file if part.data is not None and part.data.ndim >= 2), None)
                 if image is None:
                     raise ValueError("no image in the file")
                 pattern = image.header.get("BAYERPAT")
-                return _samples(image.data), (None, pattern if pattern in _PATTERNS else None)
+                return samples_of(image.data), (None, pattern if pattern in _PATTERNS else None)
         with tempfile.TemporaryDirectory() as directory:
             mosaic = os.path.join(directory, "mosaic.tif")
             command = [tool(), "unpack", path, "-o", mosaic, "--quiet"]
             done = subprocess.run(command, stdin=subprocess.DEVNULL, capture_output=True, text=True)
             if done.returncode != 0:
                 raise ValueError(done.stderr.strip() or "cannot be read")
-            return self._tiff(mosaic)
-
-    def _tiff(self, path: str) -> tuple[Array, Meaning]:
-        with library("tifffile").TiffFile(path) as file:
-            return _page(file.pages[0]), _meaning_of(file.pages[0])
+            return read_tiff(mosaic)
 
     def read(self, index: int) -> Array:
         frame, meaning = self._described(self._paths[index])
-        _check_meaning(meaning, self)
+        check_meaning(meaning, self)
         return frame
 
 
@@ -187,7 +195,7 @@ class _Pages(_Stack):
 
     def read(self, index: int) -> Array:
         with library("tifffile").TiffFile(self._path) as file:
-            _check_meaning(_meaning_of(file.pages[index]), self)
+            check_meaning(_meaning_of(file.pages[index]), self)
             return _page(file.pages[index])
 
 
@@ -206,7 +214,7 @@ class _Cube(_Stack):
 
     def read(self, index: int) -> Array:
         with self._opened() as file:
-            return _samples(file[self._dataset or 0].section[index])
+            return samples_of(file[self._dataset or 0].section[index])
 
 
 class _Hdf5(_Stack):
@@ -218,7 +226,7 @@ class _Hdf5(_Stack):
 
     def read(self, index: int) -> Array:
         with library("h5py").File(self._path, "r") as file:
-            return _samples(file[self._dataset][index])
+            return samples_of(file[self._dataset][index])
 
 
 class _Zarr(_Stack):
@@ -229,13 +237,25 @@ class _Zarr(_Stack):
         return opened if self._dataset is None else opened[self._dataset]
 
     def _count(self) -> int:
-        return int(self._array().shape[0])
+        array = self._array()
+        meaning = array.attrs.get("koimproc", {})
+        self.bits, self.bayer = meaning.get("bits"), meaning.get("bayer")
+        return int(array.shape[0])
 
     def files(self, start: int, stop: int) -> list[str]:
-        return [str(path) for path in sorted(Path(self._path).rglob("*")) if path.is_file()]
+        folder = os.path.join(self._path, str(self._dataset or ""))
+        try:
+            kind = json.loads(Path(folder, ".zarray").read_text())
+        except FileNotFoundError:
+            return [str(path) for path in sorted(Path(folder).rglob("*")) if path.is_file()]
+        counts = [-(-length // chunk) for length, chunk in zip(kind["shape"], kind["chunks"])]
+        frames = kind["chunks"][0]
+        grid = itertools.product(range(start // frames, (stop - 1) // frames + 1), *map(range, counts[1:]))
+        separator = kind.get("dimension_separator", ".")
+        return [os.path.join(folder, separator.join(map(str, place))) for place in grid]
 
     def read(self, index: int) -> Array:
-        return _samples(self._array()[index])
+        return samples_of(self._array()[index])
 
 
 def _numbered(path: str) -> list[tuple[int, Union[int, str]]]:
