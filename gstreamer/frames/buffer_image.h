@@ -1,4 +1,4 @@
-// Images in buffers.
+// Images made of what lies in buffers.
 #pragma once
 
 #include "frames/formats.h"
@@ -10,5 +10,9 @@ namespace ko::gst {
 /// The frame in a buffer, in memory of its own and with samples in this machine's byte order. Empty where the buffer
 /// cannot be mapped or is shorter than its format says. Throws `Error` where memory runs out.
 Image copyOf(GstBuffer* buffer, const FrameFormat& format);
+
+/// Puts the lower byte of each sample of a frame first.
+/// @param bytes  of the memory from the frame's first row on
+void turnRound(const SxImageBuf& bigEndian, std::size_t bytes, Image& frame);
 
 }  // namespace ko::gst

@@ -11,12 +11,17 @@
 namespace ko::gst {
 
 /// The formats of `video/x-bayer`, as a list in caps. GStreamer knows those of more than 8 bits from version 1.24 on.
-#define KO_GST_BAYER_DEEP(order)                                                                             \
-    order "10le, " order "12le, " order "14le, " order "16le, " order "10be, " order "12be, " order          \
-          "14be, " order "16be"
+#define KO_GST_BAYER_WORDS(end)                                                                              \
+    "bggr10" end ", gbrg10" end ", grbg10" end ", rggb10" end ", bggr12" end ", gbrg12" end ", grbg12" end   \
+    ", rggb12" end ", bggr14" end ", gbrg14" end ", grbg14" end ", rggb14" end ", bggr16" end ", gbrg16" end \
+    ", grbg16" end ", rggb16" end
+#define KO_GST_BAYER_BYTES "bggr, gbrg, grbg, rggb"
+#define KO_GST_BAYER_DEEP_FORMATS "{ " KO_GST_BAYER_WORDS("le") ", " KO_GST_BAYER_WORDS("be") " }"
 #define KO_GST_BAYER_FORMATS                                                                                 \
-    "{ bggr, gbrg, grbg, rggb, " KO_GST_BAYER_DEEP("bggr") ", " KO_GST_BAYER_DEEP(                           \
-        "gbrg") ", " KO_GST_BAYER_DEEP("grbg") ", " KO_GST_BAYER_DEEP("rggb") " }"
+    "{ " KO_GST_BAYER_BYTES ", " KO_GST_BAYER_WORDS("le") ", " KO_GST_BAYER_WORDS("be") " }"
+
+/// Those whose samples lie as this machine's do.
+#define KO_GST_BAYER_NATIVE_FORMATS "{ " KO_GST_BAYER_BYTES ", " KO_GST_BAYER_WORDS("le") " }"
 
 /// The formats of `video/x-raw` whose samples lie as an image record's do.
 #define KO_GST_RAW_FORMATS "{ GRAY8, GRAY16_LE, RGB, RGBx, RGBA, RGBA64_LE }"

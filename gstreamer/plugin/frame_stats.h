@@ -1,0 +1,33 @@
+// Figures of a frame.
+#pragma once
+
+#include <ko/histogram_containers.h>
+#include <ko/image.h>
+
+#include <cstdint>
+#include <vector>
+
+namespace ko::gst {
+
+/// The levels of one colour.
+struct ColourStats {
+    const char* name = "";
+    std::uint32_t minimum = 0;
+    std::uint32_t maximum = 0;
+    double mean = 0;
+    double clipped = 0;  ///< share of the samples that are at the highest level
+};
+
+/// The colours of a frame: "gray"; "red", "green", "blue"; of a mosaic "red", "green-even", "green-odd" (the greens of
+/// the rows with even and with odd numbers, the first being 0), "blue".
+/// @param histogram  the frame's, as counted by `HistogramEx`
+std::vector<ColourStats> colourStats(const SxImageBuf& frame, const CxImageHistogram& histogram);
+
+/// How sharp a frame is: the variance of its Laplacian, in levels squared. Neighbours are the nearest samples of the
+/// same colour; of colour pictures green is taken. 0 for frames without a sample that has all four.
+///
+/// @source J. L. Pech-Pacheco, G. Cristobal, J. Chamorro-Martinez, J. Fernandez-Valdivia, "Diatom autofocusing in
+///         brightfield microscopy: a comparative study", ICPR 2000.
+double focusOf(const SxImageBuf& frame);
+
+}  // namespace ko::gst
