@@ -1,5 +1,5 @@
 # Debian packages, one per component: libkoimproc<SOVERSION> (both libraries), libkoimproc-dev,
-# koimproc-tools and, where the Python package is built, python3-koimproc.
+# koimproc-tools; where they are built, python3-koimproc and the packages of cmake/KoPackageGstreamer.cmake.
 # `./dev package` builds them; the install prefix has to be /usr for the multiarch directories.
 find_program(KO_GZIP gzip REQUIRED)
 
@@ -18,6 +18,10 @@ set(library_package "libkoimproc${PROJECT_VERSION_MAJOR}")
 set(packages "runtime:${library_package}" "development:libkoimproc-dev" "tools:koimproc-tools")
 if(TARGET ko_python)
     list(APPEND packages "python:python3-koimproc")
+endif()
+if(TARGET kogstreamer)
+    list(APPEND packages "gstreamer:libkogstreamer${PROJECT_VERSION_MAJOR}" "gstreamer_development:libkogstreamer-dev"
+         "gstreamer_plugin:gstreamer1.0-koimproc")
 endif()
 set(CPACK_COMPONENTS_ALL "")
 foreach(pair IN LISTS packages)
@@ -114,4 +118,7 @@ set(CPACK_DEBIAN_PYTHON_PACKAGE_RECOMMENDS "python3-dask, python3-distributed, p
 set(CPACK_DEBIAN_PYTHON_PACKAGE_SUGGESTS "python3-astropy, python3-h5py, python3-openimageio, python3-zarr")
 set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA "${PROJECT_SOURCE_DIR}/packaging/python/postinst;\
 ${PROJECT_SOURCE_DIR}/packaging/python/prerm")
+if(TARGET kogstreamer)
+    include(KoPackageGstreamer)
+endif()
 include(CPack)
