@@ -7,7 +7,7 @@ import subprocess
 import ko_files
 from ko_files import ToolTest, fits, png
 
-HEAVY = ("OpenImageIO", "libraw", "rsvg", "opencv")
+HEAVY = ("OpenImageIO", "libraw", "rsvg", "opencv", "aravis", "gstreamer", "httplib", "turbojpeg")
 
 
 class Loading(ToolTest):
@@ -21,7 +21,8 @@ class Loading(ToolTest):
     def test_the_libraries_come_with_the_first_picture(self):
         self.write("a.png", png(2, 1, [0, 1]))
         self.write("a.fits", fits(2, 1, [7, 8]))
-        for arguments in (["--version"], ["--help"], ["help", "median"], ["completion", "bash"], ["info", "--machine"],
+        for arguments in (["--version"], ["--help"], ["help", "median"], ["live", "--help"], ["completion", "bash"],
+                          ["info", "--machine"],
                           ["info", "a.fits"]):
             text = self.loaded(*arguments)
             for library in HEAVY:

@@ -65,7 +65,7 @@ class Reach(ToolTest):
         text = self.succeed("--help")
         rooms = re.findall(r"^([A-Z][\w ]+):$", text, re.MULTILINE)
         self.assertEqual(rooms[1:], ["Files", "Masks and borders", "Statistics", "Tone", "Pixels", "Conversion", "Filters",
-                                     "Demosaicing", "Active contour", "Series", "Tool"])
+                                     "Demosaicing", "Live cameras", "Active contour", "Series", "Tool"])
 
 
 if __name__ == "__main__":

@@ -32,6 +32,7 @@ PAGES = [
     (SITE / "concepts.md", "concepts", "Concepts"),
     (Path("docs/tool.md"), "tool", "The tool"),
     (SITE / "developing.md", "developing", "Developing"),
+    (SITE / "live.md", "live", "Live cameras"),
     (Path("docs/performance.md"), "performance", "Performance"),
     (SITE / "python.md", "python", "Python"),
     (SITE / "python-api.md", "python-api", None),

@@ -11,11 +11,13 @@
 namespace ko::tool {
 namespace {
 
-bool hasSeveralInputs(const CLI::App& app)
+bool hasSeveralPictures(const CLI::App& app)
 {
     for (const CLI::App* command : app.get_subcommands()) {
         const CLI::Option* const inputs = command->get_option_no_throw("input");
         if (inputs != nullptr && inputs->count() > 1)
+            return true;
+        if (command->get_option_no_throw("camera") != nullptr)
             return true;
     }
     return false;
@@ -27,7 +29,7 @@ void letIdleThreadsSleep(const CLI::App& app, char** argv)
 {
     const bool isChosen =
         std::getenv("OMP_WAIT_POLICY") != nullptr || std::getenv("GOMP_SPINCOUNT") != nullptr;
-    if (isChosen || !hasSeveralInputs(app))
+    if (isChosen || !hasSeveralPictures(app))
         return;
     // Not the link itself, whose name would become the process's.
     std::error_code failure;

@@ -11,8 +11,8 @@ namespace ko::tool {
 /// where other programs keep the processors busy a series of small pictures takes several times as long.
 ///
 /// OpenMP reads its settings while the program is loaded, so the program starts itself once more, with
-/// `OMP_WAIT_POLICY` set. It does so for more than one input only, which is worth the time, and never where
-/// the user has chosen.
+/// `OMP_WAIT_POLICY` set. It does so for more than one input and for cameras only, which is worth the time, and
+/// never where the user has chosen.
 void letIdleThreadsSleep(const CLI::App& app, char** argv);
 
 }  // namespace ko::tool

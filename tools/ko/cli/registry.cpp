@@ -55,6 +55,9 @@ const std::array allEntries{
     Entry(&demosaicOperation),
     Entry(&streamCommand),
 
+    Entry(&camerasCommand),
+    Entry(&liveCommand),
+
     Entry(&snakeCommand),
 
     Entry(&runCommand),

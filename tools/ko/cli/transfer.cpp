@@ -11,21 +11,28 @@ namespace {
 
 Transfer theTransfer;
 
+/// A camera is no file, and its frames are too many for the standard output.
+bool isLive(const CLI::App& command)
+{
+    return command.get_option_no_throw("camera") != nullptr;
+}
+
 bool readsFiles(const CLI::App& command)
 {
     // Arguments that are numbers or words out of a list have other type names.
-    return !command
-                .get_options([](const CLI::Option* option) {
-                    return option->get_positional() && option->get_type_name() == "TEXT";
-                })
-                .empty();
+    return !isLive(command) && !command
+                                    .get_options([](const CLI::Option* option) {
+                                        return option->get_positional() && option->get_type_name() == "TEXT";
+                                    })
+                                    .empty();
 }
 
 /// The option that names a picture to be written. The bytes of packed frames have no picture format.
 const CLI::Option* outputOf(const CLI::App& command)
 {
     const CLI::Option* const packed = command.get_option_no_throw("--packed");
-    return packed && packed->get_required() ? nullptr : command.get_option_no_throw("--output");
+    return isLive(command) || (packed && packed->get_required()) ? nullptr
+                                                                 : command.get_option_no_throw("--output");
 }
 
 }  // namespace

@@ -6,12 +6,14 @@
 namespace ko::tool {
 
 extern const Command averageCommand;
+extern const Command camerasCommand;
 extern const Command compareCommand;
 extern const Command completionCommand;
 extern const Command helpCommand;
 extern const Command hist2dCommand;
 extern const Command histCommand;
 extern const Command infoCommand;
+extern const Command liveCommand;
 extern const Command manualCommand;
 extern const Command maskCommand;
 extern const Command packCommand;
