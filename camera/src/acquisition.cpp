@@ -2,6 +2,7 @@
 
 #include <QDateTime>
 
+#include <algorithm>
 #include <cstdint>
 #include <limits>
 #include <new>
@@ -20,6 +21,7 @@ constexpr milliseconds reconnectInterval{500};
 
 /// Numbers of 16 bits, without 0.
 constexpr std::uint64_t shortNumbers = 0xFFFF;
+constexpr std::uint32_t farthestBehind = 1000;
 
 /// The first frame's number is this one's successor.
 constexpr std::uint32_t beforeFirst = std::numeric_limits<std::uint32_t>::max();
@@ -149,15 +151,14 @@ void Acquisition::takeFrames()
     // Only this thread replaces the connection.
     CameraConnection& camera = *m_camera;
     const std::shared_ptr<StreamBuffers> buffers = camera.buffers();
-    Numbers numbers;
+    Known known;
     Clock::time_point last = Clock::now();
     while (pause(milliseconds(0))) {
         ArvBuffer* const buffer = buffers->pop();
         m_counts->underruns = m_formerUnderruns + buffers->underruns();
         if (buffer != nullptr) {
             ++m_counts->received;
-            count(arv_buffer_get_frame_id(buffer), numbers);
-            handle(camera, buffer);
+            handle(camera, buffer, known);
             last = Clock::now();
             continue;
         }
@@ -200,28 +201,61 @@ bool Acquisition::reconnect()
     return false;
 }
 
-void Acquisition::count(std::uint64_t frameId, Numbers& numbers)
+std::uint32_t Acquisition::numberAhead(std::uint64_t step, Known& known)
 {
-    std::uint64_t step = 1;
-    if (!numbers.isFirst) {
-        // GigE Vision of the first version counts from 65535 on to 1.
-        const bool isShort = frameId <= shortNumbers && numbers.last <= shortNumbers;
-        step = isShort ? (frameId + shortNumbers - numbers.last) % shortNumbers : frameId - numbers.last;
-        const std::uint64_t largestGap = (isShort ? shortNumbers : UINT64_MAX) / 2;
-        if (step == 0 || step > largestGap)  // a camera that began anew
-            step = 1;
-    }
-    numbers = {frameId, false};
     m_counts->lost += step - 1;
+    const std::uint32_t before = m_frameNo;
     m_frameNo += static_cast<std::uint32_t>(step);
+    for (std::uint32_t late = std::max(before + 1, m_frameNo - std::min(m_frameNo, farthestBehind));
+         late < m_frameNo; ++late)
+        known.missing.insert(known.missing.end(), late);
+    while (!known.missing.empty() && *known.missing.begin() + farthestBehind < m_frameNo)
+        known.missing.erase(known.missing.begin());
+    return m_frameNo;
 }
 
-void Acquisition::handle(CameraConnection& camera, ArvBuffer* buffer)
+std::optional<std::uint32_t> Acquisition::numberOf(ArvBuffer* buffer, Known& known)
+{
+    const std::uint64_t frameId = arv_buffer_get_frame_id(buffer);
+    const bool isWhole = arv_buffer_get_status(buffer) == ARV_BUFFER_STATUS_SUCCESS;
+    if (!known.frameId) {
+        if (!isWhole)
+            return std::nullopt;
+        known.frameId = frameId;
+        return numberAhead(1, known);
+    }
+    // GigE Vision of the first version counts from 65535 on to 1.
+    const bool isShort = frameId <= shortNumbers && *known.frameId <= shortNumbers;
+    const std::uint64_t ahead =
+        isShort ? (frameId + shortNumbers - *known.frameId) % shortNumbers : frameId - *known.frameId;
+    const std::uint64_t behind = isShort ? shortNumbers - ahead : *known.frameId - frameId;
+    // A frame that has waited for its data until others had overtaken it.
+    if (behind <= farthestBehind && known.missing.erase(m_frameNo - static_cast<std::uint32_t>(behind)) > 0) {
+        --m_counts->lost;
+        return m_frameNo - static_cast<std::uint32_t>(behind);
+    }
+    const bool isAhead = ahead > 0 && ahead < (isShort ? shortNumbers : UINT64_MAX) / 2 && frameId != 0;
+    if (!isWhole && !isAhead) {
+        // Its number got lost with its first data, and the buffer has that of a former frame. It is one of those that
+        // are missing, by the order in which Aravis gives frames up the oldest.
+        if (!known.missing.empty()) {
+            known.missing.erase(known.missing.begin());
+            --m_counts->lost;
+        }
+        return std::nullopt;
+    }
+    known.frameId = frameId;
+    return numberAhead(isAhead ? ahead : 1, known);
+}
+
+void Acquisition::handle(CameraConnection& camera, ArvBuffer* buffer, Known& known)
 {
     const std::shared_ptr<StreamBuffers>& buffers = camera.buffers();
-    const bool isWhole = arv_buffer_get_status(buffer) == ARV_BUFFER_STATUS_SUCCESS;
+    const std::optional<std::uint32_t> frameNo = numberOf(buffer, known);
     StreamImage image{};
-    if ((!isWhole && !m_settings.incompleteFrames) || !imageIn(buffer, image)) {
+    if (imageIn(buffer, image))
+        known.image = image;
+    else if (!m_settings.incompleteFrames || !known.image || !frameNo) {
         ++m_counts->incomplete;
         buffers->giveBack(buffer);
         return;
@@ -229,7 +263,7 @@ void Acquisition::handle(CameraConnection& camera, ArvBuffer* buffer)
     std::unique_ptr<StreamFrame> frame;
     try {
         if (m_target.hasRoom())
-            frame = std::make_unique<StreamFrame>(buffers, buffer, image);
+            frame = std::make_unique<StreamFrame>(buffers, buffer, *known.image);
     } catch (const std::bad_alloc&) {
         // Dropped.
     }
@@ -238,27 +272,28 @@ void Acquisition::handle(CameraConnection& camera, ArvBuffer* buffer)
         buffers->giveBack(buffer);
         return;
     }
-    describe(*frame, camera, buffer, isWhole);
+    describe(*frame, camera, buffer, *frameNo);
     m_target.takeFrame(std::move(frame));
 }
 
 void Acquisition::describe(StreamFrame& frame, const CameraConnection& camera, ArvBuffer* buffer,
-                           bool isWhole) const
+                           std::uint32_t frameNo) const
 {
     const quint64 arrival = arv_buffer_get_system_timestamp(buffer);
     const quint64 cameraTime = arv_buffer_get_timestamp(buffer);
-    frame.setImageShallow(frame.image(), static_cast<int>(m_frameNo & largestFrameNo),
+    frame.setImageShallow(frame.image(), static_cast<int>(frameNo & largestFrameNo),
                           cameraTime != 0 ? cameraTime : arrival,
                           QDateTime::fromMSecsSinceEpoch(static_cast<qint64>(arrival / 1'000'000)));
     CxMetadata& metadata = frame.metadata();
     metadata.set(QStringLiteral("camera.id"), camera.info().id);
     metadata.set(QStringLiteral("camera.frameId"), quint64{arv_buffer_get_frame_id(buffer)});
     metadata.set(QStringLiteral("camera.systemTimestamp"), arrival);
-    metadata.set(QStringLiteral("camera.offsetX"), arv_buffer_get_image_x(buffer));
-    metadata.set(QStringLiteral("camera.offsetY"), arv_buffer_get_image_y(buffer));
-    if (!isWhole)
+    metadata.set(QStringLiteral("camera.offsetX"), frame.source().x);
+    metadata.set(QStringLiteral("camera.offsetY"), frame.source().y);
+    if (arv_buffer_get_status(buffer) != ARV_BUFFER_STATUS_SUCCESS)
         metadata.set(QStringLiteral("camera.incomplete"), true);
-    camera.readChunks(buffer, metadata);
+    else
+        camera.readChunks(buffer, metadata);
 }
 
 }  // namespace ko

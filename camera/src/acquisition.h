@@ -7,6 +7,8 @@
 #include <condition_variable>
 #include <functional>
 #include <mutex>
+#include <optional>
+#include <set>
 #include <thread>
 
 namespace ko {
@@ -40,18 +42,21 @@ public:
     QString errorText() const;
 
 private:
-    /// The numbers of one connection's frames.
-    struct Numbers {
-        std::uint64_t last = 0;
-        bool isFirst = true;
+    /// What is known of a connection's frames.
+    struct Known {
+        std::optional<std::uint64_t> frameId;  ///< the newest one
+        std::set<std::uint32_t> missing;       ///< numbers before it that may still come
+        std::optional<StreamImage> image;      ///< of the last one that was whole
     };
 
     void run();
     void takeFrames();
     bool reconnect();
-    void handle(CameraConnection& camera, ArvBuffer* buffer);
-    void describe(StreamFrame& frame, const CameraConnection& camera, ArvBuffer* buffer, bool isWhole) const;
-    void count(std::uint64_t frameId, Numbers& numbers);
+    void handle(CameraConnection& camera, ArvBuffer* buffer, Known& known);
+    void describe(StreamFrame& frame, const CameraConnection& camera, ArvBuffer* buffer,
+                  std::uint32_t frameNo) const;
+    std::optional<std::uint32_t> numberOf(ArvBuffer* buffer, Known& known);
+    std::uint32_t numberAhead(std::uint64_t step, Known& known);
     void connectTo(std::unique_ptr<CameraConnection> camera);
     std::unique_ptr<CameraConnection> disconnect();
     void setError(const QString& text);
@@ -62,7 +67,7 @@ private:
     const Target m_target;
     const std::shared_ptr<CameraCounts> m_counts;
     int m_queued = 0;
-    std::uint32_t m_frameNo = 0;          ///< of the last frame, with more bits than a frame's number has
+    std::uint32_t m_frameNo = 0;          ///< of the newest frame, with more bits than a frame's number has
     std::uint64_t m_formerUnderruns = 0;  ///< of connections that have ended
 
     std::mutex m_cameraMutex;  ///< between calls of the camera; held for as long as it takes to answer

@@ -61,7 +61,7 @@ void CameraConnection::open(const QString& name)
     };
     GErrorSlot error;
     attempt(name, error);
-    if (!m_camera && !name.isEmpty()) {
+    if (error.isNotFound() && !name.isEmpty()) {
         // Aravis knows no serial numbers of their own. It has just brought its list up to date.
         const QVector<SxCameraInfo> cameras = knownCameras();
         if (const SxCameraInfo* const meant = findCamera(cameras, name);
@@ -70,7 +70,7 @@ void CameraConnection::open(const QString& name)
     }
     if (m_camera)
         return;
-    if (g_error_matches(error.get(), ARV_DEVICE_ERROR, ARV_DEVICE_ERROR_NOT_FOUND))
+    if (error.isNotFound())
         throw CameraError{name.isEmpty() ? QStringLiteral("no camera found")
                                          : QStringLiteral("no camera %1 found").arg(name)};
     check(error, QStringLiteral("open it"));

@@ -109,6 +109,8 @@ void CameraConnection::configure(const CameraSettings& settings)
     GErrorSlot error;
     // A program that has crashed leaves its camera running, and a running camera takes no settings.
     arv_camera_stop_acquisition(m_camera.get(), error.slot());
+    if (error.isTimeout())
+        check(error, QStringLiteral("stop it"));
     if (arv_camera_is_feature_available(m_camera.get(), "AcquisitionMode", error.slot()) != FALSE) {
         arv_camera_set_acquisition_mode(m_camera.get(), ARV_ACQUISITION_MODE_CONTINUOUS, error.slot());
         check(error, QStringLiteral("make it run continuously"));
@@ -116,9 +118,10 @@ void CameraConnection::configure(const CameraSettings& settings)
     setPixelFormat(settings.pixelFormat);
     if (settings.region)
         setRegion(*settings.region);
-    setTrigger(settings.trigger);
+    // Aravis turns the triggers off where it sets a frame rate.
     if (settings.frameRate)
         setFrameRate(*settings.frameRate);
+    setTrigger(settings.trigger);
     if (settings.exposure)
         setExposure(*settings.exposure);
     if (settings.gain)

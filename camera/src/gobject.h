@@ -31,8 +31,17 @@ public:
         g_clear_error(&m_error);
         return &m_error;
     }
-    const GError* get() const { return m_error; }
     bool isSet() const { return m_error != nullptr; }
+
+    /// The camera has not answered, and will not answer the next call.
+    bool isTimeout() const
+    {
+        return g_error_matches(m_error, ARV_DEVICE_ERROR, ARV_DEVICE_ERROR_TIMEOUT) != FALSE;
+    }
+    bool isNotFound() const
+    {
+        return g_error_matches(m_error, ARV_DEVICE_ERROR, ARV_DEVICE_ERROR_NOT_FOUND) != FALSE;
+    }
 
     /// What went wrong, in one line.
     QString text() const { return isSet() ? QString::fromUtf8(m_error->message).simplified() : QString(); }

@@ -97,12 +97,16 @@ std::uint64_t StreamBuffers::underruns() const
 
 bool imageIn(ArvBuffer* buffer, StreamImage& image)
 {
+    // Aravis answers what a buffer holds for those alone that it has received whole.
     const ArvBufferPayloadType payload = arv_buffer_get_payload_type(buffer);
-    if (payload != ARV_BUFFER_PAYLOAD_TYPE_IMAGE && payload != ARV_BUFFER_PAYLOAD_TYPE_EXTENDED_CHUNK_DATA)
+    if (arv_buffer_get_status(buffer) != ARV_BUFFER_STATUS_SUCCESS ||
+        (payload != ARV_BUFFER_PAYLOAD_TYPE_IMAGE && payload != ARV_BUFFER_PAYLOAD_TYPE_EXTENDED_CHUNK_DATA))
         return false;
     image.format = findPixelFormat(arv_buffer_get_image_pixel_format(buffer));
     image.width = arv_buffer_get_image_width(buffer);
     image.height = arv_buffer_get_image_height(buffer);
+    image.x = arv_buffer_get_image_x(buffer);
+    image.y = arv_buffer_get_image_y(buffer);
     if (image.format == nullptr || image.width < 1 || image.height < 1 ||
         arv_buffer_get_image_data(buffer, &image.bytes) != memoryOf(buffer).data)
         return false;
@@ -128,7 +132,7 @@ bool imageIn(ArvBuffer* buffer, StreamImage& image)
 }
 
 StreamFrame::StreamFrame(std::shared_ptr<StreamBuffers> home, ArvBuffer* buffer, const StreamImage& source)
-    : m_home(std::move(home)), m_buffer(buffer), m_source(source), m_layout(source.format->layout)
+    : m_home(std::move(home)), m_buffer(buffer), m_source(source)
 {
     SxImageBuf& record = image();
     record = memoryOf(buffer);
@@ -169,7 +173,8 @@ std::unique_ptr<CxImageData> StreamFrame::unpacked()
         words.stride *= words.height;
         words.height = 1;
     }
-    if (isFailure(UnpackSamples(memoryOf(m_buffer).data, m_source.bytes, m_source.pitch, *m_layout, words)))
+    if (isFailure(UnpackSamples(memoryOf(m_buffer).data, m_source.bytes, m_source.pitch,
+                                *m_source.format->layout, words)))
         return nullptr;
     return frame;
 }

@@ -60,6 +60,8 @@ SxImageBuf& memoryOf(ArvBuffer* buffer);
 /// How an image lies in a buffer.
 struct StreamImage {
     const CameraPixelFormat* format;
+    int x;  ///< of the region on the sensor
+    int y;
     int width;
     int height;
     std::size_t pitch;  ///< bytes from a row to the next
@@ -72,11 +74,12 @@ struct StreamImage {
 /// takes the record out has the memory for good, and the buffer gets new memory before the camera writes to it.
 class StreamFrame final : public CxImageData {
 public:
-    /// Takes the buffer, whose image has been found by `imageIn`.
+    /// Takes the buffer, whose memory holds such an image.
     StreamFrame(std::shared_ptr<StreamBuffers> home, ArvBuffer* buffer, const StreamImage& image);
     ~StreamFrame() override;
 
-    bool isPacked() const { return m_layout.has_value(); }
+    const StreamImage& source() const { return m_source; }
+    bool isPacked() const { return m_source.format->layout.has_value(); }
 
     /// A frame with the same image in words of 16 bits; null when memory runs out.
     std::unique_ptr<CxImageData> unpacked();
@@ -85,10 +88,10 @@ private:
     const std::shared_ptr<StreamBuffers> m_home;
     ArvBuffer* const m_buffer;
     const StreamImage m_source;
-    const std::optional<ExPackedLayout> m_layout;
 };
 
-/// Finds the image in a buffer. False where there is none of a supported format that fits into the memory.
+/// Finds the image in a buffer. False where data is missing, and where there is no image of a supported format that
+/// fits into the memory.
 bool imageIn(ArvBuffer* buffer, StreamImage& image);
 
 }  // namespace ko

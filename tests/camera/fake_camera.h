@@ -5,6 +5,9 @@
 
 #include <chrono>
 #include <functional>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include <sys/types.h>
 
@@ -21,7 +24,13 @@ bool waitFor(const std::function<bool()>& condition,
 /// Where the fake camera is.
 inline const QString fakeAddress = QStringLiteral("127.0.0.1");
 
-/// Aravis' fake camera in a process of its own. It shows a ramp along the diagonals that moves with the frames.
+/// Settings for frames of 64 x 64 pixels, as many as the fake camera makes.
+QVariantMap smallFrames();
+
+/// `received` in the words of the other numbers, for a source that is stopped.
+std::uint64_t accountedFor(const SxCameraStatistics& counts);
+
+/// Aravis' fake camera in a process of its own. Frames of 8 bits show a ramp along the diagonals that moves with the frames.
 class FakeCameraProcess {
 public:
     /// @param lostPackets  of a thousand
@@ -40,6 +49,29 @@ public:
 private:
     int m_lostPackets;
     pid_t m_process = 0;
+};
+
+/// A name of a pixel format and its code.
+using PixelFormat = std::pair<std::string, std::uint32_t>;
+
+/// Aravis' fake camera inside the program, at the same address. The test decides what its frames hold.
+class FakeCamera {
+public:
+    /// Writes the next frame, on the camera's thread.
+    using Fill = std::function<void(std::uint8_t* data, std::size_t bytes)>;
+
+    /// @param formats  that it has besides its own
+    explicit FakeCamera(Fill fill, const std::vector<PixelFormat>& formats = {});
+    ~FakeCamera();
+    FakeCamera(const FakeCamera&) = delete;
+    FakeCamera& operator=(const FakeCamera&) = delete;
+
+    /// Behind the back of whoever controls it.
+    void writeRegister(std::uint32_t address, std::uint32_t value);
+
+private:
+    struct Camera;
+    const std::unique_ptr<Camera> m_camera;
 };
 
 /// Whether the pixels are one picture of the fake camera and not parts of two.

@@ -79,7 +79,7 @@ struct SxCameraStatistics {
 /// **When the pipe is slower than the camera**, the item's queue decides. `QueueDropsOldest`, set at first with
 /// room for 4 frames, deletes the frame that has waited longest. With `QueueBlocks` the newest is dropped, as a
 /// camera cannot wait. Frames that are kept by successors reduce what the stream has left; when it has nothing
-/// left, the camera's frames are counted as underruns.
+/// left, frames are lost, and `underruns` says that this is why.
 ///
 /// **Settings** besides those of `IxPipeItem`, for `loadSettings` while stopped. What the camera does not have or
 /// refuses keeps the source from starting; null and empty values leave the camera as it is.
@@ -91,12 +91,14 @@ struct SxCameraStatistics {
 /// - "trigger": "Software", or a line of the camera that starts each exposure; empty: it runs by itself
 /// - "chunks": list of names of values that the camera is to send with every frame, such as "ExposureTime"
 /// - "buffers": stream buffers besides those for the queue, 2...1000; 8 at first
-/// - "incompleteFrames": whether frames with missing data are passed on, marked; false at first
+/// - "incompleteFrames": whether frames with missing data are passed on, marked; false at first. They come late, after
+///   frames that have overtaken them, and show what their memory held before where data is missing. Those whose
+///   first data is missing are not passed on, as nothing is known of them.
 /// - "packetResend": whether the camera is asked for missing data (GigE Vision); true at first
 /// - "reconnect": whether a camera that has vanished is looked for until it is back; true at first
 ///
-/// **Threads.** Every operation may be called from any thread at any time. Those that ask the camera wait for
-/// its answer, a few seconds when it has vanished.
+/// **Threads.** Every operation may be called from any thread at any time. Those that ask the camera wait for its
+/// answer: some seconds when it has vanished, and about ten to stop a source whose camera is gone.
 class KO_EXPORT CxAravisSource : public IxDataProcessor {
     Q_OBJECT
 
