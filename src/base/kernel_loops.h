@@ -1,6 +1,7 @@
 // Helpers for the plain loops of kernels.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 
 /// Before a loop whose iterations do not depend on each other, even where source and destination are the same
@@ -16,15 +17,27 @@ namespace ko {
 /// Samples to work on between two calls of `fetchAhead`.
 inline constexpr std::int64_t samplesPerFetch = 256;
 
-/// Asks for the memory that a row loop reaches `Distance` bytes later: `count` samples from there. The
-/// processor's own prefetching stops at the ends of pages and rows, which costs loops that read one image and
-/// write another up to a fifth of their speed. The address may lie behind the image; nothing is read then.
+/// Whether `fetchAhead` does anything. Some processors fetch rows so well by themselves that asking only costs
+/// time; `base/fetching.h` finds out. Until then nothing is asked for.
+inline std::atomic<bool> fetchingPays{false};
+
+/// Asks for the lines of `bytes` bytes from an address on. It may lie behind all images; nothing is read then.
+template <bool ForWriting>
+inline void fetchLines(std::uintptr_t first, std::uintptr_t bytes) noexcept
+{
+    for (std::uintptr_t line = 0; line < bytes; line += 64)
+        __builtin_prefetch(reinterpret_cast<const void*>(first + line), ForWriting);  // NOLINT
+}
+
+/// Asks for the memory that a row loop reaches `Distance` bytes later: `count` samples from there. Where the
+/// processor's own prefetching stops at the ends of pages and rows, loops that read one image and write
+/// another lose up to a fifth of their speed without it.
 template <class T, bool ForWriting, std::uintptr_t Distance = 4096>
 inline void fetchAhead(const std::uint8_t* at, std::int64_t count) noexcept
 {
-    const std::uintptr_t first = reinterpret_cast<std::uintptr_t>(at) + Distance;
-    for (std::uintptr_t line = 0; line < count * sizeof(T); line += 64)
-        __builtin_prefetch(reinterpret_cast<const void*>(first + line), ForWriting);  // NOLINT
+    if (fetchingPays.load(std::memory_order_relaxed))
+        fetchLines<ForWriting>(reinterpret_cast<std::uintptr_t>(at) + Distance,
+                               static_cast<std::uintptr_t>(count) * sizeof(T));
 }
 
 }  // namespace ko

@@ -5,6 +5,7 @@
 #pragma once
 
 #include "base/checks.h"
+#include "base/fetching.h"
 
 #include <ko/threads.h>
 
@@ -55,6 +56,7 @@ template <class Body>
 void rowsStatic(const RowWork& work, const Body& body)
 {
     static_assert(noexcept(body(std::int64_t{})));
+    prepareFetching(work.rows);
     const int threads = threadsFor(work);
     if (threads == 1) {
         for (std::int64_t y = 0; y < work.rows; ++y)
@@ -115,6 +117,7 @@ private:
 template <class Body>
 void shareRows(std::int64_t rows, int threads, const Body& body)
 {
+    prepareFetching(rows);
     if (threads == 1) {
         for (std::int64_t y = 0; y < rows; ++y)
             body(0, y);
@@ -148,6 +151,7 @@ template <class Body>
 void bandsByConsent(std::int64_t rows, const Body& body)
 {
     static_assert(noexcept(body(0, std::int64_t{}, std::int64_t{})));
+    prepareFetching(rows);
     const int bands = bandsOf(rows);
     if (bands == 1) {
         body(0, 0, rows);
