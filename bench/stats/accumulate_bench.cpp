@@ -85,10 +85,9 @@ Work masked(int size)
 {
     Series series(size, UInt16, 12, 16, true);
     const BenchImage mask({.size = size}, Scene::Disc);
-    const QVector<SxImageBuf> masks(16, mask);
     return {
         .ours =
-            [=]() mutable {
+            [=, masks = QVector<SxImageBuf>(16, mask), owner = mask]() mutable {
                 series.sums.frames = 0;
                 return AccumulateFrames(series.frames, masks, series.sums);
             },

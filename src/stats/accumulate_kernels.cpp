@@ -4,6 +4,7 @@
 #include "base/kernel_loops.h"
 
 #include <algorithm>
+#include <bit>
 #include <limits>
 #include <utility>
 
@@ -84,6 +85,15 @@ struct Above {
     }
 };
 
+/// Counts the frames whose mask bytes are set.
+struct Marks {
+    template <class... T>
+    HWY_INLINE void operator()(std::uint8_t* plane, std::int64_t i, T... marks) const noexcept
+    {
+        Increase<std::uint32_t>(plane, i, (std::uint32_t{marks != 0} + ...));
+    }
+};
+
 template <class T, class Step, std::size_t... Frame>
 HWY_INLINE void StepRow(std::index_sequence<Frame...>, Rows rows, std::int64_t samples, std::uint8_t* plane,
                         Step step) noexcept
@@ -121,10 +131,13 @@ void TakeAll(const Rows& rows, std::int64_t count, std::int64_t samples, const A
     }
 }
 
-/// The mask bytes of `samples` samples from sample `from` of the row on.
-void SpreadMask(const std::uint8_t* mask, std::int64_t channels, std::int64_t from, std::int64_t samples,
-                std::uint8_t* spread) noexcept
+/// The mask bytes of `samples` samples from sample `from` of the row on: those of the row, where pixels have one
+/// sample, or a copy for each.
+const std::uint8_t* MarksOf(const std::uint8_t* mask, std::int64_t channels, std::int64_t from,
+                            std::int64_t samples, std::uint8_t* spread) noexcept
 {
+    if (channels == 1)
+        return mask + from;
     std::int64_t pixel = from / channels, channel = from % channels;
     for (std::int64_t i = 0; i < samples; ++i) {
         spread[i] = mask[pixel];
@@ -133,6 +146,7 @@ void SpreadMask(const std::uint8_t* mask, std::int64_t channels, std::int64_t fr
             ++pixel;
         }
     }
+    return spread;
 }
 
 /// A block of a frame in which samples that do not count are 0, which changes nothing but a minimum.
@@ -154,27 +168,20 @@ void Raise(const std::uint8_t* mask, std::int64_t samples, std::uint8_t* block) 
         storeSample<T>(block, i, mask[i] != 0 ? loadSample<T>(block, i) : std::numeric_limits<T>::max());
 }
 
-void Count(const std::uint8_t* mask, std::int64_t samples, std::uint8_t* counts) noexcept
-{
-    KO_INDEPENDENT_ITERATIONS
-    for (std::int64_t i = 0; i < samples; ++i)
-        Increase<std::uint32_t>(counts, i, mask[i] != 0 ? 1U : 0U);
-}
-
 /// A block of frames with masks, from sample `from` of their rows on.
 template <class T>
 void TakeSelected(const FrameRowGroup& frames, const Rows& rows, std::int64_t from, std::int64_t samples,
                   const AccumulatorRow& sums) noexcept
 {
-    alignas(64) std::uint8_t masks[accumulatedAtOnce][blockSamples];
+    alignas(64) std::uint8_t spread[accumulatedAtOnce][blockSamples];
     alignas(64) std::uint8_t blocks[accumulatedAtOnce][blockSamples * sizeof(T)];
-    Rows selected{};
+    Rows masks{}, selected{};
     for (std::size_t f = 0; f < static_cast<std::size_t>(frames.count); ++f) {
-        SpreadMask(frames.masks[f], frames.channels, from, samples, masks[f]);
-        Count(masks[f], samples, sums.counts);
+        masks[f] = MarksOf(frames.masks[f], frames.channels, from, samples, spread[f]);
         Select<T>(rows[f], masks[f], samples, blocks[f]);
         selected[f] = blocks[f];
     }
+    Take<std::uint8_t>(masks, frames.count, samples, sums.counts, Marks{});
     TakeAll<T>(selected, frames.count, samples, sums);
     if (sums.minimum == nullptr)
         return;
@@ -227,6 +234,43 @@ void RowAdd(const std::uint8_t* from, std::uint8_t* into, std::int64_t samples) 
         Increase<T>(into, i, loadSample<T>(from, i));
 }
 
+/// A whole number below 2^52 as a double, which every target's vectors can do.
+HWY_INLINE double AsDouble(std::uint64_t number) noexcept
+{
+    return std::bit_cast<double>(number | 0x4330000000000000U) - 0x1p52;
+}
+
+/// Up to 2^11 frames, sums below 2^26 and squares below 2^42: then frames * squares is below 2^53, sum * sum
+/// below 2^52, so doubles hold them, their difference and the divisor exactly, and the quotient is rounded once.
+template <bool Counted>
+bool Variances(const VarianceBlock& block, std::int64_t samples, double* variances) noexcept
+{
+    const auto frames = [&](std::int64_t i) {
+        return Counted ? loadSample<std::uint32_t>(block.counts, i) : block.frames;
+    };
+    std::uint64_t tooLarge = 0;
+    for (std::int64_t i = 0; i < samples; ++i) {
+        tooLarge |= loadSample<std::uint64_t>(block.sum, i) >> 26 |
+                    loadSample<std::uint64_t>(block.squares, i) >> 42 | std::uint64_t{frames(i)} >> 11;
+    }
+    if (tooLarge != 0)
+        return false;
+    for (std::int64_t i = 0; i < samples; ++i) {
+        const double n = AsDouble(frames(i)), sum = AsDouble(loadSample<std::uint64_t>(block.sum, i));
+        const double squares = AsDouble(loadSample<std::uint64_t>(block.squares, i));
+        const double dividend = n * squares - sum * sum, left = n - block.ddof;
+        const double quotient = dividend / (n * left);
+        variances[i] = left > 0 && dividend >= 0 ? quotient : std::numeric_limits<double>::quiet_NaN();
+    }
+    return true;
+}
+
+bool BlockVariances(const VarianceBlock& block, std::int64_t samples, double* variances) noexcept
+{
+    return block.counts != nullptr ? Variances<true>(block, samples, variances)
+                                   : Variances<false>(block, samples, variances);
+}
+
 template <class T, class Step>
 void RowTake(const std::uint8_t* from, std::uint8_t* into, std::int64_t samples) noexcept
 {
@@ -240,7 +284,8 @@ const AccumulateKernels& Kernels()
         &RowAdd<std::uint32_t>,
         &RowAdd<std::uint64_t>,
         {&RowTake<std::uint8_t, Minimum>, &RowTake<std::uint16_t, Minimum>},
-        {&RowTake<std::uint8_t, Maximum>, &RowTake<std::uint16_t, Maximum>}};
+        {&RowTake<std::uint8_t, Maximum>, &RowTake<std::uint16_t, Maximum>},
+        &BlockVariances};
     return kernels;
 }
 

@@ -39,12 +39,25 @@ using AccumulateRow = void (*)(const FrameRowGroup& frames, std::int64_t samples
 /// Takes the samples of one plane's row into another's.
 using MergeRow = void (*)(const std::uint8_t* from, std::uint8_t* into, std::int64_t samples) noexcept;
 
+/// Some samples of an accumulator; `counts` is null where all samples have seen every frame.
+struct VarianceBlock {
+    const std::uint8_t* sum;
+    const std::uint8_t* squares;
+    const std::uint8_t* counts;
+    std::uint32_t frames;
+    double ddof;
+};
+
+/// The variances of a block. False, with nothing written, where it holds numbers too large for this way.
+using BlockVariance = bool (*)(const VarianceBlock& block, std::int64_t samples, double* variances) noexcept;
+
 struct AccumulateKernels {
     PerDepth<AccumulateRow> accumulate;
     MergeRow addCounts;  ///< of 32 bits
     MergeRow addSums;    ///< of 64 bits
     PerDepth<MergeRow> minimum;
     PerDepth<MergeRow> maximum;
+    BlockVariance variances;
 };
 
 /// The kernels of the running processor.

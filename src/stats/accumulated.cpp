@@ -10,9 +10,12 @@
 #include <ko/stats/accumulate.h>
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cmath>
+#include <cstring>
 #include <limits>
+#include <span>
 
 namespace ko {
 
@@ -92,6 +95,27 @@ double varianceOf(std::uint64_t n, std::uint64_t sum, std::uint64_t squares, std
     return nearestQuotient(ofSquares - ofSum, n * (n - ddof));
 }
 
+/// The samples of row y from sample `from` on.
+VarianceBlock blockOf(const SxAccumulator& sums, std::int64_t y, std::int64_t from, int ddof) noexcept
+{
+    return {rowOf(sums.sum, y) + 8 * from, rowOf(sums.squares, y) + 8 * from,
+            isWanted(sums.counts) ? rowOf(sums.counts, y) + 4 * from : nullptr,
+            static_cast<std::uint32_t>(sums.frames), static_cast<double>(ddof)};
+}
+
+/// The same samples in numbers that hold any sums.
+void exactVariances(const SxAccumulator& sums, std::int64_t y, std::int64_t from, int ddof,
+                    std::span<double> variances) noexcept
+{
+    const SampleCounts counts(sums);
+    for (std::size_t k = 0; k < variances.size(); ++k) {
+        const std::int64_t i = from + static_cast<std::int64_t>(k);
+        const auto sum = loadSample<std::uint64_t>(rowOf(sums.sum, y), i);
+        const auto squares = loadSample<std::uint64_t>(rowOf(sums.squares, y), i);
+        variances[k] = varianceOf(counts.at(y, i), sum, squares, static_cast<std::uint64_t>(ddof));
+    }
+}
+
 }  // namespace
 
 ResultCode MergeAccumulators(const SxAccumulator& from, SxAccumulator& into)
@@ -157,14 +181,18 @@ ResultCode AccumulatedVariance(const SxAccumulator& sums, int ddof, SxImageBuf& 
                 {ResultBadArg3, rowsFit(variance)},
             }))
             return rc;
-        const SampleCounts counts(sums);
+        const BlockVariance kernel = accumulateKernels().variances;
         const RowWork work{sampleRows(variance), 3 * rowBytes(variance)};
-        rowsStatic(work.times(16), [&](std::int64_t y) noexcept {
-            for (std::int64_t i = 0; i < samplesPerRow(variance); ++i) {
-                const auto sum = loadSample<std::uint64_t>(rowOf(sums.sum, y), i);
-                const auto squares = loadSample<std::uint64_t>(rowOf(sums.squares, y), i);
-                storeSample(rowOf(variance, y), i,
-                            varianceOf(counts.at(y, i), sum, squares, static_cast<std::uint64_t>(ddof)));
+        rowsStatic(work.times(4), [&](std::int64_t y) noexcept {
+            constexpr std::int64_t longest = 512;
+            std::array<double, longest> block;
+            const std::int64_t samples = samplesPerRow(variance);
+            for (std::int64_t i = 0; i < samples; i += longest) {
+                const std::int64_t count = std::min(longest, samples - i);
+                if (!kernel(blockOf(sums, y, i, ddof), count, block.data()))
+                    exactVariances(sums, y, i, ddof, {block.data(), static_cast<std::size_t>(count)});
+                std::memcpy(rowOf(variance, y) + i * std::int64_t{sizeof(double)}, block.data(),
+                            static_cast<std::size_t>(count) * sizeof(double));
             }
         });
         return ResultOk;

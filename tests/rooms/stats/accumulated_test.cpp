@@ -242,6 +242,43 @@ TEST(AccumulatedValues, AreDefinedForCountersThatNoSamplesHave)
                 }
 }
 
+TEST(AccumulatedTargets, KeepEveryDigitAroundTheLargestSumsOfTheShortWay)
+{
+    const auto around = [](std::uint64_t value) { return std::vector{value - 1, value, value + 1}; };
+    forEachTarget([&] {
+        for (const std::uint64_t count : around(std::uint64_t{1} << 11))
+            for (const std::uint64_t sum : around(std::uint64_t{1} << 26))
+                for (const std::uint64_t squares : around(std::uint64_t{1} << 42))
+                    for (const int ddof : {0, 1}) {
+                        OneSample samples(sum, squares, static_cast<std::uint32_t>(count));
+                        EXPECT_EQ(samples.variance(ddof), oracle::variance(count, sum, squares, ddof));
+                        samples.accumulator.sums.counts.data = nullptr;
+                        samples.accumulator.sums.frames = count;
+                        EXPECT_EQ(samples.variance(ddof), oracle::variance(count, sum, squares, ddof));
+                    }
+    });
+}
+
+TEST(AccumulatedTargets, TakeLargeAndSmallSumsOfOneRow)
+{
+    const Layout layout{.width = 1300, .height = 1, .type = UInt16};
+    TestAccumulator accumulator(layout);
+    TestImage variance(Layout{.width = 1300, .height = 1, .type = Float64});
+    std::vector<double> expected;
+    for (int x = 0; x < layout.width; ++x) {
+        // Only the samples of the second block are too large for the short way, and one of the third.
+        const bool isLarge = (x >= 512 && x < 1024) || x == 1200;
+        const std::uint64_t sum = isLarge ? std::uint64_t{3} << 30 : 1000U + static_cast<unsigned>(x);
+        const std::uint64_t squares = sum * sum / 3 + static_cast<unsigned>(x);
+        accumulator.set<std::uint16_t>(x, 0, 0, {.sum = sum, .squares = squares, .count = 5});
+        expected.push_back(oracle::variance(5, sum, squares, 1));
+    }
+    forEachTarget([&] {
+        ASSERT_EQ(AccumulatedVariance(accumulator.sums, 1, variance), ResultOk);
+        EXPECT_EQ(variance.all<double>(), expected);
+    });
+}
+
 TEST(AccumulatedTargets, EqualTheTwin)
 {
     const Layout layout{.width = 61, .height = 7, .channels = 3, .type = UInt16};
