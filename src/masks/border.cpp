@@ -5,6 +5,7 @@
 #include "base/image_view.h"
 #include "base/rows.h"
 
+#include <bit>
 #include <cstring>
 #include <limits>
 
@@ -59,6 +60,33 @@ ResultCode allocateEnlarged(SxImageBuf& image, const Margins& m)
     return AllocBuffer(image, image, true);
 }
 
+/// The pixels of a word in reverse order, the bytes of each in theirs.
+template <std::int64_t PixelBytes>
+std::uint64_t reversed(std::uint64_t pixels) noexcept
+{
+    if constexpr (PixelBytes == 4)
+        return std::rotl(pixels, 32);
+    const std::uint64_t bytes = __builtin_bswap64(pixels);
+    constexpr std::uint64_t second = 0x00FF00FF00FF00FF;
+    return PixelBytes == 1 ? bytes : (bytes >> 8 & second) | (bytes & second) << 8;
+}
+
+/// Writes pixels in reverse order, the first one before `end`, the next one before that.
+template <std::int64_t PixelBytes>
+void mirror(const std::uint8_t* from, std::uint8_t* end, std::int64_t count) noexcept
+{
+    std::int64_t j = 0;
+    if constexpr (PixelBytes <= 4 && PixelBytes != 3) {
+        constexpr std::int64_t perWord = 8 / PixelBytes;
+        for (; j + perWord <= count; j += perWord) {
+            const auto word = loadSample<std::uint64_t>(from + j * PixelBytes, 0);
+            storeSample(end - (j + perWord) * PixelBytes, 0, reversed<PixelBytes>(word));
+        }
+    }
+    for (; j < count; ++j)
+        std::memcpy(end - (1 + j) * PixelBytes, from + j * PixelBytes, PixelBytes);
+}
+
 /// Fills both side margins of a row whose region starts at `inside` and is a copy of `from`. Reading the
 /// original does not wait for the copy to be stored.
 using MirrorSides = void (*)(const std::uint8_t* from, std::uint8_t* inside, std::int64_t width,
@@ -68,10 +96,9 @@ template <std::int64_t PixelBytes>
 void mirrorSides(const std::uint8_t* from, std::uint8_t* inside, std::int64_t width,
                  const Margins& m) noexcept
 {
-    for (std::int64_t j = 0; j < m.left; ++j)
-        std::memcpy(inside - (1 + j) * PixelBytes, from + j * PixelBytes, PixelBytes);
-    for (std::int64_t j = 0; j < m.right; ++j)
-        std::memcpy(inside + (width + j) * PixelBytes, from + (width - 1 - j) * PixelBytes, PixelBytes);
+    mirror<PixelBytes>(from, inside, m.left);
+    mirror<PixelBytes>(from + (width - m.right) * PixelBytes, inside + (width + m.right) * PixelBytes,
+                       m.right);
 }
 
 /// For 1, 3 or 4 samples of 1 or 2 bytes.
@@ -100,13 +127,13 @@ void copyMirrored(const SxImageBuf& src, const QRect& roi, SxImageBuf& dst, cons
 {
     const std::int64_t pixelBytes = std::int64_t{src.channels} * bytesPerSample(src.dataType);
     const std::int64_t width = roi.width(), height = roi.height();
-    const MirrorSides mirror = mirrorSidesOf(pixelBytes);
+    const MirrorSides fillSides = mirrorSidesOf(pixelBytes);
     rowsDynamic({height, 2 * rowBytes(dst)}, [&](std::int64_t y) noexcept {
         std::uint8_t* const inside = rowOf(dst, m.top + y) + m.left * pixelBytes;
         const std::uint8_t* const from = rowOf(src, roi.top() + y) + roi.left() * pixelBytes;
         std::memcpy(inside, from, static_cast<std::size_t>(width * pixelBytes));
         if (fillMargins)
-            mirror(from, inside, width, m);
+            fillSides(from, inside, width, m);
     });
     if (!fillMargins)
         return;
