@@ -1,5 +1,6 @@
 #include "base/checks.h"
 #include "core/memory.h"
+#include "core/spare_blocks.h"
 
 #include <bit>
 #include <cstdlib>
@@ -13,6 +14,9 @@ namespace {
 /// Pixel memory starts on a cache line, and vector loads that begin at its last byte stay inside the block.
 constexpr std::uint64_t alignment = 64;
 constexpr std::size_t slack = 64;
+
+/// A block begins with its size, which records do not tell: programs may change them.
+using BlockSize = std::uint64_t;
 
 /// The row length rounded up to whole cache lines; 0 where it exceeds what a stride can say.
 std::int32_t chosenStride(const SxImageInfo& info) noexcept
@@ -51,11 +55,15 @@ ResultCode allocate(SxImageBuf& image, bool cleared) noexcept
         return ResultFailed;
 
     const std::size_t pixels = imageByteSize(laidOut);
-    void* const block = obtainMemory(std::uint64_t{pixels} + slack + alignment, cleared);
+    const std::uint64_t bytes = std::uint64_t{pixels} + slack + sizeof(BlockSize) + alignment;
+    void* block = cleared ? nullptr : takeSpareBlock(bytes);
+    if (block == nullptr)
+        block = obtainMemory(bytes, cleared);
     if (block == nullptr)
         return ResultFailed;
+    std::memcpy(block, &bytes, sizeof(bytes));
     const std::uint64_t blockAddress = std::bit_cast<std::uintptr_t>(block);
-    const std::uint64_t lead = (alignment - blockAddress % alignment) % alignment;
+    const std::uint64_t lead = alignment - (blockAddress + sizeof(BlockSize)) % alignment + sizeof(BlockSize);
     image.stride = laidOut.stride;
     image.data = static_cast<std::uint8_t*>(block) + lead;
     image.allocation = blockAddress + lead;
@@ -70,6 +78,14 @@ bool ownsMemory(const SxImageBuf& image) noexcept
 {
     return image.data != nullptr && image.allocation == std::bit_cast<std::uintptr_t>(image.data) &&
            image.bookkeeping[0] == checkWord(image.allocation, image.bookkeeping[1]);
+}
+
+void release(void* block) noexcept
+{
+    BlockSize bytes = 0;
+    std::memcpy(&bytes, block, sizeof(bytes));
+    if (!keepSpareBlock(block, bytes))
+        std::free(block);
 }
 
 }  // namespace
@@ -98,7 +114,7 @@ ResultCode AllocBuffer(const SxImageInfo& info, SxImageBuf& out, bool flag)
 void FreeBuffer(SxImageBuf& image)
 {
     if (ownsMemory(image))
-        std::free(std::bit_cast<void*>(static_cast<std::uintptr_t>(image.bookkeeping[1])));
+        release(std::bit_cast<void*>(static_cast<std::uintptr_t>(image.bookkeeping[1])));
     forgetMemory(image);
 }
 

@@ -1,3 +1,4 @@
+#include "core/spare_blocks.h"
 #include "pipeline/item_core.h"
 
 #include <QDebug>
@@ -45,6 +46,7 @@ bool PipeWorker::isCurrent() noexcept
 void PipeWorker::run()
 {
     isWorker = true;
+    const UsesSpareBlocks spareBlocks;
     IxPipeItem::Core& core = *m_item.m_core;
     m_successors = PipeGraph::successorsOf(m_item);
     while (Frame frame = core.queue.take())
