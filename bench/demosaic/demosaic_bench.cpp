@@ -128,6 +128,9 @@ const Rows rows{
     {"DemosaicSimple", "12-bit", &simple<UInt16>},
     {"ConvertRawToPlanarRaw", "U8", &planes<UInt8>},
     {"ConvertRawToPlanarRaw", "12-bit", &planes<UInt16>},
+    {"Demosaic", "U8", &demosaic<UInt8, cv::COLOR_BayerBG2RGB>, tinyImage},
+    {"Demosaic", "U8", &demosaic<UInt8, cv::COLOR_BayerBG2RGB>, smallImage},
+    {"Demosaic", "U8", &demosaic<UInt8, cv::COLOR_BayerBG2RGB>, hugeImage},
 };
 
 }  // namespace

@@ -51,6 +51,9 @@ Work chamfer(int size)
 const Rows rows{
     {"Sobel", "U8", &sobel<UInt8, 8>},
     {"Sobel", "12-bit", &sobel<UInt16, 12>},
+    {"Sobel", "U8", &sobel<UInt8, 8>, tinyImage},
+    {"Sobel", "U8", &sobel<UInt8, 8>, smallImage},
+    {"Sobel", "U8", &sobel<UInt8, 8>, hugeImage},
     {"ChamferDistance 3x3", "U8", &chamfer<Chamfer3x3, cv::DIST_MASK_3>},
     {"ChamferDistance 5x5", "U8", &chamfer<Chamfer5x5, cv::DIST_MASK_5>},
     {"ChamferDistance 13x13", "U8", &chamfer<Chamfer13x13, cv::DIST_MASK_PRECISE>},

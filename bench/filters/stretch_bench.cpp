@@ -44,6 +44,9 @@ const Rows rows{
     {"Stretch 2048->1024", "12-bit RGB", &stretch<UInt16, 3, 2048, 1024>},
     {"Stretch 2048->1500", "U8", &stretch<UInt8, 1, 2048, 1500>},
     {"Stretch 2048->1500", "12-bit", &stretch<UInt16, 1, 2048, 1500>},
+    {"Stretch 1024->2048", "U8", &stretch<UInt8, 1, 1024, 2048>, tinyImage},
+    {"Stretch 1024->2048", "U8", &stretch<UInt8, 1, 1024, 2048>, smallImage},
+    {"Stretch 1024->2048", "U8", &stretch<UInt8, 1, 1024, 2048>, hugeImage},
 };
 
 }  // namespace

@@ -23,6 +23,9 @@ Work binarize(int size)
 const Rows rows{
     {"Binarize", "U8", &binarize<UInt8>},
     {"Binarize", "U16", &binarize<UInt16>},
+    {"Binarize", "U8", &binarize<UInt8>, tinyImage},
+    {"Binarize", "U8", &binarize<UInt8>, smallImage},
+    {"Binarize", "U8", &binarize<UInt8>, hugeImage},
 };
 
 }  // namespace

@@ -50,6 +50,9 @@ const Rows rows{
     {"CreateImageWithMirroredBorder 16", "U16", &mirroredBorder<UInt16>},
     {"MaskImage", "U8", &maskImage<UInt8>},
     {"MaskImage", "U16", &maskImage<UInt16>},
+    {"MaskImage", "U8", &maskImage<UInt8>, tinyImage},
+    {"MaskImage", "U8", &maskImage<UInt8>, smallImage},
+    {"MaskImage", "U8", &maskImage<UInt8>, hugeImage},
 };
 
 }  // namespace

@@ -48,6 +48,9 @@ const Rows rows{
     {"And", "U16", &both<UInt16>},
     {"Or", "U8", &any},
     {"Xor", "U8", &one},
+    {"And", "U8", &both<UInt8>, tinyImage},
+    {"And", "U8", &both<UInt8>, smallImage},
+    {"And", "U8", &both<UInt8>, hugeImage},
 };
 
 }  // namespace

@@ -86,6 +86,9 @@ const Rows rows{
     {"ThresholdGT", "U16", &keepAbove<UInt16>},
     {"ThresholdBinaryGT", "U8", &mark<UInt8>},
     {"ThresholdBinaryGT", "U16", &mark<UInt16>},
+    {"ThresholdBinary copy", "U8", &binaryCopy<UInt8, 1>, tinyImage},
+    {"ThresholdBinary copy", "U8", &binaryCopy<UInt8, 1>, smallImage},
+    {"ThresholdBinary copy", "U8", &binaryCopy<UInt8, 1>, hugeImage},
 };
 
 }  // namespace

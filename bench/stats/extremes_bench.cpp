@@ -54,6 +54,9 @@ const Rows rows{
     {"MinMax", "F64", &minMax<Float64>},
     {"MinMaxMasked", "U8", &minMaxMasked<UInt8>},
     {"MinMaxMasked", "U16", &minMaxMasked<UInt16>},
+    {"MinMax", "U8", &minMax<UInt8>, tinyImage},
+    {"MinMax", "U8", &minMax<UInt8>, smallImage},
+    {"MinMax", "U8", &minMax<UInt8>, hugeImage},
 };
 
 }  // namespace

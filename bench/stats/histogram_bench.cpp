@@ -101,6 +101,9 @@ const Rows rows{
     {"HistogramMasked", "U8 noise mask", &histogramMasked<UInt8, 8, true>},
     {"HistogramMasked", "12-bit disc mask", &histogramMasked<UInt16, 12, false>},
     {"HistogramMasked", "12-bit noise mask", &histogramMasked<UInt16, 12, true>},
+    {"Histogram", "U8", &histogram<UInt8, 8, Scene::Camera>, tinyImage},
+    {"Histogram", "U8", &histogram<UInt8, 8, Scene::Camera>, smallImage},
+    {"Histogram", "U8", &histogram<UInt8, 8, Scene::Camera>, hugeImage},
 };
 
 }  // namespace

@@ -49,6 +49,9 @@ const Rows rows{
     {"Mean", "U8 RGB", &mean<UInt8, 8, 3>},
     {"MeanStdDevMasked", "U8", &meanStdDevMasked<UInt8, 8>},
     {"MeanStdDevMasked", "12-bit", &meanStdDevMasked<UInt16, 12>},
+    {"Mean", "U8", &mean<UInt8, 8, 1>, tinyImage},
+    {"Mean", "U8", &mean<UInt8, 8, 1>, smallImage},
+    {"Mean", "U8", &mean<UInt8, 8, 1>, hugeImage},
 };
 
 }  // namespace

@@ -24,6 +24,9 @@ struct Traffic {
     std::size_t rewritten = 0;  ///< read and written back to the same place
 };
 
+/// Sizes of rows that show what a call costs beside its work, and whether large images cost more per sample.
+inline constexpr int tinyImage = 64, smallImage = 256, hugeImage = 16384;
+
 /// One row ready to be measured. The callables own what they work on: capture images by copy.
 struct Work {
     std::function<ResultCode()> ours;
