@@ -27,30 +27,27 @@ public:
     {
         const auto all = [&](const auto& serves) { return std::all_of(gains, gains + treated, serves); };
         const bool single = all([&](double gain) { return singleServes<T>(correction, gain); });
-        m_correction.divisor = all([](double gain) { return gain == std::trunc(gain); }) ? 1 : 2;
-        // Trying every level takes as long as ten samples in whole numbers save.
-        const bool whole = single && static_cast<double>(samples) >= 16 * correction.top &&
-                           all([&](double gain) { return wholesServe(m_correction, gain); });
+        // Trying every level takes as long as ten samples save that need no second look.
+        m_correction.isExact = single && static_cast<double>(samples) >= 16 * correction.top &&
+                               all([&](double gain) { return exactServes(correction, gain); });
+        if (m_correction.isExact && treated == channels && all([&](double gain) { return gain == gains[0]; }))
+            m_correction.highestShort = highestShortSample(correction, gains[0]);
         constexpr int mostChannels = 4;
         double gain[mostChannels];
         float scale[mostChannels];
-        std::uint32_t factor[mostChannels];
         std::uint8_t marks[mostChannels];
         for (int c = 0; c < channels; ++c) {
             // Samples that stay may be computed with anything.
             gain[c] = gains[c < treated ? c : 0];
             scale[c] = single ? static_cast<float>(correction.ratio * gain[c]) : 0;
-            factor[c] = whole ? static_cast<std::uint32_t>(gain[c] * m_correction.divisor) : 0;
             marks[c] = c < treated ? 255 : 0;
         }
         const auto pixel = static_cast<std::size_t>(channels);
         fillRepeating<double>(m_gain, {gain, pixel});
         fillRepeating<float>(m_scale, {scale, pixel});
-        fillRepeating<std::uint32_t>(m_factor, {factor, pixel});
         fillRepeating<std::uint8_t>(m_treated, {marks, pixel});
         m_correction.gain = m_gain;
         m_correction.scale = single ? m_scale : nullptr;
-        m_correction.factor = whole ? m_factor : nullptr;
         m_correction.treated = treated < channels ? m_treated : nullptr;
     }
     RowGains(const RowGains&) = delete;
@@ -63,7 +60,6 @@ private:
     // Whole vectors are read from them, which takes longer across cache lines.
     alignas(64) double m_gain[correctionPeriod];
     alignas(64) float m_scale[correctionPeriod];
-    alignas(64) std::uint32_t m_factor[correctionPeriod];
     std::uint8_t m_treated[correctionPeriod];
 };
 

@@ -30,6 +30,9 @@ T Corrected(T sample, T background, double gain, const Correction& correction) n
     return static_cast<T>(toInt64(std::min(correction.top, quotient * correction.ratio * gain)));
 }
 
+/// Processors that multiply and add with one rounding tell exact products from their floats.
+constexpr bool hasFusedMultiply = HWY_NATIVE_FMA != 0;
+
 #if HWY_TARGET != HWY_SCALAR
 
 /// Samples to leave alone take what is in dst.
@@ -45,80 +48,55 @@ VecOf<To> Treated(To to, VecOf<To> result, const std::uint8_t* dst, const std::u
     return hn::IfVecThenElse(mark, result, LoadAt(to, dst));
 }
 
-/// About 1 / v: off by less than 2^-20 of itself, or 2^-11 without `Refined`.
-template <bool Refined, class V>
-V Reciprocal(V v)
+/// The whole part of product / divisor, where the product is `given` * `scale`, rounded, and `quotient` is off by
+/// less than `slack`. It is the whole part of the larger quotient or one less, by the sign of the remainder.
+/// Products are multiples of 1/2 below 2^32 and the remainder of the rounded one is below 2^18, so floats hold
+/// that remainder, what the product lost in rounding, and the sum of both exactly.
+template <class D>
+VecOf<D> ExactWhole(D d, VecOf<D> given, VecOf<D> scale, VecOf<D> product, VecOf<D> divisor,
+                    VecOf<D> quotient, VecOf<D> slack)
 {
-    const hn::DFromV<V> d;
+    const auto most = hn::Trunc(hn::Add(quotient, slack));
+    const auto lost = hn::MulSub(given, scale, product);
+    const auto rest = hn::Add(hn::NegMulAdd(most, divisor, product), lost);
+    return hn::IfThenElse(hn::Lt(rest, hn::Zero(d)), hn::Sub(most, hn::Set(d, 1.0F)), most);
+}
+
+/// About 1 / v: off by less than 2^-14 of itself on processors that have such a guess, else by less than 2^-20.
+template <bool Refined, class D>
+VecOf<D> Inverse(D d, VecOf<D> v)
+{
 #if HWY_ARCH_X86
     const auto guess = hn::ApproximateReciprocal(v);
-    return Refined ? hn::Mul(guess, hn::NegMulAdd(guess, v, hn::Set(d, 2.0F))) : guess;
+    constexpr bool isClose = HWY_TARGET <= HWY_AVX3;
+    return isClose && !Refined ? guess : hn::Mul(guess, hn::NegMulAdd(guess, v, hn::Set(d, 2.0F)));
 #else
     return hn::Div(hn::Set(d, 1.0F), v);
 #endif
 }
 
-/// The part of a block that is whole vectors, in whole numbers; returns how many samples that is. A product
-/// in floats is off by less than a half, so that rounded to the nearest it is the whole part or one more, in
-/// which case that many times the background is more than the sample times the gain. Both are computed
-/// exactly, for bytes in floats.
-template <class T, bool All>
-int WholeSamples(const std::uint8_t* src, const std::uint8_t* background, std::uint8_t* dst, int samples,
-                 const Correction& correction) noexcept
+/// The whole parts of product / divisor for bytes, in the low bits from bit `byteShift` on.
+///
+/// The sum with 2^13 has 10 bits behind the point. Its quotient is off by less than 2^-13, and rounding moves it
+/// by up to 2^-11. So 2^-10 more never lets a whole number fall short, and never takes another one across: that
+/// lies 1 / 510 or more below the next whole number.
+constexpr int byteShift = 10;
+template <class D>
+VecOf<D> ByteSum(D d, VecOf<D> product, VecOf<D> divisor, float top)
 {
-    constexpr bool isByte = sizeof(T) == 1;
-    constexpr std::int64_t size = sizeof(T), line = 64;
-    const hn::ScalableTag<float> d;
-    const hn::Rebind<T, decltype(d)> to;
-    const hn::Rebind<std::int32_t, decltype(d)> d32;
-    const hn::RebindToUnsigned<decltype(d32)> u32;
-    constexpr int lanes = static_cast<int>(hn::MaxLanes(d));
-    const auto top = hn::Set(d, static_cast<float>(correction.top));
-    // 1.5 * 2^23: sums with numbers below 2^16 are rounded to whole numbers, which are then the lower bits.
-    const auto rounder = hn::Set(d, 12582912.0F);
-    const auto twice = hn::Set(u32, correction.divisor == 2 ? ~0U : 0U);
-    const bool keep = correction.keep;
-    int i = 0;
-    for (; i + lanes <= samples; i += lanes) {
-        if (i * size % line == 0) {
-            fetchAhead<std::uint8_t, false>(src + i * size, line);
-            fetchAhead<std::uint8_t, false>(background + i * size, line);
-            fetchAhead<std::uint8_t, true>(dst + i * size, line);
-        }
-        const auto sample = LoadAt(to, src + i * size), below = LoadAt(to, background + i * size);
-        const auto a = hn::PromoteTo(d32, sample), b = hn::PromoteTo(d32, below);
-        const auto divisor = hn::ConvertTo(d, b);
-        const auto scaled = hn::Mul(hn::ConvertTo(d, a), hn::LoadU(d, correction.scale + i));
-        const auto v = hn::Min(hn::Mul(scaled, Reciprocal<!isByte>(divisor)), top);
-        const auto rounded = hn::Add(v, rounder);
-        const auto bits = hn::BitCast(u32, rounded);
-        hn::Mask<decltype(u32)> over;
-        if constexpr (isByte) {
-            over = hn::RebindMask(u32, hn::Gt(hn::Mul(hn::Sub(rounded, rounder), divisor), scaled));
-        } else {
-            const auto whole = hn::And(bits, hn::Set(u32, 0x1FFFF)), times = hn::BitCast(u32, b);
-            const auto product = hn::Mul(hn::BitCast(u32, a), hn::LoadU(u32, correction.factor + i));
-            over = hn::Gt(hn::Mul(whole, hn::Add(times, hn::And(times, twice))), product);
-        }
-        auto result = hn::TruncateTo(to, hn::Add(bits, hn::VecFromMask(u32, over)));
-        const auto without = keep ? sample : hn::Zero(to);
-        result = hn::IfThenElse(hn::Eq(below, hn::Zero(to)), without, result);
-        if constexpr (!All)
-            result = Treated<T>(to, result, dst + i * size, correction.treated + i);
-        StoreAt(to, result, dst + i * size);
-    }
-    return i;
+    const auto sum = hn::MulAdd(product, Inverse<true>(d, divisor), hn::Set(d, 8192 + 1.0F / 1024));
+    return hn::Min(sum, hn::Set(d, 8192 + top + 0.5F));
 }
 
-/// The part of a block that is whole vectors: writes the results, those that are not certain included, and
-/// lists the places of the latter from `end` on. Returns how many samples were done.
+/// The part of a block that is whole vectors; returns how many samples that is. Without `Exact` it writes the
+/// results that are not certain too, and lists their places from `end` on.
 ///
-/// The product in floats is off by less than 2^-22 of itself: three roundings of 2^-24, of the quotient, of
-/// the scale and of the product; the roundings of the doubles that define the result are far below that.
+/// The quotient in floats is off by less than 2^-22 of itself: three roundings of 2^-24, of the scale, of the
+/// product and of the quotient; the roundings of the doubles that define the result are far below that.
 /// Hence a result is certain unless a whole number lies within 1.5 * 2^-22 of the highest level.
-template <class T, bool All>
-int CertainSamples(const std::uint8_t* src, const std::uint8_t* background, std::uint8_t* dst, int samples,
-                   const Correction& correction, std::int32_t*& end) noexcept
+template <class T, bool All, bool Exact>
+int FloatSamples(const std::uint8_t* src, const std::uint8_t* background, std::uint8_t* dst, int samples,
+                 const Correction& correction, std::int32_t*& end) noexcept
 {
     const hn::ScalableTag<float> d;
     const hn::Rebind<T, decltype(d)> to;
@@ -127,15 +105,27 @@ int CertainSamples(const std::uint8_t* src, const std::uint8_t* background, std:
     constexpr std::int64_t size = sizeof(T);
     const auto top = static_cast<float>(correction.top);
     const auto limit = hn::Set(d, top + 0.5F), slack = hn::Set(d, (top + 1) * 1.5F / (1 << 22));
+    const bool keep = correction.keep;
     std::int32_t* open = end;
     int i = 0;
     for (; i + lanes <= samples; i += lanes) {
         const auto sample = LoadAt(to, src + i * size), below = LoadAt(to, background + i * size);
         const auto a = hn::ConvertTo(d, hn::PromoteTo(d32, sample));
         const auto b = hn::ConvertTo(d, hn::PromoteTo(d32, below));
-        const auto v = hn::Min(hn::Mul(hn::Div(a, b), hn::LoadU(d, correction.scale + i)), limit);
-        auto result = Narrowed(to, d, WholeParts(d, v, slack, i, open));
-        const auto without = correction.keep ? sample : hn::Zero(to);
+        const auto scale = hn::LoadU(d, correction.scale + i);
+        const auto product = hn::Mul(a, scale);
+        VecOf<decltype(to)> result;
+        if constexpr (Exact && sizeof(T) == 1) {
+            const auto sum = hn::BitCast(hn::RebindToUnsigned<decltype(d)>(), ByteSum(d, product, b, top));
+            result = hn::TruncateTo(to, hn::ShiftRight<byteShift>(sum));
+        } else {
+            const auto v = hn::Min(hn::Div(product, b), limit);
+            if constexpr (Exact)
+                result = Narrowed(to, d, ExactWhole(d, a, scale, product, b, v, slack));
+            else
+                result = Narrowed(to, d, WholeParts(d, v, slack, i, open));
+        }
+        const auto without = keep ? sample : hn::Zero(to);
         result = hn::IfThenElse(hn::Eq(below, hn::Zero(to)), without, result);
         if constexpr (!All)
             result = Treated<T>(to, result, dst + i * size, correction.treated + i);
@@ -143,6 +133,58 @@ int CertainSamples(const std::uint8_t* src, const std::uint8_t* background, std:
     }
     end = open;
     return i;
+}
+
+/// Every second word, each in a lane of 32 bits: their whole parts in the low bits, where floats hold the products
+/// and the top is at most 4096. A quotient is off by less than a half, so that rounded to the nearest
+/// it is the whole part or one more, in which case the remainder is below 0.
+template <class D, class Words = VecOf<hn::RebindToUnsigned<D>>>
+Words ShortWholes(D d, Words sample, Words below, VecOf<D> scale, VecOf<D> top)
+{
+    const hn::RebindToSigned<D> d32;
+    const hn::RebindToUnsigned<D> u32;
+    // 1.5 * 2^23: sums with numbers below 2^16 are rounded to whole numbers, which are then the lower bits.
+    const auto rounder = hn::Set(d, 12582912.0F);
+    const auto divisor = hn::ConvertTo(d, hn::BitCast(d32, below));
+    const auto product = hn::Mul(hn::ConvertTo(d, hn::BitCast(d32, sample)), scale);
+    const auto rounded = hn::Add(hn::Min(hn::Mul(product, Inverse<false>(d, divisor)), top), rounder);
+    const auto rest = hn::NegMulAdd(hn::Sub(rounded, rounder), divisor, product);
+    const auto over = hn::RebindMask(u32, hn::Lt(rest, hn::Zero(d)));
+    return hn::Add(hn::BitCast(u32, rounded), hn::VecFromMask(u32, over));
+}
+
+/// Words that all have one gain, two in each lane; returns how many that is.
+int ShortWords(const std::uint8_t* src, const std::uint8_t* background, std::uint8_t* dst, int samples,
+               const Correction& correction) noexcept
+{
+    const hn::ScalableTag<float> d;
+    const hn::RebindToUnsigned<decltype(d)> u32;
+    const hn::Repartition<std::uint16_t, decltype(d)> to;
+    constexpr int lanes = static_cast<int>(hn::MaxLanes(to));
+    const auto scale = hn::Set(d, correction.scale[0]), top = hn::Set(d, static_cast<float>(correction.top));
+    const auto lower = hn::Set(u32, 0xFFFF);
+    const bool keep = correction.keep;
+    int i = 0;
+    for (; i + lanes <= samples; i += lanes) {
+        const auto sample = LoadAt(to, src + 2 * i), below = LoadAt(to, background + 2 * i);
+        const auto a = hn::BitCast(u32, sample), b = hn::BitCast(u32, below);
+        const auto even = ShortWholes(d, hn::And(a, lower), hn::And(b, lower), scale, top);
+        const auto odd = ShortWholes(d, hn::ShiftRight<16>(a), hn::ShiftRight<16>(b), scale, top);
+        const auto result = hn::OddEven(hn::BitCast(to, hn::ShiftLeft<16>(odd)), hn::BitCast(to, even));
+        const auto without = keep ? sample : hn::Zero(to);
+        StoreAt(to, hn::IfThenElse(hn::Eq(below, hn::Zero(to)), without, result), dst + 2 * i);
+    }
+    return i;
+}
+
+/// The same for blocks with samples to leave alone and without.
+template <class T, bool Exact>
+int FloatBlock(const std::uint8_t* src, const std::uint8_t* background, std::uint8_t* dst, int samples,
+               const Correction& correction, std::int32_t*& end) noexcept
+{
+    return correction.treated == nullptr
+               ? FloatSamples<T, true, Exact>(src, background, dst, samples, correction, end)
+               : FloatSamples<T, false, Exact>(src, background, dst, samples, correction, end);
 }
 
 #endif
@@ -188,16 +230,10 @@ void Block(const std::uint8_t* src, const std::uint8_t* background, std::uint8_t
     std::uint8_t given[correctionPeriod * sizeof(T)], below[correctionPeriod * sizeof(T)];
     std::memcpy(given, src, samples * sizeof(T));
     std::memcpy(below, background, samples * sizeof(T));
-    fetchAhead<T, false>(src, samples);
-    fetchAhead<T, false>(background, samples);
-    fetchAhead<T, true>(dst, samples);
     int done = 0;
 #if HWY_TARGET != HWY_SCALAR
-    if (correction.scale != nullptr) {
-        done = correction.treated == nullptr
-                   ? CertainSamples<T, true>(src, background, dst, samples, correction, end)
-                   : CertainSamples<T, false>(src, background, dst, samples, correction, end);
-    }
+    if (correction.scale != nullptr)
+        done = FloatBlock<T, false>(src, background, dst, samples, correction, end);
 #endif
     while (done < samples)
         *end++ = done++;
@@ -207,15 +243,27 @@ void Block(const std::uint8_t* src, const std::uint8_t* background, std::uint8_t
         CorrectOne<T>(given, below, dst, *place, correction);
 }
 
-/// At most one period, for gains that whole numbers serve.
 template <class T>
-void WholeBlock(const std::uint8_t* src, const std::uint8_t* background, std::uint8_t* dst, int samples,
-                const Correction& correction) noexcept
+T HighestOf(const std::uint8_t* samples, int count) noexcept
+{
+    T highest = 0;
+    for (int i = 0; i < count; ++i)
+        highest = std::max(highest, loadSample<T>(samples, i));
+    return highest;
+}
+
+/// At most one period, for gains whose exact products tell the results.
+template <class T>
+void ExactlyBlock(const std::uint8_t* src, const std::uint8_t* background, std::uint8_t* dst, int samples,
+                  const Correction& correction) noexcept
 {
     int done = 0;
 #if HWY_TARGET != HWY_SCALAR
-    done = correction.treated == nullptr ? WholeSamples<T, true>(src, background, dst, samples, correction)
-                                         : WholeSamples<T, false>(src, background, dst, samples, correction);
+    std::int32_t* none = nullptr;
+    if (sizeof(T) == 2 && HighestOf<T>(src, samples) <= correction.highestShort)
+        done = ShortWords(src, background, dst, samples, correction);
+    else
+        done = FloatBlock<T, true>(src, background, dst, samples, correction, none);
 #endif
     for (; done < samples; ++done)
         CorrectOne<T>(src, background, dst, done, correction);
@@ -225,11 +273,15 @@ template <class T>
 void RowCorrected(const std::uint8_t* src, const std::uint8_t* background, std::uint8_t* dst,
                   std::int64_t samples, const Correction& correction) noexcept
 {
-    const auto block = correction.factor != nullptr ? &WholeBlock<T> : &Block<T>;
+    const bool isExact = correction.isExact && (sizeof(T) == 1 || hasFusedMultiply);
+    const auto block = isExact ? &ExactlyBlock<T> : &Block<T>;
     for (std::int64_t i = 0; i < samples; i += correctionPeriod) {
         const std::int64_t shift = i * static_cast<std::int64_t>(sizeof(T));
-        block(src + shift, background + shift, dst + shift,
-              static_cast<int>(std::min<std::int64_t>(correctionPeriod, samples - i)), correction);
+        const std::int64_t count = std::min<std::int64_t>(correctionPeriod, samples - i);
+        fetchAhead<T, false>(src + shift, count);
+        fetchAhead<T, false>(background + shift, count);
+        fetchAhead<T, true>(dst + shift, count);
+        block(src + shift, background + shift, dst + shift, static_cast<int>(count), correction);
     }
 }
 

@@ -22,9 +22,8 @@ struct Correction {
     bool keep;  ///< a sample over a background of 0 stays what it is; false: it becomes 0
     const double* gain = nullptr;
     const float* scale = nullptr;  ///< ratio * gain[i]; null unless `singleServes` for all of them
-    /// gain[i] * divisor as whole numbers; null unless `wholesServe` for all of them.
-    const std::uint32_t* factor = nullptr;
-    std::uint32_t divisor = 1;
+    bool isExact = false;          ///< `exactServes` for all of them
+    int highestShort = -1;         ///< as `highestShortSample` says
     const std::uint8_t* treated =
         nullptr;  ///< 0 for samples to leave alone, else 255; null: none are left alone
 };
@@ -40,23 +39,30 @@ bool singleServes(const Correction& correction, double gain) noexcept
            correction.top >= 0 && correction.top <= std::numeric_limits<T>::max();
 }
 
-/// Whether whole numbers tell all results, where single precision comes close enough: nothing but one gain is
-/// multiplied with, it is a multiple of 1 / divisor, and 32 bits hold what is computed.
+/// Whether the whole parts of exact products are the results, where single precision comes close enough: nothing
+/// but one gain is multiplied with, and it is a multiple of 1/2 that floats hold with the products they need.
 ///
 /// A product that is not whole lies at least 2^-17 from the next whole number, far more than the roundings of
 /// doubles move it. A whole one, n, is n / gain * gain whatever the sample and the background, and must not
 /// be rounded down.
-inline bool wholesServe(const Correction& correction, double gain) noexcept
+inline bool exactServes(const Correction& correction, double gain) noexcept
 {
-    const double factor = gain * correction.divisor;
-    if (correction.ratio != 1 || !(factor >= 1 && factor + correction.divisor <= 65537) ||
-        factor != std::trunc(factor))
+    if (correction.ratio != 1 || !(gain >= 0.5 && gain <= 65536) || 2 * gain != std::trunc(2 * gain))
         return false;
     const auto top = static_cast<int>(correction.top);
     int missed = 0;
     for (int n = 1; n <= top; ++n)
         missed += n / gain * gain < n ? 1 : 0;
     return missed == 0;
+}
+
+/// The highest words that a shorter way serves, which wants exact products, multiples of 1/2, in floats, and a
+/// guess of the reciprocal to be close enough; -1 where nothing is served.
+inline int highestShortSample(const Correction& correction, double gain) noexcept
+{
+    constexpr double mostTop = 4096;
+    const double mostProduct = gain == std::trunc(gain) ? 0xFFFFFF : 0x7FFFFF;
+    return correction.top <= mostTop ? static_cast<int>(mostProduct / gain) : -1;
 }
 
 /// Contiguous samples. dst may be the memory of src or of the background.

@@ -41,9 +41,11 @@ HWY_INLINE VecOf<D> WholeParts(D d, VecOf<D> product, VecOf<D> slack, int first,
     // Nothing is below 0: a product of 0 is certain.
     const auto least = hn::Max(hn::Sub(product, slack), hn::Zero(d));
     const auto open = hn::RebindMask(d32, hn::Lt(least, whole));
-    const auto places = hn::Add(hn::Iota(d32, 0), hn::Set(d32, first));
-    hn::StoreU(hn::Compress(places, open), d32, end);
-    end += hn::CountTrue(d32, open);
+    if (HWY_UNLIKELY(!hn::AllFalse(d32, open))) {
+        const auto places = hn::Add(hn::Iota(d32, 0), hn::Set(d32, first));
+        hn::StoreU(hn::Compress(places, open), d32, end);
+        end += hn::CountTrue(d32, open);
+    }
     return whole;
 }
 
