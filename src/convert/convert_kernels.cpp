@@ -155,7 +155,10 @@ struct ByFloats {
     {
         const hn::ScalableTag<float> d;
         const auto v = Clamped(d, MappedFloats(d, LoadAt(d, src), low, scale), static_cast<float>(clamp.top));
-        StoreAt(hn::Rebind<Dst, decltype(d)>(), LowBits<Dst>(d, v), dst);
+        // The mantissa of a float between 2^23 and 2^24 is a whole number.
+        const auto bits =
+            hn::BitCast(hn::RebindToUnsigned<decltype(d)>(), hn::Add(hn::Trunc(v), hn::Set(d, 8388608.0F)));
+        StoreAt(hn::Rebind<Dst, decltype(d)>(), hn::TruncateTo(hn::Rebind<Dst, decltype(d)>(), bits), dst);
         return true;
     }
     static bool Store(const std::uint8_t* src, std::uint8_t* dst, const float* low, const float* scale, Wrap)
@@ -206,14 +209,15 @@ using VectorsFor = std::conditional_t<
     std::is_same_v<Low, std::int32_t>, ByIntegers<Dst>,
     std::conditional_t<std::is_same_v<Low, float> && sizeof(Dst) < 4, ByFloats<Dst>, ByDoubles<Sample, Dst>>>;
 
-/// Whole vectors; returns how many samples they were.
-template <class Sample, class Dst, class Low, class Scale, class Fit>
+/// Whole vectors; returns how many samples they were. Stepping through a uniform ramp would only cost time.
+template <class Sample, class Dst, bool Uniform, class Low, class Scale, class Fit>
 std::int64_t VectorSamples(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples,
                            const Ramp<Low, Scale>& ramp, Fit fit) noexcept
 {
     using Vectors = VectorsFor<Sample, Dst, Low>;
     const std::int64_t lanes = Vectors::Lanes();
-    if (ramp.period % lanes != 0)
+    const Ramp<Low, Scale> own = ramp;
+    if (own.period % lanes != 0)
         return 0;
     std::int64_t i = 0, phase = 0;
     while (i + lanes <= samples) {
@@ -222,10 +226,10 @@ std::int64_t VectorSamples(const std::uint8_t* src, std::uint8_t* dst, std::int6
         fetchAhead<Dst, true>(dst + i * std::int64_t{sizeof(Dst)}, end - i);
         for (; i < end; i += lanes) {
             if (!Vectors::Store(src + i * std::int64_t{sizeof(Sample)}, dst + i * std::int64_t{sizeof(Dst)},
-                                ramp.low + phase, ramp.scale + phase, fit))
+                                own.low + phase, own.scale + phase, fit))
                 ScalarSamples<Sample, Dst>(src, dst, i, i + lanes, ramp, fit);
-            phase += lanes;
-            phase = phase == ramp.period ? 0 : phase;
+            if constexpr (!Uniform)
+                phase = phase + lanes == own.period ? 0 : phase + lanes;
         }
     }
     return i;
@@ -239,7 +243,8 @@ void Convert(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples, c
 {
     std::int64_t done = 0;
 #if HWY_TARGET != HWY_SCALAR
-    done = VectorSamples<Sample, Dst>(src, dst, samples, ramp, fit);
+    done = ramp.isUniform ? VectorSamples<Sample, Dst, true>(src, dst, samples, ramp, fit)
+                          : VectorSamples<Sample, Dst, false>(src, dst, samples, ramp, fit);
 #endif
     ScalarSamples<Sample, Dst>(src, dst, done, samples, ramp, fit);
 }
@@ -273,16 +278,12 @@ std::int64_t VectorsReversed(const std::uint8_t* src, std::uint8_t* dst, std::in
     std::int64_t i = 0;
     for (; i + step <= samples; i += step) {
         VecOf<decltype(d)> a, b, c;
-        const auto* const from =
-            reinterpret_cast<const float*>(src + i * static_cast<std::int64_t>(sizeof(float)));
-        hn::LoadInterleaved3(d, from, a, b, c);
+        hn::LoadInterleaved3(d, reinterpret_cast<const float*>(src) + i, a, b, c);
         a = mapped(a, 0);
         b = mapped(b, 1);
         c = mapped(c, 2);
         constexpr float limit = 2147483648.0F;
-        const bool storable =
-            MakeStorable(d, a, limit) && MakeStorable(d, b, limit) && MakeStorable(d, c, limit);
-        if (!storable)
+        if (!MakeStorable(d, a, limit) || !MakeStorable(d, b, limit) || !MakeStorable(d, c, limit))
             break;
         hn::StoreInterleaved3(LowBits<std::uint8_t>(d, c), LowBits<std::uint8_t>(d, b),
                               LowBits<std::uint8_t>(d, a), to, dst + i);

@@ -16,6 +16,7 @@ struct Ramp {
     const Low* low;
     const Scale* scale;
     std::int64_t period;
+    bool isUniform = false;  ///< the period repeats one value
 };
 
 using DoubleRamp = Ramp<double, double>;

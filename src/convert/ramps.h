@@ -21,18 +21,21 @@ template <class Low, class Scale>
 class RampValues {
 public:
     RampValues(const Low* low, const Scale* scale, std::size_t count)
-        : m_low(repeated<Low>({low, count})), m_scale(repeated<Scale>({scale, count}))
+        : m_low(repeated<Low>({low, count})),
+          m_scale(repeated<Scale>({scale, count})),
+          m_isUniform(count == 1)
     {
     }
 
     Ramp<Low, Scale> ramp() const noexcept
     {
-        return {m_low.data(), m_scale.data(), static_cast<std::int64_t>(m_low.size())};
+        return {m_low.data(), m_scale.data(), static_cast<std::int64_t>(m_low.size()), m_isUniform};
     }
 
 private:
     std::vector<Low> m_low;
     std::vector<Scale> m_scale;
+    bool m_isUniform;
 };
 
 }  // namespace ko

@@ -10,6 +10,7 @@
 #include "pixel/threshold_kernels.h"
 
 #include <algorithm>
+#include <cstring>
 #include <limits>
 #include <type_traits>
 #include <vector>
@@ -41,6 +42,14 @@ std::vector<T> alongRow(const std::vector<T>& channels)
     return channels.size() == 1 ? channels : repeated<T>(channels);
 }
 
+/// All values have the same bytes.
+template <class T>
+bool isOne(const std::vector<T>& channels) noexcept
+{
+    return std::all_of(channels.begin(), channels.end(),
+                       [&](const T& value) { return std::memcmp(&value, channels.data(), sizeof(T)) == 0; });
+}
+
 /// Thresholds in the source's type and results in the destination's, one per channel.
 template <class T, class Out>
 struct Levels {
@@ -50,6 +59,8 @@ struct Levels {
 
     std::int64_t count() const noexcept { return static_cast<std::int64_t>(thresholds.size()); }
     Levels alongRow() const { return {ko::alongRow(thresholds), ko::alongRow(lows), ko::alongRow(highs)}; }
+    /// All channels have the same ones.
+    bool areOne() const noexcept { return isOne(thresholds) && isOne(lows) && isOne(highs); }
     /// The levels of channel `first` and those behind it.
     BinaryLevels<T, Out> from(int first, std::int64_t period) const noexcept
     {
@@ -74,8 +85,8 @@ void binaryPlanes(const SxImageBuf& src, SxImageBuf& dst, BinaryRow<T, Out> row,
 template <class T, class Out>
 void binaryPixels(const SxImageBuf& src, SxImageBuf& dst, BinaryRow<T, Out> row, const Levels<T, Out>& levels)
 {
-    const Levels<T, Out> repeated = levels.alongRow();
-    const BinaryLevels<T, Out> all = repeated.from(0, repeated.count());
+    const Levels<T, Out> repeated = levels.areOne() ? levels : levels.alongRow();
+    const BinaryLevels<T, Out> all = repeated.from(0, levels.areOne() ? 1 : repeated.count());
     const std::int64_t samples = std::int64_t{src.width} * src.channels;
     rowsStatic(workOn(src, dst),
                [&](std::int64_t y) noexcept { row(rowOf(src, y), rowOf(dst, y), samples, all); });

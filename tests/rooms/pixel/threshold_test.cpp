@@ -1,4 +1,5 @@
 #include "support/check_table.h"
+#include "support/targets.h"
 #include "support/test_image.h"
 
 #include <ko/pixel.h>
@@ -224,6 +225,35 @@ TEST(ThresholdBinaryCopyValues, OfFloatsTakeNaNAsAboveNothing)
     EXPECT_EQ(dst.all<float>(), (std::vector<float>{-2.5F, -2.5F, 3.5F, -2.5F}));
     ASSERT_EQ(ThresholdBinary(src, dst, &none, &low, &high), ResultOk);
     EXPECT_EQ(dst.all<float>(), std::vector<float>(4, -2.5F));
+}
+
+TEST(ThresholdBinaryCopyValues, OfColoursMayBeTheSameForAllChannels)
+{
+    forEachTarget([] {
+        for (const int width : {1, 7, 64, 200}) {
+            const Layout layout{.width = width, .height = 2, .channels = 3};
+            TestImage src(layout), dst(layout);
+            src.fillRandom(static_cast<std::uint32_t>(width));
+            const Variants thresholds(3, 100), lows(3, 7), highs(3, 200);
+            ASSERT_EQ(ThresholdBinary(src, dst, thresholds.data(), lows.data(), highs.data()), ResultOk);
+            EXPECT_TRUE(dst.guardsIntact());
+            src.forEachSample([&](int x, int y, int c) {
+                ASSERT_EQ(dst.get<std::uint8_t>(x, y, c), src.get<std::uint8_t>(x, y, c) > 100 ? 200 : 7);
+            });
+        }
+    });
+}
+
+TEST(ThresholdBinaryCopyValues, TellZerosOfBothSignsApart)
+{
+    const Layout layout{.width = 1, .height = 1, .channels = 3, .type = Float32};
+    TestImage src(layout), dst(layout);
+    src.setAll<float>({0, 0, 0});
+    const Variants thresholds(3, 0.5F), lows{0.0F, -0.0F, 0.0F}, highs(3, 1.0F);
+    ASSERT_EQ(ThresholdBinary(src, dst, thresholds.data(), lows.data(), highs.data()), ResultOk);
+    EXPECT_FALSE(std::signbit(dst.get<float>(0, 0, 0)));
+    EXPECT_TRUE(std::signbit(dst.get<float>(0, 0, 1)));
+    EXPECT_FALSE(std::signbit(dst.get<float>(0, 0, 2)));
 }
 
 TEST(ThresholdBinaryCopyValues, ThatDoNotConvertActAsZero)
