@@ -48,9 +48,9 @@ private:
 };
 
 /// Throws ValueError for an image without the memory between and behind its rows, where an operation uses that.
-inline void needPadding(const ArrayImage& image, const char* name)
+inline void needAllBytes(const ArrayImage& image, const char* name)
 {
-    if (image.data != nullptr && !image.hasPadding())
+    if (image.data != nullptr && !image.ownsAllBytes())
         throw py::value_error(
             std::string(name) +
             ": rows with memory of others between them; the operation uses all bytes from the first "

@@ -29,7 +29,7 @@ template <class Number,
 py::tuple convertClearing(const ArrayImage& src, const ArrayImage& dst, NormalizationType normalization,
                           bool zeroBased)
 {
-    needPadding(dst, "dst");
+    needAllBytes(dst, "dst");
     const Source from(src);
     Destination to(dst);
     return measured<Number>(from, [&](Number* min, Number* max) {
@@ -78,7 +78,7 @@ void defineConvert(py::module_& module)
     module.def(
         "ScaleDoubleFloatToU",
         [](const ArrayImage& src, const ArrayImage& dst, double min, double max) {
-            needPadding(dst, "dst");
+            needAllBytes(dst, "dst");
             const Source from(src);
             Destination to(dst);
             return withoutGil([&] { return ScaleDoubleFloatToU(from, to, min, max); });

@@ -103,7 +103,7 @@ void defineMaskedJoint(py::module_& module)
         "HistogramMasked2D",
         [](const ArrayImage& src1, const ArrayImage& src2, const ArrayImage& mask,
            typename Argument<Joint&>::Given h) {
-            needPadding(mask, "mask");
+            needAllBytes(mask, "mask");
             const Source first(src1), second(src2), selecting(mask);
             const Argument<Joint&> counts(h);
             return withoutGil([&] { return HistogramMasked2D(first, second, selecting, counts.get()); });

@@ -139,7 +139,7 @@ void ArrayImage::describe(const py::array& samples, ExPixelPacking order)
             refuseLayout();
     }
     stride = sizeOf(step);
-    m_hasPadding = step == row;
+    m_ownsAllBytes = step == row;
 }
 
 py::object ArrayImage::array() const

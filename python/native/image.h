@@ -31,8 +31,8 @@ public:
     const py::object& memory() const { return m_memory; }
     bool isWritable() const { return m_isWritable; }
 
-    /// The memory between and behind the rows belongs to the image too.
-    bool hasPadding() const { return m_hasPadding; }
+    /// The bytes between and behind the rows are the image's: no larger array has pixels there.
+    bool ownsAllBytes() const { return m_ownsAllBytes; }
 
     /// The pixels as an array; None for an absent image.
     py::object array() const;
@@ -42,7 +42,7 @@ private:
 
     py::object m_memory;
     bool m_isWritable = true;
-    bool m_hasPadding = true;
+    bool m_ownsAllBytes = true;
 };
 
 /// An array that shares the memory of an object: an ndarray itself, or what has a buffer or the array interface.

@@ -71,7 +71,7 @@ void defineMasks(py::module_& module)
         "MaskImage",
         [](const ArrayImage& image, const ArrayImage& mask) {
             if (image.packing == Planar && image.channels > 1)
-                needPadding(image, "image");
+                needAllBytes(image, "image");
             Destination to(image);
             const Source selecting(mask);
             return withoutGil([&] { return MaskImage(to, selecting); });
@@ -89,7 +89,7 @@ void defineMasks(py::module_& module)
     module.def(
         "BinaryMask",
         [](const ArrayImage& src, const ArrayImage& mask, unsigned value) {
-            needPadding(src, "src");
+            needAllBytes(src, "src");
             const Source from(src);
             Destination to(mask);
             return withoutGil([&] { return BinaryMask(from, to, value); });

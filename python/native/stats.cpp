@@ -77,7 +77,7 @@ py::tuple means(int count, const Operation& operation)
 py::tuple mean(const ArrayImage& src, const QRect& roi)
 {
     if (src.packing == Planar && src.channels > 1)
-        needPadding(src, "src");
+        needAllBytes(src, "src");
     const Source from(src);
     const bool isColour = from->packing == Interleaved && from->channels > 1 && from->pixelFormat == 1;
     const int count = isColour ? std::min(from->channels, 3) : from->channels;
