@@ -14,6 +14,7 @@ import re
 import statistics
 import sys
 import time
+from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
 import cv2
@@ -21,6 +22,9 @@ import numpy as np
 import rows
 
 import koimproc as ko
+
+sys.path.insert(0, str(Path(__file__).parents[1]))
+from machine import processor  # noqa: E402
 
 ROUNDS = 9
 SECONDS_PER_ROW = 4.0
@@ -49,12 +53,19 @@ def seconds_of(function, clock, number=1):
 
 
 def medians(functions, clock):
-    """Median time of each of several functions, measured in turns."""
+    """Median time of each of several functions, measured in turns.
+
+    A call that is not timed comes before each that is, so that all find memory that has been in use; and another one
+    begins every round.
+    """
     times = {name: [] for name in functions}
+    names = list(functions)
     start = clock()
     for _ in range(ROUNDS):
-        for name, function in functions.items():
-            times[name].append(seconds_of(function, clock))
+        for name in names:
+            functions[name]()
+            times[name].append(seconds_of(functions[name], clock))
+        names.append(names.pop(0))
         if clock() - start > SECONDS_PER_ROW:
             break
     return {name: statistics.median(values) for name, values in times.items()}
@@ -136,11 +147,26 @@ def small_table(wanted):
     return lines
 
 
-def processor():
-    for line in Path("/proc/cpuinfo").read_text().splitlines():
-        if line.startswith("model name"):
-            return line.partition(":")[2].strip()
-    return platform.machine()
+def scaling_table():
+    """What two threads of Python get done, beside one: the interpreter is free while an operation runs."""
+    lines = ["", "## Threads of Python", "",
+             "Two threads of Python that each call a function on frames of their own, with one thread inside it: how many",
+             "times as much they get done as one, by the clock. 2 is the most on two processors.", "",
+             "| function | two threads beside one |", "|---|---|"]
+    for name, (first, second) in rows.independent().items():
+        both, alone = [], []
+        with ThreadPoolExecutor(2) as pool:
+            for _ in range(ROUNDS):
+                start = time.perf_counter()
+                list(pool.map(lambda function: function(), (first, second)))
+                both.append(time.perf_counter() - start)
+                start = time.perf_counter()
+                first()
+                second()
+                alone.append(time.perf_counter() - start)
+        lines.append(f"| {name} | {statistics.median(alone) / statistics.median(both):.2f} |")
+        print(lines[-1], file=sys.stderr, flush=True)
+    return lines
 
 
 def main():
@@ -154,7 +180,7 @@ def main():
                        python=platform.python_version(), numpy=np.__version__, opencv=cv2.__version__,
                        skimage=skimage.__version__, scipy=scipy.__version__, rounds=ROUNDS)
     numbers = [int(number) for number in sys.argv[3:]] or [1, 2]
-    lines = head.splitlines() + large_table(wanted, numbers) + small_table(wanted)
+    lines = head.splitlines() + large_table(wanted, numbers) + small_table(wanted) + scaling_table()
     table.write_text("\n".join(lines) + "\n")
 
 

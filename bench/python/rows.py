@@ -107,6 +107,39 @@ def large(bits):
         "OpenCV": lambda: cv2.demosaicing(a, cv2.COLOR_BayerRGGB2RGB)}
     table["demosaic, menon (others along edges)"] = {
         "koimproc": lambda: ko.demosaic(mosaic), "OpenCV": lambda: cv2.demosaicing(a, cv2.COLOR_BayerRGGB2RGB_EA)}
+    table["spots: flat field, Otsu, share above"] = {
+        "koimproc": lambda: spots_of_koimproc(f, flat),
+        "OpenCV": lambda: spots_of_opencv(a, flat),
+        "scikit-image": lambda: spots_of_scikit_image(a, flat, top)}
+    return table
+
+
+def spots_of_koimproc(f, flat):
+    """As one writes it with the package: a few functions in a row."""
+    even = ko.flat_field(f, flat)
+    return np.count_nonzero(ko.greater(even, ko.threshold_otsu(even))) / flat.size
+
+
+def spots_of_opencv(a, flat):
+    even = cv2.divide(a, flat, scale=cv2.mean(flat)[0])
+    _, marks = cv2.threshold(even, 0, 255, cv2.THRESH_BINARY | cv2.THRESH_OTSU)
+    return cv2.countNonZero(marks) / flat.size
+
+
+def spots_of_scikit_image(a, flat, top):
+    even = np.clip(a / flat * flat.mean(), 0, top).astype(a.dtype)
+    return (even > skimage.filters.threshold_otsu(even)).mean()
+
+
+def independent():
+    """Two calls of a function on frames of their own, with one thread inside."""
+    frames = [ko.Frame(picture(SIDE, 12, seed), 12) for seed in (1, 2)]
+    mosaics = [ko.Frame(np.asarray(frame), 12, "RGGB") for frame in frames]
+    calls = {"median, radius 2": lambda frame: ko.median(frame, 2, threads=1),
+             "sobel": lambda frame: ko.sobel(frame, threads=1),
+             "histogram": ko.histogram}
+    table = {name: [lambda call=call, frame=frame: call(frame) for frame in frames] for name, call in calls.items()}
+    table["demosaic, menon"] = [lambda frame=frame: ko.demosaic(frame, threads=1) for frame in mosaics]
     return table
 
 
