@@ -1,7 +1,9 @@
 """Threads: the same bytes, limits that hold, calls from many threads."""
 import os
+import signal
 import subprocess
 import sys
+import threading
 from concurrent.futures import ThreadPoolExecutor
 
 import numpy as np
@@ -91,3 +93,23 @@ def test_calls_on_the_same_and_on_other_frames_at_once():
             assert np.array_equal(found, wanted)
         for found in pool.map(lambda f: ko.moments(f), [F] * 16):
             assert found == ko.moments(F)
+
+
+def test_ctrl_c_waits_for_the_call_that_runs():
+    a = random_picture((1500, 1500))
+    expected = ko.median(a, 20)
+    out = np.zeros_like(a)
+    unfinished = []
+
+    def interrupt():
+        unfinished.append(not np.array_equal(out, expected))
+        os.kill(os.getpid(), signal.SIGINT)
+
+    timer = threading.Timer(0.02, interrupt)
+    timer.start()
+    with pytest.raises(KeyboardInterrupt):
+        while True:
+            out[...] = 0
+            ko.median(a, 20, out=out, threads=1)
+    assert unfinished == [True] and np.array_equal(out, expected)
+    assert np.array_equal(ko.median(a, 20), expected), "and the next call works"
