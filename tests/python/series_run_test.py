@@ -100,7 +100,7 @@ class TestRun:
         series = stored("tiff files", frames_of(1, (1000, 2000)), tmp_path)
         one = workers_within(1, None, series)
         assert one == 1
-        assert [workers_within(gigabytes << 30, 64, series) for gigabytes in (1, 2, 64)] == [8, 16, 64]
+        assert [workers_within(gigabytes << 30, 64, series) for gigabytes in (1, 2, 64)] == [4, 9, 64]
         assert ks.run({"operations": []}, series, tmp_path / "out", memory=1).done == 1
         with pytest.raises(ValueError, match="memory"):
             ks.run(recipe, series, tmp_path / "out", memory=1 << 30, scheduler="tcp://127.0.0.1:1")

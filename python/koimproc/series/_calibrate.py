@@ -8,12 +8,11 @@ from typing import Any, Optional
 import numpy as np
 import numpy.typing as npt
 
-from koimproc._defects import Correction
 from koimproc._filters import median
 from koimproc._stats import POSITIONS
 from koimproc.series._engine import Report
-from koimproc.series._files import PathLike, replacing
-from koimproc.series._recipe import RECORDS, apply
+from koimproc.series._files import PathLike
+from koimproc.series._recipe import RECORDS, correction_of, run
 from koimproc.series._results import write_frame
 from koimproc.series._series import Series
 from koimproc.series._sources import read_tiff
@@ -125,14 +124,7 @@ def calibrate(
     """
     records = os.path.join(os.path.abspath(out), RECORDS)
     os.makedirs(records, exist_ok=True)
-    correction, map_file = None, None
-    if defects is not None:
-        if defects.shape != series.shape[:2] or defects.dtype != np.bool_:
-            raise ValueError(f"defects: bool of shape {series.shape[:2]} is wanted, not {defects.dtype} of {defects.shape}")
-        correction = Correction(defects, 2 if series.bayer else 1)
-        map_file = os.path.join(records, "defects.npy")
-        with replacing(map_file) as file:
-            np.save(file, defects)
+    correction = None if defects is None else correction_of(defects, series)
     operation = {"op": "flatfield"}
     for option, frame in (("background", flat), ("dark", dark)):
         if frame is None:
@@ -144,7 +136,7 @@ def calibrate(
             correction.apply(frame)
         operation[option] = os.path.join(records, option + ".tif")
         _write_if_changed(operation[option], frame, series)
-    return apply({"operations": [operation]}, series, out, map_file, **engine)
+    return run({"operations": [operation]}, series, out, defects=defects, **engine)
 
 
 def _write_if_changed(path: str, frame: Array, series: Series) -> None:

@@ -18,12 +18,7 @@ class Mapped(Source):
     def __init__(self, series: Any, function: Callable[[Frame], Any]) -> None:
         self._series = series
         self._function = function
-        first = self._made(0)
-        if isinstance(first, Frame):
-            self.bits, self.bayer = first.bits, first.bayer
-
-    def _made(self, index: int) -> Any:
-        return self._function(Frame(self._series[index], self._series.bits, self._series.bayer))
+        self._is_first = True
 
     def names(self) -> list[str]:
         return list(self._series.names)
@@ -36,7 +31,10 @@ class Mapped(Source):
         return str(self._series.key()) + hashlib.sha256(library("cloudpickle").dumps(self._function)).hexdigest()
 
     def read(self, index: int) -> Array:
-        made = self._made(index)
-        if isinstance(made, Frame):
-            check_meaning((made.bits, made.bayer), self)
+        made = self._function(Frame(self._series[index], self._series.bits, self._series.bayer))
+        meaning = (made.bits, made.bayer) if isinstance(made, Frame) else (None, None)
+        if self._is_first:
+            self.bits, self.bayer = meaning
+            self._is_first = False
+        check_meaning(meaning, self)
         return samples_of(np.asarray(made))

@@ -12,6 +12,7 @@ from pathlib import Path
 from typing import Any, Optional, Union
 
 import numpy as np
+import numpy.typing as npt
 
 from koimproc._defects import Correction
 from koimproc.series._engine import (
@@ -33,9 +34,9 @@ from koimproc.series._sources import FrameError, tool
 
 # Where a directory of results keeps what it knows of the parts.
 RECORDS = ".koimproc-series"
-# What a worker takes beside frames, and how many times the bytes of a frame: pictures of three channels and the scratch
-# memory of an operation, measured with the centred demosaicing.
-_WORKER_BYTES = 64 << 20
+# What the tool takes beside frames, and how many times the bytes of a frame: pictures of three channels and the scratch
+# memory of an operation. Measured with demosaicing and a median of mosaics of 2 to 32 MiB: 162 to 546 MiB.
+_WORKER_BYTES = 160 << 20
 _FRAMES_AT_ONCE = 16
 
 Recipe = Union[PathLike, Mapping[str, Any]]
@@ -73,6 +74,12 @@ def _tool_run(recipe: str, inputs: Sequence[str], results: Results, scratch: str
     return outcomes
 
 
+def correction_of(defects: npt.NDArray[np.bool_], series: Series) -> Correction:
+    if defects.shape != series.shape[:2] or defects.dtype != np.bool_:
+        raise ValueError(f"defects: bool of shape {series.shape[:2]} is wanted, not {defects.dtype} of {defects.shape}")
+    return Correction(defects, 2 if series.bayer else 1)
+
+
 def _inputs_of(
     series: Series, part: Part, on_error: str, names: Sequence[str], defects: Optional[str], scratch: str,
     failed: list[tuple[str, str]],
@@ -81,9 +88,7 @@ def _inputs_of(
     given = series.inputs()
     if given is not None and defects is None:
         return {given[index]: index for index in range(part.start, part.stop)}
-    correction = None
-    if defects is not None:
-        correction = Correction(np.load(defects), 2 if series.bayer else 1)
+    correction = None if defects is None else correction_of(np.load(defects), series)
     inputs = {}
     for index, frame in frames_of(series, part, on_error, failed):
         if correction is not None:
@@ -173,6 +178,7 @@ def run(
     on_error: str = "raise",
     resume: bool = False,
     progress: Optional[Progress] = None,
+    defects: Optional[npt.NDArray[np.bool_]] = None,
 ) -> Report:
     """Apply a recipe of `ko run` to every frame. The results are the files that `ko run` writes, byte for byte.
 
@@ -196,6 +202,8 @@ def run(
         but always one.
     resume : bool
         Leave out parts whose results are in `out` already, from the same frames, the same recipe and the same parts.
+    defects : array of bool, optional
+        Of shape (rows, columns), such as `find_defects` makes: pixels that `correct_defects` replaces before.
 
     Raises
     ------
@@ -204,36 +212,6 @@ def run(
     ValueError
         For a recipe that `ko run` refuses, and for a Zarr array of another kind in `out`.
     """
-    return apply(
-        recipe,
-        series,
-        out,
-        None,
-        scheduler=scheduler,
-        workers=workers,
-        memory=memory,
-        frames_per_part=frames_per_part,
-        on_error=on_error,
-        resume=resume,
-        progress=progress,
-    )
-
-
-def apply(
-    recipe: Recipe,
-    series: Series,
-    out: PathLike,
-    defects: Optional[str],
-    *,
-    scheduler: Optional[str] = None,
-    workers: Optional[int] = None,
-    memory: Optional[int] = None,
-    frames_per_part: Optional[int] = None,
-    on_error: str = "raise",
-    resume: bool = False,
-    progress: Optional[Progress] = None,
-) -> Report:
-    """`run`, after the pixels that a map in a file names have been corrected."""
     check_engine(scheduler, workers, on_error)
     if memory is not None:
         if memory < 1 or scheduler not in (None, "processes"):
@@ -245,24 +223,33 @@ def apply(
     os.makedirs(records, exist_ok=True)
     path = _recipe_file(recipe, records)
     facts, ending = _facts_of(path)
-    if defects is not None:
-        facts.append(hashlib.sha256(Path(defects).read_bytes()).hexdigest())
+    map_file = None if defects is None else _map_file(defects, series, records, facts)
     names = result_names(series)
     results: Results = Files(out, names, ending)
     if out.endswith(".zarr"):
         results = Stack(out, names)
-        _create(results, path, series, on_error, defects)
+        _create(results, path, series, on_error, map_file)
     with team(scheduler, workers) as engine:
         return run_parts(
             engine,
             series,
             parts_of(series, frames_per_part, records, facts),
             _run_part,
-            (path, results, defects),
+            (path, results, map_file),
             resume=resume,
             on_error=on_error,
             progress=progress,
         )
+
+
+def _map_file(defects: npt.NDArray[np.bool_], series: Series, records: str, facts: list[str]) -> str:
+    """The file of a map of defects, which is one of the facts."""
+    correction_of(defects, series)  # refuses wrong maps before anything is read
+    path = os.path.join(records, "defects.npy")
+    with replacing(path) as file:
+        np.save(file, defects)
+    facts.append(hashlib.sha256(defects.tobytes()).hexdigest())
+    return path
 
 
 def _recipe_file(recipe: Recipe, records: str) -> str:
