@@ -31,7 +31,7 @@ mkdir "$made"
 
 ko=$tree/usr/bin/ko
 emulated "$ko" --version
-emulated "$ko" simulate docs/pictures/demosaiced.jpg -o "$made/mosaic.tif"
+emulated "$ko" simulate docs/pictures/developed.jpg -o "$made/mosaic.tif"
 emulated "$ko" demosaic "$made/mosaic.tif" -o "$made/colour.png"
 emulated "$ko" info "$made/colour.png"
 for file in man/man1/ko.1.gz bash-completion/completions/ko doc/koimproc-tools/tool.md; do
