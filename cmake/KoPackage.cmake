@@ -1,5 +1,6 @@
 # Debian packages, one per component: libkoimproc<SOVERSION> (both libraries), libkoimproc-dev,
-# koimproc-tools; where they are built, python3-koimproc and the packages of cmake/KoPackageGstreamer.cmake.
+# koimproc-tools; where they are built, python3-koimproc and the packages of cmake/KoPackageCamera.cmake
+# and cmake/KoPackageGstreamer.cmake.
 # `./dev package` builds them; the install prefix has to be /usr for the multiarch directories.
 find_program(KO_GZIP gzip REQUIRED)
 
@@ -18,6 +19,9 @@ set(library_package "libkoimproc${PROJECT_VERSION_MAJOR}")
 set(packages "runtime:${library_package}" "development:libkoimproc-dev" "tools:koimproc-tools")
 if(TARGET ko_python)
     list(APPEND packages "python:python3-koimproc")
+endif()
+if(TARGET kocamera)
+    list(APPEND packages "camera:libkocamera${PROJECT_VERSION_MAJOR}" "camera_development:libkocamera-dev")
 endif()
 if(TARGET kogstreamer)
     list(APPEND packages "gstreamer:libkogstreamer${PROJECT_VERSION_MAJOR}" "gstreamer_development:libkogstreamer-dev"
@@ -55,7 +59,8 @@ set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
-set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "${PROJECT_BINARY_DIR}/src")
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "${PROJECT_BINARY_DIR}/src" "${PROJECT_BINARY_DIR}/camera"
+                                                "${PROJECT_BINARY_DIR}/gstreamer")
 if(CMAKE_CROSSCOMPILING)
     set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE arm64)
     file(REAL_PATH "${CMAKE_SYSROOT}" CPACK_KO_SYSROOT)
@@ -118,6 +123,9 @@ set(CPACK_DEBIAN_PYTHON_PACKAGE_RECOMMENDS "python3-dask, python3-distributed, p
 set(CPACK_DEBIAN_PYTHON_PACKAGE_SUGGESTS "python3-astropy, python3-h5py, python3-openimageio, python3-zarr")
 set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA "${PROJECT_SOURCE_DIR}/packaging/python/postinst;\
 ${PROJECT_SOURCE_DIR}/packaging/python/prerm")
+if(TARGET kocamera)
+    include(KoPackageCamera)
+endif()
 if(TARGET kogstreamer)
     include(KoPackageGstreamer)
 endif()

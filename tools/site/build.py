@@ -33,6 +33,7 @@ PAGES = [
     (Path("docs/tool.md"), "tool", "The tool"),
     (SITE / "developing.md", "developing", "Developing"),
     (SITE / "live.md", "live", "Live cameras"),
+    (SITE / "camera.md", "camera", None),
     (Path("docs/performance.md"), "performance", "Performance"),
     (SITE / "python.md", "python", "Python"),
     (SITE / "python-api.md", "python-api", None),
