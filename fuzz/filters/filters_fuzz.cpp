@@ -32,6 +32,9 @@ void stretch(ByteReader& in, Outcome& out)
         other.height = std::min(layout.height * 2 >> shift, 400);
     }
     FuzzImage dst(in, other);
+    // For each row of one image there is a row as wide as the other: records that claim a lot would take seconds.
+    if (double{1} * src->height * dst->width > 1 << 20)
+        return;
     const auto interpolation = in.code({InterpolationNearest, InterpolationLinear});
     const ResultCode rc = Stretch(src, dst, interpolation);
     addCall(out, rc, dst, src);

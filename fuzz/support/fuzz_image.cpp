@@ -9,6 +9,10 @@ namespace {
 
 constexpr std::size_t mostMemory = std::size_t{1} << 19;
 
+/// Samples that a contradictory record may claim. Its rows may lie over each other, each a byte behind the one before:
+/// half a megabyte then holds 60 thousand million samples.
+constexpr double mostSamples = 1 << 17;
+
 /// Numbers without pattern, the same for the same seed everywhere.
 class Noise {
 public:
@@ -161,7 +165,8 @@ void FuzzImage::contradict(ByteReader& in)
 void FuzzImage::allocate(int misalignment)
 {
     const std::size_t bytes = imageByteSize(m_buf);
-    if (bytes > mostMemory) {
+    const double samples = double{1} * m_buf.width * m_buf.height * m_buf.channels;
+    if (bytes > mostMemory || (!m_isSound && samples > mostSamples)) {
         require(!m_isSound, "a layout that a fuzzer has no memory for");
         return;
     }
