@@ -67,23 +67,36 @@ def pkg_config(args):
     expect_output(program, env={**os.environ, "LD_LIBRARY_PATH": str(library_dir(args.prefix))})
 
 
-def headers(args):
-    """Every public header compiles on its own."""
+def public_headers(args):
     root = args.prefix / "include"
-    flags = include_flags(args)
     found = sorted(path.relative_to(root) for path in (root / "ko").rglob("*.h"))
     if Path("ko/koimproc.h") not in found:
         sys.exit("ko/koimproc.h is not installed")
+    return found
+
+
+def compile_headers(args, found):
     interop = {"qimage.h": f"{args.qt}Gui", "opencv.h": "opencv4"}  # what these headers need beside the package itself
-    for header in found:
-        foreign = include_flags(args, interop[header.name]) if header.parent.name == "interop" else []
-        run([args.compiler, *WARNINGS, "-fPIC", "-fsyntax-only", *flags, *foreign, "-x", "c++", "-"],
-            input=f"#include <{header}>\n")
+    foreign = [flag for header in found if header.parent.name == "interop"
+               for flag in include_flags(args, interop[header.name])]
+    run([args.compiler, *WARNINGS, "-fPIC", "-fsyntax-only", *include_flags(args), *foreign, "-x", "c++", "-"],
+        input="".join(f"#include <{header}>\n" for header in found))
+
+
+def headers(args):
+    """Every public header compiles on its own."""
+    for header in public_headers(args):
+        compile_headers(args, [header])
+
+
+def headers_together(args):
+    """All public headers compile in one source: for a second compiler, where the first has taken each on its own."""
+    compile_headers(args, public_headers(args))
 
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
-    ways = {way.__name__: way for way in (find_package, add_subdirectory, pkg_config, headers)}
+    ways = {way.__name__: way for way in (find_package, add_subdirectory, pkg_config, headers, headers_together)}
     parser.add_argument("--compiler", required=True)
     parser.add_argument("--flags", type=str.split, default=[])
     parser.add_argument("--work", type=Path, required=True, help="directory for what is built")
