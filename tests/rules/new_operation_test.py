@@ -65,7 +65,7 @@ def build(root):
         run = generate(tree, room, name)
         if run.returncode != 0:
             sys.exit(run.stdout)
-    targets = ["koimproc", "ko_client_test", "ko_threads_test", "ko_fuzzers", "ko_bench",
+    targets = ["koimproc", "ko_client_test", "ko_threads_test", "ko_stacks_test", "ko_fuzzers", "ko_bench",
                *(f"ko_{room}_test" for room in TRIALS)]
     tests = r"^(client\.tests|threads|fuzz|rules|" + "|".join(TRIALS) + r")\b"
     for command in (["cmake", "--preset", "release", "-DKO_BUILD_BENCH=ON", "-DKO_BUILD_TOOL=OFF"],
