@@ -1,7 +1,9 @@
 # What links GStreamer, where its development files are found: the library kogstreamer and the plugin.
-find_package(PkgConfig REQUIRED)
-pkg_check_modules(KO_GSTREAMER QUIET IMPORTED_TARGET gstreamer-1.0>=1.22 gstreamer-base-1.0>=1.22
-                  gstreamer-video-1.0>=1.22)
+find_package(PkgConfig QUIET)
+if(PKG_CONFIG_FOUND)
+    pkg_check_modules(KO_GSTREAMER QUIET IMPORTED_TARGET gstreamer-1.0>=1.22 gstreamer-base-1.0>=1.22
+                      gstreamer-video-1.0>=1.22)
+endif()
 if(KO_GSTREAMER_FOUND)
     add_subdirectory(gstreamer)
 else()

@@ -150,7 +150,9 @@ gboolean setCaps(GstBaseTransform* element, GstCaps* in, GstCaps* out)
     DemosaicState& state = *demosaicOf(element).state;
     state.demosaicer.reset();
     state.input = ko::gst::frameFormat(in);
-    if (!state.input || !gst_video_info_from_caps(&state.output, out))
+    // The size of a pool's buffers has 32 bits.
+    if (!state.input || !gst_video_info_from_caps(&state.output, out) ||
+        GST_VIDEO_INFO_SIZE(&state.output) > G_MAXUINT)
         return FALSE;
     const bool isReversed = GST_VIDEO_INFO_COMP_POFFSET(&state.output, GST_VIDEO_COMP_B) == 0;
     try {
