@@ -6,7 +6,6 @@ import os
 from dataclasses import dataclass
 from typing import Any, Optional
 
-import numpy as np
 import numpy.typing as npt
 
 from koimproc.series._files import PathLike, replacing
