@@ -12,6 +12,7 @@
 
 #include <csignal>
 #include <net/if.h>
+#include <netinet/in.h>
 #include <sched.h>
 #include <sys/ioctl.h>
 #include <sys/prctl.h>
@@ -33,20 +34,31 @@ bool isPortTaken()
     return false;
 }
 
-/// The fake camera's description of itself with more pixel formats.
-std::string descriptionWith(const std::vector<PixelFormat>& formats)
+/// The fake camera's description of itself.
+std::string ownDescription()
 {
     ArvFakeCamera* const camera = arv_fake_camera_new("GV01");
     std::size_t size = 0;
     const char* const text = arv_fake_camera_get_genicam_xml(camera, &size);
     std::string description(text, size);
     g_object_unref(camera);
+    return description;
+}
+
+void addFormats(std::string& description, const std::vector<PixelFormat>& formats)
+{
     std::string entries;
     for (const auto& [name, code] : formats)
         entries += "<EnumEntry Name=\"" + name + "\" NameSpace=\"Standard\"><Value>" + std::to_string(code) +
                    "</Value></EnumEntry>";
-    const std::string before = "<pValue>PixelFormatRegister</pValue>";
-    return description.insert(description.find(before), entries);
+    description.insert(description.find("<pValue>PixelFormatRegister</pValue>"), entries);
+}
+
+/// Numbers as the stream's protocol has them, the upper byte first.
+void append(std::vector<std::uint8_t>& packet, std::uint64_t value, int bytes)
+{
+    for (int i = bytes - 1; i >= 0; --i)
+        packet.push_back(static_cast<std::uint8_t>(value >> (8 * i)));
 }
 
 }  // namespace
@@ -146,11 +158,17 @@ struct FakeCamera::Camera {
 };
 
 FakeCamera::FakeCamera(Fill fill, const std::vector<PixelFormat>& formats)
+    : FakeCamera(std::move(fill), [&](std::string& description) { addFormats(description, formats); })
+{
+}
+
+FakeCamera::FakeCamera(Fill fill, const std::function<void(std::string& description)>& describe)
     : m_camera(std::make_unique<Camera>())
 {
     m_camera->fill = std::move(fill);
     m_camera->description.open();
-    const std::string text = descriptionWith(formats);
+    std::string text = ownDescription();
+    describe(text);
     m_camera->description.write(text.data(), static_cast<qint64>(text.size()));
     m_camera->description.flush();
     EXPECT_TRUE(waitFor([] { return !isPortTaken(); }));
@@ -164,6 +182,52 @@ FakeCamera::FakeCamera(Fill fill, const std::vector<PixelFormat>& formats)
 FakeCamera::~FakeCamera()
 {
     g_object_unref(m_camera->camera);
+}
+
+void FakeCamera::sendFrame(std::uint16_t frameId, std::uint16_t payloadType, int width, int height,
+                           const std::vector<std::uint8_t>& data)
+{
+    constexpr std::uint32_t packetSizeRegister = 0x0d04;
+    constexpr std::uint32_t headers = 20 + 8 + 8;  // of IP, UDP and the stream's protocol
+    enum Kind : std::uint8_t { First = 1, Last = 2, Data = 3 };
+    ArvFakeCamera* const camera = arv_gv_fake_camera_get_fake_camera(m_camera->camera);
+    guint32 packetSize = 0;
+    arv_fake_camera_read_register(camera, packetSizeRegister, &packetSize);
+    const std::size_t room = (packetSize & 0xffff) - headers;
+    GSocketAddress* const address = arv_fake_camera_get_stream_address(camera);
+    sockaddr_in target{};
+    g_socket_address_to_native(address, &target, sizeof target, nullptr);
+    g_object_unref(address);
+    const int handle = socket(AF_INET, SOCK_DGRAM, 0);
+    std::uint32_t number = 0;
+    const auto send = [&](Kind kind, const std::vector<std::uint8_t>& content) {
+        std::vector<std::uint8_t> packet;
+        append(packet, 0, 2);
+        append(packet, frameId, 2);
+        append(packet, kind, 1);
+        append(packet, number++, 3);
+        packet.insert(packet.end(), content.begin(), content.end());
+        EXPECT_EQ(sendto(handle, packet.data(), packet.size(), 0, reinterpret_cast<const sockaddr*>(&target),
+                         sizeof target),
+                  static_cast<ssize_t>(packet.size()));
+    };
+    std::vector<std::uint8_t> first;
+    append(first, 0, 2);
+    append(first, payloadType, 2);
+    append(first, 123456789, 8);  // when
+    append(first, ARV_PIXEL_FORMAT_MONO_8, 4);
+    append(first, static_cast<std::uint64_t>(width), 4);
+    append(first, static_cast<std::uint64_t>(height), 4);
+    append(first, 0, 12);  // where, and what fills up the rows
+    send(First, first);
+    for (std::size_t at = 0; at < data.size(); at += room)
+        send(Data, {data.begin() + static_cast<std::ptrdiff_t>(at),
+                    data.begin() + static_cast<std::ptrdiff_t>(std::min(at + room, data.size()))});
+    std::vector<std::uint8_t> last;
+    append(last, payloadType, 4);
+    append(last, static_cast<std::uint64_t>(height), 4);
+    send(Last, last);
+    close(handle);
 }
 
 void FakeCamera::writeRegister(std::uint32_t address, std::uint32_t value)

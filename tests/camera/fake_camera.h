@@ -66,6 +66,14 @@ public:
     FakeCamera(const FakeCamera&) = delete;
     FakeCamera& operator=(const FakeCamera&) = delete;
 
+    /// With a description of its own instead, made of Aravis' by a function.
+    FakeCamera(Fill fill, const std::function<void(std::string& description)>& describe);
+
+    /// Sends a frame of its own making to whoever receives the stream: a first packet with what it holds, its data, a
+    /// last packet. Only where the camera sends none itself, as while it waits for a trigger.
+    void sendFrame(std::uint16_t frameId, std::uint16_t payloadType, int width, int height,
+                   const std::vector<std::uint8_t>& data);
+
     /// Behind the back of whoever controls it.
     void writeRegister(std::uint32_t address, std::uint32_t value);
 
