@@ -66,7 +66,13 @@ out = numpy.zeros((4, 4), numpy.int32)
 assert ko.Sobel(ko.SxImageBuf(numpy.eye(4, dtype=numpy.uint8)), ko.SxImageBuf(out)) == ko.ResultOk and out.any()"'
 inside koimproc-series --version
 
-# Its manual page and what shells complete, found where `man` and the shells look.
+# The elements, as GStreamer finds them.
+install gstreamer1.0-tools gstreamer1.0-plugins-base
+install '/packages/gstreamer1.0-koimproc_*.deb /packages/libkogstreamer1_*.deb'
+says 'Demosaicing' gst-inspect-1.0 kodemosaic
+inside gst-launch-1.0 -q videotestsrc num-buffers=1 ! video/x-bayer,format=rggb ! kodemosaic ! fakesink
+
+# The manual page of the tool and what shells complete, found where `man` and the shells look.
 install man-db bash-completion fish zsh
 warnings=$(inside man --warnings ko 2>&1 >/dev/null)
 [ -z "$warnings" ] || fail "$warnings"
@@ -78,7 +84,7 @@ says '_ko' zsh -fc 'autoload -Uz compinit; compinit -uD; print -r -- $_comps[ko]
 
 # Programs of others.
 install g++ cmake ninja-build pkg-config python3 qtbase5-dev
-install '/packages/libkoimproc-dev_*.deb'
+install '/packages/libkoimproc-dev_*.deb /packages/libkogstreamer-dev_*.deb'
 for way in find_package pkg_config; do
     inside python3 /packages/client/consume.py --compiler g++ --work /packages/built --prefix /usr $way
 done
@@ -103,7 +109,8 @@ inside sh -c 'cd / && /packages/environment/bin/python -c "
 import koimproc.native as ko
 assert ko.__file__.startswith(\"/packages/environment/\"), ko.__file__"'
 
-names=(libkoimproc-dev libkoimproc1 koimproc-tools python3-koimproc)
+names=(libkoimproc-dev libkoimproc1 koimproc-tools python3-koimproc
+    libkogstreamer-dev libkogstreamer1 gstreamer1.0-koimproc)
 inside dpkg -L "${names[@]}" | sort -u > "$system/packages/installed"
 inside apt-get purge -y -qq "${names[@]}" >/dev/null
 
