@@ -202,11 +202,8 @@ GstFlowReturn transform(GstBaseTransform* element, GstBuffer* in, GstBuffer* out
 {
     DemosaicState& state = *demosaicOf(element).state;
     ko::gst::FrameView mosaic(in, state.input->info, GST_MAP_READ);
-    if (!mosaic) {
-        GST_ELEMENT_ERROR(element, STREAM, FORMAT, ("A buffer is too short for its frame."),
-                          ("%" G_GSIZE_FORMAT " bytes", gst_buffer_get_size(in)));
-        return GST_FLOW_ERROR;
-    }
+    if (!mosaic)
+        return ko::gst::refuseShortBuffer(element, in);
     GstVideoFrame frame;
     if (!gst_video_frame_map(&frame, &state.output, out, GST_MAP_WRITE)) {
         GST_ELEMENT_ERROR(element, RESOURCE, WRITE, ("A buffer for a picture cannot be mapped."), (nullptr));
@@ -265,14 +262,10 @@ static void ko_demosaic_class_init(KoDemosaicClass* type)
                                                       ko::gst::changeableProperty));
     gst_type_mark_as_plugin_api(methodType(), static_cast<GstPluginAPIFlags>(0));
 
-    auto* const element = GST_ELEMENT_CLASS(type);
-    gst_element_class_add_static_pad_template(element, &sinkTemplate);
-    gst_element_class_add_static_pad_template(element, &srcTemplate);
-    gst_element_class_set_static_metadata(element, "Demosaicing", "Filter/Converter/Video",
-                                          "Makes colour pictures of raw mosaics of 8 to 16 bits; colours "
-                                          "stay where the sensor saw them. The levels of 10 "
-                                          "to 14 bits are spread over 16.",
-                                          ko::gst::author);
+    ko::gst::describeElement(type, sinkTemplate, srcTemplate, "Demosaicing", "Filter/Converter/Video",
+                             "Makes colour pictures of raw mosaics of 8 to 16 bits; colours "
+                             "stay where the sensor saw them. The levels of 10 "
+                             "to 14 bits are spread over 16.");
 
     auto* const base = GST_BASE_TRANSFORM_CLASS(type);
     base->transform_caps = transformCaps;

@@ -11,7 +11,12 @@ GType ko_stats_get_type();
 
 namespace ko::gst {
 
-constexpr const char* author = "koimproc developers <koimproc@lists.example.com>";
+/// Gives a class its pads and what gst-inspect-1.0 shows of it. All texts are literals.
+void describeElement(gpointer elementClass, GstStaticPadTemplate& sink, GstStaticPadTemplate& src,
+                     const char* name, const char* kind, const char* description);
+
+/// Reports a buffer that ends before its frame.
+GstFlowReturn refuseShortBuffer(gpointer element, GstBuffer* buffer);
 
 /// Flags of a property that may be changed at any time.
 constexpr auto changeableProperty =

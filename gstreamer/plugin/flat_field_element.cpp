@@ -123,11 +123,8 @@ GstFlowReturn transformInPlace(GstBaseTransform* element, GstBuffer* buffer)
 {
     FlatFieldState& state = stateOf(element);
     ko::gst::FrameView frame(buffer, state.format, GST_MAP_READWRITE);
-    if (!frame) {
-        GST_ELEMENT_ERROR(element, STREAM, FORMAT, ("A buffer is too short for its frame."),
-                          ("%" G_GSIZE_FORMAT " bytes", gst_buffer_get_size(buffer)));
-        return GST_FLOW_ERROR;
-    }
+    if (!frame)
+        return ko::gst::refuseShortBuffer(element, buffer);
     state.field->correct(frame.image());
     return GST_FLOW_OK;
 }
@@ -178,14 +175,10 @@ static void ko_flat_field_class_init(KoFlatFieldClass* type)
     addLocation(object, PropertyDark, "dark-location", "Dark location",
                 "PGM file with a picture taken without light, likewise; none: nothing is subtracted");
 
-    auto* const element = GST_ELEMENT_CLASS(type);
-    gst_element_class_add_static_pad_template(element, &sinkTemplate);
-    gst_element_class_add_static_pad_template(element, &srcTemplate);
-    gst_element_class_set_static_metadata(element, "Flat field", "Filter/Effect/Video",
-                                          "Divides out what a lens and a sensor do to an evenly lit field: "
-                                          "(sample - dark) / (flat - dark) * mean, with the "
-                                          "mean of flat - dark of the sample's colour. Works in place.",
-                                          ko::gst::author);
+    ko::gst::describeElement(type, sinkTemplate, srcTemplate, "Flat field", "Filter/Effect/Video",
+                             "Divides out what a lens and a sensor do to an evenly lit field: "
+                             "(sample - dark) / (flat - dark) * mean, with the "
+                             "mean of flat - dark of the sample's colour. Works in place.");
 
     auto* const base = GST_BASE_TRANSFORM_CLASS(type);
     base->start = start;

@@ -140,11 +140,8 @@ GstFlowReturn look(GstBaseTransform* element, GstBuffer* buffer)
         return GST_FLOW_OK;
     state.framesSince = 1;
     ko::gst::FrameView view(buffer, state.format, GST_MAP_READ);
-    if (!view) {
-        GST_ELEMENT_ERROR(element, STREAM, FORMAT, ("A buffer is too short for its frame."),
-                          ("%" G_GSIZE_FORMAT " bytes", gst_buffer_get_size(buffer)));
-        return GST_FLOW_ERROR;
-    }
+    if (!view)
+        return ko::gst::refuseShortBuffer(element, buffer);
     try {
         ko::orThrow(HistogramEx(view.image(), state.histogram));
         GstStructure* const structure = gst_structure_new_empty("kostats");
@@ -196,15 +193,11 @@ static void ko_stats_class_init(KoStatsClass* type)
                           "Counts of a histogram; frames with fewer levels have one for each level", 1, 65536,
                           256, ko::gst::changeableProperty));
 
-    auto* const element = GST_ELEMENT_CLASS(type);
-    gst_element_class_add_static_pad_template(element, &sinkTemplate);
-    gst_element_class_add_static_pad_template(element, &srcTemplate);
-    gst_element_class_set_static_metadata(
-        element, "Statistics", "Filter/Analyzer/Video",
+    ko::gst::describeElement(
+        type, sinkTemplate, srcTemplate, "Statistics", "Filter/Analyzer/Video",
         "Posts element messages named kostats: arrays with an entry per colour (colours, minimum, maximum, "
         "mean, clipped, "
-        "histogram) and focus, the variance of the Laplacian. Frames pass as they are.",
-        ko::gst::author);
+        "histogram) and focus, the variance of the Laplacian. Frames pass as they are.");
 
     auto* const base = GST_BASE_TRANSFORM_CLASS(type);
     base->start = start;
