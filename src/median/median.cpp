@@ -3,9 +3,9 @@
 #include "base/boundary.h"
 #include "base/checks.h"
 #include "base/rows.h"
+#include "median/columns.h"
 #include "median/network.h"
 #include "median/plan.h"
-#include "median/search.h"
 #include "median/tiles.h"
 
 #include <new>
@@ -43,8 +43,8 @@ void prepareScratch(MedianBuffer& buffer, std::int64_t radius)
         buffer.scratch.reserve(static_cast<std::size_t>(omp_get_max_threads()), networkScratchBytes());
     else if (hasTileMedians(type, radius))
         buffer.scratch.reserve(strips.size(), tileScratchBytes(type, radius));
-    else if (radius <= largestSearchRadius)
-        buffer.scratch.reserve(strips.size(), searchScratchBytes(strips, type, radius));
+    else if (radius <= largestColumnRadius)
+        buffer.scratch.reserve(strips.size(), columnScratchBytes(strips, type, radius));
     else
         throw std::bad_alloc();
 }
@@ -107,9 +107,9 @@ ResultCode Median(const SxImageBuf& src, SxImageBuf& dst, int radius, void* buff
         }
         const std::vector<MedianStrip>& strips = work->plan->strips;
         const bool isSorted = hasTileMedians(src.dataType, radius);
-        const auto medians = isSorted ? &tileMedians : &searchMedians;
-        // Sorting takes longer the larger the windows are, searching hardly does.
-        const RowWork rows = workOn(src, dst).times(isSorted ? 12 * radius : 300);
+        const auto medians = isSorted ? &tileMedians : &columnMedians;
+        // Sorting takes longer the larger the windows are, counting hardly does.
+        const RowWork rows = workOn(src, dst).times(isSorted ? 12 * radius : 100);
         const auto count = static_cast<std::int64_t>(strips.size());
         rowsDynamic({count, rows.bytes * rows.rows / count}, [&](std::int64_t i) noexcept {
             const auto index = static_cast<std::size_t>(i);

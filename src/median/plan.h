@@ -7,24 +7,27 @@
 // goes through it at once, and windows side by side share most of it. It grows with the square of the
 // radius; from radius 4 on, its values no longer fit into the registers.
 //
-// Radius 4 to 7, tiles (tile*): the windows of 4 x 4 pixels share most of their samples, which are sorted
+// Radius 4 to 9, tiles (tile*): the windows of 4 x 4 pixels share most of their samples, which are sorted
 // once for all of them. What is left is added while the tile is halved. It also grows with the radius, but
-// slower. Processors without vectors search for bytes instead, which is faster there.
+// slower. Processors without vectors count bytes instead, and deeper samples from radius 8 on, which is faster
+// there.
 //
-// From radius 8 on, search (search*): all pixels of a block halve the range of values that their median lies
-// in. The radius costs little. Bytes are searched for as they are; 16-bit samples are sorted first, and
-// what is searched for is a place in that order.
+// From radius 10 on, columns (column*): every column keeps a histogram of its samples in the rows of the
+// windows, and a window's histogram is the sum of its columns'. Neighbours differ by two columns, so the radius
+// costs little, and what the image shows costs almost nothing. Bytes are counted as they are; deeper samples get
+// codes of 12 bits first, which are their values where these lie close enough together, and otherwise their
+// places in ascending order.
 //
 // The words of this room:
 //
 //   window  the square around a pixel that the median is taken of
-//   strip   a vertical part of the image that one thread works on at a time (tiles, search)
+//   strip   a vertical part of the image that one thread works on at a time (tiles, columns)
 //   band    rows that one thread works on at a time (networks)
 //   tile    4 x 4 pixels whose medians are found together
-//   block   a part of a strip, one channel of it, that is searched at a time
+//   block   a part of a strip, one channel of it, whose columns have histograms at a time
 //   piece   as many columns as a kernel takes at a time (networks, tiles)
 //
-// What windows find outside the image is the same for all engines: `outside.h`.
+// Networks and tiles want whole windows. What these find outside the image is the same for both: `outside.h`.
 #pragma once
 
 #include "base/cache_line.h"

@@ -9,8 +9,8 @@ namespace ko {
 /// Comparators to be applied in order, each moving the smaller value to `low`; afterwards the value of rank i
 /// is at `order[i]`.
 struct SortingNetwork {
-    static constexpr std::size_t mostPlaces = 144;
-    static constexpr std::size_t mostComparators = 768;
+    static constexpr std::size_t mostPlaces = 234;
+    static constexpr std::size_t mostComparators = 830;
 
     struct Comparator {
         int low;

@@ -61,6 +61,17 @@ private:
         static constexpr int count = std::min(size - 1, kMiddle) - first + 1;
     };
 
+    using TileCore = Core<kSide, kSide>;
+
+    /// The first columns of the tile's core, sorted: the ranks that the core may need.
+    template <int kColumns>
+    struct Gathered {
+        static constexpr int size = kColumns * kShort;
+        static constexpr int first = std::max(0, TileCore::first - (kShort * kShort - size));
+        static constexpr int count = std::min(size, TileCore::first + TileCore::count) - first;
+    };
+    static_assert(Gathered<4>::count == 4 * kShort);
+
     /// What halving a part makes; both halves use it.
     template <bool kDown, int kAlong, int kAcross>
     struct Halves {
@@ -81,8 +92,8 @@ private:
         alignas(64) T pairs[2][2 * kShort * pitch];
         alignas(64) T fours[4 * kShort * pitch];
         alignas(64) T medians[kSide * kSide][lanes];
-        Sorted<T, Core<kSide, kSide>::count> core;
-        Sorted<T, 8 * kShort> eight;
+        alignas(64) T gathered[2][(TileCore::first + TileCore::count) * lanes];
+        Sorted<T, TileCore::count> core;
         std::array<Sorted<T, kShort>, 2 * (kSide - 1)> rows;
         Halves<false, kSide, kSide> halves;
     };
@@ -158,25 +169,27 @@ private:
         std::array<List<T, crossingLength, kCrossingPitch>, 2 * (kAcross - 1)> crossing;
     };
 
+    /// Merges the columns of the core, four or two at a time, beginning with a list of the first `kColumns`.
+    template <int kColumns, std::int64_t kPitch>
+    void gather(List<T, Gathered<kColumns>::count, kPitch> list) noexcept
+    {
+        constexpr int added = kShort - kColumns >= 4 ? 4 : 2, columns = kColumns + added;
+        using Next = Gathered<columns>;
+        constexpr int dropped = Next::first - Gathered<kColumns>::first, place = kSide - 1 + kColumns;
+        T* const to = columns == kShort ? m_memory.core.samples : m_memory.gathered[columns / 4 % 2];
+        if constexpr (added == 4)
+            Merge<dropped, Next::count>(list, fourColumns(place), to);
+        else
+            Merge<dropped, Next::count>(list, columnPair(place), to);
+        if constexpr (columns < kShort)
+            gather<columns, lanes>({to});
+    }
+
     /// Sorts the core of the tiles and the rows beside it.
     void wholeTile() noexcept
     {
-        using TileCore = Core<kSide, kSide>;
         Memory& m = m_memory;
-        constexpr int rest = kShort % 4 == 0 ? 4 : 2;
-        constexpr int start = kSide - 1;
-        const auto last = [&] {
-            if constexpr (rest == 4)
-                return fourColumns(start + kShort - 4);
-            else
-                return columnPair(start + kShort - 2);
-        }();
-        if constexpr (kShort - rest == 4) {
-            Merge<TileCore::first, TileCore::count>(fourColumns(start), last, m.core.samples);
-        } else {
-            Merge<0, 8 * kShort>(fourColumns(start), fourColumns(start + 4), m.eight.samples);
-            Merge<TileCore::first, TileCore::count>(List<T, 8 * kShort>(m.eight), last, m.core.samples);
-        }
+        gather<4, pitch>(fourColumns(kSide - 1));
         Part<kSide, kSide, pitch, lanes> part{0, 0, m.core, {}, {}};
         for (int i = 0; i < kSide - 1; ++i) {
             sortRow(i, m.rows[i].samples, std::make_index_sequence<kShort>());

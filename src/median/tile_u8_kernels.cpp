@@ -15,13 +15,14 @@ namespace {
 const MedianTileKernels<std::uint8_t>& Kernels()
 {
 #if HWY_TARGET == HWY_SCALAR
-    // One lane finds bytes faster by searching.
+    // One lane counts bytes faster than it sorts them.
     static constexpr MedianTileKernels<std::uint8_t> kernels{&Split<std::uint8_t>, {}};
 #else
     static constexpr MedianTileKernels<std::uint8_t> kernels{
         &Split<std::uint8_t>,
         {TileRow<std::uint8_t, 4>::kernel, TileRow<std::uint8_t, 5>::kernel, TileRow<std::uint8_t, 6>::kernel,
-         TileRow<std::uint8_t, 7>::kernel}};
+         TileRow<std::uint8_t, 7>::kernel, TileRow<std::uint8_t, 8>::kernel,
+         TileRow<std::uint8_t, 9>::kernel}};
 #endif
     return kernels;
 }

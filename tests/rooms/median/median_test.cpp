@@ -2,6 +2,7 @@
 #include "base/dispatch.h"
 #include "median/plan.h"
 #include "oracle/median.h"
+#include "rooms/median/work_buffer.h"
 #include "support/check_table.h"
 #include "support/failing_new.h"
 #include "support/targets.h"
@@ -19,47 +20,6 @@ namespace {
 
 constexpr int intMax = std::numeric_limits<int>::max();
 constexpr int intMin = std::numeric_limits<int>::min();
-
-/// Most tests are about values and take one thread.
-class Threads {
-public:
-    explicit Threads(int count) { omp_set_num_threads(count); }
-    ~Threads() { omp_set_num_threads(m_before); }
-    Threads(const Threads&) = delete;
-    Threads& operator=(const Threads&) = delete;
-
-private:
-    int m_before = omp_get_max_threads();
-};
-
-/// A work buffer that is released with its scope.
-class WorkBuffer {
-public:
-    WorkBuffer(const SxImageInfo& info, int radius)
-    {
-        EXPECT_EQ(MedianAllocBuffer(info, radius, &m_buffer), ResultOk);
-    }
-    ~WorkBuffer() { MedianFreeBuffer(m_buffer); }
-    WorkBuffer(const WorkBuffer&) = delete;
-    WorkBuffer& operator=(const WorkBuffer&) = delete;
-
-    operator void*() const { return m_buffer; }
-    MedianBuffer* operator->() const { return static_cast<MedianBuffer*>(m_buffer); }
-
-private:
-    void* m_buffer = nullptr;
-};
-
-SxImageInfo infoOf(int width, int height, ExImageDataType type = UInt8, int bits = 8, int channels = 1)
-{
-    SxImageInfo info;
-    info.width = width;
-    info.height = height;
-    info.channels = channels;
-    info.bitsPerSample = bits;
-    info.dataType = type;
-    return info;
-}
 
 struct MedianArgs {
     static constexpr Layout layout{.width = 7, .height = 6, .type = UInt16, .bits = 12};
@@ -253,44 +213,6 @@ TEST(MedianFreeBufferChecks, AllowNull)
     MedianFreeBuffer(nullptr);
 }
 
-TEST(MedianPlans, ChooseCountersThatHoldAWholeWindow)
-{
-    for (const auto& [radius, width] : {std::pair{0, 1U}, {7, 1U}, {8, 2U}, {127, 2U}, {128, 4U}, {1000, 4U}})
-        EXPECT_EQ(WorkBuffer(infoOf(3000, 1), radius)->counterWidth, width) << radius;
-}
-
-TEST(MedianPlans, RecordTheFormatAndWhatAStripReads)
-{
-    const Threads two(2);
-    const SxImageInfo info = infoOf(2048, 100, UInt16, 12, 3);
-    const WorkBuffer made(info, 5);
-    EXPECT_TRUE(sameFormat(made->plan->info, info));
-    const std::vector<MedianStrip>& strips = made->plan->strips;
-    ASSERT_EQ(strips.size(), 2U);
-    EXPECT_EQ(strips[0].firstRow, 0);
-    EXPECT_EQ(strips[0].lastRow, 99);
-    EXPECT_EQ(strips[0].bins, 4096);
-    EXPECT_EQ(strips[0].channels, 3);
-    EXPECT_EQ(strips[0].lastColumn, 1018) << "as much to read as half of the image";
-    EXPECT_EQ(strips[0].sourceColumns, 1024);
-    EXPECT_EQ(strips[1].sourceColumns, 2048 - 1019 + 5);
-}
-
-TEST(MedianPlans, CoverAllColumnsOnceForAnyWidthRadiusAndNumberOfThreads)
-{
-    for (const int threads : {1, 2, 3, 8, 61})
-        for (int radius = 0; radius <= 9; ++radius)
-            for (int width = 2 * radius + 1; width < 200; ++width) {
-                int next = 0;
-                for (const MedianStrip& strip : cutIntoStrips(infoOf(width, 3), radius, threads)) {
-                    ASSERT_EQ(strip.firstColumn, next) << width << " " << radius << " " << threads;
-                    ASSERT_GE(strip.lastColumn, strip.firstColumn);
-                    next = strip.lastColumn + 1;
-                }
-                ASSERT_EQ(next, width) << radius << " " << threads;
-            }
-}
-
 TEST(MedianValues, OfACornerAreTheLowerMiddleAndOfTheCentreTheMiddle)
 {
     TestImage src(Layout{.width = 3, .height = 3});
@@ -358,28 +280,38 @@ struct Case {
     Pattern pattern = Pattern::Random;
 };
 
-/// The twin is asked once, every kernel build has to agree with it.
-void compareWithTwin(const Case& c, void* buffer = nullptr)
+Layout layoutOf(const Case& c)
 {
-    const Layout layout{.width = c.width,
-                        .height = c.height,
-                        .channels = c.channels,
-                        .type = c.type,
-                        .padding = 3 + c.width % 2,
-                        .misalignment = 1 + c.height % 2};
-    TestImage src(layout), expected(layout);
-    fill(src, c.pattern);
+    return {.width = c.width,
+            .height = c.height,
+            .channels = c.channels,
+            .type = c.type,
+            .padding = 3 + c.width % 2,
+            .misalignment = 1 + c.height % 2};
+}
+
+/// The twin is asked once, every kernel build has to agree with it.
+void compareWithTwin(TestImage& src, const Case& c, void* buffer = nullptr)
+{
+    TestImage expected(layoutOf(c));
     src->bitsPerSample = c.bits;
     (void)dispatch(ByTypeOf<UInt8, UInt16>{}, c.type, {},
                    [&]<class T>(std::type_identity<T>) { oracle::median<T>(src, expected, c.radius); });
     forEachTarget([&] {
-        TestImage dst(layout);
+        TestImage dst(layoutOf(c));
         dst->bitsPerSample = c.bits;
         ASSERT_EQ(Median(src, dst, c.radius, buffer), ResultOk);
         ASSERT_TRUE(dst.bytes() == expected.bytes())
             << "type " << c.type << " channels " << c.channels << " bits " << c.bits << " radius " << c.radius
             << " " << c.width << " x " << c.height << " pattern " << static_cast<int>(c.pattern);
     });
+}
+
+void compareWithTwin(const Case& c, void* buffer = nullptr)
+{
+    TestImage src(layoutOf(c));
+    fill(src, c.pattern);
+    compareWithTwin(src, c, buffer);
 }
 
 /// Containers of one and three channels.
@@ -395,7 +327,7 @@ TEST(MedianTargets, EqualTheTwinFromTheSmallestImageOnForEveryRadius)
 {
     const Threads one(1);
     forEachContainer([](ExImageDataType type, int channels, int bits) {
-        for (int radius = 0; radius <= 9; ++radius)
+        for (int radius = 0; radius <= 11; ++radius)
             for (const int more : {0, 1, 2, 5, 16, 40})
                 compareWithTwin(
                     {type, channels, bits, radius, 2 * radius + 1 + more, 2 * radius + 1 + more % 7});
@@ -406,7 +338,7 @@ TEST(MedianTargets, EqualTheTwinForEveryWidth)
 {
     const Threads one(1);
     for (const ExImageDataType type : {UInt8, UInt16})
-        for (const int radius : {1, 2, 3, 4, 8})
+        for (const int radius : {1, 2, 3, 4, 8, 10})
             for (int width = 2 * radius + 1; width <= 150; ++width)
                 compareWithTwin({type, 1, type == UInt8 ? 8 : 16, radius, width, 2 * radius + 2});
 }
@@ -415,7 +347,7 @@ TEST(MedianTargets, EqualTheTwinForEveryHeightAndPlaceInATile)
 {
     const Threads one(1);
     forEachContainer([](ExImageDataType type, int channels, int bits) {
-        for (int radius = 4; radius <= 7; ++radius)
+        for (int radius = 4; radius <= 9; ++radius)
             for (int more = 0; more <= 2 * radius + 4; ++more)
                 compareWithTwin(
                     {type, channels, bits, radius, 2 * radius + 1 + more / 2, 2 * radius + 1 + more});
@@ -425,7 +357,7 @@ TEST(MedianTargets, EqualTheTwinForEveryHeightAndPlaceInATile)
 TEST(MedianTargets, EqualTheTwinAcrossTheJointsOfPieces)
 {
     const Threads one(1);
-    for (const int radius : {4, 5, 6, 7})
+    for (const int radius : {4, 5, 6, 7, 8, 9})
         for (const int more : {0, 1, 4, 13}) {
             compareWithTwin({UInt8, 1, 8, radius, 1024 + more, 2 * radius + 3});
             compareWithTwin({UInt16, 1, 16, radius, 512 + more, 2 * radius + 3});
@@ -440,6 +372,14 @@ TEST(MedianTargets, EqualTheTwinAcrossTheJointsOfBlocks)
         for (const int radius : {1, 2, 3, 6, 8, 10})
             compareWithTwin({type, channels, bits, radius, 301 / channels, 83});
     });
+    compareWithTwin({UInt8, 1, 8, 10, 1030, 22});
+    compareWithTwin({UInt16, 1, 16, 10, 22, 1030});
+    const Case deep{UInt16, 1, 12, 10, 22, 1030};
+    TestImage src(layoutOf(deep));
+    fill(src, deep.pattern);
+    src.forEachSample(
+        [&](int x, int y, int) { src.set<std::uint16_t>(x, y, 0, src.get<std::uint16_t>(x, y) % 5000); });
+    compareWithTwin(src, deep);
 }
 
 TEST(MedianTargets, EqualTheTwinForEveryPatternOfSamples)
@@ -447,7 +387,7 @@ TEST(MedianTargets, EqualTheTwinForEveryPatternOfSamples)
     const Threads one(1);
     forEachContainer([](ExImageDataType type, int channels, int bits) {
         for (const Pattern pattern : allPatterns)
-            for (const int radius : {1, 2, 3, 4, 5, 6, 7, 9})
+            for (const int radius : {1, 2, 3, 4, 5, 6, 7, 8, 9, 10})
                 compareWithTwin({type, channels, bits, radius, 70, 21, pattern});
     });
 }
@@ -455,12 +395,29 @@ TEST(MedianTargets, EqualTheTwinForEveryPatternOfSamples)
 TEST(MedianTargets, CutSamplesBeyondTheDepth)
 {
     const Threads one(1);
-    for (const int radius : {1, 2, 3, 5, 8}) {
+    for (const int radius : {1, 2, 3, 5, 8, 10}) {
         for (int bits = 1; bits <= 8; ++bits)
-            compareWithTwin({UInt8, 1, bits, radius, 40, 17});
+            compareWithTwin({UInt8, 1, bits, radius, 40, 21});
         for (int bits = 1; bits <= 16; ++bits)
-            compareWithTwin({UInt16, 1, bits, radius, 40, 17});
+            compareWithTwin({UInt16, 1, bits, radius, 40, 21});
     }
+}
+
+TEST(MedianTargets, EqualTheTwinWhereDeepSamplesLieAsCloseTogetherAsCodesReach)
+{
+    const Threads one(1);
+    for (const int range : {4094, 4095, 4096, 4097})
+        for (const int least : {0, 1, 30000, 65535 - range}) {
+            const Case c{UInt16, 1, 16, 10, 60, 30};
+            TestImage src(layoutOf(c));
+            fill(src, c.pattern);
+            src.forEachSample([&](int x, int y, int) {
+                const int value = src.get<std::uint16_t>(x, y);
+                const int offset = value % 3 == 0 ? 0 : value % 3 == 1 ? range : value % (range + 1);
+                src.set<std::uint16_t>(x, y, 0, static_cast<std::uint16_t>(least + offset));
+            });
+            compareWithTwin(src, c);
+        }
 }
 
 /// Compares a few samples only: sorting large windows takes its time.
@@ -485,10 +442,11 @@ TEST(MedianTargets, EqualTheTwinForLargeWindows)
 {
     const Threads one(1);
     forEachTarget([] {
-        for (const ExImageDataType type : {UInt8, UInt16})
-            for (const int radius : {12, 20, 64, 65, 127})
-                compareSomeWithTwin({type, 1, type == UInt8 ? 8 : 12, radius,
-                                     2 * radius + (radius == 64 ? 140 : 33), 2 * radius + 5});
+        for (const auto& [type, bits] : {std::pair{UInt8, 8}, {UInt16, 12}, {UInt16, 16}})
+            for (const int radius : {12, 20, 63, 64, 65, 127})
+                compareSomeWithTwin(
+                    {type, 1, bits, radius, 2 * radius + (radius == 64 ? 140 : 33), 2 * radius + 5});
+        compareSomeWithTwin({UInt16, 1, 16, 127, 400, 400});
     });
 }
 
@@ -505,7 +463,7 @@ TEST(MedianThreads, GiveTheSameBytesForAnyNumber)
 {
     forEachThreadCount([] {
         for (const ExImageDataType type : {UInt8, UInt16})
-            for (const int radius : {1, 2, 3, 6, 9})
+            for (const int radius : {1, 2, 3, 6, 9, 10})
                 compareWithTwin({type, 3, 8, radius, 200, 30});
     });
 }
@@ -522,9 +480,9 @@ TEST(MedianThreads, GiveTheSameBytesWhereverABandEnds)
 
 TEST(MedianBuffers, ServeCallAfterCallWithAnyNumberOfThreads)
 {
-    const Case base{UInt16, 1, 12, 9, 90, 40};
+    const Case base{UInt16, 1, 12, 10, 90, 40};
     const Threads three(3);
-    const WorkBuffer made(infoOf(90, 40, UInt16, 12), 9);
+    const WorkBuffer made(infoOf(90, 40, UInt16, 12), 10);
     forEachThreadCount([&] {
         for (const Pattern pattern : allPatterns) {
             Case c = base;
@@ -557,7 +515,7 @@ TEST(MedianMemory, RunningOutIsAFailureThatLeavesNothingBehind)
         bool struck = false;
         {
             const NewFailure failure(granted);
-            rc = Median(src, dst, 9, nullptr);
+            rc = Median(src, dst, 10, nullptr);
             struck = NewFailure::hasStruck();
         }
         failures += rc == ResultFailed ? 1 : 0;

@@ -54,7 +54,7 @@ TEST(SortingNetworks, MergeSortedSequencesOfAnyTwoLengths)
 
 TEST(SortingNetworks, MergeTheLongestSequencesInUse)
 {
-    for (const auto& [a, b] : {std::pair{58, 16}, {82, 24}, {80, 20}, {96, 48}})
+    for (const auto& [a, b] : {std::pair{58, 16}, {82, 24}, {80, 20}, {96, 48}, {122, 28}, {170, 64}})
         for (int onesOfA = 0; onesOfA <= a; ++onesOfA)
             for (int onesOfB = 0; onesOfB <= b; ++onesOfB) {
                 std::vector<int> values(static_cast<std::size_t>(a + b));

@@ -37,7 +37,7 @@ TEST(MedianStack, NeedNotHaveMoreThan64KiB)
 {
     for (const ExImageDataType type : {UInt8, UInt16})
         for (const int channels : {1, 3})
-            for (int radius = 0; radius <= 9; ++radius)
+            for (int radius = 0; radius <= 10; ++radius)
                 filterOnSmallStack({.width = 150, .height = 40, .channels = channels, .type = type}, radius);
 }
 
