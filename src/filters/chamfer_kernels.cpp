@@ -1,5 +1,7 @@
 #include "filters/chamfer_kernels.h"
 
+#include <type_traits>
+
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "filters/chamfer_kernels.cpp"
 #include <hwy/foreach_target.h>
@@ -59,15 +61,30 @@ void SettleRow(T* row, std::int64_t width, const ChamferTap<T>* taps, std::int64
     const auto step = hn::Set(d, static_cast<T>(straight * lanes));
     auto ramp = hn::Mul(hn::Iota(d, T{0}), hn::Set(d, straight));
     auto carry = farAway;
-    for (std::int64_t x = 0; x < width; x += lanes) {
-        auto least = hn::LoadU(d, row + x);
-        for (std::int64_t i = 0; i < tapCount; ++i)
-            least = hn::Min(least, hn::Add(hn::LoadU(d, taps[i].earlier + x), hn::Set(d, taps[i].weight)));
-        const auto flat = hn::Min(carry, PrefixMin(d, hn::Sub(least, ramp)));
-        carry = BroadcastLast(d, flat);
-        hn::StoreU(hn::Min(hn::Add(flat, ramp), farAway), d, row + x);
-        ramp = hn::Add(ramp, step);
-    }
+    const auto settle = [&]<int kVectors>(std::int64_t first, std::integral_constant<int, kVectors>) {
+        hn::Vec<decltype(d)> least[kVectors];
+        for (int k = 0; k < kVectors; ++k)
+            least[k] = hn::LoadU(d, row + first + k * lanes);
+        for (std::int64_t i = 0; i < tapCount; ++i) {
+            const T* const earlier = taps[i].earlier + first;
+            const auto weight = hn::Set(d, taps[i].weight);
+            for (int k = 0; k < kVectors; ++k)
+                least[k] = hn::Min(least[k], hn::Add(hn::LoadU(d, earlier + k * lanes), weight));
+        }
+        for (int k = 0; k < kVectors; ++k) {
+            const auto flat = hn::Min(carry, PrefixMin(d, hn::Sub(least[k], ramp)));
+            carry = BroadcastLast(d, flat);
+            hn::StoreU(hn::Min(hn::Add(flat, ramp), farAway), d, row + first + k * lanes);
+            ramp = hn::Add(ramp, step);
+        }
+    };
+    // Several vectors at a time share the reading of the taps.
+    constexpr int several = 4;
+    std::int64_t x = 0;
+    for (; x + several * lanes <= width; x += several * lanes)
+        settle(x, std::integral_constant<int, several>());
+    for (; x < width; x += lanes)
+        settle(x, std::integral_constant<int, 1>());
 }
 
 const ChamferKernels& Kernels()
