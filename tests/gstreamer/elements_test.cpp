@@ -92,7 +92,7 @@ private:
 TEST(Elements, SurviveCapsAndBuffersOfEveryKind)
 {
     loadPlugin();
-    const int rounds = std::getenv("KO_NIGHTLY") != nullptr ? 200000 : 2000;
+    const int rounds = std::getenv("KO_NIGHTLY") != nullptr ? 100000 : 2000;
     GstCaps* const fallback = gst_caps_from_string(capsText("video/x-bayer", "grbg", 5, 3).c_str());
     int passed = 0, refused = 0;
     gst_debug_set_default_threshold(GST_LEVEL_NONE);
