@@ -218,7 +218,8 @@ void FakeCamera::sendFrame(std::uint16_t frameId, std::uint16_t payloadType, int
     append(first, ARV_PIXEL_FORMAT_MONO_8, 4);
     append(first, static_cast<std::uint64_t>(width), 4);
     append(first, static_cast<std::uint64_t>(height), 4);
-    append(first, 0, 12);  // where, and what fills up the rows
+    append(first, 0, 8);  // where on the sensor
+    append(first, 0, 4);  // what fills up rows and image
     send(First, first);
     for (std::size_t at = 0; at < data.size(); at += room)
         send(Data, {data.begin() + static_cast<std::ptrdiff_t>(at),
