@@ -79,6 +79,9 @@ class Digit {
 public:
     using Sum = MedianSumOf<Count>;
 
+    // GCC compiles a constructor that nobody wrote for no target in particular, and then refuses to inline.
+    Digit() noexcept { clear(); }
+
     void clear() noexcept
     {
         for (V& part : m_parts)
@@ -171,8 +174,6 @@ void FindWith(MedianWindowRow<Code, Count> row) noexcept
     known.pixels.fill(never);
     Digit<Count, bins> high, low;
     std::int64_t highPixel = never;
-    high.clear();
-    low.clear();
     std::int64_t digit = bins;                           // whose low digits are at hand: none yet
     std::int64_t smaller = row.window * row.window * 2;  // samples of smaller digits: no rank is above this
     const Count* smallers = row.histograms.high;

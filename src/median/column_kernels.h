@@ -89,7 +89,7 @@ struct MedianColumnKernels {
     void (*find)(const MedianWindowRow<Code, Count>& row) noexcept;
 
     /// Where the medians of row y of the block are. `places` holds the samples in ascending order, those of
-    /// code c from c << shift on. Replaces nothing but `found`.
+    /// code c from c << shift on.
     void (*pick)(const MedianWindowRow<Code, Count>& row, const MedianPlaceOf<Count>* places, int shift,
                  std::int64_t y, std::uint32_t* found) noexcept;
 };
