@@ -20,8 +20,8 @@ namespace {
 
 constexpr auto pictureInterval =
     32ms;  // a little less than that of 30 frames per second, which come unevenly
-constexpr auto figuresInterval = 95ms;
-constexpr auto interest = 3s;  // in figures, after somebody has asked for them
+constexpr auto figuresInterval = 190ms;  // the page asks for them five times a second
+constexpr auto interest = 3s;            // in figures, after somebody has asked for them
 constexpr std::size_t mostViews = 8;
 
 /// Copies the pixels; keeps the memory where the format stays the same.
@@ -181,9 +181,10 @@ void Broadcast::publish(Clock::time_point arrival)
 {
     const Look look = this->look();
     for (const Viewer& view : currentViews()) {
-        QRect region = view->region;
-        Bytes jpeg = region.isNull() ? m_encoder.encode(overview(m_frame, look), JpegEncoder::Moving)
-                                     : m_encoder.encode(detail(m_frame, region, look), JpegEncoder::Close);
+        const QRect& region = view->region;
+        Bytes jpeg = region.isNull()
+                         ? m_encoder.encode(m_shower.overview(m_frame, look), JpegEncoder::Moving)
+                         : m_encoder.encode(m_shower.detail(m_frame, region, look), JpegEncoder::Close);
         const std::lock_guard lock(m_mutex);
         const std::uint64_t number = view->latest ? view->latest->number + 1 : 1;
         view->latest = std::make_shared<const Shot>(Shot{std::move(jpeg), number});

@@ -72,7 +72,7 @@ private:
     void publish(Clock::time_point arrival);
     std::list<Viewer> currentViews();
 
-    mutable std::mutex m_mutex;  ///< guards all below but `m_frame`, `m_encoder` and `m_thread`
+    mutable std::mutex m_mutex;  ///< guards all below up to `m_frame`
     std::condition_variable m_frameIsThere;
     std::condition_variable m_pictureIsThere;
     Image m_offered;
@@ -89,6 +89,7 @@ private:
     std::string m_trouble;
 
     Image m_frame;  ///< being worked on
+    Shower m_shower;
     JpegEncoder m_encoder;
     std::jthread m_thread;
 };

@@ -3,6 +3,8 @@
 #include "io/bayer.h"
 
 #include <algorithm>
+#include <cstdlib>
+#include <vector>
 
 namespace ko::tool {
 namespace {
@@ -16,28 +18,52 @@ const T* rowOf(const SxImageBuf& frame, int y)
     return reinterpret_cast<const T*>(frame.data + std::int64_t{y} * frame.stride);
 }
 
-/// Counts the samples `from`, `from + step` ... of a row.
-template <class T>
-void count(const T* from, int samples, int step, int bits, ColourFigures& figures)
-{
-    const int shift = std::max(0, bits - 8);
-    const std::uint32_t top = (1U << bits) - 1;
-    // Two tables, as adding to one number twice in a row waits for the memory.
-    std::array<std::array<std::uint32_t, ColourFigures::bins>, 2> counts{};
-    std::uint64_t sum = 0;
-    std::uint32_t clipped = 0;
-    for (int i = 0; i < samples; ++i, from += step) {
-        const std::uint32_t level = *from;
-        ++counts[i & 1][std::min<std::uint32_t>(level >> shift, ColourFigures::bins - 1)];
-        clipped += level >= top;
-        sum += level >= top ? 0 : level;
+/// How often a colour has each level. Neighbours go into tables of their own, as adding to one number twice in a row
+/// waits for the memory.
+class Counter {
+public:
+    explicit Counter(int bits) : m_bits(bits)
+    {
+        for (std::vector<std::uint32_t>& counts : m_counts)
+            counts.resize(std::size_t{1} << bits);
     }
-    for (std::size_t i = 0; i < ColourFigures::bins; ++i)
-        figures.histogram[i] += counts[0][i] + counts[1][i];
-    figures.samples += static_cast<std::uint64_t>(samples);
-    figures.clipped += clipped;
-    figures.sum += sum;
-}
+
+    /// Counts the samples `from`, `from + step` ... of a row; those above the depth as its greatest level.
+    template <class T>
+    void count(const T* from, int samples, int step)
+    {
+        const auto top = static_cast<std::uint32_t>(m_counts[0].size() - 1);
+        std::uint32_t* const even = m_counts[0].data();
+        std::uint32_t* const odd = m_counts[1].data();
+        int i = 0;
+        for (; i + 1 < samples; i += 2) {
+            ++even[std::min<std::uint32_t>(from[i * step], top)];
+            ++odd[std::min<std::uint32_t>(from[(i + 1) * step], top)];
+        }
+        if (i < samples)
+            ++even[std::min<std::uint32_t>(from[i * step], top)];
+    }
+
+    ColourFigures figures() const
+    {
+        ColourFigures figures;
+        const std::size_t top = m_counts[0].size() - 1;
+        for (std::size_t level = 0; level <= top; ++level) {
+            const std::uint64_t count = std::uint64_t{m_counts[0][level]} + m_counts[1][level];
+            figures.histogram[m_bits > 8 ? level >> (m_bits - 8) : level] += count;
+            figures.samples += count;
+            if (level == top)
+                figures.clipped = count;
+            else
+                figures.sum += level * count;
+        }
+        return figures;
+    }
+
+private:
+    const int m_bits;
+    std::array<std::vector<std::uint32_t>, 2> m_counts;
+};
 
 /// Sum of the squared differences of samples that lie `distance` apart.
 template <class T>
@@ -45,8 +71,8 @@ std::uint64_t squaresOf(const T* row, int samples, int distance)
 {
     std::uint64_t sum = 0;
     for (int i = distance; i < samples; ++i) {
-        const std::int64_t difference = std::int64_t{row[i]} - row[i - distance];
-        sum += static_cast<std::uint64_t>(difference * difference);
+        const auto difference = static_cast<std::uint32_t>(std::abs(int{row[i]} - int{row[i - distance]}));
+        sum += difference * difference;
     }
     return sum;
 }
@@ -55,21 +81,22 @@ template <class T>
 void measure(const SxImageBuf& frame, Figures& figures)
 {
     const bool isMosaic = frame.bayerGrid != BayerNone;
-    const int samples = frame.width * frame.channels;
     const int bits = std::clamp(frame.bitsPerSample, 1, 16);
+    std::array<Counter, 3> counters{Counter(bits), Counter(bits), Counter(bits)};
     double squares = 0;
     for (int y = 0; y < frame.height; ++y) {
         const T* const row = rowOf<T>(frame, y);
         for (int i = 0; isMosaic && i < 2; ++i)
-            count(row + i, (frame.width + 1 - i) / 2, 2, bits,
-                  figures.of[static_cast<std::size_t>(colourAt(frame.bayerGrid, i, y))]);
+            counters[static_cast<std::size_t>(colourAt(frame.bayerGrid, i, y))].count(
+                row + i, (frame.width + 1 - i) / 2, 2);
         for (int i = 0; !isMosaic && i < figures.colours; ++i)
-            count(row + i, frame.width, frame.channels, bits, figures.of[static_cast<std::size_t>(i)]);
-        squares += static_cast<double>(squaresOf(row, samples, 2 * frame.channels));
+            counters[static_cast<std::size_t>(i)].count(row + i, frame.width, frame.channels);
+        squares += static_cast<double>(squaresOf(row, frame.width * frame.channels, 2 * frame.channels));
     }
     double sum = 0;
     double counted = 0;
-    for (const ColourFigures& colour : figures.of) {
+    for (std::size_t i = 0; i < counters.size(); ++i) {
+        const ColourFigures& colour = figures.of[i] = counters[i].figures();
         sum += static_cast<double>(colour.sum) +
                static_cast<double>(colour.clipped) * static_cast<double>((1U << bits) - 1);
         counted += static_cast<double>(colour.samples);

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <numeric>
 #include <vector>
 
 namespace ko::tool {
@@ -14,65 +13,29 @@ namespace {
 
 constexpr int mostTableBits = 12;  // more would leave the fastest cache and show nothing new in 8 bits
 
-/// The levels of the screen by the upper bits of the levels of the sensor.
-class Tables {
-public:
-    Tables(int bits, const Look& look) : m_shift(std::max(0, bits - mostTableBits))
-    {
-        const auto top = static_cast<std::size_t>((1 << std::min(bits, mostTableBits)) - 1);
-        for (std::size_t channel = 0; channel < m_levels.size(); ++channel) {
-            std::vector<std::uint8_t>& levels = m_levels[channel];
-            levels.resize(top + 1);
-            for (std::size_t i = 0; i <= top; ++i) {
-                const double light = static_cast<double>(i) / static_cast<double>(top) * look.gains[channel];
-                levels[i] = static_cast<std::uint8_t>(std::lround(255 * std::min(1.0, curve(light, look))));
-            }
-        }
-    }
+double curve(double light, const Look& look)
+{
+    if (!look.isLinear)
+        return light;
+    return light <= 0.0031308 ? 12.92 * light : 1.055 * std::pow(light, 1 / 2.4) - 0.055;
+}
 
-    std::uint8_t operator()(int channel, std::uint32_t level) const
-    {
-        const std::vector<std::uint8_t>& levels = m_levels[static_cast<std::size_t>(channel)];
-        return levels[std::min<std::size_t>(level >> m_shift, levels.size() - 1)];
-    }
-
-private:
-    static double curve(double light, const Look& look)
-    {
-        if (!look.isLinear)
-            return light;
-        return light <= 0.0031308 ? 12.92 * light : 1.055 * std::pow(light, 1 / 2.4) - 0.055;
-    }
-
-    int m_shift;
-    std::array<std::vector<std::uint8_t>, 3> m_levels;
-};
-
-/// Adds the samples of rows to sums of three colours for each group of pixels or cells.
+/// Sums of the samples of each colour over groups of cells or pixels, one plane for each colour.
 template <class T>
 class Summing {
 public:
-    Summing(const SxImageBuf& frame, int group) : m_frame(frame), m_group(group)
+    Summing(const SxImageBuf& frame, int group)
+        : m_frame(frame),
+          m_group(group),
+          m_width(frame.width / (unit() * group)),
+          m_sums(static_cast<std::size_t>(channels()) * static_cast<std::size_t>(m_width))
     {
-        for (int i = 0; i < 2 && isMosaic(); ++i)
-            for (int j = 0; j < 2; ++j)
-                m_colours[static_cast<std::size_t>(2 * i + j)] = colourAt(frame.bayerGrid, j, i);
     }
 
-    bool isMosaic() const { return m_frame.bayerGrid != BayerNone; }
     int unit() const { return isMosaic() ? 2 : 1; }
     int channels() const { return isMosaic() || m_frame.channels >= 3 ? 3 : 1; }
-
-    /// Adds the row of units that begins with row `y` of the frame.
-    void add(int y, std::vector<std::uint32_t>& sums, int width) const
-    {
-        if (isMosaic()) {
-            addSites(y, 0, sums, width);
-            addSites(y + 1, 2, sums, width);
-        } else {
-            addPixels(y, sums, width);
-        }
-    }
+    int width() const { return m_width; }
+    const std::uint32_t* plane(int channel) const { return m_sums.data() + std::int64_t{channel} * m_width; }
 
     /// How many samples of a colour are in a group.
     std::uint32_t samples(int channel) const
@@ -80,79 +43,41 @@ public:
         return static_cast<std::uint32_t>(m_group * m_group) * (isMosaic() && channel == 1 ? 2 : 1);
     }
 
+    /// Sums the groups of row `y` of the result.
+    void sum(int y)
+    {
+        std::ranges::fill(m_sums, 0U);
+        const int rows = unit() * m_group;
+        for (int row = y * rows; row < (y + 1) * rows; ++row) {
+            const T* from = reinterpret_cast<const T*>(m_frame.data + std::int64_t{row} * m_frame.stride);
+            for (int i = 0; i < (isMosaic() ? 2 : channels()); ++i)
+                add(from + i, isMosaic() ? colourAt(m_frame.bayerGrid, i, row) : i);
+        }
+    }
+
 private:
-    const T* row(int y) const
-    {
-        return reinterpret_cast<const T*>(m_frame.data + std::int64_t{y} * m_frame.stride);
-    }
+    bool isMosaic() const { return m_frame.bayerGrid != BayerNone; }
 
-    void addSites(int y, std::size_t firstColour, std::vector<std::uint32_t>& sums, int width) const
+    /// Adds the samples of one colour in a row.
+    void add(const T* from, int channel)
     {
-        const T* from = row(y);
-        std::uint32_t* even = sums.data() + m_colours[firstColour];
-        std::uint32_t* odd = sums.data() + m_colours[firstColour + 1];
-        for (int x = 0; x < width; ++x, even += 3, odd += 3)
-            for (int i = 0; i < m_group; ++i, from += 2) {
-                *even += from[0];
-                *odd += from[1];
-            }
-    }
-
-    void addPixels(int y, std::vector<std::uint32_t>& sums, int width) const
-    {
-        const T* from = row(y);
-        const int count = channels();
-        std::uint32_t* to = sums.data();
-        for (int x = 0; x < width; ++x, to += count)
-            for (int i = 0; i < m_group; ++i, from += m_frame.channels)
-                for (int channel = 0; channel < count; ++channel)
-                    to[channel] += from[channel];
+        std::uint32_t* const sums = m_sums.data() + std::int64_t{channel} * m_width;
+        const int width = m_width;
+        const int step = isMosaic() ? 2 : m_frame.channels;
+        if (m_group == 1 && isMosaic())  // the usual case, with a step that the compiler knows
+            for (int x = 0; x < width; ++x)
+                sums[x] += from[x * 2];
+        else
+            for (int i = 0, group = m_group; i < group; ++i)
+                for (int x = 0; x < width; ++x)
+                    sums[x] += from[(x * group + i) * step];
     }
 
     const SxImageBuf& m_frame;
     const int m_group;
-    std::array<int, 4> m_colours{};
+    const int m_width;
+    std::vector<std::uint32_t> m_sums;
 };
-
-template <class T>
-Image overviewOf(const SxImageBuf& frame, const Tables& tables)
-{
-    const int unit = frame.bayerGrid != BayerNone ? 2 : 1;
-    int group = 1;
-    while (pixelCount(frame) > mostShownPixels * unit * unit * group * group)
-        ++group;
-    const Summing<T> summing(frame, group);
-    const int channels = summing.channels();
-    Image result(frame.width / (unit * group), frame.height / (unit * group), channels, UInt8);
-    std::vector<std::uint32_t> sums(static_cast<std::size_t>(result->width) *
-                                    static_cast<std::size_t>(channels));
-    for (int y = 0; y < result->height; ++y) {
-        std::ranges::fill(sums, 0U);
-        for (int i = 0; i < group; ++i)
-            summing.add((y * group + i) * unit, sums, result->width);
-        std::uint8_t* to = rowOf<std::uint8_t>(result, y);
-        for (int channel = 0; channel < channels; ++channel) {
-            // Dividing takes longer than all the rest.
-            const std::uint64_t share = (std::uint64_t{1} << 32) / summing.samples(channel) + 1;
-            for (std::size_t i = static_cast<std::size_t>(channel); i < sums.size();
-                 i += static_cast<std::size_t>(channels))
-                to[i] = tables(channel, static_cast<std::uint32_t>(sums[i] * share >> 32));
-        }
-    }
-    return result;
-}
-
-template <class T>
-void toned(const Image& colours, const Tables& tables, Image& result)
-{
-    for (int y = 0; y < result->height; ++y) {
-        const T* from = rowOf<T>(colours, y);
-        std::uint8_t* to = rowOf<std::uint8_t>(result, y);
-        for (int x = 0; x < result->width; ++x, from += colours->channels)
-            for (int channel = 0; channel < result->channels; ++channel)
-                *to++ = tables(channel, from[channel]);
-    }
-}
 
 /// The samples of a region with all their colours.
 Image coloursOf(const SxImageBuf& frame, const QRect& region)
@@ -178,25 +103,107 @@ void requireShowable(const SxImageInfo& frame)
         throw std::runtime_error("frames of this format cannot be shown");
 }
 
-Image overview(const SxImageBuf& frame, const Look& look)
+void Shower::prepare(const SxImageInfo& format, const Look& look)
 {
-    const Tables tables(frame.bitsPerSample, look);
-    return frame.dataType == UInt8 ? overviewOf<std::uint8_t>(frame, tables)
-                                   : overviewOf<std::uint16_t>(frame, tables);
+    const bool isSame = m_tables.format.bitsPerSample == format.bitsPerSample &&
+                        m_tables.format.dataType == format.dataType && m_tables.look == look;
+    if (isSame)
+        return;
+    m_tables.format = format;
+    m_tables.look = look;
+    const int bits = std::clamp(format.bitsPerSample, 1, 16);
+    m_tables.shift = std::max(0, bits - mostTableBits);
+    const std::size_t size = (format.dataType == UInt8 ? 256U : 65536U) >> m_tables.shift;
+    const auto top = static_cast<std::size_t>((1 << std::min(bits, mostTableBits)) - 1);
+    for (std::size_t channel = 0; channel < 3; ++channel) {
+        std::vector<std::uint8_t>& levels = m_tables.levels[channel];
+        levels.resize(size);
+        for (std::size_t i = 0; i < size; ++i) {
+            const double light =
+                static_cast<double>(std::min(i, top)) / static_cast<double>(top) * look.gains[channel];
+            levels[i] = i > top
+                            ? levels[top]
+                            : static_cast<std::uint8_t>(std::lround(255 * std::min(1.0, curve(light, look))));
+        }
+    }
 }
 
-Image detail(const SxImageBuf& frame, QRect& region, const Look& look)
+/// `levelAt(channel, x)` is a level of the sensor. What is written could be any of the members to the compiler, so what
+/// does not change is held in variables.
+template <class LevelAt>
+void Shower::applyTables(int width, int channels, std::uint8_t* to, const LevelAt& levelAt) const
 {
+    const int shift = m_tables.shift;
+    const std::array<const std::uint8_t*, 3> levels{m_tables.levels[0].data(), m_tables.levels[1].data(),
+                                                    m_tables.levels[2].data()};
+    if (channels == 1)
+        for (int x = 0; x < width; ++x)
+            to[x] = levels[0][levelAt(0, x) >> shift];
+    else
+        for (int x = 0; x < width; ++x, to += 3) {
+            to[0] = levels[0][levelAt(0, x) >> shift];
+            to[1] = levels[1][levelAt(1, x) >> shift];
+            to[2] = levels[2][levelAt(2, x) >> shift];
+        }
+}
+
+template <class T>
+Image Shower::overviewOf(const SxImageBuf& frame) const
+{
+    const int unit = frame.bayerGrid != BayerNone ? 2 : 1;
+    int group = 1;
+    while (pixelCount(frame) > mostShownPixels * unit * unit * group * group)
+        ++group;
+    Summing<T> summing(frame, group);
+    const int channels = summing.channels();
+    Image result(summing.width(), frame.height / (unit * group), channels, UInt8);
+    // Dividing takes longer than all the rest.
+    std::array<std::uint64_t, 3> shares{};
+    std::array<const std::uint32_t*, 3> planes{};
+    for (int i = 0; i < channels; ++i) {
+        shares[static_cast<std::size_t>(i)] = (std::uint64_t{1} << 32) / summing.samples(i) + 1;
+        planes[static_cast<std::size_t>(i)] = summing.plane(i);
+    }
+    for (int y = 0; y < result->height; ++y) {
+        summing.sum(y);
+        applyTables(result->width, channels, rowOf<std::uint8_t>(result, y), [=](std::size_t channel, int x) {
+            return static_cast<std::uint32_t>(planes[channel][x] * shares[channel] >> 32);
+        });
+    }
+    return result;
+}
+
+template <class T>
+void Shower::tone(const Image& colours, Image& result) const
+{
+    for (int y = 0; y < result->height; ++y) {
+        const T* const from = rowOf<T>(colours, y);
+        const int step = colours->channels;
+        applyTables(result->width, result->channels, rowOf<std::uint8_t>(result, y),
+                    [=](std::size_t channel, int x) {
+                        return std::uint32_t{from[static_cast<std::size_t>(x * step) + channel]};
+                    });
+    }
+}
+
+Image Shower::overview(const SxImageBuf& frame, const Look& look)
+{
+    prepare(frame, look);
+    return frame.dataType == UInt8 ? overviewOf<std::uint8_t>(frame) : overviewOf<std::uint16_t>(frame);
+}
+
+Image Shower::detail(const SxImageBuf& frame, QRect region, const Look& look)
+{
+    prepare(frame, look);
     region.setSize(region.size().boundedTo({frame.width, frame.height}).expandedTo({1, 1}));
     region.moveTo(std::clamp(region.x(), 0, frame.width - region.width()),
                   std::clamp(region.y(), 0, frame.height - region.height()));
     const Image colours = coloursOf(frame, region);
     Image result(region.width(), region.height(), colours->channels >= 3 ? 3 : 1, UInt8);
-    const Tables tables(frame.bitsPerSample, look);
     if (frame.dataType == UInt8)
-        toned<std::uint8_t>(colours, tables, result);
+        tone<std::uint8_t>(colours, result);
     else
-        toned<std::uint16_t>(colours, tables, result);
+        tone<std::uint16_t>(colours, result);
     return result;
 }
 

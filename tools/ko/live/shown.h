@@ -6,6 +6,8 @@
 #include <QRect>
 
 #include <array>
+#include <cstdint>
+#include <vector>
 
 namespace ko::tool {
 
@@ -20,13 +22,36 @@ struct Look {
 /// Throws for a frame that cannot be shown.
 void requireShowable(const SxImageInfo& frame);
 
-/// The whole frame with at most `mostShownPixels`: each pixel is the mean of as many cells of a mosaic, or pixels of
-/// another frame, as that takes. One or three channels of 8 bits.
-Image overview(const SxImageBuf& frame, const Look& look);
 inline constexpr std::int64_t mostShownPixels = 1'300'000;
 
-/// A region of a frame, pixel by pixel. It is moved into the frame, and made smaller where that takes it; `region`
-/// becomes what is shown.
-Image detail(const SxImageBuf& frame, QRect& region, const Look& look);
+/// Makes the pictures, all of 8 bits and one or three channels. One thread at a time uses it.
+class Shower {
+public:
+    /// The whole frame with at most `mostShownPixels`: each pixel is the mean of as many cells of a mosaic, or pixels
+    /// of another frame, as that takes.
+    Image overview(const SxImageBuf& frame, const Look& look);
+
+    /// A region of a frame, pixel by pixel. It is moved into the frame, and made smaller where that takes it.
+    Image detail(const SxImageBuf& frame, QRect region, const Look& look);
+
+private:
+    /// Levels of the screen by the upper bits of levels of the sensor, for every value that a sample can have.
+    struct Tables {
+        SxImageInfo format;
+        Look look;
+        int shift = 0;
+        std::array<std::vector<std::uint8_t>, 3> levels;
+    };
+
+    void prepare(const SxImageInfo& format, const Look& look);
+    template <class T>
+    Image overviewOf(const SxImageBuf& frame) const;
+    template <class T>
+    void tone(const Image& colours, Image& result) const;
+    template <class LevelAt>
+    void applyTables(int width, int channels, std::uint8_t* to, const LevelAt& levelAt) const;
+
+    Tables m_tables;  ///< made anew when what they depend on changes
+};
 
 }  // namespace ko::tool
