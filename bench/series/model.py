@@ -6,8 +6,9 @@ usage: model.py FRAMES WORKERS [--frame-bytes N] [--result-bytes N] [--seconds S
 import argparse
 from dataclasses import dataclass
 
-# Measured on two processors of an AMD EPYC: processor time of client and scheduler for a task that does nothing.
-SECONDS_PER_TASK = 0.004
+# Measured on two processors of an AMD EPYC: processor time of client and scheduler for each of 20,000 tasks that do
+# nothing.
+SECONDS_PER_TASK = 0.006
 # Of `koimproc.series`: frames of a part, accumulators that a task merges.
 FRAMES_PER_PART = 64
 MERGED = 16
