@@ -103,6 +103,11 @@ set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION graphics)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS ON)
 # dpkg-shlibdeps cannot know a package that is not installed, so this one is named by hand.
 set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "${library_package} (>= ${full_version})")
+if(TARGET ko_live)
+    # For ko live and ko cameras, which say so where these are missing.
+    set(CPACK_DEBIAN_TOOLS_PACKAGE_RECOMMENDS
+        "libkocamera${PROJECT_VERSION_MAJOR}, libkogstreamer${PROJECT_VERSION_MAJOR}")
+endif()
 
 set(CPACK_COMPONENT_PYTHON_DESCRIPTION
     "image-processing operations for camera images (Python)\n\
