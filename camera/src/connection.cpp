@@ -62,7 +62,8 @@ void CameraConnection::open(const QString& name)
     GErrorSlot error;
     attempt(name, error);
     if (error.isNotFound() && !name.isEmpty()) {
-        // Aravis knows no serial numbers of their own. It has just brought its list up to date.
+        // Aravis opens no camera by its serial number alone.
+        arv_update_device_list();
         const QVector<SxCameraInfo> cameras = knownCameras();
         if (const SxCameraInfo* const meant = findCamera(cameras, name);
             meant != nullptr && meant->id != name)

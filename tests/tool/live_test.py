@@ -362,7 +362,7 @@ class Camera(LiveTest):
 
     def test_frames_of_a_camera_are_recorded(self):
         self.plug_in()
-        run = self.ko("live", "Aravis-GV01", "-o", "raw", "--raw", "--frames", "5", "--pixel-format", "BayerRG8", "--roi",
+        run = self.ko("live", "GV01", "-o", "raw", "--raw", "--frames", "5", "--pixel-format", "BayerRG8", "--roi",
                       "0,0,128,64", "--rate", "50")
         self.assertEqual((run.returncode, run.stderr), (0, ""))
         self.assertEqual(len(files_in(self.path("raw"))), 5)
