@@ -20,15 +20,20 @@ NIGHTLY = bool(os.environ.get("KO_NIGHTLY"))
 nightly = pytest.mark.skipif(not NIGHTLY, reason="long; KO_NIGHTLY=1 runs it")
 sys.path.insert(0, str(Path(__file__).parents[2] / "bench/series"))
 
+# Takes its time after each part, so that a kill finds it at work.
 ACCUMULATE = """
-import sys
+import sys, time
 from koimproc import series as ks
+
+def tell(*how_far):
+    print(*how_far, flush=True)
+    time.sleep(0.1)
 
 if __name__ == "__main__":
     frames, scheduler, work, out = sys.argv[1:]
     sums, report = ks.accumulate(ks.open_series(frames, dataset="scan/frames"), *%r, level=2000, work=work, resume=True,
                                  scheduler=scheduler or None, workers=2, frames_per_part=4,
-                                 progress=lambda *how_far: print(*how_far, flush=True))
+                                 progress=tell)
     assert report.done + report.resumed == len(ks.open_series(frames, dataset="scan/frames")) and not report.failed
     sums.save(out)
 """ % (EVERYTHING,)
