@@ -114,11 +114,11 @@ names=(libkoimproc-dev libkoimproc1 koimproc-tools python3-koimproc
 inside dpkg -L "${names[@]}" | sort -u > "$system/packages/installed"
 inside apt-get purge -y -qq "${names[@]}" >/dev/null
 
-# What is still there has to be somebody else's: /usr/bin, say.
+# What is still there has to be somebody else's: /usr/bin, say, and pages that man has kept.
 inside sh -ec 'while read -r path; do
         [ ! -e "$path" ] || dpkg -S "$path" >/dev/null 2>&1 || echo "left behind: $path"
     done < /packages/installed
-    find / -xdev \( -path /packages -o -path /proc \) -prune -o \( -name "*koimproc*" -o -name "*kocore*" \) -print' \
+    find / -xdev \( -path /packages -o -path /proc -o -path /var/cache/man \) -prune -o \( -name "*koimproc*" -o -name "*kocore*" \) -print' \
     > "$system/packages/left"
 # The root directory belongs to no package.
 if grep -v '^left behind: /\.$' "$system/packages/left"; then
