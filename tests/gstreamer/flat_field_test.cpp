@@ -42,8 +42,8 @@ std::string elementWith(const File& flat)
 
 TEST(FlatField, DividesByTheFlatPicture)
 {
-    // The mean is 150; where the flat picture is black, so is the result.
-    const File flat("P5 4 1 255\n" + text({100, 200, 0, 300 - 100}));
+    // The mean is 125; where the flat picture is black, so is the result.
+    const File flat("P5 4 1 255\n" + text({100, 200, 0, 200}));
     Harness harness(elementWith(flat));
     const std::string caps = capsText("video/x-raw", "GRAY8", 4, 1);
     harness.setCaps(caps, caps);
