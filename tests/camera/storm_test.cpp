@@ -1,5 +1,6 @@
 // Everything at once, from many threads.
 #include "camera/fake_camera.h"
+#include "support/quiet_test.h"
 
 #include <gtest/gtest.h>
 
@@ -15,16 +16,7 @@ namespace {
 
 using std::chrono::milliseconds;
 
-void swallow(QtMsgType, const QMessageLogContext&, const QString&) {}
-
-class CameraStorm : public ::testing::Test {
-protected:
-    CameraStorm() : m_handler(qInstallMessageHandler(&swallow)) {}
-    ~CameraStorm() override { qInstallMessageHandler(m_handler); }
-
-private:
-    QtMessageHandler m_handler;
-};
+class CameraStorm : public QuietTest {};
 
 void doSomething(CxAravisSource& source, IxPipeItem& sink, unsigned what)
 {

@@ -1,5 +1,7 @@
 #include <ko/gstreamer.h>
 
+#include "support/quiet_test.h"
+
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -15,17 +17,8 @@ using std::chrono::milliseconds;
 
 const QString endless = QStringLiteral("videotestsrc ! video/x-bayer,format=rggb,width=64,height=16");
 
-void swallow(QtMsgType, const QMessageLogContext&, const QString&) {}
-
 /// Drops of stopped items are not worth a line each.
-class GstSourceStress : public ::testing::Test {
-protected:
-    GstSourceStress() : m_handler(qInstallMessageHandler(&swallow)) {}
-    ~GstSourceStress() override { qInstallMessageHandler(m_handler); }
-
-private:
-    QtMessageHandler m_handler;
-};
+class GstSourceStress : public QuietTest {};
 
 TEST_F(GstSourceStress, IsDestroyedWhileItRuns)
 {

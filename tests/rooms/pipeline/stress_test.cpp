@@ -1,6 +1,6 @@
 #include "rooms/pipeline/stage.h"
 
-#include "support/log_capture.h"
+#include "support/quiet_test.h"
 
 #include <gtest/gtest.h>
 
@@ -16,8 +16,6 @@ namespace {
 
 constexpr int producerCount = 4;
 constexpr int framesPerProducer = 2500;
-
-void swallow(QtMsgType, const QMessageLogContext&, const QString&) {}
 
 /// Counts frames that exist.
 class CountedFrame : public CxImageData {
@@ -41,11 +39,8 @@ std::uint64_t settled(const SxPipeStatistics& counts)
 }
 
 /// Several threads push while others start and stop whole pipes and single items.
-class Stress : public ::testing::TestWithParam<ExQueuePolicy> {
+class Stress : public QuietTest, public ::testing::WithParamInterface<ExQueuePolicy> {
 protected:
-    Stress() : m_handler(qInstallMessageHandler(&swallow)) {}
-    ~Stress() override { qInstallMessageHandler(m_handler); }
-
     void produce(CxFrameSource& source)
     {
         for (int p = 0; p < producerCount; ++p)
@@ -98,7 +93,6 @@ protected:
     }
 
 private:
-    QtMessageHandler m_handler;
     std::vector<std::thread> m_producers;
     std::vector<std::thread> m_storms;
     std::atomic<bool> m_isCalm{false};
