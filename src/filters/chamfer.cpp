@@ -124,24 +124,9 @@ void startRow(const std::uint8_t* src, T* row, std::int64_t width, T far)
         row[x] = src[x] != 0 ? T{0} : far;
 }
 
-/// The second pass runs from the last pixel to the first: its rows are kept mirrored, so that it is the first
-/// pass once more.
-template <class T>
-void storeMirrored(const T* row, std::uint8_t* dst, std::int64_t width)
-{
-    for (std::int64_t x = 0; x < width; ++x)
-        storeSample(dst, width - 1 - x, row[x]);
-}
-
-template <class T>
-void storeDistances(const T* row, std::uint8_t* dst, std::int64_t width, double scale, T far)
-{
-    for (std::int64_t x = 0; x < width; ++x)
-        storeSample(dst, width - 1 - x, (row[x] == far ? -1.0 : static_cast<double>(row[x])) / scale);
-}
-
 /// The destination's rows hold the results of the first pass, as whole numbers, until the second has used
-/// them.
+/// them. The second pass runs from the last pixel to the first: its rows are kept mirrored, so that it is the
+/// first pass once more.
 template <class T>
 void transform(const SxImageBuf& src, SxImageBuf& dst, std::span<const Step> steps, T far,
                const ChamferRows<T>& kernels)
@@ -151,13 +136,13 @@ void transform(const SxImageBuf& src, SxImageBuf& dst, std::span<const Step> ste
     for (std::int64_t y = 0; y < height; ++y) {
         startRow(rowOf(src, y), down.next(), width, far);
         down.settle(kernels);
-        storeMirrored(down.row(0), rowOf(dst, y), width);
+        kernels.storeMirrored(down.row(0), width, rowOf(dst, y));
     }
     const auto rowBytes = static_cast<std::size_t>(width) * sizeof(T);
     for (std::int64_t y = height - 1; y >= 0; --y) {
         std::memcpy(up.next(), rowOf(dst, y), rowBytes);
         up.settle(kernels);
-        storeDistances(up.row(0), rowOf(dst, y), width, steps.front().weight, far);
+        kernels.storeDistances(up.row(0), width, static_cast<T>(steps.front().weight), far, rowOf(dst, y));
     }
 }
 

@@ -24,6 +24,12 @@ struct ChamferRows {
     /// `chamferMargin` samples behind the row; `far` stays `far` where no tap reaches.
     void (*settle)(T* row, std::int64_t width, const ChamferTap<T>* taps, std::int64_t tapCount, T straight,
                    T far) noexcept;
+
+    /// Writes a row from its last pixel to the first, to any address.
+    void (*storeMirrored)(const T* row, std::int64_t width, std::uint8_t* dst) noexcept;
+
+    /// The same with distances in steps of `straight`, below 128, and -1 over `straight` for what is far.
+    void (*storeDistances)(const T* row, std::int64_t width, T straight, T far, std::uint8_t* dst) noexcept;
 };
 
 struct ChamferKernels {

@@ -155,6 +155,16 @@ TEST(ChamferDistanceTargets, EqualTheTwinOnAdversarialShapes)
     });
 }
 
+TEST(ChamferDistanceTargets, EqualTheTwinFarFromTheOnlyObject)
+{
+    TestImage src(Layout{.width = 331, .height = 207});
+    src.set<std::uint8_t>(17, 201, 1);
+    forEachTarget([&] {
+        for (int mask = 0; mask < 5; ++mask)
+            compareWithTwin(src, mask);
+    });
+}
+
 TEST(ChamferDistanceTargets, EqualTheTwinWhereDistancesNeed64Bits)
 {
     // So wide that the longest path would not fit 32 bits; one row keeps the memory small.
