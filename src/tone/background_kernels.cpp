@@ -135,25 +135,27 @@ int FloatSamples(const std::uint8_t* src, const std::uint8_t* background, std::u
     return i;
 }
 
+/// Sums with numbers below 2^16 are rounded to whole numbers, which are then the lower bits.
+constexpr float wholeRounder = 12582912;  // 1.5 * 2^23
+
 /// Every second word, each in a lane of 32 bits: their whole parts in the low bits, where floats hold the products
-/// and the top is at most 4096. A quotient is off by less than a half, so that rounded to the nearest
-/// it is the whole part or one more, in which case the remainder is below 0.
+/// and the top is at most 4096. A quotient is off by less than 1/4, so that rounded to the nearest it is the
+/// whole part or one more, in which case the remainder is below 0. `limit` is the top, rounder added.
 template <class D, class Words = VecOf<hn::RebindToUnsigned<D>>>
-Words ShortWholes(D d, Words sample, Words below, VecOf<D> scale, VecOf<D> top)
+Words ShortWholes(D d, Words sample, Words below, VecOf<D> scale, VecOf<D> limit)
 {
     const hn::RebindToSigned<D> d32;
     const hn::RebindToUnsigned<D> u32;
-    // 1.5 * 2^23: sums with numbers below 2^16 are rounded to whole numbers, which are then the lower bits.
-    const auto rounder = hn::Set(d, 12582912.0F);
+    const auto rounder = hn::Set(d, wholeRounder);
     const auto divisor = hn::ConvertTo(d, hn::BitCast(d32, below));
     const auto product = hn::Mul(hn::ConvertTo(d, hn::BitCast(d32, sample)), scale);
-    const auto rounded = hn::Add(hn::Min(hn::Mul(product, Inverse<false>(d, divisor)), top), rounder);
+    const auto rounded = hn::Min(hn::MulAdd(product, Inverse<false>(d, divisor), rounder), limit);
     const auto rest = hn::NegMulAdd(hn::Sub(rounded, rounder), divisor, product);
-    const auto over = hn::RebindMask(u32, hn::Lt(rest, hn::Zero(d)));
-    return hn::Add(hn::BitCast(u32, rounded), hn::VecFromMask(u32, over));
+    const auto over = hn::BitCast(u32, hn::ShiftRight<31>(hn::BitCast(d32, rest)));  // -1 or 0
+    return hn::Add(hn::BitCast(u32, rounded), over);
 }
 
-/// Words that all have one gain, two in each lane; returns how many that is.
+/// Words that all have one gain, two in each lane; returns how many that is, 0 where one is too high.
 int ShortWords(const std::uint8_t* src, const std::uint8_t* background, std::uint8_t* dst, int samples,
                const Correction& correction) noexcept
 {
@@ -161,15 +163,25 @@ int ShortWords(const std::uint8_t* src, const std::uint8_t* background, std::uin
     const hn::RebindToUnsigned<decltype(d)> u32;
     const hn::Repartition<std::uint16_t, decltype(d)> to;
     constexpr int lanes = static_cast<int>(hn::MaxLanes(to));
-    const auto scale = hn::Set(d, correction.scale[0]), top = hn::Set(d, static_cast<float>(correction.top));
+    if (correction.highestShort < 0)
+        return 0;
+    const auto highestShort =
+        hn::Set(to, static_cast<std::uint16_t>(std::min(correction.highestShort, 0xFFFF)));
+    auto highest = highestShort;
+    for (int i = 0; i + lanes <= samples; i += lanes)
+        highest = hn::Max(highest, LoadAt(to, src + 2 * i));
+    if (!hn::AllTrue(to, hn::Eq(highest, highestShort)))
+        return 0;
+    const auto scale = hn::Set(d, correction.scale[0]);
+    const auto limit = hn::Set(d, static_cast<float>(correction.top) + wholeRounder);
     const auto lower = hn::Set(u32, 0xFFFF);
     const bool keep = correction.keep;
     int i = 0;
     for (; i + lanes <= samples; i += lanes) {
         const auto sample = LoadAt(to, src + 2 * i), below = LoadAt(to, background + 2 * i);
         const auto a = hn::BitCast(u32, sample), b = hn::BitCast(u32, below);
-        const auto even = ShortWholes(d, hn::And(a, lower), hn::And(b, lower), scale, top);
-        const auto odd = ShortWholes(d, hn::ShiftRight<16>(a), hn::ShiftRight<16>(b), scale, top);
+        const auto even = ShortWholes(d, hn::And(a, lower), hn::And(b, lower), scale, limit);
+        const auto odd = ShortWholes(d, hn::ShiftRight<16>(a), hn::ShiftRight<16>(b), scale, limit);
         const auto result = hn::OddEven(hn::BitCast(to, hn::ShiftLeft<16>(odd)), hn::BitCast(to, even));
         const auto without = keep ? sample : hn::Zero(to);
         StoreAt(to, hn::IfThenElse(hn::Eq(below, hn::Zero(to)), without, result), dst + 2 * i);
@@ -243,15 +255,6 @@ void Block(const std::uint8_t* src, const std::uint8_t* background, std::uint8_t
         CorrectOne<T>(given, below, dst, *place, correction);
 }
 
-template <class T>
-T HighestOf(const std::uint8_t* samples, int count) noexcept
-{
-    T highest = 0;
-    for (int i = 0; i < count; ++i)
-        highest = std::max(highest, loadSample<T>(samples, i));
-    return highest;
-}
-
 /// At most one period, for gains whose exact products tell the results.
 template <class T>
 void ExactlyBlock(const std::uint8_t* src, const std::uint8_t* background, std::uint8_t* dst, int samples,
@@ -260,9 +263,9 @@ void ExactlyBlock(const std::uint8_t* src, const std::uint8_t* background, std::
     int done = 0;
 #if HWY_TARGET != HWY_SCALAR
     std::int32_t* none = nullptr;
-    if (sizeof(T) == 2 && HighestOf<T>(src, samples) <= correction.highestShort)
+    if constexpr (sizeof(T) == 2)
         done = ShortWords(src, background, dst, samples, correction);
-    else
+    if (done == 0)
         done = FloatBlock<T, true>(src, background, dst, samples, correction, none);
 #endif
     for (; done < samples; ++done)
