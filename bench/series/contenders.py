@@ -14,6 +14,8 @@ import h5py
 import numpy as np
 
 BITS, TOP = 12, 4095
+# Frames that the plain loop adds in one call.
+TOGETHER = 8
 
 
 def read(path, name):
@@ -54,8 +56,9 @@ def plain(path, workers):
     sums = ko.Accumulator("mean", "var", "hist", bits=BITS)
     with h5py.File(path, "r") as file, ko.threads(1):
         frames = file["frames"]
-        for start in range(0, len(frames), 2):
-            sums.add(*(np.asarray(develop(ko.Frame(frame, BITS, "RGGB"))) for frame in frames[start:start + 2]))
+        for start in range(0, len(frames), TOGETHER):
+            indices = range(start, min(start + TOGETHER, len(frames)))
+            sums.add(*(np.asarray(develop(ko.Frame(frames[index], BITS, "RGGB"))) for index in indices))
     return results(sums)
 
 

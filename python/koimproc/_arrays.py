@@ -10,6 +10,7 @@ import numpy as np
 from koimproc import native
 from koimproc._errors import ArgumentError, SampleTypeError
 from koimproc._frame import DEPTHS, NO_GRID, Array, Frame, Pixels, array_of, check_shape, frame_over
+from koimproc._memory import empty
 
 Image = Union[Pixels, Frame]
 Output = Union[Array, Frame]
@@ -156,7 +157,7 @@ class Target:
         self.bits = bits
         self.bayer = bayer
         if out is None:
-            self.array = np.empty(shape, dtype)
+            self.array = empty(shape, dtype)
         else:
             self.array = _checked(out, shape, dtype, bits, bayer, reads, in_place)
         pixels = self.array if dtype is not BOOL else self.array.view(UINT8)

@@ -12,8 +12,10 @@ import numpy.typing as npt
 from koimproc import native
 from koimproc._arrays import Image, Output, Source, like, need_colours
 from koimproc._errors import ArgumentError
-from koimproc._frame import Array, Frame, Pixels, frame_over
-from koimproc._stats import POSITIONS, moments
+from koimproc._frame import Array, Frame, Pixels
+from koimproc._memory import empty
+from koimproc._stats import minmax
+from koimproc._sums import means_of
 from koimproc._threads import limit, run
 
 Numbers = Union[float, Sequence[float], npt.NDArray[Any]]
@@ -122,15 +124,20 @@ def white_balance(
     return target.result(source.frame)
 
 
-def _flat_gains(flat: Array, bits: int, bayer: str | None, channels: int) -> list[float]:
+def _flat_gains(flat: Array, bits: int, bayer: str | None) -> list[float]:
     """The mean of each colour of a flat field."""
-    mean = moments(frame_over(flat, bits, bayer)).mean
-    return [float(mean)] if np.ndim(mean) == 0 else [float(value) for value in mean]
+    if bits < 8 * flat.dtype.itemsize:
+        highest = int(np.max(minmax(flat)[1]))
+        if highest >> bits:
+            raise ArgumentError("flat", f"has a sample of {highest}, more than its {bits} bits")
+    return means_of(flat, bayer)
 
 
 def _divide(
     samples: Array, flat: Array, out: Array, bits: int, gains: list[float]
 ) -> None:
+    if samples.size == 0:
+        return
     pixels = native.SxImageBuf(samples, bits)
     run(
         None,
@@ -144,13 +151,39 @@ def _divide(
     )
 
 
-def _subtracted(samples: Array, dark: Array | None) -> Array:
+def _divide_mosaic(samples: Array, flat: Array, out: Array, bits: int, gains: list[float], scratch: Array) -> None:
+    """Whole rows by the gain of either column of the cell, of which every other sample is taken: that is faster than to
+    part the columns."""
+    for first in (0, 1):
+        rows = slice(first, None, 2)
+        left, right = gains[2 * first : 2 * first + 2]
+        second = scratch[: samples[rows].shape[0]]
+        if samples.shape[1] > 1:
+            _divide(samples[rows], flat[rows], second, bits, [right])
+        _divide(samples[rows], flat[rows], out[rows], bits, [left])
+        out[rows, 1::2] = second[:, 1::2]
+
+
+def _subtracted(samples: Array, dark: Array, out: Array) -> Array:
     """Samples less the dark frame, not below 0."""
-    if dark is None:
-        return np.ascontiguousarray(samples)
-    result = np.maximum(samples, dark)
-    result -= dark
-    return result
+    np.maximum(samples, dark, out=out)
+    return np.subtract(out, dark, out=out)
+
+
+def _divide_in_blocks(source: Source, flat: Array, dark: Array | None, out: Array, gains: list[float]) -> None:
+    """What needs scratch memory, which stays in the cache."""
+    blocks = list(row_blocks(source.array))
+    rows = blocks[0].stop
+    less = None if dark is None else empty((rows, *source.shape[1:]), source.dtype)
+    second = None if source.bayer is None else empty((rows // 2, source.shape[1]), source.dtype)
+    for block in blocks:
+        samples = source.array[block]
+        if less is not None and dark is not None:
+            samples = _subtracted(samples, dark[block], less[: samples.shape[0]])
+        if second is None:
+            _divide(samples, flat[block], out[block], source.bits, gains)
+        else:
+            _divide_mosaic(samples, flat[block], out[block], source.bits, gains, second)
 
 
 @overload
@@ -226,25 +259,15 @@ def flat_field(
     target = like(source, out, in_place=True, extra=others)
     if source.array.size == 0:
         return target.result(source.frame)
-    bright = field if night is None else _subtracted(field, night)
-    gains = _flat_gains(bright, source.bits, source.bayer, source.channels)
     with limit(threads):
+        bright = field if night is None else _subtracted(field, night, empty(field.shape, field.dtype))
+        gains = _flat_gains(bright, source.bits, source.bayer)
         if source.channels == 4 and target.array is not source.array:
             target.array[..., 3] = source.array[..., 3]
         if source.bayer is None and night is None:
             _divide(source.array, bright, target.array, source.bits, gains)
-        elif source.bayer is None:
-            for rows in row_blocks(source.array):
-                samples = _subtracted(source.array[rows], None if night is None else night[rows])
-                _divide(samples, bright[rows], target.array[rows], source.bits, gains)
         else:
-            for rows in row_blocks(source.array):
-                samples = _subtracted(source.array[rows], None if night is None else night[rows])
-                for gain, (row, column) in zip(gains, POSITIONS):
-                    part = np.ascontiguousarray(samples[row::2, column::2])
-                    even = np.ascontiguousarray(bright[rows][row::2, column::2])
-                    _divide(part, even, part, source.bits, [gain])
-                    target.array[rows][row::2, column::2] = part
+            _divide_in_blocks(source, bright, night, target.array, gains)
     return target.result(source.frame)
 
 

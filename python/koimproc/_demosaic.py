@@ -11,6 +11,7 @@ from koimproc._arrays import UINT8, Output, Source, Target, whole
 from koimproc._correct import Numbers, black_levels, per_colour
 from koimproc._errors import ArgumentError, SampleTypeError
 from koimproc._frame import Array, Frame, frame_over
+from koimproc._memory import empty
 from koimproc._stats import POSITIONS, moments
 from koimproc._threads import limit, run
 from koimproc._tone import look_up
@@ -223,10 +224,10 @@ def develop(
         raise ArgumentError("white_balance", "gains of 0...65535 of the range from black to white are wanted")
     target = _result_of(source, method, out, UINT8, 8, source.array)
     with limit(threads):
-        balanced = np.empty(source.shape, source.dtype)
+        balanced = empty(source.shape, source.dtype)
         record = native.SxImageBuf(balanced, source.bits, 0, frame._grid)
         run(None, native.WhiteBalance, source.record, record, gains, levels)
-        colours = np.empty(target.array.shape, source.dtype)
+        colours = empty(target.array.shape, source.dtype)
         _demosaic(balanced, frame, source.bits, method, colours)
         look_up(_srgb(source.top + 1), colours, target.array)
     return out if isinstance(out, Frame) else frame_over(target.array, 8)

@@ -14,6 +14,7 @@ from koimproc import native
 from koimproc._arrays import ALL_SAMPLES, Image, Source, mask_of, record_of
 from koimproc._errors import ArgumentError, fail
 from koimproc._frame import Array
+from koimproc._sums import cell_views
 from koimproc._threads import limit, run
 
 Counts = npt.NDArray[np.uint64]
@@ -46,7 +47,12 @@ def counts_of(source: Source, mask: Array | None, name: str = "image", *, strict
     """The exact histogram, one row per channel or position; `strict` refuses samples beyond the depth."""
     levels = 1 << source.bits
     rows = max(1, _AT_A_TIME // max(1, source.array.shape[1]))
-    if source.bayer is not None:
+    if source.bayer is not None and mask is None:
+        counts = np.zeros((4, levels), np.uint64)
+        for positions, samples in cell_views(source.array):
+            planes = positions.stop - positions.start
+            counts[positions] += _count(native.SxImageBuf(samples, source.bits), None, planes, levels)
+    elif source.bayer is not None:
         views = [
             (np.ascontiguousarray(samples), part) for samples, part in position_views(source.array, mask)
         ]

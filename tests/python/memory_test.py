@@ -1,11 +1,16 @@
 """Memory: results in `out`, inputs untouched, no copy where none is needed, nothing written on failure."""
+import pickle
+import subprocess
+import sys
 import tracemalloc
+from concurrent.futures import ThreadPoolExecutor
 
 import numpy as np
 import pytest
 from support import COPIED, IN_PLACE, LAYOUTS, laid_out, random_picture
 
 import koimproc as ko
+from koimproc import _memory, native
 
 SHAPE = (64, 48)
 GREY = random_picture(SHAPE, np.uint16, 12)
@@ -202,8 +207,64 @@ def test_arrays_without_pixels(name):
             assert result.shape == empty.shape
 
 
+class TestMemoryOfResults:
+    """What is gone gives its memory to the next result of its size, and nothing else does."""
+
+    LARGE = random_picture((700, 600), np.uint16, 12)
+
+    def test_goes_to_the_next_result(self):
+        address = ko.median(self.LARGE).ctypes.data
+        assert ko.median(self.LARGE).ctypes.data == address
+        kept = ko.median(self.LARGE)
+        assert ko.median(self.LARGE).ctypes.data != kept.ctypes.data
+
+    @pytest.mark.parametrize("view", [
+        lambda a: a[3:5], lambda a: a.ravel()[:7], lambda a: a.T, lambda a: memoryview(a), lambda a: ko.Frame(a)[1:, 1:],
+        lambda a: a.view(np.uint8), lambda a: native.SxImageBuf(a),
+    ])
+    def test_stays_while_a_view_of_it_does(self, view):
+        expected = ko.median(self.LARGE)
+        part = view(ko.median(self.LARGE))
+        for _ in range(3):
+            ko.white_balance(self.LARGE, 0)
+        assert np.array_equal(np.asarray(getattr(part, "array", part)), np.asarray(
+            getattr(view(expected), "array", view(expected))))
+
+    def test_is_not_shared_by_threads(self):
+        pictures = [random_picture((700, 600), np.uint16, 12, seed) for seed in range(4)]
+        expected = [ko.median(a) for a in pictures]
+
+        def work(number):
+            return all(np.array_equal(ko.median(pictures[number]), expected[number]) for _ in range(50))
+
+        with ThreadPoolExecutor(4) as pool:
+            assert all(pool.map(work, range(4)))
+
+    def test_is_bounded(self, monkeypatch):
+        monkeypatch.setattr(_memory, "_MOST", 3 << 20)
+        spare = _memory._spare
+        spare.clear()
+        held = [_memory.empty((1, 1 << 20), np.dtype(np.uint8)) for _ in range(4)]
+        held += [_memory.empty((rows, 1 << 18), np.dtype(np.uint16)) for rows in range(1, 5)]
+        del held
+        assert 0 < sum(size * len(blocks) for size, blocks in spare.items()) <= 3 << 20
+        assert _memory.empty((5, 1 << 20), np.dtype(np.uint8)).base is None
+
+    def test_is_an_ordinary_array(self):
+        result = ko.median(self.LARGE)
+        assert type(result) is np.ndarray and result.flags.writeable and result.flags.c_contiguous and result.flags.aligned
+        assert np.array_equal(pickle.loads(pickle.dumps(result)), result)
+        result[...] = 5
+        assert result.min() == 5
+
+    def test_ends_with_the_interpreter(self):
+        code = ("import numpy as np, koimproc as ko; a = np.zeros((999, 999), np.uint8); keep = [ko.median(a)]; "
+                "keep.append(keep); b = ko.median(a); c = b[1:]; ko.kept = b")
+        done = subprocess.run([sys.executable, "-c", code], capture_output=True, text=True)
+        assert done.returncode == 0 and done.stderr == ""
+
+
 def test_references_are_steady():
-    import sys
     a, out = np.zeros((4, 4), np.uint8), np.empty((4, 4), np.uint8)
     f = ko.Frame(a)
     before = [sys.getrefcount(v) for v in (a, out, f, None)]

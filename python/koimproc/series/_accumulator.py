@@ -261,10 +261,11 @@ class Accumulator:
         bits = self._bits or 8 * self._dtype.itemsize
         channels = 1 if len(self._shape) == 2 else self._shape[2]
         total = np.zeros((channels, 1 << bits), np.uint64)
+        # Counters of 32 bits are enough for one frame; levels beyond the depth are looked for in all of them.
+        counts = np.empty((channels, 1 << (8 * self._dtype.itemsize)), np.uint32)
+        counters = native.CxImageHistogram(counts)
         for index, record in enumerate(records):
-            # Counters of 32 bits are enough for one frame; levels beyond the depth are looked for in all of them.
-            counts = np.zeros((channels, 1 << (8 * self._dtype.itemsize)), np.uint32)
-            counters = native.CxImageHistogram(counts)
+            counts.fill(0)
             if masks:
                 _check(native.HistogramMasked(record, masks[index], counters), "masks do not fit")
             else:

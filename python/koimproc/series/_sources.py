@@ -18,6 +18,7 @@ from typing import Any, Optional, Union
 import numpy as np
 import numpy.typing as npt
 
+from koimproc._memory import empty
 from koimproc.series._files import PathLike
 
 Array = npt.NDArray[Any]
@@ -226,7 +227,12 @@ class _Hdf5(_Stack):
 
     def read(self, index: int) -> Array:
         with library("h5py").File(self._path, "r") as file:
-            return samples_of(file[self._dataset][index])
+            frames = file[self._dataset]
+            if not frames.dtype.isnative:
+                return samples_of(frames[index])
+            frame = empty(frames.shape[1:], frames.dtype)
+            frames.read_direct(frame, index)
+            return frame
 
 
 class _Zarr(_Stack):

@@ -9,6 +9,7 @@ import tempfile
 from collections.abc import Callable, Sequence
 from contextlib import ExitStack
 from functools import partial
+from queue import LifoQueue
 from typing import Any, Optional, Union
 
 import numpy as np
@@ -34,16 +35,21 @@ from koimproc.series._engine import (
 from koimproc.series._files import PathLike, replacing
 from koimproc.series._series import Series
 
-# Frames that are added in one call, which reads them together, and bytes of them.
+# Frames that are added in one call: as many as the library takes at once, which costs little more than one. And bytes of
+# them.
 _TOGETHER = 8
-_TOGETHER_BYTES = 64 << 20
+_TOGETHER_BYTES = 256 << 20
+# Threads that share an accumulator: adding takes a small part of their time, and accumulators are large.
+_SHARING = 4
 # Accumulators that one task merges.
 _MERGED = 16
 # Values of the Laplacian whose squares are summed up in one go: the sum is exact in a double.
 _BENDS = 1 << 16
 
 
-def _add_frames(series: Series, part: Part, on_error: str, sums: Accumulator) -> list[tuple[str, str]]:
+def _add_frames(
+    series: Series, part: Part, on_error: str, add: Callable[..., None]
+) -> list[tuple[str, str]]:
     """Adds the frames of a part; those that cannot be read are returned."""
     failed: list[tuple[str, str]] = []
     group: list[Any] = []
@@ -52,35 +58,43 @@ def _add_frames(series: Series, part: Part, on_error: str, sums: Accumulator) ->
         for _, frame in frames_of(series, part, on_error, failed):
             group.append(frame)
             if len(group) == together:
-                sums.add(*group)
+                add(*group)
                 group.clear()
-        sums.add(*group)
+        add(*group)
     return failed
 
 
 def _accumulate_part(series: Series, part: Part, on_error: str, like: Accumulator, durable: bool) -> None:
     """An accumulator of a part's frames, in a file."""
     sums = like.empty()
-    failed = _add_frames(series, part, on_error, sums)
+    failed = _add_frames(series, part, on_error, sums.add)
     sums.save(_sums_of(part), durable=durable)
     write_record(part, failed, [_sums_of(part)])
 
 
 class _Pool:
-    """Accumulators of the threads of this process: as many as work at the same time, and nothing in files."""
+    """Accumulators that the threads of this process share, and nothing in files."""
 
-    def __init__(self, like: Accumulator) -> None:
-        self._like = like
-        self.free: list[Accumulator] = []
+    def __init__(self, like: Accumulator, count: int) -> None:
+        self._free: LifoQueue[Accumulator] = LifoQueue()
+        for _ in range(-(-count // _SHARING)):
+            self._free.put(like.empty())
+
+    def _add(self, *frames: Any) -> None:
+        sums = self._free.get()
+        try:
+            sums.add(*frames)
+        finally:
+            self._free.put(sums)
 
     def accumulate_part(self, series: Series, part: Part, on_error: str) -> None:
-        try:
-            sums = self.free.pop()
-        except IndexError:
-            sums = self._like.empty()
-        failed = _add_frames(series, part, on_error, sums)
-        self.free.append(sums)
-        write_record(part, failed)
+        write_record(part, _add_frames(series, part, on_error, self._add))
+
+    def merged(self) -> Accumulator:
+        total = self._free.get()
+        while not self._free.empty():
+            total.merge(self._free.get())
+        return total
 
 
 def _sums_of(part: Part) -> str:
@@ -156,7 +170,7 @@ def accumulate(
     check_engine(scheduler, workers, on_error)
     with ExitStack() as stack:
         engine = stack.enter_context(team(scheduler, workers))
-        pool = _Pool(total) if engine.is_here and work is None else None
+        pool = _Pool(total, workers or os.cpu_count() or 1) if engine.is_here and work is None else None
         work_on_part: Callable[..., None] = _accumulate_part
         if pool is not None:
             work_on_part = pool.accumulate_part
@@ -180,10 +194,7 @@ def accumulate(
             progress=progress,
         )
         if pool is not None:
-            total = pool.free.pop() if pool.free else total
-            for sums in pool.free:
-                total.merge(sums)
-            return total, report
+            return pool.merged(), report
         merging = stack.enter_context(tempfile.TemporaryDirectory(prefix=".merge-", dir=work))
         for path in _merged(engine, [_sums_of(part) for part in parts], merging):
             total.merge(Accumulator.load(path))

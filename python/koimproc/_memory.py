@@ -1,0 +1,66 @@
+"""Memory of results that are gone, kept for the next ones of the same size.
+
+Fresh memory costs a page fault for every 4096 bytes. That takes as long as many an operation does, and longer where
+several threads ask for memory at once.
+"""
+
+from __future__ import annotations
+
+import math
+from typing import Any
+
+import numpy as np
+
+from koimproc._frame import Array
+
+# Smaller arrays cost few page faults.
+_LEAST = 1 << 18
+# Bytes that are kept.
+_MOST = 1 << 28
+
+# Blocks by their size. Every step below is one step of the interpreter, so threads and `__del__` need no lock.
+_spare: dict[int, list[Array]] = {}
+
+
+def _keep(block: Array, spare: dict[int, list[Array]] = _spare) -> None:
+    size = block.nbytes
+    spare.setdefault(size, []).append(block)
+    # Sizes that are no longer asked for go first.
+    for other in sorted(list(spare), key=lambda known: known == size):
+        while sum(known * len(blocks) for known, blocks in list(spare.items())) > _MOST:
+            try:
+                spare[other].pop(0)
+            except (KeyError, IndexError):
+                spare.pop(other, None)
+                break
+
+
+class _Lease:
+    """A block in use. It goes back when the last array over it is gone."""
+
+    __slots__ = ("__array_interface__", "_block")
+
+    def __init__(self, block: Array, shape: tuple[int, ...], dtype: np.dtype[Any]) -> None:
+        self._block = block
+        self.__array_interface__ = {
+            "version": 3,
+            "shape": shape,
+            "typestr": dtype.str,
+            "data": block.__array_interface__["data"],
+        }
+
+    # The interpreter may have forgotten the names of this module when it ends.
+    def __del__(self, keep: Any = _keep) -> None:
+        keep(self._block)
+
+
+def empty(shape: tuple[int, ...], dtype: np.dtype[Any]) -> Array:
+    """An array of undefined contents, as of np.empty."""
+    size = math.prod(shape) * dtype.itemsize
+    if not _LEAST <= size <= _MOST:
+        return np.empty(shape, dtype)
+    try:
+        block = _spare[size].pop()
+    except (KeyError, IndexError):
+        block = np.empty(size, np.uint8)
+    return np.asarray(_Lease(block, shape, dtype))
