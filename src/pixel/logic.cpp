@@ -4,7 +4,7 @@
 #include "base/checks.h"
 #include "base/dispatch.h"
 #include "base/image_view.h"
-#include "base/rows.h"
+#include "base/joined_rows.h"
 #include "base/values.h"
 #include "pixel/logic_kernels.h"
 
@@ -20,6 +20,17 @@ ResultCode checkPair(const SxImageBuf& src, const SxImageBuf& dst)
     });
 }
 
+template <class Row, class... Value>
+void combineRuns(const SxImageBuf& src, SxImageBuf& dst, Row row, Value... value)
+{
+    runsStatic(
+        workOn(src, dst),
+        [&](std::int64_t y, std::int64_t width) noexcept {
+            row(rowOf(src, y), rowOf(dst, y), width, value...);
+        },
+        src, dst);
+}
+
 /// And and Or: integers only, a value cut to the sample, 1 where there is none.
 ResultCode combineIntegers(const SxImageBuf& src, SxImageBuf& dst, const QVariant* value,
                            PerIntegerSize<LogicRow> LogicKernels::*kernel)
@@ -31,9 +42,7 @@ ResultCode combineIntegers(const SxImageBuf& src, SxImageBuf& dst, const QVarian
                     [&]<class T>(std::type_identity<T>) {
                         const T set = value ? plainValue<T>(*value) : T{1};
                         const LogicRow row = (logicKernels().*kernel).template of<T>();
-                        rowsStatic(workOn(src, dst), [&](std::int64_t y) noexcept {
-                            row(rowOf(src, y), rowOf(dst, y), src.width, bytesOf(set));
-                        });
+                        combineRuns(src, dst, row, bytesOf(set));
                     });
 }
 
@@ -59,16 +68,12 @@ ResultCode Xor(const SxImageBuf& src, SxImageBuf& dst, QVariant* value)
                         [&]<class T>(std::type_identity<T>) {
                             if (!value) {
                                 const LogicPassRow row = logicKernels().passOne.of<T>();
-                                rowsStatic(workOn(src, dst), [&](std::int64_t y) noexcept {
-                                    row(rowOf(src, y), rowOf(dst, y), src.width);
-                                });
+                                combineRuns(src, dst, row);
                                 return;
                             }
                             const T set = typedValue<T>(*value);
                             const LogicRow row = logicKernels().one.of<T>();
-                            rowsStatic(workOn(src, dst), [&](std::int64_t y) noexcept {
-                                row(rowOf(src, y), rowOf(dst, y), src.width, bytesOf(set));
-                            });
+                            combineRuns(src, dst, row, bytesOf(set));
                         });
     });
 }

@@ -4,8 +4,8 @@
 #include "base/checks.h"
 #include "base/dispatch.h"
 #include "base/image_view.h"
+#include "base/joined_rows.h"
 #include "base/repeat.h"
-#include "base/rows.h"
 #include "base/values.h"
 #include "pixel/threshold_kernels.h"
 
@@ -75,9 +75,12 @@ void binaryPlanes(const SxImageBuf& src, SxImageBuf& dst, BinaryRow<T, Out> row,
     const int planes = std::min(static_cast<int>(levels.count()), dst.channels);
     for (int plane = 0; plane < planes; ++plane) {
         const BinaryLevels<T, Out> own = levels.from(plane, 1);
-        rowsStatic(workOn(src, dst), [&](std::int64_t y) noexcept {
-            row(planeRowOf(src, plane, y), planeRowOf(dst, plane, y), src.width, own);
-        });
+        runsStatic(
+            workOn(src, dst),
+            [&](std::int64_t y, std::int64_t width) noexcept {
+                row(planeRowOf(src, plane, y), planeRowOf(dst, plane, y), width, own);
+            },
+            src, dst);
     }
 }
 
@@ -85,11 +88,15 @@ void binaryPlanes(const SxImageBuf& src, SxImageBuf& dst, BinaryRow<T, Out> row,
 template <class T, class Out>
 void binaryPixels(const SxImageBuf& src, SxImageBuf& dst, BinaryRow<T, Out> row, const Levels<T, Out>& levels)
 {
-    const Levels<T, Out> repeated = levels.areOne() ? levels : levels.alongRow();
-    const BinaryLevels<T, Out> all = repeated.from(0, levels.areOne() ? 1 : repeated.count());
-    const std::int64_t samples = std::int64_t{src.width} * src.channels;
-    rowsStatic(workOn(src, dst),
-               [&](std::int64_t y) noexcept { row(rowOf(src, y), rowOf(dst, y), samples, all); });
+    const bool areOne = levels.areOne();
+    const Levels<T, Out> repeated = areOne ? Levels<T, Out>{} : levels.alongRow();
+    const BinaryLevels<T, Out> all = areOne ? levels.from(0, 1) : repeated.from(0, repeated.count());
+    runsStatic(
+        workOn(src, dst),
+        [&](std::int64_t y, std::int64_t width) noexcept {
+            row(rowOf(src, y), rowOf(dst, y), width * src.channels, all);
+        },
+        src, dst);
 }
 
 /// Pixels whose last channels are left alone.
@@ -187,9 +194,10 @@ void keepAbove(SxImageBuf& image, const QVariant* thresholds, const QVariant* va
     replacements = alongRow(replacements);
     const KeepLevels<T> levels{floors.data(), replacements.data(), static_cast<std::int64_t>(floors.size())};
     const auto row = thresholdKernels().of<T>().keep;
-    const std::int64_t samples = std::int64_t{image.width} * channels;
-    rowsStatic(workOn(image).times(2),
-               [&](std::int64_t y) noexcept { row(rowOf(image, y), samples, levels); });
+    runsStatic(
+        workOn(image).times(2),
+        [&](std::int64_t y, std::int64_t width) noexcept { row(rowOf(image, y), width * channels, levels); },
+        image);
 }
 
 }  // namespace
@@ -206,9 +214,12 @@ ResultCode ThresholdBinary(SxImageBuf& image, const QVariant& threshold, const Q
                                     above = plainValue<T>(high);
                             const BinaryLevels<T, T> levels{&limit, &below, &above, 1};
                             const auto row = thresholdKernels().of<T>().binary;
-                            rowsStatic(workOn(image).times(2), [&](std::int64_t y) noexcept {
-                                row(rowOf(image, y), rowOf(image, y), image.width, levels);
-                            });
+                            runsStatic(
+                                workOn(image).times(2),
+                                [&](std::int64_t y, std::int64_t width) noexcept {
+                                    row(rowOf(image, y), rowOf(image, y), width, levels);
+                                },
+                                image);
                         });
     });
 }

@@ -4,7 +4,7 @@
 #include "base/checks.h"
 #include "base/dispatch.h"
 #include "base/image_view.h"
-#include "base/rows.h"
+#include "base/joined_rows.h"
 #include "stats/extremes.h"
 #include "stats/extremes_kernels.h"
 
@@ -27,6 +27,14 @@ struct RowSet {
     const SxImageBuf* mask = nullptr;  ///< one byte for `period` samples; null where all samples count
 
     const std::uint8_t* row(std::int64_t y) const noexcept { return data + y * rowPitch; }
+
+    /// The rows in runs whose samples fall into the same cells.
+    RowRuns runs(std::int64_t sampleBytes) const noexcept
+    {
+        const std::int64_t bytes = samples * sampleBytes;
+        const bool maskFollows = mask == nullptr || (period == 1 && isGapless(*mask));
+        return {{rows, bytes}, bytes == rowPitch && samples % period == 0 && maskFollows, bytes};
+    }
 };
 
 struct Position {
@@ -55,6 +63,14 @@ template <class T, class Beats>
 T fold(const RowSet& set, std::int64_t cell, const std::vector<T>& lanes, const Beats& beats)
 {
     T best = lanes[static_cast<std::size_t>(cell)];
+    if constexpr (std::is_integral_v<T>) {
+        // The compiler takes many lanes at once here, which counts for small images.
+        if (set.period == 1) {
+            for (const T lane : lanes)
+                best = beats(lane, best) ? lane : best;
+            return best;
+        }
+    }
     bool bothZeros = false;
     for (auto lane = static_cast<std::size_t>(cell + set.period); lane < lanes.size();
          lane += static_cast<std::size_t>(set.period)) {
@@ -78,26 +94,28 @@ void takeRows(const RowSet& set, Extremes<T>& extremes, std::int64_t firstCell)
 {
     const ExtremesRows<T>& kernels = extremesKernels().of<T>();
     const std::int64_t lanes = kernels.laneCount(set.period);
-    const int bands = bandsOf(set.rows);
+    const RowRuns runs = set.runs(sizeof(T));
+    const int bands = bandsOf(runs.work().rows);
     Extremes<T> spread(lanes * bands);
     const std::int64_t widened = set.mask != nullptr && set.period > 1 ? set.samples : 0;
     std::vector<std::uint8_t> selections(static_cast<std::size_t>(widened * bands));
-    bandsByConsent(set.rows, [&](int band, std::int64_t begin, std::int64_t end) noexcept {
+    bandsByConsent(runs.work().rows, [&](int band, std::int64_t begin, std::int64_t end) noexcept {
         const ExtremeLanes<T> running{spread.low.data() + band * lanes, spread.high.data() + band * lanes,
                                       lanes, set.period};
         std::uint8_t* const selection = selections.data() + band * widened;
-        for (std::int64_t y = begin; y < end; ++y) {
+        for (std::int64_t run = begin; run < end; ++run) {
+            const std::int64_t y = runs.firstRow(run), samples = runs.rowsOf(run) * set.samples;
             if (set.mask == nullptr) {
-                kernels.row(set.row(y), set.samples, running);
+                kernels.row(set.row(y), samples, running);
                 continue;
             }
             const std::uint8_t* mask = rowOf(*set.mask, y);
             if (set.period > 1) {
-                for (std::int64_t i = 0; i < set.samples; ++i)
+                for (std::int64_t i = 0; i < samples; ++i)
                     selection[i] = mask[i / set.period];
                 mask = selection;
             }
-            kernels.selectedRow(set.row(y), mask, set.samples, running);
+            kernels.selectedRow(set.row(y), mask, samples, running);
         }
     });
     for (std::int64_t cell = 0; cell < set.period; ++cell) {

@@ -4,7 +4,7 @@
 #include "base/checks.h"
 #include "base/dispatch.h"
 #include "base/image_view.h"
-#include "base/rows.h"
+#include "base/joined_rows.h"
 #include "stats/moment_kernels.h"
 #include "stats/sum_kernels.h"
 
@@ -41,15 +41,19 @@ struct Region {
     {
         return (top + y) * src.stride + left * src.channels * bytesPerSample(src.dataType);
     }
-    /// The samples of a row that the image has memory for: all of them unless planes were stepped over.
-    std::int64_t samplesAt(std::int64_t offset) const noexcept
+    /// The samples of some rows that the image has memory for: all of them unless planes were stepped over.
+    std::int64_t samplesAt(std::int64_t offset, std::int64_t rows) const noexcept
     {
         const auto start = std::min(static_cast<std::size_t>(offset), imageBytes);
         const std::size_t present =
             (imageBytes - start) / static_cast<std::size_t>(bytesPerSample(src.dataType));
-        return static_cast<std::int64_t>(std::min(present, static_cast<std::size_t>(width * period)));
+        return static_cast<std::int64_t>(std::min(present, static_cast<std::size_t>(rows * width * period)));
     }
-    RowWork work() const noexcept { return {height, 2 * width * period * bytesPerSample(src.dataType)}; }
+    RowRuns runs() const noexcept
+    {
+        const std::int64_t bytes = width * period * bytesPerSample(src.dataType);
+        return {{height, 2 * bytes}, bytes == src.stride, bytes};
+    }
     double pixels() const noexcept { return static_cast<double>(width) * static_cast<double>(height); }
 };
 
@@ -60,16 +64,18 @@ std::vector<SumOf<T>> sumsOf(const Region& region)
     const SumRows<T>& kernels = sumKernels().of<T>();
     const std::int64_t laneCount = kernels.laneCount(region.period);
     std::vector<SumOf<T>> lanes(static_cast<std::size_t>(laneCount));
-    const auto addRow = [&](SumOf<T>* partial, std::int64_t y) noexcept {
-        const std::int64_t offset = region.offsetOf(y);
-        kernels.row(region.src.data + offset, region.samplesAt(offset), partial, laneCount);
+    const RowRuns runs = region.runs();
+    const RowWork work = runs.work();
+    const auto addRun = [&](SumOf<T>* partial, std::int64_t run) noexcept {
+        const std::int64_t offset = region.offsetOf(runs.firstRow(run));
+        kernels.row(region.src.data + offset, region.samplesAt(offset, runs.rowsOf(run)), partial, laneCount);
     };
     if constexpr (std::is_floating_point_v<T>) {
         // Each addition rounds, so only one order of the rows gives one result for any number of threads.
-        for (std::int64_t y = 0; y < region.height; ++y)
-            addRow(lanes.data(), y);
+        for (std::int64_t run = 0; run < work.rows; ++run)
+            addRun(lanes.data(), run);
     } else {
-        reducePerThread<SumOf<T>>(region.work(), lanes.size(), addRow, [&](const SumOf<T>* partial) {
+        reducePerThread<SumOf<T>>(work, lanes.size(), addRun, [&](const SumOf<T>* partial) {
             std::transform(lanes.begin(), lanes.end(), partial, lanes.begin(), std::plus<>{});
         });
     }

@@ -206,6 +206,11 @@ void NarrowFold(const std::uint32_t* lanes, std::int64_t laneCount, std::uint32_
 {
     if (laneCount != samplesOf<T> && laneCount != 3 * samplesOf<T>)
         return PlainFold<T>(lanes, laneCount, sums, period);
+    if (period == 1) {
+        for (std::int64_t lane = 0; lane < laneCount; ++lane)
+            sums[0] += lanes[lane];
+        return;
+    }
     for (std::int64_t lane = 0; lane < laneCount; ++lane) {
         const std::int64_t inVector = lane % samplesOf<T>;
         const std::int64_t sample =

@@ -209,10 +209,10 @@ TEST(LogicValues, OfAnImageWithoutPixelsAreNone)
 
 class LogicPair {
 public:
-    LogicPair(ExImageDataType type, int width, int padding)
-        : src({.width = width, .height = 2, .type = type, .padding = padding, .misalignment = 3}),
-          dst({.width = width, .height = 2, .type = type}),
-          expected({.width = width, .height = 2, .type = type})
+    LogicPair(ExImageDataType type, int width, int padding, int height)
+        : src({.width = width, .height = height, .type = type, .padding = padding, .misalignment = 3}),
+          dst({.width = width, .height = height, .type = type, .padding = padding}),
+          expected({.width = width, .height = height, .type = type, .padding = padding})
     {
         src.fillSparse(static_cast<std::uint32_t>(width));
         dst.fillSparse(static_cast<std::uint32_t>(width) + 1000);
@@ -222,13 +222,13 @@ public:
     TestImage src, dst, expected;
 };
 
-void compareWithTwin(ExImageDataType type, int width, int padding)
+void compareWithTwin(ExImageDataType type, int width, int padding, int height = 2)
 {
     const bool isFloat = type == Float32 || type == Float64;
     for (const auto& operation : operations) {
         if (isFloat && operation.logic != Logic::Xor)
             continue;
-        LogicPair pair(type, width, padding);
+        LogicPair pair(type, width, padding, height);
         (void)dispatch(ByType{}, type, {}, [&]<class T>(std::type_identity<T>) {
             oracle::combine<T>(operation.logic, pair.src, pair.expected, T{77});
         });
@@ -236,7 +236,7 @@ void compareWithTwin(ExImageDataType type, int width, int padding)
         ASSERT_EQ(operation.run(pair.src, pair.dst, &value), ResultOk);
         ASSERT_EQ(pair.dst.bytes(), pair.expected.bytes()) << "type " << type << " width " << width;
     }
-    LogicPair pair(type, width, padding);
+    LogicPair pair(type, width, padding, height);
     (void)dispatch(ByType{}, type, {}, [&]<class T>(std::type_identity<T>) {
         oracle::passThroughXor<T>(pair.src, pair.expected);
     });
@@ -269,6 +269,14 @@ TEST(LogicThreads, GiveTheSameBytesForAnyNumber)
             EXPECT_EQ(dst.bytes(), expected.bytes());
         });
     }
+}
+
+TEST(LogicThreads, GiveTheSameBytesWhereRowsHaveNoGaps)
+{
+    forEachThreadCount([] {
+        for (const ExImageDataType type : allTypes)
+            compareWithTwin(type, 131, 0, 300);
+    });
 }
 
 }  // namespace

@@ -188,5 +188,20 @@ TEST(ThresholdThreads, GiveTheSameBytesForAnyNumber)
     });
 }
 
+TEST(ThresholdThreads, GiveTheSameBytesWhereRowsHaveNoGaps)
+{
+    forEachThreadCount([] {
+        for (const ExImageDataType type : {UInt8, UInt16})
+            for (const ExPixelPacking packing : {Interleaved, Planar})
+                for (const int channels : {1, 3})
+                    compareWithTwins({.width = 131,
+                                      .height = 300,
+                                      .channels = channels,
+                                      .type = type,
+                                      .packing = packing,
+                                      .padding = 0});
+    });
+}
+
 }  // namespace
 }  // namespace ko::test

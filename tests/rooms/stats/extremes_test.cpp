@@ -373,7 +373,7 @@ void compareChannels(const Layout& layout, bool masked)
     TestImage src(layout);
     layout.width % 2 == 0 ? src.fillRandom(static_cast<std::uint32_t>(layout.width))
                           : src.fillSparse(static_cast<std::uint32_t>(layout.width));
-    TestImage mask(Layout{.width = layout.width, .height = layout.height});
+    TestImage mask(Layout{.width = layout.width, .height = layout.height, .padding = layout.padding});
     mask.fillSparse(static_cast<std::uint32_t>(layout.width) + 1);
     Results out(static_cast<std::size_t>(layout.channels));
     ASSERT_EQ(masked ? MinMaxMasked(src, mask, out.low.data(), out.high.data())
@@ -479,6 +479,34 @@ TEST(MinMaxThreads, EqualTheTwinWhereSeveralAreAllowed)
                         Layout{.width = 37, .height = 23, .channels = 3, .type = type, .packing = packing},
                         masked);
             compareCells(type, 36, 24, 3, 2);
+        }
+    });
+}
+
+TEST(MinMaxThreads, EqualTheTwinWhereRowsHaveNoGaps)
+{
+    forEachThreadCount([] {
+        for (const ExImageDataType type : allTypes)
+            for (const int channels : {1, 3, 5})
+                for (const bool masked : {false, true})
+                    compareChannels(
+                        Layout{.width = 131, .height = 300, .channels = channels, .type = type, .padding = 0},
+                        masked);
+    });
+}
+
+TEST(MinMaxThreads, OfCellsThatEndNotWithTheRowEqualTheTwin)
+{
+    forEachThreadCount([] {
+        TestImage src(Layout{.width = 131, .height = 301, .padding = 0});
+        src.fillRandom(3);
+        src->bayerGrid = BayerRGGB;
+        Results out(4);
+        ASSERT_EQ(MinMax(src, out.low.data(), out.high.data()), ResultOk);
+        for (int k = 0; k < 4; ++k) {
+            const auto twin = oracle::cellExtreme<std::uint8_t>(src, 2, 2, k);
+            EXPECT_TRUE(sameBits(out.low[static_cast<std::size_t>(k)], twin.low));
+            EXPECT_TRUE(sameBits(out.high[static_cast<std::size_t>(k)], twin.high));
         }
     });
 }

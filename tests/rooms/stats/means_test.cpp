@@ -511,5 +511,38 @@ TEST(MeanThreads, GiveTheSameBitsForAnyNumber)
     }
 }
 
+TEST(MeanThreads, GiveTheSameBitsWhereRowsHaveNoGaps)
+{
+    for (const ExImageDataType type : allTypes) {
+        TestImage src(Layout{.width = 131, .height = 300, .channels = 3, .type = type, .padding = 0});
+        fill(src, type, 9);
+        forEachThreadCount([&] {
+            for (const QRect& roi : {QRect(0, 0, 131, 300), QRect(0, 7, 131, 290), QRect(1, 0, 130, 300)}) {
+                std::vector<double> means(3, kept);
+                ASSERT_EQ(Mean(src, roi, means.data()), ResultOk);
+                (void)dispatch(ByType{}, type, {}, [&]<class T>(std::type_identity<T>) {
+                    for (int c = 0; c < 3; ++c)
+                        EXPECT_TRUE(
+                            sameBits(means[static_cast<std::size_t>(c)], oracle::mean<T>(src, roi, c)))
+                            << "type " << type;
+                });
+            }
+        });
+    }
+}
+
+TEST(MeanThreads, OfPlanesWithoutGapsAreThatOfTheFirst)
+{
+    TestImage src(Layout{.width = 131, .height = 300, .channels = 3, .packing = Planar, .padding = 0});
+    src.fillRandom(10);
+    const QRect roi(0, 7, 131, 290);
+    forEachThreadCount([&] {
+        std::vector<double> means(3, kept);
+        ASSERT_EQ(Mean(src, roi, means.data()), ResultOk);
+        for (const double mean : means)
+            EXPECT_EQ(mean, oracle::mean<std::uint8_t>(src, roi, 0));
+    });
+}
+
 }  // namespace
 }  // namespace ko::test
