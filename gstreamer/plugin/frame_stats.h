@@ -23,11 +23,4 @@ struct ColourStats {
 /// @param histogram  the frame's, as counted by `HistogramEx`
 std::vector<ColourStats> colourStats(const SxImageBuf& frame, const CxImageHistogram& histogram);
 
-/// How sharp a frame is: the variance of its Laplacian, in levels squared. Neighbours are the nearest samples of the
-/// same colour; of colour pictures green is taken. 0 for frames without a sample that has all four.
-///
-/// @source J. L. Pech-Pacheco, G. Cristobal, J. Chamorro-Martinez, J. Fernandez-Valdivia, "Diatom autofocusing in
-///         brightfield microscopy: a comparative study", ICPR 2000.
-double focusOf(const SxImageBuf& frame);
-
 }  // namespace ko::gst

@@ -1,6 +1,7 @@
 // kostats: messages with the levels and the sharpness of frames.
 #include "frames/frame_view.h"
 #include "plugin/elements.h"
+#include "plugin/focus.h"
 #include "plugin/frame_stats.h"
 
 #include <ko/cpp/error.h>
@@ -147,7 +148,7 @@ GstFlowReturn look(GstBaseTransform* element, GstBuffer* buffer)
         GstStructure* const structure = gst_structure_new_empty("kostats");
         addTimes(structure, element, buffer);
         addColours(structure, state, view.image());
-        gst_structure_set(structure, "focus", G_TYPE_DOUBLE, ko::gst::focusOf(view.image()), nullptr);
+        gst_structure_set(structure, "focus", G_TYPE_DOUBLE, ko::focusOf(view.image()), nullptr);
         gst_element_post_message(GST_ELEMENT(element),
                                  gst_message_new_element(GST_OBJECT(element), structure));
     } catch (const std::exception& error) {

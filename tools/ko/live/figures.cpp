@@ -1,9 +1,9 @@
 #include "live/figures.h"
 
 #include "io/bayer.h"
+#include "plugin/focus.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <vector>
 
 namespace ko::tool {
@@ -65,25 +65,12 @@ private:
     std::array<std::vector<std::uint32_t>, 2> m_counts;
 };
 
-/// Sum of the squared differences of samples that lie `distance` apart.
-template <class T>
-std::uint64_t squaresOf(const T* row, int samples, int distance)
-{
-    std::uint64_t sum = 0;
-    for (int i = distance; i < samples; ++i) {
-        const auto difference = static_cast<std::uint32_t>(std::abs(int{row[i]} - int{row[i - distance]}));
-        sum += difference * difference;
-    }
-    return sum;
-}
-
 template <class T>
 void measure(const SxImageBuf& frame, Figures& figures)
 {
     const bool isMosaic = frame.bayerGrid != BayerNone;
     const int bits = std::clamp(frame.bitsPerSample, 1, 16);
     std::array<Counter, 3> counters{Counter(bits), Counter(bits), Counter(bits)};
-    double squares = 0;
     for (int y = 0; y < frame.height; ++y) {
         const T* const row = rowOf<T>(frame, y);
         for (int i = 0; isMosaic && i < 2; ++i)
@@ -91,18 +78,10 @@ void measure(const SxImageBuf& frame, Figures& figures)
                 row + i, (frame.width + 1 - i) / 2, 2);
         for (int i = 0; !isMosaic && i < figures.colours; ++i)
             counters[static_cast<std::size_t>(i)].count(row + i, frame.width, frame.channels);
-        squares += static_cast<double>(squaresOf(row, frame.width * frame.channels, 2 * frame.channels));
     }
-    double sum = 0;
-    double counted = 0;
-    for (std::size_t i = 0; i < counters.size(); ++i) {
-        const ColourFigures& colour = figures.of[i] = counters[i].figures();
-        sum += static_cast<double>(colour.sum) +
-               static_cast<double>(colour.clipped) * static_cast<double>((1U << bits) - 1);
-        counted += static_cast<double>(colour.samples);
-    }
-    if (sum > 0)
-        figures.focus = 1000 * squares * counted / (sum * sum);
+    for (std::size_t i = 0; i < counters.size(); ++i)
+        figures.of[i] = counters[i].figures();
+    figures.focus = focusOf(frame);
 }
 
 }  // namespace

@@ -21,11 +21,10 @@ struct Figures {
     SxImageInfo format;
     int colours = 1;  ///< 3: red, green and blue
     std::array<ColourFigures, 3> of{};
-    double focus = 0;
+    double focus = 0;  ///< as `focusOf` has it
 };
 
-/// Counts all samples. The focus figure is the mean square of the difference between samples of one colour that are
-/// two columns apart, in thousandths of the squared mean: the greater, the sharper, whatever the exposure is.
+/// Counts all samples.
 Figures figuresOf(const SxImageBuf& frame);
 
 /// The gains that make the mean of the samples gray that are not clipped; green keeps its own.
