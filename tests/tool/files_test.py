@@ -1,6 +1,7 @@
 """How pictures come in and go out: orientation, profiles, pages, standard streams, headers that claim too much."""
 
 import os
+import re
 import struct
 import subprocess
 import time
@@ -246,6 +247,39 @@ class Claims(ToolTest):
         run = self.ko("unpack", "a.fits", "-o", "out.tif", env=env)
         self.assertEqual((run.returncode, run.stderr),
                          (1, "ko: a.fits: out of memory for a picture of 600000 x 600000, 2746582 MiB\n"))
+
+
+def read_netpbm(content):
+    """(magic, width, height, maximum, samples) of a binary PGM or PPM file."""
+    magic, width, height, maximum = content.split(None, 4)[:4]
+    header = re.match(rb"P[56]\s+\d+\s+\d+\s+\d+\s", content).end()
+    width, height, maximum = int(width), int(height), int(maximum)
+    count = width * height * {b"P5": 1, b"P6": 3}[magic]
+    return magic, width, height, maximum, struct.unpack(f">{count}{'B' if maximum < 256 else 'H'}", content[header:])
+
+
+class Netpbm(ToolTest):
+    def test_samples_keep_their_depth(self):
+        for bits in (8, 10, 12, 16):
+            top = 2 ** bits - 1
+            for channels, ending, magic in ((1, "pgm", b"P5"), (3, "ppm", b"P6"), (1, "pnm", b"P5")):
+                samples = [0, top, *random_samples(7 * 5 * channels - 2, top, bits)]
+                self.write("in.tif", tiff(7, 5, [s << (16 - bits) if bits > 8 else s for s in samples], channels=channels,
+                                          bits=16 if bits > 8 else 8, description=f"koimproc bits={bits}"))
+                self.succeed("crop", "in.tif", "--roi", "0,0,7,5", "-o", f"out.{ending}")
+                self.assertEqual(read_netpbm(self.read(f"out.{ending}")), (magic, 7, 5, top, tuple(samples)))
+                self.assertIn(f"7 x 5, {channels} channel", self.succeed("info", f"out.{ending}"))
+
+    def test_levels_above_the_depth_are_limited(self):
+        self.write("in.tif", tiff(2, 2, [0x1fff, 5, 5, 7]))
+        self.succeed("demosaic", "in.tif", "--grid", "RGGB", "--bits", "12", "--half", "-o", "out.ppm")
+        self.assertEqual(read_netpbm(self.read("out.ppm")), (b"P6", 1, 1, 4095, (4095, 5, 7)))
+
+    def test_what_they_cannot_hold_is_refused(self):
+        self.write("float.tif", tiff(2, 1, [0.5, 1.0], bits=32, sample_format=3))
+        self.refuse("crop", "float.tif", "--roi", "0,0,2,1", "-o", "out.pgm", names="out.pgm: ", says="cannot be written")
+        self.write("two.tif", tiff(2, 1, [1] * 4, channels=2))
+        self.refuse("crop", "two.tif", "--roi", "0,0,2,1", "-o", "out.pgm", names="out.pgm: ", says="cannot be written")
 
 
 class Messages(ToolTest):

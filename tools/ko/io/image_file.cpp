@@ -4,6 +4,7 @@
 #include "cli/transfer.h"
 #include "io/description.h"
 #include "io/fits_file.h"
+#include "io/netpbm_file.h"
 #include "io/picture_module.h"
 #include "io/replace_file.h"
 
@@ -98,8 +99,11 @@ void writeImage(const Image& image, const std::string& file, const Metadata& met
 {
     if (turns(*image, metadata))
         return writeImage(turned(image, metadata.orientation), file, {Upright, metadata.attributes}, quality);
-    if (isFitsEnding(endingOfOutput(file)))
+    const std::string ending = endingOfOutput(file);
+    if (isFitsEnding(ending))
         return writeFits(image, file);
+    if (isNetpbm(ending, *image))
+        return writeNetpbm(image, file);
     // Into memory first: the writers of PNG and JPEG do not notice a full disk, or end the program over it.
     const std::optional<Image> moved = alignedForFile(image);
     const std::vector<unsigned char> bytes =
