@@ -34,6 +34,15 @@ void copy(const SxImageBuf& from, Image& to)
     require(CopyBuffer(from, {0, 0, from.width, from.height}, *to, {0, 0}, false), "CopyBuffer");
 }
 
+/// The browser shows a picture when it sees that it has ended, so the next boundary goes with it.
+std::string partOf(std::string_view jpeg)
+{
+    std::string part =
+        "Content-Type: image/jpeg\r\nContent-Length: " + std::to_string(jpeg.size()) + "\r\n\r\n";
+    part.append(jpeg).append("\r\n").append(Broadcast::boundary).append("\r\n");
+    return part;
+}
+
 }  // namespace
 
 Broadcast::Broadcast() : m_thread([this] { work(); }) {}
@@ -85,7 +94,7 @@ std::shared_ptr<const Broadcast::Shot> Broadcast::next(View& view, std::uint64_t
     return !m_hasEnded && isNew() ? view.latest : nullptr;
 }
 
-std::optional<Figures> Broadcast::figures()
+std::shared_ptr<const Figures> Broadcast::figures()
 {
     const std::lock_guard lock(m_mutex);
     m_figuresWanted = Clock::now();
@@ -182,12 +191,12 @@ void Broadcast::publish(Clock::time_point arrival)
     const Look look = this->look();
     for (const Viewer& view : currentViews()) {
         const QRect& region = view->region;
-        Bytes jpeg = region.isNull()
-                         ? m_encoder.encode(m_shower.overview(m_frame, look), JpegEncoder::Moving)
-                         : m_encoder.encode(m_shower.detail(m_frame, region, look), JpegEncoder::Close);
+        std::string part = partOf(
+            region.isNull() ? m_encoder.encode(m_shower.overview(m_frame, look), JpegEncoder::Moving)
+                            : m_encoder.encode(m_shower.detail(m_frame, region, look), JpegEncoder::Close));
         const std::lock_guard lock(m_mutex);
         const std::uint64_t number = view->latest ? view->latest->number + 1 : 1;
-        view->latest = std::make_shared<const Shot>(Shot{std::move(jpeg), number});
+        view->latest = std::make_shared<const Shot>(Shot{std::move(part), number});
         m_delay = Clock::now() - arrival;
         m_pictureIsThere.notify_all();
     }
@@ -195,9 +204,9 @@ void Broadcast::publish(Clock::time_point arrival)
     if (!wantsFigures(Clock::now()))
         return;
     lock.unlock();
-    const Figures figures = figuresOf(m_frame);
+    auto figures = std::make_shared<const Figures>(figuresOf(m_frame));
     lock.lock();
-    m_figures = figures;
+    m_figures = std::move(figures);
     m_figuresMade = Clock::now();
 }
 

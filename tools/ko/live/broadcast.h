@@ -13,8 +13,8 @@
 #include <list>
 #include <memory>
 #include <mutex>
-#include <optional>
 #include <string>
+#include <string_view>
 #include <thread>
 
 namespace ko::tool {
@@ -25,8 +25,11 @@ class Broadcast {
 public:
     using Clock = std::chrono::steady_clock;
 
+    /// Stands before the first part of an answer with pictures and behind each.
+    static constexpr std::string_view boundary = "--picture";
+
     struct Shot {
-        Bytes jpeg;
+        std::string part;      ///< of the answer that shows it, as all viewers get it
         std::uint64_t number;  ///< the first is 1
     };
 
@@ -47,8 +50,8 @@ public:
     /// The next picture after `number`; null when there is none for a while.
     std::shared_ptr<const Shot> next(View& view, std::uint64_t number);
 
-    /// The figures of a recent frame, once there are some: asking for them has them made for some seconds.
-    std::optional<Figures> figures();
+    /// The figures of a recent frame, null until there are some: asking for them has them made for some seconds.
+    std::shared_ptr<const Figures> figures();
 
     Look look() const;
     void setLook(const Look& look);
@@ -82,7 +85,7 @@ private:
     Clock::time_point m_due;
     std::list<std::weak_ptr<View>> m_views;
     Look m_look;
-    std::optional<Figures> m_figures;
+    std::shared_ptr<const Figures> m_figures;
     Clock::time_point m_figuresMade;
     Clock::time_point m_figuresWanted;
     std::chrono::duration<double> m_delay{};

@@ -71,12 +71,13 @@ ssize_t HttpStream::write(const char* from, size_t size)
 {
     std::size_t sent = 0;
     while (sent < size) {
-        if (!waitFor(POLLOUT, Clock::now() + patience))
+        const ssize_t written =
+            m_isEnding ? 0 : send(m_socket, from + sent, size - sent, MSG_NOSIGNAL | MSG_DONTWAIT);
+        if (written > 0)
+            sent += static_cast<std::size_t>(written);
+        else if ((written < 0 && errno != EAGAIN && errno != EINTR) ||
+                 !waitFor(POLLOUT, Clock::now() + patience))
             return -1;
-        const ssize_t written = send(m_socket, from + sent, size - sent, MSG_NOSIGNAL | MSG_DONTWAIT);
-        if (written < 0 && errno != EAGAIN && errno != EINTR)
-            return -1;
-        sent += static_cast<std::size_t>(std::max<ssize_t>(written, 0));
     }
     return static_cast<ssize_t>(size);
 }

@@ -3,14 +3,12 @@
 
 #include "io/image.h"
 
-#include <memory>
+#include <string_view>
 #include <vector>
 
 namespace ko::tool {
 
-using Bytes = std::vector<unsigned char>;
-
-/// Encodes pictures of one or three channels of 8 bits. One thread at a time uses it.
+/// Encodes pictures as `Shower` makes them. One thread at a time uses it.
 class JpegEncoder {
 public:
     JpegEncoder();
@@ -20,11 +18,13 @@ public:
 
     /// A small file, for what moves, or one with every pixel's colour, to be looked at closely.
     enum Detail { Moving, Close };
-    Bytes encode(const Image& picture, Detail wanted);
+
+    /// The file is valid until the next one is made.
+    std::string_view encode(const Image& picture, Detail wanted);
 
 private:
     void* const m_handle;
-    Bytes m_buffer;
+    std::vector<unsigned char> m_buffer;
 };
 
 }  // namespace ko::tool

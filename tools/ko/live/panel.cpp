@@ -3,6 +3,7 @@
 #include "io/bayer.h"
 
 #include <QJsonArray>
+#include <QJsonDocument>
 
 #include <cmath>
 
@@ -49,6 +50,11 @@ QJsonObject jsonOf(const Figures& figures)
     return {{"frame", frame}, {"histogram", histograms}, {"clipped", clipped}, {"focus", figures.focus}};
 }
 
+std::string textOf(const QJsonObject& object)
+{
+    return QJsonDocument(object).toJson(QJsonDocument::Compact).toStdString();
+}
+
 }  // namespace
 
 void Panel::update(const Progress& progress)
@@ -71,17 +77,30 @@ void Panel::readControls()
     m_controlsRead = std::chrono::steady_clock::now();
 }
 
-QJsonObject Panel::status() const
+/// The fields of the figures and the comma behind them; empty where there are none.
+std::string Panel::figures()
+{
+    auto figures = m_broadcast.figures();
+    if (!figures)
+        return {};
+    const std::lock_guard lock(m_mutex);
+    if (figures != m_told) {
+        m_toldAs = textOf(jsonOf(*figures)).substr(1);
+        m_toldAs.back() = ',';
+        m_told = std::move(figures);
+    }
+    return m_toldAs;
+}
+
+std::string Panel::status()
 {
     QJsonObject status;
-    if (const std::optional<Figures> figures = m_broadcast.figures())
-        status = jsonOf(*figures);
     const std::string trouble = m_feed.trouble();
     status.insert("camera", QString::fromStdString(m_feed.name()));
     status.insert("trouble", QString::fromStdString(trouble.empty() ? m_broadcast.trouble() : trouble));
     status.insert("delay", m_broadcast.delay().count());
     status.insert("look", jsonOf(m_broadcast.look()));
-    const std::lock_guard lock(m_mutex);
+    std::unique_lock lock(m_mutex);
     status.insert("frames", numberOf(m_progress.frames));
     status.insert("rate", m_progress.rate);
     status.insert("dropped", numberOf(m_progress.losses.dropped));
@@ -93,7 +112,8 @@ QJsonObject Panel::status() const
     }
     status.insert("exposure", jsonOf(m_exposure));
     status.insert("gain", jsonOf(m_gain));
-    return status;
+    lock.unlock();
+    return '{' + figures() + textOf(status).substr(1);
 }
 
 std::string Panel::control(const QJsonObject& wish)

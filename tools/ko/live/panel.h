@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -31,7 +32,8 @@ public:
     /// Called now and then: asks the camera for its settings, so that viewers need not.
     void update(const Progress& progress);
 
-    QJsonObject status() const;
+    /// All that the page shows, as JSON.
+    std::string status();
 
     /// Does what the fields of `wish` say and answers with what is wrong with them; empty where nothing is.
     std::string control(const QJsonObject& wish);
@@ -41,9 +43,13 @@ private:
     std::string setLook(const QJsonObject& wish);
     void readControls();
 
+    std::string figures();
+
     Feed& m_feed;
     Broadcast& m_broadcast;
-    mutable std::mutex m_mutex;  ///< guards all below
+    std::mutex m_mutex;  ///< guards all below
+    std::shared_ptr<const Figures> m_told;
+    std::string m_toldAs;  ///< the same in JSON: it takes long to write and is the same for all who ask
     Progress m_progress;
     Control m_exposure;
     Control m_gain;

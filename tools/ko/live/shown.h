@@ -24,7 +24,10 @@ void requireShowable(const SxImageInfo& frame);
 
 inline constexpr std::int64_t mostShownPixels = 1'300'000;
 
-/// Makes the pictures, all of 8 bits and one or three channels. One thread at a time uses it.
+/// Channels of a picture in colours: red, green, blue, and one that means nothing.
+inline constexpr int shownColours = 4;
+
+/// Makes the pictures, all of 8 bits and of one or `shownColours` channels. One thread at a time uses it.
 class Shower {
 public:
     /// The whole frame with at most `mostShownPixels`: each pixel is the mean of as many cells of a mosaic, or pixels
@@ -47,8 +50,10 @@ private:
     template <class T>
     Image overviewOf(const SxImageBuf& frame) const;
     template <class T>
+    Image cellsOf(const SxImageBuf& frame) const;
+    template <class T>
     void tone(const Image& colours, Image& result) const;
-    template <class LevelAt>
+    template <class T, class LevelAt>
     void applyTables(int width, int channels, std::uint8_t* to, const LevelAt& levelAt) const;
 
     Tables m_tables;  ///< made anew when what they depend on changes

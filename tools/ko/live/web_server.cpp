@@ -22,14 +22,7 @@ namespace {
 constexpr int mostConnections = 64;
 constexpr int mostRequests = 1000;  // of a connection
 constexpr std::size_t mostPosted = 1024;
-constexpr int sendBuffer =
-    128 << 10;  // less than a second of pictures: what waits here is old when it is seen
-constexpr auto boundary = "picture";
-
-std::string jsonOf(const QJsonObject& object)
-{
-    return QJsonDocument(object).toJson(QJsonDocument::Compact).toStdString();
-}
+constexpr int sendBuffer = 256 << 10;  // of a picture or two: what waits here is old when it is seen
 
 /// The four numbers of "x,y,width,height"; nothing for another text.
 std::optional<QRect> regionOf(const std::string& text)
@@ -55,16 +48,9 @@ bool sendPicture(Broadcast& broadcast, const Broadcast::Viewer& view, std::uint6
     const std::shared_ptr<const Broadcast::Shot> shot = broadcast.next(*view, number);
     if (!shot)
         return sink.is_writable();
-    // The browser shows a picture when it sees that it has ended, so the next boundary goes with it.
-    const std::string start = number == 0 ? std::string("--") + boundary + "\r\n" : "";
-    const std::string head =
-        start + "Content-Type: image/jpeg\r\nContent-Length: " + std::to_string(shot->jpeg.size()) +
-        "\r\n\r\n";
-    const std::string tail = std::string("\r\n--") + boundary + "\r\n";
+    const std::string start = number == 0 ? std::string(Broadcast::boundary) + "\r\n" : "";
     number = shot->number;
-    return sink.write(head.data(), head.size()) &&
-           sink.write(reinterpret_cast<const char*>(shot->jpeg.data()), shot->jpeg.size()) &&
-           sink.write(tail.data(), tail.size());
+    return sink.write(start.data(), start.size()) && sink.write(shot->part.data(), shot->part.size());
 }
 
 void refuse(httplib::Response& response, int status, const std::string& why)
@@ -87,7 +73,8 @@ void streamPictures(Broadcast& broadcast, const httplib::Request& request, httpl
     if (!view)
         return refuse(response, 503, "too many regions are looked at");
     auto number = std::make_shared<std::uint64_t>(0);
-    response.set_content_provider(std::string("multipart/x-mixed-replace; boundary=") + boundary,
+    response.set_content_provider("multipart/x-mixed-replace; boundary=" +
+                                      std::string(Broadcast::boundary.substr(2)),
                                   [&broadcast, view, number](std::size_t, httplib::DataSink& sink) {
                                       return sendPicture(broadcast, view, *number, sink);
                                   });
@@ -113,7 +100,7 @@ void addActions(httplib::Server& server, const std::string& prefix, const Studio
         streamPictures(studio.broadcast, request, response);
     });
     server.Get(prefix + "status", [&studio](const httplib::Request&, httplib::Response& response) {
-        response.set_content(jsonOf(studio.status()), "application/json");
+        response.set_content(studio.status(), "application/json");
     });
     server.Post(prefix + "control", [&studio](const httplib::Request& request, httplib::Response& response) {
         const QJsonDocument wish = QJsonDocument::fromJson(QByteArray::fromStdString(request.body));
@@ -121,7 +108,7 @@ void addActions(httplib::Server& server, const std::string& prefix, const Studio
             return refuse(response, 400, "control: no JSON object");
         if (const std::string trouble = studio.control(wish.object()); !trouble.empty())
             return refuse(response, 400, trouble);
-        response.set_content(jsonOf(studio.status()), "application/json");
+        response.set_content(studio.status(), "application/json");
     });
 }
 

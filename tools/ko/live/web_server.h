@@ -15,7 +15,7 @@ namespace ko::tool {
 /// What the page shows and what it can change.
 struct Studio {
     Broadcast& broadcast;
-    std::function<QJsonObject()> status;
+    std::function<std::string()> status;  ///< as JSON
     /// Does what a request asks for and answers with what was wrong with it; empty where nothing was.
     std::function<std::string(const QJsonObject&)> control;
 };
