@@ -33,6 +33,15 @@ def leave_network():
     return True
 
 
+def wait_for(condition, seconds=60):
+    """The first result of the condition that is true."""
+    end = time.monotonic() + seconds
+    while not (result := condition()):
+        assert time.monotonic() < end, "waited for too long"
+        time.sleep(0.05)
+    return result
+
+
 class LiveTest(ToolTest):
     def start(self, *arguments, **options):
         """ko live, which is ended with the test at the latest."""
@@ -55,12 +64,7 @@ class LiveTest(ToolTest):
         out, error = run.communicate(timeout=60)
         return out, error, run.returncode
 
-    def wait_for(self, condition, seconds=60):
-        end = time.monotonic() + seconds
-        while not (result := condition()):
-            self.assertLess(time.monotonic(), end, "waited for too long")
-            time.sleep(0.05)
-        return result
+    wait_for = staticmethod(wait_for)
 
     def plug_in(self):
         """The fake camera, which is pulled with the test at the latest."""
