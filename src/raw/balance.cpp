@@ -41,6 +41,16 @@ std::uint8_t lastBelow(std::uint16_t top, std::uint32_t gain)
     return static_cast<std::uint8_t>(gain == 0 ? 255 : std::min<std::uint64_t>(lightest / gain, 255));
 }
 
+/// Byte `i` of four in a row.
+void addByte(FourBytes& bytes, std::size_t i, std::uint32_t gain, std::uint16_t black, std::uint16_t top)
+{
+    bytes.black |= std::min<std::uint32_t>(black, 255) << 8 * i;
+    bytes.last |= std::uint32_t{lastBelow(top, gain)} << 8 * i;
+    FourBytes::Gains& gains = bytes.gains[i % 2];
+    gains.upper |= (gain >> 8 & 0xFFFF) << 8 * (i & 2);
+    gains.lower |= (gain & 0xFF) << 8 << 8 * (i & 2);
+}
+
 /// The pattern of a row whose colours are `period` from `first` on.
 BalancePattern patternOf(const double* gains, const int* blackLevels, int first, int period,
                          std::uint16_t top)
@@ -56,9 +66,9 @@ BalancePattern patternOf(const double* gains, const int* blackLevels, int first,
         const auto gain = static_cast<std::uint32_t>(std::min(gains[colour], largestGain) * 65536.0 + 0.5);
         pattern.whole[i] = static_cast<std::uint16_t>(gain >> 16);
         pattern.fraction[i] = static_cast<std::uint16_t>(gain & 0xFFFF);
-        if (i < pattern.lastBelowTop.size())
-            pattern.lastBelowTop[i] = lastBelow(top, gain);
         pattern.black[i] = static_cast<std::uint16_t>(blackLevels == nullptr ? 0 : blackLevels[colour]);
+        if (i < 4)
+            addByte(pattern.bytes, i, gain, pattern.black[i], top);
     }
     return pattern;
 }
@@ -81,10 +91,14 @@ ResultCode WhiteBalance(const SxImageBuf& src, SxImageBuf& dst, const double* ga
                         [&]<class T>(std::type_identity<T>) {
                             const int period = isMosaic(src) ? 2 : colours;
                             const auto top = saturatedTop<T>(dst.bitsPerSample);
-                            const BalancePattern patterns[] = {
+                            BalancePattern patterns[] = {
                                 patternOf(gains, blackLevels, 0, period, top),
                                 patternOf(gains, blackLevels, colours - period, period, top)};
-                            const BalanceRow row = balanceKernels().of<T>();
+                            const BalanceKernels& kernels = balanceKernels();
+                            if constexpr (sizeof(T) == 1)
+                                for (BalancePattern& pattern : patterns)
+                                    kernels.prepareBytes(pattern);
+                            const BalanceRow row = kernels.rows.of<T>();
                             const std::int64_t samples = std::int64_t{src.width} * src.channels;
                             rowsDynamic(workOn(src, dst).times(2), [&](std::int64_t y) noexcept {
                                 row(rowOf(src, y), rowOf(dst, y), samples, patterns[y % 2]);

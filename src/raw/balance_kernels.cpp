@@ -5,13 +5,19 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
+#include <numeric>
 
+// Newer processors look up bytes in registers.
+#define HWY_WANT_AVX3_DL
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "raw/balance_kernels.cpp"
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 // Compiled per target as well, hence behind Highway.
 #include "simd/vectors-inl.h"
+// It uses the above.
+#include "simd/byte_table-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace ko {
@@ -47,6 +53,8 @@ void Balance(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples,
 }
 
 constexpr auto BalanceBytes = &Balance<std::uint8_t>;
+
+void PrepareBytes(BalancePattern&) noexcept {}
 
 #else
 
@@ -122,47 +130,102 @@ void Balance(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples,
     BalanceSamples<T>(src, dst, rest, samples, place, pattern);
 }
 
-/// The numbers of four samples in a row, again and again. Lanes of words hold two samples, so there are vectors
-/// for the even ones and for the odd ones.
-struct FourBytes {
-    explicit FourBytes(const BalancePattern& pattern)
+/// A number of four bytes in a row, again and again.
+VecOf<Bytes> EachFour(std::uint32_t four)
+{
+    return hn::BitCast(Bytes(), hn::Set(hn::Repartition<std::uint32_t, Bytes>(), four));
+}
+
+/// The gains of every other byte.
+struct GainVectors {
+    explicit GainVectors(const FourBytes::Gains& gains)
+        : upper(hn::BitCast(Words(), EachFour(gains.upper))),
+          lower(hn::BitCast(Words(), EachFour(gains.lower)))
     {
-        std::array<std::uint32_t, 4> upper, lower;
-        std::uint32_t blacks = 0, lasts = 0;
-        for (std::size_t i = 0; i < 4; ++i) {
-            const std::uint32_t factor = std::uint32_t{pattern.whole[i]} << 16 | pattern.fraction[i];
-            upper[i] = factor >> 8;
-            lower[i] = (factor & 0xFF) << 8;
-            blacks |= std::min<std::uint32_t>(pattern.black[i], 255) << 8 * i;
-            lasts |= std::uint32_t{pattern.lastBelowTop[i]} << 8 * i;
-        }
-        const hn::Repartition<std::uint32_t, Words> fours;
-        black = hn::BitCast(Bytes(), hn::Set(fours, blacks));
-        last = hn::BitCast(Bytes(), hn::Set(fours, lasts));
-        for (std::size_t odd = 0; odd < 2; ++odd) {
-            gain[odd].upper = hn::BitCast(Words(), hn::Set(fours, upper[odd] | upper[odd + 2] << 16));
-            gain[odd].lower = hn::BitCast(Words(), hn::Set(fours, lower[odd] | lower[odd + 2] << 16));
-        }
     }
 
-    struct Gain {
-        VecOf<Words> upper;  ///< in 1/256
-        VecOf<Words> lower;  ///< in 1/65536, moved to the upper byte
-        /// In 1/256, with the half that rounds it.
-        VecOf<Words> times(VecOf<Words> light) const
-        {
-            const auto part = hn::Add(hn::MulHigh(light, lower), hn::Set(Words(), 128));
-            return hn::Add(hn::Mul(light, upper), part);
-        }
-    };
+    /// In 1/256, with the half that rounds it.
+    VecOf<Words> times(VecOf<Words> light) const
+    {
+        const auto part = hn::Add(hn::MulHigh(light, lower), hn::Set(Words(), 128));
+        return hn::Add(hn::Mul(light, upper), part);
+    }
 
-    VecOf<Bytes> black;
-    VecOf<Bytes> last;  ///< the most light of which the result is below top
-    Gain gain[2];       ///< of the even samples and of the odd ones
+    VecOf<Words> upper, lower;
 };
 
-/// Bytes of one, two or four colours. Their gains are below 256, so they have 24 bits, of which 16 and 8 are
-/// multiplied apart. Products in 1/256 fit 16 bits where the result is below top; all brighter samples are top.
+/// Bytes of one, two or four colours, but those left over at the end; the first of these is returned. Gains are
+/// below 256, so they have 24 bits, of which 16 and 8 are multiplied apart. Products in 1/256 fit 16 bits where the
+/// result is below top; all brighter samples are top.
+std::int64_t MultiplyBytes(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples,
+                           const FourBytes& four, std::uint16_t highest) noexcept
+{
+    const Words words;
+    const Bytes bytes;
+    const GainVectors evenGains(four.gains[0]), oddGains(four.gains[1]);
+    const auto black = EachFour(four.black), last = EachFour(four.last);
+    const auto top = hn::Set(bytes, static_cast<std::uint8_t>(highest));
+    const auto lowByte = hn::Set(words, 0xFF);
+    const auto lanes = static_cast<std::int64_t>(hn::Lanes(bytes));
+    return EachVector<std::uint8_t>(src, dst, samples, lanes, [&](std::int64_t x) HWY_ATTR {
+        const auto light = hn::SaturatedSub(LoadAt(bytes, src + x), black);
+        const auto pairs = hn::BitCast(words, light);
+        const auto even = hn::ShiftRight<8>(evenGains.times(hn::And(pairs, lowByte)));
+        const auto odd = hn::AndNot(lowByte, oddGains.times(hn::ShiftRight<8>(pairs)));
+        const auto isTop = hn::Gt(light, last);
+        StoreAt(bytes, hn::IfThenElse(isTop, top, hn::BitCast(bytes, hn::Or(even, odd))), dst + x);
+    });
+}
+
+#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX3_DL
+
+/// Looking up takes half as long as multiplying.
+constexpr bool looksUp(const BalancePattern& pattern)
+{
+    return pattern.period <= 2;
+}
+
+void PrepareBytes(BalancePattern& pattern) noexcept
+{
+    if (!looksUp(pattern))
+        return;
+    std::array<std::uint8_t, 256> every;
+    std::iota(every.begin(), every.end(), std::uint8_t{0});
+    for (std::size_t odd = 0; odd < 2; ++odd) {
+        const FourBytes::Gains& gains = pattern.bytes.gains[odd];
+        const auto alike = [odd](std::uint32_t four) { return (four >> 8 * odd & 0xFF) * 0x01010101U; };
+        const FourBytes four{alike(pattern.bytes.black), alike(pattern.bytes.last), {gains, gains}};
+        MultiplyBytes(every.data(), pattern.results[odd].data(), 256, four, pattern.top);
+    }
+}
+
+std::int64_t LookUpBytes(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples,
+                         const BalancePattern& pattern) noexcept
+{
+    const ByteTable even(pattern.results[0].data()), odd(pattern.results[1].data());
+    const auto isOdd = hn::MaskFromVec(hn::BitCast(Bytes(), hn::Set(Words(), 0x8000)));
+    return EachVector<std::uint8_t>(src, dst, samples, 64, [&](std::int64_t x) HWY_ATTR {
+        const auto sample = LoadAt(Bytes(), src + x);
+        StoreAt(Bytes(), hn::IfThenElse(isOdd, odd.At(sample), even.At(sample)), dst + x);
+    });
+}
+
+#else
+
+constexpr bool looksUp(const BalancePattern&)
+{
+    return false;
+}
+
+void PrepareBytes(BalancePattern&) noexcept {}
+
+std::int64_t LookUpBytes(const std::uint8_t*, std::uint8_t*, std::int64_t, const BalancePattern&) noexcept
+{
+    return 0;
+}
+
+#endif
+
 void BalanceBytes(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples,
                   const BalancePattern& pattern) noexcept
 {
@@ -170,21 +233,8 @@ void BalanceBytes(const std::uint8_t* src, std::uint8_t* dst, std::int64_t sampl
         Balance<std::uint8_t>(src, dst, samples, pattern);
         return;
     }
-    const Words words;
-    const Bytes bytes;
-    const FourBytes colours(pattern);
-    const auto top = hn::Set(bytes, static_cast<std::uint8_t>(pattern.top));
-    const auto lowByte = hn::Set(words, 0xFF);
-    const auto lanes = static_cast<std::int64_t>(hn::Lanes(bytes));
-    const std::int64_t rest =
-        EachVector<std::uint8_t>(src, dst, samples, lanes, [&](std::int64_t x) HWY_ATTR {
-            const auto light = hn::SaturatedSub(LoadAt(bytes, src + x), colours.black);
-            const auto pairs = hn::BitCast(words, light);
-            const auto even = hn::ShiftRight<8>(colours.gain[0].times(hn::And(pairs, lowByte)));
-            const auto odd = hn::AndNot(lowByte, colours.gain[1].times(hn::ShiftRight<8>(pairs)));
-            const auto isTop = hn::Gt(light, colours.last);
-            StoreAt(bytes, hn::IfThenElse(isTop, top, hn::BitCast(bytes, hn::Or(even, odd))), dst + x);
-        });
+    const std::int64_t rest = looksUp(pattern) ? LookUpBytes(src, dst, samples, pattern)
+                                               : MultiplyBytes(src, dst, samples, pattern.bytes, pattern.top);
     BalanceSamples<std::uint8_t>(src, dst, rest, samples, 0, pattern);
 }
 
@@ -192,7 +242,7 @@ void BalanceBytes(const std::uint8_t* src, std::uint8_t* dst, std::int64_t sampl
 
 const BalanceKernels& Kernels()
 {
-    static constexpr BalanceKernels kernels{BalanceBytes, &Balance<std::uint16_t>};
+    static constexpr BalanceKernels kernels{{BalanceBytes, &Balance<std::uint16_t>}, &PrepareBytes};
     return kernels;
 }
 

@@ -18,6 +18,8 @@
 #endif
 
 #include "simd/vectors-inl.h"
+// It uses the above.
+#include "simd/byte_table-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace ko {
@@ -73,23 +75,18 @@ using Bytes = hn::ScalableTag<std::uint8_t>;
 
 #if HWY_TARGET <= HWY_AVX3_DL
 
-/// The whole table in four registers, two of which serve one look-up: the upper bit of a sample chooses
-/// between two results.
 void LookUp8Row(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples,
                 const std::uint8_t* table) noexcept
 {
     const Bytes bytes;
     constexpr auto step = static_cast<std::int64_t>(hn::MaxLanes(bytes));
-    const auto a = hn::LoadU(bytes, table), b = hn::LoadU(bytes, table + step),
-               c = hn::LoadU(bytes, table + 2 * step), d = hn::LoadU(bytes, table + 3 * step);
+    const ByteTable entries(table);
     for (std::int64_t x = 0; x < samples; x += step) {
         fetchAhead<std::uint8_t, false>(src + x, step);
         fetchAhead<std::uint8_t, true>(dst + x, step);
         const auto present = hn::FirstN(bytes, static_cast<std::size_t>(std::min(step, samples - x)));
         const auto at = hn::MaskedLoad(present, bytes, src + x);
-        const hn::Vec<Bytes> low{_mm512_permutex2var_epi8(a.raw, at.raw, b.raw)};
-        const hn::Vec<Bytes> high{_mm512_permutex2var_epi8(c.raw, at.raw, d.raw)};
-        hn::BlendedStore(hn::IfThenElse(hn::MaskFromVec(at), high, low), present, bytes, dst + x);
+        hn::BlendedStore(entries.At(at), present, bytes, dst + x);
     }
 }
 
