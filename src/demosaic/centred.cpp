@@ -35,8 +35,7 @@ void malvarBand(const CentredCall& call, std::int64_t pitch, std::byte* memory, 
 {
     const MalvarRowKernels<T>& kernels = malvarKernels().of<T>();
     using E = typename MalvarRowKernels<T>::Element;
-    auto* elements = reinterpret_cast<E*>(memory);
-    const MosaicLines<E, 5> lines(elements, pitch);
+    const MosaicLines<E, 5> lines(memory, pitch);
     const auto top = static_cast<typename MalvarRowKernels<T>::Sum>(saturatedTop<T>(call.src.bitsPerSample));
     for (std::int64_t last = from - 2; last < to + 2; ++last) {
         loadLines<T>(call.src, call.roi, last, lines, kernels.split);
@@ -59,16 +58,27 @@ template <class T>
 class MenonBand {
 public:
     MenonBand(const CentredCall& call, std::int64_t pitch, std::byte* memory) noexcept
-        : MenonBand(call, pitch, reinterpret_cast<float*>(memory))
+        : m_call(call),
+          m_pairs((widthOf(call.roi) + 1) / 2),
+          m_mosaic(memory, pitch),
+          m_along(memory, pitch),
+          m_across(memory, pitch),
+          m_alongChanges(memory, pitch),
+          m_acrossChanges(memory, pitch),
+          m_mixed(memory, pitch),
+          m_alongPart(memory, pitch),
+          m_refined(memory, pitch)
     {
     }
 
     void make(std::int64_t from, std::int64_t to) noexcept
     {
         for (std::int64_t y = from - 7; y < to + 7; ++y) {
-            loadLines<T>(m_call.src, m_call.roi, y, m_mosaic, m_kernels.split.template of<T>());
+            loadLines<T>(m_call.src, m_call.roi, y, m_mosaic, m_kernels.split);
             if (y >= from - 3)
                 estimate(y - 2);
+            if (y >= from - 1)
+                compare(y - 2);
             if (y >= from + 1)
                 mix(y - 4);
             if (y >= from + 5)
@@ -79,22 +89,12 @@ public:
     }
 
 private:
-    MenonBand(const CentredCall& call, std::int64_t pitch, float* memory) noexcept
-        : m_call(call),
-          m_pairs((widthOf(call.roi) + 1) / 2),
-          m_mosaic(memory, pitch),
-          m_along(memory, pitch),
-          m_across(memory, pitch),
-          m_mixed(memory, pitch),
-          m_alongPart(memory, pitch),
-          m_refined(memory, pitch)
-    {
-    }
+    using E = typename MenonRowKernels<T>::Element;
 
     RowKind kind(std::int64_t y) const noexcept { return kindOf(m_call.cell(), y); }
 
-    template <int Count>
-    static FiveLines around(const LineRing<float, Count>& lines, std::int64_t y) noexcept
+    template <class Line, int Count>
+    static FiveLines<Line> around(const LineRing<Line, Count>& lines, std::int64_t y) noexcept
     {
         return {lines[y - 2], lines[y - 1], lines[y], lines[y + 1], lines[y + 2]};
     }
@@ -103,12 +103,21 @@ private:
     {
         const RowKind row = kind(y);
         m_kernels.differences(around(m_mosaic.own(row), y), m_mosaic.between(row)[y], row.colourFirst,
-                              m_along[y], m_across[y], -3, m_pairs + 3);
+                              {m_along[y], m_across[y], m_alongChanges[y]}, -3, m_pairs + 3);
+    }
+    /// With the last row of the same colour.
+    void compare(std::int64_t y) noexcept
+    {
+        m_kernels.changes(m_across[y - 2], m_across[y], m_acrossChanges[y], -3, m_pairs + 3);
     }
     void mix(std::int64_t y) noexcept
     {
-        m_kernels.mix(around(m_along, y), around(m_across, y), kind(y).colourFirst, m_mixed[y],
-                      m_alongPart[y], -2, m_pairs + 2);
+        const typename MenonRowKernels<T>::Estimates estimates{
+            m_along[y],
+            m_across[y],
+            around(m_alongChanges, y),
+            {m_acrossChanges[y], m_acrossChanges[y + 1], m_acrossChanges[y + 2]}};
+        m_kernels.mix(estimates, kind(y).colourFirst, m_mixed[y], m_alongPart[y], -2, m_pairs + 2);
     }
     void refine(std::int64_t y) noexcept
     {
@@ -117,18 +126,20 @@ private:
     void finish(std::int64_t y) noexcept
     {
         const RowKind row = kind(y);
-        const MenonKernels::Row lines{m_mosaic.own(row)[y],
-                                      m_mosaic.between(row)[y],
-                                      {m_refined[y - 1], m_refined[y], m_refined[y + 1]}};
-        m_kernels.make.template of<T>()(lines, row, m_call.pixels<T>(y), m_call.dst.width,
-                                        static_cast<float>(saturatedTop<T>(m_call.src.bitsPerSample)));
+        m_kernels.make({m_mosaic.own(row)[y],
+                        m_mosaic.between(row)[y],
+                        {m_refined[y - 1], m_refined[y], m_refined[y + 1]}},
+                       row, m_call.pixels<T>(y), m_call.dst.width, saturatedTop<T>(m_call.src.bitsPerSample));
     }
 
-    const MenonKernels& m_kernels = menonKernels();
+    const MenonRowKernels<T>& m_kernels = menonKernels().of<T>();
     const CentredCall& m_call;
     std::int64_t m_pairs;
-    MosaicLines<float, 8> m_mosaic;
-    LineRing<float, 5> m_along, m_across, m_mixed;
+    MosaicLines<E, 8> m_mosaic;
+    LineRing<E, 3> m_along, m_across;
+    LineRing<E, 5> m_alongChanges;
+    LineRing<E, 3> m_acrossChanges;
+    LineRing<float, 5> m_mixed;
     LineRing<float, 3> m_alongPart, m_refined;
 };
 

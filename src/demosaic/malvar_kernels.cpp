@@ -3,8 +3,12 @@
 #include "base/image_view.h"
 #include "base/kernel_loops.h"
 
+#include <array>
+#include <cstddef>
 #include <cstring>
 
+// Newer processors permute bytes.
+#define HWY_WANT_AVX3_DL
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "demosaic/malvar_kernels.cpp"
 #include <hwy/foreach_target.h>

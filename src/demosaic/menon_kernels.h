@@ -4,43 +4,78 @@
 // the differences of red or blue to green, at the places of that colour, need to be known.
 #pragma once
 
-#include "base/kernel_tables.h"
 #include "demosaic/mosaic_lines.h"
 
 #include <array>
 #include <cstdint>
+#include <type_traits>
 
 namespace ko {
 
 /// Lines of five rows, the middle one is the row to work on.
-using FiveLines = std::array<const float*, 5>;
+template <class E>
+using FiveLines = std::array<const E*, 5>;
 
-struct MenonKernels {
-    using Split = void (*)(const std::uint8_t* mosaic, float* first, float* second,
-                           std::int64_t pairs) noexcept;
-    PerDepth<Split> split;
+/// Kernels for samples of type `T`.
+///
+/// The estimates are multiples of a quarter. They and the sums of their changes are whole numbers of quarters: those
+/// of bytes fit 16 bits, those of words 24 and so floats as well. Only what comes after the sums is rounded.
+template <class T>
+struct MenonRowKernels {
+    using Element = std::conditional_t<sizeof(T) == 1, std::int16_t, std::int32_t>;
+    using Line = const Element*;
 
-    /// The differences of the row's colour to the greens estimated along the row and across it. `own` are the
-    /// columns of the row's colour, `between` the greens of the row itself.
-    void (*differences)(const FiveLines& own, const float* between, bool colourFirst, float* along,
-                        float* across, std::int64_t from, std::int64_t to) noexcept;
-    /// The two differences mixed, the more of each the less it varies around, and the part of the one along
-    /// the row.
-    void (*mix)(const FiveLines& along, const FiveLines& across, bool colourFirst, float* mixed,
-                float* alongPart, std::int64_t from, std::int64_t to) noexcept;
+    void (*split)(const std::uint8_t* mosaic, Element* first, Element* second, std::int64_t pairs) noexcept;
+
+    /// The differences of the row's colour to the greens estimated along the row and across it, in quarters, and
+    /// how much those along the row change from each pair to the next. `own` are the columns of the row's colour,
+    /// `between` the greens of the row itself.
+    struct Differences {
+        Element* along;
+        Element* across;
+        Element* alongChanges;
+    };
+    void (*differences)(const FiveLines<Element>& own, Line between, bool colourFirst,
+                        const Differences& differences, std::int64_t from, std::int64_t to) noexcept;
+    /// How much two lines differ.
+    void (*changes)(Line one, Line other, Element* changes, std::int64_t from, std::int64_t to) noexcept;
+
+    /// The two differences of a row mixed, the more of each the less it varies around, in quarters, and the part
+    /// of the one along the row. Changes across are those from two rows before: of the row, of the next and of
+    /// the one after it.
+    struct Estimates {
+        Line along;
+        Line across;
+        FiveLines<Element> alongChanges;
+        std::array<Line, 3> acrossChanges;
+    };
+    void (*mix)(const Estimates& estimates, bool colourFirst, float* mixed, float* alongPart,
+                std::int64_t from, std::int64_t to) noexcept;
     /// The differences smoothed in the directions that they were mixed of.
-    void (*refine)(const FiveLines& mixed, const float* alongPart, float* refined, std::int64_t from,
+    void (*refine)(const FiveLines<float>& mixed, const float* alongPart, float* refined, std::int64_t from,
                    std::int64_t to) noexcept;
 
     /// The lines of a row to be made; the differences are those of the rows above, of it and below.
     struct Row {
-        const float* own;
-        const float* between;
+        Line own;
+        Line between;
         std::array<const float*, 3> refined;
     };
-    using Make = void (*)(const Row& row, RowKind kind, const PixelRow& dst, std::int64_t width,
-                          float top) noexcept;
-    PerDepth<Make> make;
+    void (*make)(const Row& row, RowKind kind, const PixelRow& dst, std::int64_t width, T top) noexcept;
+};
+
+struct MenonKernels {
+    MenonRowKernels<std::uint8_t> u8;
+    MenonRowKernels<std::uint16_t> u16;
+
+    template <class T>
+    const MenonRowKernels<T>& of() const noexcept
+    {
+        if constexpr (std::is_same_v<T, std::uint8_t>)
+            return u8;
+        else
+            return u16;
+    }
 };
 
 /// The kernels of the running processor.

@@ -8,6 +8,7 @@
 #include <QRect>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 
 namespace ko {
@@ -54,7 +55,11 @@ constexpr std::int64_t linePitch(std::int64_t pairs) noexcept
 template <class E, int Count>
 class LineRing {
 public:
-    LineRing(E*& memory, std::int64_t pitch) : m_first(memory), m_pitch(pitch) { memory += Count * pitch; }
+    /// Takes its lines from the memory.
+    LineRing(std::byte*& memory, std::int64_t pitch) : m_first(reinterpret_cast<E*>(memory)), m_pitch(pitch)
+    {
+        memory += Count * pitch * std::int64_t{sizeof(E)};
+    }
     E* operator[](std::int64_t y) const noexcept
     {
         return m_first + (y % Count + Count) % Count * m_pitch + lineLead;
@@ -71,7 +76,7 @@ struct MosaicLines {
     using Ring = LineRing<E, Count>;
     Ring first, second;
 
-    MosaicLines(E*& memory, std::int64_t pitch) : first(memory, pitch), second(memory, pitch) {}
+    MosaicLines(std::byte*& memory, std::int64_t pitch) : first(memory, pitch), second(memory, pitch) {}
     /// The columns in which a row of this kind has its colour.
     const Ring& own(RowKind kind) const noexcept { return kind.colourFirst ? first : second; }
     const Ring& between(RowKind kind) const noexcept { return kind.colourFirst ? second : first; }

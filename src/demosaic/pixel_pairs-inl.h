@@ -55,11 +55,107 @@ void StorePairs(D, const PairOfPixels<hn::Vec<D>>& p, std::uint16_t fourth, std:
 
 #else
 
-/// The samples of both columns in the order of the columns.
+/// The samples of both columns side by side in each lane.
 template <class T, class D, class V = hn::Vec<D>>
-HWY_INLINE auto InOrder(D, V first, V second)
+HWY_INLINE V Joined(D, V first, V second)
 {
-    const auto joined = hn::Or(first, hn::ShiftLeft<8 * sizeof(T)>(second));
+    return hn::Or(first, hn::ShiftLeft<8 * sizeof(T)>(second));
+}
+
+#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX3
+
+/// Bytes are permuted by newer processors only.
+template <class T>
+inline constexpr bool permutesSamples = sizeof(T) == 2 || HWY_TARGET <= HWY_AVX3_DL;
+
+using Register = __m512i;
+
+/// For each sample of a vector of pixels its place in two registers.
+template <class T>
+struct Places {
+    static constexpr std::size_t count = sizeof(Register) / sizeof(T);
+    alignas(64) std::array<std::array<T, count>, 3> at;
+    std::array<std::uint64_t, 3> isThird;  ///< a bit for each sample that is in the third register
+};
+
+/// For channels in a register each.
+template <class T>
+constexpr Places<T> apart = [] {
+    Places<T> places{};
+    for (std::size_t i = 0; i < 3 * places.count; ++i) {
+        const std::size_t vector = i / places.count, lane = i % places.count, channel = i % 3;
+        places.at[vector][lane] = static_cast<T>(i / 3 + (channel == 1 ? places.count : 0));
+        places.isThird[vector] |= std::uint64_t{channel == 2} << lane;
+    }
+    return places;
+}();
+
+/// For bytes in lanes of four: two of red below two of green in one register, two of blue in the other.
+constexpr Places<std::uint8_t> inFours = [] {
+    Places<std::uint8_t> places{};
+    for (std::size_t i = 0; i < places.count * 3 / 2; ++i) {
+        const std::size_t x = i / 3, channel = i % 3;
+        places.at[i / 64][i % 64] = static_cast<std::uint8_t>(x / 2 * 4 + x % 2 +
+                                                              (channel == 1   ? 2
+                                                               : channel == 2 ? 64
+                                                                              : 0));
+    }
+    return places;
+}();
+
+template <class T>
+HWY_INLINE Register Permuted(Register first, Register second, Register third, std::size_t vector)
+{
+    const Register at = _mm512_load_si512(apart<T>.at[vector].data());
+    const std::uint64_t isThird = apart<T>.isThird[vector];
+    if constexpr (sizeof(T) == 2) {
+        const Register two = _mm512_permutex2var_epi16(first, at, second);
+        return _mm512_mask_permutexvar_epi16(two, static_cast<__mmask32>(isThird), at, third);
+    } else {
+#if HWY_TARGET <= HWY_AVX3_DL
+        const Register two = _mm512_permutex2var_epi8(first, at, second);
+        return _mm512_mask_permutexvar_epi8(two, isThird, at, third);
+#endif
+    }
+}
+
+/// Three vectors of joined samples as pixels.
+template <class T, class D, class V = hn::Vec<D>>
+HWY_INLINE void StorePermuted(D, V red, V green, V blue, std::uint8_t* to)
+{
+    if constexpr (sizeof(hn::TFromD<D>) == 2 * sizeof(T)) {
+        for (std::size_t vector = 0; vector < 3; ++vector)
+            _mm512_storeu_si512(to + vector * sizeof(Register),
+                                Permuted<T>(red.raw, green.raw, blue.raw, vector));
+    } else {
+#if HWY_TARGET <= HWY_AVX3_DL
+        const Register both = hn::Or(red, hn::ShiftLeft<16>(green)).raw;
+        const auto part = [&](std::size_t vector) HWY_ATTR {
+            return _mm512_permutex2var_epi8(both, _mm512_load_si512(inFours.at[vector].data()), blue.raw);
+        };
+        _mm512_storeu_si512(to, part(0));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(to + sizeof(Register)),
+                            _mm512_castsi512_si256(part(1)));
+#endif
+    }
+}
+
+#else
+
+template <class T>
+inline constexpr bool permutesSamples = false;
+
+template <class T, class D, class V = hn::Vec<D>>
+HWY_INLINE void StorePermuted(D, V, V, V, std::uint8_t*)
+{
+}
+
+#endif
+
+/// Joined samples without what else is in the lanes.
+template <class T, class D, class V = hn::Vec<D>>
+HWY_INLINE auto InOrder(D, V joined)
+{
     if constexpr (sizeof(hn::TFromD<D>) == 2 * sizeof(T)) {
         return hn::BitCast(hn::Repartition<T, D>(), joined);
     } else {
@@ -73,15 +169,21 @@ HWY_INLINE auto InOrder(D, V first, V second)
 template <class T, int Channels, class D>
 HWY_INLINE void StorePairs(D d, const PairOfPixels<hn::Vec<D>>& p, std::uint16_t fourth, std::uint8_t* to)
 {
-    const auto red = InOrder<T>(d, p.firstRed, p.secondRed);
-    const auto green = InOrder<T>(d, p.firstGreen, p.secondGreen);
-    const auto blue = InOrder<T>(d, p.firstBlue, p.secondBlue);
-    const hn::DFromV<decltype(red)> samples;
-    T* const dst = reinterpret_cast<T*>(to);
-    if constexpr (Channels == 3)
-        hn::StoreInterleaved3(red, green, blue, samples, dst);
-    else
-        hn::StoreInterleaved4(red, green, blue, hn::Set(samples, static_cast<T>(fourth)), samples, dst);
+    const auto red = Joined<T>(d, p.firstRed, p.secondRed);
+    const auto green = Joined<T>(d, p.firstGreen, p.secondGreen);
+    const auto blue = Joined<T>(d, p.firstBlue, p.secondBlue);
+    if constexpr (Channels == 3 && permutesSamples<T>) {
+        StorePermuted<T>(d, red, green, blue, to);
+    } else {
+        const auto reds = InOrder<T>(d, red), greens = InOrder<T>(d, green), blues = InOrder<T>(d, blue);
+        const hn::DFromV<decltype(reds)> samples;
+        T* const dst = reinterpret_cast<T*>(to);
+        if constexpr (Channels == 3)
+            hn::StoreInterleaved3(reds, greens, blues, samples, dst);
+        else
+            hn::StoreInterleaved4(reds, greens, blues, hn::Set(samples, static_cast<T>(fourth)), samples,
+                                  dst);
+    }
 }
 
 #endif

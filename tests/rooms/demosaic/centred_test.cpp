@@ -301,6 +301,7 @@ struct Case {
     QRect roi;
     ExBayerGrid grid;
     int bits, channels;
+    bool extremes = false;  ///< samples of 0 and the largest value alone
 };
 
 template <class Method, class T>
@@ -309,6 +310,11 @@ void compareWithTwin(const Case& c)
     constexpr ExImageDataType type = sizeof(T) == 1 ? UInt8 : UInt16;
     TestImage src(Layout{.width = c.width, .height = c.height, .type = type, .padding = 3});
     src.fillRandom(static_cast<std::uint32_t>(c.width + 64 * c.height));
+    if (c.extremes)
+        src.forEachSample([&](int x, int y, int channel) {
+            const bool isLight = src.get<T>(x, y, channel) % 2 != 0;
+            src.set(x, y, channel, isLight ? std::numeric_limits<T>::max() : T{0});
+        });
     src->bayerGrid = c.grid;
     src->bitsPerSample = c.bits;
     const Layout layout{
@@ -364,6 +370,14 @@ TYPED_TEST(CentredTargets, EqualTheTwinForEveryDepth)
 {
     for (const int bits : {-1, 0, 1, 5, 8, 10, 12, 14, 16, 40})
         compare<TypeParam>({21, 6, QRect(0, 0, 21, 6), BayerGBRG, bits, 4});
+}
+
+TYPED_TEST(CentredTargets, EqualTheTwinForTheLargestSums)
+{
+    for (const ExBayerGrid grid : grids)
+        for (const int channels : {3, 4})
+            compare<TypeParam>({300, 41, QRect(0, 0, 300, 41), grid,
+                                8 * int(sizeof(typename TypeParam::Sample)), channels, true});
 }
 
 TYPED_TEST(CentredTargets, GiveTheSameBytesForAnyNumberOfThreads)
