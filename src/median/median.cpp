@@ -37,12 +37,13 @@ bool isCounterWidth(std::uint64_t width) noexcept
 /// Makes the scratch memory large enough for the radius.
 void prepareScratch(MedianBuffer& buffer, std::int64_t radius)
 {
-    const ExImageDataType type = buffer.plan->info.dataType;
+    const SxImageInfo& info = buffer.plan->info;
+    const ExImageDataType type = info.dataType;
     const std::vector<MedianStrip>& strips = buffer.plan->strips;
     if (radius <= largestNetworkRadius)
         buffer.scratch.reserve(static_cast<std::size_t>(omp_get_max_threads()), networkScratchBytes());
     else if (hasTileMedians(type, radius))
-        buffer.scratch.reserve(strips.size(), tileScratchBytes(type, radius));
+        buffer.scratch.reserve(strips.size(), tileScratchBytes(info, radius));
     else if (radius <= largestColumnRadius)
         buffer.scratch.reserve(strips.size(), columnScratchBytes(strips, type, radius));
     else

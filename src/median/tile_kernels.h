@@ -28,9 +28,20 @@ template <class T>
 inline constexpr std::int64_t medianRowSamples = medianTileSide* medianPhaseSamples<T>;
 
 template <class T>
-struct MedianTileKernels {
+struct MedianPixelKernels {
+    /// Takes pixels of three samples apart; `pixels` may be any address.
+    void (*separate)(const std::uint8_t* pixels, std::int64_t count, T* const* rows) noexcept;
+
+    /// Puts them together.
+    void (*join)(const T* const* rows, std::int64_t count, std::uint8_t* pixels) noexcept;
+
     /// Splits a row of `medianRowSamples` into its phases, one after the other.
     void (*split)(const T* row, T* phases) noexcept;
+};
+
+template <class T>
+struct MedianTileKernels {
+    MedianPixelKernels<T> pixels;
 
     /// Medians of the first `tiles` tiles of 4 rows. `rows` are the 2 * radius + 4 rows that the windows
     /// reach into, as phases of rows that begin radius + 1 samples before the first tile; the medians of row

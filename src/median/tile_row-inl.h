@@ -279,22 +279,6 @@ public:
     static constexpr typename MedianTileKernels<T>::Row kernel{&run, sizeof(Memory)};
 };
 
-template <class T>
-void Split(const T* row, T* phases) noexcept
-{
-    const hn::ScalableTag<T> d;
-    const auto lanes = static_cast<std::int64_t>(hn::Lanes(d));
-    for (std::int64_t i = 0; i < medianPhaseSamples<T>; i += lanes) {
-        hn::Vec<decltype(d)> v0, v1, v2, v3;
-        hn::LoadInterleaved4(d, row + medianTileSide * i, v0, v1, v2, v3);
-        T* to = phases + i;
-        for (const auto v : {v0, v1, v2, v3}) {
-            hn::StoreU(v, d, to);
-            to += medianPhaseSamples<T>;
-        }
-    }
-}
-
 }  // namespace
 }  // namespace HWY_NAMESPACE
 }  // namespace ko

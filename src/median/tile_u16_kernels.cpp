@@ -5,6 +5,7 @@
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
+#include "median/tile_pixels-inl.h"
 #include "median/tile_row-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -15,7 +16,7 @@ namespace {
 const MedianTileKernels<std::uint16_t>& Kernels()
 {
     static constexpr MedianTileKernels<std::uint16_t> kernels{
-        &Split<std::uint16_t>,
+        pixelKernels<std::uint16_t>,
         {TileRow<std::uint16_t, 4>::kernel, TileRow<std::uint16_t, 5>::kernel,
          TileRow<std::uint16_t, 6>::kernel, TileRow<std::uint16_t, 7>::kernel,
 #if HWY_TARGET != HWY_SCALAR  // where sorting takes longer than counting

@@ -5,6 +5,7 @@
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
+#include "median/tile_pixels-inl.h"
 #include "median/tile_row-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -16,10 +17,10 @@ const MedianTileKernels<std::uint8_t>& Kernels()
 {
 #if HWY_TARGET == HWY_SCALAR
     // One lane counts bytes faster than it sorts them.
-    static constexpr MedianTileKernels<std::uint8_t> kernels{&Split<std::uint8_t>, {}};
+    static constexpr MedianTileKernels<std::uint8_t> kernels{pixelKernels<std::uint8_t>, {}};
 #else
     static constexpr MedianTileKernels<std::uint8_t> kernels{
-        &Split<std::uint8_t>,
+        pixelKernels<std::uint8_t>,
         {TileRow<std::uint8_t, 4>::kernel, TileRow<std::uint8_t, 5>::kernel, TileRow<std::uint8_t, 6>::kernel,
          TileRow<std::uint8_t, 7>::kernel, TileRow<std::uint8_t, 8>::kernel,
          TileRow<std::uint8_t, 9>::kernel}};
