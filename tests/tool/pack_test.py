@@ -43,7 +43,8 @@ def words(order, shift=0):
 ENDINGS = {
     "10p": (10, lambda s: bit_string(s, 10)), "12p": (12, lambda s: bit_string(s, 12)),
     "14p": (14, lambda s: bit_string(s, 14)), "10Packed": (10, lambda s: pairs(s, 10, False)),
-    "12Packed": (12, lambda s: pairs(s, 12, False)), "16": (16, words("<")), "10be": (10, words(">")),
+    "12Packed": (12, lambda s: pairs(s, 12, False)), "8": (8, bytes), "10": (10, words("<")), "12": (12, words("<")),
+    "14": (14, words("<")), "16": (16, words("<")), "10be": (10, words(">")),
     "12be": (12, words(">")), "14be": (14, words(">")), "16be": (16, words(">")), "10msb": (10, words("<", 6)),
     "12msb": (12, words("<", 4)), "14msb": (14, words("<", 2)),
 }
@@ -79,25 +80,25 @@ class Formats(PackTest):
             self.succeed("unpack", "frame.bin", "-o", "out.tif", "--packed", name, "--size", f"{width},{height}")
             description = f"koimproc bits={bits}" + (f" grid={grid}" if grid else "")
             self.assertEqual(read_tiff(self.read("out.tif")),
-                             (width, height, 1, [s << 16 - bits for s in samples], description), name)
+                             (width, height, 1, [s << -bits % 8 for s in samples], description), name)
             self.succeed("pack", "out.tif", "-o", "again.bin", "--packed", name)
             self.assertEqual(self.read("again.bin"), self.read("frame.bin"), name)
 
     def test_rows_have_a_pitch_and_files_a_header(self):
         for name, (bits, row) in {"BayerGB10p": ENDINGS["10p"], "Mono12Packed": ENDINGS["12Packed"],
-                                  "pREE": CSI2["EE"]}.items():
+                                  "pREE": CSI2["EE"], "BayerBG8": ENDINGS["8"], "BayerRG12": ENDINGS["12"]}.items():
             samples = random_samples(7 * 5, 2**bits - 1, 9)
             frame = self.rows(samples, 7, row, pitch=32)
             self.write("frame.bin", b"header" + frame + b"and more")
             options = ("--packed", name, "--size", "7,5", "--pitch", "32")
             self.succeed("unpack", "frame.bin", "-o", "out.tif", *options, "--offset", "6")
-            self.assertEqual(read_tiff(self.read("out.tif"))[3], [s << 16 - bits for s in samples])
+            self.assertEqual(read_tiff(self.read("out.tif"))[3], [s << -bits % 8 for s in samples])
             self.succeed("pack", "out.tif", "-o", "again.bin", "--packed", name, "--pitch", "32")
             self.assertEqual(self.read("again.bin"), frame)
             # The last row need not be filled up.
             self.write("frame.bin", frame[:-32] + row(samples[28:]))
             self.succeed("unpack", "frame.bin", "-o", "out.tif", *options)
-            self.assertEqual(read_tiff(self.read("out.tif"))[3], [s << 16 - bits for s in samples])
+            self.assertEqual(read_tiff(self.read("out.tif"))[3], [s << -bits % 8 for s in samples])
 
     def test_capitals_count_only_where_they_tell_names_apart(self):
         self.write("frame.bin", bytes(12))
@@ -166,13 +167,15 @@ class Refusals(PackTest):
                                "--pitch 11 is less than the 12 bytes of 8 samples of Mono12p")):
             self.refuse("unpack", "frame.bin", "-o", "x.tif", *options, names="", says=says, code=2)
         self.refuse("pack", "a.tif", "-o", "x.bin", names="", says="--packed is required", code=2)
-        self.refuse("pack", "a.tif", "-o", "x.bin", "--packed", "Mono12", names="", says="did you mean Mono12p?", code=2)
+        self.refuse("pack", "a.tif", "-o", "x.bin", "--packed", "Mono12q", names="", says="did you mean Mono12p?", code=2)
 
     def test_pictures_that_do_not_suit_the_format(self):
         self.write("m.tif", tiff(2, 2, [16] * 4, description="koimproc bits=12 grid=GBRG"))
         self.write("c.png", png(2, 2, [1] * 12, channels=3))
         self.write("g.png", png(2, 2, [1] * 4))
         for name, packed, says in (
+                ("g.png", "Mono10", "its samples are not unsigned of 10 bits, as those of Mono10"),
+                ("m.tif", "BayerGB8", "its samples are not unsigned of 8 bits, as those of BayerGB8"),
                 ("m.tif", "BayerRG12p", "its mosaic is GBRG, that of BayerRG12p is RGGB"),
                 ("m.tif", "BayerGB10p", "its samples are not unsigned of 10 bits, as those of BayerGB10p"),
                 ("g.png", "Mono10p", "its samples are not unsigned of 10 bits, as those of Mono10p"),

@@ -9,6 +9,7 @@
 #include <ko/raw.h>
 
 #include <algorithm>
+#include <bit>
 #include <cctype>
 #include <fstream>
 #include <stdexcept>
@@ -16,12 +17,11 @@
 
 namespace ko::tool {
 
-const char* const packedFormatHelp = "Packed formats: Mono, BayerRG, BayerGR, BayerGB or BayerBG, followed "
-                                     "by 10p, 12p, 14p (GenICam), 10Packed,\n"
-                                     "12Packed (GigE Vision), 16 (little-endian), 10be, 12be, 14be, 16be "
-                                     "(big-endian), 10msb, 12msb, 14msb (upper\n"
-                                     "bits of little-endian words); V4L2's pRAA, pgAA, pGAA, pBAA, pRCC ..., "
-                                     "pREE ..., Y10P, Y12P, Y14P (CSI-2).";
+const char* const packedFormatHelp =
+    "Packed formats: Mono, BayerRG, BayerGR, BayerGB or BayerBG, followed by 10p, 12p, 14p (GenICam),\n"
+    "10Packed, 12Packed (GigE Vision), 8 (bytes), 10, 12, 14, 16 (little-endian words), 10msb, 12msb, 14msb\n"
+    "(upper bits of such words), 10be, 12be, 14be, 16be (big-endian words); V4L2's pRAA, pgAA, pGAA, pBAA,\n"
+    "pRCC ..., pREE ..., Y10P, Y12P, Y14P (CSI-2).";
 
 namespace {
 
@@ -29,7 +29,7 @@ std::vector<PackedFormat> allFormats()
 {
     struct Ending {
         const char* name;
-        ExPackedLayout layout;
+        std::optional<ExPackedLayout> layout;
         int bits;
     };
     constexpr Ending endings[] = {
@@ -38,7 +38,11 @@ std::vector<PackedFormat> allFormats()
         {"14p", Mono14p, 14},
         {"10Packed", Mono10Packed, 10},
         {"12Packed", Mono12Packed, 12},
-        {"16", Mono16MsbAligned, 16},
+        {"8", {}, 8},
+        {"10", {}, 10},
+        {"12", {}, 12},
+        {"14", {}, 14},
+        {"16", {}, 16},
         {"10be", Mono16BigEndian, 10},
         {"12be", Mono16BigEndian, 12},
         {"14be", Mono16BigEndian, 14},
@@ -75,6 +79,19 @@ std::vector<PackedFormat> allFormats()
     return formats;
 }
 
+static_assert(std::endian::native == std::endian::little, "formats without a layout are as in memory");
+
+ExImageDataType typeOf(const PackedFormat& format)
+{
+    return format.bits > 8 ? UInt16 : UInt8;
+}
+
+std::size_t rowBytesOf(const PackedFormat& format, int width)
+{
+    return format.layout ? packedRowBytes(*format.layout, width)
+                         : static_cast<std::size_t>(width) * (typeOf(format) == UInt16 ? 2 : 1);
+}
+
 bool sameLetters(const std::string& a, const std::string& b)
 {
     return std::ranges::equal(
@@ -89,7 +106,7 @@ std::string describe(const PackedFrame& frame)
 
 SxImageInfo formatOf(const PackedFrame& frame)
 {
-    SxImageInfo format = makeFormat(frame.size.width(), frame.size.height(), 1, UInt16);
+    SxImageInfo format = makeFormat(frame.size.width(), frame.size.height(), 1, typeOf(frame.format));
     format.bitsPerSample = frame.format.bits;
     format.bayerGrid = frame.format.grid;
     return format;
@@ -106,7 +123,7 @@ struct Frames {
 Frames framesOf(const Source& source, const PackedFrame& frame)
 {
     const auto rows = static_cast<std::uint64_t>(frame.size.height());
-    const std::uint64_t filling = frame.pitch - packedRowBytes(frame.format.layout, frame.size.width());
+    const std::uint64_t filling = frame.pitch - rowBytesOf(frame.format, frame.size.width());
     Frames frames{frame.offset.value_or(0), frame.pitch * rows, frame.pitch * rows - filling, 0};
     const std::uint64_t held = source.size - std::min(source.size, frames.first);
     frames.count = (held + filling) / frames.length;
@@ -145,7 +162,7 @@ PackedFormat packedFormatOf(const std::string& name)
 
 std::size_t pitchOf(const PackedFormat& format, int width, std::optional<int> wanted)
 {
-    const std::size_t least = packedRowBytes(format.layout, width);
+    const std::size_t least = rowBytesOf(format, width);
     if (wanted && static_cast<std::size_t>(*wanted) < least)
         throw UsageError("--pitch " + std::to_string(*wanted) + " is less than the " + std::to_string(least) +
                          " bytes of " + std::to_string(width) + " samples of " + format.name);
@@ -174,8 +191,13 @@ Picture readPacked(const std::string& file, const PackedFrame& frame)
     if (!stream.read(bytes.data(), static_cast<std::streamsize>(bytes.size())))
         throw Failure(source.name, "cannot be read");
     Image image = allocated(formatOf(frame));
-    require(UnpackSamples(bytes.data(), bytes.size(), frame.pitch, frame.format.layout, *image),
-            "UnpackSamples");
+    if (frame.format.layout)
+        require(UnpackSamples(bytes.data(), bytes.size(), frame.pitch, *frame.format.layout, *image),
+                "UnpackSamples");
+    else
+        for (int y = 0; y < image->height; ++y)
+            std::copy_n(bytes.data() + static_cast<std::size_t>(y) * frame.pitch,
+                        rowBytesOf(frame.format, image->width), rowOf<char>(image, y));
     return {std::move(image)};
 }
 
@@ -183,7 +205,7 @@ std::string packedBytes(const Image& picture, const PackedFormat& format, std::o
 {
     if (picture->channels != 1)
         throw std::runtime_error("has " + std::to_string(picture->channels) + " channels, wanted is one");
-    if (picture->dataType != UInt16 || picture->bitsPerSample != format.bits)
+    if (picture->dataType != typeOf(format) || picture->bitsPerSample != format.bits)
         throw std::runtime_error("its samples are not unsigned of " + std::to_string(format.bits) +
                                  " bits, as those of " + format.name);
     if (format.grid != BayerNone && picture->bayerGrid != BayerNone && picture->bayerGrid != format.grid)
@@ -191,7 +213,12 @@ std::string packedBytes(const Image& picture, const PackedFormat& format, std::o
                                  format.name + " is " + gridName(format.grid));
     const std::size_t row = pitchOf(format, picture->width, pitch);
     std::string bytes(row * static_cast<std::size_t>(picture->height), '\0');
-    require(PackSamples(*picture, format.layout, bytes.data(), bytes.size(), row), "PackSamples");
+    if (format.layout)
+        require(PackSamples(*picture, *format.layout, bytes.data(), bytes.size(), row), "PackSamples");
+    else
+        for (int y = 0; y < picture->height; ++y)
+            std::copy_n(rowOf<char>(picture, y), rowBytesOf(format, picture->width),
+                        bytes.data() + static_cast<std::size_t>(y) * row);
     return bytes;
 }
 

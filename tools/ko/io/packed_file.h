@@ -13,7 +13,7 @@ namespace ko::tool {
 /// What a name of GenICam or V4L2 says of samples.
 struct PackedFormat {
     std::string name;
-    ExPackedLayout layout;
+    std::optional<ExPackedLayout> layout;  ///< none: as in memory, bytes or words with the lower byte first
     int bits;
     ExBayerGrid grid;
 };
