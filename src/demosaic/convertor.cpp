@@ -2,6 +2,7 @@
 
 #include "base/checks.h"
 #include "base/log.h"
+#include "core/frame_date.h"
 
 #include <ko/bayer.h>
 #include <ko/cpp/image.h>
@@ -24,7 +25,7 @@ bool refuse(const QString& message)
 std::unique_ptr<CxImageData> frameOf(Image image, const CxImageData& input, const CxMetadata& metadata)
 {
     auto frame = std::make_unique<CxImageData>();
-    frame->setImageShallow(image, 0, 0, QDateTime::currentDateTime());
+    frame->setImageShallow(image, 0, 0, currentFrameDate());
     static_cast<void>(image.release());
     frame->setTimestamp(input.timestamp());
     frame->setFrameNo(input.frameNo());

@@ -1,5 +1,7 @@
 #include <ko/pipeline/endpoints.h>
 
+#include "core/frame_date.h"
+
 #include <new>
 
 namespace ko {
@@ -24,7 +26,7 @@ bool CxFrameSource::push(const SxImageBuf& image)
         return false;
     }
     frame->setImageShallow(image, m_nextFrameNo++, static_cast<std::uint64_t>(microseconds),
-                           QDateTime::currentDateTime());
+                           currentFrameDate());
     return push(std::move(frame));
 }
 

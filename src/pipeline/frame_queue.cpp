@@ -90,7 +90,7 @@ FrameQueue::Frame FrameQueue::take()
 
 void FrameQueue::settle(bool isProcessed)
 {
-    const Lock lock(m_mutex);
+    Lock lock(m_mutex);
     m_isBusy = false;
     if (isProcessed) {
         ++m_counts.processed;
@@ -98,7 +98,10 @@ void FrameQueue::settle(bool isProcessed)
     } else {
         ++m_counts.failed;
     }
-    if (m_frames.empty())
+    const bool isIdle = m_frames.empty();
+    lock.unlock();
+    // Threads woken under the lock would wait for it next.
+    if (isIdle)
         m_isIdle.notify_all();
 }
 
