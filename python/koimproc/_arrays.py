@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import math
 from collections.abc import Collection
 from typing import Any, Union
 
@@ -275,6 +276,15 @@ def size_of(shape: object) -> tuple[int, int]:
     if not isinstance(shape, (tuple, list)) or len(shape) != 2:
         raise ArgumentError("shape", f"(rows, columns) is wanted, not {shape!r}")
     return whole(shape[0], "shape", 0), whole(shape[1], "shape", 0)
+
+
+def number(value: object, name: str) -> float:
+    """A finite number."""
+    if isinstance(value, bool) or not isinstance(value, (int, float, np.integer, np.floating)):
+        raise ArgumentError(name, f"a number is wanted, not {value!r}")
+    if not math.isfinite(value):
+        raise ArgumentError(name, f"a finite number is wanted, not {value!r}")
+    return float(value)
 
 
 def whole(value: object, name: str, lowest: int, highest: int = 2**31 - 1) -> int:

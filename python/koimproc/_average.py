@@ -7,8 +7,8 @@ from typing import overload
 
 from koimproc import native
 from koimproc._arrays import Output, Source, like
-from koimproc._errors import ArgumentError
-from koimproc._frame import Array, Frame, Pixels
+from koimproc._errors import ArgumentError, SampleTypeError
+from koimproc._frame import Array, Frame, Pixels, array_of
 from koimproc._threads import run
 
 
@@ -52,9 +52,15 @@ def average(
     >>> ko.average([np.array([[1, 10]], np.uint8), np.array([[4, 20]], np.uint8)])
     array([[ 2, 15]], dtype=uint8)
     """
-    if not 1 <= len(images) <= 65537:
-        raise ArgumentError("images", f"1...65537 images are wanted, not {len(images)}")
-    sources = [Source(image, name=f"images[{index}]", mosaic=True) for index, image in enumerate(images)]
+    if isinstance(images, Frame):
+        raise SampleTypeError("images", "a sequence of images is wanted, not one frame")
+    try:
+        given = list(array_of(images, "images") if isinstance(images, memoryview) else images)
+    except TypeError:
+        raise SampleTypeError("images", f"a sequence of images is wanted, not {type(images).__name__}") from None
+    if not 1 <= len(given) <= 65537:
+        raise ArgumentError("images", f"1...65537 images are wanted, not {len(given)}")
+    sources = [Source(image, name=f"images[{index}]", mosaic=True) for index, image in enumerate(given)]
     first = sources[0]
     for index, source in enumerate(sources):
         if (source.dtype, source.shape, source.bits, source.bayer) != (

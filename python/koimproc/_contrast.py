@@ -8,7 +8,7 @@ import numpy as np
 import numpy.typing as npt
 
 from koimproc import native
-from koimproc._arrays import ALL_SAMPLES, CAMERA_SAMPLES, UINT16, Image, Output, Source, Target, flat, mask_of
+from koimproc._arrays import ALL_SAMPLES, CAMERA_SAMPLES, UINT16, Image, Output, Source, Target, flat, mask_of, whole
 from koimproc._correct import Numbers, per_colour, row_blocks
 from koimproc._errors import ArgumentError, SampleTypeError
 from koimproc._frame import DEPTHS, NO_GRID, Array, Frame, Pixels
@@ -101,13 +101,16 @@ def rescale_intensity(
     array([[  0, 128, 255]], dtype=uint8)
     """
     source = Source(image, ALL_SAMPLES, mosaic=True)
-    wanted = source.dtype if dtype is None else np.dtype(dtype)
+    try:
+        wanted = source.dtype if dtype is None else np.dtype(dtype)
+    except (TypeError, ValueError):
+        raise SampleTypeError("dtype", f"uint8 or uint16 is wanted for the result, not {dtype!r}") from None
     if wanted not in CAMERA_SAMPLES:
         raise SampleTypeError("dtype", f"uint8 or uint16 is wanted for the result, not {wanted}")
     if bits is None:
         bits = source.bits if wanted == source.dtype else DEPTHS[wanted]
-    elif isinstance(bits, bool) or not isinstance(bits, int) or not 1 <= bits <= DEPTHS[wanted]:
-        raise ArgumentError("bits", f"{wanted} samples have 1...{DEPTHS[wanted]} bits, not {bits!r}")
+    else:
+        bits = whole(bits, "bits", 1, DEPTHS[wanted])
     selected = mask_of(mask, source.shape)
     with limit(threads):
         lows, highs = _range_of(source, in_range, selected)

@@ -140,7 +140,7 @@ class Frame:
             lowest = depth if samples.dtype.kind == "f" else 1
             raise ArgumentError("bits", f"{samples.dtype} samples have {lowest}...{depth} bits, not {bits}")
         if bayer is not None:
-            if bayer not in GRIDS:
+            if not isinstance(bayer, str) or bayer not in GRIDS:
                 raise ArgumentError("bayer", f"one of {', '.join(GRIDS)} is wanted, not {bayer!r}")
             if samples.ndim != 2:
                 raise ArgumentError("bayer", f"a mosaic has the shape (rows, columns), not {samples.shape}")

@@ -9,7 +9,7 @@ import numpy as np
 import numpy.typing as npt
 
 from koimproc import native
-from koimproc._arrays import Image, Source, mask_of, record_of
+from koimproc._arrays import Image, Source, mask_of, number, record_of
 from koimproc._errors import ArgumentError
 from koimproc._frame import Array
 from koimproc._stats import Counts, counts_of, is_single
@@ -136,9 +136,10 @@ def entropy(image: Image, mask: Image | None = None, *, base: float = 2, order: 
     >>> ko.entropy(np.arange(256, dtype=np.uint8).reshape(16, 16))
     8.0
     """
-    if not 1 < base < math.inf:
+    base, order = number(base, "base"), number(order, "order")
+    if not base > 1:
         raise ArgumentError("base", f"a number above 1 is wanted, not {base!r}")
-    if not 0 < order < math.inf:
+    if not order > 0:
         raise ArgumentError("order", f"a positive number is wanted, not {order!r}")
     source = Source(image, mosaic=True)
     counts = counts_of(source, mask_of(mask, source.shape))

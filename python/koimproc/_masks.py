@@ -2,7 +2,6 @@
 
 from __future__ import annotations
 
-import math
 from collections.abc import Callable
 from typing import Any, overload
 
@@ -19,6 +18,7 @@ from koimproc._arrays import (
     Target,
     mask_of,
     need_colours,
+    number,
     record_of,
     whole,
 )
@@ -57,10 +57,8 @@ def ellipse_mask(semi_major: int, semi_minor: int, angle: float = 0.0) -> Array:
     """
     major = whole(semi_major, "semi_major", 1)
     minor = whole(semi_minor, "semi_minor", 1, major)
-    if not math.isfinite(angle):
-        raise ArgumentError("angle", f"a finite number is wanted, not {angle!r}")
     result = native.SxImageBuf()
-    run(None, native.EllipseMaskMono, result, major, minor, float(angle), 0, 1)
+    run(None, native.EllipseMaskMono, result, major, minor, number(angle, "angle"), 0, 1)
     array = result.array
     assert array is not None
     return np.ascontiguousarray(array).view(BOOL)
@@ -105,7 +103,7 @@ def _combined(
     if one.ndim != 2:
         raise ArgumentError("mask", f"the shape (rows, columns) is wanted, not {one.shape}")
     left = mask_of(first, one.shape)
-    right = mask_of(second, one.shape, "other")
+    right = mask_of(array_of(second, "other"), one.shape, "other")
     assert left is not None and right is not None
     target = Target(out, one.shape, BOOL, reads=(left, right), in_place=True)
     run(threads, native.Binarize, record_of(right), target.record, 1)

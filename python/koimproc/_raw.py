@@ -45,10 +45,10 @@ def _layout_of(name: str) -> tuple[native.ExPackedLayout, str | None]:
 def _meaning(format: str, bits: int | None, bayer: str | None) -> tuple[native.ExPackedLayout, int, str | None]:
     """Layout, depth and pattern of packed samples."""
     layout, named = _layout_of(format)
+    if bayer is not None and (not isinstance(bayer, str) or bayer not in GRIDS):
+        raise ArgumentError("bayer", f"one of {', '.join(GRIDS)} is wanted, not {bayer!r}")
     if named is not None and bayer is not None and bayer != named:
         raise ArgumentError("bayer", f"{format} has the pattern {named}, not {bayer!r}")
-    if bayer is not None and bayer not in GRIDS:
-        raise ArgumentError("bayer", f"one of {', '.join(GRIDS)} is wanted, not {bayer!r}")
     depth = native.packedBitsPerSample(layout)
     if depth < 16 and bits not in (None, depth):
         raise ArgumentError("bits", f"{format} has {depth} bits, not {bits!r}")

@@ -2,7 +2,6 @@
 
 from __future__ import annotations
 
-import math
 from collections.abc import Sequence
 from typing import Union
 
@@ -10,7 +9,7 @@ import numpy as np
 import numpy.typing as npt
 
 from koimproc import native
-from koimproc._arrays import Image, Source, whole
+from koimproc._arrays import Image, Source, number, whole
 from koimproc._errors import ArgumentError, fail
 from koimproc._frame import Array
 
@@ -104,8 +103,9 @@ def active_contour(
         "weight_gradient": weight_gradient,
     }
     for name, value in weights.items():
-        if not math.isfinite(value):
-            raise ArgumentError(name, f"a finite number is wanted, not {value!r}")
+        number(value, name)
+    if not isinstance(refine, (bool, int, np.bool_)):
+        raise ArgumentError("refine", f"True or False is wanted, not {refine!r}")
     limits = {
         "refine_interval": refine_interval,
         "loop_distance": loop_distance,

@@ -114,6 +114,74 @@ def test_other_arguments():
         assert caught.value.argument == name
 
 
+NO_NUMBERS = (None, "x", b"x", 1j, [1, 2], np.array([1, 2]), {}, object(), float("nan"), float("inf"), True)
+
+
+@pytest.mark.parametrize("value", NO_NUMBERS, ids=repr)
+def test_what_is_no_number(value):
+    for call, name in ((lambda: ko.ellipse_mask(5, 3, value), "angle"), (lambda: ko.entropy(GREY, base=value), "base"),
+                       (lambda: ko.entropy(GREY, order=value), "order"),
+                       (lambda: ko.active_contour(GREY, [(1, 1)], weight_distance=value), "weight_distance")):
+        with pytest.raises(ko.ArgumentError) as caught:
+            call()
+        assert caught.value.argument == name
+
+
+def test_arguments_of_another_kind():
+    released = memoryview(bytearray(48)).cast("B", (6, 8))
+    released.release()
+    whole = memoryview(bytearray(48)).cast("B", (6, 8))
+    for call, name in ((lambda: ko.logical_and(GREY, None), "other"), (lambda: ko.Frame(GREY, bayer=["RGGB"]), "bayer"),
+                       (lambda: ko.unpack(bytes(9), "Mono12p", (1, 2), bayer={}), "bayer"),
+                       (lambda: ko.average(5), "images"), (lambda: ko.average(ko.Frame(GREY)), "images"),
+                       (lambda: ko.average(released), "images"), (lambda: ko.average(whole), "images[0]"),
+                       (lambda: ko.average([GREY, None]), "images[1]"),
+                       (lambda: ko.rescale_intensity(GREY, dtype="grey"), "dtype"),
+                       (lambda: ko.active_contour(GREY, [(1, 1)], refine=np.array([1, 0])), "refine")):
+        with pytest.raises((ko.ArgumentError, ko.SampleTypeError)) as caught:
+            call()
+        assert caught.value.argument == name
+    assert ko.rescale_intensity(ko.Frame(GREY, 7), bits=np.int64(8)).bits == 8
+
+
+class TestAccumulators:
+    @pytest.mark.parametrize("what, more, name", [
+        (("median",), {}, "what"), ((), {}, "what"), ((["mean"],), {}, "what"), ((5,), {}, "what"),
+        (("mean",), {"bits": "x"}, "bits"), (("mean",), {"bits": 17}, "bits"), (("mean",), {"bits": 8.0}, "bits"),
+        (("above",), {}, "level"), (("above",), {"level": -1}, "level"), (("above",), {"level": None}, "level"),
+    ])
+    def test_that_cannot_be_made(self, what, more, name):
+        with pytest.raises(ko.ArgumentError) as caught:
+            ko.Accumulator(*what, **more)
+        assert caught.value.argument == name
+
+    @pytest.mark.parametrize("frames, masks, name", [
+        ((GREY.tolist(),), None, "frames"), ((GREY.astype(float),), None, "frames"), ((GREY[0],), None, "frames"),
+        ((GREY, GREY[1:]), None, "frames"), ((GREY, GREY.astype(np.uint16)), None, "frames"),
+        ((GREY,), [], "masks"), ((GREY,), [GREY[1:]], "masks"), ((GREY,), [None], "masks"),
+        ((GREY,), [GREY * np.float32(0.5)], "masks"), ((GREY,), [np.full(GREY.shape, 256, np.uint16)], "masks"),
+        ((GREY, ko.Frame(GREY.astype(np.uint16))), None, "frames"),
+    ])
+    def test_refuse_what_does_not_fit_and_stay_as_they_are(self, frames, masks, name):
+        for known in (0, 1):
+            sums = ko.Accumulator("mean", "hist")
+            for _ in range(known):
+                sums.add(GREY)
+            with pytest.raises((ko.ArgumentError, ko.SampleTypeError)) as caught:
+                sums.add(*frames, masks=masks)
+            assert caught.value.argument == name and sums.frames == known
+            sums.add(ko.Frame(GREY))
+            assert np.array_equal(sums.result()["mean"], GREY)
+
+    def test_take_other_frames_after_the_first_was_refused(self):
+        sums = ko.Accumulator("mean", "hist", bits=2)
+        with pytest.raises(ko.ArgumentError) as caught:
+            sums.add(np.full((3, 4), 4, np.uint8))
+        assert caught.value.argument == "bits"
+        sums.add(np.full((5, 6), 3, np.uint16))
+        assert sums.result()["mean"].shape == (5, 6)
+
+
 def test_sizes_beyond_memory():
     huge = np.broadcast_to(np.uint8(0), (2**31 - 1, 2**31 - 1))
     for function in (ko.median, ko.histogram, ko.sobel):

@@ -59,7 +59,7 @@ def test_the_four_kinds_of_defects_are_found_and_nothing_else(tmp_path):
     assert marked(ks.find_defects(darks, workers=1)) == sorted([HOT, NOISY])
     assert marked(ks.find_defects(flats=flats, workers=1)) == sorted([DEAD, BRIGHT])
     assert marked(ks.find_defects(darks, flats, hot=0.5, noisy=99, dead=0.6, workers=1)) == [DEAD]
-    with pytest.raises(ValueError, match="at least one"):
+    with pytest.raises(ValueError, match="darks or flats are wanted"):
         ks.find_defects()
 
 

@@ -93,7 +93,6 @@ class TestAccumulator:
     def test_wrong_arguments_are_named(self):
         for wrong in (lambda: ks.Accumulator(), lambda: ks.Accumulator("median"), lambda: ks.Accumulator("above"),
                       lambda: ks.Accumulator("mean", level=3), lambda: ks.Accumulator("mean").result(),
-                      lambda: ks.Accumulator("mean").add(np.zeros((2, 2))),
                       lambda: accumulator(frames_of(1, (2, 2)), ("mean",)).add(np.zeros((2, 3), "u2")),
                       lambda: accumulator(frames_of(1, (2, 2)), ("hist",), bits=8),
                       lambda: accumulator(frames_of(1), ("mean",)).merge(accumulator(frames_of(1), ("var",)))):

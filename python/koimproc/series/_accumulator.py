@@ -10,6 +10,9 @@ import numpy as np
 import numpy.typing as npt
 
 from koimproc import native
+from koimproc._arrays import CAMERA_SAMPLES, mask_of, record_of, whole
+from koimproc._errors import ArgumentError, SampleTypeError
+from koimproc._frame import array_of, check_shape
 from koimproc.series._files import PathLike, replacing
 
 Array = npt.NDArray[Any]
@@ -61,17 +64,13 @@ class Accumulator:
     """
 
     def __init__(self, *what: str, bits: Optional[int] = None, level: Optional[int] = None) -> None:
-        if not what or not set(what) <= set(_PLANES):
-            raise ValueError(f"what: some of {', '.join(_PLANES)} are wanted, not {', '.join(what) or 'none'}")
+        if not what or not all(isinstance(name, str) and name in _PLANES for name in what):
+            raise ArgumentError("what", f"some of {', '.join(_PLANES)} are wanted, not {what!r}")
         if ("above" in what) != (level is not None):
-            raise ValueError("level: a level is wanted for 'above', and for nothing else")
-        if level is not None and not 0 <= level <= 65535:
-            raise ValueError(f"level: 0...65535 is wanted, not {level}")
-        if bits is not None and not 1 <= bits <= 16:
-            raise ValueError(f"bits: 1...16 are wanted, not {bits}")
+            raise ArgumentError("level", "a level is wanted for 'above', and for nothing else")
         self._what = tuple(name for name in _PLANES if name in what)
-        self._bits = bits
-        self._level = level
+        self._bits = None if bits is None else whole(bits, "bits", 1, 16)
+        self._level = None if level is None else whole(level, "level", 0, 65535)
         self._planes: dict[str, Array] = {}
         self._histogram: Optional[npt.NDArray[np.uint64]] = None
         self._dtype: Optional[np.dtype[Any]] = None
@@ -116,40 +115,51 @@ class Accumulator:
         """
         if not frames:
             return
-        if masks is not None and len(masks) != len(frames):
-            raise ValueError(f"masks: as many as frames are wanted, {len(frames)}, not {len(masks)}")
-        arrays = [np.asarray(frame) for frame in frames]
-        if self._dtype is None:
-            self._begin(arrays[0])
+        arrays = [array_of(frame, "frames") for frame in frames]
+        first = arrays[0]
+        dtype, shape = (first.dtype, first.shape) if self._dtype is None else (self._dtype, self._shape)
         for array in arrays:
-            if array.dtype != self._dtype or array.shape != self._shape:
-                raise ValueError(
-                    f"frames: {self._dtype} of shape {self._shape} is wanted, not {array.dtype} of {array.shape}"
-                )
+            if array.dtype != dtype or array.shape != shape:
+                raise ArgumentError("frames", f"{dtype} of shape {shape} is wanted, not {array.dtype} of {array.shape}")
+        chosen = [] if masks is None else list(masks)
+        if masks is not None and len(chosen) != len(frames):
+            raise ArgumentError("masks", f"as many as frames are wanted, {len(frames)}, not {len(chosen)}")
+        selecting = [mask_of(array_of(mask, "masks"), shape, "masks") for mask in chosen]
+        is_first = self._dtype is None
+        if is_first:
+            self._begin(first)
+        try:
+            self._take(arrays, [record_of(mask) for mask in selecting if mask is not None])
+        except BaseException:
+            if is_first:
+                self.__setstate__(self.empty().__getstate__())
+            raise
+
+    def _take(self, arrays: Sequence[Array], masks: Sequence[native.SxImageBuf]) -> None:
+        """Adds frames and masks that fit, all or none of them."""
         records = [native.SxImageBuf(np.ascontiguousarray(array)) for array in arrays]
-        selecting = [native.SxImageBuf(np.ascontiguousarray(mask).astype(np.uint8, copy=False)) for mask in masks or ()]
-        counts = self._counted(records, selecting) if "hist" in self._what else None
+        counts = self._counted(records, masks) if "hist" in self._what else None
         if self._planes:
-            _check(native.AccumulateFrames(records, selecting, self._sums), "frames or masks do not fit")
-        elif self._frames + len(frames) > native.mostAccumulatedFrames:
+            _check(native.AccumulateFrames(records, masks, self._sums), "frames or masks do not fit")
+        elif self._frames + len(arrays) > native.mostAccumulatedFrames:
             _check(native.ResultOutOfRange, "")
         if counts is not None:
             self._histogram = counts if self._histogram is None else self._histogram + counts
-        self._frames += len(frames)
+        self._frames += len(arrays)
 
     def merge(self, other: Accumulator) -> Accumulator:
         """Add what another accumulator holds, which stays as it is; returns this one."""
         if (self._what, self._bits, self._level) != (other._what, other._bits, other._level):
-            raise ValueError("other: an accumulator of the same results, bits and level is wanted")
+            raise ArgumentError("other", "an accumulator of the same results, bits and level is wanted")
         if other._dtype is None:
             return self
         if self._dtype is None:
             self.__setstate__(copy.deepcopy(other.__getstate__()))
             return self
         if (self._dtype, self._shape) != (other._dtype, other._shape):
-            raise ValueError(f"other: one of {self._dtype} frames of shape {self._shape} is wanted")
+            raise ArgumentError("other", f"one of {self._dtype} frames of shape {self._shape} is wanted")
         if self is other:
-            raise ValueError("other: an accumulator is not merged with itself")
+            raise ArgumentError("other", "an accumulator is not merged with itself")
         if self._planes:
             _check(native.MergeAccumulators(other._sums, self._sums), "the accumulators do not fit")
         elif self._frames + other._frames > native.mostAccumulatedFrames:
@@ -168,7 +178,7 @@ class Accumulator:
         (channels, levels).
         """
         if ddof not in (0, 1):
-            raise ValueError(f"ddof: 0 or 1 is wanted, not {ddof}")
+            raise ArgumentError("ddof", f"0 or 1 is wanted, not {ddof}")
         if self._dtype is None:
             raise ValueError("no frame has been added")
         return {name: self._result(name, ddof) for name in self._what}
@@ -233,13 +243,11 @@ class Accumulator:
         self._bind()
 
     def _begin(self, frame: Array) -> None:
-        if frame.dtype not in (np.uint8, np.uint16) or frame.ndim not in (2, 3):
-            raise ValueError(
-                "frames: uint8 or uint16 of shape (rows, columns) or (rows, columns, channels) is wanted, "
-                f"not {frame.dtype} of {frame.shape}"
-            )
+        if frame.dtype not in CAMERA_SAMPLES:
+            raise SampleTypeError("frames", f"samples of uint8 or uint16 are wanted, not {frame.dtype}")
+        check_shape(frame, "frames")
         if self._bits is not None and self._bits > 8 * frame.dtype.itemsize:
-            raise ValueError(f"bits: samples of {frame.dtype} do not have {self._bits}")
+            raise ArgumentError("bits", f"samples of {frame.dtype} do not have {self._bits}")
         self._dtype = frame.dtype
         self._shape = frame.shape
         types = self._plane_types()
@@ -271,7 +279,7 @@ class Accumulator:
             else:
                 _check(native.Histogram(record, counters), "frames do not fit")
             if counts[:, 1 << bits :].any():
-                raise ValueError(f"bits: there are samples of {1 << bits} and above, more than {bits} bits")
+                raise ArgumentError("bits", f"there are samples of {1 << bits} and above, more than {bits} bits")
             total += counts[:, : 1 << bits]
         return total
 

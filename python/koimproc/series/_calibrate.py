@@ -8,6 +8,7 @@ from typing import Any, Optional
 import numpy as np
 import numpy.typing as npt
 
+from koimproc._errors import ArgumentError
 from koimproc._filters import median
 from koimproc._stats import POSITIONS
 from koimproc.series._engine import Report
@@ -77,10 +78,10 @@ def find_defects(
         Of shape (rows, columns): true where any channel of the pixel is defective.
     """
     if darks is None and flats is None:
-        raise ValueError("darks, flats: at least one of the two is wanted")
+        raise ArgumentError("darks", "darks or flats are wanted")
     shapes = {series.shape for series in (darks, flats) if series is not None}
     if len(shapes) > 1:
-        raise ValueError(f"darks, flats: frames of one shape are wanted, not of {shapes}")
+        raise ArgumentError("flats", f"frames of the darks' shape are wanted, not the shapes {shapes}")
     defects = np.zeros(shapes.pop()[:2], np.bool_)
     if darks is not None:
         sums, _ = accumulate(darks, "mean", "var", **engine)
@@ -130,7 +131,7 @@ def calibrate(
         if frame is None:
             continue
         if frame.shape != series.shape or frame.dtype != series.dtype:
-            raise ValueError(f"{option}: a frame like those of the series is wanted")
+            raise ArgumentError(option, "a frame like those of the series is wanted")
         if correction is not None:
             frame = frame.copy()
             correction.apply(frame)

@@ -15,6 +15,7 @@ from typing import Any, Optional
 
 import numpy as np
 
+from koimproc._errors import ArgumentError
 from koimproc.series._files import PathLike, replacing
 from koimproc.series._series import Series
 from koimproc.series._sources import FrameError, library
@@ -60,7 +61,7 @@ def parts_of(series: Series, frames_per_part: Optional[int], directory: PathLike
     if frames_per_part is None:
         frames_per_part = min(64, max(1, _PART_BYTES // bytes_of_frame(series)))
     if frames_per_part < 1:
-        raise ValueError(f"frames_per_part: at least 1 is wanted, not {frames_per_part}")
+        raise ArgumentError("frames_per_part", f"at least 1 is wanted, not {frames_per_part}")
     parts = []
     for start in range(0, len(series), frames_per_part):
         stop = min(start + frames_per_part, len(series))
@@ -137,11 +138,11 @@ def team(scheduler: Optional[str], workers: Optional[int]) -> Iterator[Team]:
 def check_engine(scheduler: Optional[str], workers: Optional[int], on_error: str) -> None:
     """Refuses wrong arguments before anything is read."""
     if on_error not in ("raise", "skip"):
-        raise ValueError(f"on_error: 'raise' or 'skip' is wanted, not {on_error!r}")
+        raise ArgumentError("on_error", f"'raise' or 'skip' is wanted, not {on_error!r}")
     if scheduler not in (None, "processes") and "://" not in str(scheduler):
-        raise ValueError(f"scheduler: None, 'processes' or an address such as tcp://host:8786, not {scheduler!r}")
+        raise ArgumentError("scheduler", f"None, 'processes' or an address such as tcp://host:8786, not {scheduler!r}")
     if workers is not None and workers < 1:
-        raise ValueError(f"workers: at least 1 is wanted, not {workers}")
+        raise ArgumentError("workers", f"at least 1 is wanted, not {workers}")
 
 
 @lru_cache(maxsize=1)
@@ -161,7 +162,7 @@ def _job_file(directory: PathLike, *job: Any) -> str:
     try:
         contents = library("cloudpickle").dumps(job)
     except (pickle.PicklingError, AttributeError, TypeError) as error:
-        raise ValueError(f"series: cannot be sent to workers: {error}") from None
+        raise ArgumentError("series", f"cannot be sent to workers: {error}") from None
     path = os.path.join(os.path.abspath(directory), f"job-{hashlib.sha256(contents).hexdigest()[:32]}")
     with replacing(path) as file:
         file.write(contents)

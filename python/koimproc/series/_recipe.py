@@ -15,6 +15,7 @@ import numpy as np
 import numpy.typing as npt
 
 from koimproc._defects import Correction
+from koimproc._errors import ArgumentError
 from koimproc.series._engine import (
     Part,
     Progress,
@@ -51,7 +52,7 @@ def result_names(series: Series) -> tuple[str, ...]:
         return tuple(f"frame-{index:06d}" for index in range(len(series)))
     names = tuple(Path(path).stem for path in inputs)
     if len(set(names)) != len(names):
-        raise ValueError("series: files of the same name in several directories would have one result")
+        raise ArgumentError("series", "files of the same name in several directories would have one result")
     return names
 
 
@@ -76,7 +77,7 @@ def _tool_run(recipe: str, inputs: Sequence[str], results: Results, scratch: str
 
 def correction_of(defects: npt.NDArray[np.bool_], series: Series) -> Correction:
     if defects.shape != series.shape[:2] or defects.dtype != np.bool_:
-        raise ValueError(f"defects: bool of shape {series.shape[:2]} is wanted, not {defects.dtype} of {defects.shape}")
+        raise ArgumentError("defects", f"bool of shape {series.shape[:2]} is wanted, not {defects.dtype} of {defects.shape}")
     return Correction(defects, 2 if series.bayer else 1)
 
 
@@ -157,7 +158,7 @@ def _create(stack: Stack, recipe: str, series: Series, on_error: str, defects: O
                 return
             if on_error == "raise":
                 raise FrameError(series.names[index], outcomes[0]["message"])
-    raise ValueError("series: no frame could be worked on")
+    raise ArgumentError("series", "no frame could be worked on")
 
 
 def workers_within(memory: int, workers: Optional[int], series: Series) -> int:
@@ -215,7 +216,7 @@ def run(
     check_engine(scheduler, workers, on_error)
     if memory is not None:
         if memory < 1 or scheduler not in (None, "processes"):
-            raise ValueError("memory: bytes for the workers of this machine are wanted; those of a cluster have limits "
+            raise ArgumentError("memory", "bytes for the workers of this machine are wanted; those of a cluster have limits "
                              "of their own")
         workers = workers_within(memory, workers, series)
     out = os.path.abspath(out)

@@ -18,6 +18,7 @@ from typing import Any, Optional, Union
 import numpy as np
 import numpy.typing as npt
 
+from koimproc._errors import ArgumentError
 from koimproc._memory import empty
 from koimproc.series._files import PathLike
 
@@ -273,13 +274,13 @@ def source_of(frames: Union[PathLike, Sequence[PathLike]], dataset: Union[str, i
     if not isinstance(frames, (str, os.PathLike)):
         paths = [os.fspath(path) for path in frames]
         if not paths:
-            raise ValueError("frames: a series has at least one frame")
+            raise ArgumentError("frames", "a series has at least one frame")
         return _opened(paths[0], lambda: _Files(paths))
     name = os.fspath(frames)
     ending = Path(name).suffix.lower()
     if ending in (".h5", ".hdf5"):
         if dataset is None:
-            raise ValueError("dataset: the name of a dataset of the HDF5 file is wanted")
+            raise ArgumentError("dataset", "the name of a dataset of the HDF5 file is wanted")
         return _opened(name, lambda: _Hdf5(name, dataset))
     if ending == ".zarr":
         return _opened(name, lambda: _Zarr(name, dataset))

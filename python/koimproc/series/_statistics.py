@@ -15,6 +15,7 @@ from typing import Any, Optional, Union
 import numpy as np
 import numpy.typing as npt
 
+from koimproc._errors import ArgumentError
 from koimproc._frame import Frame
 from koimproc._stats import minmax, moments
 from koimproc._threads import threads
@@ -166,7 +167,7 @@ def accumulate(
     """
     total = Accumulator(*what, bits=series.bits, level=level)
     if resume and work is None:
-        raise ValueError("work: the directory of an earlier run is wanted to resume it")
+        raise ArgumentError("work", "the directory of an earlier run is wanted to resume it")
     check_engine(scheduler, workers, on_error)
     with ExitStack() as stack:
         engine = stack.enter_context(team(scheduler, workers))
@@ -213,7 +214,7 @@ def master(series: Series, **engine: Any) -> npt.NDArray[Any]:
 def mean_of(sums: Accumulator, series: Series) -> npt.NDArray[Any]:
     """The mean of frames in their own dtype, halves up."""
     if sums.frames == 0:
-        raise ValueError("series: no frame could be read")
+        raise ArgumentError("series", "no frame could be read")
     total, count = sums.planes["sum"], np.uint64(sums.frames)
     mean: npt.NDArray[Any] = ((2 * total + count) // (2 * count)).astype(series.dtype)
     return mean
