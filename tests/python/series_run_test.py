@@ -198,11 +198,26 @@ class TestCommand:
     @pytest.mark.parametrize("arguments, status, said", [
         (("-o", "out", "--memory", "much"), 2, "2GiB"), (("-o", "out", "--scheduler", "cluster"), 2, "tcp://"),
         ((), 2, "--output"), (("-o", "out", "--workers", "0"), 2, "workers"),
+        (("-o", "out", "--report", "missing/report.json"), 2, "missing"),
     ])
     def test_wrong_arguments_are_named(self, arguments, status, said, tmp_path):
         names = stored("tiff files", frames_of(1, (16, 20)), tmp_path).names
         done = self.call(tmp_path, *names, *arguments, cwd=tmp_path)
         assert done.returncode == status and said in done.stderr
+
+    @pytest.mark.parametrize("recipe", ["", "no JSON", "[]", "5", "{}", '{"operations": 5}', '{"operations": [5]}',
+                                        '{"operations": [], "output": 7}'])
+    def test_a_bad_recipe_is_named(self, recipe, tmp_path):
+        names = stored("tiff files", frames_of(1, (16, 20)), tmp_path).names
+        (tmp_path / "bad.json").write_text(recipe)
+        command = [sys.executable, "-m", "koimproc.series", str(tmp_path / "bad.json"), *names, "-o", "out"]
+        done = subprocess.run(command, capture_output=True, text=True, timeout=300, cwd=tmp_path)
+        assert done.returncode == 2 and "bad.json" in done.stderr and "Traceback" not in done.stderr
+
+    def test_a_file_that_cannot_be_written_is_named(self, tmp_path):
+        names = stored("tiff files", frames_of(1, (16, 20)), tmp_path).names
+        done = self.call(tmp_path, *names, "-o", "/proc/out")
+        assert done.returncode == 1 and done.stderr == "koimproc-series: /proc/out: No such file or directory\n"
 
     def test_frames_that_are_missing_are_named(self, tmp_path):
         done = self.call(tmp_path, tmp_path / "no.tif", "-o", tmp_path / "out")

@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import argparse
+import os
 import sys
 from collections.abc import Sequence
 from typing import Optional
@@ -61,9 +62,19 @@ def arguments() -> argparse.ArgumentParser:
     return parser
 
 
+def _sentence(error: Exception) -> str:
+    """What an error says, without Python's number for it."""
+    if isinstance(error, OSError) and error.filename is not None and error.strerror:
+        return f"{os.fsdecode(error.filename)}: {error.strerror}"
+    return str(error) or type(error).__name__
+
+
 def main(given: Optional[Sequence[str]] = None) -> int:
     """The program; returns its exit status: 0, 1 for failures, 2 for wrong arguments, 130 after Ctrl-C."""
-    options = arguments().parse_args(given)
+    parser = arguments()
+    options = parser.parse_args(given)
+    if options.report and not os.path.isdir(os.path.dirname(os.path.abspath(options.report))):
+        parser.error(f"argument --report: no such directory: {os.path.dirname(options.report)}")
     try:
         inputs = options.inputs[0] if len(options.inputs) == 1 else options.inputs
         series = open_series(inputs, dataset=options.dataset, bits=options.bits, bayer=options.bayer)
@@ -79,18 +90,18 @@ def main(given: Optional[Sequence[str]] = None) -> int:
             resume=options.resume,
             progress=None if options.quiet else _Line(),
         )
+        if options.report:
+            with replacing(options.report) as file:
+                file.write(report.json().encode())
     except KeyboardInterrupt:
         print("\nkoimproc-series: interrupted; --resume goes on from here", file=sys.stderr)
         return 130
-    except (OSError, ImportError) as error:
-        print(f"koimproc-series: {error}", file=sys.stderr)
+    except (OSError, ImportError, MemoryError, RuntimeError) as error:
+        print(f"koimproc-series: {_sentence(error)}", file=sys.stderr)
         return 1
     except ValueError as error:
         print(f"koimproc-series: {error}", file=sys.stderr)
         return 2
-    if options.report:
-        with replacing(options.report) as file:
-            file.write(report.json().encode())
     for name, message in sorted(report.failed):
         print(f"koimproc-series: {name}: {message}", file=sys.stderr)
     if not options.quiet:

@@ -136,14 +136,19 @@ def _facts_of(recipe: str) -> tuple[list[str], str]:
     """What the results follow from: the recipe, and the files that it names; and the ending of the results."""
     text = Path(recipe).read_text()
     facts = ["run", text]
-    contents = json.loads(text)
-    for operation in contents.get("operations", []):
-        for value in operation.values():
+    try:
+        contents = json.loads(text)
+    except ValueError as error:
+        raise ArgumentError("recipe", f"{recipe} is no JSON: {error}") from None
+    # The tool tells what else is wrong with it.
+    steps, output = (contents.get(name) if isinstance(contents, dict) else None for name in ("operations", "output"))
+    for step in steps if isinstance(steps, list) else ():
+        for value in step.values() if isinstance(step, dict) else ():
             path = os.path.join(os.path.dirname(recipe), value) if isinstance(value, str) else ""
             if os.path.isfile(path):
                 status = os.stat(path)
                 facts.append(repr((path, status.st_size, status.st_mtime_ns)))
-    return facts, contents.get("output", {}).get("format", "tif")
+    return facts, str(output.get("format", "tif")) if isinstance(output, dict) else "tif"
 
 
 def _create(stack: Stack, recipe: str, series: Series, on_error: str, defects: Optional[str]) -> None:
