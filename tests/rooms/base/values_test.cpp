@@ -66,6 +66,31 @@ TEST(TypedValue, CutsToTheLowBits)
     EXPECT_EQ(typedValue<std::uint32_t>(QVariant(-1)), 4294967295U);
 }
 
+template <class T>
+void compareWithConversion()
+{
+    for (const int number : {std::numeric_limits<int>::min(), -70000, -32769, -300, -129, -1, 0, 1, 127, 128,
+                             255, 256, 32768, 65535, 65536, 16777217, std::numeric_limits<int>::max()}) {
+        QVariant converted(number);
+        ASSERT_TRUE(converted.convert(detail::ConversionTarget(detail::metaTypeOf<T>())));
+        EXPECT_EQ(typedValue<T>(QVariant(number)), *static_cast<const T*>(converted.constData())) << number;
+    }
+}
+
+TEST(TypedValue, OfAnIntIsThatOfTheVariantsOwnConversion)
+{
+    compareWithConversion<std::int8_t>();
+    compareWithConversion<std::uint8_t>();
+    compareWithConversion<std::int16_t>();
+    compareWithConversion<std::uint16_t>();
+    compareWithConversion<std::int32_t>();
+    compareWithConversion<std::uint32_t>();
+    compareWithConversion<std::int64_t>();
+    compareWithConversion<std::uint64_t>();
+    compareWithConversion<float>();
+    compareWithConversion<double>();
+}
+
 TEST(MetaTypes, AreThoseOfTheSampleTypes)
 {
     EXPECT_EQ(detail::metaTypeOf<std::int8_t>(), 40);
