@@ -33,7 +33,7 @@ struct Correction {
 template <class T>
 bool singleServes(const Correction& correction, double gain) noexcept
 {
-    constexpr double small = 1.0 / (1LL << 60), large = 1LL << 60;
+    constexpr double small = 0x1p-60, large = 0x1p60;
     const auto within = [](double value) { return value >= small && value <= large; };
     return within(correction.ratio) && (gain == 0 || within(correction.ratio * gain)) &&
            correction.top >= 0 && correction.top <= std::numeric_limits<T>::max();
