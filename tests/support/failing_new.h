@@ -1,5 +1,5 @@
 // Makes `operator new` run out of memory. A program that includes this links `ko_failing_new`, which replaces
-// every global form of new and delete.
+// every global form of new and delete. Under ThreadSanitizer libraries that the program loads keep the runtime's own.
 #pragma once
 
 #include <cstdint>
