@@ -38,7 +38,7 @@ void malvarBand(const CentredCall& call, std::int64_t pitch, std::byte* memory, 
     const MosaicLines<E, 5> lines(memory, pitch);
     const auto top = static_cast<typename MalvarRowKernels<T>::Sum>(saturatedTop<T>(call.src.bitsPerSample));
     for (std::int64_t last = from - 2; last < to + 2; ++last) {
-        loadLines<T>(call.src, call.roi, last, lines, kernels.split);
+        loadLines<T>(call.src, call.roi, last, 1, lines, kernels.split);
         const std::int64_t y = last - 2;
         if (y < from)
             continue;
@@ -74,7 +74,7 @@ public:
     void make(std::int64_t from, std::int64_t to) noexcept
     {
         for (std::int64_t y = from - 7; y < to + 7; ++y) {
-            loadLines<T>(m_call.src, m_call.roi, y, m_mosaic, m_kernels.split);
+            loadLines<T>(m_call.src, m_call.roi, y, pairMargin, m_mosaic, m_kernels.split);
             if (y >= from - 3)
                 estimate(y - 2);
             if (y >= from - 1)

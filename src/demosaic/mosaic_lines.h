@@ -82,13 +82,14 @@ struct MosaicLines {
     const Ring& between(RowKind kind) const noexcept { return kind.colourFirst ? second : first; }
 };
 
-/// Fills the lines of row `y` of the region, margin included. `split` does so for pairs inside the image.
+/// Fills the lines of row `y` of the region, and `margin` pairs before and behind it, `pairMargin` at the most.
+/// `split` does so for pairs inside the image.
 template <class T, class E, int Count, class Split>
-void loadLines(const SxImageBuf& src, const QRect& roi, std::int64_t y, const MosaicLines<E, Count>& lines,
-               const Split& split) noexcept
+void loadLines(const SxImageBuf& src, const QRect& roi, std::int64_t y, std::int64_t margin,
+               const MosaicLines<E, Count>& lines, const Split& split) noexcept
 {
     const std::uint8_t* const row = rowOf(src, mirrored(roi.top() + y, src.height));
-    const std::int64_t left = roi.left(), end = (widthOf(roi) + 1) / 2 + pairMargin;
+    const std::int64_t left = roi.left(), end = (widthOf(roi) + 1) / 2 + margin;
     E* const first = lines.first[y];
     E* const second = lines.second[y];
     const auto mirror = [&](std::int64_t from, std::int64_t to) {
@@ -97,9 +98,9 @@ void loadLines(const SxImageBuf& src, const QRect& roi, std::int64_t y, const Mo
             second[i] = static_cast<E>(loadSample<T>(row, mirrored(left + 2 * i + 1, src.width)));
         }
     };
-    const std::int64_t inside = std::clamp(-(left / 2), -pairMargin, end);
+    const std::int64_t inside = std::clamp(-(left / 2), -margin, end);
     const std::int64_t outside = std::clamp((src.width - left) / 2, inside, end);
-    mirror(-pairMargin, inside);
+    mirror(-margin, inside);
     split(row + (left + 2 * inside) * std::int64_t{sizeof(T)}, first + inside, second + inside,
           outside - inside);
     mirror(outside, end);
