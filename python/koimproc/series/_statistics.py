@@ -21,6 +21,7 @@ from koimproc._stats import minmax, moments
 from koimproc._threads import threads
 from koimproc.series._accumulator import Accumulator
 from koimproc.series._engine import (
+    TOGETHER,
     Part,
     Progress,
     Report,
@@ -36,9 +37,7 @@ from koimproc.series._engine import (
 from koimproc.series._files import PathLike, replacing
 from koimproc.series._series import Series
 
-# Frames that are added in one call: as many as the library takes at once, which costs little more than one. And bytes of
-# them.
-_TOGETHER = 8
+# Bytes of the frames that are added in one call. To add eight takes hardly longer than to add two.
 _TOGETHER_BYTES = 256 << 20
 # Threads that share an accumulator: adding takes a small part of their time, and accumulators are large.
 _SHARING = 4
@@ -54,7 +53,7 @@ def _add_frames(
     """Adds the frames of a part; those that cannot be read are returned."""
     failed: list[tuple[str, str]] = []
     group: list[Any] = []
-    together = max(1, min(_TOGETHER, _TOGETHER_BYTES // bytes_of_frame(series)))
+    together = max(1, min(TOGETHER, _TOGETHER_BYTES // bytes_of_frame(series)))
     with threads(1):
         for _, frame in frames_of(series, part, on_error, failed):
             group.append(frame)
@@ -152,7 +151,7 @@ def accumulate(
     workers : int, optional
         How many threads or processes; as many as there are processors unless given. A cluster has its own.
     frames_per_part : int, optional
-        Frames of a task. Unless given, as many as 128 MiB hold, at most 64; where parts go to files, that is with
+        Frames of a task. Unless given, as many as 256 MiB hold, at most 64; where parts go to files, that is with
         processes, a cluster or `work`, as many as have ten times the bytes of the sums, but at most an eighth of all, or the
         share of one of the processes.
     on_error : {"raise", "skip"}
