@@ -26,7 +26,7 @@ struct MedianBlockSize {
 
     MedianBlockSize(const MedianStrip& strip, std::int64_t radius, bool isDeep) noexcept
         : columns(std::min(std::int64_t{strip.lastColumn} - strip.firstColumn + 1,
-                           sized(radius, isDeep ? 128 : 512))),
+                           sized(radius, isDeep ? 128 : 1024))),
           rows(std::int64_t{strip.lastRow} - strip.firstRow + 1)
     {
         if (isDeep)

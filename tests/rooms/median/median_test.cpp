@@ -373,6 +373,7 @@ TEST(MedianTargets, EqualTheTwinAcrossTheJointsOfBlocks)
             compareWithTwin({type, channels, bits, radius, 301 / channels, 83});
     });
     compareWithTwin({UInt8, 1, 8, 10, 1030, 22});
+    compareWithTwin({UInt8, 3, 8, 10, 1030, 22});
     compareWithTwin({UInt16, 1, 16, 10, 22, 1030});
     const Case deep{UInt16, 1, 12, 10, 22, 1030};
     TestImage src(layoutOf(deep));
