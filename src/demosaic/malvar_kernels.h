@@ -1,6 +1,7 @@
 // Row kernels of DemosaicMalvar.
 #pragma once
 
+#include "base/kernel_tables.h"
 #include "demosaic/mosaic_lines.h"
 
 #include <cstdint>
@@ -28,19 +29,7 @@ struct MalvarRowKernels {
                 Sum top) noexcept;
 };
 
-struct MalvarKernels {
-    MalvarRowKernels<std::uint8_t> u8;
-    MalvarRowKernels<std::uint16_t> u16;
-
-    template <class T>
-    const MalvarRowKernels<T>& of() const noexcept
-    {
-        if constexpr (std::is_same_v<T, std::uint8_t>)
-            return u8;
-        else
-            return u16;
-    }
-};
+using MalvarKernels = PerDepth<MalvarRowKernels<std::uint8_t>, MalvarRowKernels<std::uint16_t>>;
 
 /// The kernels of the running processor.
 const MalvarKernels& malvarKernels();

@@ -4,6 +4,7 @@
 // the differences of red or blue to green, at the places of that colour, need to be known.
 #pragma once
 
+#include "base/kernel_tables.h"
 #include "demosaic/mosaic_lines.h"
 
 #include <array>
@@ -64,19 +65,7 @@ struct MenonRowKernels {
     void (*make)(const Row& row, RowKind kind, const PixelRow& dst, std::int64_t width, T top) noexcept;
 };
 
-struct MenonKernels {
-    MenonRowKernels<std::uint8_t> u8;
-    MenonRowKernels<std::uint16_t> u16;
-
-    template <class T>
-    const MenonRowKernels<T>& of() const noexcept
-    {
-        if constexpr (std::is_same_v<T, std::uint8_t>)
-            return u8;
-        else
-            return u16;
-    }
-};
+using MenonKernels = PerDepth<MenonRowKernels<std::uint8_t>, MenonRowKernels<std::uint16_t>>;
 
 /// The kernels of the running processor.
 const MenonKernels& menonKernels();
