@@ -17,8 +17,8 @@ def run(command, **options):
     return subprocess.run([str(word) for word in command], check=True, text=True, **options)
 
 
-def expect_output(program, expected=EXPECTED, **options):
-    printed = run([program], stdout=subprocess.PIPE, **options).stdout
+def expect_output(args, program, expected=EXPECTED, **options):
+    printed = run([*args.emulator, program], stdout=subprocess.PIPE, **options).stdout
     if printed != expected:
         sys.exit(f"printed {printed!r} instead of {expected!r}")
 
@@ -30,16 +30,20 @@ def library_dir(prefix):
 def build_with_cmake(args, name, definitions, targets):
     build = args.work / name
     shutil.rmtree(build, ignore_errors=True)
-    run(["cmake", "-S", HERE / "consumer", "-B", build, "-G", "Ninja", f"-DCMAKE_CXX_COMPILER={args.compiler}",
+    compiler = f"-DCMAKE_TOOLCHAIN_FILE={args.toolchain}" if args.toolchain else f"-DCMAKE_CXX_COMPILER={args.compiler}"
+    run(["cmake", "-S", HERE / "consumer", "-B", build, "-G", "Ninja", compiler,
          f"-DCMAKE_CXX_FLAGS={' '.join(WARNINGS[1:] + args.flags)}", *definitions])
     run(["cmake", "--build", build, "--target", *targets])
     return build
 
 
 def find_package(args):
-    build = build_with_cmake(args, "find_package", [f"-DCMAKE_PREFIX_PATH={args.prefix}"], ["client", "core_client"])
-    expect_output(build / "client")
-    expect_output(build / "core_client", "2\n")
+    # A toolchain for another processor searches its own tree alone.
+    place = (f"-Dkoimproc_DIR={library_dir(args.prefix) / 'cmake/koimproc'}" if args.toolchain
+             else f"-DCMAKE_PREFIX_PATH={args.prefix}")
+    build = build_with_cmake(args, "find_package", [place], ["client", "core_client"])
+    expect_output(args, build / "client")
+    expect_output(args, build / "core_client", "2\n")
 
 
 def add_subdirectory(args):
@@ -51,7 +55,7 @@ def add_subdirectory(args):
                              [f"-DKOIMPROC_SOURCE={args.source}", "-DCMAKE_BUILD_TYPE=Debug"],
                              ["core_client", "CMakeFiles/client.dir/client.cpp.o", f"{room}/binarize.cpp.o",
                               f"{room}/binarize_kernels.cpp.o"])
-    expect_output(build / "core_client", "2\n")
+    expect_output(args, build / "core_client", "2\n")
 
 
 def pkg_config_flags(args, package="koimproc"):
@@ -72,7 +76,7 @@ def pkg_config(args):
     # Qt's own flags do not ask for position-independent code, its headers do.
     run([args.compiler, *WARNINGS, "-fPIC", *args.flags, HERE / "consumer/client.cpp", "-o", program,
          *pkg_config_flags(args)])
-    expect_output(program, env={**os.environ, "LD_LIBRARY_PATH": str(library_dir(args.prefix))})
+    expect_output(args, program, env={**os.environ, "LD_LIBRARY_PATH": str(library_dir(args.prefix))})
 
 
 def public_headers(args):
@@ -106,6 +110,8 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__)
     ways = {way.__name__: way for way in (find_package, add_subdirectory, pkg_config, headers, headers_together)}
     parser.add_argument("--compiler", required=True)
+    parser.add_argument("--toolchain", type=Path, help="CMake's file for another processor")
+    parser.add_argument("--emulator", type=str.split, default=[], help="what runs the programs of another processor")
     parser.add_argument("--flags", type=str.split, default=[])
     parser.add_argument("--work", type=Path, required=True, help="directory for what is built")
     parser.add_argument("--prefix", type=Path, help="where the package is installed")
