@@ -25,6 +25,7 @@ public:
     RowRuns(const RowWork& work, bool isGapless, std::int64_t rowBytes) noexcept
         : m_work(work), m_perRun(isGapless && rowBytes > 0 ? std::max<std::int64_t>(enough / rowBytes, 1) : 1)
     {
+        // A loop over runs has too few of them to look like one over a large image.
         prepareFetching(work.rows);
     }
 
