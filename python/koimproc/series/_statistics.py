@@ -37,8 +37,10 @@ from koimproc.series._engine import (
 from koimproc.series._files import PathLike, replacing
 from koimproc.series._series import Series
 
-# Bytes of the frames that are added in one call. To add eight takes hardly longer than to add two.
-_TOGETHER_BYTES = 256 << 20
+# Bytes of the frames that are added in one call: for threads, which share accumulators, and for processes, each of which
+# has one of its own. To add eight frames takes hardly longer than to add two.
+_SHARED_BYTES = 256 << 20
+_OWN_BYTES = 64 << 20
 # Threads that share an accumulator: adding takes a small part of their time, and accumulators are large.
 _SHARING = 4
 # Accumulators that one task merges.
@@ -48,12 +50,12 @@ _BENDS = 1 << 16
 
 
 def _add_frames(
-    series: Series, part: Part, on_error: str, add: Callable[..., None]
+    series: Series, part: Part, on_error: str, add: Callable[..., None], most: int
 ) -> list[tuple[str, str]]:
-    """Adds the frames of a part; those that cannot be read are returned."""
+    """Adds the frames of a part, at most so many bytes in one call; those that cannot be read are returned."""
     failed: list[tuple[str, str]] = []
     group: list[Any] = []
-    together = max(1, min(TOGETHER, _TOGETHER_BYTES // bytes_of_frame(series)))
+    together = max(1, min(TOGETHER, most // bytes_of_frame(series)))
     with threads(1):
         for _, frame in frames_of(series, part, on_error, failed):
             group.append(frame)
@@ -67,7 +69,7 @@ def _add_frames(
 def _accumulate_part(series: Series, part: Part, on_error: str, like: Accumulator, durable: bool) -> None:
     """An accumulator of a part's frames, in a file."""
     sums = like.empty()
-    failed = _add_frames(series, part, on_error, sums.add)
+    failed = _add_frames(series, part, on_error, sums.add, _OWN_BYTES)
     sums.save(_sums_of(part), durable=durable)
     write_record(part, failed, [_sums_of(part)])
 
@@ -88,7 +90,7 @@ class _Pool:
             self._free.put(sums)
 
     def accumulate_part(self, series: Series, part: Part, on_error: str) -> None:
-        write_record(part, _add_frames(series, part, on_error, self._add))
+        write_record(part, _add_frames(series, part, on_error, self._add, _SHARED_BYTES))
 
     def merged(self) -> Accumulator:
         total = self._free.get()
