@@ -68,7 +68,7 @@ def main():
     parser.add_argument("--frame-bytes", type=float, default=2 * 2048**2)
     parser.add_argument("--result-bytes", type=float, default=0)
     parser.add_argument("--sums-bytes", type=float, default=0)
-    parser.add_argument("--seconds", type=float, default=0.05)
+    parser.add_argument("--seconds", type=float, default=0.03)
     parser.add_argument("--store", type=float, default=2e9)
     parser.add_argument("--frames-per-part", type=int, default=FRAMES_PER_PART)
     options = vars(parser.parse_args())
