@@ -9,8 +9,8 @@ from dataclasses import dataclass
 # Measured on two processors of an AMD EPYC: processor time of client and scheduler for each of 20,000 tasks that do
 # nothing.
 SECONDS_PER_TASK = 0.006
-# Of `koimproc.series`: frames of a part, accumulators that a task merges.
-FRAMES_PER_PART = 64
+# Of `koimproc.series`: frames of 8.4 MB in a part, accumulators that a task merges.
+FRAMES_PER_PART = 32
 MERGED = 16
 
 
