@@ -55,7 +55,7 @@ Broadcast::~Broadcast()
 void Broadcast::offer(const SxImageBuf& frame)
 {
     const auto now = Clock::now();
-    const std::lock_guard lock(m_mutex);
+    std::unique_lock lock(m_mutex);
     if (m_hasEnded || now < m_due || !isWanted(now))
         return;
     m_due = std::max(m_due + pictureInterval, now - pictureInterval);
@@ -69,6 +69,7 @@ void Broadcast::offer(const SxImageBuf& frame)
     }
     m_arrival = now;
     m_isOffered = true;
+    lock.unlock();
     m_frameIsThere.notify_one();
 }
 
@@ -194,10 +195,11 @@ void Broadcast::publish(Clock::time_point arrival)
         std::string part = partOf(
             region.isNull() ? m_encoder.encode(m_shower.overview(m_frame, look), JpegEncoder::Moving)
                             : m_encoder.encode(m_shower.detail(m_frame, region, look), JpegEncoder::Close));
-        const std::lock_guard lock(m_mutex);
+        std::unique_lock lock(m_mutex);
         const std::uint64_t number = view->latest ? view->latest->number + 1 : 1;
         view->latest = std::make_shared<const Shot>(Shot{std::move(part), number});
         m_delay = Clock::now() - arrival;
+        lock.unlock();  // or each of those who wake up would wait for it
         m_pictureIsThere.notify_all();
     }
     std::unique_lock lock(m_mutex);

@@ -21,7 +21,7 @@ constexpr std::size_t mostBytes = 32768;  // of a request
 
 bool HttpStream::waitForRequest()
 {
-    if (!waitFor(POLLIN, Clock::now() + idleTime))
+    if (m_next == m_end && !waitFor(POLLIN, Clock::now() + idleTime))
         return false;
     m_requestEnd = Clock::now() + requestTime;
     m_bytesLeft = mostBytes;
@@ -47,7 +47,7 @@ bool HttpStream::waitFor(short event, Clock::time_point end) const
 
 bool HttpStream::is_readable() const
 {
-    return waitFor(POLLIN, m_requestEnd);
+    return m_next < m_end || waitFor(POLLIN, m_requestEnd);
 }
 
 bool HttpStream::is_writable() const
@@ -59,12 +59,21 @@ bool HttpStream::is_writable() const
 
 ssize_t HttpStream::read(char* to, size_t size)
 {
-    if (m_bytesLeft == 0 || !waitFor(POLLIN, m_requestEnd))
-        return -1;
-    const ssize_t read = recv(m_socket, to, std::min(size, m_bytesLeft), MSG_DONTWAIT);
-    if (read > 0)
-        m_bytesLeft -= static_cast<std::size_t>(read);
-    return read;
+    if (m_next == m_end) {
+        if (m_bytesLeft == 0 || !waitFor(POLLIN, m_requestEnd))
+            return -1;
+        const ssize_t received =
+            recv(m_socket, m_received.data(), std::min(m_received.size(), m_bytesLeft), MSG_DONTWAIT);
+        if (received <= 0)
+            return received;
+        m_next = 0;
+        m_end = static_cast<std::size_t>(received);
+        m_bytesLeft -= m_end;
+    }
+    const std::size_t taken = std::min(size, m_end - m_next);
+    std::copy_n(m_received.data() + m_next, taken, to);
+    m_next += taken;
+    return static_cast<ssize_t>(taken);
 }
 
 ssize_t HttpStream::write(const char* from, size_t size)

@@ -1,6 +1,7 @@
 // One connection to the page.
 #pragma once
 
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <cstddef>
@@ -36,7 +37,10 @@ private:
     const socket_t m_socket;
     const std::atomic<bool>& m_isEnding;
     Clock::time_point m_requestEnd;
-    std::size_t m_bytesLeft = 0;
+    std::size_t m_bytesLeft = 0;        ///< that may still be received
+    std::array<char, 4096> m_received;  ///< the library asks for single bytes
+    std::size_t m_next = 0;             ///< of those
+    std::size_t m_end = 0;
 };
 
 }  // namespace ko::tool
