@@ -69,8 +69,14 @@ inside koimproc-series --version
 # The elements, as GStreamer finds them.
 install gstreamer1.0-tools gstreamer1.0-plugins-base
 install '/packages/gstreamer1.0-koimproc_*.deb /packages/libkogstreamer1_*.deb'
-says 'Demosaicing' gst-inspect-1.0 kodemosaic
+for element in kodemosaic koflatfield kostats; do
+    says 'libgstkoimproc.so' gst-inspect-1.0 $element
+done
 inside gst-launch-1.0 -q videotestsrc num-buffers=1 ! video/x-bayer,format=rggb ! kodemosaic ! fakesink
+
+# Live cameras. Which ones there are is the network's business.
+install '/packages/libkocamera1_*.deb'
+inside ko cameras
 
 # The manual page of the tool and what shells complete, found where `man` and the shells look.
 install man-db bash-completion fish zsh
@@ -84,8 +90,8 @@ says '_ko' zsh -fc 'autoload -Uz compinit; compinit -uD; print -r -- $_comps[ko]
 
 # Programs of others.
 install g++ cmake ninja-build pkg-config python3 qtbase5-dev
-install '/packages/libkoimproc-dev_*.deb /packages/libkogstreamer-dev_*.deb'
-for way in find_package pkg_config; do
+install '/packages/libkoimproc-dev_*.deb /packages/libkogstreamer-dev_*.deb /packages/libkocamera-dev_*.deb'
+for way in find_package pkg_config camera; do
     inside python3 /packages/client/consume.py --compiler g++ --work /packages/built --prefix /usr $way
 done
 
@@ -110,7 +116,7 @@ import koimproc.native as ko
 assert ko.__file__.startswith(\"/packages/environment/\"), ko.__file__"'
 
 names=(libkoimproc-dev libkoimproc1 koimproc-tools python3-koimproc
-    libkogstreamer-dev libkogstreamer1 gstreamer1.0-koimproc)
+    libkogstreamer-dev libkogstreamer1 gstreamer1.0-koimproc libkocamera-dev libkocamera1)
 inside dpkg -L "${names[@]}" | sort -u > "$system/packages/installed"
 inside apt-get purge -y -qq "${names[@]}" >/dev/null
 
@@ -118,7 +124,8 @@ inside apt-get purge -y -qq "${names[@]}" >/dev/null
 inside sh -ec 'while read -r path; do
         [ ! -e "$path" ] || dpkg -S "$path" >/dev/null 2>&1 || echo "left behind: $path"
     done < /packages/installed
-    find / -xdev \( -path /packages -o -path /proc -o -path /var/cache/man \) -prune -o \( -name "*koimproc*" -o -name "*kocore*" \) -print' \
+    find / -xdev \( -path /packages -o -path /proc -o -path /var/cache/man \) -prune -o \
+        \( -name "*koimproc*" -o -name "*kocore*" -o -name "*kocamera*" -o -name "*kogstreamer*" \) -print' \
     > "$system/packages/left"
 # The root directory belongs to no package.
 if grep -v '^left behind: /\.$' "$system/packages/left"; then

@@ -9,6 +9,7 @@ from pathlib import Path
 
 HERE = Path(__file__).parent
 EXPECTED = "0 7 7 0\n"  # of client.cpp
+CAMERA_EXPECTED = "1 0 0\n"  # of that in camera
 WARNINGS = ["-std=c++17", "-Wall", "-Wextra", "-Wpedantic", "-Werror"]
 
 
@@ -27,21 +28,24 @@ def library_dir(prefix):
     return next(prefix.glob("**/libkoimproc.so")).parent
 
 
-def build_with_cmake(args, name, definitions, targets):
+def build_with_cmake(args, name, definitions, targets, source="consumer"):
     build = args.work / name
     shutil.rmtree(build, ignore_errors=True)
     compiler = f"-DCMAKE_TOOLCHAIN_FILE={args.toolchain}" if args.toolchain else f"-DCMAKE_CXX_COMPILER={args.compiler}"
-    run(["cmake", "-S", HERE / "consumer", "-B", build, "-G", "Ninja", compiler,
+    run(["cmake", "-S", HERE / source, "-B", build, "-G", "Ninja", compiler,
          f"-DCMAKE_CXX_FLAGS={' '.join(WARNINGS[1:] + args.flags)}", *definitions])
     run(["cmake", "--build", build, "--target", *targets])
     return build
 
 
-def find_package(args):
+def place_of_package(args):
     # A toolchain for another processor searches its own tree alone.
-    place = (f"-Dkoimproc_DIR={library_dir(args.prefix) / 'cmake/koimproc'}" if args.toolchain
-             else f"-DCMAKE_PREFIX_PATH={args.prefix}")
-    build = build_with_cmake(args, "find_package", [place], ["client", "core_client"])
+    return (f"-Dkoimproc_DIR={library_dir(args.prefix) / 'cmake/koimproc'}" if args.toolchain
+            else f"-DCMAKE_PREFIX_PATH={args.prefix}")
+
+
+def find_package(args):
+    build = build_with_cmake(args, "find_package", [place_of_package(args)], ["client", "core_client"])
     expect_output(args, build / "client")
     expect_output(args, build / "core_client", "2\n")
 
@@ -71,12 +75,27 @@ def include_flags(args, package="koimproc"):
     return flags if package == "koimproc" else [flag.replace("-I", "-isystem", 1) for flag in flags]
 
 
-def pkg_config(args):
-    program = args.work / "pkg_config_client"
+def build_with_pkg_config(args, name, package="koimproc", source="consumer"):
+    program = args.work / name
     # Qt's own flags do not ask for position-independent code, its headers do.
-    run([args.compiler, *WARNINGS, "-fPIC", *args.flags, HERE / "consumer/client.cpp", "-o", program,
-         *pkg_config_flags(args)])
-    expect_output(args, program, env={**os.environ, "LD_LIBRARY_PATH": str(library_dir(args.prefix))})
+    run([args.compiler, *WARNINGS, "-fPIC", *args.flags, HERE / source / "client.cpp", "-o", program,
+         *pkg_config_flags(args, package)])
+    return program
+
+
+def with_libraries(args):
+    return {**os.environ, "LD_LIBRARY_PATH": str(library_dir(args.prefix))}
+
+
+def pkg_config(args):
+    expect_output(args, build_with_pkg_config(args, "pkg_config_client"), env=with_libraries(args))
+
+
+def camera(args):
+    """The library of live cameras, in both ways."""
+    build = build_with_cmake(args, "camera", [place_of_package(args)], ["client"], "camera")
+    for program in (build / "client", build_with_pkg_config(args, "camera_client", "kocamera", "camera")):
+        expect_output(args, program, CAMERA_EXPECTED, env=with_libraries(args))
 
 
 def public_headers(args):
@@ -108,7 +127,8 @@ def headers_together(args):
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
-    ways = {way.__name__: way for way in (find_package, add_subdirectory, pkg_config, headers, headers_together)}
+    ways = {way.__name__: way for way in (find_package, add_subdirectory, pkg_config, camera, headers,
+                                             headers_together)}
     parser.add_argument("--compiler", required=True)
     parser.add_argument("--toolchain", type=Path, help="CMake's file for another processor")
     parser.add_argument("--emulator", type=str.split, default=[], help="what runs the programs of another processor")
