@@ -115,8 +115,9 @@ def main():
     rounds, seconds = (list(map(int, numbers)) + [3, 10][len(numbers):])
     with tempfile.TemporaryDirectory() as name:
         write_frames(Path(name))
-        source = (f"multifilesrc location={name}/%02d.raw loop=true stop-index={FRAMES - 1} caps=video/x-bayer,format=rggb,"
-                  f"width={WIDTH},height={HEIGHT},framerate={RATE}/1 ! identity datarate={WIDTH * HEIGHT * RATE} sync=true")
+        source = (f"multifilesrc location={name}/%02d.raw loop=true stop-index={FRAMES - 1} ! rawvideoparse format=gray8 "
+                  f"width={WIDTH} height={HEIGHT} framerate={RATE}/1 ! clocksync ! capssetter join=false replace=true "
+                  f"caps=video/x-bayer,format=rggb,width={WIDTH},height={HEIGHT},framerate={RATE}/1")
         run = subprocess.Popen([tool, "live", source, "--http", "0"], stdout=subprocess.PIPE, text=True)
         try:
             url = run.stdout.readline().strip()
