@@ -16,7 +16,7 @@ namespace ko {
 /// method.
 constexpr std::int64_t bandMemory(std::int64_t pitch) noexcept
 {
-    return 41 * 4 * pitch / std::int64_t{sizeof(CacheLine)};
+    return pitch * 41 * 4 / std::int64_t{sizeof(CacheLine)};
 }
 
 /// What callers hold as `void*`.

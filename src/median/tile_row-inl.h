@@ -89,12 +89,12 @@ private:
 
     struct Memory {
         alignas(64) T columns[kSide][kShort * pitch];
-        alignas(64) T pairs[2][2 * kShort * pitch];
-        alignas(64) T fours[4 * kShort * pitch];
+        alignas(64) T pairs[2][kShort * pitch * 2];
+        alignas(64) T fours[kShort * pitch * 4];
         alignas(64) T medians[kSide * kSide][lanes];
         alignas(64) T gathered[2][(TileCore::first + TileCore::count) * lanes];
         Sorted<T, TileCore::count> core;
-        std::array<Sorted<T, kShort>, 2 * (kSide - 1)> rows;
+        std::array<Sorted<T, kShort>, std::size_t{2} * (kSide - 1)> rows;
         Halves<false, kSide, kSide> halves;
     };
 
@@ -164,9 +164,9 @@ private:
         int across;
         List<T, Core<kAlong, kAcross>::count> core;
         /// What the windows have beside the core: lines before and behind it, to be added in halves, ...
-        std::array<List<T, lineLength, kLinePitch>, 2 * (kAlong - 1)> lines;
+        std::array<List<T, lineLength, kLinePitch>, std::size_t{2} * (kAlong - 1)> lines;
         /// ... and those in the other direction.
-        std::array<List<T, crossingLength, kCrossingPitch>, 2 * (kAcross - 1)> crossing;
+        std::array<List<T, crossingLength, kCrossingPitch>, std::size_t{2} * (kAcross - 1)> crossing;
     };
 
     /// Merges the columns of the core, four or two at a time, beginning with a list of the first `kColumns`.

@@ -8,6 +8,8 @@
 
 #include <ko/raw.h>
 
+#include <algorithm>
+#include <cmath>
 #include <limits>
 
 namespace ko {
@@ -63,7 +65,8 @@ BalancePattern patternOf(const double* gains, const int* blackLevels, int first,
     for (std::size_t i = 0; i < pattern.black.size(); ++i) {
         const int colour = first + static_cast<int>(i) % period;
         // At most 65535 * 65536: below the end of 32 bits by more than a half.
-        const auto gain = static_cast<std::uint32_t>(std::min(gains[colour], largestGain) * 65536.0 + 0.5);
+        const auto gain =
+            static_cast<std::uint32_t>(std::floor(std::min(gains[colour], largestGain) * 65536.0 + 0.5));
         pattern.whole[i] = static_cast<std::uint16_t>(gain >> 16);
         pattern.fraction[i] = static_cast<std::uint16_t>(gain & 0xFFFF);
         pattern.black[i] = static_cast<std::uint16_t>(blackLevels == nullptr ? 0 : blackLevels[colour]);
