@@ -101,11 +101,12 @@ void Differences(const FiveLines<E>& own, const E* between, bool colourFirst,
     const Beside beside(colourFirst);
     EachVector(d, from, end, [&](std::int64_t i) HWY_ATTR {
         const auto here = at(own[2], i);
-        const auto beside2 = hn::Add(at(between, i + beside.left), at(between, i + beside.right));
-        const auto above = hn::Add(at(own[1], i), at(own[3], i));
-        hn::StoreU(ToGreenBetween(beside2, here, hn::Add(at(own[2], i - 1), at(own[2], i + 1))), d,
+        const auto rowGreens = hn::Add(at(between, i + beside.left), at(between, i + beside.right));
+        const auto columnGreens = hn::Add(at(own[1], i), at(own[3], i));
+        hn::StoreU(ToGreenBetween(rowGreens, here, hn::Add(at(own[2], i - 1), at(own[2], i + 1))), d,
                    to.along + i);
-        hn::StoreU(ToGreenBetween(above, here, hn::Add(at(own[0], i), at(own[4], i))), d, to.across + i);
+        hn::StoreU(ToGreenBetween(columnGreens, here, hn::Add(at(own[0], i), at(own[4], i))), d,
+                   to.across + i);
     });
     Changes(to.along, to.along + 1, to.alongChanges, from, end - 1);
 }

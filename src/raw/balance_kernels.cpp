@@ -180,14 +180,14 @@ std::int64_t MultiplyBytes(const std::uint8_t* src, std::uint8_t* dst, std::int6
 #if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX3_DL
 
 /// Looking up takes half as long as multiplying.
-constexpr bool looksUp(const BalancePattern& pattern)
+constexpr bool LooksUp(const BalancePattern& pattern)
 {
     return pattern.period <= 2;
 }
 
 void PrepareBytes(BalancePattern& pattern) noexcept
 {
-    if (!looksUp(pattern))
+    if (!LooksUp(pattern))
         return;
     std::array<std::uint8_t, 256> every;
     std::iota(every.begin(), every.end(), std::uint8_t{0});
@@ -212,7 +212,7 @@ std::int64_t LookUpBytes(const std::uint8_t* src, std::uint8_t* dst, std::int64_
 
 #else
 
-constexpr bool looksUp(const BalancePattern&)
+constexpr bool LooksUp(const BalancePattern&)
 {
     return false;
 }
@@ -233,7 +233,7 @@ void BalanceBytes(const std::uint8_t* src, std::uint8_t* dst, std::int64_t sampl
         Balance<std::uint8_t>(src, dst, samples, pattern);
         return;
     }
-    const std::int64_t rest = looksUp(pattern) ? LookUpBytes(src, dst, samples, pattern)
+    const std::int64_t rest = LooksUp(pattern) ? LookUpBytes(src, dst, samples, pattern)
                                                : MultiplyBytes(src, dst, samples, pattern.bytes, pattern.top);
     BalanceSamples<std::uint8_t>(src, dst, rest, samples, 0, pattern);
 }
