@@ -16,14 +16,15 @@ import sys
 import xml.etree.ElementTree as xml
 from pathlib import Path
 
-from header_filter import ROOMS, filtered, room_of
+from header_filter import COMPONENTS, ROOMS, filtered, room_of
 from links import broken_links
 from python_api import MARK, overview, pages
 from search import write_search
 
 OUT = Path("build/docs")
 SITE = Path("docs/site")
-HEADERS = Path("include/ko")
+KEPT = Path("docs/pictures")  # pictures in the repository
+HEADERS = [Path(folder, "include/ko") for folder in ("", *COMPONENTS)]
 
 # Pages besides the rooms: source, identifier, title in the bar at the top.
 PAGES = [
@@ -33,7 +34,6 @@ PAGES = [
     (Path("docs/tool.md"), "tool", "The tool"),
     (SITE / "developing.md", "developing", "Developing"),
     (SITE / "live.md", "live", "Live cameras"),
-    (SITE / "camera.md", "camera", None),
     (Path("docs/performance.md"), "performance", "Performance"),
     (SITE / "python.md", "python", "Python"),
     (SITE / "python-api.md", "python-api", None),
@@ -44,20 +44,22 @@ PAGES = [
     (Path("CHANGELOG.md"), "changelog", None),
     (Path("bench/README.md"), "benches", None),
 ]
+ROOM_PAGES = {SITE / "rooms" / f"{room}.md": room for room in ["core", *ROOMS] if room not in COMPONENTS}
+ROOM_PAGES |= {SITE / "camera.md": "camera", Path("docs/gstreamer.md"): "gstreamer"}
 PAGES += [(path, path.stem, None) for path in sorted(Path("docs").glob("*.md"))
-          if path not in [page[0] for page in PAGES]]
-ROOM_PAGES = {SITE / "rooms" / f"{room}.md": room for room in ["core", *ROOMS]}
+          if path not in ROOM_PAGES and path not in [page[0] for page in PAGES]]
 IDENTIFIERS = {path.resolve(): identifier for path, identifier, _ in PAGES}
 IDENTIFIERS |= {path.resolve(): room for path, room in ROOM_PAGES.items()}
 
-EXPORTED = re.compile(r"^KO_EXPORT [\w:*& ]+?[ *&](\w+)\(|^inline [\w:]+ (viewOf|viewAs\w+)\(|^class KO_EXPORT (\w+)",
+EXPORTED = re.compile(r"^KO_EXPORT [\w:*&<> ]+?[ *&](\w+)\(|^inline [\w:]+ (viewOf|viewAs\w+)\(|^class KO_EXPORT (\w+)",
                       re.MULTILINE)
 RECORD = re.compile(r"^(?:struct|enum) ((?:Sx|Ex)\w+)", re.MULTILINE)
 TITLE = re.compile(r"\A# (.+)\n")
 LINK = re.compile(r"(?<!!)\[([^\]]+)\]\(([^)\s]+)\)")
-PICTURE = re.compile(r"!\[([^\]]*)\]\((pictures/[^)]+)\)")
-PICTURE_LINE = re.compile(r"^(?:!\[[^\]]*\]\(pictures/[^)]+\) *)+$", re.MULTILINE)
-COMMAND_CODE = re.compile(r"`([^`\n]*(?:\\\||--|@)[^`\n]*)`")  # with options, a bar of a table or Doxygen's own
+PICTURE = re.compile(r"!\[([^\]]*)\]\((?:\.\./)?(pictures/[^)]+)\)")  # with .. those in the repository
+PICTURE_LINE = re.compile(r"^(?:!\[[^\]]*\]\((?:\.\./)?pictures/[^)]+\) *)+$", re.MULTILINE)
+# With options, a bar of a table, Doxygen's own, or quotes, which would end it there.
+COMMAND_CODE = re.compile(r"`([^`\n]*(?:\\\||--|@)[^`\n]*|[\w-][^`\n]* '[^`\n]*)`")
 CODE = re.compile(r"`([A-Za-z]\w+)`")
 COMMENT = re.compile(r"<!--.*?-->\n?", re.DOTALL)
 HEAD_END = "</head>"
@@ -75,7 +77,7 @@ LICENCE = "<!-- the licence -->"
 def exported_names():
     """Every operation and class with its room. Records and enumerations have none: no page has to tell of them."""
     names = {}
-    for header in sorted(HEADERS.rglob("*.h")):
+    for header in sorted(header for folder in HEADERS for header in folder.rglob("*.h")):
         names.update(dict.fromkeys(RECORD.findall(header.read_text())))
         for match in EXPORTED.finditer(header.read_text()):
             names[match[1] or match[2] or match[3]] = room_of(header)
@@ -115,7 +117,7 @@ def translated(source, names):
     title = TITLE.match(text)
     text = text[title.end():]
     if PREAMBLE in text:
-        head = filtered(Path("include/ko/koimproc.h"), (HEADERS / "koimproc.h").read_text().splitlines())
+        head = filtered(Path("include/ko/koimproc.h"), (HEADERS[0] / "koimproc.h").read_text().splitlines())
         rules = [line.removeprefix("///").removeprefix(" ") for line in head if line.startswith("///")]
         text = text.replace(PREAMBLE, "\n".join(rules[rules.index("") + 3:]))
     text = text.replace(LICENCE, Path("LICENCE").read_text().partition("\n\n")[2])
@@ -196,7 +198,8 @@ def main():
     if subprocess.run(["doxygen", SITE / "Doxyfile"]).returncode != 0:
         sys.exit("Doxygen warned")
     write_search(OUT / "html")
-    shutil.copytree(pictures, OUT / "html/pictures", ignore=shutil.ignore_patterns("*.tif"))
+    shutil.copytree(KEPT, OUT / "html/pictures")
+    shutil.copytree(pictures, OUT / "html/pictures", ignore=shutil.ignore_patterns("*.tif"), dirs_exist_ok=True)
     broken = list(broken_links(OUT / "html"))
     if broken:
         sys.exit("\n".join(broken))

@@ -6,7 +6,7 @@ usage: header_filter.py HEADER
 The headers are written for people who read them as they are. This adds what Doxygen needs and they do not:
 
 - the comment at the top describes the file, and what it says of all operations their room or, where a room has
-  several headers, their part of it;
+  several headers, their part of it; that of a component stays with the file, as its page says the same;
 - everything declared belongs to the group of its room, named after the header's place;
 - a line "// ---- title" and the comment below it begin a part of the room;
 - the lines "///   ResultBadArg1  what is wrong" of @returns become a table.
@@ -24,8 +24,10 @@ def operation_rooms():
     return [room for names in reversed(lists) for room in names.split()]
 
 
+# Libraries beside the two, each with one header.
+COMPONENTS = ["camera", "gstreamer"]
 # Those with a page of their own besides core's.
-ROOMS = [room for room in operation_rooms() if room != "core"] + ["cpp", "interop"]
+ROOMS = [room for room in operation_rooms() if room != "core"] + ["cpp", "interop"] + COMPONENTS
 PARTS = ("stats", "pipeline", "cpp")  # rooms of several headers
 STATUS = re.compile(r"^/// {3}(Result\w+|1)  +(\S.*)$")
 CONTINUED = re.compile(r"^/// {8,}(\S.*)$")
@@ -96,7 +98,7 @@ def filtered(path, lines):
         section = SECTION.match(line)
         if line == "namespace ko {":
             title, rest = headline(head)
-            common = rest if path.stem == room else []
+            common = rest if path.stem == room and room not in COMPONENTS else []
             out += [line, "", *comment([f"@addtogroup {room}", "", *common, "@{"])]
             if room in PARTS and path.parent.name == room:
                 out += ["", *part(title, rest)]
