@@ -46,8 +46,9 @@ std::vector<T> alongRow(const std::vector<T>& channels)
 template <class T>
 bool isOne(const std::vector<T>& channels) noexcept
 {
-    return std::all_of(channels.begin(), channels.end(),
-                       [&](const T& value) { return std::memcmp(&value, channels.data(), sizeof(T)) == 0; });
+    return std::all_of(channels.begin(), channels.end(), [&](const T& value) {
+        return std::memcmp(&value, channels.data(), sizeof(T)) == 0;  // NOLINT: zeros of either sign differ
+    });
 }
 
 /// Thresholds in the source's type and results in the destination's, one per channel.
