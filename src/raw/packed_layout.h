@@ -109,13 +109,16 @@ constexpr PackTable packTable(const PackedGroup& group) noexcept
         static_cast<std::uint16_t>((1 << (group.highStep == 0 ? group.bits : group.bits - 8)) - 1);
     for (int first = 0; first < blockSamples; first += group.samples) {
         const int block = first / group.samples * group.bytes;
-        for (int i = 0; i < group.samples && group.highStep != 0; ++i)
-            table.high[static_cast<std::size_t>(block + i * group.highStep)] =
-                static_cast<std::uint8_t>(2 * (first + i));
+        for (int i = 0; i < group.samples && group.highStep != 0; ++i) {
+            const int high = block + i * group.highStep;
+            table.high[static_cast<std::size_t>(high)] = static_cast<std::uint8_t>(2 * (first + i));
+        }
         const int lowBytes = (group.samples * group.lowField + 7) / 8;
-        for (int byte = 0; byte < lowBytes; ++byte)
-            table.low[static_cast<std::size_t>(block + group.lowByte + byte)] =
+        for (int byte = 0; byte < lowBytes; ++byte) {
+            const int low = block + group.lowByte + byte;
+            table.low[static_cast<std::size_t>(low)] =
                 static_cast<std::uint8_t>(first / 4 * 8 + first % 4 * group.lowField / 8 + byte);
+        }
     }
     return table;
 }

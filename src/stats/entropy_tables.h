@@ -15,7 +15,7 @@ using EntropyTable = std::shared_ptr<const std::vector<double>>;
 
 /// Has a place for NaN too, which no number is below or above.
 struct KeyOrder {
-    bool operator()(double a, double b) const noexcept { return std::strong_order(a, b) < 0; }
+    bool operator()(double a, double b) const noexcept { return std::is_lt(std::strong_order(a, b)); }
 };
 
 /// Process-wide cache of tables over the counts 0...n, one table per key. Safe to use from any thread:
