@@ -28,7 +28,7 @@ std::string_view JpegEncoder::encode(const Image& picture, Detail wanted)
     unsigned char* to = m_buffer.data();
     unsigned long size = m_buffer.size();
     if (tjCompress2(m_handle, picture->data, picture->width, picture->stride, picture->height,
-                    isGray ? TJPF_GRAY : TJPF_RGBX, &to, &size, sampling, wanted == Close ? 95 : 75,
+                    isGray ? TJPF_GRAY : TJPF_RGBX, &to, &size, sampling, wanted == Close ? 95 : 70,
                     TJFLAG_NOREALLOC | TJFLAG_ACCURATEDCT) != 0)  // the other one takes longer
 
         throw std::runtime_error(tjGetErrorStr2(m_handle));
