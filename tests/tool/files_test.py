@@ -282,6 +282,22 @@ class Netpbm(ToolTest):
         self.refuse("crop", "two.tif", "--roi", "0,0,2,1", "-o", "out.pgm", names="out.pgm: ", says="cannot be written")
 
 
+class WebP(ToolTest):
+    def test_gray_pictures_become_colours(self):
+        self.write("in.tif", tiff(16, 8, [200] * 128, bits=8))
+        self.succeed("crop", "in.tif", "--roi", "0,0,16,8", "-o", "out.webp", "--quality", "100")
+        self.succeed("unpack", "out.webp", "-o", "out.tif")
+        width, height, channels, samples = read_tiff(self.read("out.tif"))[:4]
+        self.assertEqual((width, height, channels), (16, 8, 3))
+        self.assertTrue(all(abs(sample - 200) <= 1 for sample in samples), samples)
+
+    def test_other_numbers_of_channels_are_refused(self):
+        for channels in (2, 5):
+            self.write("in.tif", tiff(2, 1, [1] * (2 * channels), channels=channels))
+            self.refuse("crop", "in.tif", "--roi", "0,0,2,1", "-o", "out.webp", names="out.webp: ",
+                        says=f"cannot hold {channels} channels")
+
+
 class Messages(ToolTest):
     def test_each_name_is_said_once_and_libraries_are_not(self):
         for ending in ("png", "tif", "jpg", "exr", "gif", "bmp", "txt", "fits", "dng"):

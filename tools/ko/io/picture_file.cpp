@@ -191,6 +191,17 @@ OIIO::ImageSpec specOf(const Image& image, const std::string& format, const Meta
     return spec;
 }
 
+/// A gray picture as one of three equal colours.
+Image inColours(const Image& gray)
+{
+    SxImageInfo format = *gray;
+    format.channels = 3;
+    Image colours = allocated(format);
+    for (int channel = 0; channel < 3; ++channel)
+        require(CopyChannel(*gray, 0, *colours, channel), "CopyChannel");
+    return colours;
+}
+
 /// The TIFF writer reads again what it has written where Exif follows the samples; through a proxy it reads
 /// nothing, and the file is damaged.
 bool isReadOnWriting(const OIIO::ImageSpec& spec, const std::string& format)
@@ -231,6 +242,13 @@ std::vector<unsigned char> encodePicture(const Image& image, const std::string& 
     const auto refuse = [&](const std::string& cause) {
         throw Failure(nameOfOutput(file), "cannot be written: " + cause);
     };
+    // WebP knows colours alone. Its writer reads beyond rows of fewer channels, and must not even be made for nothing.
+    if (OIIO::Strutil::iends_with(name, ".webp")) {
+        if (image->channels == 1)
+            return encodePicture(inColours(image), file, metadata, quality);
+        if (image->channels != 3 && image->channels != 4)
+            refuse("this file format cannot hold " + std::to_string(image->channels) + " channels");
+    }
     const Quiet quiet;
     std::vector<unsigned char> bytes;
     OIIO::Filesystem::IOVecOutput memory(bytes);
