@@ -22,13 +22,50 @@ from pathlib import Path
 WORD = re.compile(r"\w")
 
 
-def branches_of(counts):
-    """What gcov tells of one object file: for each source, a line and the counts of the branches of one copy."""
+def end_of_block(texts, start):
+    """The line on which the braces close that line `start` opens."""
+    depth = 0
+    for number in range(start, len(texts) + 1):
+        text = texts[number - 1]
+        depth += text.count("{") - text.count("}")
+        if depth <= 0 and "}" in text:
+            return number
+    return start
+
+
+class Functions:
+    """The functions of one source in one object file, to tell in how many a line is compiled."""
+
+    def __init__(self, found, texts):
+        self.copies = defaultdict(int)
+        for function in found:
+            start, end = function["start_line"], function["end_line"]
+            # Of a lambda gcov knows no end.
+            self.copies[start, end if end > start else end_of_block(texts, start)] += 1
+
+    def around(self, line):
+        """How many copies the innermost function around a line has."""
+        return max(((start, copies) for (start, end), copies in self.copies.items() if start <= line <= end),
+                   default=(0, 1))[1]
+
+
+def branches_of(counts, texts_of):
+    """What gcov tells of one object file: for each source, a line and the counts of the branches of one copy.
+
+    Lines of template instances bear the name of their function. Those of the instances of a lambda and of the targets of
+    a kernel come as one line without a name, with the branches of all copies one after the other.
+    """
     for source in counts["files"]:
+        texts = texts_of(source["file"])
+        if texts is None:
+            continue
+        functions = Functions(source["functions"], texts)
         for line in source["lines"]:
             taken = [branch["count"] > 0 for branch in line["branches"] if not branch["throw"]]
-            if taken:
-                yield source["file"], line["line_number"], taken
+            copies = 1 if "function_name" in line else functions.around(line["line_number"])
+            size = len(taken) // copies if len(taken) % copies == 0 else len(taken)
+            for first in range(0, len(taken), size or 1):
+                yield source["file"], line["line_number"], taken[first:first + size]
 
 
 class Decisions:
@@ -66,23 +103,39 @@ def gcov(data):
     return json.loads(run.stdout)
 
 
+class Sources:
+    """The lines of the sources below src."""
+
+    def __init__(self, root):
+        self.root = root
+        self.known = {}
+
+    def below(self, path):
+        """The name from the root of what lies below src."""
+        return path.relative_to(self.root).as_posix() if path.is_relative_to(self.root / "src") else None
+
+    def texts(self, name):
+        if name not in self.known:
+            self.known[name] = (self.root / name).read_text().splitlines()
+        return self.known[name]
+
+
 def count(root, build):
     """The decisions of the sources below src, from the counts that runs have left in the build tree."""
-    lines = {}
-
-    def text_of(source, line):
-        if source not in lines:
-            lines[source] = (root / source).read_text().splitlines()
-        return lines[source][line - 1]
-
-    decisions = Decisions(text_of)
+    sources = Sources(root)
+    decisions = Decisions(lambda name, line: sources.texts(name)[line - 1])
     with ThreadPoolExecutor() as pool:
         for counts in pool.map(gcov, sorted(build.rglob("*.gcda"))):
             folder = Path(counts["current_working_directory"])
-            for source, line, taken in branches_of(counts):
-                path = (folder / source).resolve()
-                if path.is_relative_to(root / "src"):
-                    decisions.add(path.relative_to(root).as_posix(), line, taken)
+
+            def name_of(source):
+                return sources.below((folder / source).resolve())
+
+            def texts_of(source):
+                return sources.texts(name_of(source)) if name_of(source) else None
+
+            for source, line, taken in branches_of(counts, texts_of):
+                decisions.add(name_of(source), line, taken)
     return decisions
 
 
