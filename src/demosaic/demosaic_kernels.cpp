@@ -90,24 +90,31 @@ void Combine(const PlaneRows& above, const PlaneRows& below, SampleRange range, 
 
 namespace hn = hwy::HWY_NAMESPACE;
 
+template <class D>
+bool EnlargeInBlocks(D d, const std::uint8_t* mosaic, std::uint8_t* even, std::uint8_t* odd,
+                     std::int64_t width) noexcept
+{
+    const hn::RepartitionToWide<D> cells;
+    constexpr std::int64_t size = sizeof(SampleIn<D>);
+    constexpr int bits = 8 * size;
+    // Columns of one colour are two apart, so both colours are enlarged as they lie. A column then has two
+    // results, which go side by side into the columns of its cell.
+    return InBlocks(2, width, static_cast<std::int64_t>(hn::Lanes(d)), [&](std::int64_t x) HWY_ATTR {
+        const auto both =
+            Between(d, LoadComplement(d, mosaic + (x - 2) * size), LoadComplement(d, mosaic + x * size));
+        const auto firstUp = hn::BitCast(d, hn::ShiftRight<bits>(hn::BitCast(cells, both.first)));
+        const auto secondDown = hn::BitCast(d, hn::ShiftLeft<bits>(hn::BitCast(cells, both.second)));
+        StoreAt(d, hn::OddEven(secondDown, both.first), even + x * size);
+        StoreAt(d, hn::OddEven(both.second, firstUp), odd + x * size);
+    });
+}
+
 template <class T>
 void Enlarge(const std::uint8_t* mosaic, std::uint8_t* even, std::uint8_t* odd, std::int64_t width) noexcept
 {
-    const hn::ScalableTag<T> d;
-    const hn::RepartitionToWide<decltype(d)> cells;
-    constexpr int bits = 8 * sizeof(T);
-    constexpr std::int64_t size = sizeof(T);
-    // Columns of one colour are two apart, so both colours are enlarged as they lie. A column then has two
-    // results, which go side by side into the columns of its cell.
-    const bool done =
-        InBlocks(2, width, static_cast<std::int64_t>(hn::Lanes(d)), [&](std::int64_t x) HWY_ATTR {
-            const auto both =
-                Between(d, LoadComplement(d, mosaic + (x - 2) * size), LoadComplement(d, mosaic + x * size));
-            const auto firstUp = hn::BitCast(d, hn::ShiftRight<bits>(hn::BitCast(cells, both.first)));
-            const auto secondDown = hn::BitCast(d, hn::ShiftLeft<bits>(hn::BitCast(cells, both.second)));
-            StoreAt(d, hn::OddEven(secondDown, both.first), even + x * size);
-            StoreAt(d, hn::OddEven(both.second, firstUp), odd + x * size);
-        });
+    // A row of 64 bytes has 62 after the first cell, which do not fill the longest vector.
+    const bool done = EnlargeInBlocks(hn::ScalableTag<T>{}, mosaic, even, odd, width) ||
+                      EnlargeInBlocks(hn::CappedTag<T, 16 / sizeof(T)>{}, mosaic, even, odd, width);
     EnlargeCells<T>(mosaic, even, odd, 0, done ? 2 : width);
 }
 
