@@ -81,22 +81,21 @@ template <template <ExImageDataType...> class Table, ExImageDataType... Codes, c
 ResultCode dispatch(Table<Codes...>, ExImageDataType code, std::initializer_list<Check> geometry, Body&& body,
                     ResultCode otherwise = ResultUnsupportedType)
 {
+    if (const ResultCode rc = firstFailure(geometry))
+        return ((code == Codes) || ...) ? rc : otherwise;
     ResultCode result = otherwise;
     const auto run = [&](auto type) {
-        if (const ResultCode rc = firstFailure(geometry)) {
-            result = rc;
-            return true;
-        }
         if constexpr (std::is_void_v<decltype(body(type))>) {
             body(type);
             result = ResultOk;
         } else {
             result = body(type);
         }
-        return true;
     };
-    (void)((code == Codes && run(std::type_identity<typename Table<Codes...>::template Sample<Codes>>{})) ||
-           ...);
+    static_cast<void>(
+        ((code == Codes &&
+          (run(std::type_identity<typename Table<Codes...>::template Sample<Codes>>{}), true)) ||
+         ...));
     return result;
 }
 
