@@ -69,11 +69,9 @@ void CxImageHistogram::clear()
 
 void CxImageHistogram::release()
 {
-    if (bins != nullptr) {
-        for (std::int32_t p = 0; p < planes; ++p)
-            delete[] bins[p];
-        delete[] bins;
-    }
+    for (std::int32_t p = 0; bins != nullptr && p < planes; ++p)
+        delete[] bins[p];
+    delete[] bins;
     bins = nullptr;
     planes = levels = 0;
     extraBins = 0;

@@ -94,7 +94,9 @@ bool CxDemosaicConvertor::setBayerGridSource(ExBayerGridSource source)
 
 bool CxDemosaicConvertor::maySet() const
 {
-    return state_noLock() != StateStarted || refuse(QStringLiteral("The pipe item is started."));
+    if (state_noLock() == StateStarted)
+        return refuse(QStringLiteral("The pipe item is started."));
+    return true;
 }
 
 ExBayerGrid CxDemosaicConvertor::gridToUse(const SxImageInfo& info) const

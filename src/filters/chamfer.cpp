@@ -27,26 +27,12 @@ constexpr Step steps7x7[] = {{1, 0, 14}, {1, 1, 20}, {2, 1, 31}, {3, 1, 44}};
 constexpr Step steps13x13[] = {{1, 0, 68},  {1, 1, 96},  {2, 1, 152}, {3, 1, 215}, {3, 2, 245},
                                {4, 1, 280}, {4, 3, 340}, {5, 1, 346}, {6, 1, 413}};
 
+/// By `ExChamferMask`.
+constexpr std::span<const Step> stepsOf[] = {chessboard, steps3x3, steps5x5, steps7x7, steps13x13};
+
 bool isKnown(ExChamferMask mask)
 {
-    return mask >= ChamferChessboard && mask <= Chamfer13x13;
-}
-
-std::span<const Step> stepsOf(ExChamferMask mask)
-{
-    switch (mask) {
-    case ChamferChessboard:
-        return chessboard;
-    case Chamfer3x3:
-        return steps3x3;
-    case Chamfer5x5:
-        return steps5x5;
-    case Chamfer7x7:
-        return steps7x7;
-    case Chamfer13x13:
-        return steps13x13;
-    }
-    return {};
+    return mask >= 0 && mask < std::ssize(stepsOf);
 }
 
 /// Rows of distances: the one being settled and those before it that its steps reach.
@@ -160,7 +146,7 @@ ResultCode ChamferDistance(const SxImageBuf& src, SxImageBuf& dst, ExChamferMask
                 {ResultBadArg2, rowsFit(dst)},
             }))
             return rc;
-        const std::span<const Step> steps = stepsOf(mask);
+        const std::span<const Step> steps = stepsOf[mask];
         // No path is longer than straight along both sides.
         const std::int64_t longest = (std::int64_t{src.width} + src.height) * steps.front().weight;
         constexpr std::int32_t far32 = std::int32_t{1} << 30;

@@ -18,11 +18,11 @@ bool rowsStayApart(const SxImageInfo& image)
     return isInterleaved(image) || isMono(image);
 }
 
-/// Little-endian word at a byte of the image; bytes behind the image's memory are 0.
+/// Little-endian word at a byte of the image; a byte behind the image's memory is 0.
 std::uint32_t wordAt(const std::uint8_t* image, std::size_t byteSize, std::int64_t offset)
 {
     const auto at = static_cast<std::size_t>(offset);
-    const std::uint32_t low = at < byteSize ? image[at] : 0U;
+    const std::uint32_t low = image[at];
     const std::uint32_t high = at + 1 < byteSize ? image[at + 1] : 0U;
     return low | high << 8;
 }

@@ -50,9 +50,8 @@ bool PipeGraph::disconnect(IxPipeItem& from, IxPipeItem& to)
     const std::lock_guard lock(graphMutex);
     if (!areStopped(from, to))
         return false;
-    return std::erase_if(from.m_core->successors, [&](const auto& link) { return &link->to() == &to; }) > 0 &&
-           std::erase_if(to.m_core->precedessors, [&](const auto& link) { return &link->from() == &from; }) >
-               0;
+    std::erase_if(to.m_core->precedessors, [&](const auto& link) { return &link->from() == &from; });
+    return std::erase_if(from.m_core->successors, [&](const auto& link) { return &link->to() == &to; }) > 0;
 }
 
 void PipeGraph::isolate(IxPipeItem& item)
