@@ -128,6 +128,16 @@ struct PerType {
     }
 };
 
+/// The table of what `rowOf(std::type_identity<T>{})` gives for each size.
+template <class Row, class RowOf>
+constexpr PerSize<Row> perSize(const RowOf& rowOf) noexcept
+{
+    return {{rowOf(std::type_identity<std::uint8_t>{}), rowOf(std::type_identity<std::uint16_t>{}),
+             rowOf(std::type_identity<std::uint32_t>{}), rowOf(std::type_identity<std::uint64_t>{})},
+            rowOf(std::type_identity<float>{}),
+            rowOf(std::type_identity<double>{})};
+}
+
 /// The table of what `rowsOf(std::type_identity<T>{})` gives for each type.
 template <template <class> class Rows, class RowsOf>
 constexpr PerType<Rows> perType(const RowsOf& rowsOf) noexcept

@@ -99,7 +99,10 @@ public:
             m_rows[static_cast<std::size_t>(i)] = rowOf(full, first + i);
     }
 
-    std::uint8_t* at(int row, int column) const { return m_rows[static_cast<std::size_t>(2 * row + column)]; }
+    std::uint8_t* at(int row, int column) const
+    {
+        return m_rows[2 * static_cast<std::size_t>(row) + static_cast<std::size_t>(column)];
+    }
 
     PlaneRows colours(BayerCell cell) const
     {

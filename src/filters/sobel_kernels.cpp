@@ -31,6 +31,7 @@ std::int32_t Magnitude(std::int32_t gx, std::int32_t gy) noexcept
     const auto square = [](std::int32_t v) {
         return static_cast<std::uint32_t>(v) * static_cast<std::uint32_t>(v);
     };
+    // NOLINTNEXTLINE(bugprone-incorrect-roundings): no root is negative
     const auto nearest = static_cast<std::int32_t>(root + 0.5F);
     const auto excess = static_cast<std::int32_t>(square(nearest) - square(gx) - square(gy));
     return nearest - (excess > 0);

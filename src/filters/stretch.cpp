@@ -113,7 +113,7 @@ ResultCode stretchToHalf(const SxImageBuf& src, SxImageBuf& dst, const StretchAv
 std::int64_t firstOf(std::span<const StretchTap> taps) noexcept
 {
     const auto byIndex = [](const StretchTap& a, const StretchTap& b) { return a.index < b.index; };
-    return std::min_element(taps.begin(), taps.end(), byIndex)->index / 2 * 2;
+    return std::min_element(taps.begin(), taps.end(), byIndex)->index / 2 * std::int64_t{2};
 }
 
 /// `apart` tells that no row of the destination reaches into the next one.

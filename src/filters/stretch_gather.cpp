@@ -55,7 +55,7 @@ std::optional<std::int64_t> windowOf(const StretchTable& table, const Group& gro
 }
 
 /// Fills group `slot` of a step with taps 2 * pair and 2 * pair + 1 from the given window.
-void fillGroup(StretchGatherStep& step, int slot, const StretchTable& table, const Group& group,
+void fillGroup(StretchGatherStep& step, std::int64_t slot, const StretchTable& table, const Group& group,
                std::int64_t pair, std::int64_t window, const RowShape& row)
 {
     step.window[slot] = window;
@@ -91,8 +91,7 @@ bool fillSteps(StretchGather& gather, bool oneWindow, const StretchTable& table,
                                           : windowOf(table, group, 2 * pair, 2 * pair + 2, row);
             if (!window)
                 return false;
-            fillGroup(steps[pair], static_cast<int>(i % StretchGather::groups), table, group, pair, *window,
-                      row);
+            fillGroup(steps[pair], i % StretchGather::groups, table, group, pair, *window, row);
         }
     }
     return true;

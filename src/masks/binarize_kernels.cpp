@@ -24,10 +24,8 @@ void BinarizeRowOf(const std::uint8_t* src, std::uint8_t* dst, std::int64_t widt
 
 const BinarizeKernels& Kernels()
 {
-    static constexpr BinarizeKernels kernels{{&BinarizeRowOf<std::uint8_t>, &BinarizeRowOf<std::uint16_t>,
-                                              &BinarizeRowOf<std::uint32_t>, &BinarizeRowOf<std::uint64_t>},
-                                             &BinarizeRowOf<float>,
-                                             &BinarizeRowOf<double>};
+    static constexpr BinarizeKernels kernels =
+        perSize<BinarizeRow>([]<class T>(std::type_identity<T>) { return &BinarizeRowOf<T>; });
     return kernels;
 }
 

@@ -80,23 +80,16 @@ void MarkUnlikeRowOf(const std::uint8_t* row, std::uint8_t* mask, std::int64_t w
     }
 }
 
-#define KO_PER_SIZE(Row)                                                                                     \
-    {                                                                                                        \
-        {&Row<std::uint8_t>, &Row<std::uint16_t>, &Row<std::uint32_t>, &Row<std::uint64_t>}, &Row<float>,    \
-            &Row<double>                                                                                     \
-    }
-
 const MaskKernels& Kernels()
 {
-    static constexpr MaskKernels kernels{KO_PER_SIZE(ClearUnmaskedRowOf),
-                                         KO_PER_SIZE(SetMaskedRowOf),
-                                         KO_PER_SIZE(MarkDifferentRowOf),
-                                         {&MarkUnlikeRowOf<std::uint8_t>, &MarkUnlikeRowOf<std::uint16_t>,
-                                          &MarkUnlikeRowOf<std::uint32_t>, &MarkUnlikeRowOf<std::uint64_t>}};
+    static constexpr MaskKernels kernels{
+        perSize<ClearUnmaskedRow>([]<class T>(std::type_identity<T>) { return &ClearUnmaskedRowOf<T>; }),
+        perSize<SetMaskedRow>([]<class T>(std::type_identity<T>) { return &SetMaskedRowOf<T>; }),
+        perSize<MarkDifferentRow>([]<class T>(std::type_identity<T>) { return &MarkDifferentRowOf<T>; }),
+        {&MarkUnlikeRowOf<std::uint8_t>, &MarkUnlikeRowOf<std::uint16_t>, &MarkUnlikeRowOf<std::uint32_t>,
+         &MarkUnlikeRowOf<std::uint64_t>}};
     return kernels;
 }
-
-#undef KO_PER_SIZE
 
 }  // namespace
 }  // namespace HWY_NAMESPACE

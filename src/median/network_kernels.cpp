@@ -8,8 +8,6 @@
 #include <new>
 #include <utility>
 
-#include <hwy/cache_control.h>
-
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "median/network_kernels.cpp"
 #include <hwy/foreach_target.h>
@@ -92,7 +90,7 @@ private:
     /// Few planes may be long without leaving the first-level cache.
     static constexpr std::int64_t kSamples = (kRadius == 1 ? 2048 : kRadius == 2 ? 1024 : 512) / sizeof(T);
     static constexpr std::int64_t kLine = 64 / sizeof(T);
-    static constexpr std::int64_t kPiece = kSamples - 2 * kRadius * medianRowChannels - kLine;
+    static constexpr std::int64_t kPiece = kSamples - (kWindow - 1) * medianRowChannels - kLine;
     template <int kRanks>
     using Lists = Planes<T, kRanks, kSamples>;
 
@@ -101,11 +99,11 @@ private:
     /// Works on copies, for rows of less than a vector.
     void padded(const std::uint8_t* const* rows, std::uint8_t* dst, std::int64_t samples) noexcept
     {
-        constexpr std::size_t room = (lanes + 2 * kRadius * medianRowChannels) * sizeof(T);
+        constexpr std::size_t room = (lanes + (kWindow - 1) * medianRowChannels) * sizeof(T);
         std::uint8_t copies[kWindow][room];
         std::uint8_t medians[room];
         const std::uint8_t* from[kWindow];
-        const auto bytes = static_cast<std::size_t>(samples + 2 * kRadius * m_step) * sizeof(T);
+        const auto bytes = static_cast<std::size_t>(samples + (kWindow - 1) * m_step) * sizeof(T);
         for (int i = 0; i < kWindow; ++i) {
             std::memcpy(copies[i], rows[i], bytes);
             std::memset(copies[i] + bytes, 0, room - bytes);
@@ -120,12 +118,12 @@ private:
     {
         m_first = lineOffset(rows[0]);
         prefetch(rows, dst, samples);
-        sortColumns(rows, samples + 2 * kRadius * m_step, std::make_index_sequence<kWindow>());
+        sortColumns(rows, samples + (kWindow - 1) * m_step, std::make_index_sequence<kWindow>());
         if constexpr (kRadius == 1) {
             selectOfThree(dst, samples);
         } else {
             merge<Merging<kWindow, kWindow>>(m_columns, m_columns, m_step, m_pairs,
-                                             samples + (2 * kRadius - 1) * m_step);
+                                             samples + (kWindow - 2) * m_step);
             using Fours = Merging<2 * kWindow, 2 * kWindow>;
             if constexpr (kRadius == 2) {
                 select<Fours>(m_pairs, m_pairs, 2 * m_step, m_columns, 4 * m_step, dst, samples);
@@ -145,8 +143,8 @@ private:
         const auto last = reinterpret_cast<std::uintptr_t>(rows[kWindow - 1]);
         const std::uintptr_t next = last + (last - reinterpret_cast<std::uintptr_t>(rows[kWindow - 2]));
         for (std::int64_t i = 0; i < samples * static_cast<std::int64_t>(sizeof(T)); i += 64) {
-            hwy::Prefetch(dst + i);
-            hwy::Prefetch(reinterpret_cast<const std::uint8_t*>(next + static_cast<std::uintptr_t>(i)));
+            fetchLines<false>(reinterpret_cast<std::uintptr_t>(dst + i), 64);
+            fetchLines<false>(next + static_cast<std::uintptr_t>(i), 64);
         }
     }
 

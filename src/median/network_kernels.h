@@ -13,7 +13,7 @@ namespace ko {
 using MedianRow = void (*)(const std::uint8_t* const* rows, std::uint8_t* dst, std::int64_t samples,
                            std::int64_t step, std::uint32_t most, std::byte* scratch) noexcept;
 
-inline constexpr std::size_t medianRowScratch = 22 * 1024;
+inline constexpr std::size_t medianRowScratch = std::size_t{22} * 1024;
 
 /// Largest step.
 inline constexpr std::int64_t medianRowChannels = 4;

@@ -80,10 +80,7 @@ const LogicKernels& Kernels()
         OfIntegers<Both>(),
         OfIntegers<Any>(),
         {OfIntegers<One>(), &LogicRowOf<float, One>, &LogicRowOf<double, One>},
-        {{&PassOneRowOf<std::uint8_t>, &PassOneRowOf<std::uint16_t>, &PassOneRowOf<std::uint32_t>,
-          &PassOneRowOf<std::uint64_t>},
-         &PassOneRowOf<float>,
-         &PassOneRowOf<double>}};
+        perSize<LogicPassRow>([]<class T>(std::type_identity<T>) { return &PassOneRowOf<T>; })};
     return kernels;
 }
 

@@ -54,6 +54,17 @@ TEST(KernelTables, GiveTheEntryOfTheType)
     EXPECT_EQ(6, sizes.of<double>());
 }
 
+TEST(KernelTables, HaveAnEntryMadeForEverySize)
+{
+    constexpr auto sizes = ko::perSize<std::size_t>([]<class T>(std::type_identity<T>) { return sizeof(T); });
+    EXPECT_EQ(1U, sizes.of<std::int8_t>());
+    EXPECT_EQ(2U, sizes.of<std::uint16_t>());
+    EXPECT_EQ(4U, sizes.of<std::int32_t>());
+    EXPECT_EQ(8U, sizes.of<std::uint64_t>());
+    EXPECT_EQ(4U, sizes.of<float>());
+    EXPECT_EQ(8U, sizes.of<double>());
+}
+
 TEST(KernelTables, HaveAnEntryMadeForEveryType)
 {
     constexpr auto types = ko::perType<SizeOf>([]<class T>(std::type_identity<T>) { return SizeOf<T>{}; });
