@@ -25,6 +25,20 @@ int main(int count, char**)
 """
 
 
+INLINED = """
+inline __attribute__((always_inline)) int sign(int value)
+{
+    if (value < 0)
+        return -1;
+    return value > 9 && value % 2 == 1;
+}
+int main(int count, char**)
+{
+    return sign(count) + sign(-count) + sign(10 * count) == 7;
+}
+"""
+
+
 class Sample(unittest.TestCase):
     root = Path()
 
@@ -53,6 +67,12 @@ class Sample(unittest.TestCase):
         # Integers are above 0 and floats below, so that both ways of the comparisons are taken. There is one main().
         self.assertRegex(report, r"^src/a\.cpp:10: branch \d of 2, copies: 1\n$")
         self.assertRegex(told, r"^decisions: \d+\.\d% \(\d+ out of \d+\)$")
+
+    def test_copies_of_a_function_that_is_inlined_everywhere_are_one(self):
+        (self.dir / "src/a.cpp").write_text(INLINED)
+        report = self.decisions("a")[1]
+        # 1 is not above 9, 10 is not odd. The compiler counts the first condition of each copy where it is inlined.
+        self.assertRegex(report, r"(?m)^src/a\.cpp:6: branch \d of 4, copies: 3$")
 
     def test_programs_and_headers_are_put_together(self):
         (self.dir / "src/h.h").write_text("inline int half(int n)\n{\n    return n > 4 ? n / 2 : n;\n}\n")

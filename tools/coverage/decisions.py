@@ -20,6 +20,15 @@ from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
 WORD = re.compile(r"\w")
+COMMENT = re.compile(r"//.*")
+FORK = re.compile(r"\b(?:if|for|while)\b|\?")
+JOINT = re.compile(r"&&|\|\|")
+
+
+def conditions(text):
+    """How many conditions a line of source has, at most."""
+    code = COMMENT.sub("", text)
+    return max(1, len(FORK.findall(code))) + len(JOINT.findall(code))
 
 
 def end_of_block(texts, start):
@@ -44,16 +53,28 @@ class Functions:
             self.copies[start, end if end > start else end_of_block(texts, start)] += 1
 
     def around(self, line):
-        """How many copies the innermost function around a line has."""
+        """How many copies the innermost function around a line has; none of one that is inlined everywhere."""
         return max(((start, copies) for (start, end), copies in self.copies.items() if start <= line <= end),
-                   default=(0, 1))[1]
+                   default=(0, 0))[1]
+
+
+def size_of_copy(branches, copies, text):
+    """How many of a line's branches are those of one copy.
+
+    Where the copies are not known, or the compiler has left out the line in some, two for each condition of the text.
+    """
+    by_text = 2 * conditions(text)
+    if copies > 0 and branches % copies == 0:
+        return branches // copies
+    return by_text if branches % by_text == 0 else branches
 
 
 def branches_of(counts, texts_of):
     """What gcov tells of one object file: for each source, a line and the counts of the branches of one copy.
 
-    Lines of template instances bear the name of their function. Those of the instances of a lambda and of the targets of
-    a kernel come as one line without a name, with the branches of all copies one after the other.
+    Lines of template instances bear the name of their function. Those of the instances of a lambda, of the targets of a
+    kernel and of functions that are inlined everywhere come as one line without a name, with the branches of all copies
+    one after the other.
     """
     for source in counts["files"]:
         texts = texts_of(source["file"])
@@ -62,10 +83,11 @@ def branches_of(counts, texts_of):
         functions = Functions(source["functions"], texts)
         for line in source["lines"]:
             taken = [branch["count"] > 0 for branch in line["branches"] if not branch["throw"]]
-            copies = 1 if "function_name" in line else functions.around(line["line_number"])
-            size = len(taken) // copies if len(taken) % copies == 0 else len(taken)
+            number = line["line_number"]
+            copies = 1 if "function_name" in line else functions.around(number)
+            size = size_of_copy(len(taken), copies, texts[number - 1])
             for first in range(0, len(taken), size or 1):
-                yield source["file"], line["line_number"], taken[first:first + size]
+                yield source["file"], number, taken[first:first + size]
 
 
 class Decisions:
