@@ -30,6 +30,15 @@ TEST(ChannelAt, FindsNothingWhereTheImageHasNoSuchChannel)
     EXPECT_EQ(channelOf(image.buf(), 3).first, nullptr);
 }
 
+TEST(MaskBytes, AreZeroWhereTheMaskHasNone)
+{
+    TestImage mask(Layout{.width = 4, .height = 2});
+    mask.fillBytes(7);
+    EXPECT_EQ(maskByte(mask, 3, 1), 7);
+    for (const auto& [x, y] : {std::pair{-1, 0}, {0, -1}, {4, 0}, {0, 2}})
+        EXPECT_EQ(maskByte(mask, x, y), 0) << x << ' ' << y;
+}
+
 TEST(Gather, BringsSamplesTogetherThatScatterPutsApart)
 {
     const std::uint16_t pixels[] = {1, 2, 3, 4, 5, 6, 7, 8, 9};

@@ -72,6 +72,18 @@ TEST(Points, LieInsideBelowTheSize)
     EXPECT_FALSE(isInside(QPoint(3, 1), buf));
     EXPECT_FALSE(isInside(QPoint(2, 2), buf));
     EXPECT_FALSE(isInside(QPoint(-1, 0), buf));
+    EXPECT_FALSE(isInside(QPoint(0, -1), buf));
+}
+
+TEST(Types, AreAnyOfThoseNamed)
+{
+    SxImageBuf buf = image(1, 1, 1);
+    for (int code = 0; code <= 12; ++code) {
+        buf.dataType = static_cast<ExImageDataType>(code);
+        EXPECT_EQ(hasType(buf, Int32, UInt32, Float32, Float64, Sample128, Int64, UInt64),
+                  code >= 5 && code <= 11)
+            << code;
+    }
 }
 
 TEST(PresentImages, HavePixelsAndNoNegativeSize)

@@ -1,4 +1,5 @@
 #include "base/fetching.h"
+#include "support/failing_new.h"
 
 #include <gtest/gtest.h>
 
@@ -26,6 +27,18 @@ TEST(Fetching, IsTriedForLargeImagesOnly)
     prepareFetching(4096);
     EXPECT_NE(fetchingPays, decided) << "decided again";
     fetchingPays = before;
+}
+
+TEST(Fetching, IsLeftOutWithoutMemoryToTryItOn)
+{
+    for (const int successes : {0, 1}) {
+        bool isFaster = true;
+        {
+            const NewFailure failure(successes);
+            isFaster = FetchTrial().isFasterFetching();
+        }
+        EXPECT_FALSE(isFaster) << successes;
+    }
 }
 
 }  // namespace

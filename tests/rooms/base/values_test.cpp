@@ -1,6 +1,7 @@
 #include "base/values.h"
 
 #include <QPoint>
+#include <QString>
 
 #include <gtest/gtest.h>
 
@@ -89,6 +90,13 @@ TEST(TypedValue, OfAnIntIsThatOfTheVariantsOwnConversion)
     compareWithConversion<std::uint64_t>();
     compareWithConversion<float>();
     compareWithConversion<double>();
+}
+
+TEST(ExtractTyped, ConvertsAnIntToTypesThatNoSampleHas)
+{
+    QString text;
+    detail::extractTyped(QVariant(70), QMetaType::QString, &text);
+    EXPECT_EQ(text, "70");
 }
 
 TEST(MetaTypes, AreThoseOfTheSampleTypes)

@@ -62,6 +62,15 @@ TEST(Histograms, OfTheSameSizesKeepTheirBlocksAndExtraCounters)
     EXPECT_EQ(h.bins[1][3], 8U);
 }
 
+TEST(Histograms, OfMoreExtraCountersHaveBlocksOfTheirOwn)
+{
+    CxImageHistogram h = counted();
+    h.resize(2, 3, 2);
+    EXPECT_EQ(h.extraBins, 2U);
+    for (int v = 0; v < 5; ++v)
+        EXPECT_EQ(h.bins[1][v], 0U);
+}
+
 TEST(Histograms, AreClearedInTheUsedRangeOnly)
 {
     CxImageHistogram h = counted();
@@ -145,6 +154,10 @@ TEST(Histograms, SurviveNumbersThatContradictTheirBlocks)
     h.levels = -4;
     h.clear();
     EXPECT_TRUE(isEmpty(CxImageHistogram(h)));
+    h.levels = 4;
+    h.planes = 0;
+    EXPECT_TRUE(isEmpty(CxImageHistogram(h)));
+    h.planes = 3;
     h.release();
     EXPECT_TRUE(isEmpty(h));
     h.planes = -2;

@@ -315,6 +315,8 @@ TEST(MirroredBorderValues, OfWideSamplesCopyTheCentreAndRefuseTheMargin)
     TestImage dst(Layout{.width = 3, .height = 1, .type = Float32});
     EXPECT_EQ(CreateImageWithMirroredBorder(src, dst, 0, 0, 1, 0), ResultUnsupportedType);
     EXPECT_EQ(dst.all<float>(), (std::vector<float>{1.5F, 2.5F, 0.0F}));
+    TestImage higher(Layout{.width = 2, .height = 2, .type = Float32});
+    EXPECT_EQ(CreateImageWithMirroredBorder(src, higher, 0, 0, 0, 1), ResultUnsupportedType);
     TestImage same(Layout{.width = 2, .height = 1, .type = Float32});
     EXPECT_EQ(CreateImageWithMirroredBorder(src, same, 0, 0, 0, 0), ResultOk);
     EXPECT_EQ(same.all<float>(), (std::vector<float>{1.5F, 2.5F}));

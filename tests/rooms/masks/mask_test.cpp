@@ -72,6 +72,16 @@ TEST(MaskImageValues, ReadPlanesAsIfTheyWereInterleaved)
     EXPECT_EQ(Bytes(image->data, image->data + 8), (Bytes{5, 5, 0, 0, 5, 5, 5, 5}));
 }
 
+TEST(MaskImageValues, OfAMonoImageDoNotDependOnItsPacking)
+{
+    TestImage image(Layout{.width = 2, .height = 2, .packing = Planar});
+    image.fillBytes(5);
+    TestImage mask(Layout{.width = 2, .height = 2});
+    mask.setAll<std::uint8_t>({1, 0, 0, 1});
+    ASSERT_EQ(MaskImage(image, mask), ResultOk);
+    EXPECT_EQ(image.all<std::uint8_t>(), (Bytes{5, 0, 0, 5}));
+}
+
 TEST(MaskImageValues, StayInsideThePlanes)
 {
     TestImage image(Layout{.width = 3, .height = 2, .channels = 5, .packing = Planar, .padding = 0});

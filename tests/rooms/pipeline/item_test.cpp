@@ -222,6 +222,8 @@ TEST(ItemConnections, NeedBothSidesToAccept)
     CxFrameSink sink(&ignore);
     EXPECT_FALSE(stage.addSuccessor(nullptr));
     EXPECT_FALSE(stage.addPrecedessor(nullptr));
+    EXPECT_FALSE(stage.acceptAsSuccessor(nullptr));
+    EXPECT_FALSE(stage.acceptAsPrecedessor(nullptr));
     EXPECT_FALSE(stage.addSuccessor(&source)) << "takes no input";
     EXPECT_FALSE(sink.addSuccessor(&stage)) << "makes no output";
     EXPECT_TRUE(source.addSuccessor(&stage));
@@ -326,6 +328,9 @@ TEST(ItemQuery, PassesTheFormatAndTheMetadataThrough)
     CxMetadata to;
     IxDataInfo* output = nullptr;
     EXPECT_FALSE(stage.queryOutputDataInfo(nullptr, output, nullptr, nullptr));
+    EXPECT_EQ(nullptr, output);
+    const IxDataInfo withoutCopies;
+    EXPECT_FALSE(stage.queryOutputDataInfo(&withoutCopies, output, nullptr, nullptr));
     EXPECT_EQ(nullptr, output);
     ASSERT_TRUE(stage.queryOutputDataInfo(&input, output, &from, &to));
     const std::unique_ptr<IxDataInfo> owned(output);

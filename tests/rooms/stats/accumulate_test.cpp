@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
+
 namespace ko::test {
 namespace {
 
@@ -207,12 +209,12 @@ TEST(AccumulateFramesValues, OfFullScaleFitForAllTheFramesThereCanBe)
     EXPECT_EQ(accumulator.sums.frames, frames);
 }
 
-TEST(AccumulateFramesValues, LeaveOutThePlanesThatAreNotWanted)
+void accumulatePlaneByPlane(bool hasMasks)
 {
     const Layout layout{.width = 9, .height = 2, .type = UInt16};
-    TestSeries series(layout, 11, false);
+    TestSeries series(layout, 11, hasMasks);
     TestAccumulator whole(layout);
-    ASSERT_EQ(AccumulateFrames(series.frames, {}, whole.sums), ResultOk);
+    ASSERT_EQ(AccumulateFrames(series.frames, series.masks, whole.sums), ResultOk);
     for (int wanted = 0; wanted < 6; ++wanted) {
         TestAccumulator part(layout);
         SxAccumulator only;
@@ -221,13 +223,21 @@ TEST(AccumulateFramesValues, LeaveOutThePlanesThatAreNotWanted)
         const SxImageBuf planes[] = {part.sum,     part.squares, part.minimum,
                                      part.maximum, part.above,   part.counts};
         *images[wanted] = planes[wanted];
-        ASSERT_EQ(AccumulateFrames(series.frames, {}, only), ResultOk);
+        std::memset(images[wanted]->data, 0x55, 2);
+        ASSERT_EQ(ClearAccumulator(only), ResultOk);
+        ASSERT_EQ(AccumulateFrames(series.frames, series.masks, only), ResultOk);
         const TestImage* const results[] = {&part.sum,     &part.squares, &part.minimum,
                                             &part.maximum, &part.above,   &part.counts};
         const TestImage* const expected[] = {&whole.sum,     &whole.squares, &whole.minimum,
                                              &whole.maximum, &whole.above,   &whole.counts};
         EXPECT_EQ(results[wanted]->bytes(), expected[wanted]->bytes()) << wanted;
     }
+}
+
+TEST(AccumulateFramesValues, LeaveOutThePlanesThatAreNotWanted)
+{
+    accumulatePlaneByPlane(false);
+    accumulatePlaneByPlane(true);
 }
 
 template <class T>

@@ -155,6 +155,8 @@ struct VarianceArgs {
 TEST(AccumulatedVarianceChecks, RunInOrderAndLeaveTheResultAlone)
 {
     runCheckTable<VarianceArgs>({
+        {"no sum", [](auto& a) { a.sums.sum.data = nullptr; }, ResultBadArg1},
+        {"too many frames", [](auto& a) { a.sums.frames = mostAccumulatedFrames + 1; }, ResultBadArg1},
         {"no squares", [](auto& a) { a.sums.squares.data = nullptr; }, ResultBadArg1},
         {"planes of different sizes", [](auto& a) { a.sums.counts.height = 2; }, ResultBadArg1},
         {"negative ddof", [](auto& a) { a.ddof = -1; }, ResultBadArg2},

@@ -431,6 +431,26 @@ TEST(MeanStdDevMaskedTargets, EqualTheTwinForEveryTypeAndWidth)
     });
 }
 
+TEST(MeanStdDevMaskedTargets, EqualTheTwinWhereTheMaskSelectsPartOfTheRowsOnly)
+{
+    forEachTarget([] {
+        for (const ExImageDataType type : allTypes) {
+            TestImage src(Layout{.width = 2048, .height = 2, .type = type});
+            fill(src, type, 3);
+            TestImage mask(Layout{.width = 2048, .height = 2});
+            mask.fillBytes(0);
+            for (int x = 700; x < 1500; ++x)
+                mask.set<std::uint8_t>(x, 1, static_cast<std::uint8_t>(x < 1200 || x % 3 != 0));
+            double stdDev = kept;
+            ASSERT_EQ(MeanStdDevMasked(src, mask, nullptr, &stdDev), ResultOk);
+            (void)dispatch(ByType{}, type, {}, [&]<class T>(std::type_identity<T>) {
+                const double twin = oracle::stdDevMasked<T>(src, mask);
+                ASSERT_TRUE(sameBits(stdDev, twin)) << "type " << type;
+            });
+        }
+    });
+}
+
 TEST(MeanStdDevMaskedTargets, OfLargeImagesEqualTheTwinToTheLastDigit)
 {
     for (const ExImageDataType type : allTypes)

@@ -284,6 +284,8 @@ TEST(ThresholdAndStretchHistogramGrayRawPlanarValues, OfSourcesWithoutFourPlanes
     raw.src->data = nullptr;
     raw.src->stride = 0;
     EXPECT_EQ(ThresholdAndStretchHistogramGrayRawPlanar(raw.src, raw.dst, 0, 127), ResultOk);
+    raw.src->channels = 3;
+    EXPECT_EQ(ThresholdAndStretchHistogramGrayRawPlanar(raw.src, raw.dst, 0, 127), ResultOk);
     EXPECT_EQ(raw.dst.bytes(), before);
     TestImage pixels(Layout{.channels = 4}), colour(Layout{.channels = 3});
     EXPECT_EQ(ThresholdAndStretchHistogramGrayRawPlanar(pixels, colour, 0, 127), ResultOk);

@@ -131,6 +131,7 @@ TEST(HistogramMatchChecks, OfTheImageFormRunInOrderAndTurnLaterFailuresIntoOne)
         {"reference rows beyond their stride", [](auto& a) { a.reference->stride = 11; }, ResultBadArg2});
     rows.push_back({"dst rows beyond their stride", [](auto& a) { a.dst->stride = 11; }, ResultBadArg3});
     rows.push_back({"more bits than bytes have", [](auto& a) { setBits(a, 9); }, ResultFailed});
+    rows.push_back({"packing 2", [](auto& a) { setPacking(a, 2); }, ResultFailed});
     rows.push_back({"negative bits", [](auto& a) { setBits(a, -1); }, ResultFailed});
     rows.push_back({"no channels", [](auto& a) { setChannels(a, 0); }, ResultFailed});
     rows.push_back({"two channels", [](auto& a) { setChannels(a, 2); }, ResultFailed});
@@ -148,6 +149,8 @@ TEST(HistogramMatchChecks, OfTheHistogramFormRunInOrder)
     rows.push_back({"histogram of fewer planes", [](auto& a) { a.hist.resize(2, 256, 0); }, ResultBadArg2});
     rows.push_back({"histogram of more planes", [](auto& a) { a.hist.resize(4, 256, 0); }, ResultBadArg2});
     rows.push_back({"histogram of fewer levels", [](auto& a) { a.hist.resize(3, 255, 9); }, ResultBadArg2});
+    rows.push_back({"negative bits", [](auto& a) { setBits(a, -1); }, ResultBadArg2});
+    rows.push_back({"31 bits", [](auto& a) { setBits(a, 31); }, ResultBadArg2});
     rows.push_back({"histogram of more levels", [](auto& a) { a.hist.resize(3, 257, 0); }, ResultBadArg2});
     appendAlike<&ToneArgs::dst>(rows, ResultBadArg3);
     rows.push_back({"more bits than bytes have",
