@@ -38,6 +38,11 @@ for file in man/man1/ko.1.gz bash-completion/completions/ko doc/koimproc-tools/t
     test -s "$tree/usr/share/$file"
 done
 
+# The package for Python, by the tree's own.
+says 'aarch64 (3, 200)' "$tree/usr/bin/python3" -B -c '
+import platform, koimproc, numpy
+print(platform.machine(), koimproc.minmax(numpy.array([[3, 200], [7, 9]], numpy.uint8)))'
+
 # A program of others, built with the development files.
 export PKG_CONFIG_SYSROOT_DIR=$tree PKG_CONFIG_LIBDIR=$tree/usr/lib/aarch64-linux-gnu/pkgconfig
 # shellcheck disable=SC2046

@@ -5,7 +5,8 @@ set -euo pipefail
 sysroot=$1
 here=$(realpath "$(dirname "$0")")
 packages=(libc6-dev libstdc++-12-dev libgomp1 qtbase5-dev libhwy-dev libgtest-dev libgmock-dev libopencv-dev
-    libcli11-dev libopenimageio-dev libraw-dev librsvg2-dev zlib1g-dev)
+    libcli11-dev libopenimageio-dev libraw-dev librsvg2-dev zlib1g-dev
+    pybind11-dev python3-dev python3-numpy python3-pytest python3-hypothesis)
 
 [ "$(cat "$sysroot/complete" 2>/dev/null)" = "${packages[*]}" ] && exit
 rm -rf "$sysroot"
