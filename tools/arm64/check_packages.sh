@@ -7,8 +7,10 @@ cd "$(dirname "$0")/../.."
 tree=$(mktemp -d)
 trap 'rm -rf --one-file-system "$tree"' EXIT
 
+emulator=(qemu-aarch64-static -cpu cortex-a53 -L "$tree")
+
 emulated() {
-    qemu-aarch64-static -cpu cortex-a53 -L "$tree" "$@"
+    "${emulator[@]}" "$@"
 }
 
 # says TEXT COMMAND...: what a program prints has this text.
@@ -24,7 +26,8 @@ for package in "$packages"/*_arm64.deb; do
     wanted+=("--include=$package")
 done
 # apt, whose root directory is the tree, wants to find the packages under the same path there.
-tools/arm64/unpack.sh "$tree" "${wanted[@]}" --include=libc6-dev,libstdc++-12-dev \
+others=libc6-dev,libstdc++-12-dev,gstreamer1.0-tools,gstreamer1.0-plugins-base
+tools/arm64/unpack.sh "$tree" "${wanted[@]}" --include=$others \
     --setup-hook="mkdir -p \"\$1$packages\" && cp '$packages'/*.deb \"\$1$packages\""
 made=$tree/made
 mkdir "$made"
@@ -38,6 +41,12 @@ for file in man/man1/ko.1.gz bash-completion/completions/ko doc/koimproc-tools/t
     test -s "$tree/usr/share/$file"
 done
 
+# The elements, as GStreamer finds them, and the tool's module of live cameras.
+export GST_REGISTRY=$made/registry GST_REGISTRY_FORK=no
+emulated "$tree/usr/bin/gst-inspect-1.0" --exists kodemosaic
+emulated "$ko" live 'videotestsrc num-buffers=3 ! video/x-bayer,format=grbg,width=64,height=48' -o "$made/live"
+test -s "$made/live/000003.tif"
+
 # The package for Python, by the tree's own.
 says 'aarch64 (3, 200)' "$tree/usr/bin/python3" -B -c '
 import platform, koimproc, numpy
@@ -45,8 +54,6 @@ print(platform.machine(), koimproc.minmax(numpy.array([[3, 200], [7, 9]], numpy.
 
 # A program of others, built with the development files.
 export PKG_CONFIG_SYSROOT_DIR=$tree PKG_CONFIG_LIBDIR=$tree/usr/lib/aarch64-linux-gnu/pkgconfig
-# shellcheck disable=SC2046
-aarch64-linux-gnu-g++ --sysroot="$tree" -std=c++17 -fPIC tests/package/client/consumer/client.cpp -o "$made/client" \
-    $(pkg-config --cflags --libs koimproc)
-says '0 7 7 0' "$made/client"
+tests/package/client/consume.py --compiler aarch64-linux-gnu-g++ --flags="--sysroot=$tree" --prefix "$tree/usr" \
+    --emulator "${emulator[*]}" --work "$made" pkg_config
 echo "arm64 packages unpacked and used"
