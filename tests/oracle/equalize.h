@@ -4,6 +4,7 @@
 #include "support/test_image.h"
 
 #include <cstddef>
+#include <optional>
 #include <vector>
 
 namespace ko::oracle {
@@ -54,7 +55,7 @@ void equalize(const test::TestImage& src, test::TestImage& dst)
     }
 }
 
-/// A search from the first level on for every sample.
+/// A search from the first level on for every level that a sample has.
 template <class T>
 void match(const test::TestImage& src, const std::vector<std::vector<unsigned>>& reference,
            test::TestImage& dst)
@@ -64,12 +65,17 @@ void match(const test::TestImage& src, const std::vector<std::vector<unsigned>>&
             continue;
         const Sums from = runningSums(levelCounts<T>(src, c));
         const Sums to = runningSums(reference[static_cast<std::size_t>(c)]);
+        std::vector<std::optional<T>> found(from.size());
         for (int y = 0; y < src.buf().height; ++y)
             for (int x = 0; x < src.buf().width; ++x) {
-                std::size_t j = 0;
-                while (j < to.size() && !(to[j] >= from[src.get<T>(x, y, c)]))
-                    ++j;
-                dst.set<T>(x, y, c, j < to.size() ? static_cast<T>(j) : static_cast<T>(~T{0}));
+                const T level = src.get<T>(x, y, c);
+                if (!found[level]) {
+                    std::size_t j = 0;
+                    while (j < to.size() && !(to[j] >= from[level]))
+                        ++j;
+                    found[level] = j < to.size() ? static_cast<T>(j) : static_cast<T>(~T{0});
+                }
+                dst.set<T>(x, y, c, *found[level]);
             }
     }
 }
