@@ -7,8 +7,8 @@ set(CMAKE_LIBRARY_ARCHITECTURE aarch64-linux-gnu)
 
 get_filename_component(KO_SYSROOT "${CMAKE_CURRENT_LIST_DIR}/../../build/arm64-sysroot" ABSOLUTE)
 set(CMAKE_SYSROOT "${KO_SYSROOT}")
-# A processor of the first ARMv8: what it does not have would end the programs.
-set(CMAKE_CROSSCOMPILING_EMULATOR "qemu-aarch64-static;-cpu;cortex-a53;-L;${KO_SYSROOT}")
+get_filename_component(emulate "${CMAKE_CURRENT_LIST_DIR}/../../tools/arm64/emulate.sh" ABSOLUTE)
+set(CMAKE_CROSSCOMPILING_EMULATOR "${emulate};${KO_SYSROOT}")
 
 set(CMAKE_FIND_ROOT_PATH "${KO_SYSROOT}")
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)

@@ -7,7 +7,7 @@ cd "$(dirname "$0")/../.."
 tree=$(mktemp -d)
 trap 'rm -rf --one-file-system "$tree"' EXIT
 
-emulator=(qemu-aarch64-static -cpu cortex-a53 -L "$tree")
+emulator=("$PWD/tools/arm64/emulate.sh" "$tree")
 
 emulated() {
     "${emulator[@]}" "$@"
