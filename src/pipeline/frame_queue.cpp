@@ -5,38 +5,47 @@
 
 namespace ko {
 
-using Lock = std::unique_lock<std::mutex>;
 using Clock = std::chrono::steady_clock;
+
+namespace {
+
+/// To wake a thread takes as long as half the work on a small frame. Where frames follow each other quickly, it is left
+/// asleep for up to this long, until there is work for it on several of them.
+constexpr std::chrono::microseconds moment{50};
+
+}  // namespace
 
 void FrameQueue::open(int capacity, ExQueuePolicy policy)
 {
     const Lock lock(m_mutex);
     m_capacity = static_cast<std::size_t>(capacity);
     m_policy = policy;
+    m_isFollowed = false;
     m_isClosed.store(false, std::memory_order_release);
 }
 
 void FrameQueue::close()
 {
     std::deque<Frame> unwanted;
-    const Lock lock(m_mutex);
+    Lock lock(m_mutex);
     m_isClosed.store(true, std::memory_order_release);
     unwanted.swap(m_frames);
     m_counts.dropped += unwanted.size();
     m_hasFrame.notify_all();
+    m_hasFrames.notify_all();
     m_hasRoom.notify_all();
-    if (!m_isBusy)
-        m_isIdle.notify_all();
+    m_hasMuchRoom.notify_all();
+    tellIfIdle(lock);
 }
 
 bool FrameQueue::push(Frame frame, const FrameQueue* sender)
 {
     Frame unwanted;
+    const bool isFollowed = sender != nullptr && sender->hasFrames();
     Lock lock(m_mutex);
     ++m_counts.received;
-    if (m_policy == QueueBlocks)
-        m_hasRoom.wait(lock,
-                       [&] { return isClosed() || !isFull() || (sender != nullptr && sender->isClosed()); });
+    if (m_policy == QueueBlocks && isFull())
+        waitForRoom(lock, sender);
     if (isClosed() || (isFull() && m_policy == QueueBlocks) || !append(frame)) {
         ++m_counts.dropped;
         return false;
@@ -46,9 +55,20 @@ bool FrameQueue::push(Frame frame, const FrameQueue* sender)
         m_frames.pop_front();
         ++m_counts.dropped;
     }
+    m_isFollowed = isFollowed && m_policy == QueueBlocks;
+    const bool isWorthWaking = !m_isFollowed || isHalfFull();
     lock.unlock();
     m_hasFrame.notify_one();
+    if (isWorthWaking)
+        m_hasFrames.notify_one();
     return true;
+}
+
+void FrameQueue::waitForRoom(Lock& lock, const FrameQueue* sender)
+{
+    const auto isOver = [&] { return isClosed() || (sender != nullptr && sender->isClosed()); };
+    m_hasMuchRoom.wait_for(lock, moment, [&] { return isOver() || isNearlyEmpty(); });
+    m_hasRoom.wait(lock, [&] { return isOver() || !isFull(); });
 }
 
 bool FrameQueue::append(Frame& frame) noexcept
@@ -65,6 +85,13 @@ void FrameQueue::wakeProducers()
 {
     const Lock lock(m_mutex);
     m_hasRoom.notify_all();
+    m_hasMuchRoom.notify_all();
+}
+
+bool FrameQueue::hasFrames() const
+{
+    const Lock lock(m_mutex);
+    return !m_frames.empty();
 }
 
 void FrameQueue::countLost()
@@ -77,15 +104,26 @@ void FrameQueue::countLost()
 FrameQueue::Frame FrameQueue::take()
 {
     Lock lock(m_mutex);
-    m_hasFrame.wait(lock, [&] { return isClosed() || !m_frames.empty(); });
+    waitForFrame(lock);
     if (isClosed())
         return nullptr;
     Frame frame = std::move(m_frames.front());
     m_frames.pop_front();
     m_isBusy = true;
+    const bool hasMuchRoom = isNearlyEmpty();
     lock.unlock();
     m_hasRoom.notify_one();
+    if (hasMuchRoom)
+        m_hasMuchRoom.notify_one();
     return frame;
+}
+
+void FrameQueue::waitForFrame(Lock& lock)
+{
+    if (m_isFollowed && m_frames.empty())
+        m_hasFrames.wait_for(
+            lock, moment, [&] { return isClosed() || isHalfFull() || (!m_isFollowed && !m_frames.empty()); });
+    m_hasFrame.wait(lock, [&] { return isClosed() || !m_frames.empty(); });
 }
 
 void FrameQueue::settle(bool isProcessed)
@@ -98,21 +136,41 @@ void FrameQueue::settle(bool isProcessed)
     } else {
         ++m_counts.failed;
     }
-    const bool isIdle = m_frames.empty();
-    lock.unlock();
-    // Threads woken under the lock would wait for it next.
-    if (isIdle)
-        m_isIdle.notify_all();
+    tellIfIdle(lock);
 }
 
-bool FrameQueue::waitUntilIdle(int milliseconds) const
+void FrameQueue::tellIfIdle(Lock& lock)
 {
-    Lock lock(m_mutex);
-    const auto isIdle = [&] { return m_frames.empty() && !m_isBusy; };
-    if (milliseconds >= 0)
-        return m_isIdle.wait_for(lock, std::chrono::milliseconds(milliseconds), isIdle);
-    m_isIdle.wait(lock, isIdle);
+    std::shared_ptr<IdleWait> waits;
+    if (isIdle())
+        waits.swap(m_idleWaits);
+    // Threads woken under the lock would wait for it next.
+    lock.unlock();
+    while (waits) {
+        const std::shared_ptr<IdleWait> wait = std::move(waits);
+        waits = std::move(wait->next);
+        wait->goOn();
+    }
+}
+
+bool FrameQueue::callWhenIdle(std::shared_ptr<IdleWait> wait) const
+{
+    const Lock lock(m_mutex);
+    if (isIdle())
+        return false;
+    wait->next = std::move(m_idleWaits);
+    m_idleWaits = std::move(wait);
     return true;
+}
+
+void FrameQueue::forget(const IdleWait& wait) const
+{
+    const Lock lock(m_mutex);
+    std::shared_ptr<IdleWait>* place = &m_idleWaits;
+    while (*place && place->get() != &wait)
+        place = &(*place)->next;
+    if (*place)
+        *place = std::move((*place)->next);
 }
 
 SxPipeStatistics FrameQueue::statistics() const

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "pipeline/frame_rate.h"
+#include "pipeline/idle_wait.h"
 
 #include <ko/pipeline/item.h>
 
@@ -38,8 +39,9 @@ public:
     Frame take();
     void settle(bool isProcessed);
 
-    /// See `IxPipeItem::waitUntilIdle`.
-    bool waitUntilIdle(int milliseconds) const;
+    /// False when no frame is waiting or being worked on. Otherwise the wait goes on once that is so.
+    bool callWhenIdle(std::shared_ptr<IdleWait> wait) const;
+    void forget(const IdleWait& wait) const;
 
     SxPipeStatistics statistics() const;
     double framesPerSecond() const;
@@ -53,16 +55,34 @@ public:
     Losses takeLosses(std::chrono::milliseconds interval);
 
 private:
+    using Lock = std::unique_lock<std::mutex>;
+
     bool isFull() const { return m_frames.size() >= m_capacity; }
+    bool isHalfFull() const { return 2 * m_frames.size() >= m_capacity; }
+    bool isNearlyEmpty() const { return 4 * m_frames.size() <= m_capacity; }
+    bool isIdle() const { return m_frames.empty() && !m_isBusy; }
+    bool hasFrames() const;
+
+    /// Waits until there is room or none is needed any more, because this queue or the sender's closes.
+    void waitForRoom(Lock& lock, const FrameQueue* sender);
+
+    /// Waits until there is a frame or the queue closes.
+    void waitForFrame(Lock& lock);
+
+    /// Lets those go on who wait for this queue to be idle, if it is; unlocks.
+    void tellIfIdle(Lock& lock);
 
     /// False, with the frame still the caller's, when memory runs out.
     bool append(Frame& frame) noexcept;
 
     mutable std::mutex m_mutex;
     std::condition_variable m_hasFrame;
+    std::condition_variable m_hasFrames;  ///< several, or no more are on their way
     std::condition_variable m_hasRoom;
-    mutable std::condition_variable m_isIdle;
+    std::condition_variable m_hasMuchRoom;
+    mutable std::shared_ptr<IdleWait> m_idleWaits;
     std::deque<Frame> m_frames;
+    bool m_isFollowed = false;  ///< the last frame came from an item with more of them
     std::size_t m_capacity = 1;
     ExQueuePolicy m_policy = QueueBlocks;
     std::atomic<bool> m_isClosed{true};  // changed under the lock

@@ -85,7 +85,8 @@ SxPipeStatistics IxPipeItem::statistics() const
 
 bool IxPipeItem::waitUntilIdle(int milliseconds) const
 {
-    return !PipeWorker::isCurrent() && m_core->queue.waitUntilIdle(milliseconds);
+    return !PipeWorker::isCurrent() &&
+           std::make_shared<IdleWait>(std::vector{&std::as_const(m_core->queue)})->wait(milliseconds);
 }
 
 QString IxPipeItem::title() const

@@ -93,6 +93,14 @@ std::vector<IxPipeItem*> PipeGraph::inOrder(IxPipeItem& first)
     return items;
 }
 
+std::vector<const FrameQueue*> PipeGraph::queuesInOrder(IxPipeItem& first)
+{
+    std::vector<const FrameQueue*> queues;
+    for (const IxPipeItem* item : inOrder(first))
+        queues.push_back(&item->m_core->queue);
+    return queues;
+}
+
 void PipeGraph::announceStart(const std::vector<IxPipeItem*>& items)
 {
     for (IxPipeItem* item : items)

@@ -10,6 +10,8 @@
 
 namespace ko {
 
+class FrameQueue;
+
 /// One connection. Cut when one of its ends is destroyed, it no longer leads anywhere.
 class PipeLink {
 public:
@@ -71,6 +73,7 @@ public:
 
     /// The item and everything behind it; each after all those of them that feed it.
     static std::vector<IxPipeItem*> inOrder(IxPipeItem& first);
+    static std::vector<const FrameQueue*> queuesInOrder(IxPipeItem& first);
 
     static void announceStart(const std::vector<IxPipeItem*>& items);
     static void announceStop(const std::vector<IxPipeItem*>& items);

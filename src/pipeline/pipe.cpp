@@ -27,9 +27,8 @@ bool StartPipe(IxPipeItem& first)
 
 bool DrainPipe(IxPipeItem& first, int milliseconds)
 {
-    const std::vector<IxPipeItem*> items = PipeGraph::inOrder(first);
-    return std::all_of(items.begin(), items.end(),
-                       [&](const IxPipeItem* item) { return item->waitUntilIdle(milliseconds); });
+    return !PipeWorker::isCurrent() &&
+           std::make_shared<IdleWait>(PipeGraph::queuesInOrder(first))->wait(milliseconds);
 }
 
 bool StopPipe(IxPipeItem& first)

@@ -4,6 +4,8 @@
 
 #include <gmock/gmock.h>
 
+#include <array>
+#include <atomic>
 #include <stdexcept>
 #include <thread>
 #include <vector>
@@ -104,6 +106,93 @@ TEST(Flow, BlocksTheProducerOfAFullQueue)
     EXPECT_TRUE(slow.waitUntilIdle(-1));
     EXPECT_THAT(slow.numbers, ElementsAre(0, 1, 2, 3, 4, 5));
     EXPECT_EQ(0U, slow.statistics().dropped);
+}
+
+TEST(Flow, LetsTheProducerOfAFullQueueGoOnWhenOneFrameIsTaken)
+{
+    std::array<Gate, 3> gates;
+    Stage slow([&](CxImageData& frame) {
+        gates.at(static_cast<std::size_t>(frame.frameNo())).wait();
+        return true;
+    });
+    ASSERT_TRUE(slow.setQueue(8, QueueBlocks));
+    ASSERT_TRUE(slow.setState(IxPipeItem::StateStarted));
+    gates[2].open();
+    give(slow, 0);
+    while (slow.statistics().waiting > 0)
+        std::this_thread::yield();
+    for (int i = 0; i < 8; ++i)
+        give(slow, i == 0 ? 1 : 2);
+    std::thread producer([&] { EXPECT_TRUE(give(slow, 2)); });
+    while (slow.statistics().received < 10)
+        std::this_thread::yield();
+    gates[0].open();
+    producer.join();  // while the worker is held up by the next frame
+    EXPECT_EQ(8U, slow.statistics().waiting);
+    gates[1].open();
+    EXPECT_TRUE(slow.waitUntilIdle(-1));
+}
+
+TEST(Flow, BringsAFrameThoughTheSenderIsHeldUpByTheNextOne)
+{
+    constexpr int count = 6;
+    std::array<Gate, count> seen;
+    Gate isFull;
+    Stage sender([&](CxImageData& frame) {
+        const auto number = static_cast<std::size_t>(frame.frameNo());
+        (number == 0 ? isFull : seen.at(number - 1)).wait();
+        return true;
+    });
+    CxFrameSink sink([&](CxImageData& frame) { seen.at(static_cast<std::size_t>(frame.frameNo())).open(); });
+    ASSERT_TRUE(sender.addSuccessor(&sink));
+    ASSERT_TRUE(StartPipe(sender));
+    for (int number = 0; number < count; ++number)
+        give(sender, number);
+    isFull.open();
+    EXPECT_TRUE(DrainPipe(sender));
+    EXPECT_EQ(std::uint64_t{count}, sink.statistics().processed);
+}
+
+TEST(Flow, LetsSeveralThreadsWaitAndGiveUpUntilAPipeIsIdle)
+{
+    Slow slow;
+    Stage last;
+    ASSERT_TRUE(slow.addSuccessor(&last));
+    ASSERT_TRUE(StartPipe(slow));
+    give(slow, 0);
+    slow.arrived.wait();
+    std::vector<std::thread> threads;
+    std::atomic<int> drained{0};
+    for (int i = 0; i < 3; ++i)
+        threads.emplace_back([&] { drained += DrainPipe(slow); });
+    for (int i = 0; i < 20; ++i) {
+        EXPECT_FALSE(DrainPipe(slow, i % 2));
+        EXPECT_FALSE(slow.waitUntilIdle(0));
+        EXPECT_TRUE(last.waitUntilIdle(0));
+    }
+    EXPECT_EQ(0, drained);
+    slow.gate.open();
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(3, drained);
+    EXPECT_EQ(1U, last.statistics().processed);
+    EXPECT_TRUE(DrainPipe(slow, 0));
+}
+
+TEST(Flow, EndsTheWaitForAnItemThatIsStopped)
+{
+    Slow slow;
+    ASSERT_TRUE(slow.setState(IxPipeItem::StateStarted));
+    give(slow, 0);
+    give(slow, 1);
+    slow.arrived.wait();
+    std::thread waiting([&] { EXPECT_TRUE(slow.waitUntilIdle(-1)); });
+    std::thread stopping([&] { EXPECT_TRUE(slow.setState(IxPipeItem::StateStopped)); });
+    while (slow.statistics().dropped == 0)
+        std::this_thread::yield();
+    slow.gate.open();
+    waiting.join();
+    stopping.join();
 }
 
 TEST(Flow, OfAStoppedItemDropsWhatWaits)
