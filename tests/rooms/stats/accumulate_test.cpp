@@ -223,6 +223,8 @@ void accumulatePlaneByPlane(bool hasMasks)
         const SxImageBuf planes[] = {part.sum,     part.squares, part.minimum,
                                      part.maximum, part.above,   part.counts};
         *images[wanted] = planes[wanted];
+        if (hasMasks)
+            only.counts = part.counts;
         std::memset(images[wanted]->data, 0x55, 2);
         ASSERT_EQ(ClearAccumulator(only), ResultOk);
         ASSERT_EQ(AccumulateFrames(series.frames, series.masks, only), ResultOk);
