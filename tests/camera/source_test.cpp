@@ -103,7 +103,9 @@ TEST(Camera, CountsFramesFromZeroAtEachStart)
         first.compare_exchange_strong(none, frame.frameNo());
     });
     ASSERT_TRUE(source.addSuccessor(&sink));
-    ASSERT_TRUE(source.loadSettings(smallFrames()));
+    QVariantMap settings = smallFrames();
+    settings["queuePolicy"] = int{QueueBlocks};  // drops the newest frame, not the first
+    ASSERT_TRUE(source.loadSettings(settings));
     for (int start = 0; start < 3; ++start) {
         first = -1;
         ASSERT_TRUE(StartPipe(source));
