@@ -12,5 +12,6 @@ Cases lineCases();
 Cases maskedCases();
 Cases measureCases();
 Cases accumulateCases();
+Cases momentsCases();
 
 }  // namespace ko::fuzz

@@ -7,4 +7,5 @@
 #include <ko/stats/histogram.h>
 #include <ko/stats/joint_histogram.h>
 #include <ko/stats/means.h>
+#include <ko/stats/moments.h>
 #include <ko/stats/row_histogram.h>

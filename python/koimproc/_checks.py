@@ -9,14 +9,14 @@ CHECKS: dict[str, list[tuple[tuple[str, ...], dict[str, str]]]] = {
                    {'ResultBadArg1': 'frames empty; or a frame absent or of another format, or roi not inside it',
                     'ResultBadArg2': 'dst absent or smaller than roi',
                     'ResultFailed': 'roi of negative size, dst without channels, or no memory',
-                    'ResultUnsupportedType': 'another sample type, or several channels in an unknown packing (of '
-                                             'the first frame; a bad frame behind it is not looked at)'}),
+                    'ResultUnsupportedType': 'another sample type, or several channels in an unknown packing (of the '
+                                             'first frame; a bad frame behind it is not looked at)'}),
                   (('frames', 'dst'),
                    {'ResultBadArg1': 'frames empty; or a frame absent or of another format, or roi not inside it',
                     'ResultBadArg2': 'dst absent or smaller than roi',
                     'ResultFailed': 'roi of negative size, dst without channels, or no memory',
-                    'ResultUnsupportedType': 'another sample type, or several channels in an unknown packing (of '
-                                             'the first frame; a bad frame behind it is not looked at)'})],
+                    'ResultUnsupportedType': 'another sample type, or several channels in an unknown packing (of the '
+                                             'first frame; a bad frame behind it is not looked at)'})],
  'Binarize': [(('src', 'dst', 'value'),
                {'ResultBadArg1': 'src absent or not mono',
                 'ResultBadArg2': 'dst absent, not mono, not UInt8, or of another size',
@@ -43,9 +43,9 @@ CHECKS: dict[str, list[tuple[tuple[str, ...], dict[str, str]]]] = {
                                      'ResultBadArg4': 'right out of range',
                                      'ResultBadArg5': 'top out of range',
                                      'ResultBadArg6': 'bottom out of range',
-                                     'ResultUnsupportedType': 'src.dataType outside 1...11, or samples of another '
-                                                              'size and any margin above 0; the centre of the '
-                                                              'latter has been copied then'}),
+                                     'ResultUnsupportedType': 'src.dataType outside 1...11, or samples of another size '
+                                                              'and any margin above 0; the centre of the latter has '
+                                                              'been copied then'}),
                                    (('src', 'roi', 'dst', 'left', 'top', 'right', 'bottom'),
                                     {'ResultBadArg1': 'src not Interleaved, absent, or of other channels',
                                      'ResultBadArg2': 'roi outside src',
@@ -54,47 +54,47 @@ CHECKS: dict[str, list[tuple[tuple[str, ...], dict[str, str]]]] = {
                                      'ResultBadArg5': 'right out of range',
                                      'ResultBadArg6': 'top out of range',
                                      'ResultBadArg7': 'bottom out of range',
-                                     'ResultUnsupportedType': 'src.dataType outside 1...11, or samples of another '
-                                                              'size and any margin above 0; the centre of the '
-                                                              'latter has been copied then'})],
+                                     'ResultUnsupportedType': 'src.dataType outside 1...11, or samples of another size '
+                                                              'and any margin above 0; the centre of the latter has '
+                                                              'been copied then'})],
  'DemosaicMalvar': [(('src', 'roi', 'dst', 'buffer'),
-                     {'ResultBadArg1': 'src absent, not mono, not Interleaved, or without a known grid; or rows of '
-                                       'src or dst longer than their stride',
+                     {'ResultBadArg1': 'src absent, not mono, not Interleaved, or without a known grid; or rows of src '
+                                       'or dst longer than their stride',
                       'ResultBadArg2': 'roi outside src',
-                      'ResultBadArg3': 'dst absent, not 3 or 4 interleaved channels, of another type or size; or '
-                                       'rows of src or dst longer than their stride',
+                      'ResultBadArg3': 'dst absent, not 3 or 4 interleaved channels, of another type or size; or rows '
+                                       'of src or dst longer than their stride',
                       'ResultUnsupportedType': 'another sample type',
                       'ResultFailed': 'no memory for a buffer, or the given one was made for a smaller width'}),
                     (('src', 'dst', 'buffer'),
-                     {'ResultBadArg1': 'src absent, not mono, not Interleaved, or without a known grid; or rows of '
-                                       'src or dst longer than their stride',
+                     {'ResultBadArg1': 'src absent, not mono, not Interleaved, or without a known grid; or rows of src '
+                                       'or dst longer than their stride',
                       'ResultBadArg2': 'roi outside src',
-                      'ResultBadArg3': 'dst absent, not 3 or 4 interleaved channels, of another type or size; or '
-                                       'rows of src or dst longer than their stride',
+                      'ResultBadArg3': 'dst absent, not 3 or 4 interleaved channels, of another type or size; or rows '
+                                       'of src or dst longer than their stride',
                       'ResultUnsupportedType': 'another sample type',
                       'ResultFailed': 'no memory for a buffer, or the given one was made for a smaller width'})],
  'DemosaicMenon': [(('src', 'roi', 'dst', 'buffer'),
-                    {'ResultBadArg1': 'src absent, not mono, not Interleaved, or without a known grid; or rows of '
-                                      'src or dst longer than their stride',
+                    {'ResultBadArg1': 'src absent, not mono, not Interleaved, or without a known grid; or rows of src '
+                                      'or dst longer than their stride',
                      'ResultBadArg2': 'roi outside src',
-                     'ResultBadArg3': 'dst absent, not 3 or 4 interleaved channels, of another type or size; or '
-                                      'rows of src or dst longer than their stride',
+                     'ResultBadArg3': 'dst absent, not 3 or 4 interleaved channels, of another type or size; or rows '
+                                      'of src or dst longer than their stride',
                      'ResultUnsupportedType': 'another sample type',
                      'ResultFailed': 'no memory for a buffer, or the given one was made for a smaller width'}),
                    (('src', 'dst', 'buffer'),
-                    {'ResultBadArg1': 'src absent, not mono, not Interleaved, or without a known grid; or rows of '
-                                      'src or dst longer than their stride',
+                    {'ResultBadArg1': 'src absent, not mono, not Interleaved, or without a known grid; or rows of src '
+                                      'or dst longer than their stride',
                      'ResultBadArg2': 'roi outside src',
-                     'ResultBadArg3': 'dst absent, not 3 or 4 interleaved channels, of another type or size; or '
-                                      'rows of src or dst longer than their stride',
+                     'ResultBadArg3': 'dst absent, not 3 or 4 interleaved channels, of another type or size; or rows '
+                                      'of src or dst longer than their stride',
                      'ResultUnsupportedType': 'another sample type',
                      'ResultFailed': 'no memory for a buffer, or the given one was made for a smaller width'})],
  'DemosaicSimple': [(('src', 'rect', 'dst', 'grid'),
                      {'ResultBadArg1': 'src absent, neither mono nor four planes; or rows of src or dst longer than '
                                        'their stride',
                       'ResultBadArg2': 'rect outside src, or odd on a mosaic',
-                      'ResultBadArg3': 'dst absent, not 3 or 4 interleaved channels, of another type or size; or '
-                                       'rows of src or dst longer than their stride',
+                      'ResultBadArg3': 'dst absent, not 3 or 4 interleaved channels, of another type or size; or rows '
+                                       'of src or dst longer than their stride',
                       'ResultBadArg4': 'grid unknown',
                       'ResultUnsupportedType': 'another sample type'})],
  'EllipseMaskMono': [(('out', 'a', 'b', 'angle', 'background', 'foreground'),
@@ -155,10 +155,9 @@ CHECKS: dict[str, list[tuple[tuple[str, ...], dict[str, str]]]] = {
                                           'bitsPerSample above that of the container',
                          'ResultBadArg2': 'dst absent, of another size or format',
                          'ResultBadArg3': 'bitsPerSample negative or no channels',
-                         'ResultUnsupportedType': 'interleaved with another number of channels, or an unknown '
-                                                  'packing',
-                         'ResultFailed': 'a channel of which no sample is counted, as in images without pixels, or '
-                                         'no memory'})],
+                         'ResultUnsupportedType': 'interleaved with another number of channels, or an unknown packing',
+                         'ResultFailed': 'a channel of which no sample is counted, as in images without pixels, or no '
+                                         'memory'})],
  'HistogramMasked': [(('src', 'mask', 'hist'),
                       {'ResultBadArg1': 'src absent, of another type, or too deep',
                        'ResultBadArg2': 'mask is none of src',
@@ -204,8 +203,8 @@ CHECKS: dict[str, list[tuple[tuple[str, ...], dict[str, str]]]] = {
                      (('src', 'mask', 'stencil', 'pos', 'channel', 'hist', 'plane', 'count'),
                       {'ResultBadArg1': 'src absent, of another type, or too deep',
                        'ResultBadArg2': 'mask is none of src',
-                       'ResultBadArg3': 'stencil absent, not mono or not UInt8; or pos outside src; or stencil '
-                                        'wider or higher than src',
+                       'ResultBadArg3': 'stencil absent, not mono or not UInt8; or pos outside src; or stencil wider '
+                                        'or higher than src',
                        'ResultBadArg4': 'stencil leaves src',
                        'ResultBadArg5': 'no such channel',
                        'ResultBadArg6': 'hist without bins, with other than channels planes, or with too few levels',
@@ -242,32 +241,24 @@ CHECKS: dict[str, list[tuple[tuple[str, ...], dict[str, str]]]] = {
                       'ResultBadArg2': 'reference absent, of another size or format',
                       'ResultBadArg3': 'dst absent, of another size or format',
                       'ResultFailed': 'bitsPerSample negative or above that of the container, no channels, signed '
-                                      'samples, another layout than mono, planar and interleaved with 3 or 4 '
-                                      'channels, or no memory'}),
+                                      'samples, another layout than mono, planar and interleaved with 3 or 4 channels, '
+                                      'or no memory'}),
                     (('src', 'reference', 'dst'),
                      {'ResultBadArg1': 'src absent, or dataType none of Int8, UInt8, Int16, UInt16',
                       'ResultBadArg2': 'reference of other planes or levels, or without its bins',
                       'ResultBadArg3': 'dst absent, of another size or format',
-                      'ResultFailed': 'bitsPerSample above that of the container or an unknown packing; or no '
-                                      'memory',
-                      'ResultUnsupportedType': 'signed samples, or interleaved with other than 1, 3 or 4 '
-                                               'channels'})],
+                      'ResultFailed': 'bitsPerSample above that of the container or an unknown packing; or no memory',
+                      'ResultUnsupportedType': 'signed samples, or interleaved with other than 1, 3 or 4 channels'})],
  'MaskImage': [(('image', 'mask'),
                 {'ResultBadArg1': 'image absent',
                  'ResultBadArg2': 'mask absent, not mono, not UInt8, or of another size',
                  'ResultFailed': 'image.dataType has no implementation'})],
- 'Mean': [(('src', 'roi', 'means'),
-           {'ResultBadArg1': 'src absent',
-            'ResultBadArg2': 'roi not inside src',
-            'ResultBadArg3': 'means null',
-            'ResultOutOfRange': 'interleaved, several channels but not 3 or 4, and pixelFormat 1',
-            'ResultUnsupportedType': 'src.dataType has no implementation'})],
  'Median': [(('src', 'dst', 'radius', 'buffer'),
              {'ResultBadArg1': 'src absent; or rows of src are longer than its stride',
               'ResultBadArg2': 'dst absent or unlike src; or rows of dst are longer than its stride',
               'ResultBadArg3': 'radius negative, or the window wider or higher than the image',
-              'ResultUnsupportedType': 'src not interleaved, of another type or depth, or without channels; or '
-                                       'buffer with counters of unknown width',
+              'ResultUnsupportedType': 'src not interleaved, of another type or depth, or without channels; or buffer '
+                                       'with counters of unknown width',
               'ResultIncompatible': 'buffer made for another size or format, or too small for the radius',
               'ResultFailed': 'no buffer given, and none could be made; with 4 channels it never can; or out of '
                               'memory, or radius above 32767'})],
@@ -275,22 +266,34 @@ CHECKS: dict[str, list[tuple[tuple[str, ...], dict[str, str]]]] = {
              {'ResultBadArg1': 'src absent or of type Sample128',
               'ResultBadArg2': 'min null',
               'ResultBadArg3': 'max null',
-              'ResultUnsupportedType': 'any other layout: a packing that is neither interleaved nor planar, or '
-                                       'several interleaved channels with a mosaic'})],
+              'ResultUnsupportedType': 'any other layout: a packing that is neither interleaved nor planar, or several '
+                                       'interleaved channels with a mosaic'})],
  'MinMaxMasked': [(('src', 'mask', 'min', 'max'),
                    {'ResultBadArg1': 'src absent or of type Sample128',
                     'ResultBadArg2': 'mask absent, not mono, not UInt8, or of another size',
                     'ResultBadArg3': 'min null',
                     'ResultBadArg4': 'max null',
                     'ResultUnsupportedType': 'src.packing is neither interleaved nor planar'})],
+ 'Moments': [(('src', 'moments'),
+              {'ResultBadArg1': 'src absent; or rows of src are longer than its stride',
+               'ResultBadArg2': 'moments null',
+               'ResultOutOfRange': 'src has more than mostMomentPixels pixels',
+               'ResultUnsupportedType': 'src neither UInt8 nor UInt16, or channels of an unknown packing'})],
+ 'MomentsMasked': [(('src', 'mask', 'moments'),
+                    {'ResultBadArg1': 'src absent; or rows of src are longer than its stride',
+                     'ResultBadArg2': 'mask absent, not mono, not UInt8, or of another size; or rows of mask are '
+                                      'longer than its stride',
+                     'ResultBadArg3': 'moments null',
+                     'ResultOutOfRange': 'src has more than mostMomentPixels pixels',
+                     'ResultUnsupportedType': 'src neither UInt8 nor UInt16, or channels of an unknown packing'})],
  'Or': [(('src', 'dst', 'value'),
          {'ResultBadArg1': 'src absent or not mono',
           'ResultBadArg2': 'dst absent, of another size or format',
           'ResultUnsupportedType': 'dataType is not an integer type'})],
  'PackSamples': [(('src', 'layout', 'data', 'bytes', 'pitch'),
                   {'ResultBadArg2': 'layout unknown',
-                   'ResultBadArg1': 'src absent, not mono, not UInt16 or of another depth; or rows of src longer '
-                                    'than their stride',
+                   'ResultBadArg1': 'src absent, not mono, not UInt16 or of another depth; or rows of src longer than '
+                                    'their stride',
                    'ResultBadArg3': 'data null',
                    'ResultBadArg5': 'pitch shorter than a row',
                    'ResultBadArg4': 'the last row ends behind the memory'})],
@@ -311,21 +314,21 @@ CHECKS: dict[str, list[tuple[tuple[str, ...], dict[str, str]]]] = {
                        'ResultBadArg3': 'thresholds null',
                        'ResultBadArg4': 'lows null',
                        'ResultBadArg5': 'highs null',
-                       'ResultUnsupportedType': 'src has several channels in an unknown packing, or its dataType '
-                                                'has no implementation'})],
+                       'ResultUnsupportedType': 'src has several channels in an unknown packing, or its dataType has '
+                                                'no implementation'})],
  'ThresholdBinaryGT': [(('src', 'dst', 'thresholds', 'highs', 'fourChannelRule'),
                         {'ResultBadArg1': 'src absent',
                          'ResultBadArg2': 'dst absent, not UInt8, of another size or packing',
                          'ResultBadArg3': 'thresholds null',
                          'ResultBadArg4': 'highs null',
-                         'ResultUnsupportedType': 'src has several channels in an unknown packing, or its dataType '
-                                                  'has no implementation'})],
+                         'ResultUnsupportedType': 'src has several channels in an unknown packing, or its dataType has '
+                                                  'no implementation'})],
  'ThresholdGT': [(('image', 'thresholds', 'values', 'fourChannelRule'),
                   {'ResultBadArg1': 'image absent',
                    'ResultBadArg2': 'thresholds null',
                    'ResultBadArg3': 'values null',
-                   'ResultUnsupportedType': 'image has several channels in an unknown packing, or its dataType has '
-                                            'no implementation'})],
+                   'ResultUnsupportedType': 'image has several channels in an unknown packing, or its dataType has no '
+                                            'implementation'})],
  'UnpackSamples': [(('data', 'bytes', 'pitch', 'layout', 'dst'),
                     {'ResultBadArg1': 'data null',
                      'ResultBadArg4': 'layout unknown',
@@ -334,8 +337,8 @@ CHECKS: dict[str, list[tuple[tuple[str, ...], dict[str, str]]]] = {
                      'ResultBadArg3': 'pitch shorter than a row',
                      'ResultBadArg2': 'the last row ends behind the memory'})],
  'WhiteBalance': [(('src', 'dst', 'gains', 'blackLevels'),
-                   {'ResultBadArg1': 'src absent, not 1, 3 or 4 interleaved channels, or of an unknown grid; or '
-                                     'rows of src or dst longer than their stride',
+                   {'ResultBadArg1': 'src absent, not 1, 3 or 4 interleaved channels, or of an unknown grid; or rows '
+                                     'of src or dst longer than their stride',
                     'ResultBadArg2': 'dst absent, or of another size, format or sample type; or rows of src or dst '
                                      'longer than their stride',
                     'ResultBadArg3': 'gains null, or one of them out of range',

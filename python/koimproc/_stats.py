@@ -14,7 +14,7 @@ from koimproc import native
 from koimproc._arrays import ALL_SAMPLES, Image, Source, mask_of, record_of
 from koimproc._errors import ArgumentError, fail
 from koimproc._frame import Array
-from koimproc._sums import cell_views
+from koimproc._sums import cell_moments, cell_views, moments_of
 from koimproc._threads import limit, run
 
 Counts = npt.NDArray[np.uint64]
@@ -69,12 +69,16 @@ def counts_of(source: Source, mask: Array | None, name: str = "image", *, strict
     if strict and levels < 1 << (8 * source.dtype.itemsize):
         selected = source.array.shape[0] * source.array.shape[1] if mask is None else np.count_nonzero(mask)
         if int(counts.sum()) != selected * (1 if source.bayer else source.channels):
-            raise ArgumentError(
-                name,
-                f"has samples of {levels} and above, more than its {source.bits} bits; "
-                "give the right bits, or limit the samples with clip_to_depth",
-            )
+            raise _beyond_depth(source, name)
     return counts
+
+
+def _beyond_depth(source: Source, name: str) -> ArgumentError:
+    return ArgumentError(
+        name,
+        f"has samples of {1 << source.bits} and above, more than its {source.bits} bits; "
+        "give the right bits, or limit the samples with clip_to_depth",
+    )
 
 
 def is_single(source: Source) -> bool:
@@ -229,11 +233,17 @@ def moments(image: Image, mask: Image | None = None) -> Moments:
     (65535.0, 0.0)
     """
     source = Source(image, mosaic=True)
-    counts = counts_of(source, mask_of(mask, source.shape))
-    level = np.arange(counts.shape[1], dtype=np.uint64)
-    rows: list[tuple[int, ...]] = [
-        (int(row.sum()), int(np.dot(row, level)), int(np.dot(row, level * level))) for row in counts
-    ]
+    selected = mask_of(mask, source.shape)
+    if source.bits < 8 * source.dtype.itemsize and source.array.size:
+        _, highs = _extremes(source, selected)
+        if max(highs) >> source.bits:
+            raise _beyond_depth(source, "image")
+    if source.bayer is None:
+        rows = moments_of(source.array, selected)
+    elif selected is None:
+        rows = cell_moments(source.array)
+    else:
+        rows = [moments_of(samples, part)[0] for samples, part in position_views(source.array, selected)]
     return moments_from(rows, is_single(source))
 
 

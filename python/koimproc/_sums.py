@@ -1,18 +1,14 @@
-"""Exact sums of the samples of each colour."""
+"""Exact sums of the samples of each colour, and of their squares."""
 
 from __future__ import annotations
 
 import math
-from collections.abc import Iterator
-
-import numpy as np
+from collections.abc import Iterator, Sequence
 
 from koimproc import native
+from koimproc._arrays import record_of
 from koimproc._errors import fail
-from koimproc._frame import DEPTHS, NO_GRID, Array
-
-# What the library sums samples up to.
-_LARGEST_SUM = 2**32 - 1
+from koimproc._frame import Array
 
 
 def cell_views(array: Array) -> Iterator[tuple[slice, Array]]:
@@ -26,33 +22,35 @@ def cell_views(array: Array) -> Iterator[tuple[slice, Array]]:
             yield slice(first, first + 1), rows[:, -1:]
 
 
-def _sums_of_channels(array: Array) -> list[int]:
-    """The exact sum of each channel of uint8 or uint16, from means of regions whose sums the library holds."""
-    # The format 0 has no colours, so that there is a mean for every channel, however many.
-    record = native.SxImageBuf(array, DEPTHS[array.dtype], 0, NO_GRID, 0)
-    rows, columns = array.shape[:2]
-    most = _LARGEST_SUM // int(np.iinfo(array.dtype).max)
-    wide = max(1, min(columns, most))
-    high = most // wide
-    sums = [0] * (1 if array.ndim == 2 else array.shape[2])
-    for top in range(0, rows, high):
-        for left in range(0, columns, wide):
-            region = left, top, min(wide, columns - left), min(high, rows - top)
-            status, means = native.Mean(record, region)
-            if status:
-                fail(native.Mean, (record, region), status)
-            sums = [total + round(mean * region[2] * region[3]) for total, mean in zip(sums, means)]
-    return sums
+def moments_of(array: Array, mask: Array | None = None) -> list[tuple[int, ...]]:
+    """Number, sum and sum of squares of each channel of uint8 or uint16."""
+    rows = max(1, native.mostMomentPixels // max(1, array.shape[1]))
+    total: list[tuple[int, ...]] = [(0, 0, 0)] * (1 if array.ndim == 2 else array.shape[2])
+    for top in range(0, array.shape[0], rows):
+        image = record_of(array[top : top + rows])
+        if mask is None:
+            status, found = native.Moments(image)
+        else:
+            status, found = native.MomentsMasked(image, record_of(mask[top : top + rows]))
+        if status:
+            fail(native.Moments, (image,), status)
+        total = _added(total, found)
+    return total
+
+
+def _added(moments: Sequence[tuple[int, ...]], more: Sequence[tuple[int, ...]]) -> list[tuple[int, ...]]:
+    return [tuple(map(int.__add__, one, other)) for one, other in zip(moments, more)]
+
+
+def cell_moments(array: Array) -> list[tuple[int, ...]]:
+    """The same of each position of a mosaic's cell."""
+    found: list[tuple[int, ...]] = [(0, 0, 0)] * 4
+    for positions, samples in cell_views(array):
+        found[positions] = _added(found[positions], moments_of(samples))
+    return found
 
 
 def means_of(array: Array, bayer: str | None) -> list[float]:
     """The mean of each channel or position, rounded once; NaN where there is no sample."""
-    if bayer is None:
-        number = array.shape[0] * array.shape[1]
-        return [total / number if number else math.nan for total in _sums_of_channels(array)]
-    sums, numbers = [0] * 4, [0] * 4
-    for positions, samples in cell_views(array):
-        for position, total in zip(range(4)[positions], _sums_of_channels(samples)):
-            sums[position] += total
-            numbers[position] += samples.shape[0] * samples.shape[1]
-    return [total / number if number else math.nan for total, number in zip(sums, numbers)]
+    found = moments_of(array) if bayer is None else cell_moments(array)
+    return [total / number if number else math.nan for number, total, _ in found]

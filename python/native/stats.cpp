@@ -90,6 +90,20 @@ py::tuple meanMasked(const ArrayImage& src, const ArrayImage& mask)
     return means(from->channels, [&](double* values) { return MeanMasked(from, selecting, values); });
 }
 
+/// Runs an operation that writes moments per channel: number, sum and sum of squares of each.
+template <class Operation>
+py::tuple moments(const SxImageBuf& src, const Operation& operation)
+{
+    std::vector<SxMoments> found(static_cast<std::size_t>(std::max(src.channels, 1)));
+    const ResultCode rc = withoutGil([&] { return operation(found.data()); });
+    py::list list;
+    for (int c = 0; c < src.channels && !isFailure(rc); ++c) {
+        const SxMoments& one = found[static_cast<std::size_t>(c)];
+        list.append(py::make_tuple(one.count, one.sum, one.squares));
+    }
+    return py::make_tuple(rc, list);
+}
+
 /// Operations whose last output is a number.
 template <class Number, class Operation>
 py::tuple number(const Operation& operation)
@@ -148,6 +162,21 @@ void defineStats(py::module_& module)
                 [&](unsigned& threshold) { return ComputeOtsuThresholdMasked(from, selecting, threshold); });
         },
         py::arg("src"), py::arg("mask"));
+    module.def(
+        "Moments",
+        [](const ArrayImage& src) {
+            const Source from(src);
+            return moments(from, [&](SxMoments* found) { return Moments(from, found); });
+        },
+        py::arg("src"));
+    module.def(
+        "MomentsMasked",
+        [](const ArrayImage& src, const ArrayImage& mask) {
+            const Source from(src), selecting(mask);
+            return moments(from, [&](SxMoments* found) { return MomentsMasked(from, selecting, found); });
+        },
+        py::arg("src"), py::arg("mask"));
+    module.attr("mostMomentPixels") = mostMomentPixels;
 }
 
 }  // namespace ko::python

@@ -234,6 +234,18 @@ Operations statisticsOperations()
         {"AccumulatedMean", [](Call& c) { c.status(AccumulatedMean(accumulator(c), c.image(Float64))); }},
         {"AccumulatedVariance",
          [](Call& c) { c.status(AccumulatedVariance(accumulator(c), 1, c.image(Float64))); }},
+        {"Moments",
+         [](Call& c) {
+             std::array<SxMoments, 3> moments;
+             c.status(Moments(c.image(UInt16, 3), moments.data()));
+             c.bytes(moments.data(), sizeof(moments));
+         }},
+        {"MomentsMasked",
+         [](Call& c) {
+             std::array<SxMoments, 3> moments;
+             c.status(MomentsMasked(c.image(UInt8, 3), c.mask(), moments.data()));
+             c.bytes(moments.data(), sizeof(moments));
+         }},
     };
 }
 

@@ -78,7 +78,7 @@ def table(include, called):
 
 
 def text_of(checks):
-    return HEAD + pprint.pformat(checks, width=117, sort_dicts=False).replace("{", "{\n ", 1) + "\n"
+    return HEAD + pprint.pformat(checks, width=120, sort_dicts=False).replace("{", "{\n ", 1) + "\n"
 
 
 if __name__ == "__main__":

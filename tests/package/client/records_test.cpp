@@ -56,6 +56,11 @@ static_assert(offsetof(SxSnakeParams, loopDistance) == 48);
 static_assert(offsetof(SxSnakeParams, pointSpacing) == 52);
 static_assert(offsetof(SxSnakeParams, maxIterations) == 56);
 
+static_assert(sizeof(SxMoments) == 24 && alignof(SxMoments) == 8);
+static_assert(std::is_standard_layout_v<SxMoments>);
+static_assert(offsetof(SxMoments, count) == 0);
+static_assert(offsetof(SxMoments, sum) == 8);
+static_assert(offsetof(SxMoments, squares) == 16);
 static_assert(sizeof(SxAccumulator) == 544 && alignof(SxAccumulator) == 8);
 
 static_assert(sizeof(CxImageHistogram) == 24 && std::is_standard_layout_v<CxImageHistogram>);

@@ -38,6 +38,9 @@ TEST(StatsApi, IsExportedWithTheExactSignatures)
             {"AccumulatedMean", exported<ResultCode(const SxAccumulator&, SxImageBuf&)>(&AccumulatedMean)},
             {"AccumulatedVariance",
              exported<ResultCode(const SxAccumulator&, int, SxImageBuf&)>(&AccumulatedVariance)},
+            {"Moments", exported<ResultCode(const SxImageBuf&, SxMoments*)>(&Moments)},
+            {"MomentsMasked",
+             exported<ResultCode(const SxImageBuf&, const SxImageBuf&, SxMoments*)>(&MomentsMasked)},
         });
 }
 

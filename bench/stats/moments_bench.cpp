@@ -1,0 +1,62 @@
+#include "support/bench_image.h"
+#include "support/rows.h"
+
+#include <ko/stats/moments.h>
+
+#include <opencv2/core.hpp>
+
+#include <array>
+
+namespace ko::bench {
+namespace {
+
+template <ExImageDataType Type, int bits, int channels>
+Work moments(int size)
+{
+    const BenchImage src({.size = size, .type = Type, .bits = bits, .channels = channels}, Scene::Camera);
+    return {
+        .ours =
+            [=] {
+                std::array<SxMoments, channels> found;
+                return Moments(src, found.data());
+            },
+        .peer = {"meanStdDev",
+                 [=, in = src.mat()] {
+                     cv::Scalar mean, stdDev;
+                     cv::meanStdDev(in, mean, stdDev);
+                 }},
+        .limit = {.read = src.pixelBytes()},
+    };
+}
+
+template <ExImageDataType Type, int bits>
+Work momentsMasked(int size)
+{
+    const BenchImage src({.size = size, .type = Type, .bits = bits}, Scene::Camera);
+    const BenchImage mask({.size = size}, Scene::Disc);
+    return {
+        .ours =
+            [=] {
+                SxMoments found;
+                return MomentsMasked(src, mask, &found);
+            },
+        .peer = {"meanStdDev with mask",
+                 [=, in = src.mat(), selected = mask.mat()] {
+                     cv::Scalar mean, stdDev;
+                     cv::meanStdDev(in, mean, stdDev, selected);
+                 }},
+        .limit = {.read = src.pixelBytes() + mask.pixelBytes()},
+    };
+}
+
+const Rows rows{
+    {"Moments", "U8", &moments<UInt8, 8, 1>},
+    {"Moments", "12-bit", &moments<UInt16, 12, 1>},
+    {"Moments", "U8 RGB", &moments<UInt8, 8, 3>},
+    {"MomentsMasked", "U8", &momentsMasked<UInt8, 8>},
+    {"MomentsMasked", "12-bit", &momentsMasked<UInt16, 12>},
+    {"Moments", "U8", &moments<UInt8, 8, 1>, smallImage},
+};
+
+}  // namespace
+}  // namespace ko::bench

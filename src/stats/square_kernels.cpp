@@ -1,0 +1,161 @@
+#include "stats/square_kernels.h"
+
+#include "base/image_view.h"
+#include "base/kernel_loops.h"
+
+#include <algorithm>
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "stats/square_kernels.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+HWY_BEFORE_NAMESPACE();
+namespace ko {
+namespace HWY_NAMESPACE {
+namespace {
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+template <class T>
+void AddRest(const std::uint8_t* row, std::int64_t from, std::int64_t samples, std::uint64_t* sums) noexcept
+{
+    for (std::int64_t i = from; i < samples; ++i) {
+        const std::uint64_t sample = loadSample<T>(row, i);
+        sums[0] += sample;
+        sums[1] += sample * sample;
+    }
+}
+
+#if HWY_TARGET == HWY_SCALAR
+
+template <class T>
+void AddRow(const std::uint8_t* row, std::int64_t samples, std::uint64_t* sums) noexcept
+{
+    AddRest<T>(row, 0, samples, sums);
+}
+
+#else
+
+using Byte = hn::ScalableTag<std::uint8_t>;
+using Word = hn::ScalableTag<std::uint16_t>;
+using Factor = hn::ScalableTag<std::int16_t>;
+using Product = hn::ScalableTag<std::int32_t>;
+using Total = hn::ScalableTag<std::uint64_t>;
+
+/// Sums that are not negative, in lanes of 64 bits.
+HWY_INLINE hn::Vec<Total> Widened(hn::Vec<Product> sums, hn::Vec<Product> more) noexcept
+{
+    const Total d;
+    const auto low = hn::Set(d, 0xFFFFFFFFU);
+    const auto a = hn::BitCast(d, sums), b = hn::BitCast(d, more);
+    return hn::Add(hn::Add(hn::And(a, low), hn::ShiftRight<32>(a)),
+                   hn::Add(hn::And(b, low), hn::ShiftRight<32>(b)));
+}
+
+/// Products of bytes are added up in 32 bits. Bytes that are samples stand in the low and the high halves of words; words
+/// are 256 * high + low, and their squares 65536 * high^2 + 512 * high * low + low^2.
+template <class T>
+void AddRow(const std::uint8_t* row, std::int64_t samples, std::uint64_t* sums) noexcept
+{
+    const Byte bytes;
+    const Word words;
+    const Factor factors;
+    const Product products;
+    constexpr auto step = static_cast<std::int64_t>(hn::MaxLanes(hn::ScalableTag<T>{}));
+    // Each vector adds at most two products to a lane: 2 * 255^2 * 8192 is below 2^31.
+    constexpr std::int64_t vectorsPerFlush = 8192;
+    auto all = hn::Zero(Total{}), lowHalves = all, squares = all;
+    std::int64_t at = 0;
+    while (at + step <= samples) {
+        auto low = hn::Zero(products), lowMore = low, high = low, highMore = low, both = low, bothMore = low;
+        const std::int64_t end = at + std::min((samples - at) / step, vectorsPerFlush) * step;
+        for (; at < end; at += step) {
+            const std::uint8_t* const here = row + at * std::int64_t{sizeof(T)};
+            fetchAhead<T, false>(here, step);
+            const auto read = hn::LoadU(bytes, here);
+            const auto pairs = hn::BitCast(words, read);
+            const auto lows = hn::BitCast(factors, hn::And(pairs, hn::Set(words, 0xFF)));
+            const auto highs = hn::BitCast(factors, hn::ShiftRight<8>(pairs));
+            all = hn::Add(all, hn::SumsOf8(read));
+            low = hn::ReorderWidenMulAccumulate(products, lows, lows, low, lowMore);
+            high = hn::ReorderWidenMulAccumulate(products, highs, highs, high, highMore);
+            if constexpr (sizeof(T) == 2) {
+                lowHalves = hn::Add(lowHalves, hn::SumsOf8(hn::BitCast(bytes, lows)));
+                both = hn::ReorderWidenMulAccumulate(products, lows, highs, both, bothMore);
+            }
+        }
+        const auto highSquares = Widened(high, highMore);
+        squares = hn::Add(squares, Widened(low, lowMore));
+        squares = hn::Add(squares, sizeof(T) == 2 ? hn::ShiftLeft<16>(highSquares) : highSquares);
+        if constexpr (sizeof(T) == 2)
+            squares = hn::Add(squares, hn::ShiftLeft<9>(Widened(both, bothMore)));
+    }
+    const std::uint64_t sum = hn::GetLane(hn::SumOfLanes(Total{}, all));
+    const std::uint64_t lowSum = hn::GetLane(hn::SumOfLanes(Total{}, lowHalves));
+    sums[0] += sizeof(T) == 1 ? sum : ((sum - lowSum) << 8) + lowSum;
+    sums[1] += hn::GetLane(hn::SumOfLanes(Total{}, squares));
+    AddRest<T>(row, at, samples, sums);
+}
+
+#endif
+
+/// With a step that is known when it is compiled, the compiler finds vectors for it.
+template <class T, std::int64_t step>
+void Gather(const std::uint8_t* row, std::int64_t samples, std::uint8_t* out) noexcept
+{
+    KO_INDEPENDENT_ITERATIONS
+    for (std::int64_t i = 0; i < samples; ++i)
+        storeSample<T>(out, i, loadSample<T>(row, i * step));
+}
+
+template <class T>
+void RowGather(const std::uint8_t* row, std::int64_t step, std::int64_t samples, std::uint8_t* out) noexcept
+{
+    if (step == 2)
+        return Gather<T, 2>(row, samples, out);
+    if (step == 3)
+        return Gather<T, 3>(row, samples, out);
+    if (step == 4)
+        return Gather<T, 4>(row, samples, out);
+    for (std::int64_t i = 0; i < samples; ++i)
+        storeSample<T>(out, i, loadSample<T>(row, i * step));
+}
+
+template <class T>
+std::int64_t RowSelect(const std::uint8_t* row, const std::uint8_t* mask, std::int64_t samples,
+                       std::uint8_t* out) noexcept
+{
+    std::int64_t selected = 0;
+    for (std::int64_t i = 0; i < samples; ++i)
+        selected += mask[i] != 0 ? 1 : 0;
+    KO_INDEPENDENT_ITERATIONS
+    for (std::int64_t i = 0; i < samples; ++i)
+        storeSample<T>(out, i, mask[i] != 0 ? loadSample<T>(row, i) : T{0});
+    return selected;
+}
+
+const SquareKernels& Kernels()
+{
+    static constexpr SquareKernels kernels{{&AddRow<std::uint8_t>, &AddRow<std::uint16_t>},
+                                           {&RowGather<std::uint8_t>, &RowGather<std::uint16_t>},
+                                           {&RowSelect<std::uint8_t>, &RowSelect<std::uint16_t>}};
+    return kernels;
+}
+
+}  // namespace
+}  // namespace HWY_NAMESPACE
+}  // namespace ko
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace ko {
+namespace {
+HWY_EXPORT(Kernels);
+}
+const SquareKernels& squareKernels()
+{
+    return HWY_DYNAMIC_DISPATCH(Kernels)();
+}
+}  // namespace ko
+#endif
