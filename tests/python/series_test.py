@@ -67,6 +67,22 @@ class TestAccumulator:
         total.add(*frames_of(2))
         assert (total.frames, digest(part)) == (5, before)
 
+    def test_counts_are_held_where_frames_have_masks(self):
+        frames = frames_of(5)
+        masks = list(np.random.default_rng(2).integers(0, 2, frames.shape, "u1"))
+        masks[2:] = [np.ones_like(mask) for mask in masks[2:]]
+        whole, masked, plain = (ks.Accumulator(*EVERYTHING, level=2000) for _ in range(3))
+        whole.add(*frames, masks=masks)
+        masked.add(*frames[:2], masks=masks[:2])
+        plain.add(*frames[2:])
+        assert "counts" in masked.planes and "counts" not in plain.planes
+        added = pickle.loads(pickle.dumps(plain))
+        added.add(*frames[:2], masks=masks[:2])
+        before = digest(masked), digest(plain)
+        for first, second in ((masked, plain), (plain, masked)):
+            assert digest(ks.Accumulator(*EVERYTHING, level=2000).merge(first).merge(second)) == digest(whole)
+        assert digest(added) == digest(whole) and (digest(masked), digest(plain)) == before
+
     def test_files_hold_everything(self, tmp_path):
         sums = accumulator(frames_of(), bits=12)
         sums.save(tmp_path / "sums")
@@ -114,6 +130,23 @@ class TestReaders:
         lazy = series.dask(4)
         assert lazy.chunks[0] == (4, 4, 3)
         np.testing.assert_array_equal(lazy.compute(scheduler="synchronous"), frames)
+
+    @pytest.mark.parametrize("kind", KINDS)
+    def test_a_file_may_be_kept_open(self, kind, tmp_path):
+        frames = frames_of(5, (5, 8))
+        series = stored(kind, frames, tmp_path).map(half)
+        with series.reader() as read:
+            for index in (4, 0, -2):
+                np.testing.assert_array_equal(read(index), frames[index] // 2)
+            with pytest.raises(IndexError):
+                read(5)
+
+    @pytest.mark.parametrize("kind", ("tiff pages", "fits cube", "hdf5"))
+    def test_all_frames_of_a_file_that_is_gone_are_named(self, kind, tmp_path):
+        series = stored(kind, frames_of(3), tmp_path)
+        os.unlink(series.files(0, 3)[0])
+        _, report = ks.accumulate(series, "mean", on_error="skip", workers=1)
+        assert [name for name, _ in report.failed] == list(series.names)
 
     def test_depth_and_pattern_come_from_files_and_arguments(self, tmp_path):
         series = stored("tiff files", frames_of(1), tmp_path)

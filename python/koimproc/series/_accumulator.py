@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import copy
+import json
 from collections.abc import Sequence
 from typing import Any, Optional
 
@@ -17,7 +18,8 @@ from koimproc.series._files import PathLike, replacing
 
 Array = npt.NDArray[Any]
 
-# The planes that a result is made of, and the type of their counters; None is that of the frames.
+# The planes that a result is made of, and the type of their numbers; None is that of the frames. Counts are wanted where
+# frames have masks: without them all samples have seen every frame.
 _PLANES = {
     "mean": ("sum",),
     "var": ("sum", "squares"),
@@ -88,8 +90,6 @@ class Accumulator:
 
     def _plane_types(self) -> dict[str, Optional[str]]:
         names = {plane for name in self._what for plane in _PLANES[name]}
-        if names:
-            names.add("counts")
         return {name: kind for name, kind in _TYPES.items() if name in names}
 
     @property
@@ -104,7 +104,8 @@ class Accumulator:
 
     @property
     def planes(self) -> dict[str, Array]:
-        """The integers themselves, by name; empty before the first frame. They are not copied."""
+        """The integers themselves, by name; empty before the first frame. They are not copied. "counts" is among them where
+        a frame had a mask."""
         return dict(self._planes)
 
     def add(self, *frames: Array, masks: Optional[Sequence[Array]] = None) -> None:
@@ -129,6 +130,9 @@ class Accumulator:
         if is_first:
             self._begin(first)
         try:
+            if selecting and self._planes and "counts" not in self._planes:
+                self._planes["counts"] = self._counts()
+                self._bind()
             self._take(arrays, [record_of(mask) for mask in selecting if mask is not None])
         except BaseException:
             if is_first:
@@ -161,13 +165,22 @@ class Accumulator:
         if self is other:
             raise ArgumentError("other", "an accumulator is not merged with itself")
         if self._planes:
-            _check(native.MergeAccumulators(other._sums, self._sums), "the accumulators do not fit")
+            _check(self._add_planes(other), "the accumulators do not fit")
         elif self._frames + other._frames > native.mostAccumulatedFrames:
             _check(native.ResultOutOfRange, "")
         if self._histogram is not None and other._histogram is not None:
             self._histogram = self._histogram + other._histogram
         self._frames += other._frames
         return self
+
+    def _add_planes(self, other: Accumulator) -> native.ResultCode:
+        """Merges planes, with counts of samples if either has them."""
+        counted = [sums for sums in (self, other) if "counts" in sums._planes]
+        if counted == [other]:
+            self._planes["counts"] = self._counts()
+            self._bind()
+        theirs = other._record({"counts": other._counts(), **other._planes}) if counted == [self] else other._sums
+        return native.MergeAccumulators(theirs, self._sums)
 
     def result(self, ddof: int = 0) -> dict[str, Array]:
         """The results by name.
@@ -185,38 +198,26 @@ class Accumulator:
 
     def save(self, path: PathLike, *, durable: bool = True) -> None:
         """Write everything to a file, which appears under its name when it is complete, and if it is to be `durable` when
-        the disk has it."""
-        state = self.__getstate__()
-        arrays = {f"plane_{name}": plane for name, plane in state["planes"].items()}
-        if state["histogram"] is not None:
-            arrays["histogram"] = state["histogram"]
-        arrays["what"] = np.array(self._what)
-        arrays["dtype"] = np.array(str(self._dtype))
-        arrays["shape"] = np.array(self._shape, np.int64)
-        optional = [-1 if number is None else number for number in (self._bits, self._level)]
-        arrays["numbers"] = np.array([self._frames, *optional], np.int64)
+        the disk has it. It holds arrays as of np.save one behind the other: first what they are, as JSON."""
+        arrays = dict(self._planes)
+        if self._histogram is not None:
+            arrays["histogram"] = self._histogram
+        facts = {name: value for name, value in self.__getstate__().items() if name not in ("planes", "histogram")}
+        facts |= {"dtype": None if self._dtype is None else self._dtype.str, "arrays": list(arrays)}
         with replacing(path, durable) as file:
-            np.savez(file, **arrays)
+            for array in (np.array(json.dumps(facts)), *arrays.values()):
+                np.save(file, array)
 
     @classmethod
     def load(cls, path: PathLike) -> Accumulator:
         """Read what `save` has written."""
-        with np.load(path) as file:
-            frames, bits, level = (int(number) for number in file["numbers"])
-            dtype = str(file["dtype"])
-            accumulator = cls.__new__(cls)
-            accumulator.__setstate__(
-                {
-                    "what": tuple(str(name) for name in file["what"]),
-                    "bits": None if bits < 0 else bits,
-                    "level": None if level < 0 else level,
-                    "dtype": None if dtype == "None" else np.dtype(dtype),
-                    "shape": tuple(int(length) for length in file["shape"]),
-                    "frames": frames,
-                    "planes": {name[6:]: file[name] for name in file.files if name.startswith("plane_")},
-                    "histogram": file["histogram"] if "histogram" in file.files else None,
-                }
-            )
+        with open(path, "rb") as file:
+            facts = json.loads(str(np.load(file)))
+            planes = {name: np.load(file) for name in facts.pop("arrays")}
+        facts["what"], facts["shape"] = tuple(facts["what"]), tuple(facts["shape"])
+        facts["dtype"] = None if facts["dtype"] is None else np.dtype(facts["dtype"])
+        accumulator = cls.__new__(cls)
+        accumulator.__setstate__({**facts, "histogram": planes.pop("histogram", None), "planes": planes})
         return accumulator
 
     def __getstate__(self) -> dict[str, Any]:
@@ -258,8 +259,15 @@ class Accumulator:
 
     def _bind(self) -> None:
         """Lay the library's record over the planes."""
-        records = {name: native.SxImageBuf(plane) for name, plane in self._planes.items()}
-        self._sums = native.SxAccumulator(**records, frames=self._frames, level=self._level or 0)
+        self._sums = self._record(self._planes)
+
+    def _record(self, planes: dict[str, Array]) -> native.SxAccumulator:
+        records = {name: native.SxImageBuf(plane) for name, plane in planes.items()}
+        return native.SxAccumulator(**records, frames=self._frames, level=self._level or 0)
+
+    def _counts(self) -> Array:
+        """How many frames each sample has seen, where no frame had a mask."""
+        return np.full(self._shape, self._frames, _TYPES["counts"])
 
     def _counted(
         self, records: Sequence[native.SxImageBuf], masks: Sequence[native.SxImageBuf]

@@ -74,9 +74,12 @@ def parts_of(series: Series, frames_per_part: Optional[int], directory: PathLike
     return parts
 
 
-def write_record(part: Part, failed: Sequence[tuple[str, str]], outputs: Sequence[str] = ()) -> None:
-    """Say that a part is done. Everything that it has made must be in its place before."""
-    with replacing(part.record) as file:
+def write_record(
+    part: Part, failed: Sequence[tuple[str, str]], outputs: Sequence[str] = (), durable: bool = True
+) -> None:
+    """Say that a part is done. Everything that it has made must be in its place before. What nobody can resume need not be
+    `durable`: to wait for the disk takes longer than many a part."""
+    with replacing(part.record, durable) as file:
         file.write(json.dumps({"failed": list(failed), "outputs": list(outputs)}).encode())
 
 
@@ -229,12 +232,13 @@ def frames_of(
     series: Series, part: Part, on_error: str, failed: list[tuple[str, str]]
 ) -> Iterator[tuple[int, Any]]:
     """The frames of a part with their numbers; what cannot be read goes to `failed`, or raises."""
-    for index in range(part.start, part.stop):
-        try:
-            frame = series[index]
-        except FrameError as error:
-            if on_error == "raise":
-                raise
-            failed.append((error.name, error.message))
-            continue
-        yield index, frame
+    with series.reader() as read:
+        for index in range(part.start, part.stop):
+            try:
+                frame = read(index)
+            except FrameError as error:
+                if on_error == "raise":
+                    raise
+                failed.append((error.name, error.message))
+                continue
+            yield index, frame

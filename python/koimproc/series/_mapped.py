@@ -3,13 +3,14 @@
 from __future__ import annotations
 
 import hashlib
-from collections.abc import Callable
+from collections.abc import Callable, Iterator
+from contextlib import contextmanager
 from typing import Any
 
 import numpy as np
 
 from koimproc._frame import Frame
-from koimproc.series._sources import Array, Source, check_meaning, library, samples_of
+from koimproc.series._sources import Array, Read, Source, check_meaning, library, samples_of
 
 
 class Mapped(Source):
@@ -31,7 +32,15 @@ class Mapped(Source):
         return str(self._series.key()) + hashlib.sha256(library("cloudpickle").dumps(self._function)).hexdigest()
 
     def read(self, index: int) -> Array:
-        made = self._function(Frame(self._series[index], self._series.bits, self._series.bayer))
+        return self._made(self._series[index])
+
+    @contextmanager
+    def reader(self) -> Iterator[Read]:
+        with self._series.reader() as read:
+            yield lambda index: self._made(read(index))
+
+    def _made(self, frame: Array) -> Array:
+        made = self._function(Frame(frame, self._series.bits, self._series.bayer))
         meaning = (made.bits, made.bayer) if isinstance(made, Frame) else (None, None)
         if self._is_first:
             self.bits, self.bayer = meaning

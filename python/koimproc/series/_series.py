@@ -5,6 +5,8 @@ from __future__ import annotations
 import hashlib
 import os
 from collections.abc import Callable, Iterator, Sequence
+from contextlib import contextmanager
+from functools import partial
 from typing import Any, Optional, Union
 
 import numpy as np
@@ -13,7 +15,7 @@ import numpy.typing as npt
 from koimproc._frame import Frame
 from koimproc.series._files import PathLike
 from koimproc.series._mapped import Mapped
-from koimproc.series._sources import FrameError, Source, library, source_of
+from koimproc.series._sources import FrameError, Read, Source, library, source_of
 
 Array = npt.NDArray[Any]
 
@@ -36,7 +38,7 @@ class Series:
         self._names = tuple(source.names())
         if not self._names:
             raise ValueError("a series has at least one frame")
-        first = self._read(0)
+        first = self._read(source.read, 0)
         self._shape, self._dtype = first.shape, first.dtype
         self._stored_bits = source.bits or 8 * first.dtype.itemsize
         self._bits = bits or self._stored_bits
@@ -70,9 +72,9 @@ class Series:
         """Colours of a mosaic's first two rows; None for other frames."""
         return self._bayer
 
-    def _read(self, index: int) -> Array:
+    def _read(self, read: Read, index: int) -> Array:
         try:
-            return self._source.read(index)
+            return read(index)
         except ImportError:
             raise
         except Exception as error:  # Each of the libraries has exceptions of its own for damaged files.
@@ -81,15 +83,27 @@ class Series:
     def __getitem__(self, index: int) -> Array:
         """Read one frame. `FrameError` where it cannot be read, or differs from the first one in
         shape, dtype, depth or pattern."""
-        frame = self._read(range(len(self))[index])
+        return self._checked(self._source.read, index)
+
+    def _checked(self, read: Read, index: int) -> Array:
+        frame = self._read(read, range(len(self))[index])
         if frame.shape != self._shape or frame.dtype != self._dtype:
             raise FrameError(
                 self._names[index], f"{self._dtype} of shape {self._shape} is wanted, not {frame.dtype} of {frame.shape}"
             )
         return frame
 
+    @contextmanager
+    def reader(self) -> Iterator[Read]:
+        """A function that reads frames as ``series[index]`` does. It keeps the file of several frames open meanwhile, which
+        takes less time; one thread may call it."""
+        with self._source.reader() as read:
+            yield partial(self._checked, read)
+
     def __iter__(self) -> Iterator[Array]:
-        return (self[index] for index in range(len(self)))
+        with self.reader() as read:
+            for index in range(len(self)):
+                yield read(index)
 
     @property
     def nbytes(self) -> int:
@@ -149,7 +163,8 @@ class Series:
 
 
 def read_frames(series: Series, start: int, stop: int) -> Array:
-    return np.stack([series[index] for index in range(start, stop)])
+    with series.reader() as read:
+        return np.stack([read(index) for index in range(start, stop)])
 
 
 def open_series(

@@ -11,7 +11,9 @@ import re
 import shutil
 import subprocess
 import tempfile
-from collections.abc import Callable, Sequence
+from collections.abc import Callable, Iterator, Sequence
+from contextlib import AbstractContextManager, ExitStack, contextmanager
+from functools import lru_cache
 from pathlib import Path
 from typing import Any, Optional, Union
 
@@ -23,6 +25,7 @@ from koimproc._memory import empty
 from koimproc.series._files import PathLike
 
 Array = npt.NDArray[Any]
+Read = Callable[[int], Array]
 
 # What the tool ko writes into the description of a file; the samples stand in the high bits there.
 DESCRIPTION = re.compile(r"koimproc bits=(\d+)(?: grid=([RGB]{4}))?")
@@ -78,6 +81,11 @@ class Source:
     def read(self, index: int) -> Array:
         raise NotImplementedError
 
+    @contextmanager
+    def reader(self) -> Iterator[Read]:
+        """What reads frames as `read` does, on one thread, and keeps the file of several frames open meanwhile."""
+        yield self.read
+
     def inputs(self) -> Optional[list[str]]:
         """The frames as files that the tool ko reads; None where a frame is a part of a file."""
         return None
@@ -105,10 +113,9 @@ def _page(page: Any) -> Array:
     """The samples of a page, in the low bits."""
     bits, _ = _meaning_of(page)
     samples = samples_of(page.asarray())
-    if bits is None:
-        return samples
-    shifted: Array = samples >> (8 * samples.dtype.itemsize - bits)
-    return shifted
+    if bits is not None:
+        samples >>= 8 * samples.dtype.itemsize - bits
+    return samples
 
 
 def read_tiff(path: str) -> tuple[Array, Meaning]:
@@ -186,68 +193,99 @@ class _Stack(Source):
     def _count(self) -> int:
         raise NotImplementedError
 
+    def _opened(self) -> AbstractContextManager[Any]:
+        """What holds the frames, while their file is open."""
+        raise NotImplementedError
+
+    def _frame(self, frames: Any, index: int) -> Array:
+        return samples_of(frames[index])
+
+    def read(self, index: int) -> Array:
+        with self._opened() as frames:
+            return self._frame(frames, index)
+
+    @contextmanager
+    def reader(self) -> Iterator[Read]:
+        with ExitStack() as stack:
+            # Opened for the first frame, and again after a failure, so that it is a frame that fails.
+            @lru_cache(maxsize=1)
+            def frames() -> Any:
+                return stack.enter_context(self._opened())
+
+            yield lambda index: self._frame(frames(), index)
+
 
 class _Pages(_Stack):
     """A TIFF file with one frame per page."""
 
     def _count(self) -> int:
-        with library("tifffile").TiffFile(self._path) as file:
-            self.bits, self.bayer = _meaning_of(file.pages[0])
-            return len(file.pages)
+        with self._opened() as pages:
+            self.bits, self.bayer = _meaning_of(pages[0])
+            return len(pages)
 
-    def read(self, index: int) -> Array:
+    @contextmanager
+    def _opened(self) -> Iterator[Any]:
         with library("tifffile").TiffFile(self._path) as file:
-            check_meaning(_meaning_of(file.pages[index]), self)
-            return _page(file.pages[index])
+            yield file.pages
+
+    def _frame(self, frames: Any, index: int) -> Array:
+        page = frames[index]
+        check_meaning(_meaning_of(page), self)
+        return _page(page)
 
 
 class _Cube(_Stack):
     """A FITS cube: the last axis of the file counts frames."""
 
     def _count(self) -> int:
-        with self._opened() as file:
-            shape = file[self._dataset or 0].shape
+        with self._opened() as cube:
+            shape = cube.shape
         if len(shape) < 3:
             raise ValueError("no cube of frames")
         return int(shape[0])
 
-    def _opened(self) -> Any:
-        return library("astropy.io.fits").open(self._path)
+    @contextmanager
+    def _opened(self) -> Iterator[Any]:
+        with library("astropy.io.fits").open(self._path) as file:
+            yield file[self._dataset or 0]
 
-    def read(self, index: int) -> Array:
-        with self._opened() as file:
-            return samples_of(file[self._dataset or 0].section[index])
+    def _frame(self, frames: Any, index: int) -> Array:
+        return samples_of(frames.section[index])
 
 
 class _Hdf5(_Stack):
     """A dataset of an HDF5 file, with shape (frames, rows, columns[, channels])."""
 
     def _count(self) -> int:
-        with library("h5py").File(self._path, "r") as file:
-            return len(file[self._dataset])
+        with self._opened() as frames:
+            return len(frames)
 
-    def read(self, index: int) -> Array:
+    @contextmanager
+    def _opened(self) -> Iterator[Any]:
         with library("h5py").File(self._path, "r") as file:
-            frames = file[self._dataset]
-            if not frames.dtype.isnative:
-                return samples_of(frames[index])
-            frame = empty(frames.shape[1:], frames.dtype)
-            frames.read_direct(frame, index)
-            return frame
+            yield file[self._dataset]
+
+    def _frame(self, frames: Any, index: int) -> Array:
+        if not frames.dtype.isnative:
+            return samples_of(frames[index])
+        frame = empty(frames.shape[1:], frames.dtype)
+        frames.read_direct(frame, index)
+        return frame
 
 
 class _Zarr(_Stack):
     """A Zarr array of the same shape."""
 
-    def _array(self) -> Any:
+    @contextmanager
+    def _opened(self) -> Iterator[Any]:
         opened = library("zarr").open(self._path, mode="r")
-        return opened if self._dataset is None else opened[self._dataset]
+        yield opened if self._dataset is None else opened[self._dataset]
 
     def _count(self) -> int:
-        array = self._array()
-        meaning = array.attrs.get("koimproc", {})
-        self.bits, self.bayer = meaning.get("bits"), meaning.get("bayer")
-        return int(array.shape[0])
+        with self._opened() as array:
+            meaning = array.attrs.get("koimproc", {})
+            self.bits, self.bayer = meaning.get("bits"), meaning.get("bayer")
+            return int(array.shape[0])
 
     def files(self, start: int, stop: int) -> list[str]:
         folder = os.path.join(self._path, str(self._dataset or ""))
@@ -260,9 +298,6 @@ class _Zarr(_Stack):
         grid = itertools.product(range(start // frames, (stop - 1) // frames + 1), *map(range, counts[1:]))
         separator = kind.get("dimension_separator", ".")
         return [os.path.join(folder, separator.join(map(str, place))) for place in grid]
-
-    def read(self, index: int) -> Array:
-        return samples_of(self._array()[index])
 
 
 def _numbered(path: str) -> list[tuple[int, Union[int, str]]]:

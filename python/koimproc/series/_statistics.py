@@ -71,7 +71,7 @@ def _accumulate_part(series: Series, part: Part, on_error: str, like: Accumulato
     sums = like.empty()
     failed = _add_frames(series, part, on_error, sums.add, _OWN_BYTES)
     sums.save(_sums_of(part), durable=durable)
-    write_record(part, failed, [_sums_of(part)])
+    write_record(part, failed, [_sums_of(part)], durable)
 
 
 class _Pool:
@@ -90,7 +90,7 @@ class _Pool:
             self._free.put(sums)
 
     def accumulate_part(self, series: Series, part: Part, on_error: str) -> None:
-        write_record(part, _add_frames(series, part, on_error, self._add, _SHARED_BYTES))
+        write_record(part, _add_frames(series, part, on_error, self._add, _SHARED_BYTES), durable=False)
 
     def merged(self) -> Accumulator:
         total = self._free.get()
@@ -100,21 +100,25 @@ class _Pool:
 
 
 def _sums_of(part: Part) -> str:
-    return part.record.removesuffix(".json") + ".npz"
+    return part.record.removesuffix(".json") + ".sums"
 
 
-def _merge_files(paths: Sequence[str], merged: str) -> None:
+def _sum_of_files(paths: Sequence[str]) -> Accumulator:
     total = Accumulator.load(paths[0])
     for path in paths[1:]:
         total.merge(Accumulator.load(path))
-    total.save(merged, durable=False)
+    return total
+
+
+def _merge_files(paths: Sequence[str], merged: str) -> None:
+    _sum_of_files(paths).save(merged, durable=False)
 
 
 def _merged(engine: Team, paths: Sequence[str], directory: PathLike) -> list[str]:
     """Few accumulators that together hold what many did: the workers merge them, in a tree."""
     while len(paths) > _MERGED:
         groups = [paths[start : start + _MERGED] for start in range(0, len(paths), _MERGED)]
-        names = [os.path.join(os.path.abspath(directory), f"{secrets.token_hex(8)}.npz") for _ in groups]
+        names = [os.path.join(os.path.abspath(directory), f"{secrets.token_hex(8)}.sums") for _ in groups]
         engine.do([partial(_merge_files, group, name) for group, name in zip(groups, names)], lambda _: None)
         paths = names
     return list(paths)
@@ -170,36 +174,37 @@ def accumulate(
     if resume and work is None:
         raise ArgumentError("work", "the directory of an earlier run is wanted to resume it")
     check_engine(scheduler, workers, on_error)
+    durable = work is not None
     with ExitStack() as stack:
-        engine = stack.enter_context(team(scheduler, workers))
-        pool = _Pool(total, workers or os.cpu_count() or 1) if engine.is_here and work is None else None
-        work_on_part: Callable[..., None] = _accumulate_part
-        if pool is not None:
-            work_on_part = pool.accumulate_part
-        elif frames_per_part is None:
-            # Those who resume may have other workers then, and are to have the same parts.
-            here = scheduler == "processes" and work is None
-            frames_per_part = _part_length(series, total, (workers or os.cpu_count() or 1) if here else 8)
-        durable = work is not None
         if work is None:
             work = stack.enter_context(tempfile.TemporaryDirectory(prefix="koimproc-"))
         os.makedirs(work, exist_ok=True)
-        parts = parts_of(series, frames_per_part, work, ["accumulate", *sorted(what), str(level)])
-        report = run_parts(
-            engine,
-            series,
-            parts,
-            work_on_part,
-            (total, durable) if pool is None else (),
-            resume=resume,
-            on_error=on_error,
-            progress=progress,
-        )
-        if pool is not None:
-            return pool.merged(), report
-        merging = stack.enter_context(tempfile.TemporaryDirectory(prefix=".merge-", dir=work))
-        for path in _merged(engine, [_sums_of(part) for part in parts], merging):
-            total.merge(Accumulator.load(path))
+        with team(scheduler, workers) as engine:
+            pool = None if durable or not engine.is_here else _Pool(total, workers or os.cpu_count() or 1)
+            work_on_part: Callable[..., None] = _accumulate_part
+            if pool is not None:
+                work_on_part = pool.accumulate_part
+            elif frames_per_part is None:
+                # Those who resume may have other workers then, and are to have the same parts.
+                here = scheduler == "processes" and not durable
+                frames_per_part = _part_length(series, total, (workers or os.cpu_count() or 1) if here else 8)
+            parts = parts_of(series, frames_per_part, work, ["accumulate", *sorted(what), str(level)])
+            report = run_parts(
+                engine,
+                series,
+                parts,
+                work_on_part,
+                (total, durable) if pool is None else (),
+                resume=resume,
+                on_error=on_error,
+                progress=progress,
+            )
+            sums = []
+            if pool is None:
+                merging = stack.enter_context(tempfile.TemporaryDirectory(prefix=".merge-", dir=work))
+                sums = _merged(engine, [_sums_of(part) for part in parts], merging)
+        # Now that the processes are gone, and their memory.
+        total = _sum_of_files(sums) if pool is None else pool.merged()
     return total, report
 
 
@@ -262,9 +267,9 @@ def _describe_part(series: Series, part: Part, on_error: str) -> None:
                     "focus": _focus(frame, 2 if series.bayer else 1),
                 }
             )
-    with replacing(_rows_of(part)) as file:
+    with replacing(_rows_of(part), durable=False) as file:
         file.write(json.dumps(rows).encode())
-    write_record(part, failed, [_rows_of(part)])
+    write_record(part, failed, [_rows_of(part)], durable=False)
 
 
 def _rows_of(part: Part) -> str:
