@@ -150,6 +150,24 @@ class BadOutput(ToolTest):
         self.assertTrue(interrupted)
         self.assertTrue(self.read(kept) == b"the old result" or len(self.read(kept)) > 2 * size * size)
 
+    def test_a_series_says_how_far_it_has_come_before_a_signal_ends_it(self):
+        self.write("a.tif", tiff(200, 200, [7] * 200 * 200))
+        for i in range(200):
+            os.symlink("a.tif", self.path(f"{i}.tif"))
+        for asked, options in ((signal.SIGINT, ()), (signal.SIGTERM, ()), (signal.SIGHUP, ("--quiet",))):
+            run = subprocess.Popen([ko_files.TOOL, "median", *(f"{i}.tif" for i in range(200)), "-o", asked.name + "/",
+                                    "--radius", "9", *options], cwd=self.dir, stderr=subprocess.PIPE, text=True,
+                                   stdout=subprocess.DEVNULL)
+            while not os.path.isdir(self.path(asked.name)) or len(os.listdir(self.path(asked.name))) < 2:
+                self.assertIsNone(run.poll())
+            run.send_signal(asked)
+            said = run.communicate()[1]
+            self.assertEqual(run.returncode, -asked)
+            done = len(os.listdir(self.path(asked.name)))
+            # A file may be complete that is not counted yet.
+            said_so = [f"ko: interrupted: {count} of 200 files are done\n" for count in (done - 1, done)]
+            self.assertIn(said, [""] if options else said_so)
+
 
 if __name__ == "__main__":
     ko_files.main()

@@ -1,6 +1,7 @@
 #include "cli/batch.h"
 
 #include "cli/failure.h"
+#include "cli/interruption.h"
 #include "cli/progress_bar.h"
 #include "cli/transfer.h"
 
@@ -10,6 +11,7 @@
 
 #include <iomanip>
 #include <iostream>
+#include <optional>
 #include <sstream>
 
 namespace ko::tool {
@@ -50,6 +52,9 @@ void tellOf(const Job& job, const std::string& what, std::chrono::duration<doubl
 int runBatch(const std::vector<Job>& jobs, Verbosity verbosity, const std::function<Frame(const Job&)>& work)
 {
     const ProgressBar bar(jobs.size(), verbosity);
+    std::optional<CountOnSignal> countOnSignal;
+    if (jobs.size() > 1 && verbosity != Verbosity::Quiet)
+        countOnSignal.emplace(jobs.size(), bar.isVisible());
     const CallThreads allowed(omp_get_max_threads());  // one file at a time
     const auto start = std::chrono::steady_clock::now();
     Frame sum;
@@ -63,6 +68,8 @@ int runBatch(const std::vector<Job>& jobs, Verbosity verbosity, const std::funct
             sum.pixels += frame.pixels;
             sum.spent += frame.spent;
             ++done;
+            if (countOnSignal)
+                countOnSignal->set(done);
         });
         bar.wipe();
         if (!trouble.empty())

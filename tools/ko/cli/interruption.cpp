@@ -1,12 +1,90 @@
 #include "cli/interruption.h"
 
 #include "cli/failure.h"
+#include "cli/standard_error.h"
 
+#include <algorithm>
+#include <array>
+#include <charconv>
 #include <cstdlib>
 #include <ctime>
 #include <iostream>
+#include <mutex>
+#include <string_view>
 
 namespace ko::tool {
+namespace {
+
+// Handlers of signals get no argument.
+std::array<std::atomic<void (*)()>, 2> endingActions{};
+
+struct Count {
+    std::atomic<std::size_t> done;
+    std::atomic<std::size_t> total;  ///< 0 where nobody counts
+    std::atomic<bool> isWiped;
+} count;
+
+extern "C" void actAndEnd(int signal)
+{
+    for (const auto& place : endingActions)
+        if (const auto action = place.load())
+            action();
+    std::signal(signal, SIG_DFL);
+    std::raise(signal);
+}
+
+void tellCount()
+{
+    if (count.total == 0)
+        return;
+    std::array<char, 128> line;
+    char* at = line.data();
+    const auto add = [&](std::string_view text) { at = std::ranges::copy(text, at).out; };
+    const auto addNumber = [&](std::size_t number) {
+        at = std::to_chars(at, line.data() + line.size(), number).ptr;
+    };
+    add(count.isWiped ? "\r\033[K" : "");
+    add("ko: interrupted: ");
+    addNumber(count.done);
+    add(" of ");
+    addNumber(count.total);
+    add(" files are done\n");
+    writeError({line.data(), static_cast<std::size_t>(at - line.data())});
+}
+
+}  // namespace
+
+void beforeSignalEnds(void (*action)())
+{
+    static std::once_flag watching;
+    std::call_once(watching, [] {
+        for (const int signal : {SIGHUP, SIGINT, SIGTERM})
+            if (std::signal(signal, actAndEnd) == SIG_IGN)
+                std::signal(signal, SIG_IGN);
+    });
+    for (auto& place : endingActions)
+        if (void (*none)() = nullptr; place.compare_exchange_strong(none, action))
+            return;
+}
+
+CountOnSignal::CountOnSignal(std::size_t total, bool isWiped)
+{
+    static std::once_flag isKnown;
+    std::call_once(isKnown, [] { beforeSignalEnds(tellCount); });
+    count.isWiped = isWiped;
+    count.done = 0;
+    count.total = total;
+}
+
+CountOnSignal::~CountOnSignal()
+{
+    count.total = 0;
+}
+
+void CountOnSignal::set(std::size_t done)
+{
+    count.done = done;
+}
 
 Interruption::Interruption()
 {

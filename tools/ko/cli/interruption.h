@@ -1,8 +1,9 @@
-// Signals that ask a long series to end.
+// Signals that ask a long series to end, or end the program.
 #pragma once
 
 #include <atomic>
 #include <csignal>
+#include <cstddef>
 #include <stop_token>
 #include <thread>
 
@@ -31,6 +32,22 @@ private:
     std::stop_source m_stop;
     std::atomic<int> m_signal = 0;
     std::jthread m_watcher;
+};
+
+/// Has a function called before SIGHUP, SIGINT or SIGTERM ends the program. It may do no more than handlers of signals may.
+void beforeSignalEnds(void (*action)());
+
+/// While one lives, a signal that ends the program says how far a series has come: one line on the standard error. There
+/// is one at a time.
+class CountOnSignal {
+public:
+    /// @param isWiped  there may be a progress bar where the line goes
+    CountOnSignal(std::size_t total, bool isWiped);
+    ~CountOnSignal();
+    CountOnSignal(const CountOnSignal&) = delete;
+    CountOnSignal& operator=(const CountOnSignal&) = delete;
+
+    void set(std::size_t done);
 };
 
 /// Ends the program as the signal would have done, so that a shell's loop ends too.

@@ -17,6 +17,7 @@ public:
 
     void show(std::size_t done) const;
     void wipe() const;
+    bool isVisible() const { return m_visible; }
 
 private:
     std::string remainingTime(std::size_t done) const;

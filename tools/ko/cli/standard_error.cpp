@@ -13,18 +13,14 @@ std::mutex quietMutex;
 int quietCount = 0;
 
 /// Where the standard error went at first; negative where it is closed.
-int realError()
-{
-    static const int kept = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0);
-    return kept;
-}
+const int realError = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0);
 
 }  // namespace
 
 void writeError(std::string_view text)
 {
     while (!text.empty()) {
-        const ssize_t written = write(realError(), text.data(), text.size());
+        const ssize_t written = write(realError, text.data(), text.size());
         if (written < 0 && errno != EINTR)
             return;
         text.remove_prefix(written < 0 ? 0 : static_cast<std::size_t>(written));
@@ -34,7 +30,7 @@ void writeError(std::string_view text)
 Quiet::Quiet()
 {
     const std::lock_guard lock(quietMutex);
-    if (quietCount++ > 0 || realError() < 0)
+    if (quietCount++ > 0 || realError < 0)
         return;
     const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
     if (nowhere < 0)
@@ -46,8 +42,8 @@ Quiet::Quiet()
 Quiet::~Quiet()
 {
     const std::lock_guard lock(quietMutex);
-    if (--quietCount == 0 && realError() >= 0)
-        dup2(realError(), STDERR_FILENO);
+    if (--quietCount == 0 && realError >= 0)
+        dup2(realError, STDERR_FILENO);
 }
 
 }  // namespace ko::tool

@@ -5,7 +5,7 @@
 
 namespace ko::tool {
 
-/// Writes at once, also while somebody is quiet.
+/// Writes at once, also while somebody is quiet, and from handlers of signals.
 void writeError(std::string_view text);
 
 /// While one lives on any thread, nothing but `writeError` reaches the standard error: libpng prints every

@@ -1,6 +1,7 @@
 #include "io/replace_file.h"
 
 #include "cli/failure.h"
+#include "cli/interruption.h"
 #include "cli/transfer.h"
 
 #include <algorithm>
@@ -36,13 +37,11 @@ std::array<PendingName, 64> pendingNames;
 std::mutex namesMutex;
 std::condition_variable nameIsFree;
 
-extern "C" void removePendingFiles(int signal)
+void removePendingFiles()
 {
     for (const PendingName& name : pendingNames)
         if (name.isPending)
             unlink(name.path.data());
-    std::signal(signal, SIG_DFL);
-    std::raise(signal);
 }
 
 PendingName& takeName()
@@ -63,9 +62,7 @@ void giveBack(PendingName& name)
 
 void watchSignals()
 {
-    for (const int signal : {SIGHUP, SIGINT, SIGTERM})
-        if (std::signal(signal, removePendingFiles) == SIG_IGN)
-            std::signal(signal, SIG_IGN);
+    beforeSignalEnds(removePendingFiles);
     std::signal(SIGXFSZ, SIG_IGN);  // a file that grows too large is a failed write like any other
 }
 
