@@ -270,6 +270,33 @@ class Netpbm(ToolTest):
                 self.assertEqual(read_netpbm(self.read(f"out.{ending}")), (magic, 7, 5, top, tuple(samples)))
                 self.assertIn(f"7 x 5, {channels} channel", self.succeed("info", f"out.{ending}"))
 
+    def test_they_are_read_exactly(self):
+        for maximum, bits in ((255, 8), (100, 8), (1, 8), (4095, 12), (65535, 16), (1000, 16)):
+            levels = range(maximum + 1)
+            packed = struct.pack(f">{maximum + 1}{'B' if maximum < 256 else 'H'}", *levels)
+            text = " ".join(map(str, levels)).encode()
+            top = 2 ** bits - 1
+            expected = [(level * top + maximum // 2) // maximum << (16 - bits if bits > 8 else 0) for level in levels]
+            for head, samples in ((b"P5", packed), (b"P2", text)):
+                self.write("in.pgm", head + b" # a comment 7\n%d 1\n# another\n%d\n" % (maximum + 1, maximum) + samples)
+                self.succeed("unpack", "in.pgm", "-o", "out.tif")
+                width, _, _, found, description = read_tiff(self.read("out.tif"))
+                self.assertEqual((width, found, description), (maximum + 1, expected, f"koimproc bits={bits}"))
+        self.write("in.ppm", b"P6 2 1 65535 " + struct.pack(">6H", 1, 2, 3, 40000, 50000, 60000))
+        self.succeed("crop", "in.ppm", "--roi", "1,0,1,1", "-o", "out.tif")
+        self.assertEqual(read_tiff(self.read("out.tif"))[:4], (1, 1, 3, [40000, 50000, 60000]))
+
+    def test_damaged_ones_are_refused(self):
+        for content, says in ((b"P5 2 2 255\nabc", "is damaged or cut short: shorter than its header claims"),
+                              (b"P2 2 2 255 1 22 3333", "is damaged or cut short: a sample is missing"),
+                              (b"P5 0 2 255\n", "its header is damaged"), (b"P5 2 2 65536 ", "its header is damaged"),
+                              (b"P5 99999999999 2 255 ", "its header is damaged"), (b"P5 2", "its header is damaged"),
+                              (b"P5 2147483647 2147483647 9 a", "shorter than its header claims")):
+            self.write("in.pgm", content)
+            self.refuse("unpack", "in.pgm", "-o", "out.tif", names="in.pgm: ", says=says)
+        self.write("in.pgm", b"P5 1 1 255 a")
+        self.refuse("unpack", "in.pgm", "--page", "2", "-o", "out.tif", names="in.pgm: ", says="has no page 2, it holds 1")
+
     def test_levels_above_the_depth_are_limited(self):
         self.write("in.tif", tiff(2, 2, [0x1fff, 5, 5, 7]))
         self.succeed("demosaic", "in.tif", "--grid", "RGGB", "--bits", "12", "--half", "-o", "out.ppm")
@@ -280,6 +307,29 @@ class Netpbm(ToolTest):
         self.refuse("crop", "float.tif", "--roi", "0,0,2,1", "-o", "out.pgm", names="out.pgm: ", says="cannot be written")
         self.write("two.tif", tiff(2, 1, [1] * 4, channels=2))
         self.refuse("crop", "two.tif", "--roi", "0,0,2,1", "-o", "out.pgm", names="out.pgm: ", says="cannot be written")
+
+
+class BlackAndWhite(ToolTest):
+    def test_bits_of_a_tiff_become_bytes(self):
+        rows = [[(x * y + x) % 3 == 0 for x in range(21)] for y in range(40)]
+        strip = b"".join(int("".join("01"[bit] for bit in row).ljust(24, "0"), 2).to_bytes(3, "big") for row in rows)
+        self.write("in.tif", ko_files.tiff_of(strip, {
+            256: (3, (21,)), 257: (3, (40,)), 258: (3, (1,)), 259: (3, (1,)), 262: (3, (1,)), 273: (4, (8,)),
+            277: (3, (1,)), 278: (3, (40,)), 279: (4, (len(strip),))}))
+        self.succeed("unpack", "in.tif", "-o", "out.tif")
+        self.assertEqual(read_tiff(self.read("out.tif"))[:4], (21, 40, 1, [255 * bit for row in rows for bit in row]))
+
+
+class Jpeg2000(ToolTest):
+    def test_pictures_that_its_encoder_gives_up_on_are_refused(self):
+        for size in (1, 31, 32):
+            self.write("in.tif", tiff(size, size, [200] * size**2, bits=8))
+            if size < 32:
+                self.refuse("crop", "in.tif", "--roi", f"0,0,{size},{size}", "-o", "out.jp2", names="out.jp2: ",
+                            says="32 x 32")
+            else:
+                self.succeed("crop", "in.tif", "--roi", f"0,0,{size},{size}", "-o", "out.jp2")
+                self.succeed("stats", "out.jp2")
 
 
 class WebP(ToolTest):

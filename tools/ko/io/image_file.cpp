@@ -31,6 +31,8 @@ Picture readStored(const std::string& file, int page)
     try {
         if (isFits(file, source))
             return {readFits(source, page)};
+        if (startsAsNetpbm(source))
+            return {readNetpbm(source, page)};
         if (isRaw(file, source))
             return pictureModule().readRaw(source);
         return pictureModule().readPictureFile(source, page);
@@ -46,6 +48,8 @@ FileInfo storedInfo(const std::string& file)
     const Source source = sourceOf(file);
     if (isFits(file, source))
         return readFitsInfo(source, transfer().page);
+    if (startsAsNetpbm(source))
+        return readNetpbmInfo(source, transfer().page);
     if (isRaw(file, source))
         return pictureModule().readRawInfo(source);
     return pictureModule().readPictureInfo(source, transfer().page);

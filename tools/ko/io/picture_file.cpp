@@ -65,9 +65,11 @@ Claim claimOf(const OIIO::ImageSpec& spec)
     const int bits = spec.get_int_attribute("oiio:BitsPerSample", 8 * static_cast<int>(spec.format.size()));
     Claim claim{stored * bits / (8.0 * static_cast<double>(spec.format.size())),
                 ratioOf(spec.get_string_attribute("compression"))};
-    // Palettes and thinned-out colours take a part of what they become.
+    // Palettes and thinned-out colours take a part of what they become, and so do gray samples of a few bits, which
+    // OpenImageIO calls samples of 8.
     constexpr int rgb = 2;
-    if (spec.get_int_attribute("tiff:PhotometricInterpretation", rgb) > rgb)
+    const int kind = spec.get_int_attribute("tiff:PhotometricInterpretation", rgb);
+    if (kind > rgb || (kind < rgb && bits == 8))
         claim.ratio *= 8;
     return claim;
 }
@@ -212,6 +214,12 @@ bool isReadOnWriting(const OIIO::ImageSpec& spec, const std::string& format)
            });
 }
 
+/// Whether the last marker is that of the end.
+bool endsAsJpeg2000(const std::vector<unsigned char>& bytes)
+{
+    return bytes.size() >= 2 && bytes[bytes.size() - 2] == 0xFF && bytes.back() == 0xD9;
+}
+
 }  // namespace
 
 FileInfo readPictureInfo(const Source& source, int page)
@@ -270,6 +278,9 @@ std::vector<unsigned char> encodePicture(const Image& image, const std::string& 
         refuse("this file format cannot hold such samples");
     ensure(output->write_image(storedType(image->dataType), image->data, OIIO::AutoStride, image->stride));
     ensure(output->close());
+    // That writer tells nobody when its encoder gives up, as with pictures of fewer than 32 rows or columns.
+    if (output->format_name() == std::string("jpeg2000") && !endsAsJpeg2000(bytes))
+        refuse("its encoder fails, which wants 32 x 32 pixels or more");
     return readable ? readable->content() : bytes;
 }
 
