@@ -215,14 +215,20 @@ def _checked(
     return array
 
 
-def _overlap(array: Array, other: Array, in_place: bool) -> bool:
-    """Whether writing one array spoils the other. In place, the very same samples may be written."""
-    if in_place and (
+def is_same_memory(array: Array, other: Array) -> bool:
+    """Whether two arrays are the very same samples."""
+    same: bool = (
         array.__array_interface__["data"][0] == other.__array_interface__["data"][0]
         and array.shape == other.shape
         and array.strides == other.strides
         and array.itemsize == other.itemsize
-    ):
+    )
+    return same
+
+
+def _overlap(array: Array, other: Array, in_place: bool) -> bool:
+    """Whether writing one array spoils the other. In place, the very same samples may be written."""
+    if in_place and is_same_memory(array, other):
         return False
     try:
         return np.shares_memory(array, other, max_work=_OVERLAP_WORK)
@@ -250,9 +256,20 @@ def like(source: Source, out: Output | None, in_place: bool = False, extra: tupl
 def copied(source: Source, out: Output | None, extra: tuple[Array, ...] = ()) -> Target:
     """A target that holds the samples of a source, for operations that change an image."""
     target = like(source, out, in_place=True, extra=extra)
+    fill(target, source)
+    return target
+
+
+def fill(target: Target, source: Source) -> None:
     if target.array is not source.array:
         np.copyto(target.array, source.array)
-    return target
+
+
+def apart(mask: Array | None, target: Target) -> Array | None:
+    """A mask that stays when the target is written."""
+    if mask is None or not is_same_memory(mask, target.array):
+        return mask
+    return mask.copy()
 
 
 def need_colours(source: Source) -> None:
@@ -282,9 +299,24 @@ def number(value: object, name: str) -> float:
     """A finite number."""
     if isinstance(value, bool) or not isinstance(value, (int, float, np.integer, np.floating)):
         raise ArgumentError(name, f"a number is wanted, not {value!r}")
-    if not math.isfinite(value):
+    try:
+        finite = float(value)
+    except OverflowError:
+        finite = math.inf
+    if not math.isfinite(finite):
         raise ArgumentError(name, f"a finite number is wanted, not {value!r}")
-    return float(value)
+    return finite
+
+
+def numbers_of(values: object, kinds: str, name: str, wanted: str) -> Array:
+    """An argument of one number or several, of certain kinds of dtype."""
+    try:
+        given = np.asarray(values)
+    except ValueError:
+        given = np.empty(0, object)  # a sequence of sequences of different lengths
+    if given.dtype.kind not in kinds:
+        raise ArgumentError(name, f"{wanted}, not {values!r}")
+    return given
 
 
 def whole(value: object, name: str, lowest: int, highest: int = 2**31 - 1) -> int:

@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import math
 from typing import overload
 
 import numpy as np
@@ -54,7 +55,7 @@ def rescale_intensity(
     """Spread a range of levels over all levels, or bring samples of any type to 8 or 16 bits.
 
     A sample v becomes (v - low) * (2**bits - 1) / (high - low), rounded to the nearest whole number (halves up) and
-    limited to 0...2**bits - 1; NaN becomes 0. Of uint8 and uint16 samples the factor is taken as the nearest multiple
+    limited to 0...2**bits - 1; NaN becomes 0. Of a range of one level, samples above it become 2**bits - 1. Of uint8 and uint16 samples the factor is taken as the nearest multiple
     of 1/65536 and limited to 65535, and the rest is exact; others are computed in float64.
 
     Parameters
@@ -148,7 +149,9 @@ def _range_of(source: Source, in_range: object, mask: Array | None) -> tuple[lis
         else:
             wanted = '"image", "dtype" (of unsigned integers) or (low, high)'
             raise ArgumentError("in_range", f"{wanted} is wanted, not {in_range!r}")
-    if not isinstance(in_range, (tuple, list, np.ndarray)) or len(in_range) != 2:
+    if isinstance(in_range, np.ndarray):
+        in_range = list(in_range.reshape(-1) if in_range.ndim == 0 else in_range)
+    if not isinstance(in_range, (tuple, list)) or len(in_range) != 2:
         raise ArgumentError("in_range", f"(low, high) is wanted, not {in_range!r}")
     lows = per_colour(in_range[0], source, "in_range")
     highs = per_colour(in_range[1], source, "in_range")
@@ -188,12 +191,16 @@ def _rescale_levels(source: Source, out: Array, lows: list[float], highs: list[f
         np.copyto(out[rows], scratch, casting="unsafe")
 
 
+@np.errstate(all="ignore")  # infinities, NaN and ranges of one level are as good as other numbers
 def _rescale_numbers(array: Array, out: Array, low: float, high: float, bits: int) -> None:
     """Samples of all other types, in float64."""
     top = (1 << bits) - 1
-    factor = top / (high - low) if high > low else 0.0
+    # The width of a range may exceed the greatest double, that of its half does not.
+    part = 1.0 if math.isfinite(high - low) else 0.5
+    low, width = low * part, high * part - low * part
+    factor = np.float64(top) / width
     for rows in row_blocks(array):
-        scaled = (array[rows].astype(np.float64) - low) * factor
+        scaled = (array[rows].astype(np.float64) * part - low) * factor
         np.floor(scaled + 0.5, out=scaled)
         np.nan_to_num(np.clip(scaled, 0, top, out=scaled), copy=False, nan=0.0)
         np.copyto(out[rows], scaled, casting="unsafe")

@@ -2,7 +2,6 @@
 
 from __future__ import annotations
 
-import math
 from collections.abc import Iterable, Sequence
 from typing import Any, Union, overload
 
@@ -10,7 +9,7 @@ import numpy as np
 import numpy.typing as npt
 
 from koimproc import native
-from koimproc._arrays import Image, Output, Source, like, need_colours
+from koimproc._arrays import Image, Output, Source, like, need_colours, number, numbers_of
 from koimproc._errors import ArgumentError
 from koimproc._frame import Array, Frame, Pixels
 from koimproc._memory import empty
@@ -33,12 +32,9 @@ def row_blocks(array: Array) -> Iterable[slice]:
 def per_colour(values: Numbers, source: Source, name: str) -> list[float]:
     """One number per channel or position, from one for all, one per channel, or red, green and blue of a mosaic."""
     colours = 4 if source.bayer else source.channels
-    if type(values) in (int, float) and math.isfinite(values):  # type: ignore[arg-type]
-        return [float(values)] * colours  # type: ignore[arg-type]
-    given = np.asarray(values)
-    if given.dtype.kind not in "iuf":
-        raise ArgumentError(name, f"numbers are wanted, not {values!r}")
-    given = given.astype(np.float64)
+    if type(values) in (int, float):
+        return [number(values, name)] * colours
+    given = numbers_of(values, "iuf", name, "numbers are wanted").astype(np.float64)
     if given.ndim == 0:
         numbers = [float(given)] * colours
     elif source.bayer and given.shape == (3,):
@@ -118,6 +114,8 @@ def white_balance(
     source = Source(image, mosaic=True)
     need_colours(source)
     factors = per_colour(gains, source, "gains")
+    if not all(0 <= factor <= 65535 for factor in factors):
+        raise ArgumentError("gains", f"gains of 0...65535 are wanted, not {gains!r}")
     levels = black_levels(black, source)
     target = like(source, out, in_place=True)
     run(threads, native.WhiteBalance, source.record, target.record, factors, levels)

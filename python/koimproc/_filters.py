@@ -183,7 +183,7 @@ def distance(mask: Image, metric: str = "5x5", *, out: Array | None = None) -> A
     >>> ko.distance(np.array([[1, 0, 0, 0]], np.uint8))
     array([[0., 1., 2., 3.]])
     """
-    if metric not in _METRICS:
+    if not isinstance(metric, str) or metric not in _METRICS:
         raise ArgumentError("metric", f"one of {', '.join(_METRICS)} is wanted, not {metric!r}")
     array = array_of(mask, "mask")
     if array.ndim != 2:

@@ -15,10 +15,15 @@ import numpy as np
 
 from koimproc._arrays import CAMERA_SAMPLES
 from koimproc._errors import ArgumentError
-from koimproc._frame import DEPTHS, Array, Frame
+from koimproc._frame import DEPTHS, GRIDS, Array, Frame
 
 # What the tool ko writes into the description of a file; the samples stand in the high bits there.
 _DESCRIPTION = re.compile(r"koimproc bits=(\d+)(?: grid=([RGB]{4}))?")
+# The head of a binary PGM or PPM file: kind, columns, rows, maximum.
+_NETPBM = re.compile(rb"P([56])" + 3 * rb"(?:\s|#[^\n]*\n)+(\d+)" + rb"\s")
+
+
+_FITS = re.compile(r"\.(fits|fit|fts)(\.gz)?", re.IGNORECASE)
 
 
 def _openimageio() -> Any:
@@ -28,11 +33,27 @@ def _openimageio() -> Any:
         raise ImportError("imread needs OpenImageIO for Python: Debian's package python3-openimageio") from None
 
 
+def read_fits(path: str) -> tuple[Array, str | None]:
+    """The first image of a FITS file, its first row as row 0 and the planes of a cube as channels, and its pattern."""
+    try:
+        fits = importlib.import_module("astropy.io.fits")
+    except ImportError:
+        raise ImportError("FITS files need astropy: Debian's package python3-astropy") from None
+    with fits.open(path, memmap=False) as file:
+        image = next((part for part in file if part.is_image and part.data is not None and part.data.ndim >= 2), None)
+        if image is None:
+            raise OSError("no image in the file")
+        samples = np.moveaxis(image.data, 0, -1) if image.data.ndim == 3 else image.data
+        pattern = image.header.get("BAYERPAT")
+        native_order = samples.dtype.newbyteorder("=")
+        return np.ascontiguousarray(samples, native_order), pattern if pattern in GRIDS else None
+
+
 def imread(path: str | os.PathLike[str]) -> Frame:
     """Read a picture, or the mosaic of a camera's raw file.
 
-    Pictures are read by OpenImageIO (PNG, TIFF, JPEG, EXR, FITS and others) as they lie in the file. Files that the
-    tool `ko` has written say their depth and pattern, which the frame takes over. A camera's raw file is read by the
+    Pictures are read by OpenImageIO (PNG, TIFF, JPEG, EXR and others) as they lie in the file, FITS files by astropy.
+    Files that the tool `ko` has written say their depth and pattern, which the frame takes over. A camera's raw file is read by the
     tool `ko`, which subtracts the black levels and changes nothing else.
 
     Parameters
@@ -43,12 +64,12 @@ def imread(path: str | os.PathLike[str]) -> Frame:
     Returns
     -------
     Frame
-        Of shape (rows, columns) or (rows, columns, channels), in the dtype of the file.
+        Of shape (rows, columns) or (rows, columns, channels), in the dtype of the file; halves become float32.
 
     Raises
     ------
     ImportError
-        Without the package python3-openimageio.
+        Without the package python3-openimageio; for FITS files without python3-astropy.
     OSError
         For a file that cannot be read, and for a raw file without the tool `ko`.
     ArgumentError
@@ -63,8 +84,16 @@ def imread(path: str | os.PathLike[str]) -> Frame:
     ...     print("no file")
     no file
     """
+    name = os.fsdecode(path)
+    if _FITS.fullmatch("".join(Path(name).suffixes[-2:])) or _FITS.fullmatch(Path(name).suffix):
+        try:
+            samples, pattern = read_fits(name)
+        except FileNotFoundError:
+            raise
+        except OSError as error:
+            raise OSError(f"{name}: {error}") from None
+        return _frame(samples, 1, None, name, pattern)
     oiio = _openimageio()
-    name = os.fspath(path)
     as_stored = oiio.ImageSpec()
     as_stored.attribute("oiio:UnassociatedAlpha", 1)
     opened = oiio.ImageInput.open(name, as_stored)
@@ -73,6 +102,11 @@ def imread(path: str | os.PathLike[str]) -> Frame:
     if opened.format_name() == "raw":
         opened.close()
         return _read_raw(name)
+    if opened.format_name() == "pnm":
+        found = _NETPBM.match(Path(name).read_bytes())
+        if found is not None:
+            opened.close()
+            return _read_netpbm(found, name)
     try:
         spec = opened.spec()
         pixels = opened.read_image(0, 0, 0, spec.nchannels, spec.format)
@@ -84,13 +118,32 @@ def imread(path: str | os.PathLike[str]) -> Frame:
     return _frame(np.asarray(pixels), spec.nchannels, description, name)
 
 
-def _frame(pixels: Array, channels: int, description: re.Match[str] | None, name: str) -> Frame:
-    if pixels.ndim == 3 and channels == 1:
+def _read_netpbm(head: re.Match[bytes], name: str) -> Frame:
+    """As the tool reads it; OpenImageIO moves half of the levels of 16 bits by one."""
+    kind, columns, rows, maximum = (int(number) for number in head.groups())
+    channels = 3 if kind == 6 else 1
+    dtype: np.dtype[Any] = np.dtype(">u2") if maximum > 255 else np.dtype(np.uint8)
+    samples = head.string[head.end() :][: rows * columns * channels * dtype.itemsize]
+    if not 1 <= maximum <= 65535 or len(samples) < rows * columns * channels * dtype.itemsize:
+        raise OSError(f"{name}: is damaged or cut short")
+    levels = np.frombuffer(samples, dtype).astype(np.uint32).clip(max=maximum)
+    depth = maximum.bit_length() if maximum > 255 and maximum & (maximum + 1) == 0 else DEPTHS[dtype.newbyteorder("=")]
+    levels = (levels * (2**depth - 1) + maximum // 2) // maximum
+    shape = (rows, columns) if channels == 1 else (rows, columns, channels)
+    return Frame(levels.astype(dtype.newbyteorder("=")).reshape(shape), depth)
+
+
+def _frame(
+    pixels: Array, channels: int, description: re.Match[str] | None, name: str, bayer: str | None = None
+) -> Frame:
+    if pixels.ndim == 3 and channels == 1 == pixels.shape[2]:
         pixels = pixels[:, :, 0]
+    if pixels.dtype == np.float16:
+        pixels = pixels.astype(np.float32)
     if pixels.dtype not in DEPTHS or pixels.ndim not in (2, 3):
         raise ArgumentError("path", f"{name}: no frame has samples of {pixels.dtype} and shape {pixels.shape}")
     if description is None or pixels.dtype not in CAMERA_SAMPLES:
-        return Frame(np.ascontiguousarray(pixels))
+        return Frame(np.ascontiguousarray(pixels), bayer=bayer)
     bits = min(int(description[1]), DEPTHS[pixels.dtype])
     return Frame(pixels >> (DEPTHS[pixels.dtype] - bits), bits, description[2])
 

@@ -99,7 +99,14 @@ def _entropy(counts: Counts, base: float, order: float) -> float:
     share = found / found.sum()
     if order == 1:
         return float(abs(np.dot(share, np.log2(share)))) / math.log2(base)
-    return float(np.log(np.sum(share**order))) / (1 - order) / math.log(base)
+    if abs(order - 1) < 0.5:
+        # Near Shannon's order the sum is 1 but for a little, which alone counts.
+        logarithm = math.log1p(float(np.dot(share, np.expm1((order - 1) * np.log(share)))))
+    else:
+        # Powers of the shares themselves would vanish at high orders.
+        largest = float(share.max())
+        logarithm = math.log(float(np.sum((share / largest) ** order))) + order * math.log(largest)
+    return logarithm / (1 - order) / math.log(base)
 
 
 def entropy(image: Image, mask: Image | None = None, *, base: float = 2, order: float = 1) -> Any:

@@ -16,15 +16,17 @@ from koimproc._arrays import (
     Output,
     Source,
     Target,
+    is_same_memory,
     mask_of,
     need_colours,
     number,
+    numbers_of,
     record_of,
     whole,
 )
 from koimproc._errors import ArgumentError
 from koimproc._frame import Array, Frame, Pixels, array_of
-from koimproc._threads import run
+from koimproc._threads import limit, run
 
 
 def ellipse_mask(semi_major: int, semi_minor: int, angle: float = 0.0) -> Array:
@@ -106,6 +108,9 @@ def _combined(
     right = mask_of(array_of(second, "other"), one.shape, "other")
     assert left is not None and right is not None
     target = Target(out, one.shape, BOOL, reads=(left, right), in_place=True)
+    if is_same_memory(left, target.array):
+        # The first step overwrites the target, and the order does not matter to the result.
+        left, right = right, left
     run(threads, native.Binarize, record_of(right), target.record, 1)
     run(threads, operation, record_of(left), target.record, 1)
     return target.array
@@ -119,7 +124,7 @@ def logical_and(mask: Image, other: Image, *, out: Array | None = None, threads:
     mask, other : array
         bool or uint8, of one shape (rows, columns).
     out : ndarray of bool, optional
-        Where the result goes: of that shape. May be `other` itself.
+        Where the result goes: of that shape. May be `mask` or `other` itself.
     threads : int, optional
         How many threads may work, see `threads`.
 
@@ -177,9 +182,10 @@ def logical_xor(mask: Image, other: Image, *, out: Array | None = None, threads:
 
 def _margins(width: object) -> tuple[int, int, int, int]:
     """Top, bottom, left, right, from what np.pad takes."""
-    given = np.asarray(width)
-    if given.dtype.kind not in "iu" or given.shape not in ((), (1,), (2,), (1, 2), (2, 1), (2, 2)):
-        raise ArgumentError("pad_width", f"a number, (before, after) or ((top, bottom), (left, right)), not {width!r}")
+    wanted = "a number, (before, after) or ((top, bottom), (left, right)) is wanted"
+    given = numbers_of(width, "iu", "pad_width", wanted)
+    if given.shape not in ((), (1,), (2,), (1, 2), (2, 1), (2, 2)):
+        raise ArgumentError("pad_width", f"{wanted}, not {width!r}")
     top, bottom, left, right = (int(number) for number in np.broadcast_to(given, (2, 2)).ravel())
     if min(top, bottom, left, right) < 0:
         raise ArgumentError("pad_width", f"widths of 0 or more are wanted, not {width!r}")
@@ -247,11 +253,14 @@ def pad(
     if mode == "symmetric" and (max(top, bottom) > rows or max(left, right) > columns):
         raise ArgumentError("pad_width", f"at most {rows} rows and {columns} columns can be mirrored")
     shape = (rows + top + bottom, columns + left + right, *source.shape[2:])
+    if max(shape) >= 2**31:
+        raise ArgumentError("pad_width", f"at most {2**31 - 1} rows and columns can be made, not {shape[:2]}")
     bits = None if source.frame is None else source.bits
     target = Target(out, shape, source.dtype, bits, reads=(source.array,))
     if mode == "constant":
-        target.array[...] = 0
-        target.array[top : top + rows, left : left + columns] = source.array
+        with limit(threads):
+            target.array[...] = 0
+            target.array[top : top + rows, left : left + columns] = source.array
     elif target.array.size:
         run(
             threads, native.CreateImageWithMirroredBorder,

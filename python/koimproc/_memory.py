@@ -58,6 +58,8 @@ def empty(shape: tuple[int, ...], dtype: np.dtype[Any]) -> Array:
     """An array of undefined contents, as of np.empty."""
     size = math.prod(shape) * dtype.itemsize
     if not _LEAST <= size <= _MOST:
+        if size >= 2**63:
+            raise MemoryError(f"an array of shape {shape} is larger than any memory")
         return np.empty(shape, dtype)
     try:
         block = _spare[size].pop()

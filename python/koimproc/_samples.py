@@ -13,14 +13,17 @@ from koimproc._arrays import (
     Output,
     Source,
     Target,
+    apart,
     copied,
+    fill,
     flat,
+    like,
     mask_of,
     record_of,
 )
 from koimproc._errors import SampleTypeError
 from koimproc._frame import Array, Frame, Pixels
-from koimproc._threads import run
+from koimproc._threads import limit, run
 
 
 def masked(target: Target, source: Source, mask: Array | None, threads: int | None) -> Frame | Array:
@@ -105,8 +108,9 @@ def clip_to_depth(image: Image, *, out: Output | None = None, threads: int | Non
     array([[4000, 4095]], dtype=uint16)
     """
     source = Source(image, mosaic=True)
-    target = copied(source, out)
-    run(threads, native.ClampToColorDepth, target.record)
+    with limit(threads):
+        target = copied(source, out)
+        run(None, native.ClampToColorDepth, target.record)
     return target.result(source.frame)
 
 
@@ -158,5 +162,8 @@ def apply_mask(
     selected = mask_of(mask, source.shape)
     if selected is None:
         raise SampleTypeError("mask", "an array is wanted, not NoneType")
-    target = copied(source, out, (selected,))
-    return masked(target, source, selected, threads)
+    with limit(threads):
+        target = like(source, out, in_place=True, extra=(selected,))
+        kept = apart(selected, target)
+        fill(target, source)
+        return masked(target, source, kept, None)

@@ -89,7 +89,7 @@ def active_contour(
         raise ArgumentError("image", f"the shape (rows, columns) of 3 x 3 or more is wanted, not {source.shape}")
     try:
         given = np.asarray(points, np.float64)
-    except (TypeError, ValueError):
+    except (TypeError, ValueError, OverflowError):
         raise ArgumentError("points", "rows of two numbers are wanted") from None
     if given.ndim != 2 or given.shape[1] != 2 or given.shape[0] == 0:
         raise ArgumentError("points", f"the shape (n, 2) with one point or more is wanted, not {given.shape}")

@@ -286,12 +286,30 @@ def minmax(image: Image, mask: Image | None = None, *, threads: int | None = Non
     selected = mask_of(mask, source.shape)
     with limit(threads):
         lows, highs = _extremes(source, selected)
+        if source.dtype.kind == "f" and (math.inf in highs or -math.inf in lows):
+            lows, highs = _with_infinities(source, selected, lows, highs)
     for low, high in zip(lows, highs):
         if low > high:
             raise ArgumentError("image" if mask is None else "mask", "no sample counts")
     if is_single(source):
         return lows[0], highs[0]
     return np.array(lows, source.dtype), np.array(highs, source.dtype)
+
+
+def _with_infinities(
+    source: Source, mask: Array | None, lows: list[float], highs: list[float]
+) -> tuple[list[float], list[float]]:
+    """The library looks for the least sample below the greatest finite number, and likewise for the greatest: where all
+    are infinite there is none."""
+    largest = float(np.finfo(source.dtype).max)
+    samples = source.array if source.array.ndim == 3 else source.array[..., None]
+    for channel, (low, high) in enumerate(zip(lows, highs)):
+        found = samples[..., channel] if mask is None else samples[..., channel][mask != 0]
+        if (low, high) == (largest, math.inf):
+            lows[channel] = float(np.fmin.reduce(found, None))
+        elif (low, high) == (-math.inf, -largest):
+            highs[channel] = float(np.fmax.reduce(found, None))
+    return lows, highs
 
 
 def _extremes(source: Source, mask: Array | None) -> tuple[list[Any], list[Any]]:

@@ -15,26 +15,34 @@ from koimproc._arrays import (
     Output,
     Source,
     Target,
+    apart,
     copied,
     flat,
     like,
     mask_of,
+    numbers_of,
 )
 from koimproc._correct import Numbers
 from koimproc._errors import ArgumentError
 from koimproc._frame import Array, Frame, Pixels
 from koimproc._samples import masked
-from koimproc._threads import run
+from koimproc._threads import limit, run
 
 
 def _levels(values: object, source: Source, name: str) -> list[Any]:
     """One number per channel, of the kind of the samples and within their type."""
     if type(values) is int and 0 <= values <= 127:  # in every type
         return [values] * source.channels
-    given = np.asarray(values)
-    if given.dtype.kind not in "iuf" or given.shape not in ((), (source.channels,)):
+    numbers: list[Any]
+    if isinstance(values, (tuple, list)) and all(type(value) is int for value in values):
+        numbers = list(values)  # of some of 64 bits NumPy would make floating-point numbers
+    else:
+        given = numbers_of(values, "iuf", name, "one number, or one per channel, is wanted")
+        numbers = given.tolist() if given.ndim else [given.item()] * source.channels
+        if given.ndim > 1:
+            numbers = []
+    if len(numbers) != source.channels:
         raise ArgumentError(name, f"one number, or one per channel, is wanted, not {values!r}")
-    numbers = given.tolist() if given.ndim else [given.item()] * source.channels
     if source.dtype.kind == "f":
         return [float(number) for number in numbers]
     limits = np.iinfo(source.dtype)
@@ -126,6 +134,7 @@ def threshold(
     highs = [_highest(source)] * source.channels if high is None else _levels(high, source, "high")
     selected = mask_of(mask, source.shape)
     target = like(source, out, in_place=True, extra=() if selected is None else (selected,))
+    selected = apart(selected, target)
     pixels, result = source.record, target.record
     if source.channels > 1 and len(set(levels)) == len(set(lows)) == len(set(highs)) == 1:
         pixels, result = native.SxImageBuf(flat(source.array)), native.SxImageBuf(flat(target.array))
@@ -227,6 +236,7 @@ def threshold_to_zero(
     """
     source = Source(image, ALL_SAMPLES, mosaic=True)
     levels = _levels(level, source, "level")
-    target = copied(source, out)
-    run(threads, native.ThresholdGT, target.record, levels, [0] * source.channels, False)
+    with limit(threads):
+        target = copied(source, out)
+        run(None, native.ThresholdGT, target.record, levels, [0] * source.channels, False)
     return target.result(source.frame)

@@ -11,7 +11,7 @@ from koimproc import native
 from koimproc._arrays import Image, Output, Source, flat, like, mask_of, need_colours
 from koimproc._errors import ArgumentError
 from koimproc._frame import Array, Frame, Pixels
-from koimproc._stats import counts_of
+from koimproc._stats import Counts, counts_of
 from koimproc._threads import limit, run
 
 # Samples that are looked up at a time, so that the indices stay in the cache.
@@ -95,12 +95,33 @@ def equalize_hist(
         raise ArgumentError("mask" if mask is not None else "image", "no sample counts")
     part = np.cumsum(counts / number)
     table = np.minimum(source.top * part, source.top).astype(source.dtype)
-    if source.channels == 4:
-        look_up(table, source.array[..., colours], target.array[..., colours])
-        target.array[..., 3] = source.array[..., 3]
-    else:
-        look_up(table, source.array, target.array)
+    with limit(threads):
+        if source.channels == 4:
+            look_up(table, source.array[..., colours], target.array[..., colours])
+            target.array[..., 3] = source.array[..., 3]
+        else:
+            look_up(table, source.array, target.array)
     return target.result(source.frame)
+
+
+def _to_match(counts: Counts, reference: Counts) -> npt.NDArray[np.uint32]:
+    """The histogram to be matched that gives every level of an image the exact one.
+
+    The library compares shares as sums of doubles, so equal ones may differ. This is the histogram that the result is to
+    have, twice and with one sample moved from its last level to its first: no share is then nearer to one of the image's
+    than half a sample.
+    """
+    below, wanted = np.cumsum(counts), np.cumsum(reference)
+    number, others = int(below[-1]), int(wanted[-1])
+    ours: npt.NDArray[Any] = below
+    theirs: npt.NDArray[Any] = wanted
+    if number * others >= 2**64:
+        ours, theirs = below.astype(object), wanted.astype(object)
+    level = np.searchsorted(theirs * number, ours * others)
+    moved = np.searchsorted(level, np.arange(counts.size), side="right")
+    sums = np.concatenate((np.zeros(1, np.uint64), below))[moved]
+    twice = 2 * sums + ((sums > 0) & (sums < number))
+    return np.diff(twice, prepend=np.uint64(0)).astype(np.uint32)
 
 
 @overload
@@ -163,13 +184,14 @@ def match_histograms(
     target = like(source, out, in_place=True, extra=(wanted.array,))
     if source.array.size == 0:
         return target.result(source.frame)
-    counts = counts_of(wanted, None, "reference").astype(np.uint32)
+    counts = counts_of(wanted, None, "reference")
     limits: npt.NDArray[Any] = np.array([np.flatnonzero(row)[-1] for row in counts], source.dtype)
-    if source.channels == 4 and target.array is not source.array:
-        target.array[..., 3] = source.array[..., 3]
+    matched = np.stack([_to_match(*rows) for rows in zip(counts_of(source, None, strict=False), counts)])
     with limit(threads):
-        run(None, native.HistogramMatch, source.record, native.CxImageHistogram(counts), target.record)
-    # Shares that differ by rounding alone find no level, and give the greatest value of the dtype.
+        if source.channels == 4 and target.array is not source.array:
+            target.array[..., 3] = source.array[..., 3]
+        run(None, native.HistogramMatch, source.record, native.CxImageHistogram(matched), target.record)
+    # A last share that rounding has made less than 1 is none, and gives the greatest value of the dtype.
     colours = target.array[..., :3] if source.channels == 4 else target.array
     np.minimum(colours, limits[:3] if source.channels == 4 else limits, out=colours)
     return target.result(source.frame)

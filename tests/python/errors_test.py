@@ -223,3 +223,32 @@ def test_the_table_is_that_of_the_headers():
     made = subprocess.run([sys.executable, "-B", ROOT / "tools/python/checks_table.py", ROOT / "include",
                            ROOT / "python/koimproc"], check=True, capture_output=True, text=True).stdout
     assert made == (ROOT / "python/koimproc/_checks.py").read_text(), "renew it: see tools/python/checks_table.py"
+
+
+@pytest.mark.parametrize("value", [10**400, [1, [2]], "a", None, [1, 2, 3, 4, 5]])
+def test_what_is_no_number_for_each_colour(value):
+    a = np.zeros((3, 4), np.uint8)
+    for name, call in (("gains", lambda: ko.white_balance(a, value)),
+                       ("black", lambda: ko.white_balance(a, 1, black=value)),
+                       ("level", lambda: ko.threshold(a, value)),
+                       ("base", lambda: ko.entropy(a, base=value)),
+                       ("in_range", lambda: ko.rescale_intensity(a, (0, value))),
+                       ("pad_width", lambda: ko.pad(a, value)),
+                       ("points", lambda: ko.active_contour(a, value)),
+                       ("metric", lambda: ko.distance(a, value))):
+        with pytest.raises(ko.ArgumentError) as caught:
+            call()
+        assert caught.value.argument == name
+
+
+def test_what_no_picture_is_large_enough_for():
+    a = np.zeros((3, 4), np.uint8)
+    for width in (2**31, 2**40, 2**62):
+        with pytest.raises(ko.ArgumentError, match="pad_width"):
+            ko.pad(a, width, "constant")
+    with pytest.raises(MemoryError):
+        ko.pad(a.astype(np.uint64), 2**29, "constant")
+    with pytest.raises(ko.ArgumentError, match="0...65535"):
+        ko.white_balance(a, -1)
+    with pytest.raises(ko.ArgumentError, match="in_range"):
+        ko.rescale_intensity(a, np.array(2))

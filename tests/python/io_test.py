@@ -79,3 +79,45 @@ def test_a_raw_file_without_the_tool_names_the_tool(monkeypatch):
     monkeypatch.setattr(shutil, "which", lambda name: None)
     with pytest.raises(OSError, match="koimproc-tools"):
         koimproc._io._read_raw("a.dng")
+
+
+@pytest.mark.parametrize("maximum, bits", [(255, 8), (100, 8), (1, 8), (4095, 12), (1023, 10), (65535, 16), (1000, 16)])
+@pytest.mark.parametrize("channels", [1, 3])
+def test_binary_netpbm_files_are_read_exactly(tmp_path, maximum, bits, channels):
+    levels = np.arange(maximum + 1, dtype=">u2" if maximum > 255 else np.uint8).repeat(3)
+    kind = 5 if channels == 1 else 6
+    columns = levels.size // channels
+    (tmp_path / "a.pnm").write_bytes(b"P%d #c 1\n%d 1 # \n%d\n" % (kind, columns, maximum) + levels.tobytes() + b"rest")
+    f = ko.imread(tmp_path / "a.pnm")
+    top = 2**bits - 1
+    expected = (levels.astype(int) * top + maximum // 2) // maximum
+    assert f.bits == bits and np.array_equal(np.asarray(f).ravel(), expected)
+    assert f.shape == ((1, columns) if channels == 1 else (1, columns, 3))
+    (tmp_path / "a.pnm").write_bytes(b"P5 2 2 65535 1234567")
+    with pytest.raises(OSError, match="cut short"):
+        ko.imread(os.fsencode(tmp_path / "a.pnm"))
+
+
+def test_halves_become_floats(tmp_path):
+    a = np.array([[0.5, -2.0, 65504.0]], np.float16)
+    name = str(tmp_path / "a.exr")
+    output = oiio.ImageOutput.create(name)
+    output.open(name, oiio.ImageSpec(3, 1, 1, oiio.HALF))
+    output.write_image(a[..., None])
+    output.close()
+    assert ko.imread(name).dtype == np.float32 and np.array_equal(ko.imread(name), a)
+
+
+def test_fits_files_are_read_as_astropy_reads_them(tmp_path):
+    fits = pytest.importorskip("astropy.io.fits")
+    a = random_picture((3, 5, 8), np.uint16)
+    image = fits.ImageHDU(a[0])
+    image.header["BAYERPAT"] = "GBRG"
+    fits.HDUList([fits.PrimaryHDU(), image]).writeto(tmp_path / "mosaic.fits")
+    fits.PrimaryHDU(a).writeto(tmp_path / "colours.FIT.gz")
+    f = ko.imread(tmp_path / "mosaic.fits")
+    assert (f.dtype, f.bits, f.bayer) == (np.uint16, 16, "GBRG") and np.array_equal(f, a[0])
+    assert np.array_equal(ko.imread(tmp_path / "colours.FIT.gz"), np.moveaxis(a, 0, -1))
+    (tmp_path / "bad.fits").write_text("nonsense")
+    with pytest.raises(OSError, match="bad.fits"):
+        ko.imread(tmp_path / "bad.fits")

@@ -138,3 +138,29 @@ def test_widths_of_pad():
         assert caught.value.argument == "pad_width"
     with pytest.raises(ko.ArgumentError):
         ko.pad(a, 1, "reflect")
+
+
+@pytest.mark.parametrize("name", ["logical_and", "logical_or", "logical_xor"])
+def test_logic_in_place_of_either_mask(name):
+    one = np.array([[0, 0, 1, 1]], np.uint8)
+    other = np.array([[0, 1, 0, 1]], np.uint8)
+    expected = getattr(np, name)(one, other)
+    for place in (0, 1):
+        given = [one.astype(bool), other.astype(bool)]
+        assert getattr(ko, name)(*given, out=given[place]) is given[place]
+        assert np.array_equal(given[place], expected)
+
+
+def test_a_result_in_place_of_its_mask():
+    a = np.array([[0, 1, 2, 3]], np.uint8)
+    mask = np.array([[1, 0, 1, 0]], np.uint8)
+    assert ko.apply_mask(a, mask, out=mask).tolist() == [[0, 0, 2, 0]]
+    mask = np.array([[1, 0, 1, 0]], np.uint8)
+    assert ko.threshold(a, 1, low=5, high=9, mask=mask, out=mask).tolist() == [[5, 0, 9, 0]]
+    assert ko.threshold(a, 1, low=5, high=9, mask=a, out=a).tolist() == [[0, 5, 9, 9]]
+
+
+def test_levels_of_64_bits_stay_whole():
+    a = np.array([[[2**64 - 1, 2**63 + 1, 5]]], np.uint64)
+    assert ko.greater(a, [2**64 - 2, 2**63, 5]).tolist() == [[[True, True, False]]]
+    assert ko.threshold(a, 0, high=[2**64 - 1, 1, 2]).tolist() == [[[2**64 - 1, 1, 2]]]

@@ -187,3 +187,21 @@ def test_joint_histogram_is_that_of_numpy(a, layout, data):
     expected = np.zeros((256, 256), int)
     np.add.at(expected, (selected(a, mask).ravel(), selected(b, mask).ravel()), 1)
     assert np.array_equal(h, expected)
+
+
+@pytest.mark.parametrize("dtype", [np.float32, np.float64])
+def test_infinities_are_extremes(dtype):
+    infinite = np.array([[np.inf, np.nan, np.inf]], dtype)
+    assert ko.minmax(infinite) == (np.inf, np.inf)
+    assert ko.minmax(-infinite) == (-np.inf, -np.inf)
+    largest = np.finfo(dtype).max
+    mixed = np.stack((infinite, -infinite, np.full((1, 3), largest, dtype)), 2)
+    mask = np.ones((1, 3), bool)
+    for low, high in (ko.minmax(mixed), ko.minmax(mixed, mask)):
+        assert low.tolist() == [np.inf, -np.inf, largest] and high.tolist() == low.tolist()
+
+
+def test_entropy_of_extreme_orders():
+    a = np.arange(256, dtype=np.uint8).reshape(16, 16)
+    for order in (1e-300, 1 - 1e-10, 1 + 1e-10, 0.5, 1.5, 200, 1e300):
+        assert ko.entropy(a, order=order) == pytest.approx(8, abs=1e-12)

@@ -113,3 +113,19 @@ def test_ctrl_c_waits_for_the_call_that_runs():
             ko.median(a, 20, out=out, threads=1)
     assert unfinished == [True] and np.array_equal(out, expected)
     assert np.array_equal(ko.median(a, 20), expected), "and the next call works"
+
+
+@pytest.mark.parametrize("call", [
+    lambda a, out: ko.clip_to_depth(a, out=out, threads=0),
+    lambda a, out: ko.threshold_to_zero(a, 1, out=out, threads=0),
+    lambda a, out: ko.apply_mask(a, a[..., 0], out=out, threads=0),
+    lambda a, out: ko.equalize_hist(a, a[..., 0] + 1, out=out, threads=0),
+    lambda a, out: ko.match_histograms(a, a, out=out, threads=0),
+    lambda a, out: ko.pad(a, 0, "constant", out=out, threads=0),
+])
+def test_no_threads_at_all_are_refused_before_anything_is_written(call):
+    a = random_picture((5, 6, 4), np.uint8) // 2
+    out = np.full_like(a, 201)
+    with pytest.raises(ko.ArgumentError, match="threads"):
+        call(a, out)
+    assert (out == 201).all()

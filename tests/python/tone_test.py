@@ -182,3 +182,24 @@ def test_a_stack_is_a_series():
     assert caught.value.argument == "images[1]"
     with pytest.raises(ko.ArgumentError):
         ko.average([])
+
+
+@given(st.integers(0, 2**32))
+def test_equal_shares_are_matched_exactly(seed):
+    random = np.random.default_rng(seed)
+    a = random.integers(0, 12, (9, 11)).astype(np.uint8)
+    reference = random.integers(0, 12, (9, 22)).astype(np.uint8)
+    below = np.cumsum(np.bincount(a.ravel(), minlength=256)) * reference.size
+    wanted = np.cumsum(np.bincount(reference.ravel(), minlength=256)) * a.size
+    assert np.array_equal(ko.match_histograms(a, reference), np.searchsorted(wanted, below)[a])
+
+
+def test_ranges_of_all_sizes():
+    def bytes_of(samples, *in_range):
+        return ko.rescale_intensity(np.array([samples]), *in_range, dtype=np.uint8).tolist()[0]
+
+    with np.errstate(all="raise"):
+        assert bytes_of([-1.7e308, 0.0, 1.7e308]) == [0, 128, 255]
+        assert bytes_of([4.0, 5.0, 6.0, np.nan, np.inf, -np.inf], (5, 5)) == [0, 0, 255, 0, 255, 0]
+        assert bytes_of([7.0, 7.0]) == [0, 0]
+    assert ko.rescale_intensity(np.array([[4, 5, 6]], np.uint8), (5, 5)).tolist() == [[0, 0, 255]]

@@ -21,6 +21,7 @@ import numpy as np
 import numpy.typing as npt
 
 from koimproc._errors import ArgumentError
+from koimproc._io import read_fits
 from koimproc._memory import empty
 from koimproc.series._files import PathLike
 
@@ -29,7 +30,6 @@ Read = Callable[[int], Array]
 
 # What the tool ko writes into the description of a file; the samples stand in the high bits there.
 DESCRIPTION = re.compile(r"koimproc bits=(\d+)(?: grid=([RGB]{4}))?")
-_PATTERNS = ("RGGB", "BGGR", "GBRG", "GRBG")
 _FITS = (".fits", ".fit", ".fts")
 _TIFF = (".tif", ".tiff")
 
@@ -156,12 +156,8 @@ class _Files(Source):
         if ending in _TIFF:
             return read_tiff(path)
         if ending in _FITS:
-            with library("astropy.io.fits").open(path, memmap=False) as file:
-                image = next((part for part in file if part.data is not None and part.data.ndim >= 2), None)
-                if image is None:
-                    raise ValueError("no image in the file")
-                pattern = image.header.get("BAYERPAT")
-                return samples_of(image.data), (None, pattern if pattern in _PATTERNS else None)
+            samples, pattern = read_fits(path)
+            return samples, (None, pattern)
         with tempfile.TemporaryDirectory() as directory:
             mosaic = os.path.join(directory, "mosaic.tif")
             command = [tool(), "unpack", path, "-o", mosaic, "--quiet"]
