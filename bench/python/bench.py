@@ -47,7 +47,6 @@ at the edges in another way are compared as the nearest that a library offers.
 NOTES = """
 ## Where OpenCV is ahead
 
-- **Moments of 8 bits** are made of the histogram, which also finds samples beyond the depth. OpenCV only adds.
 - **Resizing** is computed by NumPy on one thread. It is exact and does not move the picture.
 - **Menon's demosaicing of 8 bits** works in floats, as for 12 bits. OpenCV compares four neighbours in bytes, and its
   pictures are 5 dB worse; see [demosaicing](demosaicing.md).

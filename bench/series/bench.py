@@ -9,6 +9,7 @@ import datetime
 import json
 import os
 import platform
+import statistics
 import subprocess
 import sys
 import threading
@@ -29,13 +30,20 @@ SIDE, BITS = 2048, 12
 # Mosaics that differ. The others are the same again, which no contender knows, so that the file stays in memory.
 DIFFERENT = 16
 
+# Frames that the slow contenders get: their time and memory grow with every frame.
+FEW = 64
+# Runs of each of the others, in turns.
+ROUNDS = 3
+
 # What the table calls a contender, its function, its workers.
-ROWS = (
+OURS = (
     ("plain loop in one process", "plain", 1),
     ("koimproc.series, threads", "ours", 1),
     ("koimproc.series, threads", "ours", 2),
     ("koimproc.series, processes", "processes", 1),
     ("koimproc.series, processes", "processes", 2),
+)
+OTHERS = (
     ("NumPy and Dask", "numpy_and_dask", 1),
     ("NumPy and Dask", "numpy_and_dask", 2),
     ("OpenCV and Dask", "cv2_and_dask", 1),
@@ -47,15 +55,23 @@ HEAD = """# Performance of series
 {frames} simulated mosaics of {side} x {side} samples and 12 bits are corrected by a dark frame and a flat field and get
 their colours back; then the histogram of each colour, and mean and variance of every sample over all frames are formed.
 Written by `./dev bench series` on {date} on {processor}, {cpus} processors, load {load:.1f} when it began; Python {python},
-NumPy {numpy}, OpenCV {opencv}, Dask {dask}. One run of each, one after the other. The frames are in an HDF5 file without
-compression, {different} different ones again and again, so that they are read from memory and not from a disk.
+NumPy {numpy}, OpenCV {opencv}, Dask {dask}. Medians of {rounds} runs in turns for the first {ours} rows, one run for the
+others. The frames are in an HDF5 file without compression, {different} different ones again and again, so that they are read
+from memory and not from a disk.{few}
 
 koimproc demosaics by Malvar, He and Cutler, the others bilinearly, which is less work. What each contender calls stands in
 `bench/series/contenders.py`. Memory is the largest sum of resident memory of all processes of a contender.
 
-| contender | workers | seconds | frames/s | times the time of koimproc.series with as many threads | peak memory, MiB |
-|---|---|---|---|---|---|
+| contender | workers | frames | seconds | frames/s | times the time of koimproc.series with as many threads, per frame | peak memory, MiB |
+|---|---|---|---|---|---|---|
 """
+
+FEWER = """ The others get {few} frames: they are slow, and need more memory with every frame. What they take at the start
+is a small part of that."""
+
+
+def ratio_text(ratio):
+    return f"{ratio:.2f}" if ratio < 10 else f"{ratio:.0f}"
 
 
 def simulate(colour, out, *arguments):
@@ -84,11 +100,12 @@ def make_frames(path, count):
         stored = file.create_dataset("different", (len(different), SIDE, SIDE), "u2", chunks=(1, SIDE, SIDE))
         for index, frame in enumerate(different):
             stored[index] = frame
-        frames = h5py.VirtualLayout((count, SIDE, SIDE), "u2")
-        for start in range(0, count, len(different)):
-            stop = min(start + len(different), count)
-            frames[start:stop] = h5py.VirtualSource(stored)[:stop - start]
-        file.create_virtual_dataset("frames", frames)
+        for name, length in (("frames", count), ("few", min(count, FEW))):
+            frames = h5py.VirtualLayout((length, SIDE, SIDE), "u2")
+            for start in range(0, length, len(different)):
+                stop = min(start + len(different), length)
+                frames[start:stop] = h5py.VirtualSource(stored)[:stop - start]
+            file.create_virtual_dataset(name, frames)
     unfinished.rename(path)
 
 
@@ -103,10 +120,10 @@ def resident(process):
     return total
 
 
-def measure(name, workers, path):
+def measure(name, workers, path, dataset):
     """Seconds, digest and peak memory."""
     environment = {**os.environ, "OMP_NUM_THREADS": "1", "OMP_WAIT_POLICY": "passive"}
-    command = [sys.executable, "-B", Path(__file__).with_name("contenders.py"), name, str(workers), path]
+    command = [sys.executable, "-B", Path(__file__).with_name("contenders.py"), name, str(workers), path, dataset]
     running = subprocess.Popen(command, stdout=subprocess.PIPE, env=environment, text=True)
     peak, ended = 0, threading.Event()
 
@@ -129,32 +146,52 @@ def measure(name, workers, path):
     return {**json.loads(said), "peak": peak}
 
 
+def measure_all(path, count):
+    """The runs of every row of the table."""
+    few = min(count, FEW)
+    runs = {}
+    rows = [(*row, "frames", count) for _ in range(ROUNDS) for row in OURS] + [(*row, "few", few) for row in OTHERS]
+    for label, name, workers, dataset, frames in rows:
+        run = measure(name, workers, path, dataset)
+        runs.setdefault((label, name, workers, frames), []).append(run)
+        print(label, workers, run, file=sys.stderr, flush=True)
+    if len({run["digest"] for key, found in runs.items() for run in found if key[:3] in OURS}) != 1:
+        sys.exit("the results of koimproc differ")
+    return runs
+
+
+def head(count, load):
+    few = FEWER.format(few=FEW) if FEW < count else ""
+    return HEAD.format(frames=count, side=SIDE, date=datetime.date.today(), processor=processor(), cpus=os.cpu_count(),
+                       load=load, python=platform.python_version(), numpy=np.__version__, opencv=cv2.__version__,
+                       dask=dask.__version__, different=min(count, DIFFERENT), rounds=ROUNDS, ours=len(OURS), few=few)
+
+
+def table_of(runs, count):
+    """The rows and what follows from them."""
+    seconds = {key[1:3]: statistics.median(run["seconds"] for run in found) for key, found in runs.items()}
+    text = ""
+    for (label, name, workers, frames), found in runs.items():
+        taken, peak = seconds[name, workers], max(run["peak"] for run in found)
+        ratio = taken / frames / (seconds["ours", workers] / count)
+        text += (f"| {label} | {workers} | {frames} | {taken:.1f} | {frames / taken:.1f} | {ratio_text(ratio)} | "
+                 f"{peak / 2**20:.0f} |\n")
+    overhead = seconds["ours", 1] / seconds["plain", 1] - 1
+    return text + (f"\nkoimproc.series takes {abs(100 * overhead):.1f} % {'more' if overhead > 0 else 'less'} time than the "
+                   f"plain loop. Two threads are {seconds['ours', 1] / seconds['ours', 2]:.2f} times as fast as one, two "
+                   f"processes {seconds['processes', 1] / seconds['processes', 2]:.2f} times; the start of the processes "
+                   f"counts. The results of the first {len(OURS)} rows are the same, bit for bit.\n")
+
+
 def main():
     table, scratch = Path(sys.argv[1]), Path(sys.argv[2])
     count = int(sys.argv[3] if len(sys.argv) > 3 else os.environ.get("KO_FRAMES", 512))
     load = os.getloadavg()[0]
     scratch.mkdir(parents=True, exist_ok=True)
-    path = scratch / f"mosaics-{count}.h5"
+    path = scratch / f"series-{count}.h5"
     if not path.exists():
         make_frames(path, count)
-    found = {}
-    for label, name, workers in ROWS:
-        found[name, workers] = measure(name, workers, path)
-        print(label, workers, found[name, workers], file=sys.stderr, flush=True)
-    if len({found[name, workers]["digest"] for _, name, workers in ROWS[:5]}) != 1:
-        sys.exit("the results of koimproc differ")
-    text = HEAD.format(frames=count, side=SIDE, date=datetime.date.today(), processor=processor(), cpus=os.cpu_count(),
-                       load=load, python=platform.python_version(), numpy=np.__version__, opencv=cv2.__version__,
-                       dask=dask.__version__, different=min(count, DIFFERENT))
-    for label, name, workers in ROWS:
-        row, ours = found[name, workers], found["ours", workers]
-        text += (f"| {label} | {workers} | {row['seconds']:.1f} | {count / row['seconds']:.1f} | "
-                 f"{row['seconds'] / ours['seconds']:.2f} | {row['peak'] / 2**20:.0f} |\n")
-    overhead = found["ours", 1]["seconds"] / found["plain", 1]["seconds"] - 1
-    text += (f"\nThe engine adds {100 * overhead:.1f} % to the plain loop. Two threads are "
-             f"{found['ours', 1]['seconds'] / found['ours', 2]['seconds']:.2f} times as fast as one, two processes "
-             f"{found['processes', 1]['seconds'] / found['processes', 2]['seconds']:.2f} times. The results of the first "
-             "five rows are the same, bit for bit.\n")
+    text = head(count, load) + table_of(measure_all(path, count), count)
     text += ("\n## Compressors\n\nOne of these frames, by what Zarr can compress with; processor time of one thread. Sizes are in "
              "percent of 16 bits per\nsample. koimproc.series writes Zarr arrays with lz4, bits shuffled.\n\n")
     with h5py.File(path, "r") as file:

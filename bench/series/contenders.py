@@ -1,6 +1,6 @@
 """What is measured: the same work by koimproc and by others.
 
-usage: contenders.py NAME WORKERS FRAMES.h5
+usage: contenders.py NAME WORKERS FRAMES.h5 DATASET
 
 Every frame is corrected by a dark frame and a flat field and gets its colours back; then the histogram of each colour,
 and mean and variance of each sample over all frames are formed. Prints the seconds and a digest of the results.
@@ -48,30 +48,30 @@ def results(sums):
     return digest(found["mean"], found["var"], found["hist"])
 
 
-def plain(path, workers):
+def plain(path, dataset, workers):
     """A loop in one process, without an engine."""
     import koimproc as ko
 
     develop = Develop(path)
     sums = ko.Accumulator("mean", "var", "hist", bits=BITS)
     with h5py.File(path, "r") as file, ko.threads(1):
-        frames = file["frames"]
+        frames = file[dataset]
         for start in range(0, len(frames), TOGETHER):
             indices = range(start, min(start + TOGETHER, len(frames)))
             sums.add(*(np.asarray(develop(ko.Frame(frames[index], BITS, "RGGB"))) for index in indices))
     return results(sums)
 
 
-def ours(path, workers, scheduler=None):
+def ours(path, dataset, workers, scheduler=None):
     from koimproc import series as ks
 
-    frames = ks.open_series(path, dataset="frames", bits=BITS, bayer="RGGB").map(Develop(path))
+    frames = ks.open_series(path, dataset=dataset, bits=BITS, bayer="RGGB").map(Develop(path))
     sums, _ = ks.accumulate(frames, "mean", "var", "hist", scheduler=scheduler, workers=workers)
     return results(sums)
 
 
-def processes(path, workers):
-    return ours(path, workers, "processes")
+def processes(path, dataset, workers):
+    return ours(path, dataset, workers, "processes")
 
 
 def gains(path):
@@ -103,12 +103,12 @@ def bilinear(mosaic):
     return out
 
 
-def with_dask(path, workers, develop):
+def with_dask(path, dataset, workers, develop):
     import dask
     import dask.array as da
 
     with h5py.File(path, "r") as file:
-        frames = file["frames"]
+        frames = file[dataset]
         stack = da.from_array(frames, chunks=(1, *frames.shape[1:]))
         pictures = stack.map_blocks(lambda block: develop(block[0])[None], dtype=np.uint16, new_axis=3,
                                     chunks=(1, *frames.shape[1:], 3))
@@ -117,16 +117,16 @@ def with_dask(path, workers, develop):
     return digest(*found)
 
 
-def numpy_and_dask(path, workers):
+def numpy_and_dask(path, dataset, workers):
     dark, factor = gains(path)
 
     def develop(frame):
         return np.clip(bilinear((frame - dark) * factor), 0, TOP).astype(np.uint16)
 
-    return with_dask(path, workers, develop)
+    return with_dask(path, dataset, workers, develop)
 
 
-def cv2_and_dask(path, workers):
+def cv2_and_dask(path, dataset, workers):
     import cv2
 
     cv2.setNumThreads(1)
@@ -137,11 +137,11 @@ def cv2_and_dask(path, workers):
         mosaic = cv2.min(even, TOP).astype(np.uint16)
         return cv2.demosaicing(mosaic, cv2.COLOR_BayerRGGB2RGB)
 
-    return with_dask(path, workers, develop)
+    return with_dask(path, dataset, workers, develop)
 
 
 if __name__ == "__main__":
-    contender, count, frames_file = globals()[sys.argv[1]], int(sys.argv[2]), sys.argv[3]
+    contender, count, frames_file, frames_name = globals()[sys.argv[1]], int(sys.argv[2]), sys.argv[3], sys.argv[4]
     begun = time.perf_counter()
-    found = contender(frames_file, count)
+    found = contender(frames_file, frames_name, count)
     print(json.dumps({"seconds": time.perf_counter() - begun, "digest": found}))
