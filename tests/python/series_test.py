@@ -153,6 +153,9 @@ class TestReaders:
         assert (series.bits, series.bayer) == (12, "GRBG")
         other = ks.open_series(tmp_path / "dark0.tif", bits=14, bayer="RGGB")
         assert (other.bits, other.bayer) == (14, "RGGB")
+        for wrong in ({"bits": 17}, {"bits": 0}, {"bits": -1}, {"bayer": "XYZW"}):
+            with pytest.raises(ValueError, match=next(iter(wrong))):
+                ks.open_series(tmp_path / "dark0.tif", **wrong)
 
     def test_numbers_in_names_count_as_numbers(self, tmp_path):
         series = stored("tiff files", frames_of(12, (2, 2)), tmp_path)

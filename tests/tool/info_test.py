@@ -34,9 +34,10 @@ class Info(ToolTest):
 
     def test_results_that_nobody_can_read_are_a_failure(self):
         self.write("a.tif", tiff(2, 2, range(4)))
-        with open("/dev/full", "w") as full:
-            run = subprocess.run([ko_files.TOOL, "info", self.path("a.tif")], stdout=full, stderr=subprocess.PIPE)
-        self.assertEqual((run.returncode, run.stderr), (1, b"ko: standard output: cannot be written\n"))
+        for arguments in (["info", self.path("a.tif")], ["--help"], ["median", "--help"], ["--version"]):
+            with open("/dev/full", "w") as full:
+                run = subprocess.run([ko_files.TOOL, *arguments], stdout=full, stderr=subprocess.PIPE)
+            self.assertEqual((run.returncode, run.stderr), (1, b"ko: standard output: cannot be written\n"), arguments)
 
 
 class Unpack(ToolTest):

@@ -41,8 +41,10 @@ class Series:
         first = self._read(source.read, 0)
         self._shape, self._dtype = first.shape, first.dtype
         self._stored_bits = source.bits or 8 * first.dtype.itemsize
-        self._bits = bits or self._stored_bits
-        self._bayer = bayer or source.bayer
+        if bits is not None or bayer is not None:
+            Frame(first, bits, bayer)  # refuses what frames of this kind cannot have
+        self._bits = self._stored_bits if bits is None else bits
+        self._bayer = source.bayer if bayer is None else bayer
 
     def __len__(self) -> int:
         return len(self._names)

@@ -10,6 +10,19 @@
 
 using namespace ko::tool;
 
+namespace {
+
+/// The exit code of a run whose output has arrived: disks run full.
+int withOutput(int code)
+{
+    std::cout.flush();
+    if (!std::cout)
+        throw Failure("standard output", "cannot be written");
+    return code;
+}
+
+}  // namespace
+
 int main(int argc, char** argv)
 try {
     CLI::App app("Operations of koimproc on image files", "ko");
@@ -25,15 +38,11 @@ try {
         if (error.get_exit_code() != 0)
             throw UsageError(explain(app, error));
         app.exit(error);  // prints the help or the version that was asked for
-        return ExitOk;
+        return withOutput(ExitOk);
     }
 
     letIdleThreadsSleep(app, argv);
-    const int code = action();
-    std::cout.flush();
-    if (!std::cout)
-        throw Failure("standard output", "cannot be written");
-    return code;
+    return withOutput(action());
 } catch (const UsageError& error) {
     report(error.what());
     return ExitUsage;
