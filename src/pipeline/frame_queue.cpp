@@ -7,20 +7,11 @@ namespace ko {
 
 using Clock = std::chrono::steady_clock;
 
-namespace {
-
-/// To wake a thread takes as long as half the work on a small frame. Where frames follow each other quickly, it is left
-/// asleep for up to this long, until there is work for it on several of them.
-constexpr std::chrono::microseconds moment{50};
-
-}  // namespace
-
 void FrameQueue::open(int capacity, ExQueuePolicy policy)
 {
     const Lock lock(m_mutex);
     m_capacity = static_cast<std::size_t>(capacity);
     m_policy = policy;
-    m_isFollowed = false;
     m_isClosed.store(false, std::memory_order_release);
 }
 
@@ -32,20 +23,18 @@ void FrameQueue::close()
     unwanted.swap(m_frames);
     m_counts.dropped += unwanted.size();
     m_hasFrame.notify_all();
-    m_hasFrames.notify_all();
     m_hasRoom.notify_all();
-    m_hasMuchRoom.notify_all();
     tellIfIdle(lock);
 }
 
 bool FrameQueue::push(Frame frame, const FrameQueue* sender)
 {
     Frame unwanted;
-    const bool isFollowed = sender != nullptr && sender->hasFrames();
     Lock lock(m_mutex);
     ++m_counts.received;
-    if (m_policy == QueueBlocks && isFull())
-        waitForRoom(lock, sender);
+    if (m_policy == QueueBlocks)
+        m_hasRoom.wait(lock,
+                       [&] { return isClosed() || !isFull() || (sender != nullptr && sender->isClosed()); });
     if (isClosed() || (isFull() && m_policy == QueueBlocks) || !append(frame)) {
         ++m_counts.dropped;
         return false;
@@ -55,20 +44,9 @@ bool FrameQueue::push(Frame frame, const FrameQueue* sender)
         m_frames.pop_front();
         ++m_counts.dropped;
     }
-    m_isFollowed = isFollowed && m_policy == QueueBlocks;
-    const bool isWorthWaking = !m_isFollowed || isHalfFull();
     lock.unlock();
     m_hasFrame.notify_one();
-    if (isWorthWaking)
-        m_hasFrames.notify_one();
     return true;
-}
-
-void FrameQueue::waitForRoom(Lock& lock, const FrameQueue* sender)
-{
-    const auto isOver = [&] { return isClosed() || (sender != nullptr && sender->isClosed()); };
-    m_hasMuchRoom.wait_for(lock, moment, [&] { return isOver() || isNearlyEmpty(); });
-    m_hasRoom.wait(lock, [&] { return isOver() || !isFull(); });
 }
 
 bool FrameQueue::append(Frame& frame) noexcept
@@ -85,13 +63,6 @@ void FrameQueue::wakeProducers()
 {
     const Lock lock(m_mutex);
     m_hasRoom.notify_all();
-    m_hasMuchRoom.notify_all();
-}
-
-bool FrameQueue::hasFrames() const
-{
-    const Lock lock(m_mutex);
-    return !m_frames.empty();
 }
 
 void FrameQueue::countLost()
@@ -104,26 +75,15 @@ void FrameQueue::countLost()
 FrameQueue::Frame FrameQueue::take()
 {
     Lock lock(m_mutex);
-    waitForFrame(lock);
+    m_hasFrame.wait(lock, [&] { return isClosed() || !m_frames.empty(); });
     if (isClosed())
         return nullptr;
     Frame frame = std::move(m_frames.front());
     m_frames.pop_front();
     m_isBusy = true;
-    const bool hasMuchRoom = isNearlyEmpty();
     lock.unlock();
     m_hasRoom.notify_one();
-    if (hasMuchRoom)
-        m_hasMuchRoom.notify_one();
     return frame;
-}
-
-void FrameQueue::waitForFrame(Lock& lock)
-{
-    if (m_isFollowed && m_frames.empty())
-        m_hasFrames.wait_for(
-            lock, moment, [&] { return isClosed() || isHalfFull() || (!m_isFollowed && !m_frames.empty()); });
-    m_hasFrame.wait(lock, [&] { return isClosed() || !m_frames.empty(); });
 }
 
 void FrameQueue::settle(bool isProcessed)

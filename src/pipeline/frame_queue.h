@@ -58,16 +58,7 @@ private:
     using Lock = std::unique_lock<std::mutex>;
 
     bool isFull() const { return m_frames.size() >= m_capacity; }
-    bool isHalfFull() const { return 2 * m_frames.size() >= m_capacity; }
-    bool isNearlyEmpty() const { return 4 * m_frames.size() <= m_capacity; }
     bool isIdle() const { return m_frames.empty() && !m_isBusy; }
-    bool hasFrames() const;
-
-    /// Waits until there is room or none is needed any more, because this queue or the sender's closes.
-    void waitForRoom(Lock& lock, const FrameQueue* sender);
-
-    /// Waits until there is a frame or the queue closes.
-    void waitForFrame(Lock& lock);
 
     /// Lets those go on who wait for this queue to be idle, if it is; unlocks.
     void tellIfIdle(Lock& lock);
@@ -77,12 +68,9 @@ private:
 
     mutable std::mutex m_mutex;
     std::condition_variable m_hasFrame;
-    std::condition_variable m_hasFrames;  ///< several, or no more are on their way
     std::condition_variable m_hasRoom;
-    std::condition_variable m_hasMuchRoom;
     mutable std::shared_ptr<IdleWait> m_idleWaits;
     std::deque<Frame> m_frames;
-    bool m_isFollowed = false;  ///< the last frame came from an item with more of them
     std::size_t m_capacity = 1;
     ExQueuePolicy m_policy = QueueBlocks;
     std::atomic<bool> m_isClosed{true};  // changed under the lock
