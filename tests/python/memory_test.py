@@ -142,13 +142,13 @@ def peak_of(call):
 @pytest.mark.parametrize("layout", IN_PLACE)
 def test_with_out_no_memory_for_pixels_is_taken(name, layout):
     function, image, arguments, more, _ = WRITERS[name]
-    arguments = tuple(np.tile(v, (8, 8)) if isinstance(v, np.ndarray) else v for v in arguments)
-    more = {key: np.tile(v, (8, 8)) if isinstance(v, np.ndarray) else v for key, v in more.items()}
-    large = laid_out(np.tile(image, (8, 8) + (1,) * (image.ndim - 2)), layout)
+    arguments = tuple(np.tile(v, (16, 16)) if isinstance(v, np.ndarray) else v for v in arguments)
+    more = {key: np.tile(v, (16, 16)) if isinstance(v, np.ndarray) else v for key, v in more.items()}
+    large = laid_out(np.tile(image, (16, 16) + (1,) * (image.ndim - 2)), layout)
     frame = large if large.dtype == bool else ko.Frame(large, 12)
     result = function(frame, *arguments, **more)
     out = np.empty_like(np.asarray(result))
-    # Histograms of 12 bits take some kilobytes.
+    # What is computed from histograms of 12 bits takes some hundred kilobytes.
     assert peak_of(lambda: function(frame, *arguments, out=out, **more)) < large.nbytes // 2
 
 
