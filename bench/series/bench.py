@@ -66,8 +66,9 @@ koimproc demosaics by Malvar, He and Cutler, the others bilinearly, which is les
 |---|---|---|---|---|---|---|
 """
 
-FEWER = """ The others get {few} frames: they are slow, and need more memory with every frame. What they take at the start
-is a small part of that."""
+FEWER = """
+The others get {few} frames: they are slow, and need more memory with every frame. What they take at the start is a small
+part of that."""
 
 
 def ratio_text(ratio):
