@@ -39,10 +39,11 @@ void tellCount()
         return;
     std::array<char, 128> line;
     char* at = line.data();
-    const auto add = [&](std::string_view text) { at = std::ranges::copy(text, at).out; };
-    const auto addNumber = [&](std::size_t number) {
-        at = std::to_chars(at, line.data() + line.size(), number).ptr;
+    char* const end = at + line.size();
+    const auto add = [&](std::string_view text) {
+        at = std::ranges::copy(text.substr(0, static_cast<std::size_t>(end - at)), at).out;
     };
+    const auto addNumber = [&](std::size_t number) { at = std::to_chars(at, end, number).ptr; };
     add(count.isWiped ? "\r\033[K" : "");
     add("ko: interrupted: ");
     addNumber(count.done);
