@@ -3,6 +3,7 @@
 
 #include "base/image_view.h"
 #include "median/column_kernels.h"
+#include "median/pick_kernels.h"
 #include "median/plan.h"
 
 #include <algorithm>

@@ -13,9 +13,13 @@
 
 namespace ko {
 
-/// Bins of a digit. Bytes are their own codes; codes of 12 bits stand for deeper samples.
+/// Bytes are their own codes; codes of 12 bits stand for deeper samples.
+template <class Sample>
+inline constexpr bool medianIsCoded = sizeof(Sample) > 1;
+
+/// Bins of a digit.
 template <class Code>
-inline constexpr std::int64_t medianBins = sizeof(Code) == 1 ? 16 : 64;
+inline constexpr std::int64_t medianBins = medianIsCoded<Code> ? 64 : 16;
 
 /// The number type of sums over the columns of a window. `Count` is that of the samples of one column: bytes
 /// where a window has up to 127 rows, so that differences of two counts are bytes, too.
@@ -58,22 +62,6 @@ struct MedianWindowRow {
     MedianSumOf<Count>* ranks;  ///< the rank of the median among the samples of its code; null: not asked for
 };
 
-/// A sample's place in a block: its row in the upper half of the number, its column in the lower one. Both
-/// leave the highest bit of their half free.
-template <class Count>
-struct MedianPlace {
-    using Type = std::uint32_t;
-};
-template <>
-struct MedianPlace<std::uint16_t> {
-    using Type = std::uint64_t;
-};
-template <class Count>
-using MedianPlaceOf = typename MedianPlace<Count>::Type;
-
-/// Places that are looked through at a time; as many may be read behind the last one.
-inline constexpr std::int64_t medianPlaceChunk = 32;
-
 template <class Code, class Count>
 struct MedianColumnKernels {
     /// Changes the counts of `samples` slots from `slot` on by one sample each. Those of a row are `step`
@@ -87,11 +75,6 @@ struct MedianColumnKernels {
 
     /// The codes of the medians of a row.
     void (*find)(const MedianWindowRow<Code, Count>& row) noexcept;
-
-    /// Where the medians of row y of the block are. `places` holds the samples in ascending order, those of
-    /// code c from c << shift on.
-    void (*pick)(const MedianWindowRow<Code, Count>& row, const MedianPlaceOf<Count>* places, int shift,
-                 std::int64_t y, std::uint32_t* found) noexcept;
 };
 
 /// The kernels of the running processor.

@@ -5,6 +5,7 @@
 #include "median/column_block.h"
 #include "median/column_codes.h"
 #include "median/column_kernels.h"
+#include "median/pick_kernels.h"
 
 #include <algorithm>
 
@@ -25,14 +26,14 @@ public:
           m_dst(dst),
           m_strip(strip),
           m_radius(radius),
-          m_size(strip, radius, isDeep),
-          m_memory(scratch, m_size, radius, isDeep, strip.bins)
+          m_size(strip, radius, isCoded),
+          m_memory(scratch, m_size, radius, isCoded, strip.bins)
     {
     }
 
     static std::size_t scratchBytes(const MedianStrip& strip, std::int64_t radius) noexcept
     {
-        return Memory(nullptr, MedianBlockSize(strip, radius, isDeep), radius, isDeep, strip.bins).bytes;
+        return Memory(nullptr, MedianBlockSize(strip, radius, isCoded), radius, isCoded, strip.bins).bytes;
     }
 
     void run() noexcept
@@ -44,7 +45,7 @@ public:
     }
 
 private:
-    static constexpr bool isDeep = sizeof(Sample) > 1;
+    static constexpr bool isCoded = medianIsCoded<Sample>;
     using Memory = MedianBlockMemory<Sample, Count>;
     using Sum = MedianSumOf<Count>;
     using Kernels = MedianColumnKernels<Sample, Count>;
@@ -52,7 +53,7 @@ private:
     void runBlock(std::int64_t x, std::int64_t y, std::int64_t channel) noexcept
     {
         m_block = MedianBlock::at<Sample>(m_src, m_strip, m_size, m_radius, x, y, channel);
-        if constexpr (isDeep)
+        if constexpr (isCoded)
             m_coding = MedianCoder<Count>(m_block, m_memory).run(most());
         constexpr std::int64_t bins = medianBins<Sample>;
         const MedianHistograms<Sample, Count> histograms{m_memory.high, m_memory.low, m_block.pitch + 1};
@@ -93,7 +94,7 @@ private:
     void change(typename Kernels::Change kernel, std::int64_t entering, std::int64_t leaving) const noexcept
     {
         const std::int64_t samples = m_block.right - m_block.left, slot = m_block.left + 1;
-        if constexpr (isDeep)
+        if constexpr (isCoded)
             kernel(codes(entering), codes(leaving), 1, samples, slot, m_row.histograms);
         else
             kernel(m_block.row(entering), m_block.row(leaving), m_block.step, samples, slot,
@@ -120,7 +121,7 @@ private:
         const Sample* const medians = m_memory.medians;
         const std::int64_t step = m_block.step, columns = m_block.columns;
         if (m_coding.isSorted) {
-            if constexpr (isDeep)
+            if constexpr (isCoded)
                 storeSorted(y, to);
             return;
         }
@@ -141,7 +142,7 @@ private:
 
     void storeSorted(std::int64_t y, std::uint8_t* to) noexcept
     {
-        m_kernels.pick(m_row, m_memory.places, m_coding.shift, y, m_memory.found);
+        medianPick<Count>()(m_row, m_memory.places, m_coding.shift, y, m_memory.found);
         for (std::int64_t x = 0; x < m_block.columns; ++x)
             storeSample(to, x * m_block.step, m_memory.values[m_memory.found[x]]);
     }
