@@ -105,7 +105,7 @@ def fail(operation: Callable[..., Any], arguments: tuple[Any, ...], status: int)
     from koimproc._checks import CHECKS
 
     code = native.ResultCode(status)
-    forms = CHECKS[operation.__name__]
+    forms = [(parameters, reasons) for group, reasons in CHECKS[operation.__name__] for parameters in group]
     parameters, reasons = next(
         (form for form in forms if len(form[0]) == len(arguments)), max(forms, key=lambda form: len(form[0]))
     )

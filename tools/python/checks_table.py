@@ -3,9 +3,9 @@
 
 usage: checks_table.py INCLUDE PACKAGE          writes the table to the standard output
 
-The table has, for every form of an operation that the package calls, its parameters in the order of C++ and the reasons
-for each status, in the words of the header. A form that names no statuses of its own takes those of another form, or
-of the operation that its text refers to.
+The table has, for every operation that the package calls, the parameters of its forms in the order of C++ and the
+reasons for each status, in the words of the header. Forms that are refused for the same reasons stand together. A form
+that names no statuses of its own takes those of another form, or of the operation that its text refers to.
 """
 import pprint
 import re
@@ -19,7 +19,7 @@ NAME = re.compile(r"(\w+)$")
 
 HEAD = '''"""Why the library refuses arguments. Made by tools/python/checks_table.py from the public headers: do not edit."""
 
-CHECKS: dict[str, list[tuple[tuple[str, ...], dict[str, str]]]] = '''
+CHECKS: dict[str, list[tuple[list[tuple[str, ...]], dict[str, str]]]] = '''
 
 
 def reasons_of(comment):
@@ -60,7 +60,7 @@ def called_by(package):
 
 
 def table(include, called):
-    """Operation to forms, each with its parameters and reasons."""
+    """Operation to its forms: the parameters of those that have the same reasons, and the reasons."""
     forms = [(name, comment, parameters_of(declaration), reasons_of(comment))
              for header in sorted(Path(include, "ko").rglob("*.h"))
              for comment, name, declaration in DECLARATION.findall(header.read_text())]
@@ -73,7 +73,13 @@ def table(include, called):
         if name in called:
             others = (told[other] for other in [name, *re.findall(r"`(\w+)`", comment)] if other in told)
             told.setdefault(name, reasons or next(others, {}))
-            checks.setdefault(name, []).append((parameters, reasons or told[name]))
+            reasons = reasons or told[name]
+            groups = checks.setdefault(name, [])
+            group = next((forms for forms, shared in groups if shared == reasons), None)
+            if group is None:
+                groups.append(([parameters], reasons))
+            elif parameters not in group:
+                group.append(parameters)
     return dict(sorted(checks.items()))
 
 
