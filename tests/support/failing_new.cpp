@@ -39,6 +39,15 @@ bool NewFailure::hasStruck()
     return struck;
 }
 
+bool NewFailure::reachesLibraries()
+{
+#ifdef KO_WRAP_NEW
+    return false;
+#else
+    return true;
+#endif
+}
+
 }  // namespace ko::test
 
 #ifdef KO_WRAP_NEW

@@ -17,6 +17,9 @@ public:
 
     /// Some allocation has been refused since this object was made.
     static bool hasStruck();
+
+    /// Allocations by libraries that the program loads, such as Qt, fail as well.
+    static bool reachesLibraries();
 };
 
 }  // namespace ko::test

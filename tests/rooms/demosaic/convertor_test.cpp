@@ -426,15 +426,15 @@ TEST(ConvertorFrames, FailWithoutLeakWhereverTheHeapRunsOut)
 
 TEST(ConvertorSettings, AreRefusedWithoutALineWhereTheHeapHasRunOut)
 {
+    if (!NewFailure::reachesLibraries())
+        GTEST_SKIP() << "Qt would have the memory for a line.";
     Convertor idle, started;
     ASSERT_TRUE(started.setState(IxPipeItem::StateStarted));
     // Its thread needs memory until it waits for the next frame.
     ASSERT_TRUE(started.onDataAvailable(frameOf({}).release(), nullptr));
     ASSERT_TRUE(started.waitUntilIdle(-1));
     const IxDataInfo noImage;
-    Mosaic odd;
-    odd.width = 3;
-    const CxImageDataInfo oddImage(infoOf(odd));
+    const CxImageDataInfo oddImage(infoOf({.width = 3}));
     IxDataInfo* description = nullptr;
     IxData* output = nullptr;
     const LogCapture log;
