@@ -2,6 +2,7 @@
 #include "base/dispatch.h"
 #include "fuzz/support/run.h"
 #include "oracle/chamfer.h"
+#include "oracle/resize.h"
 #include "oracle/sobel.h"
 #include "oracle/stretch.h"
 
@@ -48,6 +49,31 @@ void stretch(ByteReader& in, Outcome& out)
     expected.requireEqual(dst);
 }
 
+void resize(ByteReader& in, Outcome& out)
+{
+    Layout layout = smallLayout(in, {filteredTypes, everyChannels});
+    layout.packing = in.oneIn(8) ? Planar : Interleaved;
+    const FuzzImage src(in, layout);
+    Layout other = layout;
+    other.width = in.below(40);
+    other.height = in.below(40);
+    if (in.oneIn(8))
+        other.bits = in.below(20);
+    FuzzImage dst(in, other);
+    // Rows of sums are as wide as src, one for each row of dst: records that claim a lot would take seconds.
+    const double samples = double{1} * src->channels * (double{1} * src->width + dst->width);
+    if (samples * (double{1} * src->height + dst->height) > 1 << 20)
+        return;
+    const ResultCode rc = Resize(src, dst);
+    addCall(out, rc, dst, src);
+    if (rc != ResultOk || !out.isJudged() || !areSound(src, dst))
+        return;
+    Twin expected(dst);
+    (void)dispatch(Unsigned{}, layout.type, {},
+                   [&]<class T>(std::type_identity<T>) { oracle::resize<T>(Twin(src), expected); });
+    expected.requireEqual(dst);
+}
+
 void sobel(ByteReader& in, Outcome& out)
 {
     const Layout layout = smallLayout(in, {filteredTypes});
@@ -80,7 +106,10 @@ void chamfer(ByteReader& in, Outcome& out)
 
 Cases filterCases()
 {
-    return {{"filter: stretch", &stretch}, {"filter: sobel", &sobel}, {"filter: chamfer", &chamfer}};
+    return {{"filter: stretch", &stretch},
+            {"filter: resize", &resize},
+            {"filter: sobel", &sobel},
+            {"filter: chamfer", &chamfer}};
 }
 
 }  // namespace

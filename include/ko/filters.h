@@ -23,7 +23,8 @@ enum Interpolation : std::int32_t {
 /// Reducing moves the picture too, by an amount that changes from output to output with the fraction f of c:
 /// towards the end of the row by 2f - 0.5 input pixels where an even number of inputs is weighted, by 2f
 /// (f < 0.5) or 2f - 1 where it is odd, there within 0.03 pixels. That is half a pixel on average for ratios
-/// that are not whole, half a pixel back for even ratios such as halving, and nothing for odd ones.
+/// that are not whole, half a pixel back for even ratios such as halving, and nothing for odd ones. `Resize`
+/// moves nothing.
 ///
 /// Source and destination must not overlap.
 ///
@@ -42,6 +43,31 @@ enum Interpolation : std::int32_t {
 /// On failure dst is untouched. Runs on the calling thread, on several within `CallThreads`. O(src size + dst
 /// size); exact doubling and halving are several times faster than other ratios.
 KO_EXPORT ResultCode Stretch(const SxImageBuf& src, SxImageBuf& dst, Interpolation interpolation);
+
+/// Resamples an image to the size of the destination, without moving it.
+///
+/// Along an axis that becomes shorter, a sample is the mean of what it covers of the image, parts of samples
+/// counted as parts, so that nothing is lost and nothing flickers. Along one that becomes longer, or keeps its
+/// length, it is interpolated linearly between the two samples whose centres are nearest; beyond the edges the
+/// outermost ones are repeated. Centres of pixels lie at halves: that of result p is at (p + 0.5) * src size /
+/// dst size - 0.5 of src. The two axes are independent of each other. Results are exact, rounded to the
+/// nearest whole number (halves up).
+///
+/// Source and destination must not overlap.
+///
+/// @param src  `UInt8` or `UInt16`, `Interleaved`, any channels, not a mosaic; not empty
+/// @param dst  src's sample type, depth, channels and packing, not a mosaic; any size, also without pixels. The
+///             larger of src.width and 2 * dst.width times the larger of src.height and 2 * dst.height is at
+///             most 2^34: up to there whole numbers stay exact.
+/// @returns the first that applies, in this order
+///   ResultBadArg1          src absent, empty, not interleaved, or a mosaic
+///   ResultBadArg2          dst absent, not interleaved, a mosaic, or of another type, depth or channels
+///   ResultBadArg2          the sizes are beyond the limit
+///   ResultUnsupportedType  src neither `UInt8` nor `UInt16`
+///   ResultBadArg1, 2       rows of src or dst longer than their stride
+///   ResultFailed           no memory for a row of sums per thread
+/// On failure dst is untouched. Bands of rows run in parallel. O(src size + dst size).
+KO_EXPORT ResultCode Resize(const SxImageBuf& src, SxImageBuf& dst);
 
 /// Computes the gradient magnitude with the two 3 x 3 Sobel kernels (1 2 1 across -1 0 1):
 /// trunc(sqrt(gx^2 + gy^2)), with exact gx and gy.

@@ -34,6 +34,7 @@ py::tuple snake(const ArrayImage& src, const SxSnakeParams& params, const QList<
 void defineFilters(py::module_& module)
 {
     module.def("Stretch", &stretch, py::arg("src"), py::arg("dst"), py::arg("interpolation"));
+    define(module, "Resize", &Resize, {"src", "dst"});
     define(module, "Sobel", &Sobel, {"src", "dst"});
     define(module, "ChamferDistance", &ChamferDistance, {"src", "dst", "mask"});
 

@@ -12,6 +12,14 @@ Operations filterOperations()
              const Layout other{.width = 27, .height = 9, .channels = 3, .type = UInt16};
              c.status(Stretch(from, c.image(other), InterpolationLinear));
          }},
+        {"Resize",
+         [](Call& c) {
+             const TestImage& from = c.image(UInt16, 3);
+             const Layout smaller{.width = 27, .height = 9, .channels = 3, .type = UInt16};
+             c.status(Resize(from, c.image(smaller)));
+             const Layout larger{.width = 90, .height = 70, .channels = 3, .type = UInt16};
+             c.status(Resize(from, c.image(larger)));
+         }},
         {"Median",
          [](Call& c) {
              const TestImage& from = c.image(UInt8, 3);

@@ -13,6 +13,7 @@ TEST(FiltersApi, IsExportedWithTheExactSignatures)
         "libkoimproc.so.1",
         {
             {"Stretch", exported<ResultCode(const SxImageBuf&, SxImageBuf&, Interpolation)>(&Stretch)},
+            {"Resize", exported<ResultCode(const SxImageBuf&, SxImageBuf&)>(&Resize)},
             {"Sobel", exported<ResultCode(const SxImageBuf&, SxImageBuf&)>(&Sobel)},
             {"ChamferDistance",
              exported<ResultCode(const SxImageBuf&, SxImageBuf&, ExChamferMask)>(&ChamferDistance)},
