@@ -10,11 +10,11 @@ namespace {
 
 constexpr int margin = 16;
 
-template <ExImageDataType Type>
+template <ExImageDataType Type, int Channels = 1>
 Work mirroredBorder(int size)
 {
-    const BenchImage src({.size = size, .type = Type}, Scene::Camera);
-    const BenchImage dst({.size = size + 2 * margin, .type = Type});
+    const BenchImage src({.size = size, .type = Type, .channels = Channels}, Scene::Camera);
+    const BenchImage dst({.size = size + 2 * margin, .type = Type, .channels = Channels});
     return {
         .ours = [=] { return CreateImageWithMirroredBorder(src, dst, margin, margin, margin, margin); },
         .peer = {"copyMakeBorder REFLECT",
@@ -25,10 +25,10 @@ Work mirroredBorder(int size)
     };
 }
 
-template <ExImageDataType Type>
+template <ExImageDataType Type, int Channels = 1>
 Work maskImage(int size)
 {
-    const BenchImage image({.size = size, .type = Type}, Scene::Camera);
+    const BenchImage image({.size = size, .type = Type, .channels = Channels}, Scene::Camera);
     const BenchImage mask({.size = size});
     cv::Mat drawn = mask.mat();
     drawn = 0;
@@ -48,8 +48,10 @@ Work maskImage(int size)
 const Rows rows{
     {"CreateImageWithMirroredBorder 16", "U8", &mirroredBorder<UInt8>},
     {"CreateImageWithMirroredBorder 16", "U16", &mirroredBorder<UInt16>},
+    {"CreateImageWithMirroredBorder 16", "U8 RGB", &mirroredBorder<UInt8, 3>},
     {"MaskImage", "U8", &maskImage<UInt8>},
     {"MaskImage", "U16", &maskImage<UInt16>},
+    {"MaskImage", "U8 RGB", &maskImage<UInt8, 3>},
     {"MaskImage", "U8", &maskImage<UInt8>, tinyImage},
     {"MaskImage", "U8", &maskImage<UInt8>, smallImage},
     {"MaskImage", "U8", &maskImage<UInt8>, hugeImage},

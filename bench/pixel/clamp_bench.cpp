@@ -8,22 +8,26 @@
 namespace ko::bench {
 namespace {
 
+template <int Channels>
 Work clampToColorDepth(int size)
 {
-    const BenchImage image({.size = size, .type = UInt16, .bits = 12}, Scene::Camera);
-    const BenchImage theirs({.size = size, .type = UInt16, .bits = 12}, Scene::Camera);
+    const Format format{.size = size, .type = UInt16, .bits = 12, .channels = Channels};
+    const BenchImage image(format, Scene::Camera), theirs(format, Scene::Camera);
     return {
         .ours = [=] { return ClampToColorDepth(image); },
         .peer = {"min",
                  [=] {
-                     cv::Mat mat = theirs.mat();
+                     cv::Mat mat = theirs.mat().reshape(1);
                      cv::min(mat, 4095, mat);
                  }},
         .limit = {.rewritten = image.pixelBytes()},
     };
 }
 
-const Rows rows{{"ClampToColorDepth", "12-bit", &clampToColorDepth}};
+const Rows rows{
+    {"ClampToColorDepth", "12-bit", &clampToColorDepth<1>},
+    {"ClampToColorDepth", "12-bit RGB", &clampToColorDepth<3>},
+};
 
 }  // namespace
 }  // namespace ko::bench

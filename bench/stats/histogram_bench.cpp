@@ -87,6 +87,23 @@ Work histogramMasked(int size)
     };
 }
 
+Work histogramMaskedOfColour(int size)
+{
+    const BenchImage src({.size = size, .channels = 3}, Scene::Camera), mask({.size = size}, Scene::Disc);
+    const auto hist = newHistogram(3, 8);
+    return {
+        .ours = [=] { return HistogramMasked(src, mask, *hist); },
+        .peer = {"calcHist per channel",
+                 [=, in = src.mat(), selected = mask.mat()] {
+                     for (int channel = 0; channel < 3; ++channel) {
+                         cv::Mat counts;
+                         calcHist(in, channel, selected, 8, counts);
+                     }
+                 }},
+        .limit = {.read = src.pixelBytes() + mask.pixelBytes()},
+    };
+}
+
 const Rows rows{
     {"Histogram", "U8", &histogram<UInt8, 8, Scene::Camera>},
     {"Histogram", "12-bit", &histogram<UInt16, 12, Scene::Camera>},
@@ -101,6 +118,7 @@ const Rows rows{
     {"HistogramMasked", "U8 noise mask", &histogramMasked<UInt8, 8, true>},
     {"HistogramMasked", "12-bit disc mask", &histogramMasked<UInt16, 12, false>},
     {"HistogramMasked", "12-bit noise mask", &histogramMasked<UInt16, 12, true>},
+    {"HistogramMasked", "U8 RGB disc mask", &histogramMaskedOfColour},
     {"Histogram", "U8", &histogram<UInt8, 8, Scene::Camera>, tinyImage},
     {"Histogram", "U8", &histogram<UInt8, 8, Scene::Camera>, smallImage},
     {"Histogram", "U8", &histogram<UInt8, 8, Scene::Camera>, hugeImage},

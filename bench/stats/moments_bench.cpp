@@ -29,16 +29,16 @@ Work moments(int size)
     };
 }
 
-template <ExImageDataType Type, int bits>
+template <ExImageDataType Type, int bits, int channels>
 Work momentsMasked(int size)
 {
-    const BenchImage src({.size = size, .type = Type, .bits = bits}, Scene::Camera);
+    const BenchImage src({.size = size, .type = Type, .bits = bits, .channels = channels}, Scene::Camera);
     const BenchImage mask({.size = size}, Scene::Disc);
     return {
         .ours =
             [=] {
-                SxMoments found;
-                return MomentsMasked(src, mask, &found);
+                std::array<SxMoments, channels> found;
+                return MomentsMasked(src, mask, found.data());
             },
         .peer = {"meanStdDev with mask",
                  [=, in = src.mat(), selected = mask.mat()] {
@@ -53,8 +53,9 @@ const Rows rows{
     {"Moments", "U8", &moments<UInt8, 8, 1>},
     {"Moments", "12-bit", &moments<UInt16, 12, 1>},
     {"Moments", "U8 RGB", &moments<UInt8, 8, 3>},
-    {"MomentsMasked", "U8", &momentsMasked<UInt8, 8>},
-    {"MomentsMasked", "12-bit", &momentsMasked<UInt16, 12>},
+    {"MomentsMasked", "U8", &momentsMasked<UInt8, 8, 1>},
+    {"MomentsMasked", "12-bit", &momentsMasked<UInt16, 12, 1>},
+    {"MomentsMasked", "U8 RGB", &momentsMasked<UInt8, 8, 3>},
     {"Moments", "U8", &moments<UInt8, 8, 1>, smallImage},
 };
 

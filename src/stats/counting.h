@@ -89,7 +89,7 @@ public:
 private:
     const int m_plane;
     Tally<T> m_tally;
-    const SelectRun m_select = selectKernels().of<T>();
+    const SelectRun m_select = selectKernels().select.of<T>();
     std::int64_t m_selected = 0;
     std::array<std::uint8_t, longestRun * sizeof(T)> m_buffer;
 };
@@ -118,6 +118,39 @@ SampleRows rowsOf(const SxImageBuf& src, const Selection& selection) noexcept
 /// Tables that serve every way of counting the channels of an image.
 constexpr int tablesForChannels = 4;
 
+/// Whether the channels of a selection are counted in one pass.
+inline bool countsTogether(const SxImageBuf& src, const Selection& selection, const ChannelPlanes& planes)
+{
+    const auto counted = std::count_if(planes.begin(), planes.end(), [](int plane) { return plane >= 0; });
+    if (selection.isMasked())
+        return isInterleaved(src) && counted > 1 && src.channels <= tablesForChannels;
+    return counted > 0 && (isMono(src) || isInterleaved(src));
+}
+
+/// Counts all channels of the selected pixels, of up to four interleaved samples.
+template <class T>
+std::int64_t countSelectedPixels(const SxImageBuf& src, const Selection& selection, const TallyTarget& target,
+                                 const ChannelPlanes& planes, TallyTables& tables) noexcept
+{
+    const std::int64_t channels = src.channels;
+    const SelectKernels& kernels = selectKernels();
+    const ChannelSamples<const std::uint8_t> first = channelAt(src, 0);
+    std::array<std::uint8_t, longestRun> mask;
+    std::array<std::uint8_t, longestRun * sizeof(T)> samples;
+    Tally<T> tally(target, planes, tables);
+    std::int64_t selected = 0;
+    forEachRun<longestRun / tablesForChannels>(
+        selection, [&](std::int64_t x, std::int64_t y, std::int64_t count, const std::uint8_t* pixelMask) {
+            kernels.spread(pixelMask, count, channels, mask.data());
+            const std::int64_t found = kernels.select.of<T>()(first.template at<T>(x, y), mask.data(),
+                                                              count * channels, samples.data());
+            tally.add(samples.data(), found);
+            selected += found;
+        });
+    tally.finish();
+    return selected / channels;
+}
+
 /// Counts the pixels of a selection and returns their number.
 template <class T>
 std::int64_t countSelected(const SxImageBuf& src, const Selection& selection, const TallyTarget& target,
@@ -125,8 +158,9 @@ std::int64_t countSelected(const SxImageBuf& src, const Selection& selection, co
 {
     if (selection.pixels() == 0)
         return 0;
-    const auto counted = std::count_if(planes.begin(), planes.end(), [](int plane) { return plane >= 0; });
-    if (!selection.isMasked() && counted > 0 && (isMono(src) || isInterleaved(src))) {
+    if (countsTogether(src, selection, planes)) {
+        if (selection.isMasked())
+            return countSelectedPixels<T>(src, selection, target, planes, tables);
         countRows<T>(rowsOf<T>(src, selection), target, planes, tables);
         return selection.pixels();
     }
@@ -148,8 +182,7 @@ std::int64_t countSelected(const SxImageBuf& src, const Selection& selection, Cx
         return 0;
     const ChannelPlanes planes = makePlanes();
     const TallyTarget target(hist);
-    const bool together = !selection.isMasked() && isInterleaved(src);
-    const std::size_t period = together ? planes.size() : 1;
+    const std::size_t period = countsTogether(src, selection, planes) ? planes.size() : 1;
     std::atomic<std::int64_t> selected{0};
     countInBands(
         selection.height, selection.pixels() * static_cast<std::int64_t>(period), Tally<T>::tablesFor(period),

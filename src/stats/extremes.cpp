@@ -7,6 +7,7 @@
 #include "base/joined_rows.h"
 #include "stats/extremes.h"
 #include "stats/extremes_kernels.h"
+#include "stats/select_kernels.h"
 
 #include <algorithm>
 #include <cmath>
@@ -97,6 +98,7 @@ void takeRows(const RowSet& set, Extremes<T>& extremes, std::int64_t firstCell)
     const RowRuns runs = set.runs(sizeof(T));
     const int bands = bandsOf(runs.work().rows);
     Extremes<T> spread(lanes * bands);
+    const SpreadMask spreadMask = selectKernels().spread;
     const std::int64_t widened = set.mask != nullptr && set.period > 1 ? set.samples : 0;
     std::vector<std::uint8_t> selections(static_cast<std::size_t>(widened * bands));
     bandsByConsent(runs.work().rows, [&](int band, std::int64_t begin, std::int64_t end) noexcept {
@@ -111,8 +113,7 @@ void takeRows(const RowSet& set, Extremes<T>& extremes, std::int64_t firstCell)
             }
             const std::uint8_t* mask = rowOf(*set.mask, y);
             if (set.period > 1) {
-                for (std::int64_t i = 0; i < samples; ++i)
-                    selection[i] = mask[i / set.period];
+                spreadMask(mask, set.samples / set.period, set.period, selection);
                 mask = selection;
             }
             kernels.selectedRow(set.row(y), mask, samples, running);

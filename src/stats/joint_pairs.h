@@ -95,7 +95,7 @@ void forEachPairRun(const ChannelPair& pair, const Visit& visit)
     using Buffer = std::array<std::uint8_t, longestRun * sizeof(T)>;
     Buffer firsts, seconds;
     std::array<std::uint8_t, longestRun> sampleMask;
-    const SelectRun select = selectKernels().of<T>();
+    const SelectRun select = selectKernels().select.of<T>();
     const auto together = [](const std::uint8_t* samples, std::int64_t step, std::int64_t count,
                              Buffer& buffer) {
         if (step == 1)

@@ -109,9 +109,43 @@ std::int64_t SelectRunOf(const std::uint8_t* samples, const std::uint8_t* mask, 
     return (to - out) / static_cast<std::int64_t>(sizeof(T));
 }
 
+#if HWY_TARGET != HWY_SCALAR
+/// Spreads whole vectors of the mask; returns the pixels taken.
+template <int Channels>
+std::int64_t SpreadVectors(const std::uint8_t* mask, std::int64_t pixels, std::uint8_t* out) noexcept
+{
+    const hn::ScalableTag<std::uint8_t> d;
+    constexpr std::int64_t lanes = HWY_LANES(std::uint8_t);
+    std::int64_t x = 0;
+    for (; x + lanes <= pixels; x += lanes) {
+        const auto v = hn::LoadU(d, mask + x);
+        if constexpr (Channels == 3)
+            hn::StoreInterleaved3(v, v, v, d, out + x * Channels);
+        else
+            hn::StoreInterleaved4(v, v, v, v, d, out + x * Channels);
+    }
+    return x;
+}
+#endif
+
+void SpreadMaskRow(const std::uint8_t* mask, std::int64_t pixels, std::int64_t channels,
+                   std::uint8_t* out) noexcept
+{
+    std::int64_t x = 0;
+#if HWY_TARGET != HWY_SCALAR
+    if (channels == 3)
+        x = SpreadVectors<3>(mask, pixels, out);
+    else if (channels == 4)
+        x = SpreadVectors<4>(mask, pixels, out);
+#endif
+    for (; x < pixels; ++x)
+        std::memset(out + x * channels, mask[x], static_cast<std::size_t>(channels));
+}
+
 const SelectKernels& Kernels()
 {
-    static constexpr SelectKernels kernels{&SelectRunOf<std::uint8_t>, &SelectRunOf<std::uint16_t>};
+    static constexpr SelectKernels kernels{{&SelectRunOf<std::uint8_t>, &SelectRunOf<std::uint16_t>},
+                                           &SpreadMaskRow};
     return kernels;
 }
 

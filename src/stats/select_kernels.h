@@ -1,4 +1,4 @@
-// Kernels that pick the samples a mask selects.
+// Kernels that pick the samples a mask selects, and that give every sample of a pixel the pixel's mask byte.
 #pragma once
 
 #include "base/kernel_tables.h"
@@ -12,7 +12,14 @@ namespace ko {
 using SelectRun = std::int64_t (*)(const std::uint8_t* samples, const std::uint8_t* mask, std::int64_t count,
                                    std::uint8_t* out) noexcept;
 
-using SelectKernels = PerDepth<SelectRun>;
+/// Writes each of the mask's bytes `channels` times.
+using SpreadMask = void (*)(const std::uint8_t* mask, std::int64_t pixels, std::int64_t channels,
+                            std::uint8_t* out) noexcept;
+
+struct SelectKernels {
+    PerDepth<SelectRun> select;
+    SpreadMask spread;
+};
 
 /// The kernels of the running processor.
 const SelectKernels& selectKernels();
