@@ -85,6 +85,8 @@ TEST(Camera, DeliversWholeFramesWithWhatTheCameraSaysOfThem)
     EXPECT_EQ(metadata.value("camera.offsetY"), 32);
     EXPECT_FALSE(metadata.contains("camera.incomplete"));
     EXPECT_EQ(metadata.value("camera.systemTimestamp").toULongLong() / 1'000'000, date.toMSecsSinceEpoch());
+    EXPECT_EQ(date, QDateTime::fromMSecsSinceEpoch(date.toMSecsSinceEpoch()));
+    EXPECT_EQ(date.timeSpec(), Qt::LocalTime);
     EXPECT_LT(std::abs(date.msecsTo(QDateTime::currentDateTime())), 60'000);
     const SxCameraStatistics counts = source.cameraStatistics();
     EXPECT_EQ(counts.received, accountedFor(counts));
