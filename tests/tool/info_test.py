@@ -39,6 +39,37 @@ class Info(ToolTest):
                 run = subprocess.run([ko_files.TOOL, *arguments], stdout=full, stderr=subprocess.PIPE)
             self.assertEqual((run.returncode, run.stderr), (1, b"ko: standard output: cannot be written\n"), arguments)
 
+    def without(self, stream, *arguments):
+        """A run with a standard stream closed."""
+        return subprocess.run(["sh", "-c", f'exec "$0" "$@" {stream}&-', ko_files.TOOL, *arguments], cwd=self.dir,
+                              stdin=subprocess.DEVNULL, capture_output=True, text=True)
+
+    def test_a_standard_output_that_is_closed_is_as_one_that_is_full(self):
+        self.write("a.tif", tiff(2, 2, range(4)))
+        self.succeed("unpack", "a.tif", "-o", "plain.tif")
+        for arguments in (["info", "a.tif"], ["--help"], ["help", "median"], ["--version"], ["stats", "a.tif"], ["cameras"],
+                          ["hist", "a.tif"], ["unpack", "a.tif", "-o", "verbose.tif", "--verbose"]):
+            run = self.without(">", *arguments)
+            self.assertEqual((run.returncode, run.stdout, run.stderr), (1, "", "ko: standard output: cannot be written\n"),
+                             arguments)
+        self.assertEqual(self.read("verbose.tif"), self.read("plain.tif"))
+        run = self.without(">", "unpack", "a.tif", "-o", "-", "--format", "tif")
+        self.assertEqual((run.returncode, run.stderr),
+                         (1, "ko: standard output: cannot be written: Bad file descriptor\n"))
+        run = self.without(">", "unpack", "a.tif", "-o", "quiet.tif", "--quiet")
+        self.assertEqual((run.returncode, run.stderr, self.read("quiet.tif")), (0, "", self.read("plain.tif")))
+
+    def test_other_streams_that_are_closed_are_no_files(self):
+        self.write("a.tif", tiff(2, 2, range(4)))
+        self.succeed("unpack", "a.tif", "-o", "plain.tif")
+        run = self.without("2>", "unpack", "a.tif", "none.tif", "-o", "{}.png")
+        self.assertEqual((run.returncode, run.stderr), (1, ""))
+        self.succeed("unpack", "a.png", "-o", "again.tif")
+        self.assertEqual(self.read("again.tif"), self.read("plain.tif"))
+        run = self.without("<", "info", "-")
+        self.assertEqual((run.returncode, run.stdout, run.stderr.count("\n")), (1, "", 1), run.stderr)
+        self.assertTrue(run.stderr.startswith("ko: standard input: "), run.stderr)
+
 
 class Unpack(ToolTest):
     def test_samples_depth_and_pattern_survive_every_lossless_format(self):

@@ -1,6 +1,7 @@
 #include "cli/failure.h"
 #include "cli/idle_threads.h"
 #include "cli/registry.h"
+#include "cli/standard_streams.h"
 #include "cli/usage.h"
 
 #include <CLI/CLI.hpp>
@@ -25,6 +26,7 @@ int withOutput(int code)
 
 int main(int argc, char** argv)
 try {
+    holdStandardStreams();
     CLI::App app("Operations of koimproc on image files", "ko");
     app.set_version_flag("--version", "ko " KO_VERSION);
     app.require_subcommand(1);

@@ -12,8 +12,9 @@ namespace {
 std::mutex quietMutex;
 int quietCount = 0;
 
-/// Where the standard error went at first; negative where it is closed.
-const int realError = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0);
+/// Where the standard error went at first; negative where it is closed. Its number must not be that of a standard stream
+/// that is closed, or what is printed there would come out here.
+const int realError = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
 
 }  // namespace
 

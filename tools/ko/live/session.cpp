@@ -163,7 +163,8 @@ void Session::serve()
         std::make_unique<Studio>(Studio{*m_broadcast, [this] { return m_panel->status(); },
                                         [this](const QJsonObject& wish) { return m_panel->control(wish); }});
     m_server->start(*m_studio);
-    std::cout << m_server->url() << std::endl;
+    if (!(std::cout << m_server->url() << std::endl))
+        throw Failure("standard output", "cannot be written");
 }
 
 void Session::wait(const std::stop_token& stop)
