@@ -95,24 +95,26 @@ struct Marks {
 };
 
 template <class T, class Step, std::size_t... Frame>
-HWY_INLINE void StepRow(std::index_sequence<Frame...>, Rows rows, std::int64_t samples, std::uint8_t* plane,
-                        Step step) noexcept
+HWY_INLINE void StepRow(std::index_sequence<Frame...>, const std::uint8_t* const* first, std::int64_t samples,
+                        std::uint8_t* plane, Step step) noexcept
 {
+    const std::array<const std::uint8_t*, sizeof...(Frame)> rows{first[Frame]...};
     KO_INDEPENDENT_ITERATIONS
     for (std::int64_t i = 0; i < samples; ++i)
         step(plane, i, loadSample<T>(rows[Frame], i)...);
 }
 
-/// Takes the frames into a plane, all at once where they are as many as can be.
-template <class T, class Step>
-void Take(const Rows& rows, std::int64_t count, std::int64_t samples, std::uint8_t* plane, Step step) noexcept
+/// Takes the frames into a plane: `AtOnce` of them in one go, then half as many, and so on. A plane is loaded and stored
+/// once for each go.
+template <class T, std::size_t AtOnce = accumulatedAtOnce, class Step>
+void Take(const std::uint8_t* const* rows, std::int64_t count, std::int64_t samples, std::uint8_t* plane,
+          Step step) noexcept
 {
-    if (count == accumulatedAtOnce) {
-        StepRow<T>(std::make_index_sequence<accumulatedAtOnce>{}, rows, samples, plane, step);
-        return;
-    }
-    for (std::int64_t f = 0; f < count; ++f)
-        StepRow<T>(std::index_sequence<0>{}, {rows[static_cast<std::size_t>(f)]}, samples, plane, step);
+    constexpr std::int64_t together = AtOnce;
+    for (; count >= together; count -= together, rows += together)
+        StepRow<T>(std::make_index_sequence<AtOnce>{}, rows, samples, plane, step);
+    if constexpr (AtOnce > 1)
+        Take<T, AtOnce / 2>(rows, count, samples, plane, step);
 }
 
 /// The same for each plane that there is, `minimum` apart.
@@ -120,14 +122,14 @@ template <class T>
 void TakeAll(const Rows& rows, std::int64_t count, std::int64_t samples, const AccumulatorRow& sums) noexcept
 {
     if (sums.sum != nullptr)
-        Take<T>(rows, count, samples, sums.sum, Sum{});
+        Take<T>(rows.data(), count, samples, sums.sum, Sum{});
     if (sums.squares != nullptr)
-        Take<T>(rows, count, samples, sums.squares, Squares{});
+        Take<T>(rows.data(), count, samples, sums.squares, Squares{});
     if (sums.maximum != nullptr)
-        Take<T>(rows, count, samples, sums.maximum, Maximum{});
+        Take<T>(rows.data(), count, samples, sums.maximum, Maximum{});
     if (sums.above != nullptr) {
         constexpr std::uint32_t top = std::numeric_limits<T>::max();
-        Take<T>(rows, count, samples, sums.above, Above<T>{static_cast<T>(std::min(sums.level, top))});
+        Take<T>(rows.data(), count, samples, sums.above, Above<T>{static_cast<T>(std::min(sums.level, top))});
     }
 }
 
@@ -181,13 +183,13 @@ void TakeSelected(const FrameRowGroup& frames, const Rows& rows, std::int64_t fr
         Select<T>(rows[f], masks[f], samples, blocks[f]);
         selected[f] = blocks[f];
     }
-    Take<std::uint8_t>(masks, frames.count, samples, sums.counts, Marks{});
+    Take<std::uint8_t>(masks.data(), frames.count, samples, sums.counts, Marks{});
     TakeAll<T>(selected, frames.count, samples, sums);
     if (sums.minimum == nullptr)
         return;
     for (std::size_t f = 0; f < static_cast<std::size_t>(frames.count); ++f)
         Raise<T>(masks[f], samples, blocks[f]);
-    Take<T>(selected, frames.count, samples, sums.minimum, Minimum{});
+    Take<T>(selected.data(), frames.count, samples, sums.minimum, Minimum{});
 }
 
 std::uint8_t* Advanced(std::uint8_t* row, std::int64_t bytes) noexcept
@@ -217,7 +219,7 @@ void RowAccumulate(const FrameRowGroup& frames, std::int64_t samples, const Accu
         }
         TakeAll<T>(rows, frames.count, block, at);
         if (at.minimum != nullptr)
-            Take<T>(rows, frames.count, block, at.minimum, Minimum{});
+            Take<T>(rows.data(), frames.count, block, at.minimum, Minimum{});
         if (at.counts != nullptr) {
             KO_INDEPENDENT_ITERATIONS
             for (std::int64_t i = 0; i < block; ++i)
@@ -274,7 +276,7 @@ bool BlockVariances(const VarianceBlock& block, std::int64_t samples, double* va
 template <class T, class Step>
 void RowTake(const std::uint8_t* from, std::uint8_t* into, std::int64_t samples) noexcept
 {
-    StepRow<T>(std::index_sequence<0>{}, {from}, samples, into, Step{});
+    StepRow<T>(std::index_sequence<0>{}, &from, samples, into, Step{});
 }
 
 const AccumulateKernels& Kernels()
