@@ -5,6 +5,7 @@ from __future__ import annotations
 import copy
 import json
 from collections.abc import Sequence
+from dataclasses import dataclass
 from typing import Any, Optional
 
 import numpy as np
@@ -38,6 +39,16 @@ def _check(rc: native.ResultCode, sentence: str) -> None:
         raise MemoryError(sentence)
     if rc != native.ResultOk:
         raise ValueError(f"{sentence}: {native.toString(rc)}")
+
+
+@dataclass(frozen=True)
+class _Prepared:
+    """Frames that may be added: the first one, the records of all, their masks, and the histogram where it is wanted."""
+
+    first: Array
+    records: Sequence[native.SxImageBuf]
+    masks: Sequence[native.SxImageBuf]
+    counts: Optional[npt.NDArray[np.uint64]]
 
 
 class Accumulator:
@@ -114,11 +125,16 @@ class Accumulator:
         Several frames in one call take less time than one call for each. A mask has one uint8 or bool per pixel; pixels
         that its mask does not select (0) are not counted in that frame.
         """
-        if not frames:
-            return
+        if frames:
+            self._take(self._prepared(frames, masks))
+
+    def _prepared(self, frames: Sequence[Array], masks: Optional[Sequence[Array]] = None) -> _Prepared:
+        """Frames and masks that fit each other and this accumulator, and how often their levels occur. It changes nothing, so
+        one thread may prepare frames while another one adds its own."""
         arrays = [array_of(frame, "frames") for frame in frames]
-        first = arrays[0]
-        dtype, shape = (first.dtype, first.shape) if self._dtype is None else (self._dtype, self._shape)
+        if self._dtype is None:
+            self._check_kind(arrays[0])
+        dtype, shape = (arrays[0].dtype, arrays[0].shape) if self._dtype is None else (self._dtype, self._shape)
         for array in arrays:
             if array.dtype != dtype or array.shape != shape:
                 raise ArgumentError("frames", f"{dtype} of shape {shape} is wanted, not {array.dtype} of {array.shape}")
@@ -126,30 +142,31 @@ class Accumulator:
         if masks is not None and len(chosen) != len(frames):
             raise ArgumentError("masks", f"as many as frames are wanted, {len(frames)}, not {len(chosen)}")
         selecting = [mask_of(array_of(mask, "masks"), shape, "masks") for mask in chosen]
+        records = [native.SxImageBuf(np.ascontiguousarray(array)) for array in arrays]
+        selected = [record_of(mask) for mask in selecting if mask is not None]
+        counts = self._counted(arrays[0], records, selected) if "hist" in self._what else None
+        return _Prepared(arrays[0], records, selected, counts)
+
+    def _take(self, new: _Prepared) -> None:
+        """Adds what an accumulator of the same results has prepared, all or nothing."""
         is_first = self._dtype is None
         if is_first:
-            self._begin(first)
+            self._begin(new.first)
         try:
-            if selecting and self._planes and "counts" not in self._planes:
+            if new.masks and self._planes and "counts" not in self._planes:
                 self._planes["counts"] = self._counts()
                 self._bind()
-            self._take(arrays, [record_of(mask) for mask in selecting if mask is not None])
+            if self._planes:
+                _check(native.AccumulateFrames(new.records, new.masks, self._sums), "frames or masks do not fit")
+            elif self._frames + len(new.records) > native.mostAccumulatedFrames:
+                _check(native.ResultOutOfRange, "")
         except BaseException:
             if is_first:
                 self.__setstate__(self.empty().__getstate__())
             raise
-
-    def _take(self, arrays: Sequence[Array], masks: Sequence[native.SxImageBuf]) -> None:
-        """Adds frames and masks that fit, all or none of them."""
-        records = [native.SxImageBuf(np.ascontiguousarray(array)) for array in arrays]
-        counts = self._counted(records, masks) if "hist" in self._what else None
-        if self._planes:
-            _check(native.AccumulateFrames(records, masks, self._sums), "frames or masks do not fit")
-        elif self._frames + len(arrays) > native.mostAccumulatedFrames:
-            _check(native.ResultOutOfRange, "")
-        if counts is not None:
-            self._histogram = counts if self._histogram is None else self._histogram + counts
-        self._frames += len(arrays)
+        if new.counts is not None:
+            self._histogram = new.counts if self._histogram is None else self._histogram + new.counts
+        self._frames += len(new.records)
 
     def merge(self, other: Accumulator) -> Accumulator:
         """Add what another accumulator holds, which stays as it is; returns this one."""
@@ -243,12 +260,15 @@ class Accumulator:
         self._histogram = state["histogram"]
         self._bind()
 
-    def _begin(self, frame: Array) -> None:
+    def _check_kind(self, frame: Array) -> None:
+        """Refuses frames that no accumulator takes."""
         if frame.dtype not in CAMERA_SAMPLES:
             raise SampleTypeError("frames", f"samples of uint8 or uint16 are wanted, not {frame.dtype}")
         check_shape(frame, "frames")
         if self._bits is not None and self._bits > 8 * frame.dtype.itemsize:
             raise ArgumentError("bits", f"samples of {frame.dtype} do not have {self._bits}")
+
+    def _begin(self, frame: Array) -> None:
         self._dtype = frame.dtype
         self._shape = frame.shape
         types = self._plane_types()
@@ -270,15 +290,14 @@ class Accumulator:
         return np.full(self._shape, self._frames, _TYPES["counts"])
 
     def _counted(
-        self, records: Sequence[native.SxImageBuf], masks: Sequence[native.SxImageBuf]
+        self, first: Array, records: Sequence[native.SxImageBuf], masks: Sequence[native.SxImageBuf]
     ) -> npt.NDArray[np.uint64]:
         """How often each level occurs in some frames."""
-        assert self._dtype is not None
-        bits = self._bits or 8 * self._dtype.itemsize
-        channels = 1 if len(self._shape) == 2 else self._shape[2]
+        bits = self._bits or 8 * first.itemsize
+        channels = 1 if first.ndim == 2 else first.shape[2]
         total = np.zeros((channels, 1 << bits), np.uint64)
         # Counters of 32 bits are enough for one frame; levels beyond the depth are looked for in all of them.
-        counts = np.empty((channels, 1 << (8 * self._dtype.itemsize)), np.uint32)
+        counts = np.empty((channels, 1 << (8 * first.itemsize)), np.uint32)
         counters = native.CxImageHistogram(counts)
         for index, record in enumerate(records):
             counts.fill(0)

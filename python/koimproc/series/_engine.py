@@ -67,9 +67,10 @@ def parts_of(series: Series, frames_per_part: Optional[int], directory: PathLike
     if frames_per_part < 1:
         raise ArgumentError("frames_per_part", f"at least 1 is wanted, not {frames_per_part}")
     parts = []
+    common = [series.key(), *facts]
     for start in range(0, len(series), frames_per_part):
         stop = min(start + frames_per_part, len(series))
-        key = hashlib.sha256(repr((series.identity(start, stop), list(facts), start, stop)).encode()).hexdigest()[:32]
+        key = hashlib.sha256(repr((series.identity(start, stop), common, start, stop)).encode()).hexdigest()[:32]
         parts.append(Part(start, stop, os.path.join(os.path.abspath(directory), key + ".json")))
     return parts
 
@@ -228,17 +229,23 @@ def run_parts(
     return report
 
 
+def fail(error: FrameError, on_error: str, failed: list[tuple[str, str]]) -> None:
+    """Raises the failure of a frame, or notes it."""
+    if on_error == "raise":
+        raise error
+    failed.append((error.name, error.message))
+
+
 def frames_of(
-    series: Series, part: Part, on_error: str, failed: list[tuple[str, str]]
+    series: Series, part: Part, on_error: str, failed: list[tuple[str, str]], any_depth: bool = False
 ) -> Iterator[tuple[int, Any]]:
-    """The frames of a part with their numbers; what cannot be read goes to `failed`, or raises."""
-    with series.reader() as read:
+    """The frames of a part with their numbers; what cannot be read goes to `failed`, or raises. With `any_depth` samples
+    beyond the depth are left to the caller."""
+    with series.reader(any_depth) as read:
         for index in range(part.start, part.stop):
             try:
                 frame = read(index)
             except FrameError as error:
-                if on_error == "raise":
-                    raise
-                failed.append((error.name, error.message))
-                continue
-            yield index, frame
+                fail(error, on_error, failed)
+            else:
+                yield index, frame

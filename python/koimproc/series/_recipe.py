@@ -22,6 +22,7 @@ from koimproc.series._engine import (
     Report,
     bytes_of_frame,
     check_engine,
+    fail,
     frames_of,
     parts_of,
     run_parts,
@@ -105,11 +106,6 @@ def _run_part(
 ) -> None:
     failed: list[tuple[str, str]] = []
 
-    def fail(index: int, message: str) -> None:
-        if on_error == "raise":
-            raise FrameError(series.names[index], message)
-        failed.append((series.names[index], message))
-
     made = []
     with tempfile.TemporaryDirectory(prefix="koimproc-") as scratch:
         inputs = _inputs_of(series, part, on_error, results.names, defects, scratch, failed)
@@ -117,13 +113,14 @@ def _run_part(
         for outcome in outcomes:
             index = inputs[outcome["input"]]
             if outcome["status"] != "done":
-                fail(index, outcome["message"].removeprefix(outcome["input"] + ": ") or outcome["status"])
+                message = outcome["message"].removeprefix(outcome["input"] + ": ") or outcome["status"]
+                fail(FrameError(series.names[index], message), on_error, failed)
                 continue
             if isinstance(results, Stack):
                 try:
                     results.write(index, outcome["output"])
                 except ValueError as error:
-                    fail(index, str(error))
+                    fail(FrameError(series.names[index], str(error)), on_error, failed)
                     continue
             made.append(index)
     if isinstance(results, Stack):

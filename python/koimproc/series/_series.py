@@ -83,24 +83,37 @@ class Series:
             raise FrameError(self._names[index], str(error) or type(error).__name__) from error
 
     def __getitem__(self, index: int) -> Array:
-        """Read one frame. `FrameError` where it cannot be read, or differs from the first one in
-        shape, dtype, depth or pattern."""
-        return self._checked(self._source.read, index)
+        """Read one frame. `FrameError` where it cannot be read, differs from the first one in shape, dtype, depth or
+        pattern, or has samples beyond the depth."""
+        return self._checked(self._source.read, False, index)
 
-    def _checked(self, read: Read, index: int) -> Array:
-        frame = self._read(read, range(len(self))[index])
+    def _checked(self, read: Read, any_depth: bool, index: int) -> Array:
+        index = range(len(self))[index]
+        frame = self._read(read, index)
         if frame.shape != self._shape or frame.dtype != self._dtype:
             raise FrameError(
                 self._names[index], f"{self._dtype} of shape {self._shape} is wanted, not {frame.dtype} of {frame.shape}"
             )
+        error = None if any_depth else self.beyond_depth(index, frame)
+        if error is not None:
+            raise error
         return frame
 
+    def beyond_depth(self, index: int, frame: Array) -> Optional[FrameError]:
+        """What is wrong with a frame that has samples beyond the depth; None with others."""
+        if frame.dtype.kind != "u" or self._bits >= 8 * frame.dtype.itemsize or frame.size == 0:
+            return None
+        highest = int(frame.max())
+        if highest >> self._bits == 0:
+            return None
+        return FrameError(self._names[index], f"has a sample of {highest}, more than its {self._bits} bits")
+
     @contextmanager
-    def reader(self) -> Iterator[Read]:
+    def reader(self, any_depth: bool = False) -> Iterator[Read]:
         """A function that reads frames as ``series[index]`` does. It keeps the file of several frames open meanwhile, which
-        takes less time; one thread may call it."""
+        takes less time; one thread may call it. With `any_depth` it leaves samples beyond the depth to the caller."""
         with self._source.reader() as read:
-            yield partial(self._checked, read)
+            yield partial(self._checked, read, any_depth)
 
     def __iter__(self) -> Iterator[Array]:
         with self.reader() as read:
@@ -138,7 +151,7 @@ class Series:
     def identity(self, start: int, stop: int) -> str:
         """A hash of the names, sizes and times of change of the files that hold the frames start...stop - 1: another one
         after any of them has changed."""
-        digest = hashlib.sha256(repr((self._shape, str(self._dtype), self._bits, self._bayer, self.key())).encode())
+        digest = hashlib.sha256(repr((self._shape, str(self._dtype), self._bits, self._bayer)).encode())
         for path in self.files(start, stop):
             try:
                 status = os.stat(path)
