@@ -6,9 +6,11 @@
 #include "base/image_view.h"
 #include "base/joined_rows.h"
 #include "stats/moment_kernels.h"
+#include "stats/square_kernels.h"
 #include "stats/sum_kernels.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <functional>
 #include <vector>
@@ -99,14 +101,27 @@ bool hasColourFormat(const SxImageInfo& info)
     return isInterleaved(info) && info.channels > 1 && info.pixelFormat == 1;
 }
 
-/// Count and sum of the selected samples of a mono image.
+/// Count and sum of the selected samples of one of the interleaved channels.
 template <class T>
-MaskedSum maskedSum(const SxImageBuf& src, const SxImageBuf& mask)
+MaskedSum maskedSum(const SxImageBuf& src, std::int64_t channel, const SxImageBuf& mask)
 {
-    MaskedSum sum;
+    constexpr std::int64_t longestPiece = 4096;
+    const GatherRow gather = squareKernels().gather.of<std::make_unsigned_t<T>>();
     const auto add = momentKernels().of<T>().add;
-    for (std::int64_t y = 0; y < src.height; ++y)
-        add(rowOf(src, y), rowOf(mask, y), src.width, sum);
+    std::array<std::uint8_t, longestPiece * sizeof(T)> piece;
+    MaskedSum sum;
+    for (std::int64_t y = 0; y < src.height; ++y) {
+        for (std::int64_t x = 0; x < src.width; x += longestPiece) {
+            const std::int64_t count = std::min(longestPiece, src.width - x);
+            const std::uint8_t* samples =
+                rowOf(src, y) + (x * src.channels + channel) * std::int64_t{sizeof(T)};
+            if (!isMono(src)) {
+                gather(samples, src.channels, count, piece.data());
+                samples = piece.data();
+            }
+            add(samples, rowOf(mask, y) + x, count, sum);
+        }
+    }
     return sum;
 }
 
@@ -199,7 +214,7 @@ Spread spreadOf(const SxImageBuf& src, const SxImageBuf& mask)
 {
     double count = 0.0, mean = 0.0, squares = 0.0;
     if constexpr (isNarrow<T>) {
-        const MaskedSum total = maskedSum<T>(src, mask);
+        const MaskedSum total = maskedSum<T>(src, 0, mask);
         count = static_cast<double>(total.count);
         mean = meanOf<T>(total);
         squares = sumOfSquares<T>(src, mask, mean, total.highest);
@@ -215,27 +230,37 @@ Spread spreadOf(const SxImageBuf& src, const SxImageBuf& mask)
     return {mean, count != 0.0 ? std::sqrt(squares / count) : 0.0};
 }
 
+/// Means of interleaved channels of wide samples, whose sums round after each addition. `sums` has one number per
+/// channel; where the compiler knows how many, they stay in registers.
+template <class T, class Sums>
+void wideMeans(const SxImageBuf& src, const SxImageBuf& mask, Sums sums, double* means)
+{
+    const std::size_t channels = sums.size();
+    double count = 0.0;
+    forEachSelected(src, mask, [&](const std::uint8_t* row, std::int64_t x) {
+        for (std::size_t c = 0; c < channels; ++c)
+            sums[c] += static_cast<double>(
+                loadSample<T>(row, x * static_cast<std::int64_t>(channels) + static_cast<std::int64_t>(c)));
+        count += 1.0;
+    });
+    std::transform(sums.begin(), sums.end(), means, [&](double sum) { return sum / count; });
+}
+
 /// Means of interleaved channels. Narrow samples are summed as integers, which changes no bit of the sums.
 template <class T>
 void channelMeans(const SxImageBuf& src, const SxImageBuf& mask, double* means)
 {
-    using Sum = std::conditional_t<isNarrow<T>, std::int64_t, double>;
     if constexpr (isNarrow<T>) {
-        if (isMono(src)) {
-            *means = meanOf<T>(maskedSum<T>(src, mask));
-            return;
-        }
+        for (int c = 0; c < src.channels; ++c)
+            means[c] = meanOf<T>(maskedSum<T>(src, c, mask));
+    } else if (isMono(src)) {
+        wideMeans<T>(src, mask, std::array<double, 1>{}, means);
+    } else if (src.channels == 3) {
+        wideMeans<T>(src, mask, std::array<double, 3>{}, means);
+    } else {
+        wideMeans<T>(src, mask, std::vector<double>(static_cast<std::size_t>(std::max(src.channels, 0))),
+                     means);
     }
-    const std::int64_t channels = std::max(src.channels, 0);
-    std::vector<Sum> sums(static_cast<std::size_t>(channels));
-    double count = 0.0;
-    forEachSelected(src, mask, [&](const std::uint8_t* row, std::int64_t x) {
-        for (std::int64_t c = 0; c < channels; ++c)
-            sums[static_cast<std::size_t>(c)] += static_cast<Sum>(loadSample<T>(row, x * channels + c));
-        count += 1.0;
-    });
-    std::transform(sums.begin(), sums.end(), means,
-                   [&](Sum sum) { return static_cast<double>(sum) / count; });
 }
 
 }  // namespace
