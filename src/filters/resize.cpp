@@ -5,17 +5,30 @@
 #include "base/dispatch.h"
 #include "base/image_view.h"
 #include "base/rows.h"
+#include "filters/resize_half_kernels.h"
 #include "filters/resize_kernels.h"
 
 #include <algorithm>
+#include <limits>
 #include <vector>
 
 namespace ko {
 
 namespace {
 
-/// Sums of weighted samples stay below 2^50 up to this product, so doubles hold them and their quarters.
-constexpr std::int64_t mostWeight = std::int64_t{1} << 34;
+/// The largest sum of weights behind one result up to which results of samples of so many bits are exact when they
+/// are computed in F.
+///
+/// Sums of weighted samples are whole numbers, so sum / weight + 1/2 is a whole number or at least 1 / (2 * weight)
+/// below the next one. A quarter of a weight more, it stays 1 / (4 * weight) away from whole numbers on either side.
+/// With p digits, sum + weight / 2 + 1/4 is exact: it is less than 2^bits * weight, and has two digits behind the
+/// point. The quotient is at most 2^bits - 1/4; the rounded reciprocal and the rounded product change it by less than
+/// 2^(bits + 1 - p), which is no more than 1 / (4 * weight).
+template <class F>
+constexpr double mostWeight(int bits)
+{
+    return static_cast<double>(std::int64_t{1} << (std::numeric_limits<F>::digits - 3 - bits));
+}
 
 /// An upper bound of the weights behind one result, along one axis.
 std::int64_t weightBound(std::int64_t length, std::int64_t wanted)
@@ -28,45 +41,68 @@ bool isExact(const SxImageInfo& src, const SxImageInfo& dst)
     // Both are below 2^32, so no product overflows once one is known to be small.
     const std::int64_t across = weightBound(src.height, dst.height),
                        along = weightBound(src.width, dst.width);
-    return across <= 0 || along <= mostWeight / across;
+    constexpr auto most = static_cast<std::int64_t>(mostWeight<double>(16));
+    return across <= 0 || along <= most / across;
 }
 
 RowWork workOf(const SxImageBuf& src, const SxImageBuf& dst)
 {
-    constexpr std::int64_t enough = std::int64_t{1} << 30;  // for any number of threads
+    constexpr std::int64_t enough = std::int64_t{1} << 27;  // for any number of threads
     const std::int64_t rows = std::max(src.height / dst.height, 2);
-    return {dst.height, std::min(rowBytes(src), enough / rows) * rows + std::min(rowBytes(dst), enough)};
+    const std::int64_t read = std::min(rowBytes(src), enough / rows) * rows;
+    return RowWork{dst.height, read + std::min(rowBytes(dst), enough)}.times(8);
 }
 
-void resize(const SxImageBuf& src, SxImageBuf& dst, const ResizePasses& passes)
+/// Rows of results that are made together.
+constexpr std::int64_t rowsTogether = 4;
+
+template <class F>
+void resizeIn(const SxImageBuf& src, SxImageBuf& dst, const ResizePasses<F>& passes, const ResizeAxis& down,
+              const ResizeAxis& across)
+{
+    const ResizePlan<F> plan(across, dst.width, dst.channels, passes.lanes);
+    const F weight = static_cast<F>(down.divisor()) * static_cast<F>(across.divisor());
+    const ResizeScale<F> scale{weight / 2 + F{0.25}, 1 / weight};
+    const std::int64_t samples = std::int64_t{src.width} * src.channels;
+    const std::int64_t pitch = samples + plan.slack();
+    const RowWork work = workOf(src, dst);
+    const std::int64_t bands = std::min<std::int64_t>(dst.height, threadsFor(work));
+    std::vector<F> sums(static_cast<std::size_t>(bands * rowsTogether * pitch));
+    rowsStatic({bands, work.bytes * dst.height / bands}, [&](std::int64_t band) noexcept {
+        F* const own = sums.data() + band * rowsTogether * pitch;
+        const std::int64_t end = dst.height * (band + 1) / bands;
+        for (std::int64_t y = dst.height * band / bands; y < end; y += rowsTogether) {
+            const std::int64_t rows = std::min(rowsTogether, end - y);
+            for (std::int64_t row = 0; row < rows; ++row) {
+                const ResizeTaps taps = down.taps(y + row);
+                passes.across({rowOf(src, taps.first), src.stride, taps.count,
+                               static_cast<F>(taps.firstWeight), static_cast<F>(down.inner()),
+                               static_cast<F>(taps.lastWeight)},
+                              own + row * pitch, samples);
+            }
+            passes.along({own, pitch, rowOf(dst, y), dst.stride, rows}, plan, scale);
+        }
+    });
+}
+
+template <class T>
+void resize(const SxImageBuf& src, SxImageBuf& dst)
 {
     const ResizeAxis down(src.height, dst.height);
     const ResizeAxis across(src.width, dst.width);
-    const ResizePlan plan(across, dst.width, dst.channels, passes.lanes);
+    if (down.isHalving() && across.isHalving() && src.channels <= resizeHalfChannels) {
+        const ResizeHalfRow row = resizeHalfKernels().of<T>();
+        rowsStatic(workOn(dst, src, src), [&](std::int64_t y) noexcept {
+            row(rowOf(src, 2 * y), rowOf(src, 2 * y + 1), rowOf(dst, y), dst.width, dst.channels);
+        });
+        return;
+    }
     const double weight = static_cast<double>(down.divisor()) * static_cast<double>(across.divisor());
-    // Sums and weight are whole numbers below 2^50 and up to 2^34, so sum / weight + 1/2 is a whole number or at
-    // least 1 / (2 * weight) below the next one. A quarter of the weights' unit more, it stays 1 / (4 * weight) away
-    // from whole numbers on both sides. The quotient is below 2^16 - 1/4, the rounded reciprocal and the rounded
-    // product change it by less than 2^-52 of itself, so by less than 2^-36, which is 1 / (4 * 2^34).
-    const double half = weight / 2 + 0.25;
-    const std::int64_t samples = std::int64_t{src.width} * src.channels;
-    const auto pitch =
-        static_cast<std::size_t>(samples + (plan.innerCount + plan.endCount + 1) * dst.channels) +
-        ResizeGroup::mostLanes;
-    const RowWork work = workOf(src, dst);
-    const std::int64_t bands = std::min<std::int64_t>(dst.height, threadsFor(work));
-    std::vector<double> sums(pitch * static_cast<std::size_t>(bands));
-    rowsStatic({bands, work.bytes * dst.height / bands}, [&](std::int64_t band) noexcept {
-        double* const own = sums.data() + pitch * static_cast<std::size_t>(band);
-        for (std::int64_t y = dst.height * band / bands; y < dst.height * (band + 1) / bands; ++y) {
-            const ResizeTaps taps = down.taps(y);
-            passes.across({rowOf(src, taps.first), src.stride, taps.count,
-                           static_cast<double>(taps.firstWeight), static_cast<double>(down.inner()),
-                           static_cast<double>(taps.lastWeight)},
-                          own, samples);
-            passes.along(own, plan, rowOf(dst, y), half, 1 / weight);
-        }
-    });
+    const ResizeByPrecision& kernels = resizeKernels().of<T>();
+    if (weight <= mostWeight<float>(8 * sizeof(T)))
+        resizeIn(src, dst, kernels.floats, down, across);
+    else
+        resizeIn(src, dst, kernels.doubles, down, across);
 }
 
 }  // namespace
@@ -87,7 +123,7 @@ ResultCode Resize(const SxImageBuf& src, SxImageBuf& dst)
                         {{ResultBadArg1, rowsFit(src)}, {ResultBadArg2, rowsFit(dst)}},
                         [&]<class T>(std::type_identity<T>) {
                             if (hasPixels(dst))
-                                resize(src, dst, resizeKernels().of<T>());
+                                resize<T>(src, dst);
                         });
     });
 }

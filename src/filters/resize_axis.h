@@ -20,6 +20,7 @@ public:
     ResizeAxis(std::int64_t length, std::int64_t wanted) noexcept;
 
     bool shrinks() const noexcept { return m_wanted < m_length; }
+    bool isHalving() const noexcept { return m_length == 2 && m_wanted == 1; }
     /// Weights of one result together.
     std::int64_t divisor() const noexcept { return shrinks() ? m_length : 2 * m_wanted; }
     /// Weight of a sample that one result covers whole.

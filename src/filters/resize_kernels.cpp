@@ -2,7 +2,7 @@
 
 #include "base/image_view.h"
 
-#include <algorithm>
+#include <cstring>
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "filters/resize_kernels.cpp"
@@ -16,86 +16,155 @@ namespace {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
-using D = hn::CappedTag<double, ResizeGroup::mostLanes>;
+template <class F>
+using LanesOf = hn::CappedTag<F, ResizeGroup<F>::mostLanes>;
 
-template <class T>
-hn::Vec<D> LoadSamples(const std::uint8_t* at)
+template <class T, class D>
+hn::Vec<D> LoadSamples(D d, const std::uint8_t* at)
 {
     const hn::Rebind<T, D> dt;
     const hn::Rebind<std::int32_t, D> d32;
-    return hn::PromoteTo(D{}, hn::PromoteTo(d32, hn::LoadU(dt, reinterpret_cast<const T*>(at))));
+    const auto samples = hn::PromoteTo(d32, hn::LoadU(dt, reinterpret_cast<const T*>(at)));
+    if constexpr (sizeof(hn::TFromD<D>) == 4)
+        return hn::ConvertTo(d, samples);
+    else
+        return hn::PromoteTo(d, samples);
 }
 
-template <class T>
-void Across(const ResizeRows& rows, double* sums, std::int64_t samples) noexcept
+/// Truncated.
+template <class T, class D>
+hn::Vec<hn::Rebind<T, D>> ToSamples(D, hn::Vec<D> v)
 {
-    const D d;
+    const hn::Rebind<std::int32_t, D> d32;
+    const hn::Rebind<T, D> dt;
+    if constexpr (sizeof(hn::TFromD<D>) == 4)
+        return hn::DemoteTo(dt, hn::ConvertTo(d32, v));
+    else
+        return hn::DemoteTo(dt, hn::DemoteTo(d32, v));
+}
+
+/// The weighted sums of a vector of samples, `at` bytes from the beginning of their rows.
+template <class T, bool HasInner, class D>
+hn::Vec<D> SumsAt(D d, const ResizeSource<hn::TFromD<D>>& rows, std::int64_t at)
+{
+    const std::uint8_t* const first = rows.first + at;
+    const std::uint8_t* const last = first + (rows.count - 1) * rows.stride;
+    const auto ends = hn::MulAdd(LoadSamples<T>(d, first), hn::Set(d, rows.firstWeight),
+                                 hn::Mul(LoadSamples<T>(d, last), hn::Set(d, rows.lastWeight)));
+    if constexpr (!HasInner)
+        return ends;
+    auto inner = hn::Zero(d);
+    for (const std::uint8_t* row = first + rows.stride; row != last; row += rows.stride)
+        inner = hn::Add(inner, LoadSamples<T>(d, row));
+    return hn::MulAdd(inner, hn::Set(d, rows.inner), ends);
+}
+
+template <class T, bool HasInner, class F, class D>
+void AcrossWith(D d, ResizeSource<F> rows, F* sums, std::int64_t samples)
+{
     const auto step = static_cast<std::int64_t>(hn::Lanes(d));
-    const std::uint8_t* const last = rows.first + (rows.count - 1) * rows.stride;
-    std::int64_t x = 0;
-    for (; x + step <= samples; x += step) {
-        const std::uint8_t* at = rows.first + x * static_cast<std::int64_t>(sizeof(T));
-        auto sum = hn::Mul(LoadSamples<T>(at), hn::Set(d, rows.firstWeight));
-        if (rows.count > 1) {
-            auto inner = hn::Zero(d);
-            for (std::int64_t row = 1; row < rows.count - 1; ++row)
-                inner = hn::Add(inner, LoadSamples<T>(at + row * rows.stride));
-            sum = hn::MulAdd(inner, hn::Set(d, rows.inner), sum);
-            sum = hn::MulAdd(LoadSamples<T>(at + (last - rows.first)), hn::Set(d, rows.lastWeight), sum);
-        }
-        hn::StoreU(sum, d, sums + x);
-    }
-    for (; x < samples; ++x) {
-        double sum = loadSample<T>(rows.first, x) * rows.firstWeight;
-        for (std::int64_t row = 1; row < rows.count - 1; ++row)
-            sum += loadSample<T>(rows.first + row * rows.stride, x) * rows.inner;
-        if (rows.count > 1)
-            sum += loadSample<T>(last, x) * rows.lastWeight;
-        sums[x] = sum;
-    }
+    for (std::int64_t x = 0; x + step <= samples; x += step)
+        hn::StoreU(SumsAt<T, HasInner>(d, rows, x * static_cast<std::int64_t>(sizeof(T))), d, sums + x);
 }
 
-template <class T>
-void Along(const double* sums, const ResizePlan& plan, std::uint8_t* dst, double half, double scale) noexcept
+template <class T, class F>
+void Across(const ResizeSource<F>& rows, F* sums, std::int64_t samples) noexcept
 {
-    const D d;
-    const hn::Rebind<std::int32_t, D> d32;
-    const hn::Rebind<T, D> dt;
+    const LanesOf<F> d;
+    const std::int64_t whole = samples - samples % static_cast<std::int64_t>(hn::Lanes(d));
+    const auto add = [&](auto lanes, std::int64_t from, std::int64_t to) HWY_ATTR {
+        ResizeSource<F> part = rows;
+        part.first += from * static_cast<std::int64_t>(sizeof(T));
+        if (rows.count > 2)
+            AcrossWith<T, true>(lanes, part, sums + from, to - from);
+        else
+            AcrossWith<T, false>(lanes, part, sums + from, to - from);
+    };
+    add(d, 0, whole);
+    add(hn::CappedTag<F, 1>{}, whole, samples);
+}
+
+/// `Rows` rows, so that the plan, which is larger than they are, is read less often. `Taps` is 2 where the axis becomes
+/// longer, and 0 for any number.
+template <class T, class F, std::size_t Rows, int Taps>
+void AlongRows(const ResizeRows<F>& rows, const ResizePlan<F>& plan, const ResizeScale<F>& scale) noexcept
+{
+    const LanesOf<F> d;
+    using V = hn::Vec<LanesOf<F>>;
     constexpr auto lanes = static_cast<std::int64_t>(hn::MaxLanes(d));
-    for (const ResizeGroup& group : plan.groups) {
+    for (const ResizeGroup<F>& group : plan.groups) {
         const auto indices = hn::SetTableIndices(d, group.lanes);
-        const auto tap = [&](std::int64_t t) HWY_ATTR {
-            return hn::TableLookupLanes(hn::LoadU(d, sums + group.from + t * plan.channels), indices);
+        const F* const from = rows.sums + group.from;
+        const auto tap = [&](std::int64_t row, std::int64_t t) HWY_ATTR {
+            return hn::TableLookupLanes(hn::LoadU(d, from + row * rows.pitch + t * plan.channels), indices);
         };
-        auto sum = hn::MulAdd(tap(0), hn::Load(d, group.weights[0]), hn::Set(d, half));
-        std::int64_t t = 1;
-        if (plan.innerCount != 0) {
-            auto inner = hn::Zero(d);
-            for (; t <= plan.innerCount; ++t)
-                inner = hn::Add(inner, tap(t));
-            sum = hn::MulAdd(inner, hn::Set(d, plan.inner), sum);
+        V sums[Rows];
+        const V first = hn::Load(d, group.weights[0]);
+        for (std::size_t row = 0; row < Rows; ++row)
+            sums[row] = hn::MulAdd(tap(row, 0), first, hn::Set(d, scale.offset));
+        if (Taps == 0 && plan.innerCount != 0) {
+            const V weight = hn::Set(d, plan.inner);
+            for (std::size_t row = 0; row < Rows; ++row) {
+                V inner = tap(row, 1);
+                for (std::int64_t t = 2; t <= plan.innerCount; ++t)
+                    inner = hn::Add(inner, tap(row, t));
+                sums[row] = hn::MulAdd(inner, weight, sums[row]);
+            }
         }
-        for (std::int64_t end = 1; end <= plan.endCount; ++end, ++t)
-            sum = hn::MulAdd(tap(t), hn::Load(d, group.weights[end]), sum);
-        const auto results = hn::DemoteTo(dt, hn::DemoteTo(d32, hn::Mul(sum, hn::Set(d, scale))));
-        std::uint8_t* const at = dst + group.to * static_cast<std::int64_t>(sizeof(T));
-        // What a group writes behind its own results, the next one writes again.
-        if (group.to + lanes <= plan.samples) {
-            hn::StoreU(results, dt, reinterpret_cast<T*>(at));
-        } else {
-            T rest[hn::MaxLanes(d)];
-            hn::StoreU(results, dt, rest);
-            std::memcpy(at, rest, static_cast<std::size_t>(plan.samples - group.to) * sizeof(T));
+        for (std::int64_t end = 1; end <= (Taps == 0 ? plan.endCount : Taps - 1); ++end) {
+            const V weight = hn::Load(d, group.weights[end]);
+            const std::int64_t t = Taps == 0 ? plan.innerCount + end : end;
+            for (std::size_t row = 0; row < Rows; ++row)
+                sums[row] = hn::MulAdd(tap(row, t), weight, sums[row]);
+        }
+        std::uint8_t* const at = rows.dst + group.to * static_cast<std::int64_t>(sizeof(T));
+        const std::int64_t room = plan.samples - group.to;
+        for (std::size_t row = 0; row < Rows; ++row) {
+            const auto results = ToSamples<T>(d, hn::Mul(sums[row], hn::Set(d, scale.scale)));
+            const hn::Rebind<T, LanesOf<F>> dt;
+            std::uint8_t* const to = at + static_cast<std::int64_t>(row) * rows.stride;
+            // What a group writes behind its own results, the next one writes again.
+            if (room >= lanes) {
+                hn::StoreU(results, dt, reinterpret_cast<T*>(to));
+            } else {
+                T rest[hn::MaxLanes(d)];
+                hn::StoreU(results, dt, rest);
+                std::memcpy(to, rest, static_cast<std::size_t>(room) * sizeof(T));
+            }
         }
     }
 }
 
+template <class T, class F>
+void Along(const ResizeRows<F>& rows, const ResizePlan<F>& plan, const ResizeScale<F>& scale) noexcept
+{
+    ResizeRows<F> rest = rows;
+    const auto take = [&](std::int64_t count) {
+        rest.sums += count * rest.pitch;
+        rest.dst += count * rest.stride;
+        rest.count -= count;
+    };
+    const bool isLonger = plan.innerCount == 0 && plan.endCount == 1;
+    for (; rest.count >= 4; take(4)) {
+        if (isLonger)
+            AlongRows<T, F, 4, 2>(rest, plan, scale);
+        else
+            AlongRows<T, F, 4, 0>(rest, plan, scale);
+    }
+    for (; rest.count != 0; take(1))
+        AlongRows<T, F, 1, 0>(rest, plan, scale);
+}
+
+template <class T, class F>
+constexpr ResizePasses<F> passes{&Across<T, F>, &Along<T, F>,
+                                 static_cast<std::int64_t>(hn::MaxLanes(LanesOf<F>{}))};
+
 template <class T>
-constexpr ResizePasses passes{&Across<T>, &Along<T>, hn::MaxLanes(D{})};
+constexpr ResizeByPrecision byPrecision{passes<T, float>, passes<T, double>};
 
 const ResizeKernels& Kernels()
 {
-    static constexpr ResizeKernels kernels{passes<std::uint8_t>, passes<std::uint16_t>};
+    static constexpr ResizeKernels kernels{byPrecision<std::uint8_t>, byPrecision<std::uint16_t>};
     return kernels;
 }
 

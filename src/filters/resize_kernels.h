@@ -1,37 +1,53 @@
-// Row kernels of Resize.
+// Row kernels of Resize for any ratio, on floats or doubles.
 #pragma once
 
 #include "base/kernel_tables.h"
 #include "filters/resize_plan.h"
 
-#include <cstddef>
 #include <cstdint>
 
 namespace ko {
 
 /// The rows behind one row of results.
-struct ResizeRows {
+template <class F>
+struct ResizeSource {
     const std::uint8_t* first;
     std::int64_t stride;
     std::int64_t count;
-    double firstWeight, inner, lastWeight;
+    F firstWeight, inner, lastWeight;
 };
 
-/// sums[x] = the weighted sum of sample x of all rows.
-using ResizeAcross = void (*)(const ResizeRows& rows, double* sums, std::int64_t samples) noexcept;
+/// Rows of sums with `plan.slack()` values behind each, and the rows of results that they become.
+template <class F>
+struct ResizeRows {
+    const F* sums;
+    std::int64_t pitch;  ///< values from a row of sums to the next
+    std::uint8_t* dst;
+    std::int64_t stride;
+    std::int64_t count;
+};
 
-/// The weighted sums of the sums along the row, times `scale`, the reciprocal of the sum of all weights, rounded.
-/// `resizeSlack` finite values follow the sums.
-using ResizeAlong = void (*)(const double* sums, const ResizePlan& plan, std::uint8_t* dst, double half,
-                             double scale) noexcept;
+/// A weighted sum becomes (sum + offset) * scale, truncated.
+template <class F>
+struct ResizeScale {
+    F offset, scale;
+};
 
+template <class F>
 struct ResizePasses {
-    ResizeAcross across;
-    ResizeAlong along;
-    std::size_t lanes;  ///< that a plan is for
+    /// sums[x] = the weighted sum of sample x of all rows.
+    void (*across)(const ResizeSource<F>& rows, F* sums, std::int64_t samples) noexcept;
+    /// Results from the weighted sums of the sums along each row.
+    void (*along)(const ResizeRows<F>& rows, const ResizePlan<F>& plan, const ResizeScale<F>& scale) noexcept;
+    std::int64_t lanes;  ///< that a plan is for
 };
 
-using ResizeKernels = PerDepth<ResizePasses>;
+struct ResizeByPrecision {
+    ResizePasses<float> floats;
+    ResizePasses<double> doubles;
+};
+
+using ResizeKernels = PerDepth<ResizeByPrecision>;
 
 /// The kernels of the running processor.
 const ResizeKernels& resizeKernels();

@@ -12,6 +12,7 @@
 #include <hwy/highway.h>
 // Compiled per target as well, hence behind Highway.
 #include "simd/averages-inl.h"
+#include "simd/second_pixels-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace ko {
@@ -116,21 +117,13 @@ hn::Vec<D> TentAt(D d, const std::uint8_t* at, std::int64_t distance)
     return hn::AverageRound(LoadComplement(d, at + distance), sides);
 }
 
-/// Unsigned integer that holds a whole pixel.
-template <int Bytes>
-using PixelOf =
-    std::conditional_t<Bytes == 1, std::uint8_t,
-                       std::conditional_t<Bytes == 2, std::uint16_t,
-                                          std::conditional_t<Bytes == 4, std::uint32_t, std::uint64_t>>>;
-
 /// Pixels of 1, 2, 4 or 8 bytes are lanes of their own when they change places.
 template <class T, int PixelBytes>
 struct PixelLanes {
     using D = hn::ScalableTag<T>;
     using P = hn::Repartition<PixelOf<PixelBytes>, D>;
 
-    static std::int64_t StepDoubled() { return static_cast<std::int64_t>(hn::Lanes(P{})); }
-    static std::int64_t StepHalved() { return StepDoubled(); }
+    static std::int64_t Step() { return static_cast<std::int64_t>(hn::Lanes(P{})); }
 
     static void Double(const std::uint8_t* src, std::uint8_t* dst)
     {
@@ -138,20 +131,6 @@ struct PixelLanes {
         hn::StoreInterleaved2(hn::BitCast(P{}, both.first), hn::BitCast(P{}, both.second), P{},
                               reinterpret_cast<PixelOf<PixelBytes>*>(dst));
     }
-
-    static void Halve(const std::uint8_t* src, std::uint8_t* dst)
-    {
-        const auto lower = TentAt(D{}, src, PixelBytes);
-        const auto upper = TentAt(D{}, src + StepHalved() * PixelBytes, PixelBytes);
-        hn::StoreU(hn::ConcatEven(P{}, hn::BitCast(P{}, upper), hn::BitCast(P{}, lower)), P{},
-                   reinterpret_cast<PixelOf<PixelBytes>*>(dst));
-    }
-};
-
-constexpr std::uint8_t none = 0x80;  // a zero from the byte shuffle
-
-struct Shuffle {
-    alignas(16) std::uint8_t bytes[16];
 };
 
 /// For output bytes `first`... of a doubled row, the bytes of the even (or odd) output pixels, which lie in a
@@ -168,37 +147,14 @@ constexpr Shuffle ShuffleOfDoubled(int first, int odd, int offset)
     return shuffle;
 }
 
-/// For output bytes `first`... of a halved row, the bytes that lie in the 16 from `offset` on of the tents
-/// around every source pixel.
-template <int PixelBytes>
-constexpr Shuffle ShuffleOfHalved(int first, int offset)
-{
-    Shuffle shuffle{};
-    for (int i = 0; i < 16; ++i) {
-        const int byte = (first + i) / PixelBytes * 2 * PixelBytes + (first + i) % PixelBytes - offset;
-        shuffle.bytes[i] = byte >= 0 && byte < 16 ? static_cast<std::uint8_t>(byte) : none;
-    }
-    return shuffle;
-}
-
-/// Pixels of 3 or 6 bytes, put in place by byte shuffles, 24 bytes of source (doubling) or result (halving)
-/// as the unit.
+/// Pixels of 3 or 6 bytes, put in place by byte shuffles, 24 bytes of source as the unit.
 template <class T, int PixelBytes>
 struct PixelShuffles {
     using D = hn::CappedTag<T, 16 / sizeof(T)>;
-    using B = hn::CappedTag<std::uint8_t, 16>;
+    using B = ShuffledBytes;
     using V = hn::Vec<B>;
 
-    static constexpr int unit = 24;
-    static constexpr int unitsHalved = 4;  // a whole number of the widest vectors
-
-    static std::int64_t StepDoubled() { return unit / PixelBytes; }
-    static std::int64_t StepHalved() { return unitsHalved * unit / PixelBytes; }
-
-    static V Pick(V from, const Shuffle& shuffle)
-    {
-        return hn::TableLookupBytesOr0(from, hn::Load(B{}, shuffle.bytes));
-    }
+    static std::int64_t Step() { return 24 / PixelBytes; }
 
     static void Double(const std::uint8_t* src, std::uint8_t* dst)
     {
@@ -218,28 +174,6 @@ struct PixelShuffles {
         hn::StoreU(hn::Or(Pick(even8, fromEven[1]), Pick(odd0, fromOdd[1])), B{}, dst + 16);
         hn::StoreU(hn::Or(Pick(even8, fromEven[2]), Pick(odd8, fromOdd[2])), B{}, dst + 32);
     }
-
-    static void Halve(const std::uint8_t* src, std::uint8_t* dst)
-    {
-        // Tents around every pixel with the widest vectors, then those around every second one.
-        const hn::ScalableTag<T> wide;
-        constexpr auto wideBytes = static_cast<int>(hn::MaxLanes(wide) * sizeof(T));
-        alignas(64) std::uint8_t tents[2 * unit * unitsHalved];
-        for (int at = 0; at < 2 * unit * unitsHalved; at += wideBytes)
-            StoreAt(wide, TentAt(wide, src + at, PixelBytes), tents + at);
-        static constexpr Shuffle first[] = {ShuffleOfHalved<PixelBytes>(0, 0),
-                                            ShuffleOfHalved<PixelBytes>(0, 16)};
-        static constexpr Shuffle rest[] = {ShuffleOfHalved<PixelBytes>(16, 16),
-                                           ShuffleOfHalved<PixelBytes>(16, 32)};
-        for (int i = 0; i < unitsHalved; ++i, dst += unit) {
-            const std::uint8_t* const own = tents + 2 * unit * i;
-            const V tent0 = hn::Load(B{}, own), tent16 = hn::Load(B{}, own + 16),
-                    tent32 = hn::Load(B{}, own + 32);
-            hn::StoreU(hn::Or(Pick(tent0, first[0]), Pick(tent16, first[1])), B{}, dst);
-            const V end = hn::Or(Pick(tent16, rest[0]), Pick(tent32, rest[1]));
-            hn::StoreU(hn::LowerHalf(end), hn::Half<B>{}, dst + 16);
-        }
-    }
 };
 
 template <class T, int PixelBytes>
@@ -251,7 +185,7 @@ void DoubleRowOf(const std::uint8_t* src, std::uint8_t* dst, std::int64_t pixels
 {
     constexpr int pixelBytes = Channels * static_cast<int>(sizeof(T));
     using Moves = PixelMoves<T, pixelBytes>;
-    const bool done = InBlocks(1, pixels, Moves::StepDoubled(), [&](std::int64_t x) HWY_ATTR {
+    const bool done = InBlocks(1, pixels, Moves::Step(), [&](std::int64_t x) HWY_ATTR {
         Moves::Double(src + x * pixelBytes, dst + 2 * x * pixelBytes);
     });
     DoublePixels<T>(src, dst, 0, done ? 1 : pixels, Channels);
@@ -261,10 +195,12 @@ template <class T, int Channels>
 void HalveRowOf(const std::uint8_t* src, std::uint8_t* dst, std::int64_t pixels) noexcept
 {
     constexpr int pixelBytes = Channels * static_cast<int>(sizeof(T));
-    using Moves = PixelMoves<T, pixelBytes>;
+    using Second = SecondPixels<T, pixelBytes>;
     const std::int64_t last = pixels / 2 - 1;
-    const bool done = InBlocks(0, last, Moves::StepHalved(), [&](std::int64_t x) HWY_ATTR {
-        Moves::Halve(src + 2 * x * pixelBytes, dst + x * pixelBytes);
+    const bool done = InBlocks(0, last, Second::Step(), [&](std::int64_t x) HWY_ATTR {
+        const std::uint8_t* const first = src + 2 * x * pixelBytes;
+        Second::Store([=](auto d, std::int64_t at) HWY_ATTR { return TentAt(d, first + at, pixelBytes); },
+                      dst + x * pixelBytes);
     });
     HalvePixels<T>(src, dst, done ? last : 0, last + 1, pixels, Channels);
 }
