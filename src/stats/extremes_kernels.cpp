@@ -186,13 +186,12 @@ std::int64_t TakeBlocks(const Samples& samples, std::int64_t count, const Extrem
 template <class T, class Samples>
 std::int64_t TakeVectors(const Samples& samples, std::int64_t count, const ExtremeLanes<T>& lanes) noexcept
 {
-    std::int64_t at = 0;
-    if (lanes.count == 4 * laneStep<T>)
-        at = TakeBlocks<T, 4>(samples, count, lanes);
-    else if (lanes.count == 3 * laneStep<T>)
-        at = TakeBlocks<T, 3>(samples, count, lanes);
-    else
+    if (lanes.count != 4 * laneStep<T> && lanes.count != 3 * laneStep<T>)
         return 0;
+    std::int64_t at = 0;
+    if (count >= lanes.count)
+        at = lanes.count == 4 * laneStep<T> ? TakeBlocks<T, 4>(samples, count, lanes)
+                                            : TakeBlocks<T, 3>(samples, count, lanes);
     for (std::int64_t lane = 0; at + laneStep<T> <= count; at += laneStep<T>, lane += laneStep<T>)
         TakeVector(samples, at, lanes, lane);
     // A sample may be taken twice, so the rest goes with the samples before it as the row's last vector.
