@@ -10,7 +10,7 @@ import numpy as np
 
 from koimproc import native
 from koimproc._errors import ArgumentError, SampleTypeError
-from koimproc._frame import DEPTHS, NO_GRID, Array, Frame, Pixels, array_of, check_shape, frame_over
+from koimproc._frame import DEPTHS, NO_GRID, Array, Frame, Pixels, array_of, check_shape, frame_over, wrong_samples
 from koimproc._memory import empty
 
 Image = Union[Pixels, Frame]
@@ -112,10 +112,7 @@ def _in_native_order(array: Array, types: Collection[DType], name: str) -> Array
     native_order = array.dtype.newbyteorder("=")
     if native_order in types:
         return array.astype(native_order)
-    wanted = ", ".join(sorted(dtype.name for dtype in types))
-    raise SampleTypeError(
-        name, f"samples of {wanted} are wanted, not {array.dtype}", native.ResultCode.ResultUnsupportedType
-    )
+    raise wrong_samples(name, native_order, types)
 
 
 def mask_of(mask: Image | None, shape: tuple[int, ...], name: str = "mask") -> Array | None:

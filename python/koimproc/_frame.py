@@ -2,11 +2,13 @@
 
 from __future__ import annotations
 
+from collections.abc import Collection
 from typing import Any, Protocol, Union
 
 import numpy as np
 import numpy.typing as npt
 
+from koimproc import native
 from koimproc._errors import ArgumentError, SampleTypeError
 
 Array = npt.NDArray[Any]
@@ -60,6 +62,20 @@ def array_of(pixels: object, name: str) -> Array:
     )
 
 
+def wrong_samples(name: str, given: np.dtype[Any], types: Collection[np.dtype[Any]]) -> SampleTypeError:
+    """What is to be raised for an array of a dtype that is none of those wanted."""
+    names = [dtype.name for dtype in DEPTHS if dtype in types]
+    wanted = " or ".join(filter(None, (", ".join(names[:-1]), names[-1])))
+    hint = ""
+    if given == np.bool_:
+        hint = "; array.view(np.uint8) has them as 0 and 1"
+    elif given in DEPTHS and np.dtype(np.uint8) in types:
+        hint = "; rescale_intensity brings others to these"
+    return SampleTypeError(
+        name, f"samples of {wanted} are wanted, not {given}{hint}", native.ResultCode.ResultUnsupportedType
+    )
+
+
 def check_shape(array: Array, name: str) -> None:
     if array.ndim not in (2, 3) or (array.ndim == 3 and array.shape[2] == 0):
         raise ArgumentError(
@@ -88,9 +104,10 @@ class Frame:
 
     Attributes
     ----------
-    bits, bayer, shape, dtype
-        What the samples mean, and shape and dtype of the array. ``np.asarray(frame)`` is the array itself, and
-        ``frame[top:bottom, left:right]`` a frame of a part of it, which keeps the colours of a mosaic.
+    bits, bayer, shape, ndim, size, dtype
+        What the samples mean; the others are those of the array. ``np.asarray(frame)`` is the array itself, for
+        arithmetic, comparisons and all else that NumPy does, and ``frame[top:bottom, left:right]`` a frame of a part
+        of it, which keeps the colours of a mosaic.
 
     Raises
     ------
@@ -130,7 +147,7 @@ class Frame:
         check_shape(samples, "array")
         native_order = samples.dtype.newbyteorder("=")
         if native_order not in DEPTHS:
-            raise SampleTypeError("array", f"no samples of an image are {samples.dtype}")
+            raise wrong_samples("array", samples.dtype, DEPTHS)
         depth = DEPTHS[native_order]
         if bits is None:
             bits = depth
@@ -167,14 +184,29 @@ class Frame:
         return self._array.shape
 
     @property
+    def ndim(self) -> int:
+        """2, or 3 with channels."""
+        return self._array.ndim
+
+    @property
+    def size(self) -> int:
+        """Number of samples."""
+        return self._array.size
+
+    @property
     def dtype(self) -> np.dtype[Any]:
         """Type of the samples."""
         return self._array.dtype
 
     def __array__(self, dtype: npt.DTypeLike = None, copy: bool | None = None) -> Array:
         if dtype is not None and np.dtype(dtype) != self._array.dtype:
+            if copy is False:
+                raise ValueError(f"{self._array.dtype} cannot become {np.dtype(dtype)} without a copy")
             return self._array.astype(dtype)
         return self._array.copy() if copy else self._array
+
+    def __len__(self) -> int:
+        return len(self._array)
 
     def __getitem__(self, part: tuple[slice, slice]) -> Frame:
         """A part of the frame, over the same memory; that of a mosaic keeps its colours."""

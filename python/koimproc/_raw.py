@@ -2,57 +2,105 @@
 
 from __future__ import annotations
 
-import re
-from typing import Any, Union
+import difflib
+from typing import Any, NamedTuple, Union
 
 import numpy as np
 
 from koimproc import native
-from koimproc._arrays import UINT8, UINT16, Output, Source, Target, size_of, whole
+from koimproc._arrays import UINT8, UINT16, DType, Output, Source, Target, size_of, whole
 from koimproc._errors import ArgumentError, SampleTypeError
 from koimproc._frame import GRIDS, NO_GRID, Array, Frame
 from koimproc._threads import run
 
 Buffer = Union[bytes, bytearray, memoryview, Array]
 
-_GENICAM = re.compile(r"(Mono|BayerRG|BayerGR|BayerGB|BayerBG)(10p|12p|14p|10Packed|12Packed)")
-_V4L2 = {
-    "AA": "Csi2Raw10",
-    "CC": "Csi2Raw12",
-    "EE": "Csi2Raw14",
-}
-_V4L2_GRIDS = {"B": "BGGR", "G": "GBRG", "g": "GRBG", "R": "RGGB"}
-_GENICAM_GRIDS = {"Mono": None, "BayerRG": "RGGB", "BayerGR": "GRBG", "BayerGB": "GBRG", "BayerBG": "BGGR"}
+
+class _Format(NamedTuple):
+    """What a name says of packed samples."""
+
+    layout: native.ExPackedLayout | None  # none: as in memory, bytes or words with the lower byte first
+    bits: int
+    bayer: str | None = None
+    any_depth: bool = False
+
+    @property
+    def dtype(self) -> DType:
+        """Of the samples, unpacked."""
+        if self.layout is None and self.bits == 8:
+            return UINT8
+        return UINT16
+
+    def row_bytes(self, columns: int) -> int:
+        if self.layout is None:
+            return columns * self.dtype.itemsize
+        return native.packedRowBytes(self.layout, columns)
+
+    def in_memory(self, data: Array | memoryview, shape: tuple[int, ...], row_bytes: int) -> Array:
+        """The samples of a format without a layout, where they lie."""
+        words = self.dtype.newbyteorder("<")
+        return np.ndarray(shape, words, data, strides=(row_bytes, words.itemsize))
 
 
-def _layout_of(name: str) -> tuple[native.ExPackedLayout, str | None]:
-    """Layout and pattern that a format's name stands for."""
+def _formats() -> dict[str, _Format]:
+    """Names of formats, those of the tool `ko` among them."""
+    layouts = native.ExPackedLayout
+    endings: dict[str, tuple[native.ExPackedLayout | None, int]] = {
+        "10p": (layouts.Mono10p, 10),
+        "12p": (layouts.Mono12p, 12),
+        "14p": (layouts.Mono14p, 14),
+        "10Packed": (layouts.Mono10Packed, 10),
+        "12Packed": (layouts.Mono12Packed, 12),
+        "8": (None, 8),
+    }
+    for bits in (10, 12, 14, 16):
+        endings[f"{bits}"] = (None, bits)
+        endings[f"{bits}be"] = (layouts.Mono16BigEndian, bits)
+        if bits < 16:
+            endings[f"{bits}msb"] = (layouts.Mono16MsbAligned, bits)
+    beginnings = {"Mono": None, "BayerRG": "RGGB", "BayerGR": "GRBG", "BayerGB": "GBRG", "BayerBG": "BGGR"}
+    formats = {
+        beginning + ending: _Format(*meaning, bayer)
+        for beginning, bayer in beginnings.items()
+        for ending, meaning in endings.items()
+    }
+    for bits, letters in ((10, "AA"), (12, "CC"), (14, "EE")):
+        csi2 = layouts[f"Csi2Raw{bits}"]
+        formats[f"Csi2Raw{bits}"] = formats[f"Y{bits}P"] = _Format(csi2, bits)
+        for letter, bayer in (("R", "RGGB"), ("g", "GRBG"), ("G", "GBRG"), ("B", "BGGR")):
+            formats[f"p{letter}{letters}"] = _Format(csi2, bits, bayer)
+    for words in (layouts.Mono16BigEndian, layouts.Mono16MsbAligned):
+        formats[words.name] = _Format(words, 16, any_depth=True)
+    return formats
+
+
+_FORMATS = _formats()
+
+
+def _format_of(name: str) -> _Format:
     if isinstance(name, str):
-        genicam = _GENICAM.fullmatch(name)
-        if genicam:
-            return native.ExPackedLayout["Mono" + genicam[2]], _GENICAM_GRIDS[genicam[1]]
-        if len(name) == 4 and name[0] == "p" and name[1] in _V4L2_GRIDS and name[2:] in _V4L2:
-            return native.ExPackedLayout[_V4L2[name[2:]]], _V4L2_GRIDS[name[1]]
-        if name in native.ExPackedLayout.__members__:
-            return native.ExPackedLayout[name], None
+        if name in _FORMATS:
+            return _FORMATS[name]
+        near = [known for known in _FORMATS if known.lower() == name.lower()]
+        near = near or difflib.get_close_matches(name, _FORMATS, 1)
+        if near:
+            raise ArgumentError("format", f"unknown: {name!r}; did you mean {near[0]!r}?")
     raise ArgumentError(
-        "format",
-        "a name of GenICam (Mono12p, BayerRG12p, Mono12Packed ...), of V4L2 (pRAA, pBCC ...), Csi2Raw10, Csi2Raw12, "
-        f"Csi2Raw14, Mono16BigEndian or Mono16MsbAligned is wanted, not {name!r}",
+        "format", f"a name of GenICam (Mono12p, BayerRG12p ...) or V4L2 (pRAA, Y10P ...) is wanted, not {name!r}"
     )
 
 
-def _meaning(format: str, bits: int | None, bayer: str | None) -> tuple[native.ExPackedLayout, int, str | None]:
-    """Layout, depth and pattern of packed samples."""
-    layout, named = _layout_of(format)
+def _meaning(name: str, bits: int | None, bayer: str | None) -> _Format:
+    """The format of a name, with the depth and the pattern that it leaves open."""
+    format = _format_of(name)
     if bayer is not None and (not isinstance(bayer, str) or bayer not in GRIDS):
         raise ArgumentError("bayer", f"one of {', '.join(GRIDS)} is wanted, not {bayer!r}")
-    if named is not None and bayer is not None and bayer != named:
-        raise ArgumentError("bayer", f"{format} has the pattern {named}, not {bayer!r}")
-    depth = native.packedBitsPerSample(layout)
-    if depth < 16 and bits not in (None, depth):
-        raise ArgumentError("bits", f"{format} has {depth} bits, not {bits!r}")
-    return layout, depth if bits is None else whole(bits, "bits", 1, 16), named or bayer
+    if format.bayer is not None and bayer not in (None, format.bayer):
+        raise ArgumentError("bayer", f"{name} has the pattern {format.bayer}, not {bayer!r}")
+    if not format.any_depth and bits not in (None, format.bits):
+        raise ArgumentError("bits", f"{name} has {format.bits} bits, not {bits!r}")
+    depth = format.bits if bits is None else whole(bits, "bits", 1, 16)
+    return format._replace(bits=depth, bayer=format.bayer or bayer)
 
 
 def _bytes_of(buffer: object, name: str, *, writable: bool = False) -> memoryview:
@@ -67,6 +115,15 @@ def _bytes_of(buffer: object, name: str, *, writable: bool = False) -> memoryvie
     if writable and view.readonly:
         raise ArgumentError(name, "the memory is read-only")
     return view.cast("B") if view.nbytes else memoryview(b"")
+
+
+def _extent(format: _Format, rows: int, columns: int, row_bytes: int) -> tuple[int, int]:
+    """Bytes from a row to the next, and those of all."""
+    needed = format.row_bytes(columns)
+    step = whole(row_bytes, "row_bytes", 0, 2**62) or needed
+    if step < needed:
+        raise ArgumentError("row_bytes", f"a row takes {needed} bytes, not {step}")
+    return step, (rows - 1) * step + needed if rows else 0
 
 
 def unpack(
@@ -87,9 +144,10 @@ def unpack(
     buffer : bytes, bytearray, memoryview or array
         The packed samples, without gaps; longer than needed is fine.
     format : str
-        The name of the format at GenICam (Mono10p, Mono12p, Mono14p, Mono10Packed, Mono12Packed, and likewise BayerRG,
-        BayerGR, BayerGB, BayerBG) or V4L2 (pRAA, pgCC, pBEE ...), or one of Csi2Raw10, Csi2Raw12, Csi2Raw14,
-        Mono16BigEndian and Mono16MsbAligned.
+        Mono, BayerRG, BayerGR, BayerGB or BayerBG, followed by 10p, 12p, 14p (GenICam), 10Packed, 12Packed (GigE
+        Vision), 8 (bytes), 10, 12, 14, 16 (words, lower byte first), 10be, 12be, 14be, 16be (upper byte first), 10msb,
+        12msb, 14msb (upper bits of words); the names of CSI-2 at V4L2, pRAA, pgAA, pGAA, pBAA, Y10P and likewise
+        pRCC ..., Y12P, pREE ..., Y14P; or Csi2Raw10, Csi2Raw12, Csi2Raw14, Mono16BigEndian, Mono16MsbAligned.
     shape : (int, int)
         Rows and columns.
     bits : int, optional
@@ -99,14 +157,15 @@ def unpack(
     row_bytes : int
         Bytes from a row to the next; 0 where the rows follow each other.
     out : array or Frame, optional
-        Where the result goes: uint16, of that shape.
+        Where the result goes: of that dtype and shape.
     threads : int, optional
         How many threads may work, see `threads`.
 
     Returns
     -------
     Frame
-        uint16, with the depth and the pattern of the format; over `out` if given.
+        uint16, or uint8 for formats of bytes, with the depth and the pattern of the format; over `out` if given.
+        Samples of whole words are not limited to the depth; `clip_to_depth` does that.
 
     Raises
     ------
@@ -126,22 +185,20 @@ def unpack(
     >>> [hex(v) for v in np.asarray(f)[0]]
     ['0x321', '0x654']
     """
-    layout, depth, pattern = _meaning(format, bits, bayer)
+    meaning = _meaning(format, bits, bayer)
     rows, columns = size_of(shape)
     data = _bytes_of(buffer, "buffer")
-    step = whole(row_bytes, "row_bytes", 0, 2**62)
-    needed = native.packedRowBytes(layout, columns)
-    if step and step < needed:
-        raise ArgumentError("row_bytes", f"a row takes {needed} bytes, not {step}")
-    total = (rows - 1) * (step or needed) + needed if rows else 0
+    step, total = _extent(meaning, rows, columns, row_bytes)
     if data.nbytes < total:
         raise ArgumentError("buffer", f"{total} bytes are wanted for {rows} x {columns} samples, not {data.nbytes}")
-    grid = NO_GRID if pattern is None else GRIDS[pattern]
-    reads = (np.frombuffer(data, np.uint8),)
-    target = Target(out, (rows, columns), UINT16, depth, pattern, grid, reads)
-    if target.array.size:
-        run(threads, native.UnpackSamples, data, data.nbytes, step, layout, target.record)
-    return target.out if isinstance(target.out, Frame) else Frame(target.array, depth, pattern)
+    grid = NO_GRID if meaning.bayer is None else GRIDS[meaning.bayer]
+    reads = (np.frombuffer(data, UINT8),)
+    target = Target(out, (rows, columns), meaning.dtype, meaning.bits, meaning.bayer, grid, reads)
+    if target.array.size and meaning.layout is None:
+        np.copyto(target.array, meaning.in_memory(data, (rows, columns), step))
+    elif target.array.size:
+        run(threads, native.UnpackSamples, data, data.nbytes, step, meaning.layout, target.record)
+    return target.out if isinstance(target.out, Frame) else Frame(target.array, meaning.bits, meaning.bayer)
 
 
 def pack(
@@ -159,7 +216,8 @@ def pack(
     Parameters
     ----------
     image : array or Frame
-        uint16, of shape (rows, columns). A frame has the depth of the format, and its pattern where that has one.
+        uint16, or uint8 for formats of bytes, of shape (rows, columns). A frame has the depth of the format, and its
+        pattern where that has one.
     format : str
         As for `unpack`.
     row_bytes : int
@@ -190,22 +248,18 @@ def pack(
     >>> packed.tobytes().hex()
     '214365'
     """
-    source = Source(image, (UINT16,), mosaic=True)
+    meaning = _meaning(format, None, None)
+    source = Source(image, (meaning.dtype,), mosaic=True)
     if source.array.ndim != 2:
         raise ArgumentError("image", f"the shape (rows, columns) is wanted, not {source.shape}")
-    layout, depth, pattern = _meaning(format, None, None)
     if source.frame is not None:
-        if depth < 16 and source.bits != depth:
-            raise ArgumentError("format", f"{format} has {depth} bits, the frame {source.bits}")
-        if pattern not in (None, source.bayer):
-            raise ArgumentError("format", f"{format} has the pattern {pattern}, the frame {source.bayer}")
-        depth = source.bits
+        if not meaning.any_depth and source.bits != meaning.bits:
+            raise ArgumentError("format", f"{format} has {meaning.bits} bits, the frame {source.bits}")
+        if meaning.bayer not in (None, source.bayer):
+            raise ArgumentError("format", f"{format} has the pattern {meaning.bayer}, the frame {source.bayer}")
+        meaning = meaning._replace(bits=source.bits)
     rows, columns = source.shape
-    needed = native.packedRowBytes(layout, columns)
-    step = whole(row_bytes, "row_bytes", 0, 2**62)
-    if step and step < needed:
-        raise ArgumentError("row_bytes", f"a row takes {needed} bytes, not {step}")
-    total = (rows - 1) * (step or needed) + needed if rows else 0
+    step, total = _extent(meaning, rows, columns, row_bytes)
     if out is None:
         result = np.zeros(total, UINT8)
     else:
@@ -215,7 +269,10 @@ def pack(
         result = np.frombuffer(data, UINT8)
         if np.may_share_memory(result, source.array) and np.shares_memory(result, source.array):
             raise ArgumentError("out", "shares memory with the image")
-    if source.array.size:
-        record = native.SxImageBuf(source.array, depth)
-        run(threads, native.PackSamples, record, layout, result, total, step)
+    if source.array.size and meaning.layout is None:
+        top = source.dtype.type((1 << meaning.bits) - 1)
+        np.minimum(source.array, top, out=meaning.in_memory(result, source.shape, step))
+    elif source.array.size:
+        record = native.SxImageBuf(source.array, meaning.bits)
+        run(threads, native.PackSamples, record, meaning.layout, result, total, step)
     return result

@@ -132,7 +132,7 @@ def histogram(image: Image, mask: Image | None = None) -> Counts:
 class Moments:
     """Number, sum and sum of squares of samples, as exact integers.
 
-    Those of parts of an image, or of several images, add up exactly with `+`.
+    Those of parts of an image, or of several images, add up exactly with `+` and `sum`.
 
     Attributes
     ----------
@@ -167,6 +167,12 @@ class Moments:
             raise ArgumentError("other", "moments of as many colours are wanted")
         rows = [tuple(a + b for a, b in zip(x, y)) for x, y in zip(self._rows(), other._rows())]
         return moments_from(rows, isinstance(self.n, int))
+
+    def __radd__(self, other: object) -> Moments:
+        """`sum` starts with 0."""
+        if type(other) is int and other == 0:
+            return self
+        return NotImplemented
 
     def _rows(self) -> list[tuple[int, int, int]]:
         if isinstance(self.n, int):

@@ -48,6 +48,22 @@ def test_what_is_no_image(name):
         assert caught.value.argument == "image" and isinstance(caught.value, ValueError)
 
 
+@pytest.mark.parametrize("name", OF_IMAGES)
+def test_what_to_do_with_other_samples_is_told(name):
+    function = getattr(ko, name)
+    with pytest.raises(ko.SampleTypeError, match=r"wanted, not bool; array.view\(np.uint8\) has them as 0 and 1"):
+        function(GREY.astype(bool), *OF_IMAGES[name])
+
+
+def test_wanted_samples_are_listed_in_their_order():
+    with pytest.raises(ko.SampleTypeError, match="^image: samples of uint8 or uint16 are wanted, not float64; rescale_int"):
+        ko.median(np.zeros((4, 4)))
+    with pytest.raises(ko.SampleTypeError, match="^image: samples of uint16 are wanted, not float64$"):
+        ko.pack(np.zeros((4, 4)), "Mono12p")
+    with pytest.raises(ko.SampleTypeError, match="uint8, uint16, uint32, uint64, int8, .*, float32 or float64 .* float16$"):
+        ko.Frame(np.zeros((4, 4), np.float16))
+
+
 @pytest.mark.parametrize("name", MASKED)
 def test_masks_that_do_not_fit(name):
     function = getattr(ko, name)

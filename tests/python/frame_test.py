@@ -22,9 +22,19 @@ def test_a_frame_says_what_its_samples_mean():
     f = ko.Frame(a, bits=12, bayer="RGGB")
     assert (f.bits, f.bayer, f.shape, f.dtype) == (12, "RGGB", (4, 6), np.uint16)
     assert (ko.Frame(a).bits, ko.Frame(a).bayer, ko.Frame(a.astype(float)).bits) == (16, None, 64)
+    assert (f.ndim, f.size, len(f)) == (2, 24, 4) and ko.Frame(np.zeros((2, 3, 4), np.uint8)).ndim == 3
     again = ko.Frame(f)
     assert (again.bits, again.bayer) == (12, "RGGB")
     assert ko.Frame(f, bayer="GRBG").bayer == "GRBG"
+
+
+def test_a_frame_becomes_an_array_of_another_type_by_a_copy_alone():
+    a = random_picture((4, 6), np.uint16, 12)
+    f = ko.Frame(a)
+    assert f.__array__(np.uint16) is a and f.__array__(copy=False) is a and f.__array__(copy=True) is not a
+    assert f.__array__(float).dtype == float and f.__array__(float, copy=True).dtype == float
+    with pytest.raises(ValueError):
+        f.__array__(float, copy=False)
 
 
 @given(pictures(channels=(1,), smallest=1), st.sampled_from(BAYERS), st.data())

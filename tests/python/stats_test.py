@@ -57,6 +57,11 @@ def test_histograms_of_parts_add_up():
     f = ko.Frame(a, bits=12)
     assert np.array_equal(ko.histogram(f), ko.histogram(f[:17, :]) + ko.histogram(f[17:, :]))
     assert ko.moments(f) == ko.moments(f[:17, :]) + ko.moments(f[17:, :])
+    parts = [f[top:top + 8, :] for top in range(0, f.shape[0], 8)]
+    assert ko.moments(f) == sum(map(ko.moments, parts))
+    assert np.array_equal(ko.histogram(f), sum(map(ko.histogram, parts)))
+    with pytest.raises(TypeError):
+        sum(map(ko.moments, parts), 1)
 
 
 def test_counters_beyond_a_block_of_rows_add_up(monkeypatch):
