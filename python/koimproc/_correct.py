@@ -19,6 +19,8 @@ from koimproc._threads import limit, run
 
 Numbers = Union[float, Sequence[float], npt.NDArray[Any]]
 
+# More than what the library's three roundings can take from a quotient, which might fall below a whole number.
+_UP = 1 + 2.0**-51
 # Samples that are corrected at a time where scratch memory is needed.
 _BLOCK = 1 << 18
 
@@ -123,12 +125,12 @@ def white_balance(
 
 
 def _flat_gains(flat: Array, bits: int, bayer: str | None) -> list[float]:
-    """The mean of each colour of a flat field."""
+    """The mean of each colour of a flat field, by a trifle too large."""
     if bits < 8 * flat.dtype.itemsize:
         highest = int(np.max(minmax(flat)[1]))
         if highest >> bits:
             raise ArgumentError("flat", f"has a sample of {highest}, more than its {bits} bits")
-    return means_of(flat, bayer)
+    return [mean * _UP for mean in means_of(flat, bayer)]
 
 
 def _divide(
@@ -214,7 +216,8 @@ def flat_field(
 
     A sample becomes (image - dark) / (flat - dark) * mean, truncated and limited to 2**bits - 1, where mean is the
     mean of flat - dark of its colour: brightness and white balance stay. Differences below 0 count as 0, and where
-    flat - dark is 0 the result is 0. The fourth of four channels is taken for transparency and copied.
+    flat - dark is 0 the result is 0. A result that is short of a whole number by less than 10**-15 of itself becomes
+    that number. The fourth of four channels is taken for transparency and copied.
 
     Parameters
     ----------

@@ -10,9 +10,11 @@ import numpy.typing as npt
 from koimproc import native
 from koimproc._arrays import Image, Output, Source, flat, like, mask_of, need_colours
 from koimproc._errors import ArgumentError
-from koimproc._frame import Array, Frame, Pixels
-from koimproc._stats import Counts, counts_of
+from koimproc._frame import DEPTHS, Array, Frame, Pixels
+from koimproc._stats import Counts, counts_of, minmax
 from koimproc._threads import limit, run
+
+Levels = npt.NDArray[np.intp]
 
 # Samples that are looked up at a time, so that the indices stay in the cache.
 _BLOCK = 1 << 15
@@ -82,43 +84,59 @@ def equalize_hist(
     target = like(source, out, in_place=True, extra=() if selected is None else (selected,))
     if source.array.size == 0:
         return target.result(source.frame)
-    if selected is None and source.channels != 4:
-        pixels, result = native.SxImageBuf(flat(source.array), source.bits), target.record
-        if source.channels > 1:
-            result = native.SxImageBuf(flat(target.array), source.bits)
-        run(threads, native.HistogramEqualize, pixels, result)
-        return target.result(source.frame)
-    colours = slice(None, 3 if source.channels == 4 else None)
-    counts = counts_of(source, selected, strict=False)[colours].sum(axis=0)
-    number = int(counts.sum())
-    if number == 0:
+    counts = counts_of(source, selected, strict=False)
+    curve = _equal_levels(counts[:3].sum(axis=0) if source.channels == 4 else counts.sum(axis=0), source.top)
+    if curve is None:
         raise ArgumentError("mask" if mask is not None else "image", "no sample counts")
-    part = np.cumsum(counts / number)
-    table = np.minimum(source.top * part, source.top).astype(source.dtype)
     with limit(threads):
         if source.channels == 4:
-            look_up(table, source.array[..., colours], target.array[..., colours])
+            look_up(curve.astype(source.dtype), source.array[..., :3], target.array[..., :3])
             target.array[..., 3] = source.array[..., 3]
-        else:
-            look_up(table, source.array, target.array)
+            return target.result(source.frame)
+        if selected is not None:
+            counts = counts_of(source, None, strict=False)
+        wanted = native.CxImageHistogram(_for_levels(counts.sum(axis=0), curve)[np.newaxis])
+        pixels = native.SxImageBuf(flat(source.array), source.bits)
+        result = native.SxImageBuf(flat(target.array), source.bits)
+        run(None, native.HistogramMatch, pixels, wanted, result)
+        if source.bits < DEPTHS[source.dtype] and minmax(flat(target.array))[1] > source.top:
+            np.minimum(target.array, source.dtype.type(source.top), out=target.array)
     return target.result(source.frame)
 
 
-def _to_match(counts: Counts, reference: Counts) -> npt.NDArray[np.uint32]:
-    """The histogram to be matched that gives every level of an image the exact one.
+def _equal_levels(counts: Counts, top: int) -> Levels | None:
+    """The level of each level when all are to be equally frequent, exactly; None where no sample counts."""
+    below: npt.NDArray[Any] = np.cumsum(counts)
+    number = below[-1]
+    if number == 0:
+        return None
+    levels: Levels = (below * np.uint64(top) // number).astype(np.intp)
+    return levels
 
-    The library compares shares as sums of doubles, so equal ones may differ. This is the histogram that the result is to
-    have, twice and with one sample moved from its last level to its first: no share is then nearer to one of the image's
-    than half a sample.
-    """
+
+def _matching_levels(counts: Counts, reference: Counts) -> Levels:
+    """The level of each level when an image with these counts is to get those of a reference, exactly."""
     below, wanted = np.cumsum(counts), np.cumsum(reference)
     number, others = int(below[-1]), int(wanted[-1])
     ours: npt.NDArray[Any] = below
     theirs: npt.NDArray[Any] = wanted
     if number * others >= 2**64:
         ours, theirs = below.astype(object), wanted.astype(object)
-    level = np.searchsorted(theirs * number, ours * others)
-    moved = np.searchsorted(level, np.arange(counts.size), side="right")
+    levels: Levels = np.searchsorted(theirs * number, ours * others)
+    return levels
+
+
+def _for_levels(counts: Counts, levels: Levels) -> npt.NDArray[np.uint32]:
+    """The histogram to be matched that gives every level of an image the wanted one.
+
+    The library compares shares as sums of doubles, so equal ones may differ. This is the histogram that the result is
+    to have, twice and with one sample moved from its last level to its first: no share is then nearer to one of the
+    image's than half a sample. A last share that rounding has made less than 1 is none, and gives the greatest value
+    of the dtype.
+    """
+    below = np.cumsum(counts)
+    number = below[-1]
+    moved = np.searchsorted(levels, np.arange(counts.size), side="right")
     sums = np.concatenate((np.zeros(1, np.uint64), below))[moved]
     twice = 2 * sums + ((sums > 0) & (sums < number))
     return np.diff(twice, prepend=np.uint64(0)).astype(np.uint32)
@@ -186,12 +204,13 @@ def match_histograms(
         return target.result(source.frame)
     counts = counts_of(wanted, None, "reference")
     limits: npt.NDArray[Any] = np.array([np.flatnonzero(row)[-1] for row in counts], source.dtype)
-    matched = np.stack([_to_match(*rows) for rows in zip(counts_of(source, None, strict=False), counts)])
+    matched = np.stack(
+        [_for_levels(ours, _matching_levels(ours, row)) for ours, row in zip(counts_of(source, None, strict=False), counts)]
+    )
     with limit(threads):
         if source.channels == 4 and target.array is not source.array:
             target.array[..., 3] = source.array[..., 3]
         run(None, native.HistogramMatch, source.record, native.CxImageHistogram(matched), target.record)
-    # A last share that rounding has made less than 1 is none, and gives the greatest value of the dtype.
     colours = target.array[..., :3] if source.channels == 4 else target.array
     np.minimum(colours, limits[:3] if source.channels == 4 else limits, out=colours)
     return target.result(source.frame)

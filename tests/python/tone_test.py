@@ -14,7 +14,7 @@ def equalized(a, bits, mask=None):
     samples = colours.ravel() if mask is None else colours[mask].ravel()
     counts = np.bincount(samples, minlength=1 << bits)
     top = (1 << bits) - 1
-    curve = np.minimum(top * np.cumsum(counts / counts.sum()), top).astype(a.dtype)
+    curve = (top * np.cumsum(counts).astype(object) // int(counts.sum())).astype(a.dtype)
     result = a.copy()
     result[..., :colours.shape[-1]] = curve[colours]
     return result
@@ -36,6 +36,22 @@ def test_a_mask_of_everything_changes_nothing():
         a = random_picture(shape, np.uint16, 12)
         f = ko.Frame(a, bits=12)
         assert np.array_equal(ko.equalize_hist(f), ko.equalize_hist(f, np.ones((40, 50), bool)))
+
+
+@pytest.mark.parametrize("channels", [1, 3, 4])
+@pytest.mark.parametrize("dtype, bits", [(np.uint8, 8), (np.uint16, 12), (np.uint16, 16)])
+def test_equalized_white_is_white(dtype, bits, channels):
+    top = (1 << bits) - 1
+    for levels in range(1, 40):
+        a = np.linspace(0, top, levels).astype(dtype).reshape(1, levels)
+        a = a if channels == 1 else np.stack([a] * channels, axis=-1)
+        result = np.asarray(ko.equalize_hist(ko.Frame(a, bits)))
+        assert np.array_equal(result, equalized(a, bits)) and result.max() == top
+
+
+def test_equalized_samples_beyond_the_depth_are_white():
+    a = np.array([[1, 2, 3, 5000]] * 7, np.uint16)
+    assert np.asarray(ko.equalize_hist(ko.Frame(a, 12)))[0].tolist() == [1365, 2730, 4095, 4095]
 
 
 def test_equalized_twelve_bits_stay_twelve_bits():
@@ -137,19 +153,20 @@ def test_the_colours_of_a_mosaic_are_named_or_in_the_order_of_its_cell():
     assert np.asarray(ko.white_balance(f, (1, 2, 3, 4))).tolist() == [[10, 20], [30, 40]]
 
 
-def flattened(a, flat, dark, gain, top):
-    a, flat = (np.maximum(v.astype(float) - dark, 0) for v in (a, flat))
-    with np.errstate(all="ignore"):
-        result = np.trunc(np.minimum(top, a / flat * gain(flat)))
-    return np.where(flat == 0, 0, result)
+def flattened(a, flat, dark, top):
+    """By the definition, in whole numbers; of all samples of one colour, or with the colours in the last axis."""
+    light = np.maximum(a.astype(object) - dark, 0)
+    field = np.maximum(flat.astype(object) - dark, 0)
+    total, number = field.sum(axis=(0, 1)), a.shape[0] * a.shape[1]
+    result = light * total // (np.maximum(field, 1) * number)
+    return np.where(field > 0, np.minimum(result, top), 0).astype(a.dtype)
 
 
 @given(pictures(channels=(1, 3, 4), smallest=1), layouts, st.booleans())
 def test_flat_field_divides_by_the_flat(a, layout, with_dark):
     flat, dark = random_picture(a.shape, a.dtype, 8, seed=5), random_picture(a.shape, a.dtype, 4, seed=6)
     result = ko.flat_field(laid_out(a, layout), flat, dark if with_dark else None)
-    mean = (lambda v: v.mean()) if a.ndim == 2 else (lambda v: v.mean(axis=(0, 1)))
-    expected = flattened(a, flat, dark.astype(float) if with_dark else 0, mean, (1 << 8 * a.itemsize) - 1)
+    expected = flattened(a, flat, dark if with_dark else 0, (1 << 8 * a.itemsize) - 1)
     if a.ndim == 3 and a.shape[2] == 4:
         expected[..., 3] = a[..., 3]
     assert np.array_equal(result, expected)
@@ -162,8 +179,15 @@ def test_flat_field_keeps_the_colours_of_a_mosaic(shape):
     result = np.asarray(ko.flat_field(ko.Frame(a, 12, "RGGB"), flat, dark))
     for row, column in [(0, 0), (0, 1), (1, 0), (1, 1)]:
         part = (slice(row, None, 2), slice(column, None, 2))
-        expected = flattened(a[part], flat[part], dark[part].astype(float), lambda v: v.mean(), 4095)
-        assert np.array_equal(result[part], expected)
+        assert np.array_equal(result[part], flattened(a[part], flat[part], dark[part], 4095))
+
+
+@pytest.mark.parametrize("dtype, step", [(np.uint8, 1), (np.uint16, 499)])
+def test_an_even_flat_changes_nothing(dtype, step):
+    top = np.iinfo(dtype).max
+    a = np.arange(top + 1, dtype=dtype).reshape(16, -1)
+    for level in range(1, top + 1, step):
+        assert np.array_equal(ko.flat_field(a, np.full_like(a, level)), a)
 
 
 @given(pictures(channels=(1, 2, 3)), layouts, st.integers(1, 5))
