@@ -97,11 +97,13 @@ def large(bits):
     table["average of 8"] = {"koimproc": lambda: ko.average(frames), "NumPy": lambda: stack.mean(0).astype(dtype)}
     table["pad by 16"] = {"koimproc": lambda: ko.pad(f, 16), "NumPy": lambda: np.pad(a, 16, mode="symmetric"),
                           "OpenCV": lambda: cv2.copyMakeBorder(a, 16, 16, 16, 16, cv2.BORDER_REFLECT)}
-    table["resize to a half"] = {
-        "koimproc": lambda: ko.resize(f, (SIDE // 2, SIDE // 2)),
-        "OpenCV": lambda: cv2.resize(a, (SIDE // 2, SIDE // 2), interpolation=cv2.INTER_AREA),
-        "scikit-image": lambda: skimage.transform.resize(a, (SIDE // 2, SIDE // 2), preserve_range=True,
-                                                         anti_aliasing=True)}
+    for name, side, method in (("a half", SIDE // 2, cv2.INTER_AREA), ("1500 x 1500", 1500, cv2.INTER_AREA),
+                               ("twice the size", 2 * SIDE, cv2.INTER_LINEAR)):
+        table[f"resize to {name}"] = {
+            "koimproc": lambda side=side: ko.resize(f, (side, side)),
+            "OpenCV": lambda side=side, method=method: cv2.resize(a, (side, side), interpolation=method),
+            "scikit-image": lambda side=side: skimage.transform.resize(a, (side, side), preserve_range=True,
+                                                                       anti_aliasing=side < SIDE)}
     table["demosaic, malvar (others bilinear)"] = {
         "koimproc": lambda: ko.demosaic(mosaic, "malvar"),
         "OpenCV": lambda: cv2.demosaicing(a, cv2.COLOR_BayerRGGB2RGB)}

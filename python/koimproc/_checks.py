@@ -263,6 +263,13 @@ CHECKS: dict[str, list[tuple[list[tuple[str, ...]], dict[str, str]]]] = {
                    'ResultBadArg3': 'data null',
                    'ResultBadArg5': 'pitch shorter than a row',
                    'ResultBadArg4': 'the last row ends behind the memory'})],
+ 'Resize': [([('src', 'dst')],
+             {'ResultBadArg1': 'src absent, empty, not interleaved, or a mosaic; or rows of src or dst longer than '
+                               'their stride',
+              'ResultBadArg2': 'dst absent, not interleaved, a mosaic, or of another type, depth or channels; or the '
+                               'sizes are beyond the limit; or rows of src or dst longer than their stride',
+              'ResultUnsupportedType': 'src neither UInt8 nor UInt16',
+              'ResultFailed': 'no memory for a row of sums per thread'})],
  'SnakeImage': [([('src', 'params', 'input', 'output')],
                  {'ResultBadArg1': 'src absent, not mono, of another type, or smaller than 3 x 3',
                   'ResultBadArg2': 'edgeFraction or a weight not finite',

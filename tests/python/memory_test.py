@@ -46,7 +46,7 @@ WRITERS = {
 }
 # Those that need no memory for pixels besides their result. The others are computed by NumPy, or in blocks that are as
 # large as the pictures here.
-LEAN = [name for name in WRITERS if name not in ("resize", "equalize_hist with a mask", "flat_field with a dark",
+LEAN = [name for name in WRITERS if name not in ("equalize_hist with a mask", "flat_field with a dark",
                                                  "correct_defects", "rescale_intensity to bytes")]
 writers = pytest.mark.parametrize("name", WRITERS)
 

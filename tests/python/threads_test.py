@@ -24,6 +24,8 @@ CALLS = {
     "sobel": lambda **n: ko.sobel(F, **n),
     "demosaic": lambda **n: np.asarray(ko.demosaic(MOSAIC, **n)),
     "develop": lambda **n: np.asarray(ko.develop(MOSAIC, **n)),
+    "resize": lambda **n: ko.resize(F, (333, 199), **n),
+    "resize to a half": lambda **n: ko.resize(F, (100, 150), **n),
     "equalize_hist": lambda **n: ko.equalize_hist(F, **n),
     "match_histograms": lambda **n: ko.match_histograms(F, F, **n),
     "rescale_intensity": lambda **n: ko.rescale_intensity(F, **n),
