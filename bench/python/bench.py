@@ -47,7 +47,6 @@ at the edges in another way are compared as the nearest that a library offers.
 NOTES = """
 ## Where OpenCV is ahead
 
-- **Resizing** is computed by NumPy on one thread. It is exact and does not move the picture.
 - **Menon's demosaicing of 8 bits** works in floats, as for 12 bits. OpenCV compares four neighbours in bytes, and its
   pictures are 5 dB worse; see [demosaicing](demosaicing.md).
 - **Spots**: the mean of the flat and Otsu's threshold are exact, and quotients are cut, not rounded.

@@ -184,7 +184,7 @@ class Threshold(PixelTest):
 
 
 class Resize(PixelTest):
-    FILTERS = ("lanczos", "cubic", "triangle", "box")
+    FILTERS = ("lanczos", "cubic", "triangle", "box", "exact")
 
     def test_the_operation_weights_a_halved_picture_by_a_tent(self):
         self.write("a.png", png(4, 1, [0, 0, 100, 100]))
@@ -201,11 +201,16 @@ class Resize(PixelTest):
                 for width in (5, 7, 13, 26, 39):
                     samples = self.result("resize", name, "--width", str(width), "--height", "1", "--filter", filter)[3]
                     self.assertEqual(samples, samples[::-1], (name, filter, width))
-        self.assertEqual(self.result("resize", "a.png", "--scale", "1", "--filter", "box")[3], peak)
+        for filter in ("box", "exact"):
+            self.assertEqual(self.result("resize", "a.png", "--scale", "1", "--filter", filter)[3], peak)
 
     def test_results_are_rounded_and_take_every_sample_into_account(self):
         self.write("a.png", png(8, 2, [0, 1, 1, 1, 7, 8, 8, 8] * 2))
-        self.assertEqual(self.result("resize", "a.png", "--width", "2", "--height", "1", "--filter", "box")[3], [1, 8])
+        for filter in ("box", "exact"):
+            self.assertEqual(self.result("resize", "a.png", "--width", "2", "--height", "1", "--filter", filter)[3], [1, 8])
+        # Halves are rounded up.
+        self.write("h.png", png(2, 1, [0, 3]))
+        self.assertEqual(self.result("resize", "h.png", "--width", "3", "--height", "1", "--filter", "exact")[3], [0, 2, 3])
         stripes = [0, 255] * 64
         self.write("s.png", png(128, 1, stripes))
         for filter in self.FILTERS:
@@ -236,8 +241,9 @@ class Resize(PixelTest):
         self.write("f.tif", tiff(1, 1, [0.5], bits=32, sample_format=3))
         self.refuse("resize", "m.tif", "--scale", "2", "-o", "o.tif", names="m.tif: ", says="would lose its pattern")
         self.write("s.tif", tiff(1, 1, [5], sample_format=2))
-        self.refuse("resize", "f.tif", "--scale", "2", "--filter", "stretch", "-o", "o.tif", names="f.tif: ",
-                    says="8 or 16 bits")
+        for filter in ("exact", "stretch"):
+            self.refuse("resize", "f.tif", "--scale", "2", "--filter", filter, "-o", "o.tif", names="f.tif: ",
+                        says="8 or 16 bits")
         self.refuse("resize", "s.tif", "--scale", "2", "-o", "o.tif", names="s.tif: ", says="neither unsigned")
         for options in ((), ("--scale", "2", "--width", "2")):
             self.refuse("resize", "m.tif", "-o", "o.tif", *options, names="", says="either --width or --height", code=2)

@@ -15,7 +15,7 @@
 namespace ko::tool {
 namespace {
 
-enum Method { Lanczos, Cubic, Triangle, Box, Exact };
+enum Method { Lanczos, Cubic, Triangle, Box, Exact, Stretched };
 
 struct Options {
     Method method = Lanczos;
@@ -32,6 +32,11 @@ int sizeOf(double size)
     return std::max(1, static_cast<int>(std::lround(size)));
 }
 
+bool isOfTheLibrary(Method method)
+{
+    return method == Exact || method == Stretched;
+}
+
 /// As OpenImageIO calls them.
 const char* nameOf(Method method)
 {
@@ -41,8 +46,8 @@ const char* nameOf(Method method)
 
 Image resize(const Image& picture, const Options& options, Frame& frame)
 {
-    if (!hasLevels(*picture) && (options.method == Exact || picture->dataType != Float32))
-        throw std::runtime_error(options.method == Exact
+    if (!hasLevels(*picture) && (isOfTheLibrary(options.method) || picture->dataType != Float32))
+        throw std::runtime_error(isOfTheLibrary(options.method)
                                      ? "its samples are not unsigned of 8 or 16 bits"
                                      : "its samples are neither unsigned of 8 or 16 bits nor floats of 32");
     if (picture->bayerGrid != BayerNone)
@@ -56,6 +61,8 @@ Image resize(const Image& picture, const Options& options, Frame& frame)
     Image result(resized(*picture, width, height, picture->channels));
     timed(frame, [&] {
         if (options.method == Exact)
+            require(Resize(*picture, *result), "Resize");
+        else if (options.method == Stretched)
             require(Stretch(*picture, *result, InterpolationLinear), "Stretch");
         else
             pictureModule().resample(picture, result, nameOf(options.method), omp_get_max_threads());
@@ -78,9 +85,10 @@ const Operation resizeOperation{
                          {"cubic", Cubic},
                          {"triangle", Triangle},
                          {"box", Box},
-                         {"stretch", Exact}},
-                        "lanczos if not given; stretch is the operation of the library, faster, but it moves "
-                        "and darkens pictures a little");
+                         {"exact", Exact},
+                         {"stretch", Stretched}},
+                        "lanczos if not given; exact takes means of areas or linear ones, rounded once; "
+                        "stretch moves and darkens pictures a little");
         settings.rule([o = options.get()] { return o->scale.has_value() != (o->width || o->height); },
                       "either --width or --height or both, or --scale is wanted");
         return [options]() -> Filter {
