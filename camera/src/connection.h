@@ -17,6 +17,9 @@ struct CameraError {
     QString text;
 };
 
+/// The calls of Aravis for one control of a camera.
+struct ControlCalls;
+
 /// A value that travels with each frame.
 struct CameraChunk {
     enum Kind { Integer, Float, Boolean, Text };
@@ -43,8 +46,8 @@ public:
     void trigger();
     void setExposure(double microseconds);
     void setGain(double decibels);
-    SxCameraControl exposure() const;
-    SxCameraControl gain() const;
+    SxCameraControl exposure();
+    SxCameraControl gain();
 
     /// Whether the camera still answers. Asks it only where `ask` is set, which takes seconds when it does not.
     bool isAlive(bool ask);
@@ -63,6 +66,10 @@ private:
     void setChunks(const QStringList& names);
     void createStream(const CameraSettings& settings, int queued, std::shared_ptr<CameraCounts> counts);
     QStringList supportedFormats() const;
+
+    /// Not available where the camera does not answer; it counts as lost then.
+    SxCameraControl ask(const ControlCalls& calls, GErrorSlot& error);
+    void change(const ControlCalls& calls, double value);
 
     /// Throws what a call has answered, after what was to be done.
     void check(const GErrorSlot& error, const QString& purpose) const;

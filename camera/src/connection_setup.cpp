@@ -5,8 +5,6 @@
 
 namespace ko {
 
-namespace {
-
 /// What a value of a camera is made of.
 struct ControlCalls {
     const char* name;
@@ -17,6 +15,8 @@ struct ControlCalls {
     void (*bounds)(ArvCamera*, double*, double*, GError**);
     void (*set)(ArvCamera*, double, GError**);
 };
+
+namespace {
 
 constexpr ControlCalls exposureCalls{"exposure",
                                      &arv_camera_is_exposure_time_available,
@@ -40,68 +40,71 @@ constexpr ControlCalls frameRateCalls{"frame rate",
                                       &arv_camera_get_frame_rate_bounds,
                                       &arv_camera_set_frame_rate};
 
-SxCameraControl askFor(ArvCamera* camera, const ControlCalls& calls)
+}  // namespace
+
+SxCameraControl CameraConnection::ask(const ControlCalls& calls, GErrorSlot& error)
 {
-    GErrorSlot error;
+    // Each call that is not answered takes seconds, in which nobody else finds out that the camera has vanished.
     SxCameraControl control;
-    if (calls.isAvailable(camera, error.slot()) == FALSE)
-        return {};
-    control.value = calls.get(camera, error.slot());
-    if (!error.isSet())
-        calls.bounds(camera, &control.minimum, &control.maximum, error.slot());
-    control.isAvailable = !error.isSet();
+    control.isAvailable = !m_isLost && calls.isAvailable(m_camera.get(), error.slot()) != FALSE;
+    if (control.isAvailable) {
+        control.value = calls.get(m_camera.get(), error.slot());
+        if (!error.isSet())
+            calls.bounds(m_camera.get(), &control.minimum, &control.maximum, error.slot());
+        control.isAvailable = !error.isSet();
+    }
+    if (error.isTimeout())
+        m_isLost = true;
     return control.isAvailable ? control : SxCameraControl{};
 }
 
-/// What keeps the camera from the value; empty when it has taken it.
-QString change(ArvCamera* camera, const ControlCalls& calls, double value)
+void CameraConnection::change(const ControlCalls& calls, double value)
 {
     const QString name = QLatin1String(calls.name);
-    const SxCameraControl control = askFor(camera, calls);
+    GErrorSlot error;
+    const SxCameraControl control = ask(calls, error);
+    if (m_isLost)
+        fail(QStringLiteral("it does not answer"));
     if (!control.isAvailable)
-        return QStringLiteral("it has no %1").arg(name);
+        fail(QStringLiteral("it has no %1").arg(name));
     // Written so that NaN is outside.
     if (!(value >= control.minimum && value <= control.maximum))
-        return QStringLiteral("its %1 is %2 to %3, not %4")
-            .arg(name)
-            .arg(control.minimum)
-            .arg(control.maximum)
-            .arg(value);
-    GErrorSlot error;
-    if (calls.setAuto != nullptr && calls.isAutoAvailable(camera, error.slot()) != FALSE)
-        calls.setAuto(camera, ARV_AUTO_OFF, error.slot());
-    calls.set(camera, value, error.slot());
-    return error.isSet() ? QStringLiteral("cannot set the %1: %2").arg(name, error.text()) : QString();
+        fail(QStringLiteral("its %1 is %2 to %3, not %4")
+                 .arg(name)
+                 .arg(control.minimum)
+                 .arg(control.maximum)
+                 .arg(value));
+    if (calls.setAuto != nullptr && calls.isAutoAvailable(m_camera.get(), error.slot()) != FALSE)
+        calls.setAuto(m_camera.get(), ARV_AUTO_OFF, error.slot());
+    calls.set(m_camera.get(), value, error.slot());
+    check(error, QStringLiteral("set the %1").arg(name));
 }
-
-}  // namespace
 
 void CameraConnection::setExposure(double microseconds)
 {
-    if (const QString reason = change(m_camera.get(), exposureCalls, microseconds); !reason.isEmpty())
-        fail(reason);
+    change(exposureCalls, microseconds);
 }
 
 void CameraConnection::setGain(double decibels)
 {
-    if (const QString reason = change(m_camera.get(), gainCalls, decibels); !reason.isEmpty())
-        fail(reason);
+    change(gainCalls, decibels);
 }
 
-SxCameraControl CameraConnection::exposure() const
+SxCameraControl CameraConnection::exposure()
 {
-    return askFor(m_camera.get(), exposureCalls);
+    GErrorSlot error;
+    return ask(exposureCalls, error);
 }
 
-SxCameraControl CameraConnection::gain() const
+SxCameraControl CameraConnection::gain()
 {
-    return askFor(m_camera.get(), gainCalls);
+    GErrorSlot error;
+    return ask(gainCalls, error);
 }
 
 void CameraConnection::setFrameRate(double framesPerSecond)
 {
-    if (const QString reason = change(m_camera.get(), frameRateCalls, framesPerSecond); !reason.isEmpty())
-        fail(reason);
+    change(frameRateCalls, framesPerSecond);
 }
 
 void CameraConnection::configure(const CameraSettings& settings)

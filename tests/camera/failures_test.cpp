@@ -181,6 +181,26 @@ TEST(CameraFailures, VanishesForGood)
     }
 }
 
+TEST(CameraFailures, ControlsDoNotHideThatItHasVanished)
+{
+    const LogCapture log;
+    FakeCameraProcess process;
+    CxAravisSource source;
+    ASSERT_TRUE(source.loadSettings(smallFrames()));
+    ASSERT_TRUE(StartPipe(source)) << source.errorText().toStdString();
+    EXPECT_TRUE(source.exposure().isAvailable);
+    process.kill();
+    // Whoever watches the controls holds the camera while it does not answer: once, not for each of its values.
+    EXPECT_TRUE(waitFor(
+        [&] {
+            source.exposure();
+            source.gain();
+            return !source.isConnected();
+        },
+        std::chrono::seconds(8)));
+    EXPECT_TRUE(StopPipe(source));
+}
+
 TEST(CameraFailures, FreezesAndIsStopped)
 {
     const LogCapture log;
