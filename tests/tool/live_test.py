@@ -115,9 +115,16 @@ class Refusals(LiveTest):
     def test_command_lines_that_make_no_sense(self):
         for arguments, says in ((("--raw",), "--raw needs -o"), (("--address", "127.0.0.1"), "--address needs --http"),
                                 (("--exposure", "10"), "are for cameras"), (("--roi", "0,0,8,8"), "are for cameras"),
-                                (("-o", "-"), "-o must be a directory"), (("--frames", "0"), ""),
+                                (("-o", "-"), "-o must be a directory"), (("--frames", "0"), ""), (("-o", ""), "--output: is empty"),
+                                (("--http", "0", "--address", ""), "--address: is empty"),
                                 (("--http", "0", "--address", "example.com"), "no numeric address")):
             self.refuse("live", few(3), *arguments, names="", says=says, code=2)
+
+    def test_a_source_that_ends_too_early_is_a_failure(self):
+        run = self.ko("live", few(3), "-o", "out", "--frames", "5")
+        self.assertEqual((run.returncode, run.stderr), (1, "ko: the source has ended before 5 frames\n"))
+        self.assertEqual(len(files_in(self.path("out"))), 3)
+        self.succeed("live", few(5), "-o", "all", "--frames", "5")
 
     def test_what_was_recorded_before_is_kept(self):
         self.succeed("live", few(2), "-o", "out")
@@ -308,6 +315,23 @@ class Guard(LiveTest):
             self.assertEqual(control(url, {"linear": False}, **headers)[0], 403, headers)
         self.assertTrue(status_of(url)["look"]["linear"])
         self.assertEqual(ask(url, "control")[0], 404, "no change by GET")
+
+    def test_what_is_refused_or_not_understood_hides_no_request(self):
+        run, url = self.serve(BALL)
+        host = urlsplit(url).netloc
+        hidden = self.post(host, "http://" + host, '{"linear":false}')
+        for request in (self.post(host, "http://evil.example", hidden), "\x16\x03\x01 hello\r\n\r\n" + hidden,
+                        f"GET /none HTTP/1.1\r\nHost: {host}\r\nContent-Length: {len(hidden)}\r\n\r\n" + hidden,
+                        self.post(host, "http://evil.example", "").replace("Length: 0", "Length: -1") + hidden):
+            answer = self.answer(url, request)
+            self.assertRegex(answer, rb"^HTTP/1\.1 4", request)
+            self.assertEqual(answer.count(b"HTTP/1.1 "), 1, request)
+            self.assertTrue(status_of(url)["look"]["linear"], request)
+        self.assertRegex(self.answer(url, hidden), rb"(?s)^HTTP/1\.1 200 .*\r\nConnection: close\r\n")
+        self.assertFalse(status_of(url)["look"]["linear"])
+
+    def post(self, host, origin, body):
+        return f"POST /control HTTP/1.1\r\nHost: {host}\r\nOrigin: {origin}\r\nContent-Length: {len(body)}\r\n\r\n{body}"
 
     def test_other_addresses_need_the_secret(self):
         secrets = set()

@@ -9,7 +9,12 @@ namespace ko::tool {
 void declareArgument(CLI::App& command, const std::string& names, std::string& value, Need need,
                      const std::string& description, const std::string& form)
 {
-    command.add_option(names, value, description)->required(need == Need::Required)->option_text(form);
+    // A shell makes it of a variable that is not set. It must not pass for an option that is not given.
+    const auto reject = [](const std::string& text) { return text.empty() ? "is empty" : ""; };
+    command.add_option(names, value, description)
+        ->required(need == Need::Required)
+        ->option_text(form)
+        ->check(reject);
 }
 
 void declareArgument(CLI::App& command, const std::string& names, std::vector<std::string>& values, Need need,

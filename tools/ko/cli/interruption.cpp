@@ -87,7 +87,7 @@ void CountOnSignal::set(std::size_t done)
     count.done = done;
 }
 
-Interruption::Interruption()
+Interruption::Interruption(bool writesFiles) : m_writesFiles(writesFiles)
 {
     sigemptyset(&m_signals);
     for (const int signal : {SIGHUP, SIGINT, SIGTERM}) {
@@ -119,7 +119,8 @@ void Interruption::watch(const std::stop_token& end)
         }
         m_signal = signal;
         m_stop.request_stop();
-        report("interrupted: the files begun are finished first; a second signal ends at once");
+        report(std::string("interrupted: ") + (m_writesFiles ? "the files begun are finished first; " : "") +
+               "a second signal ends at once");
     }
 }
 

@@ -14,7 +14,8 @@ namespace ko::tool {
 /// after it, so that none of them receives the signals.
 class Interruption {
 public:
-    Interruption();
+    /// @param writesFiles  which are finished first
+    explicit Interruption(bool writesFiles = true);
     ~Interruption();
     Interruption(const Interruption&) = delete;
     Interruption& operator=(const Interruption&) = delete;
@@ -27,6 +28,7 @@ public:
 private:
     void watch(const std::stop_token& end);
 
+    const bool m_writesFiles;
     sigset_t m_signals;
     sigset_t m_maskBefore;
     std::stop_source m_stop;

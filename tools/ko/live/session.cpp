@@ -145,6 +145,9 @@ void Session::run(const std::stop_token& stop)
         throw std::runtime_error(m_trouble);
     if (const std::string trouble = m_feed->trouble(); m_feed->hasEnded() && !trouble.empty())
         throw std::runtime_error(trouble);
+    if (m_options.frames && m_feed->hasEnded() && !isDone())
+        throw std::runtime_error("the source has ended before " + std::to_string(*m_options.frames) +
+                                 " frames");
 }
 
 void Session::start()
@@ -259,7 +262,7 @@ void Session::summarise()
 
 int runLive(const LiveOptions& options)
 {
-    const Interruption interruption;
+    const Interruption interruption(!options.output.empty());
     // The items warn of every loss; here they are counted.
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
     Session(options).run(interruption.token());

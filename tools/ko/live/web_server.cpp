@@ -188,14 +188,30 @@ private:
             [[maybe_unused]] const ssize_t sent =
                 send(socket, answer.data(), answer.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
         } else {
-            bool isClosed = false;
-            for (int left = mostRequests; left > 0 && !isClosed && stream.waitForRequest(); --left)
-                if (!process_request(stream, left == 1, isClosed, {}))
-                    break;
+            bool isLast = false;
+            for (int left = mostRequests; left > 0 && !isLast && stream.waitForRequest(); --left)
+                isLast = !serveRequest(stream, left == 1);
         }
         --m_connections;
         shutdown(socket, SHUT_RDWR);
         return close(socket) == 0;
+    }
+
+    /// Whether another request may follow. What is refused leaves its body unread, and what is not understood its rest:
+    /// the bytes of another page would be taken for a request of our own.
+    bool serveRequest(HttpStream& stream, bool isLast)
+    {
+        bool isUnderstood = false;
+        bool isClosed = false;
+        const auto look = [&](httplib::Request& request) {
+            isUnderstood = true;
+            if (!request.has_header("Content-Length") && !request.has_header("Transfer-Encoding"))
+                return;
+            isClosed = true;
+            request.headers.erase("Connection");
+            request.set_header("Connection", "close");  // so that the answer says so
+        };
+        return process_request(stream, isLast, isClosed, look) && isUnderstood && !isClosed;
     }
 
     std::atomic<bool> m_isEnding = false;
