@@ -65,7 +65,7 @@ KO_EXPORT ResultCode Stretch(const SxImageBuf& src, SxImageBuf& dst, Interpolati
 ///   ResultBadArg2          the sizes are beyond the limit
 ///   ResultUnsupportedType  src neither `UInt8` nor `UInt16`
 ///   ResultBadArg1, 2       rows of src or dst longer than their stride
-///   ResultFailed           no memory for a row of sums per thread
+///   ResultFailed           no memory for rows of sums
 /// On failure dst is untouched. Bands of rows run in parallel. O(src size + dst size).
 KO_EXPORT ResultCode Resize(const SxImageBuf& src, SxImageBuf& dst);
 

@@ -128,14 +128,6 @@ CHECKS: dict[str, list[tuple[list[tuple[str, ...]], dict[str, str]]]] = {
                  'ResultBadArg5': 'hist without bins, with other than channels planes, or with too few levels',
                  'ResultBadArg6': 'no such plane',
                  'ResultUnsupportedType': 'unknown packing'})],
- 'HistogramEqualize': [([('src', 'dst')],
-                        {'ResultBadArg1': 'src absent, or dataType none of Int8, UInt8, Int16, UInt16; or '
-                                          'bitsPerSample above that of the container',
-                         'ResultBadArg2': 'dst absent, of another size or format',
-                         'ResultBadArg3': 'bitsPerSample negative or no channels',
-                         'ResultUnsupportedType': 'interleaved with another number of channels, or an unknown packing',
-                         'ResultFailed': 'a channel of which no sample is counted, as in images without pixels, or no '
-                                         'memory'})],
  'HistogramMasked': [([('src', 'mask', 'hist')],
                       {'ResultBadArg1': 'src absent, of another type, or too deep',
                        'ResultBadArg2': 'mask is none of src',
@@ -269,7 +261,7 @@ CHECKS: dict[str, list[tuple[list[tuple[str, ...]], dict[str, str]]]] = {
               'ResultBadArg2': 'dst absent, not interleaved, a mosaic, or of another type, depth or channels; or the '
                                'sizes are beyond the limit; or rows of src or dst longer than their stride',
               'ResultUnsupportedType': 'src neither UInt8 nor UInt16',
-              'ResultFailed': 'no memory for a row of sums per thread'})],
+              'ResultFailed': 'no memory for rows of sums'})],
  'SnakeImage': [([('src', 'params', 'input', 'output')],
                  {'ResultBadArg1': 'src absent, not mono, of another type, or smaller than 3 x 3',
                   'ResultBadArg2': 'edgeFraction or a weight not finite',

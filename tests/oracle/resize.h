@@ -34,9 +34,9 @@ inline std::vector<std::int64_t> resizeWeights(std::int64_t length, std::int64_t
 template <class T>
 void resize(const test::TestImage& src, test::TestImage& dst)
 {
-    for (int y = 0; y < dst.buf().height; ++y)
+    for (int y = 0; y < dst.buf().height; ++y) {
+        const auto down = resizeWeights(src.buf().height, dst.buf().height, y);
         for (int x = 0; x < dst.buf().width; ++x) {
-            const auto down = resizeWeights(src.buf().height, dst.buf().height, y);
             const auto across = resizeWeights(src.buf().width, dst.buf().width, x);
             for (int c = 0; c < dst.buf().channels; ++c) {
                 std::int64_t sum = 0, weight = 0;
@@ -44,12 +44,15 @@ void resize(const test::TestImage& src, test::TestImage& dst)
                     for (int u = 0; u < src.buf().width; ++u) {
                         const std::int64_t w =
                             down[static_cast<std::size_t>(v)] * across[static_cast<std::size_t>(u)];
+                        if (w == 0)
+                            continue;
                         sum += w * src.get<T>(u, v, c);
                         weight += w;
                     }
                 dst.set<T>(x, y, c, static_cast<T>((2 * sum + weight) / (2 * weight)));
             }
         }
+    }
 }
 
 }  // namespace ko::oracle
