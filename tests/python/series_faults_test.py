@@ -10,6 +10,7 @@ from pathlib import Path
 
 import distributed
 import numpy as np
+import psutil
 import pytest
 from series_support import EVERYTHING, accumulator, bytes_in, digest, frames_of, stored
 
@@ -51,6 +52,15 @@ ks.run({"operations": [{"op": "demosaic"}]}, series, sys.argv[2], workers=2, fra
 
 def nothing(number):
     return None
+
+
+def test_no_other_host_reaches_local_processes():
+    with team("processes", 2) as engine:
+        engine.do([partial(nothing, number) for number in range(4)], nothing)
+        program = psutil.Process()
+        ports = [port for process in (program, *program.children(recursive=True))
+                 for port in process.connections("inet") if port.status == psutil.CONN_LISTEN]
+    assert len(ports) >= 3 and {port.laddr.ip for port in ports} == {"127.0.0.1"}
 
 
 @pytest.mark.parametrize("scheduler", ["", pytest.param("processes", marks=nightly)])

@@ -134,8 +134,13 @@ def team(scheduler: Optional[str], workers: Optional[int]) -> Iterator[Team]:
         yield Team(partial(_on_threads, count), True)
     elif scheduler == "processes":
         distributed = library("distributed")
-        with distributed.LocalCluster(
-            n_workers=count, threads_per_worker=1, dashboard_address=None, silence_logs="CRITICAL"
+        # Spelled out because a LocalCluster lets every host reach the ports of its web pages, also where it shows none.
+        options: dict[str, Any] = {"host": "127.0.0.1", "dashboard": False, "dashboard_address": "127.0.0.1:0"}
+        of_worker = {**options, "nthreads": 1, "memory_limit": None, "silence_logs": "CRITICAL"}
+        with distributed.SpecCluster(
+            scheduler={"cls": distributed.Scheduler, "options": {**options, "port": 0}},
+            workers=dict.fromkeys(range(count), {"cls": distributed.Nanny, "options": of_worker}),
+            silence_logs="CRITICAL",
         ) as cluster, distributed.Client(cluster, set_as_default=False) as client:
             yield Team(partial(_on_cluster, client), False)
     else:
