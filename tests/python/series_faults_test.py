@@ -139,6 +139,26 @@ def test_a_frame_that_is_damaged_on_the_way_is_named_and_done_when_it_is_whole_a
     assert report.resumed >= 8 and digest(sums) == digest(accumulator(frames, bits=12))
 
 
+def test_a_failure_waits_for_the_other_threads_and_is_told_as_it_is(tmp_path):
+    frames = np.zeros((8, 4, 4), "u2")
+    frames[0, 0, 0] = 1
+    is_open, late = [], []
+
+    def slow(frame):
+        if np.asarray(frame)[0, 0] == 0:
+            time.sleep(0.3)
+            late.append(True)
+        elif is_open:
+            raise ValueError("one")
+        return np.asarray(frame)
+
+    series = stored("hdf5", frames, tmp_path).map(slow)
+    is_open.append(True)
+    with pytest.raises(ks.FrameError, match=r"\[0\]: one"):
+        ks.accumulate(series, "mean", workers=2, frames_per_part=1)
+    assert late, "nobody works on afterwards"
+
+
 def test_the_model_knows_how_many_tasks_merge(tmp_path):
     from model import merge_tasks
 

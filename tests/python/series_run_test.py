@@ -219,6 +219,16 @@ class TestCommand:
         done = self.call(tmp_path, *names, "-o", "/proc/out")
         assert done.returncode == 1 and done.stderr == "koimproc-series: /proc/out: No such file or directory\n"
 
+    def test_an_output_that_is_a_file_is_named(self, tmp_path):
+        names = stored("tiff files", frames_of(1, (16, 20)), tmp_path).names
+        done = self.call(tmp_path, *names, "-o", names[0])
+        assert done.returncode == 1 and done.stderr == f"koimproc-series: {names[0]}: File exists\n"
+
+    def test_samples_of_another_type_are_wrong_arguments(self, tmp_path):
+        stored("hdf5", frames_of(1, (16, 20)).astype("f4"), tmp_path)
+        done = self.call(tmp_path, tmp_path / "stack.h5", "--dataset", "scan/frames", "-o", tmp_path / "out")
+        assert done.returncode == 2 and "float32" in done.stderr and "Traceback" not in done.stderr
+
     def test_frames_that_are_missing_are_named(self, tmp_path):
         done = self.call(tmp_path, tmp_path / "no.tif", "-o", tmp_path / "out")
         assert done.returncode == 1 and "no.tif" in done.stderr

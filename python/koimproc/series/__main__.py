@@ -9,10 +9,11 @@ from collections.abc import Sequence
 from typing import Optional
 
 from koimproc import __version__
+from koimproc._errors import SampleTypeError
 from koimproc.series._files import replacing
 from koimproc.series._recipe import run
 from koimproc.series._series import open_series
-from koimproc.series._sources import library
+from koimproc.series._sources import library, reason
 
 
 class _Line:
@@ -64,9 +65,9 @@ def arguments() -> argparse.ArgumentParser:
 
 def _sentence(error: Exception) -> str:
     """What an error says, without Python's number for it."""
-    if isinstance(error, OSError) and error.filename is not None and error.strerror:
-        return f"{os.fsdecode(error.filename)}: {error.strerror}"
-    return str(error) or type(error).__name__
+    if isinstance(error, OSError) and error.filename is not None:
+        return f"{os.fsdecode(error.filename)}: {reason(error)}"
+    return reason(error)
 
 
 def main(given: Optional[Sequence[str]] = None) -> int:
@@ -99,7 +100,7 @@ def main(given: Optional[Sequence[str]] = None) -> int:
     except (OSError, ImportError, MemoryError, RuntimeError) as error:
         print(f"koimproc-series: {_sentence(error)}", file=sys.stderr)
         return 1
-    except ValueError as error:
+    except (ValueError, SampleTypeError) as error:
         print(f"koimproc-series: {error}", file=sys.stderr)
         return 2
     for name, message in sorted(report.failed):

@@ -221,9 +221,12 @@ class Accumulator:
             arrays["histogram"] = self._histogram
         facts = {name: value for name, value in self.__getstate__().items() if name not in ("planes", "histogram")}
         facts |= {"dtype": None if self._dtype is None else self._dtype.str, "arrays": list(arrays)}
+        layout: Any = np.lib.format
         with replacing(path, durable) as file:
             for array in (np.array(json.dumps(facts)), *arrays.values()):
-                np.save(file, array)
+                # np.save does not say why the disk took only a part.
+                layout.write_array_header_1_0(file, layout.header_data_from_array_1_0(array))
+                file.write(np.ascontiguousarray(array).data)
 
     @classmethod
     def load(cls, path: PathLike) -> Accumulator:

@@ -13,7 +13,7 @@ from koimproc._filters import median
 from koimproc._stats import POSITIONS
 from koimproc.series._engine import Report
 from koimproc.series._files import PathLike
-from koimproc.series._recipe import RECORDS, correction_of, run
+from koimproc.series._recipe import correction_of, records_in, run
 from koimproc.series._results import write_frame
 from koimproc.series._series import Series
 from koimproc.series._sources import read_tiff
@@ -123,8 +123,7 @@ def calibrate(
     **engine
         As for `run`.
     """
-    records = os.path.join(os.path.abspath(out), RECORDS)
-    os.makedirs(records, exist_ok=True)
+    records = records_in(out)
     correction = None if defects is None else correction_of(defects, series)
     operation = {"op": "flatfield"}
     for option, frame in (("background", flat), ("dark", dark)):

@@ -8,6 +8,7 @@ import os
 import pickle
 import time
 from collections.abc import Callable, Iterator, Sequence
+from concurrent.futures import ThreadPoolExecutor
 from contextlib import contextmanager
 from dataclasses import dataclass, field
 from functools import lru_cache, partial
@@ -15,7 +16,8 @@ from typing import Any, Optional
 
 import numpy as np
 
-from koimproc._errors import ArgumentError
+from koimproc._arrays import CAMERA_SAMPLES
+from koimproc._errors import ArgumentError, SampleTypeError
 from koimproc.series._files import PathLike, replacing
 from koimproc.series._series import Series
 from koimproc.series._sources import FrameError, library
@@ -56,6 +58,12 @@ class Part:
 
 def bytes_of_frame(series: Series) -> int:
     return max(1, int(np.prod(series.shape)) * series.dtype.itemsize)
+
+
+def need_camera_samples(series: Series) -> None:
+    """Refuses series of samples that the operations do not take."""
+    if series.dtype not in CAMERA_SAMPLES:
+        raise SampleTypeError("series", f"samples of uint8 or uint16 are wanted, not {series.dtype}; see Series.map")
 
 
 def parts_of(series: Series, frames_per_part: Optional[int], directory: PathLike, facts: Sequence[str]) -> list[Part]:
@@ -113,8 +121,9 @@ def _on_threads(workers: int, tasks: Sequence[Task], finished: Finished) -> None
     """All tasks on threads of this process; `finished` hears of each on the calling thread."""
     graph = {("part", index): (task,) for index, task in enumerate(tasks)}
     callback = library("dask.callbacks").Callback(posttask=lambda key, *_: finished(key[1]))
-    with callback:
-        library("dask.threaded").get(graph, list(graph), num_workers=workers)
+    # Dask's own threads would work on after a failure, in a directory that is being removed.
+    with ThreadPoolExecutor(workers) as pool, callback:
+        library("dask.threaded").get(graph, list(graph), pool=pool)
 
 
 def _on_cluster(client: Any, tasks: Sequence[Task], finished: Finished) -> None:

@@ -24,6 +24,7 @@ from koimproc.series._engine import (
     check_engine,
     fail,
     frames_of,
+    need_camera_samples,
     parts_of,
     run_parts,
     team,
@@ -35,7 +36,7 @@ from koimproc.series._series import Series
 from koimproc.series._sources import FrameError, tool
 
 # Where a directory of results keeps what it knows of the parts.
-RECORDS = ".koimproc-series"
+_RECORDS = ".koimproc-series"
 # What the tool takes beside frames, and how many times the bytes of a frame: pictures of three channels and the scratch
 # memory of an operation. Measured with demosaicing and a median of mosaics of 2 to 32 MiB: 162 to 546 MiB.
 _WORKER_BYTES = 160 << 20
@@ -44,6 +45,14 @@ _FRAMES_AT_ONCE = 16
 Recipe = Union[PathLike, Mapping[str, Any]]
 Results = Union[Files, Stack]
 Outcome = dict[str, Any]
+
+
+def records_in(out: PathLike) -> str:
+    """The directory of records, made where it is missing."""
+    os.makedirs(out, exist_ok=True)  # names `out` itself where that is a file
+    records = os.path.join(os.path.abspath(out), _RECORDS)
+    os.makedirs(records, exist_ok=True)
+    return records
 
 
 def result_names(series: Series) -> tuple[str, ...]:
@@ -221,9 +230,10 @@ def run(
             raise ArgumentError("memory", "bytes for the workers of this machine are wanted; those of a cluster have limits "
                              "of their own")
         workers = workers_within(memory, workers, series)
+    if series.inputs() is None or defects is not None:
+        need_camera_samples(series)
     out = os.path.abspath(out)
-    records = os.path.join(out, RECORDS)
-    os.makedirs(records, exist_ok=True)
+    records = records_in(out)
     path = _recipe_file(recipe, records)
     facts, ending = _facts_of(path)
     map_file = None if defects is None else _map_file(defects, series, records, facts)

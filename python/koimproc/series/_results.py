@@ -8,7 +8,7 @@ from typing import Any, Optional
 
 import numpy.typing as npt
 
-from koimproc.series._files import PathLike, replacing
+from koimproc.series._files import PathLike, naming, replacing
 from koimproc.series._sources import library, read_tiff
 
 Array = npt.NDArray[Any]
@@ -80,7 +80,8 @@ class Stack:
         first = (array.dtype, array.shape[1:], array.attrs["koimproc"])
         if kind != first:
             raise ValueError(f"the result is {kind}, where the first one is {first}")
-        array[index] = frame
+        with naming(self.directory):
+            array[index] = frame
 
     def remove(self, index: int) -> None:
         """A frame that an earlier run has left must not be taken for one of this run."""

@@ -15,7 +15,8 @@ import numpy.typing as npt
 from koimproc._frame import Frame
 from koimproc.series._files import PathLike
 from koimproc.series._mapped import Mapped
-from koimproc.series._sources import FrameError, Read, Source, library, source_of
+from koimproc.series._opening import source_of
+from koimproc.series._sources import FrameError, Read, Source, library, reason
 
 Array = npt.NDArray[Any]
 
@@ -80,7 +81,7 @@ class Series:
         except ImportError:
             raise
         except Exception as error:  # Each of the libraries has exceptions of its own for damaged files.
-            raise FrameError(self._names[index], str(error) or type(error).__name__) from error
+            raise FrameError(self._names[index], reason(error)) from error
 
     def __getitem__(self, index: int) -> Array:
         """Read one frame. `FrameError` where it cannot be read, differs from the first one in shape, dtype, depth or
@@ -205,7 +206,7 @@ def open_series(
     Raises
     ------
     FileNotFoundError
-        For a pattern that no file matches.
+        For a file that is missing, and a pattern that no file matches.
     FrameError
         For a first frame that cannot be read.
     """

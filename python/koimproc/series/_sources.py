@@ -2,7 +2,6 @@
 
 from __future__ import annotations
 
-import glob
 import importlib
 import itertools
 import json
@@ -20,18 +19,16 @@ from typing import Any, Optional, Union
 import numpy as np
 import numpy.typing as npt
 
-from koimproc._errors import ArgumentError
 from koimproc._io import read_fits
 from koimproc._memory import empty
-from koimproc.series._files import PathLike
 
 Array = npt.NDArray[Any]
 Read = Callable[[int], Array]
 
 # What the tool ko writes into the description of a file; the samples stand in the high bits there.
 DESCRIPTION = re.compile(r"koimproc bits=(\d+)(?: grid=([RGB]{4}))?")
-_FITS = (".fits", ".fit", ".fts")
-_TIFF = (".tif", ".tiff")
+FITS = (".fits", ".fit", ".fts")
+TIFF = (".tif", ".tiff")
 
 
 class FrameError(OSError):
@@ -59,6 +56,15 @@ def library(name: str) -> Any:
     except ImportError:
         package = "python3-" + name.partition(".")[0]
         raise ImportError(f"this series needs {name}: Debian's package {package}") from None
+
+
+def reason(error: Exception) -> str:
+    """What an error says, without Python's number for it and without the name of its file."""
+    if isinstance(error, OSError) and error.strerror:
+        return error.strerror
+    if isinstance(error, KeyError) and error.args:
+        return str(error.args[0])
+    return str(error) or type(error).__name__
 
 
 def tool() -> str:
@@ -135,7 +141,7 @@ def samples_of(data: Any) -> Array:
     return np.ascontiguousarray(array, array.dtype.newbyteorder("="))
 
 
-class _Files(Source):
+class FilesSource(Source):
     """One file per frame."""
 
     def __init__(self, paths: Sequence[str]) -> None:
@@ -153,9 +159,9 @@ class _Files(Source):
 
     def _described(self, path: str) -> tuple[Array, Meaning]:
         ending = Path(path).suffix.lower()
-        if ending in _TIFF:
+        if ending in TIFF:
             return read_tiff(path)
-        if ending in _FITS:
+        if ending in FITS:
             samples, pattern = read_fits(path)
             return samples, (None, pattern)
         with tempfile.TemporaryDirectory() as directory:
@@ -187,7 +193,13 @@ class _Stack(Source):
         return [self._path]
 
     def _count(self) -> int:
-        raise NotImplementedError
+        with self._opened() as frames:
+            shape = getattr(frames, "shape", None)
+            if shape is None or len(shape) not in (3, 4):
+                found = "a group" if shape is None else f"the shape {tuple(shape)}"
+                name = "" if self._dataset is None else f"dataset {self._dataset!r}: "
+                raise ValueError(f"{name}an array (frames, rows, columns[, channels]) is wanted, not {found}")
+            return int(shape[0])
 
     def _opened(self) -> AbstractContextManager[Any]:
         """What holds the frames, while their file is open."""
@@ -211,7 +223,7 @@ class _Stack(Source):
             yield lambda index: self._frame(frames(), index)
 
 
-class _Pages(_Stack):
+class PagesSource(_Stack):
     """A TIFF file with one frame per page."""
 
     def _count(self) -> int:
@@ -230,15 +242,8 @@ class _Pages(_Stack):
         return _page(page)
 
 
-class _Cube(_Stack):
+class CubeSource(_Stack):
     """A FITS cube: the last axis of the file counts frames."""
-
-    def _count(self) -> int:
-        with self._opened() as cube:
-            shape = cube.shape
-        if len(shape) < 3:
-            raise ValueError("no cube of frames")
-        return int(shape[0])
 
     @contextmanager
     def _opened(self) -> Iterator[Any]:
@@ -246,15 +251,12 @@ class _Cube(_Stack):
             yield file[self._dataset or 0]
 
     def _frame(self, frames: Any, index: int) -> Array:
-        return samples_of(frames.section[index])
+        # Images that are compressed have no sections: all frames are read, once as long as the file is open.
+        return samples_of((frames.section if hasattr(frames, "section") else frames.data)[index])
 
 
-class _Hdf5(_Stack):
+class Hdf5Source(_Stack):
     """A dataset of an HDF5 file, with shape (frames, rows, columns[, channels])."""
-
-    def _count(self) -> int:
-        with self._opened() as frames:
-            return len(frames)
 
     @contextmanager
     def _opened(self) -> Iterator[Any]:
@@ -269,19 +271,21 @@ class _Hdf5(_Stack):
         return frame
 
 
-class _Zarr(_Stack):
+class ZarrSource(_Stack):
     """A Zarr array of the same shape."""
 
     @contextmanager
     def _opened(self) -> Iterator[Any]:
         opened = library("zarr").open(self._path, mode="r")
+        if self._dataset is not None and self._dataset not in opened:
+            raise ValueError(f"there is no array {self._dataset!r}")
         yield opened if self._dataset is None else opened[self._dataset]
 
     def _count(self) -> int:
         with self._opened() as array:
             meaning = array.attrs.get("koimproc", {})
             self.bits, self.bayer = meaning.get("bits"), meaning.get("bayer")
-            return int(array.shape[0])
+        return super()._count()
 
     def files(self, start: int, stop: int) -> list[str]:
         folder = os.path.join(self._path, str(self._dataset or ""))
@@ -294,49 +298,3 @@ class _Zarr(_Stack):
         grid = itertools.product(range(start // frames, (stop - 1) // frames + 1), *map(range, counts[1:]))
         separator = kind.get("dimension_separator", ".")
         return [os.path.join(folder, separator.join(map(str, place))) for place in grid]
-
-
-def _numbered(path: str) -> list[tuple[int, Union[int, str]]]:
-    """Sorts frame9 before frame10."""
-    return [(0, int(part)) if part.isdigit() else (1, part) for part in re.split(r"(\d+)", path)]
-
-
-def source_of(frames: Union[PathLike, Sequence[PathLike]], dataset: Union[str, int, None]) -> Source:
-    if not isinstance(frames, (str, os.PathLike)):
-        paths = [os.fspath(path) for path in frames]
-        if not paths:
-            raise ArgumentError("frames", "a series has at least one frame")
-        return _opened(paths[0], lambda: _Files(paths))
-    name = os.fspath(frames)
-    ending = Path(name).suffix.lower()
-    if ending in (".h5", ".hdf5"):
-        if dataset is None:
-            raise ArgumentError("dataset", "the name of a dataset of the HDF5 file is wanted")
-        return _opened(name, lambda: _Hdf5(name, dataset))
-    if ending == ".zarr":
-        return _opened(name, lambda: _Zarr(name, dataset))
-    if os.path.exists(name):
-        if ending in _TIFF:
-            pages = _opened(name, lambda: _Pages(name, None))
-            return pages if len(pages.names()) > 1 else _opened(name, lambda: _Files([name]))
-        if ending in _FITS and dataset is not None:
-            return _opened(name, lambda: _Cube(name, dataset))
-        if ending in _FITS:
-            with library("astropy.io.fits").open(name) as file:
-                is_cube = len(file[0].shape) >= 3
-            return _opened(name, lambda: _Cube(name, 0) if is_cube else _Files([name]))
-        return _opened(name, lambda: _Files([name]))
-    found = sorted(glob.glob(name), key=_numbered)
-    if not found:
-        raise FileNotFoundError(f"{name}: no such files")
-    return _opened(found[0], lambda: _Files(found))
-
-
-def _opened(name: str, make: Callable[[], Source]) -> Source:
-    """A source, or a `FrameError` that names what could not be opened."""
-    try:
-        return make()
-    except (ImportError, FrameError):
-        raise
-    except Exception as error:
-        raise FrameError(name, str(error) or type(error).__name__) from error

@@ -30,6 +30,7 @@ from koimproc.series._engine import (
     check_engine,
     fail,
     frames_of,
+    need_camera_samples,
     parts_of,
     run_parts,
     team,
@@ -191,6 +192,7 @@ def accumulate(
     progress : callable, optional
         Called as progress(frames done, frames in all, seconds).
     """
+    need_camera_samples(series)
     total = Accumulator(*what, bits=series.bits, level=level)
     if resume and work is None:
         raise ArgumentError("work", "the directory of an earlier run is wanted to resume it")
@@ -314,6 +316,7 @@ def describe(
     focus (Pech-Pacheco et al., Diatom autofocusing in brightfield microscopy, ICPR 2000). The other arguments are those
     of `accumulate`.
     """
+    need_camera_samples(series)
     check_engine(scheduler, workers, on_error)
     with tempfile.TemporaryDirectory(prefix="koimproc-") as work:
         parts = parts_of(series, frames_per_part, work, ["describe"])
