@@ -149,7 +149,9 @@ def _gains(frame: Frame, source: Source, white_balance: Balance, black: list[int
         level[colour] = sum(found.sum[position] - black[position] * found.n[position] for position in at) / number
     if min(level.values()) <= 0:
         raise ArgumentError("frame", "a colour is not brighter than its black level, so there is no balance")
-    return [level["G"] / level[colour] for colour in bayer]
+    # A gain below 1 would tint what clips: all colours are at the top there.
+    brightest = max(level.values())
+    return [brightest / level[colour] for colour in bayer]
 
 
 def _srgb(levels: int) -> Array:
@@ -172,15 +174,15 @@ def develop(
 ) -> Frame:
     """Turn a raw mosaic into a picture to look at: black level, white balance, colours, and the curve of sRGB.
 
-    The colours are those of the sensor, without the matrix of the camera.
+    The colours are those of the sensor, without the matrix of the camera. The tool's `ko develop` applies that too.
 
     Parameters
     ----------
     frame : Frame
         A mosaic: uint8 or uint16 with `bayer`, of shape (rows, columns).
     white_balance : "gray-world", "none", or sequence of float
-        Gains that give all colours the mean of green; none; or these, for red, green and blue, or one per position of
-        the cell.
+        Gains that give all colours the mean of the brightest; none; or these, for red, green and blue, or one per
+        position of the cell. Gains below 1 tint what is too bright for the sensor.
     black : float or sequence of float
         Level of black: one for all, or as for `white_balance`; rounded to whole levels.
     white : int, optional

@@ -100,6 +100,15 @@ def test_develop_shows_grey_as_grey():
     assert none == pytest.approx(255 * srgb(0.25 * np.array([0.5, 1, 0.7])), abs=1)
 
 
+@pytest.mark.parametrize("light", [(1, 0.5, 0.4), (0.4, 0.5, 1), (0.5, 1, 0.7)])
+def test_what_clips_is_white_whatever_the_light(light):
+    mosaic = np.full((32, 48), 4095, np.uint16)
+    for (row, column), share in zip([(0, 0), (0, 1), (1, 0), (1, 1)], (light[0], light[1], light[1], light[2])):
+        mosaic[row::2, column:24:2] = 2000 * share
+    rgb = np.asarray(ko.develop(ko.Frame(mosaic, bits=12, bayer="RGGB")))
+    assert (rgb[:, 32:] == 255).all()
+
+
 def test_what_is_no_mosaic_is_refused():
     a = random_picture((8, 8))
     for function in (ko.demosaic, ko.develop):
