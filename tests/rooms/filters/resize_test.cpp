@@ -138,6 +138,24 @@ TEST(ResizeValues, AreRoundedToTheNearestHalvesUp)
     EXPECT_EQ(resizedRow<std::uint8_t>(UInt8, {0, 1, 1}, 1), (Bytes{1}));
 }
 
+TEST(ResizeValues, OfHalvesAreRoundedUpForEveryWidth)
+{
+    // A product with a rounded reciprocal, such as 1 / 98, may end up just below the whole number that it stands for.
+    for (int width = 2; width <= 2000; width += 2) {
+        const auto size = static_cast<std::size_t>(width);
+        Bytes bytes(size), bright(size, 255);
+        Words words(size, 65534);
+        for (std::size_t x = 0; x < size; x += 2) {
+            bytes[x] = 1;
+            bright[x] = 254;
+            words[x] = 65535;
+        }
+        ASSERT_EQ(resizedRow<std::uint8_t>(UInt8, bytes, 1), (Bytes{1})) << width;
+        ASSERT_EQ(resizedRow<std::uint8_t>(UInt8, bright, 1), (Bytes{255})) << width;
+        ASSERT_EQ(resizedRow<std::uint16_t>(UInt16, words, 1), (Words{65535})) << width;
+    }
+}
+
 TEST(ResizeValues, StayExactAtTheLargestSizes)
 {
     // Two rows that become 4095, and 131072 columns that become one: the weights of a result sum to nearly 2^30.
