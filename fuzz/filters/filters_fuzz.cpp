@@ -57,6 +57,10 @@ void resize(ByteReader& in, Outcome& out)
     Layout other = layout;
     other.width = in.below(40);
     other.height = in.below(40);
+    if (in.oneIn(4)) {
+        other.width = layout.width / 2;
+        other.height = layout.height / 2;
+    }
     if (in.oneIn(8))
         other.bits = in.below(20);
     FuzzImage dst(in, other);
