@@ -55,8 +55,9 @@ def rescale_intensity(
     """Spread a range of levels over all levels, or bring samples of any type to 8 or 16 bits.
 
     A sample v becomes (v - low) * (2**bits - 1) / (high - low), rounded to the nearest whole number (halves up) and
-    limited to 0...2**bits - 1; NaN becomes 0. Of a range of one level, samples above it become 2**bits - 1. Of uint8 and uint16 samples the factor is taken as the nearest multiple
-    of 1/65536 and limited to 65535, and the rest is exact; others are computed in float64.
+    limited to 0...2**bits - 1; NaN becomes 0. Of a range of one level, samples above it become 2**bits - 1. Of uint8
+    and uint16 samples the factor is taken as the nearest multiple of 1/65536 and limited to 65535, and the rest is
+    exact; others are computed in float64.
 
     Parameters
     ----------

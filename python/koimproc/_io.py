@@ -53,8 +53,8 @@ def imread(path: str | os.PathLike[str]) -> Frame:
     """Read a picture, or the mosaic of a camera's raw file.
 
     Pictures are read by OpenImageIO (PNG, TIFF, JPEG, EXR and others) as they lie in the file, FITS files by astropy.
-    Files that the tool `ko` has written say their depth and pattern, which the frame takes over. A camera's raw file is read by the
-    tool `ko`, which subtracts the black levels and changes nothing else.
+    Files that the tool `ko` has written say their depth and pattern, which the frame takes over. A camera's raw file is
+    read by the tool `ko`, which subtracts the black levels and changes nothing else.
 
     Parameters
     ----------
@@ -71,7 +71,8 @@ def imread(path: str | os.PathLike[str]) -> Frame:
     ImportError
         Without the package python3-openimageio; for FITS files without python3-astropy.
     OSError
-        For a file that cannot be read, and for a raw file without the tool `ko`.
+        For a file that cannot be read, `FileNotFoundError` for one that does not exist, and for a raw file without the
+        tool `ko`.
     ArgumentError
         For a file whose samples no frame has.
 
@@ -98,6 +99,7 @@ def imread(path: str | os.PathLike[str]) -> Frame:
     as_stored.attribute("oiio:UnassociatedAlpha", 1)
     opened = oiio.ImageInput.open(name, as_stored)
     if opened is None:
+        open(name, "rb").close()  # what does not exist, or is a folder, has an exception of its own
         raise OSError(f"{name}: {oiio.geterror().strip() or 'cannot be read'}")
     if opened.format_name() == "raw":
         opened.close()

@@ -59,8 +59,11 @@ def test_a_raw_file_is_its_mosaic(tmp_path, monkeypatch):
 
 
 def test_files_that_cannot_be_read(tmp_path):
-    with pytest.raises(OSError):
-        ko.imread(tmp_path / "missing.png")
+    for name in ("missing.png", "missing.fits", "missing.dng"):
+        with pytest.raises(FileNotFoundError, match=name):
+            ko.imread(tmp_path / name)
+    with pytest.raises(IsADirectoryError):
+        ko.imread(tmp_path)
     (tmp_path / "broken.png").write_bytes(b"no picture")
     with pytest.raises(OSError):
         ko.imread(tmp_path / "broken.png")
