@@ -41,7 +41,8 @@ threads in all; Python {python}, NumPy {numpy}, OpenCV {opencv}, scikit-image {s
 
 NumPy, SciPy and scikit-image use one thread whatever is allowed. Where a cell is empty, the library has no such
 function for these samples. What each row calls stands in `bench/python/rows.py`; results that are rounded or treated
-at the edges in another way are compared as the nearest that a library offers.
+at the edges in another way are compared as the nearest that a library offers. `equalize_hist` takes about
+twice as long where the number of samples is no power of two: exact results need exact sums then.
 """
 
 NOTES = """

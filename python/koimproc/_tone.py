@@ -84,6 +84,13 @@ def equalize_hist(
     target = like(source, out, in_place=True, extra=() if selected is None else (selected,))
     if source.array.size == 0:
         return target.result(source.frame)
+    number = source.array.size
+    pixels = native.SxImageBuf(flat(source.array), source.bits)
+    result = native.SxImageBuf(flat(target.array), source.bits)
+    if selected is None and source.channels != 4 and number & (number - 1) == 0:
+        # The library sums up shares as doubles, which are exact where a power of two divides them.
+        run(threads, native.HistogramEqualize, pixels, result)
+        return target.result(source.frame)
     counts = counts_of(source, selected, strict=False)
     curve = _equal_levels(counts[:3].sum(axis=0) if source.channels == 4 else counts.sum(axis=0), source.top)
     if curve is None:
@@ -96,8 +103,6 @@ def equalize_hist(
         if selected is not None:
             counts = counts_of(source, None, strict=False)
         wanted = native.CxImageHistogram(_for_levels(counts.sum(axis=0), curve)[np.newaxis])
-        pixels = native.SxImageBuf(flat(source.array), source.bits)
-        result = native.SxImageBuf(flat(target.array), source.bits)
         run(None, native.HistogramMatch, pixels, wanted, result)
         if source.bits < DEPTHS[source.dtype] and minmax(flat(target.array))[1] > source.top:
             np.minimum(target.array, source.dtype.type(source.top), out=target.array)
@@ -204,9 +209,8 @@ def match_histograms(
         return target.result(source.frame)
     counts = counts_of(wanted, None, "reference")
     limits: npt.NDArray[Any] = np.array([np.flatnonzero(row)[-1] for row in counts], source.dtype)
-    matched = np.stack(
-        [_for_levels(ours, _matching_levels(ours, row)) for ours, row in zip(counts_of(source, None, strict=False), counts)]
-    )
+    own = counts_of(source, None, strict=False)
+    matched = np.stack([_for_levels(ours, _matching_levels(ours, row)) for ours, row in zip(own, counts)])
     with limit(threads):
         if source.channels == 4 and target.array is not source.array:
             target.array[..., 3] = source.array[..., 3]

@@ -49,6 +49,14 @@ def test_equalized_white_is_white(dtype, bits, channels):
         assert np.array_equal(result, equalized(a, bits)) and result.max() == top
 
 
+@pytest.mark.parametrize("shape", [(64, 64), (64, 63), (16, 64, 2), (16, 63, 2)])
+@pytest.mark.parametrize("dtype, bits", [(np.uint8, 8), (np.uint16, 12), (np.uint16, 16)])
+def test_equalized_pictures_of_any_number_of_samples_are_exact(dtype, bits, shape):
+    for seed in range(9):
+        a = random_picture(shape, dtype, bits, seed)
+        assert np.array_equal(ko.equalize_hist(ko.Frame(a, bits)), equalized(a, bits))
+
+
 def test_equalized_samples_beyond_the_depth_are_white():
     a = np.array([[1, 2, 3, 5000]] * 7, np.uint16)
     assert np.asarray(ko.equalize_hist(ko.Frame(a, 12)))[0].tolist() == [1365, 2730, 4095, 4095]
