@@ -233,13 +233,14 @@ class TestCommand:
         done = self.call(tmp_path, tmp_path / "no.tif", "-o", tmp_path / "out")
         assert done.returncode == 1 and "no.tif" in done.stderr
 
-    def test_ctrl_c_says_how_to_go_on(self, tmp_path):
+    @pytest.mark.parametrize("scheduler", [(), ("--scheduler", "processes")])
+    def test_ctrl_c_says_how_to_go_on(self, scheduler, tmp_path):
         series = stored("tiff files", frames_of(12, (64, 64)), tmp_path)
         command = [sys.executable, "-m", "koimproc.series", self.recipe(tmp_path), *series.names, "-o",
-                   str(tmp_path / "out"), "--frames-per-part", "1", "--workers", "1"]
-        running = subprocess.Popen(command, stderr=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+                   str(tmp_path / "out"), "--frames-per-part", "1", "--workers", "1", *scheduler]
+        running = subprocess.Popen(command, stderr=subprocess.PIPE, stdout=subprocess.PIPE, text=True, start_new_session=True)
         running.stderr.readline()
-        running.send_signal(signal.SIGINT)
+        os.killpg(running.pid, signal.SIGINT)  # as a terminal does
         _, said = running.communicate(timeout=300)
         assert running.returncode == 130 and "--resume" in said and "Traceback" not in said
         again = subprocess.run([*command, "--resume"], capture_output=True, text=True, timeout=300)

@@ -6,6 +6,7 @@ import hashlib
 import json
 import os
 import pickle
+import signal
 import time
 from collections.abc import Callable, Iterator, Sequence
 from concurrent.futures import ThreadPoolExecutor
@@ -135,6 +136,11 @@ def _on_cluster(client: Any, tasks: Sequence[Task], finished: Finished) -> None:
         finished(futures.pop(future))
 
 
+def _leave_interrupts_to_the_program() -> None:
+    """A terminal sends Ctrl-C to workers too. Programs that they start still hear of it."""
+    signal.signal(signal.SIGINT, lambda *_: None)
+
+
 @contextmanager
 def team(scheduler: Optional[str], workers: Optional[int]) -> Iterator[Team]:
     """Threads, processes or a cluster, for as long as the context lasts."""
@@ -151,6 +157,7 @@ def team(scheduler: Optional[str], workers: Optional[int]) -> Iterator[Team]:
             workers=dict.fromkeys(range(count), {"cls": distributed.Nanny, "options": of_worker}),
             silence_logs="CRITICAL",
         ) as cluster, distributed.Client(cluster, set_as_default=False) as client:
+            client.run(_leave_interrupts_to_the_program)
             yield Team(partial(_on_cluster, client), False)
     else:
         with library("distributed").Client(scheduler, set_as_default=False) as client:
