@@ -195,9 +195,10 @@ bool Acquisition::reconnect()
     if (!pause(milliseconds(0)))
         return false;
     const QString name = QStringLiteral("camera %1").arg(info().id);
-    disconnect();
+    std::unique_ptr<CameraConnection> ended = disconnect();
     setError(name + QStringLiteral(": connection lost"));
     m_target.tell(errorText());
+    ended.reset();  // which takes seconds: Aravis gives back a camera that does not answer
     CameraSettings settings;
     {
         const std::lock_guard lock(m_cameraMutex);
