@@ -128,6 +128,14 @@ CHECKS: dict[str, list[tuple[list[tuple[str, ...]], dict[str, str]]]] = {
                  'ResultBadArg5': 'hist without bins, with other than channels planes, or with too few levels',
                  'ResultBadArg6': 'no such plane',
                  'ResultUnsupportedType': 'unknown packing'})],
+ 'HistogramEqualize': [([('src', 'dst')],
+                        {'ResultBadArg1': 'src absent, or dataType none of Int8, UInt8, Int16, UInt16; or '
+                                          'bitsPerSample above that of the container',
+                         'ResultBadArg2': 'dst absent, of another size or format',
+                         'ResultBadArg3': 'bitsPerSample negative or no channels',
+                         'ResultUnsupportedType': 'interleaved with another number of channels, or an unknown packing',
+                         'ResultFailed': 'a channel of which no sample is counted, as in images without pixels, or no '
+                                         'memory'})],
  'HistogramMasked': [([('src', 'mask', 'hist')],
                       {'ResultBadArg1': 'src absent, of another type, or too deep',
                        'ResultBadArg2': 'mask is none of src',
