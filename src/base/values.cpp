@@ -45,6 +45,9 @@ void extractTyped(const QVariant& variant, int metaType, void* value)
     }
     if (extractInt(variant, metaType, value))
         return;
+    // Qt registers conversions between types of its own when it is first asked, and prints a warning where two threads
+    // ask at once.
+    [[maybe_unused]] static const bool hasAsked = QVariant(variant).convert(ConversionTarget(metaType));
     QVariant converted = variant;
     if (converted.convert(ConversionTarget(metaType))) {
         type.destruct(value);
