@@ -126,10 +126,13 @@ class BadOutput(ToolTest):
                 self.refuse("unpack", name, "-o", output, names=output + ": ", says="cannot hold such samples")
 
     def test_a_disk_that_is_full_keeps_the_old_file(self):
+        self.write("large.tif", tiff(64, 64, random_samples(64 * 64, 65535, 1), description="koimproc bits=16 grid=RGGB"))
+        limit = 2000  # LLVM's OpenMP takes 1,024 bytes before the tool begins
         for ending in ("tif", "png", "jpg", "exr", "fits"):
             output = self.write("out." + ending, b"the old result")
-            self.refuse("demosaic", "a.tif", "-o", output, names=output + ": ", says="cannot be written: File too large",
-                      preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (1000, 1000)))
+            self.refuse("demosaic", "large.tif", "-o", output, names=output + ": ",
+                        says="cannot be written: File too large",
+                        preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (limit, limit)))
             self.assertEqual(self.read(output), b"the old result")
 
     def test_a_signal_leaves_nothing_behind(self):

@@ -15,7 +15,8 @@ class Waiting(ToolTest):
                       env={**kept, "OMP_DISPLAY_ENV": "verbose", **environment})
         self.assertEqual(run.returncode, 0, run.stderr)
         self.assertEqual(sorted(os.listdir(self.path("out"))), sorted(inputs))
-        if "GOMP_SPINCOUNT" not in run.stderr:
+        # A library that the tool needs may load GNU's runtime beside LLVM's, whose variables begin with KMP.
+        if "GOMP_SPINCOUNT" not in run.stderr or "KMP_" in run.stderr:
             self.skipTest("the tool has another OpenMP runtime, which does not tell")
         return [int(count) for count in re.findall(r"GOMP_SPINCOUNT = '(\d+)'", run.stderr)]
 
