@@ -104,9 +104,16 @@ std::optional<FramePlace> placeOf(GstBuffer* buffer, const SxImageInfo& info, st
 {
     if (const GstVideoMeta* const meta = gst_buffer_get_video_meta(buffer);
         meta != nullptr && meta->n_planes > 0) {
-        if (!fits(info, meta->stride[0], meta->offset[0], bytes))
+        const gint stride = meta->stride[0];
+        std::size_t offset = meta->offset[0];
+        if (const GstVideoCropMeta* const crop = gst_buffer_get_video_crop_meta(buffer);
+            crop != nullptr && stride > 0 && offset <= bytes)
+            offset += std::size_t{crop->y} * static_cast<std::size_t>(stride) +
+                      std::size_t{crop->x} * static_cast<std::size_t>(info.channels) *
+                          static_cast<std::size_t>(bytesPerSample(info.dataType));
+        if (!fits(info, stride, offset, bytes))
             return std::nullopt;
-        return FramePlace{meta->offset[0], meta->stride[0]};
+        return FramePlace{offset, stride};
     }
     for (const std::int64_t stride : {std::int64_t{info.stride}, rowBytesOf(info)})
         if (fits(info, stride, 0, bytes))

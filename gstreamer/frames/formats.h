@@ -44,9 +44,9 @@ struct FramePlace {
     std::int32_t stride = 0;
 };
 
-/// Finds the frame in a buffer of `bytes` bytes: as the buffer's video meta says; without one, with rows filled up to
-/// multiples of 4 bytes, or with rows that follow each other where the buffer is too short for that. None where it is
-/// shorter still.
+/// Finds the frame in a buffer of `bytes` bytes: as the buffer's video meta says, and its crop meta where a part of a
+/// larger frame is meant; without one, with rows filled up to multiples of 4 bytes, or with rows that follow each other
+/// where the buffer is too short for that. None where it is shorter still.
 std::optional<FramePlace> placeOf(GstBuffer* buffer, const SxImageInfo& info, std::size_t bytes);
 
 }  // namespace ko::gst

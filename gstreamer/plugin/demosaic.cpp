@@ -47,8 +47,7 @@ namespace {
 GstStaticPadTemplate sinkTemplate =
     GST_STATIC_PAD_TEMPLATE("sink", GST_PAD_SINK, GST_PAD_ALWAYS,
                             GST_STATIC_CAPS("video/x-bayer, format=(string)" KO_GST_BAYER_FORMATS
-                                            ", width=(int)[1, max], height=(int)[1, max]"
-                                            ", framerate=(fraction)[0, max]"));
+                                            ", width=(int)[1, max], height=(int)[1, max]"));
 GstStaticPadTemplate srcTemplate =
     GST_STATIC_PAD_TEMPLATE("src", GST_PAD_SRC, GST_PAD_ALWAYS,
                             GST_STATIC_CAPS(GST_VIDEO_CAPS_MAKE("{ " BYTE_FORMATS ", " DEEP_FORMAT " }")));
@@ -103,6 +102,14 @@ GstCaps* formatsBeyond(const GstStructure* structure, bool isMosaic)
     return result;
 }
 
+/// Pictures that may have any frame rate must have one. Mosaics of files need not.
+bool isAnyRate(const GValue* value)
+{
+    return GST_VALUE_HOLDS_FRACTION_RANGE(value) &&
+           gst_value_get_fraction_numerator(gst_value_get_fraction_range_min(value)) == 0 &&
+           gst_value_get_fraction_numerator(gst_value_get_fraction_range_max(value)) == G_MAXINT;
+}
+
 GstCaps* transformCaps(GstBaseTransform*, GstPadDirection direction, GstCaps* caps, GstCaps* filter)
 {
     GstCaps* result = gst_caps_new_empty();
@@ -110,7 +117,8 @@ GstCaps* transformCaps(GstBaseTransform*, GstPadDirection direction, GstCaps* ca
         const GstStructure* const from = gst_caps_get_structure(caps, i);
         GstCaps* const formats = formatsBeyond(from, direction == GST_PAD_SINK);
         for (const char* const field : {"width", "height", "framerate", "pixel-aspect-ratio"})
-            if (const GValue* const value = gst_structure_get_value(from, field))
+            if (const GValue* const value = gst_structure_get_value(from, field);
+                value != nullptr && !isAnyRate(value))
                 gst_caps_set_value(formats, field, value);
         result = gst_caps_merge(result, formats);
     }
@@ -171,6 +179,18 @@ gboolean proposeAllocation(GstBaseTransform* element, GstQuery* decided, GstQuer
     return GST_BASE_TRANSFORM_CLASS(ko_demosaic_parent_class)->propose_allocation(element, decided, query);
 }
 
+/// False where the pool is in use elsewhere and does not change any more.
+bool prepare(GstBufferPool* pool, GstQuery* query, guint size, guint least, guint most)
+{
+    GstCaps* caps = nullptr;
+    gst_query_parse_allocation(query, &caps, nullptr);
+    GstStructure* const config = gst_buffer_pool_get_config(pool);
+    gst_buffer_pool_config_set_params(config, caps, size, least, most);
+    if (gst_query_find_allocation_meta(query, GST_VIDEO_META_API_TYPE, nullptr))
+        gst_buffer_pool_config_add_option(config, GST_BUFFER_POOL_OPTION_VIDEO_META);
+    return gst_buffer_pool_set_config(pool, config);
+}
+
 /// Pictures come out of a pool: downstream's, or one of the element's own.
 gboolean decideAllocation(GstBaseTransform* element, GstQuery* query)
 {
@@ -180,22 +200,19 @@ gboolean decideAllocation(GstBaseTransform* element, GstQuery* query)
     const bool isOffered = gst_query_get_n_allocation_pools(query) > 0;
     if (isOffered)
         gst_query_parse_nth_allocation_pool(query, 0, &pool, &size, &least, &most);
-    if (pool == nullptr)
-        pool = gst_video_buffer_pool_new();
     size = MAX(size, static_cast<guint>(GST_VIDEO_INFO_SIZE(&state.output)));
-    GstCaps* caps = nullptr;
-    gst_query_parse_allocation(query, &caps, nullptr);
-    GstStructure* const config = gst_buffer_pool_get_config(pool);
-    gst_buffer_pool_config_set_params(config, caps, size, least, most);
-    if (gst_query_find_allocation_meta(query, GST_VIDEO_META_API_TYPE, nullptr))
-        gst_buffer_pool_config_add_option(config, GST_BUFFER_POOL_OPTION_VIDEO_META);
-    const bool isSet = gst_buffer_pool_set_config(pool, config);
+    bool isReady = pool != nullptr && prepare(pool, query, size, least, most);
+    if (!isReady) {
+        gst_clear_object(&pool);
+        pool = gst_video_buffer_pool_new();
+        isReady = prepare(pool, query, size, least, most);
+    }
     if (isOffered)
         gst_query_set_nth_allocation_pool(query, 0, pool, size, least, most);
     else
         gst_query_add_allocation_pool(query, pool, size, least, most);
     gst_object_unref(pool);
-    return isSet && GST_BASE_TRANSFORM_CLASS(ko_demosaic_parent_class)->decide_allocation(element, query);
+    return isReady && GST_BASE_TRANSFORM_CLASS(ko_demosaic_parent_class)->decide_allocation(element, query);
 }
 
 GstFlowReturn transform(GstBaseTransform* element, GstBuffer* in, GstBuffer* out)

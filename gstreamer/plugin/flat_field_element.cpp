@@ -46,8 +46,7 @@ namespace {
 
 #define FRAME_CAPS                                                                                           \
     "video/x-bayer, format=(string)" KO_GST_BAYER_NATIVE_FORMATS                                             \
-    ", width=(int)[1, max], height=(int)[1, max], framerate=(fraction)[0, max]; " GST_VIDEO_CAPS_MAKE(       \
-        "{ GRAY8, GRAY16_LE }")
+    ", width=(int)[1, max], height=(int)[1, max]; " GST_VIDEO_CAPS_MAKE("{ GRAY8, GRAY16_LE }")
 
 GstStaticPadTemplate sinkTemplate =
     GST_STATIC_PAD_TEMPLATE("sink", GST_PAD_SINK, GST_PAD_ALWAYS, GST_STATIC_CAPS(FRAME_CAPS));
@@ -113,10 +112,10 @@ gboolean setCaps(GstBaseTransform* element, GstCaps* in, GstCaps*)
     return TRUE;
 }
 
-gboolean proposeAllocation(GstBaseTransform* element, GstQuery* decided, GstQuery* query)
+/// The next element gets the very buffers that come here, so it decides what they may be like: as if frames passed.
+gboolean proposeAllocation(GstBaseTransform* element, GstQuery*, GstQuery* query)
 {
-    gst_query_add_allocation_meta(query, GST_VIDEO_META_API_TYPE, nullptr);
-    return GST_BASE_TRANSFORM_CLASS(ko_flat_field_parent_class)->propose_allocation(element, decided, query);
+    return GST_BASE_TRANSFORM_CLASS(ko_flat_field_parent_class)->propose_allocation(element, nullptr, query);
 }
 
 GstFlowReturn transformInPlace(GstBaseTransform* element, GstBuffer* buffer)

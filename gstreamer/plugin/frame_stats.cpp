@@ -1,5 +1,10 @@
 #include "plugin/frame_stats.h"
 
+#include <ko/cpp/error.h>
+#include <ko/stats.h>
+
+#include <numeric>
+
 namespace ko::gst {
 
 namespace {
@@ -13,10 +18,28 @@ const char* colourName(int colours, int colour)
 
 }  // namespace
 
+std::uint32_t levelsOf(const SxImageBuf& frame)
+{
+    return std::uint32_t{1} << frame.bitsPerSample;
+}
+
+void countLevels(const SxImageBuf& frame, CxImageHistogram& histogram)
+{
+    // `HistogramEx` leaves samples above the depth out, so it is told a depth that none is above.
+    SxImageBuf whole = frame;
+    whole.bitsPerSample = 8 * bytesPerSample(frame.dataType);
+    orThrow(HistogramEx(whole, histogram));
+    const std::uint32_t top = levelsOf(frame) - 1;
+    for (int colour = 0; colour < histogram.planes; ++colour) {
+        std::uint32_t* const counts = histogram.bins[colour];
+        counts[top] = std::accumulate(counts + top, counts + histogram.levels, std::uint32_t{0});
+    }
+}
+
 std::vector<ColourStats> colourStats(const SxImageBuf& frame, const CxImageHistogram& histogram)
 {
     std::vector<ColourStats> all;
-    const auto top = static_cast<std::uint32_t>((1 << frame.bitsPerSample) - 1);
+    const std::uint32_t top = levelsOf(frame) - 1;
     for (int colour = 0; colour < histogram.planes; ++colour) {
         ColourStats stats;
         stats.name = colourName(histogram.planes, colour);

@@ -4,9 +4,6 @@
 #include "plugin/focus.h"
 #include "plugin/frame_stats.h"
 
-#include <ko/cpp/error.h>
-#include <ko/stats.h>
-
 #include <gst/base/gstbasetransform.h>
 #include <gst/video/video.h>
 
@@ -43,8 +40,7 @@ namespace {
 
 #define FRAME_CAPS                                                                                           \
     "video/x-bayer, format=(string)" KO_GST_BAYER_NATIVE_FORMATS                                             \
-    ", width=(int)[1, max], height=(int)[1, max], framerate=(fraction)[0, max]; " GST_VIDEO_CAPS_MAKE(       \
-        KO_GST_RAW_FORMATS)
+    ", width=(int)[1, max], height=(int)[1, max]; " GST_VIDEO_CAPS_MAKE(KO_GST_RAW_FORMATS)
 
 GstStaticPadTemplate sinkTemplate =
     GST_STATIC_PAD_TEMPLATE("sink", GST_PAD_SINK, GST_PAD_ALWAYS, GST_STATIC_CAPS(FRAME_CAPS));
@@ -101,7 +97,7 @@ void addColours(GstStructure* structure, const StatsState& state, const ko::SxIm
              [&](GValue* value, std::size_t i) { g_value_set_double(value, colours[i].mean); });
     setArray(structure, "clipped", count, G_TYPE_DOUBLE,
              [&](GValue* value, std::size_t i) { g_value_set_double(value, colours[i].clipped); });
-    const auto levels = static_cast<std::uint64_t>(state.histogram.levels);
+    const std::uint64_t levels = ko::gst::levelsOf(frame);
     const std::uint64_t bins = std::min<std::uint64_t>(state.bins, levels);
     setArray(structure, "histogram", count, GST_TYPE_ARRAY, [&](GValue* value, std::size_t i) {
         writeHistogram(value, state.histogram.bins[i], levels, bins);
@@ -112,31 +108,39 @@ void addTimes(GstStructure* structure, GstBaseTransform* element, GstBuffer* buf
 {
     const GstClockTime time = GST_BUFFER_PTS(buffer);
     const GstSegment& segment = element->segment;
+    // Of a file, the segment may be one of bytes, which knows no times.
+    const auto within = [&](auto convert) {
+        return segment.format == GST_FORMAT_TIME ? convert(&segment, GST_FORMAT_TIME, time)
+                                                 : GST_CLOCK_TIME_NONE;
+    };
     gst_structure_set(structure, "timestamp", G_TYPE_UINT64, time, "stream-time", G_TYPE_UINT64,
-                      gst_segment_to_stream_time(&segment, GST_FORMAT_TIME, time), "running-time",
-                      G_TYPE_UINT64, gst_segment_to_running_time(&segment, GST_FORMAT_TIME, time), "duration",
-                      G_TYPE_UINT64, GST_BUFFER_DURATION(buffer), nullptr);
+                      within(gst_segment_to_stream_time), "running-time", G_TYPE_UINT64,
+                      within(gst_segment_to_running_time), "duration", G_TYPE_UINT64,
+                      GST_BUFFER_DURATION(buffer), nullptr);
 }
 
 gboolean setCaps(GstBaseTransform* element, GstCaps* in, GstCaps*)
 {
     StatsState& state = stateOf(element);
     const auto format = ko::gst::frameFormat(in);
-    if (!format)
-        return FALSE;
-    state.format = format->info;
-    return TRUE;
+    state.format = format ? format->info : ko::SxImageInfo();
+    return format.has_value();
 }
 
 gboolean start(GstBaseTransform* element)
 {
-    stateOf(element).framesSince = 0;
+    StatsState& state = stateOf(element);
+    state.framesSince = 0;
+    state.format = {};
     return TRUE;
 }
 
 GstFlowReturn look(GstBaseTransform* element, GstBuffer* buffer)
 {
     StatsState& state = stateOf(element);
+    // An element that lets frames pass gets them even without caps.
+    if (state.format.width == 0)
+        return GST_FLOW_NOT_NEGOTIATED;
     if (state.framesSince++ % state.interval != 0)
         return GST_FLOW_OK;
     state.framesSince = 1;
@@ -144,7 +148,7 @@ GstFlowReturn look(GstBaseTransform* element, GstBuffer* buffer)
     if (!view)
         return ko::gst::refuseShortBuffer(element, buffer);
     try {
-        ko::orThrow(HistogramEx(view.image(), state.histogram));
+        ko::gst::countLevels(view.image(), state.histogram);
         GstStructure* const structure = gst_structure_new_empty("kostats");
         addTimes(structure, element, buffer);
         addColours(structure, state, view.image());

@@ -53,9 +53,27 @@ gboolean proposeAllocation(GstBaseSink* element, GstQuery* query)
     return TRUE;
 }
 
+/// A description may name this element like any other.
+gboolean start(GstBaseSink* element)
+{
+    KoFrameSink& sink = sinkOf(element);
+    sink.format = {};
+    if (sink.receiver == nullptr)
+        GST_ELEMENT_ERROR(element, LIBRARY, INIT, ("%s cannot be a part of a description", frameSinkElement),
+                          (nullptr));
+    return sink.receiver != nullptr;
+}
+
 GstFlowReturn render(GstBaseSink* element, GstBuffer* buffer)
 {
     const KoFrameSink& sink = sinkOf(element);
+    if (sink.format.info.width == 0) {
+        GST_ELEMENT_ERROR(element, STREAM, FORMAT,
+                          ("frames come without a format; \"! video/x-bayer,format=...,width=...,height=..., "
+                           "framerate=...\" tells it"),
+                          (nullptr));
+        return GST_FLOW_NOT_NEGOTIATED;
+    }
     sink.receiver->takeFrame(buffer, sink.format);
     return GST_FLOW_OK;
 }
@@ -92,6 +110,7 @@ static void ko_frame_sink_class_init(KoFrameSinkClass* type)
                                           "Gives frames to a pipe of koimproc",
                                           "koimproc developers <koimproc@lists.example.com>");
     auto* const base = GST_BASE_SINK_CLASS(type);
+    base->start = ko::gst::start;
     base->set_caps = ko::gst::setCaps;
     base->propose_allocation = ko::gst::proposeAllocation;
     base->render = ko::gst::render;

@@ -254,6 +254,18 @@ TEST(Demosaic, FindsTheRowsOfEveryBuffer)
     gst_buffer_add_video_meta_full(described.get(), GST_VIDEO_FRAME_FLAG_NONE, GST_VIDEO_FORMAT_ENCODED,
                                    width, height, 1, offsets, strides);
     check(std::move(described), "described by its meta");
+    Bytes large = mosaic.bytes(23, 1);
+    large.insert(large.begin(), 23 + 4, 0xDD);
+    Buffer cropped = bufferOf(large);
+    offsets[0] = 0;
+    gst_buffer_add_video_meta_full(cropped.get(), GST_VIDEO_FRAME_FLAG_NONE, GST_VIDEO_FORMAT_ENCODED, 23,
+                                   height + 1, 1, offsets, strides);
+    GstVideoCropMeta* const crop = gst_buffer_add_video_crop_meta(cropped.get());
+    crop->x = 4;
+    crop->y = 1;
+    crop->width = width;
+    crop->height = height;
+    check(std::move(cropped), "a part of a larger frame");
 }
 
 TEST(Demosaic, WritesRowsOfTheLengthThatDownstreamWants)
@@ -307,6 +319,33 @@ TEST(Demosaic, TakesPicturesFromAPool)
         seen.push_back(out.get());
     }
     EXPECT_EQ(seen[1], seen[5]) << "buffers are used again";
+}
+
+TEST(Demosaic, MakesAPoolWhereThatOfTheNextElementDoesNotChange)
+{
+    Harness harness("kodemosaic");
+    // The next element offers a pool that is in use for pictures of another size.
+    GstBufferPool* const busy = gst_buffer_pool_new();
+    GstStructure* const config = gst_buffer_pool_get_config(busy);
+    gst_buffer_pool_config_set_params(config, nullptr, 10, 1, 1);
+    ASSERT_TRUE(gst_buffer_pool_set_config(busy, config));
+    ASSERT_TRUE(gst_buffer_pool_set_active(busy, TRUE));
+    gst_pad_add_probe(
+        harness.get()->sinkpad, GST_PAD_PROBE_TYPE_QUERY_DOWNSTREAM,
+        [](GstPad*, GstPadProbeInfo* info, gpointer pool) {
+            GstQuery* const query = GST_PAD_PROBE_INFO_QUERY(info);
+            if (GST_QUERY_TYPE(query) != GST_QUERY_ALLOCATION)
+                return GST_PAD_PROBE_OK;
+            gst_query_add_allocation_pool(query, static_cast<GstBufferPool*>(pool), 10, 1, 1);
+            return GST_PAD_PROBE_HANDLED;
+        },
+        busy, nullptr);
+    harness.setCaps(capsText("video/x-bayer", "rggb", 8, 4), capsText("video/x-raw", "BGRx", 8, 4));
+    const Buffer out = harness.pushAndPull(bufferOf(Bytes(32, 1)));
+    ASSERT_TRUE(out);
+    EXPECT_TRUE(out->pool != nullptr && out->pool != busy);
+    gst_buffer_pool_set_active(busy, FALSE);
+    gst_object_unref(busy);
 }
 
 TEST(Demosaic, RefusesBuffersThatAreTooShort)

@@ -35,6 +35,27 @@ TEST(Elements, AreDocumented)
     }
 }
 
+TEST(Elements, TakeMosaicsWithoutAFrameRate)
+{
+    loadPlugin();
+    for (const char* const name : elements) {
+        const std::string description = "fakesrc num-buffers=2 sizetype=fixed sizemax=32 ! "
+                                        "video/x-bayer,format=rggb,width=8,height=4 ! " +
+                                        std::string(name) + " ! fakesink";
+        GstElement* const pipeline = gst_parse_launch(description.c_str(), nullptr);
+        ASSERT_TRUE(pipeline != nullptr);
+        gst_element_set_state(pipeline, GST_STATE_PLAYING);
+        GstBus* const bus = gst_element_get_bus(pipeline);
+        GstMessage* end = gst_bus_timed_pop_filtered(
+            bus, 60 * GST_SECOND, static_cast<GstMessageType>(GST_MESSAGE_EOS | GST_MESSAGE_ERROR));
+        EXPECT_TRUE(end != nullptr && GST_MESSAGE_TYPE(end) == GST_MESSAGE_EOS) << name;
+        gst_clear_message(&end);
+        gst_object_unref(bus);
+        gst_element_set_state(pipeline, GST_STATE_NULL);
+        gst_object_unref(pipeline);
+    }
+}
+
 /// Caps and buffers that go together, nearly do, or do not.
 class Hostile {
 public:

@@ -124,6 +124,34 @@ TEST(FlatField, LetsFramesPassWithoutPictures)
     EXPECT_THAT(bytesOf(out.get()), ElementsAre(1, 2, 3, 4));
 }
 
+/// Whether the element in front may describe the rows of its buffers, where the next element knows such descriptions or
+/// does not.
+bool mayDescribeRows(const std::string& description, bool isKnown)
+{
+    Harness harness(description);
+    if (isKnown)
+        gst_harness_add_propose_allocation_meta(harness.get(), GST_VIDEO_META_API_TYPE, nullptr);
+    const std::string caps = capsText("video/x-raw", "GRAY8", 4, 1);
+    harness.setCaps(caps, caps);
+    EXPECT_TRUE(harness.pushAndPull(bufferOf({1, 2, 3, 4})));
+    GstCaps* const asked = gst_caps_from_string(caps.c_str());
+    GstQuery* const query = gst_query_new_allocation(asked, TRUE);
+    EXPECT_TRUE(gst_pad_peer_query(harness.get()->srcpad, query));
+    const bool may = gst_query_find_allocation_meta(query, GST_VIDEO_META_API_TYPE, nullptr) != FALSE;
+    gst_query_unref(query);
+    gst_caps_unref(asked);
+    return may;
+}
+
+TEST(FlatField, LetsTheNextElementDecideHowRowsLie)
+{
+    const File flat("P5 4 1 255\n" + text({1, 1, 1, 1}));
+    for (const std::string& description : {std::string("koflatfield"), elementWith(flat)}) {
+        EXPECT_TRUE(mayDescribeRows(description, true)) << description;
+        EXPECT_FALSE(mayDescribeRows(description, false)) << description;
+    }
+}
+
 /// What the element says when it starts with a file of this content.
 std::string startError(const std::string& content)
 {

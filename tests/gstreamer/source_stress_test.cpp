@@ -32,6 +32,36 @@ TEST_F(GstSourceStress, IsDestroyedWhileItRuns)
     }
 }
 
+TEST_F(GstSourceStress, IsDestroyedWhateverItsStreamDoes)
+{
+    const char* const streams[] = {
+        "videotestsrc num-buffers=1 ! video/x-raw,format=GRAY8",
+        "videotestsrc is-live=true ! identity drop-probability=1 ! video/x-raw,format=GRAY8",
+        "videotestsrc ! identity error-after=3 ! video/x-raw,format=GRAY8",
+        "videotestsrc ! capssetter replace=true caps=video/x-raw,format=RGB",
+        "fakesrc sizetype=fixed sizemax=100 ! identity",
+        "concat name=all videotestsrc num-buffers=2 ! video/x-raw,format=RGB,width=40,height=30 ! all. "
+        "videotestsrc num-buffers=2 ! video/x-bayer,format=grbg,width=51,height=3 ! all. "
+        "videotestsrc num-buffers=2 ! video/x-raw,format=I420 ! all. all. ! identity"};
+    std::minstd_rand random(6);
+    for (int round = 0; round < 60; ++round) {
+        CxFrameSink sink([](CxImageData& frame) {
+            const SxImageBuf& image = frame.image();
+            EXPECT_LE(std::int64_t{image.width} * image.channels, image.stride);
+        });
+        CxGstSource source(QString::fromUtf8(streams[round % 6]));
+        ASSERT_TRUE(source.setQueue(1 + round % 3, round % 2 == 0 ? QueueBlocks : QueueDropsOldest));
+        ASSERT_TRUE(source.addSuccessor(&sink));
+        std::thread watcher(
+            [&source, time = static_cast<int>(random() % 20)] { source.waitUntilEnded(time); });
+        StartPipe(source);
+        std::this_thread::sleep_for(std::chrono::microseconds(random() % 20000));
+        if (round % 3 == 0)
+            StopPipe(source);
+        watcher.join();
+    }
+}
+
 TEST_F(GstSourceStress, StopsFromTheThreadThatTakesItsFrames)
 {
     CxGstSource source(endless);

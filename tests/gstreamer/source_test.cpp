@@ -220,6 +220,23 @@ TEST(GstSource, TellsHowAStreamFailed)
     }
 }
 
+TEST(GstSource, SaysThatFramesHaveNoFormat)
+{
+    SourceRun run(QStringLiteral("fakesrc num-buffers=3 sizetype=fixed sizemax=100 ! identity"));
+    ASSERT_TRUE(StartPipe(run.source));
+    EXPECT_TRUE(run.source.waitUntilEnded(patience));
+    EXPECT_THAT(run.source.errorText().toStdString(), HasSubstr("frames come without a format"));
+    EXPECT_TRUE(StopPipe(run.source));
+}
+
+TEST(GstSource, RefusesDescriptionsWithItsOwnElement)
+{
+    // The first source of a program makes the element known.
+    SourceRun(QStringLiteral("videotestsrc num-buffers=1 ! video/x-raw,format=GRAY8")).toTheEnd();
+    EXPECT_THAT(errorOf(QStringLiteral("videotestsrc ! koframesink videotestsrc")).toStdString(),
+                HasSubstr("cannot be a part of a description"));
+}
+
 TEST(GstSource, DropsBuffersThatAreTooShort)
 {
     const LogCapture log;

@@ -142,6 +142,75 @@ TEST(Stats, TellsOfEveryNthFrame)
     EXPECT_EQ(3, count);
 }
 
+TEST(Stats, CountsLevelsAboveTheDepthAsItsHighest)
+{
+    Harness harness("kostats bins=2");
+    look(harness, capsText("video/x-bayer", "rggb10le", 2, 2), {0xFF, 0xFF, 0, 4, 0xFF, 3, 1, 0});
+    const Told told(harness);
+    ASSERT_TRUE(told);
+    EXPECT_THAT(told.numbers("minimum"), ElementsAre(1023U, 1023U, 1023U, 1U));
+    EXPECT_THAT(told.numbers("maximum"), ElementsAre(1023U, 1023U, 1023U, 1U));
+    EXPECT_THAT(told.reals("mean"), ElementsAre(1023.0, 1023.0, 1023.0, 1.0));
+    EXPECT_THAT(told.reals("clipped"), ElementsAre(1.0, 1.0, 1.0, 0.0));
+    EXPECT_THAT(told.histogram(0), ElementsAre(0U, 1U));
+    EXPECT_THAT(told.histogram(3), ElementsAre(1U, 0U));
+}
+
+TEST(Stats, LooksAtThePartThatIsLeftOfACroppedFrame)
+{
+    Harness harness("kostats");
+    const std::string caps = capsText("video/x-raw", "RGB", 2, 1);
+    harness.setCaps(caps, caps);
+    // Of 3 x 2 pixels the last two of the second row are left.
+    Buffer in = bufferOf({1, 1, 1, 1, 1, 1, 1, 1, 1, 0, 0, 0, 1, 1, 1, 20, 30, 40, 22, 33, 44, 0, 0, 0});
+    gst_buffer_add_video_meta(in.get(), GST_VIDEO_FRAME_FLAG_NONE, GST_VIDEO_FORMAT_RGB, 3, 2);
+    GstVideoCropMeta* const crop = gst_buffer_add_video_crop_meta(in.get());
+    crop->x = 1;
+    crop->y = 1;
+    crop->width = 2;
+    crop->height = 1;
+    EXPECT_TRUE(harness.pushAndPull(std::move(in)));
+    const Told told(harness);
+    ASSERT_TRUE(told);
+    EXPECT_THAT(told.numbers("minimum"), ElementsAre(20U, 30U, 40U));
+    EXPECT_THAT(told.numbers("maximum"), ElementsAre(22U, 33U, 44U));
+}
+
+TEST(Stats, TellsNoTimesWhereTheStreamHasNone)
+{
+    int complaints = 0;
+    const auto count = [](const gchar*, GLogLevelFlags, const gchar*, gpointer all) {
+        ++*static_cast<int*>(all);
+    };
+    const guint handler = g_log_set_handler("GStreamer", G_LOG_LEVEL_CRITICAL, count, &complaints);
+    Harness harness("kostats");
+    const std::string caps = capsText("video/x-raw", "GRAY8", 4, 1);
+    harness.setCaps(caps, caps);
+    GstSegment segment;
+    gst_segment_init(&segment, GST_FORMAT_BYTES);
+    gst_harness_push_event(harness.get(), gst_event_new_segment(&segment));
+    EXPECT_TRUE(harness.pushAndPull(bufferOf(Bytes(4, 1))));
+    g_log_remove_handler("GStreamer", handler);
+    EXPECT_EQ(0, complaints);
+    const Told told(harness);
+    ASSERT_TRUE(told);
+    for (const char* const field : {"stream-time", "running-time"}) {
+        std::uint64_t time = 0;
+        EXPECT_TRUE(gst_structure_get_uint64(told.fields(), field, &time)) << field;
+        EXPECT_EQ(GST_CLOCK_TIME_NONE, time) << field;
+    }
+}
+
+TEST(Stats, RefusesFramesWithoutCaps)
+{
+    Harness harness("kostats");
+    GstSegment segment;
+    gst_segment_init(&segment, GST_FORMAT_TIME);
+    gst_harness_push_event(harness.get(), gst_event_new_stream_start("frames"));
+    gst_harness_push_event(harness.get(), gst_event_new_segment(&segment));
+    EXPECT_EQ(GST_FLOW_NOT_NEGOTIATED, harness.push(bufferOf(Bytes(4, 1))));
+}
+
 TEST(Stats, RefusesBuffersThatAreTooShort)
 {
     Harness harness("kostats");
