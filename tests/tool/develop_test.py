@@ -5,7 +5,7 @@ import math
 
 import ko_files
 from ko_files import ToolTest, png, random_samples, read_tags, read_tiff, tiff
-from raw_test import dng
+from raw_test import dng, rationals
 
 # From linear sRGB to XYZ.
 XYZ = ((0.4124564, 0.3575761, 0.1804375), (0.2126729, 0.7151522, 0.0721750), (0.0193339, 0.1191920, 0.9503041))
@@ -111,6 +111,16 @@ class CameraRaws(DevelopTest):
         least = min(1 / c for c in GRAY)
         for got, want, gray in zip(balanced, colours[0], GRAY):
             self.assertAlmostEqual(got / 65535, want / gray / least, delta=1e-3)
+
+    def test_the_light_may_be_told_as_a_place_in_the_diagram_of_colours(self):
+        x, y = 0.3457, 0.3585
+        light = (x / y, 1, (1 - x - y) / y)
+        gray = [sum(a * b for a, b in zip(row, light)) for row in CAMERA]
+        colours = [[0.5 * c / gray[1] for c in gray]] * 32 * 24
+        self.raw("a.dng", colours, 32, neutral=None, more={50729: (5, rationals((x, y)))})
+        for options in ((), ("--wb", "camera")):
+            pixel = self.developed("a.dng", *options, "--curve", "linear")[2][100]
+            self.assertLessEqual(max(pixel) - min(pixel), 30, pixel)
 
     def test_cameras_that_tell_nothing_are_gray_worlds(self):
         colours = [[0.2, 0.4, 0.1]] * 32 * 24

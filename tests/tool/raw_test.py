@@ -1,6 +1,8 @@
 """Camera raws, as DNG files made here: pattern, active area, black and white level."""
 
+import math
 import struct
+import zlib
 
 import ko_files
 from ko_files import ToolTest, random_samples, read_tags, read_tiff, tiff_of
@@ -28,12 +30,13 @@ def packed(samples, width, bits):
 
 
 def dng(width, height, samples, grid, black=(0,), white=65535, area=None, strip=8, bits=16, curve=None, turn=1,
-        maker=b"Maker", size=None, matrix=IDENTITY, neutral=(1, 1, 1), date=None):
+        maker=b"Maker", size=None, matrix=IDENTITY, neutral=(1, 1, 1), date=None, pixels=None, more=None):
     """A raw file of one uncompressed strip; `black` is one level or four of a 2 x 2 pattern, no `white` is that
     of the bits, `curve` what samples stand for, `size` what the header claims, `matrix` what makes colours of the
-    camera of XYZ, `neutral` the camera's colours of gray, either None for none, `date` when it was taken."""
+    camera of XYZ, `neutral` the camera's colours of gray, either None for none, `date` when it was taken, `pixels`
+    the bytes of the samples if they are compressed, `more` further tags."""
     repeat = (1, 1) if len(black) == 1 else (2, 2)
-    pixels = packed(samples, width, bits)
+    pixels = packed(samples, width, bits) if pixels is None else pixels
     columns, rows = size or (width, height)
     tags = {
         254: (4, (0,)), 256: (4, (columns,)), 257: (4, (rows,)), 258: (3, (bits,)), 259: (3, (1,)),
@@ -56,7 +59,30 @@ def dng(width, height, samples, grid, black=(0,), white=65535, area=None, strip=
         tags[50712] = (3, tuple(curve))
     if area:
         tags[50829] = (4, area)
+    tags.update(more or {})
     return tiff_of(pixels, tags)
+
+
+def lossless_jpeg(width, samples):
+    """Samples of 16 bits as differences to the left neighbour, those of the first column to the one above."""
+    def segment(marker, data):
+        return struct.pack(">HH", marker, len(data) + 2) + data
+
+    bits, last, above = "", 32768, 32768
+    for i, sample in enumerate(samples):
+        if i % width == 0:
+            last, above = above, sample
+        difference = (sample - last + 32767) % 65536 - 32767
+        size = abs(difference).bit_length()
+        bits += f"{size:05b}"  # every size has a code of five bits
+        if 0 < size < 16:
+            bits += f"{difference if difference > 0 else difference + 2**size - 1:0{size}b}"
+        last = sample
+    bits += "1" * (-len(bits) % 8)
+    codes = bytes([0] + 4 * [0] + [17] + 11 * [0]) + bytes(range(17))
+    frame = struct.pack(">BHHBBBB", 16, len(samples) // width, width, 1, 1, 0x11, 0)
+    return (b"\xff\xd8" + segment(0xFFC4, codes) + segment(0xFFC3, frame) + segment(0xFFDA, bytes([1, 1, 0, 1, 0, 0]))
+            + int(bits, 2).to_bytes(len(bits) // 8, "big").replace(b"\xff", b"\xff\0") + b"\xff\xd9")
 
 
 def kodak(samples):
@@ -142,6 +168,89 @@ class Raw(ToolTest):
             expected = [samples[y * 40 + x] for y in rows for x in columns]
             self.assertEqual(self.unpacked(dng(40, 30, samples, "rggb", area=(top, left, top + 24, left + 32))),
                              (len(columns), len(rows), 1, expected, f"koimproc bits=16 grid={grid}"))
+
+    def test_black_by_place_begins_at_the_corner_of_the_active_area(self):
+        samples = random_samples(40 * 30, 65535, 20)
+        for top, left in ((4, 6), (3, 6), (4, 5), (3, 5)):
+            for rows, columns in ((2, 2), (3, 5)):
+                levels = [1000 * (i + 1) for i in range(rows * columns)]
+                more = {50713: (3, (rows, columns)), 50714: (4, tuple(levels))}
+                _, height, _, mosaic, _ = self.unpacked(
+                    dng(40, 30, samples, "rggb", area=(top, left, top + 24, left + 32), more=more))
+                y0, x0, width = top + top % 2, left + left % 2, len(mosaic) // height
+                for i, sample in enumerate(mosaic):
+                    y, x = y0 + i // width, x0 + i % width
+                    level = levels[(y - top) % rows * columns + (x - left) % columns]
+                    self.assertEqual(sample, max(samples[y * 40 + x] - level, 0), (top, left, rows, columns, x, y))
+
+    def test_black_by_row_and_column_is_added_and_all_of_it_rounded_once(self):
+        samples = random_samples(40 * 30, 65535, 21)
+        columns = [x - 20 + 0.25 for x in range(32)]
+        rows = [y * 3 - 0.5 for y in range(24)]
+        levels = [10.5, 20.25, 30.75, 0]
+        more = {50713: (3, (2, 2)), 50714: (5, rationals(levels)),
+                50715: (10, rationals(columns)), 50716: (10, rationals(rows))}
+        mosaic = self.unpacked(dng(40, 30, samples, "rggb", area=(3, 5, 27, 37), more=more))[3]
+        expected = [min(max(samples[y * 40 + x] - math.floor(
+            levels[(y - 3) % 2 * 2 + (x - 5) % 2] + columns[x - 5] + rows[y - 3] + 0.5), 0), 65535)
+            for y in range(4, 26) for x in range(6, 36)]
+        self.assertEqual(mosaic, expected)
+        self.assertIn(", black -16 to 104, white 65535\n", self.succeed("info", "a.dng"))
+        # Without the levels by column and row, halves go up.
+        self.write("a.dng", dng(40, 30, samples, "rggb", more={tag: more[tag] for tag in (50713, 50714)}))
+        self.assertIn(", black 11/20/31/0, white 65535\n", self.succeed("info", "a.dng"))
+
+    def test_black_that_the_file_tells_is_not_measured(self):
+        samples = random_samples(40 * 30, 65535, 22)
+        masked = {50830: (4, (0, 0, 30, 4))}
+        expected = [max(samples[y * 40 + x] - 100, 0) for y in range(30) for x in range(4, 40)]
+        self.assertEqual(self.unpacked(dng(40, 30, samples, "rggb", (100,), area=(0, 4, 30, 40), more=masked))[3],
+                         expected)
+
+    def test_black_that_makes_no_sense_is_left_to_the_decoder(self):
+        for more in ({50714: (5, (1, 0))}, {50713: (3, (0, 2))}, {50713: (3, (9, 9))},
+                     {50715: (10, (1, 0))}, {50713: (5, (1, 0, 1, 0))}):
+            self.write("a.dng", dng(32, 24, [700] * 768, "rggb", (7,), more=more))
+            self.assertRegex(self.succeed("info", "a.dng"), r", black \d, white")
+
+    def test_what_the_camera_recommends_for_pictures_is_not_done_to_samples(self):
+        samples = random_samples(32 * 24, 65535, 23)
+        self.write("plain.dng", dng(32, 24, samples, "rggb", (100,)))
+        self.write("more.dng", dng(32, 24, samples, "rggb", (100,), more={
+            50719: (4, (4, 4)), 50720: (4, (16, 12)), 50727: (5, rationals([2, 1, 0.5])), 50730: (10, rationals([1.5])),
+            50731: (5, rationals([3])), 50734: (5, rationals([0.5])), 50737: (4, (500,)), 51109: (10, rationals([-2]))}))
+        for command in ("unpack", "develop"):
+            for name in ("plain", "more"):
+                self.succeed(command, name + ".dng", "-o", name + ".tif")
+            self.assertEqual(self.read("more.tif"), self.read("plain.tif"), command)
+
+    def test_lossless_jpeg_is_decoded(self):
+        samples = random_samples(32 * 24, 65535, 24)
+        jpeg = lossless_jpeg(32, samples)
+        self.assertEqual(self.unpacked(dng(32, 24, samples, "rggb", pixels=jpeg, more={259: (3, (7,))}))[3], samples)
+        # Nothing that begins like this can be decoded; it used to become a black picture.
+        self.write("a.dng", dng(32, 24, samples, "rggb", pixels=b"\0" + jpeg, more={259: (3, (7,))}))
+        self.refuse("unpack", "a.dng", "-o", "b.tif", names="a.dng: ", says="is damaged or cut short")
+
+    def test_samples_that_cannot_be_decoded_are_named(self):
+        samples = random_samples(32 * 24, 65535, 25)
+        for compression, name in ((5, "LZW"), (8, "Deflate"), (32946, "Deflate"), (32773, "PackBits"),
+                                  (52546, "JPEG XL"), (50000, "method 50000")):
+            self.write("a.dng", dng(32, 24, samples, "rggb", pixels=zlib.compress(packed(samples, 32, 16)),
+                                    more={259: (3, (compression,))}))
+            self.refuse("info", "a.dng", names="a.dng: ",
+                        says=f"its samples are compressed by {name}, which is not supported in camera raws")
+        self.write("a.dng", dng(32, 24, samples, "rggb", more={339: (3, (3,))}))
+        self.refuse("info", "a.dng", names="a.dng: ", says="its samples are floating-point numbers, which are not "
+                                                           "supported in camera raws")
+        self.write("a.dng", dng(32, 24, samples, "rggb", more={258: (3, (32,))}))
+        self.refuse("info", "a.dng", names="a.dng: ", says="its samples have 32 bits; those of camera raws may have 16")
+
+    def test_an_orientation_that_there_is_not_turns_nothing(self):
+        for turn in (0, 9, 65535):
+            self.write("a.dng", dng(32, 24, [0] * 768, "rggb", turn=turn))
+            self.succeed("demosaic", "--half", "a.dng", "-o", "b.tif")
+            self.assertEqual(read_tiff(self.read("b.tif"))[:2], (16, 12), turn)
 
     def test_odd_areas_lose_their_last_row_and_column(self):
         samples = random_samples(33 * 25, 65535, 5)

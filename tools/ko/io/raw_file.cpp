@@ -4,6 +4,7 @@
 #include "io/attributes.h"
 #include "io/bayer.h"
 #include "io/claims.h"
+#include "io/dng_tags.h"
 #include "io/picture_file.h"
 #include "io/raw_stream.h"
 #include "io/sensor.h"
@@ -14,6 +15,7 @@
 #include <array>
 #include <bit>
 #include <cmath>
+#include <cstdint>
 #include <ctime>
 #include <filesystem>
 #include <vector>
@@ -35,11 +37,14 @@ class RawFile {
 public:
     /// Opens the file and unpacks it: decoders may correct the levels that stand in the header.
     explicit RawFile(const Source& source)
-        : m_source(source), m_stream(source.path), m_raw(std::make_unique<LibRaw>())
+        : m_source(source), m_stream(source.path), m_raw(std::make_unique<LibRaw>()), m_tags(*m_raw)
     {
         m_raw->set_dataerror_handler(
             [](void* damaged, const char*, auto) { *static_cast<bool*>(damaged) = true; }, &m_damaged);
-        require(m_raw->open_datastream(&m_stream), "cannot be read as a camera raw");
+        const int opened = m_raw->open_datastream(&m_stream);
+        if (const std::string obstacle = m_tags.obstacle(); !obstacle.empty())
+            throw Failure(source.name, obstacle);
+        require(opened, "cannot be read as a camera raw");
         if (sizes().width < 2 || sizes().height < 2)
             throw Failure(source.name, "holds no picture");
         m_format = makeFormat(sizes().width / 2 * 2, sizes().height / 2 * 2, 1, UInt16);
@@ -55,6 +60,7 @@ public:
     const libraw_iparams_t& camera() const { return m_raw->imgdata.idata; }
     const libraw_imgother_t& exposure() const { return m_raw->imgdata.other; }
     unsigned white() const { return m_raw->imgdata.color.maximum; }
+    int flip() const { return m_tags.hasOrientation() ? sizes().flip : 0; }
 
     /// What is wrong with the white level, to follow its number; empty where nothing is.
     std::string doubtOfWhite() const
@@ -66,14 +72,16 @@ public:
     Sensor sensor() const
     {
         const libraw_colordata_t& colours = m_raw->imgdata.color;
-        unsigned highest = 0;
-        for (const auto& [x, y] : {std::pair(0, 0), {1, 0}, {0, 1}, {1, 1}})
-            highest = std::max(highest, black(x, y));
-        const bool isBelieved = doubtOfWhite().empty() && white() > highest;
-        Sensor sensor{isBelieved ? static_cast<int>(white() - highest) : m_nearlyAll};
-        const auto isGain = [](float gain) { return std::isfinite(gain) && gain > 0; };
-        if (std::all_of(colours.cam_mul, colours.cam_mul + 3, isGain))
-            sensor.gains = {colours.cam_mul[0], colours.cam_mul[1], colours.cam_mul[2]};
+        const std::int64_t top = std::int64_t{white()} - m_highestBlack;
+        Sensor sensor{doubtOfWhite().empty() && top > 0 ? static_cast<int>(top) : m_nearlyAll};
+        const auto areGains = [](const float* numbers) {
+            return std::all_of(numbers, numbers + 3, [](float n) { return std::isfinite(n) && n > 0; });
+        };
+        const float* gains = colours.cam_mul;
+        if (!areGains(gains) && m_tags.hasWhitePoint())
+            gains = colours.pre_mul;  // of the light that the file tells in this way
+        if (areGains(gains))
+            sensor.gains = {gains[0], gains[1], gains[2]};
         ColourMatrix matrix{};
         for (std::size_t row = 0; row < 3; ++row)
             std::copy_n(colours.rgb_cam[row], 3, matrix[row].begin());
@@ -100,15 +108,15 @@ public:
         return image;
     }
 
-    /// The black levels of the first cell in raster order, a single one when they are equal.
+    /// One level, or those of the cell in raster order, or where they are all.
     std::string blackLevels() const
     {
-        std::string text = std::to_string(black(0, 0));
-        if (black(1, 0) == black(0, 0) && black(0, 1) == black(0, 0) && black(1, 1) == black(0, 0))
-            return text;
-        for (const unsigned level : {black(1, 0), black(0, 1), black(1, 1)})
-            text += '/' + std::to_string(level);
-        return text;
+        if (m_lowestBlack == m_highestBlack)
+            return std::to_string(m_highestBlack);
+        if (!m_hasBlackOfCells)
+            return std::to_string(m_lowestBlack) + " to " + std::to_string(m_highestBlack);
+        return std::to_string(black(0, 0)) + '/' + std::to_string(black(1, 0)) + '/' +
+               std::to_string(black(0, 1)) + '/' + std::to_string(black(1, 1));
     }
 
 private:
@@ -121,10 +129,12 @@ private:
             throw Failure(m_source.name, trouble + ": " + libraw_strerror(status));
     }
 
-    /// Black level of a position of the active area: common part, part of its colour, part of a repeated
-    /// pattern.
-    unsigned black(int x, int y) const
+    /// Black level of a position of the active area: what the file tells by place, or common part, part of its
+    /// colour, part of a repeated pattern.
+    int black(int x, int y) const
     {
+        if (m_black)
+            return m_black->at(sizes().left_margin + x, sizes().top_margin + y);
         const auto& levels = m_raw->imgdata.color.cblack;
         const unsigned rows = levels[4];
         const unsigned columns = levels[5];
@@ -132,7 +142,7 @@ private:
         if (rows > 0 && columns > 0)
             black +=
                 levels[6 + static_cast<unsigned>(y) % rows * columns + static_cast<unsigned>(x) % columns];
-        return black;
+        return static_cast<int>(std::min(black, 65535U));
     }
 
     void unpack()
@@ -140,6 +150,8 @@ private:
         // The tightest codecs need a bit for each sample, save for long runs of the same.
         constexpr double bestRatio = 128;
         requireRoom(m_source, {2.0 * sizes().raw_width * sizes().raw_height, bestRatio});
+        if (!m_tags.partsBeginRight(m_stream))
+            throw Failure(m_source.name, "is damaged or cut short");
         m_stream.watch();
         require(m_raw->unpack(), "is damaged or cut short");
         constexpr unsigned isGuessed =
@@ -155,19 +167,23 @@ private:
 
     void subtractBlack()
     {
+        m_black = m_tags.blackLevels(sizes().raw_width, sizes().raw_height);
+        const std::array cell{black(0, 0), black(1, 0), black(0, 1), black(1, 1)};
+        m_lowestBlack = m_highestBlack = cell[0];
         Image& image = m_image.emplace(allocated(m_format));
         const std::ptrdiff_t pitch = sizes().raw_pitch / 2;
         const std::uint16_t* from =
             m_raw->imgdata.rawdata.raw_image + sizes().top_margin * pitch + sizes().left_margin;
-        std::vector<int> blacks(static_cast<std::size_t>(image->width));
         std::vector<std::int64_t> counts(65536);
         for (int y = 0; y < image->height; ++y, from += pitch) {
-            for (int x = 0; x < image->width; ++x)
-                blacks[static_cast<std::size_t>(x)] = static_cast<int>(std::min(black(x, y), 65535U));
             std::uint16_t* to = rowOf<std::uint16_t>(image, y);
             for (int x = 0; x < image->width; ++x) {
-                to[x] =
-                    static_cast<std::uint16_t>(std::max(from[x] - blacks[static_cast<std::size_t>(x)], 0));
+                const int level = black(x, y);
+                m_lowestBlack = std::min(m_lowestBlack, level);
+                m_highestBlack = std::max(m_highestBlack, level);
+                m_hasBlackOfCells =
+                    m_hasBlackOfCells && level == cell[static_cast<std::size_t>(y % 2 * 2 + x % 2)];
+                to[x] = static_cast<std::uint16_t>(std::clamp(from[x] - level, 0, 65535));
                 ++counts[to[x]];
             }
         }
@@ -201,7 +217,12 @@ private:
     Source m_source;
     RawStream m_stream;
     std::unique_ptr<LibRaw> m_raw;  // too large for the stack
+    DngTags m_tags;
     bool m_damaged = false;
+    std::optional<BlackLevels> m_black;
+    int m_lowestBlack = 0;
+    int m_highestBlack = 0;
+    bool m_hasBlackOfCells = true;  ///< the level depends on the place within a cell alone
     SxImageInfo m_format;
     std::optional<Image> m_image;
     int m_nearlyAll = 0;  ///< the level that no more than one sample in a thousand exceeds
@@ -236,7 +257,7 @@ Metadata metadataOf(const RawFile& raw)
             spec.attribute(name, text.data());
     if (raw.exposure().iso_speed > 0 && raw.exposure().iso_speed < 65536)
         spec.attribute("Exif:PhotographicSensitivity", static_cast<int>(raw.exposure().iso_speed));
-    return {orientationOf(raw.sizes().flip), attributesOf(spec)};
+    return {orientationOf(raw.flip()), attributesOf(spec)};
 }
 
 }  // namespace

@@ -1,0 +1,246 @@
+#include "io/dng_tags.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cmath>
+#include <cstdint>
+
+namespace ko::tool {
+namespace {
+
+enum Tag : int {
+    Width = 256,
+    Height = 257,
+    BitsPerSample = 258,
+    Compression = 259,
+    Photometric = 262,
+    StripOffsets = 273,
+    Orientation = 274,
+    TileOffsets = 324,
+    SampleFormat = 339,
+    DngVersion = 50706,
+    BlackLevelRepeatDim = 50713,
+    BlackLevel = 50714,
+    BlackLevelDeltaH = 50715,
+    BlackLevelDeltaV = 50716,
+    AsShotWhiteXY = 50729,
+    ActiveArea = 50829,
+};
+
+constexpr std::array wanted{
+    Width,        Height,      BitsPerSample,       Compression,      Photometric,
+    StripOffsets, Orientation, TileOffsets,         SampleFormat,     DngVersion,
+    BlackLevel,   ActiveArea,  BlackLevelRepeatDim, BlackLevelDeltaH, BlackLevelDeltaV,
+    AsShotWhiteXY};
+
+constexpr int mostNumbers = 65536;  ///< no side of a sensor has more pixels
+
+constexpr int losslessJpeg = 7;
+
+/// The unsigned number of so many bytes.
+std::uint64_t wholeAt(const std::uint8_t* bytes, int size, bool isLittle)
+{
+    std::uint64_t number = 0;
+    for (int i = 0; i < size; ++i)
+        number = number << 8 | bytes[isLittle ? size - 1 - i : i];
+    return number;
+}
+
+/// Bytes of a number of a TIFF tag; 0 for types that are no numbers, or none that the tags above have.
+int sizeOf(int type)
+{
+    switch (type) {
+    case LIBRAW_EXIFTAG_TYPE_BYTE:
+        return 1;
+    case LIBRAW_EXIFTAG_TYPE_SHORT:
+        return 2;
+    case LIBRAW_EXIFTAG_TYPE_LONG:
+        return 4;
+    case LIBRAW_EXIFTAG_TYPE_RATIONAL:
+    case LIBRAW_EXIFTAG_TYPE_SRATIONAL:
+        return 8;
+    default:
+        return 0;
+    }
+}
+
+double numberAt(const std::uint8_t* bytes, int type, bool isLittle)
+{
+    const int size = sizeOf(type);
+    if (size < 8)
+        return static_cast<double>(wholeAt(bytes, size, isLittle));
+    const auto above = static_cast<std::uint32_t>(wholeAt(bytes, 4, isLittle));
+    const auto below = static_cast<std::uint32_t>(wholeAt(bytes + 4, 4, isLittle));
+    if (type == LIBRAW_EXIFTAG_TYPE_SRATIONAL)
+        return static_cast<double>(std::bit_cast<std::int32_t>(above)) / std::bit_cast<std::int32_t>(below);
+    return static_cast<double>(above) / below;
+}
+
+std::vector<double> allOf(const std::map<int, std::vector<double>>& directory, Tag tag)
+{
+    const auto found = directory.find(tag);
+    return found != directory.end() ? found->second : std::vector<double>{};
+}
+
+/// Without its fraction; 0 for what no tag of a sound file has.
+std::int64_t wholeOf(double number)
+{
+    return number >= 0 && number <= 0xffffffff ? static_cast<std::int64_t>(number) : 0;
+}
+
+std::int64_t firstOf(const std::map<int, std::vector<double>>& directory, Tag tag, std::int64_t otherwise)
+{
+    const std::vector<double> numbers = allOf(directory, tag);
+    return numbers.empty() ? otherwise : wholeOf(numbers[0]);
+}
+
+std::string nameOfCompression(std::int64_t number)
+{
+    switch (number) {
+    case 5:
+        return "LZW";
+    case 8:
+    case 32946:
+        return "Deflate";
+    case 32773:
+        return "PackBits";
+    case 52546:
+        return "JPEG XL";
+    default:
+        return "method " + std::to_string(number);
+    }
+}
+
+}  // namespace
+
+int BlackLevels::at(int x, int y) const
+{
+    // Damaged files have any active area, which LibRaw does not take then.
+    const int column = std::max(x - left, 0);
+    const int row = std::max(y - top, 0);
+    const auto added = [](const std::vector<double>& levels, int place) {
+        return place < static_cast<int>(levels.size()) ? levels[static_cast<std::size_t>(place)] : 0;
+    };
+    const double level = pattern[static_cast<std::size_t>(row % rows * columns + column % columns)] +
+                         added(ofColumns, column) + added(ofRows, row);
+    return static_cast<int>(std::floor(std::clamp(level, -65535.0, 65535.0) + 0.5));
+}
+
+DngTags::DngTags(LibRaw& raw)
+{
+    raw.set_exifparser_handler(&take, this);
+}
+
+void DngTags::take(void* self, int tag, int type, int count, unsigned order, void* stream, INT64)
+{
+    // Tags of the directories of a TIFF file come with the number of the directory above them, others without.
+    const int directory = tag >> 20;
+    const int size = sizeOf(type);
+    if (directory == 0 || size == 0 || count < 1 || count > mostNumbers ||
+        std::ranges::find(wanted, tag & 0xffff) == wanted.end())
+        return;
+    std::vector<std::uint8_t> bytes(static_cast<std::size_t>(count) * static_cast<std::size_t>(size));
+    if (static_cast<LibRaw_abstract_datastream*>(stream)->read(bytes.data(), bytes.size(), 1) != 1)
+        return;
+    Numbers& numbers = static_cast<DngTags*>(self)->m_directories[directory][tag & 0xffff];
+    numbers.clear();
+    for (std::size_t at = 0; at < bytes.size(); at += static_cast<std::size_t>(size))
+        numbers.push_back(numberAt(&bytes[at], type, order == 0x4949));
+}
+
+const DngTags::Directory* DngTags::raw() const
+{
+    const Directory* largest = nullptr;
+    std::int64_t most = 0;
+    bool isDng = false;
+    for (const auto& [number, directory] : m_directories) {
+        isDng = isDng || directory.contains(DngVersion);
+        const std::int64_t photometric = firstOf(directory, Photometric, 0);
+        const std::int64_t pixels = firstOf(directory, Width, 0) * firstOf(directory, Height, 0);
+        if ((photometric == 32803 || photometric == 34892) && pixels > most) {
+            most = pixels;
+            largest = &directory;
+        }
+    }
+    return isDng ? largest : nullptr;
+}
+
+std::string DngTags::obstacle() const
+{
+    const Directory* const directory = raw();
+    if (!directory)
+        return {};
+    if (firstOf(*directory, SampleFormat, 1) == 3)
+        return "its samples are floating-point numbers, which are not supported in camera raws";
+    const std::int64_t compression = firstOf(*directory, Compression, 1);
+    if (compression != 1 && compression != losslessJpeg && compression != 34892)
+        return "its samples are compressed by " + nameOfCompression(compression) +
+               ", which is not supported in camera raws";
+    if (const std::int64_t bits = firstOf(*directory, BitsPerSample, 16); bits > 16)
+        return "its samples have " + std::to_string(bits) + " bits; those of camera raws may have 16";
+    return {};
+}
+
+std::optional<BlackLevels> DngTags::blackLevels(int width, int height) const
+{
+    const Directory* const directory = raw();
+    if (!directory || firstOf(*directory, Width, 0) != width || firstOf(*directory, Height, 0) != height)
+        return {};
+    BlackLevels levels;
+    levels.pattern = allOf(*directory, BlackLevel);
+    levels.ofColumns = allOf(*directory, BlackLevelDeltaH);
+    levels.ofRows = allOf(*directory, BlackLevelDeltaV);
+    const Numbers repeat = allOf(*directory, BlackLevelRepeatDim);
+    const Numbers area = allOf(*directory, ActiveArea);
+    const auto takeSide = [](const Numbers& numbers, std::size_t at, int& side) {
+        if (at < numbers.size())
+            side = static_cast<int>(std::min<std::int64_t>(wholeOf(numbers[at]), mostNumbers));
+    };
+    takeSide(repeat, 0, levels.rows);
+    takeSide(repeat, 1, levels.columns);
+    takeSide(area, 0, levels.top);
+    takeSide(area, 1, levels.left);
+    const auto areFinite = [](const Numbers& numbers) {
+        return std::ranges::all_of(numbers, [](double number) { return std::isfinite(number); });
+    };
+    const bool isWhole =
+        levels.rows > 0 && levels.columns > 0 &&
+        static_cast<double>(levels.pattern.size()) == static_cast<double>(levels.rows) * levels.columns;
+    if (!isWhole || !areFinite(levels.pattern) || !areFinite(levels.ofColumns) || !areFinite(levels.ofRows))
+        return {};
+    return levels;
+}
+
+bool DngTags::partsBeginRight(LibRaw_abstract_datastream& stream) const
+{
+    const Directory* const directory = raw();
+    if (!directory || firstOf(*directory, Compression, 1) != losslessJpeg)
+        return true;
+    const Numbers tiles = allOf(*directory, TileOffsets);
+    return std::ranges::all_of(tiles.empty() ? allOf(*directory, StripOffsets) : tiles, [&](double offset) {
+        std::array<std::uint8_t, 2> start{};
+        return stream.seek(wholeOf(offset), SEEK_SET) == 0 && stream.read(start.data(), 2, 1) == 1 &&
+               start == std::array<std::uint8_t, 2>{0xff, 0xd8};
+    });
+}
+
+bool DngTags::hasWhitePoint() const
+{
+    return std::ranges::any_of(m_directories,
+                               [](const auto& entry) { return entry.second.contains(AsShotWhiteXY); });
+}
+
+bool DngTags::hasOrientation() const
+{
+    bool isTold = false;
+    for (const auto& [number, directory] : m_directories) {
+        const std::int64_t orientation = firstOf(directory, Orientation, -1);
+        if (orientation >= 1 && orientation <= 8)
+            return true;
+        isTold = isTold || orientation >= 0;
+    }
+    return !isTold;
+}
+
+}  // namespace ko::tool

@@ -1,0 +1,62 @@
+// What a DNG file says of its samples, where LibRaw says less or something else.
+#pragma once
+
+#include <libraw/libraw.h>
+
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace ko::tool {
+
+/// Black levels of the places of a sensor. LibRaw drops fractions, takes the mean of what is added by column and
+/// row, and measures masked pixels instead, which differs from frame to frame.
+class BlackLevels {
+public:
+    /// At a place of the sensor, rounded.
+    int at(int x, int y) const;
+
+    int left = 0;  ///< corner of the active area, from which on the pattern is repeated
+    int top = 0;
+    int rows = 1;
+    int columns = 1;
+    std::vector<double> pattern;    ///< `rows` times `columns` levels
+    std::vector<double> ofColumns;  ///< what columns of the active area add; nothing beyond the last
+    std::vector<double> ofRows;
+};
+
+/// The tags of the file that LibRaw opens while this lives.
+class DngTags {
+public:
+    explicit DngTags(LibRaw& raw);
+    DngTags(const DngTags&) = delete;
+    DngTags& operator=(const DngTags&) = delete;
+
+    /// What keeps the samples from being read, to follow the name of the file; empty where nothing is known.
+    std::string obstacle() const;
+
+    /// Of a sensor of this size; none where the file does not tell them all, or nonsense.
+    std::optional<BlackLevels> blackLevels(int width, int height) const;
+
+    /// False where a part of the samples should begin as lossless JPEG and does not. LibRaw leaves it black.
+    bool partsBeginRight(LibRaw_abstract_datastream& stream) const;
+
+    /// True where the file has the light of its picture as x and y, not as colours of the camera.
+    bool hasWhitePoint() const;
+
+    /// False where there are only numbers that stand for no orientation, of which LibRaw makes one.
+    bool hasOrientation() const;
+
+private:
+    using Numbers = std::vector<double>;
+    using Directory = std::map<int, Numbers>;
+
+    static void take(void* self, int tag, int type, int count, unsigned order, void* stream, INT64 base);
+    /// That of the largest mosaic or camera picture; none where the file is no DNG file.
+    const Directory* raw() const;
+
+    std::map<int, Directory> m_directories;
+};
+
+}  // namespace ko::tool
