@@ -182,6 +182,8 @@ def logical_xor(mask: Image, other: Image, *, out: Array | None = None, threads:
 
 def _margins(width: object) -> tuple[int, int, int, int]:
     """Top, bottom, left, right, from what np.pad takes."""
+    if type(width) is int and width >= 0:
+        return width, width, width, width
     wanted = "a number, (before, after) or ((top, bottom), (left, right)) is wanted"
     given = numbers_of(width, "iu", "pad_width", wanted)
     if given.shape not in ((), (1,), (2,), (1, 2), (2, 1), (2, 2)):

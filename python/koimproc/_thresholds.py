@@ -29,9 +29,13 @@ from koimproc._samples import masked
 from koimproc._threads import limit, run
 
 
+# The greatest level of integers, and one that all floating-point numbers have.
+_LEVELS = {dtype: 127 if dtype.kind == "f" else int(np.iinfo(dtype).max) for dtype in ALL_SAMPLES}
+
+
 def _levels(values: object, source: Source, name: str) -> list[Any]:
     """One number per channel, of the kind of the samples and within their type."""
-    if type(values) is int and 0 <= values <= 127:  # in every type
+    if type(values) is int and 0 <= values <= _LEVELS[source.dtype]:  # the way that needs no NumPy
         return [values] * source.channels
     numbers: list[Any]
     if isinstance(values, (tuple, list)) and all(type(value) is int for value in values):
