@@ -3,6 +3,8 @@
 #include "base/image_view.h"
 #include "base/kernel_loops.h"
 
+#include <algorithm>
+
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "stats/extremes_kernels.cpp"
 #include <hwy/foreach_target.h>
@@ -158,6 +160,8 @@ void TakeVector(const Samples& samples, std::int64_t at, const ExtremeLanes<T>& 
     hn::StoreU(high, d, lanes.high + lane);
 }
 
+constexpr std::int64_t blocksPerFetch = 8;
+
 /// As many whole blocks of `lanes.count` samples as there are, the running values in registers.
 template <class T, int vectors, class Samples>
 std::int64_t TakeBlocks(const Samples& samples, std::int64_t count, const ExtremeLanes<T>& lanes) noexcept
@@ -170,10 +174,14 @@ std::int64_t TakeBlocks(const Samples& samples, std::int64_t count, const Extrem
     }
     constexpr std::int64_t block = vectors * laneStep<T>;
     std::int64_t at = 0;
-    for (; at + block <= count; at += block) {
-        samples.fetch(at, block);
-        for (int v = 0; v < vectors; ++v)
-            samples.take(at + v * laneStep<T>, low[v], high[v]);
+    while (at + block <= count) {
+        // The compiler keeps the values in registers only where the loop that changes them has no branch.
+        const std::int64_t end = at + std::min(blocksPerFetch, (count - at) / block) * block;
+        samples.fetch(at, end - at);
+        for (; at < end; at += block) {
+            for (int v = 0; v < vectors; ++v)
+                samples.take(at + v * laneStep<T>, low[v], high[v]);
+        }
     }
     for (int v = 0; v < vectors; ++v) {
         hn::StoreU(low[v], d, lanes.low + v * laneStep<T>);
