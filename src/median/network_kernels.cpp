@@ -23,15 +23,19 @@ namespace {
 namespace hn = hwy::HWY_NAMESPACE;
 
 /// Calls body(x) for vectors that cover first ... end - 1, at least one vector. All but the first and the
-/// last start at `aligned` plus whole vectors; these two overlap their neighbours where they have to.
+/// last start at `aligned` plus whole vectors; these two overlap their neighbours where they have to. The body is
+/// called at one place only, since compilers do not unfold a large one at several.
 template <class Body>
 HWY_INLINE void ForEachVector(std::int64_t first, std::int64_t end, std::int64_t aligned, std::int64_t lanes,
                               const Body& body) noexcept
 {
-    body(first);
-    for (std::int64_t x = first + lanes - ((first - aligned) & (lanes - 1)); x < end - lanes; x += lanes)
+    const std::int64_t last = end - lanes;
+    std::int64_t next = first + lanes - ((first - aligned) & (lanes - 1));
+    for (std::int64_t x = first;; x = std::min(next, last), next += lanes) {
         body(x);
-    body(end - lanes);
+        if (x >= last)
+            return;
+    }
 }
 
 /// Sorted values of one piece of a row: for every sample the values of each rank, rank by rank.
@@ -69,7 +73,7 @@ public:
             row.padded(rows, dst, samples);
             return;
         }
-        const std::int64_t pieces = (samples + kPiece - 1) / kPiece;
+        const std::int64_t pieces = kRadius == 1 ? 1 : (samples + kPiece - 1) / kPiece;
         for (std::int64_t i = 0; i < pieces; ++i) {
             const std::int64_t first = samples * i / pieces, end = samples * (i + 1) / pieces;
             const std::int64_t offset = first * static_cast<std::int64_t>(sizeof(T));
@@ -87,8 +91,8 @@ private:
     using V = hn::Vec<D>;
     static constexpr std::int64_t lanes = hn::MaxLanes(D());
 
-    /// Few planes may be long without leaving the first-level cache.
-    static constexpr std::int64_t kSamples = (kRadius == 1 ? 2048 : kRadius == 2 ? 1024 : 512) / sizeof(T);
+    /// Few planes may be long without leaving the first-level cache. Windows of three columns need none.
+    static constexpr std::int64_t kSamples = (kRadius == 3 ? 512 : 1024) / sizeof(T);
     static constexpr std::int64_t kLine = 64 / sizeof(T);
     static constexpr std::int64_t kPiece = kSamples - (kWindow - 1) * medianRowChannels - kLine;
     template <int kRanks>
@@ -116,36 +120,40 @@ private:
     /// One vector of samples or more.
     void piece(const std::uint8_t* const* rows, std::uint8_t* dst, std::int64_t samples) noexcept
     {
-        m_first = lineOffset(rows[0]);
-        prefetch(rows, dst, samples);
-        sortColumns(rows, samples + (kWindow - 1) * m_step, std::make_index_sequence<kWindow>());
         if constexpr (kRadius == 1) {
-            selectOfThree(dst, samples);
+            selectOfThree(rows, dst, samples);
         } else {
+            m_first = lineOffset(rows[0]);
+            sortColumns(rows, samples + (kWindow - 1) * m_step, std::make_index_sequence<kWindow>());
             merge<Merging<kWindow, kWindow>>(m_columns, m_columns, m_step, m_pairs,
                                              samples + (kWindow - 2) * m_step);
             using Fours = Merging<2 * kWindow, 2 * kWindow>;
             if constexpr (kRadius == 2) {
-                select<Fours>(m_pairs, m_pairs, 2 * m_step, m_columns, 4 * m_step, dst, samples);
+                select<Fours>(m_pairs, m_pairs, 2 * m_step, m_columns, 4 * m_step, rows, dst, samples);
             } else {
                 merge<Merging<2 * kWindow, kWindow>>(m_pairs, m_columns, 2 * m_step, m_threes,
                                                      samples + 4 * m_step);
-                select<Fours>(m_pairs, m_pairs, 2 * m_step, m_threes, 4 * m_step, dst, samples);
+                select<Fours>(m_pairs, m_pairs, 2 * m_step, m_threes, 4 * m_step, rows, dst, samples);
             }
         }
     }
 
-    /// Has the memory ready that the sorting network would wait for: where the medians go, and what the next
-    /// row of windows adds, one stride below the last.
-    static void prefetch(const std::uint8_t* const* rows, const std::uint8_t* dst,
-                         std::int64_t samples) noexcept
+    /// What the next row of windows adds, one stride below the last.
+    static std::uintptr_t nextRow(const std::uint8_t* const* rows) noexcept
     {
         const auto last = reinterpret_cast<std::uintptr_t>(rows[kWindow - 1]);
-        const std::uintptr_t next = last + (last - reinterpret_cast<std::uintptr_t>(rows[kWindow - 2]));
-        for (std::int64_t i = 0; i < samples * static_cast<std::int64_t>(sizeof(T)); i += 64) {
-            fetchLines<false>(reinterpret_cast<std::uintptr_t>(dst + i), 64);
-            fetchLines<false>(next + static_cast<std::uintptr_t>(i), 64);
-        }
+        return last + (last - reinterpret_cast<std::uintptr_t>(rows[kWindow - 2]));
+    }
+
+    /// Asks for the memory that the sorting network would wait for: that of the next row at this sample, and where
+    /// medians go a little later. Line by line, the answers come while vectors are sorted; lines asked for at
+    /// once wait for each other.
+    static HWY_INLINE void fetch(std::uintptr_t next, const std::uint8_t* dst, std::int64_t sample) noexcept
+    {
+        constexpr std::uintptr_t bytesAhead = 2048;
+        const std::uintptr_t offset = static_cast<std::uintptr_t>(sample) * sizeof(T);
+        fetchLines<false>(next + offset, 1);
+        fetchLines<false>(reinterpret_cast<std::uintptr_t>(dst) + bytesAhead + offset, 1);
     }
 
     /// Samples from the start of a cache line to `row`.
@@ -203,11 +211,13 @@ private:
     /// The medians of the values in a at x, in b at x + shift and in c at x + rest.
     template <class Net, int kA, int kB, int kC>
     void select(Lists<kA>& a, Lists<kB>& b, std::int64_t shift, Lists<kC>& c, std::int64_t rest,
-                std::uint8_t* dst, std::int64_t samples) noexcept
+                const std::uint8_t* const* rows, std::uint8_t* dst, std::int64_t samples) noexcept
     {
         const V most = hn::Set(D(), m_most);
         const std::int64_t first = m_first;
+        const std::uintptr_t next = nextRow(rows);
         ForEachVector(first, first + samples, first - lineOffset(dst), lanes, [&](std::int64_t x) {
+            fetch(next, dst, x - first);
             V v[kA + kB];
             LoadRanks(a.at(x), v, std::make_index_sequence<kA>());
             LoadRanks(b.at(x + shift), v + kA, std::make_index_sequence<kB>());
@@ -217,23 +227,38 @@ private:
         });
     }
 
-    /// The middle of nine: of the largest low, the middle middle and the smallest high of three columns.
-    void selectOfThree(std::uint8_t* dst, std::int64_t samples) noexcept
+    /// The middle of nine: of the largest low, the middle middle and the smallest high of three columns. Sorting
+    /// each column for every window that it is in takes less time than to store it once and load it again.
+    void selectOfThree(const std::uint8_t* const* rows, std::uint8_t* dst, std::int64_t samples) noexcept
     {
         const V most = hn::Set(D(), m_most);
-        const std::int64_t first = m_first;
-        ForEachVector(first, first + samples, first - lineOffset(dst), lanes, [&](std::int64_t x) {
+        const std::int64_t step = m_step;
+        const std::uintptr_t next = nextRow(rows);
+        const std::uint8_t *const top = rows[0], *const middle = rows[1], *const bottom = rows[2];
+        ForEachVector(0, samples, -lineOffset(dst), lanes, [&](std::int64_t x) {
+            fetch(next, dst, x);
             V a[3], b[3], c[3];
-            LoadRanks(m_columns.at(x), a, std::make_index_sequence<3>());
-            LoadRanks(m_columns.at(x + m_step), b, std::make_index_sequence<3>());
-            LoadRanks(m_columns.at(x + 2 * m_step), c, std::make_index_sequence<3>());
+            loadColumn(top, middle, bottom, x, a);
+            loadColumn(top, middle, bottom, x + step, b);
+            loadColumn(top, middle, bottom, x + 2 * step, c);
             const V low = hn::Max(hn::Max(a[0], b[0]), c[0]);
             const V high = hn::Min(hn::Min(a[2], b[2]), c[2]);
-            storeRow(hn::Min(middle(low, middle(a[1], b[1], c[1]), high), most), dst, x - first);
+            storeRow(hn::Min(middleOf(low, middleOf(a[1], b[1], c[1]), high), most), dst, x);
         });
     }
 
-    static HWY_INLINE V middle(V a, V b, V c) noexcept
+    static HWY_INLINE void loadColumn(const std::uint8_t* top, const std::uint8_t* middle,
+                                      const std::uint8_t* bottom, std::int64_t x, V* v) noexcept
+    {
+        const V first = loadRow(top, x), second = loadRow(middle, x), third = loadRow(bottom, x);
+        const V low = hn::Min(first, second), high = hn::Max(first, second);
+        const V rest = hn::Min(high, third);
+        v[0] = hn::Min(low, rest);
+        v[1] = hn::Max(low, rest);
+        v[2] = hn::Max(high, third);
+    }
+
+    static HWY_INLINE V middleOf(V a, V b, V c) noexcept
     {
         return hn::Max(hn::Min(a, b), hn::Min(hn::Max(a, b), c));
     }
@@ -242,7 +267,7 @@ private:
     T m_most;
     /// Place in the planes of a piece's first sample: they lie to their cache lines as the rows do to theirs.
     std::int64_t m_first = 0;
-    Lists<kWindow> m_columns;
+    Lists<kRadius >= 2 ? kWindow : 1> m_columns;
     Lists<kRadius >= 2 ? 2 * kWindow : 1> m_pairs;
     Lists<kRadius >= 3 ? 3 * kWindow : 1> m_threes;
 };

@@ -3,7 +3,7 @@
 // Three engines find the medians, with the same bytes; `median.cpp` chooses one by radius and sample type.
 //
 // Radius 0 to 3, sorting networks (network*): every column of the windows of a row is sorted once, then
-// neighbours are merged. A network compares the same places whatever their values, so a vector of windows
+// neighbours are merged (with three columns, sorting them again is faster). A network compares the same places whatever their values, so a vector of windows
 // goes through it at once, and windows side by side share most of it. It grows with the square of the
 // radius; from radius 4 on, its values no longer fit into the registers.
 //
