@@ -105,9 +105,10 @@ class Frame:
     Attributes
     ----------
     bits, bayer, shape, ndim, size, dtype
-        What the samples mean; the others are those of the array. ``np.asarray(frame)`` is the array itself, for
-        arithmetic, comparisons and all else that NumPy does, and ``frame[top:bottom, left:right]`` a frame of a part
-        of it, which keeps the colours of a mosaic.
+        What the samples mean; the others are those of the array. ``frame[top:bottom, left:right]`` is a frame of a
+        part of it, which keeps the colours of a mosaic. ``frame > 100``, ``frame == other`` and the like compare sample
+        by sample, as arrays do, and give an array of bool. ``np.asarray(frame)`` is the array itself, for arithmetic
+        and all else that NumPy does; a frame alone does no arithmetic, because the result would have another depth.
 
     Raises
     ------
@@ -128,6 +129,8 @@ class Frame:
     True
     >>> f[1:, :].bayer
     'GBRG'
+    >>> bool((f == 0).all())
+    True
     """
 
     __slots__ = ("_array", "_bits", "_bayer", "_grid")
@@ -205,6 +208,31 @@ class Frame:
             return self._array.astype(dtype)
         return self._array.copy() if copy else self._array
 
+    # As arrays do it, so that nobody takes frames for equal because they are one object, or for unequal because they
+    # are two. That leaves no hash and no truth either.
+    def __eq__(self, other: object) -> Array:  # type: ignore[override]
+        return _compared(np.equal, self, other)
+
+    def __ne__(self, other: object) -> Array:  # type: ignore[override]
+        return _compared(np.not_equal, self, other)
+
+    def __lt__(self, other: object) -> Array:
+        return _compared(np.less, self, other)
+
+    def __le__(self, other: object) -> Array:
+        return _compared(np.less_equal, self, other)
+
+    def __gt__(self, other: object) -> Array:
+        return _compared(np.greater, self, other)
+
+    def __ge__(self, other: object) -> Array:
+        return _compared(np.greater_equal, self, other)
+
+    __hash__ = None  # type: ignore[assignment]
+
+    def __bool__(self) -> bool:
+        raise ValueError("a frame is neither true nor false; np.any(frame) and np.all(frame) are, and so is frame.size")
+
     def __len__(self) -> int:
         return len(self._array)
 
@@ -230,6 +258,11 @@ class Frame:
         size = " x ".join(str(length) for length in self._array.shape)
         bayer = "" if self._bayer is None else f", bayer={self._bayer!r}"
         return f"Frame({size}, {self._array.dtype}, bits={self._bits}{bayer})"
+
+
+def _compared(operation: np.ufunc, frame: Frame, other: object) -> Array:
+    result: Array = operation(frame._array, other._array if isinstance(other, Frame) else other)
+    return result
 
 
 def frame_over(array: Array, bits: int, bayer: str | None = None) -> Frame:

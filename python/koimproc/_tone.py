@@ -87,8 +87,9 @@ def equalize_hist(
     number = source.array.size
     pixels = native.SxImageBuf(flat(source.array), source.bits)
     result = native.SxImageBuf(flat(target.array), source.bits)
-    if selected is None and source.channels != 4 and number & (number - 1) == 0:
-        # The library sums up shares as doubles, which are exact where a power of two divides them.
+    if selected is None and source.channels != 4 and number & (number - 1) == 0 and not _exceeds(source.array, source):
+        # The library sums up shares as doubles, which are exact where a power of two divides them. It does not count
+        # samples beyond the depth, so without them it must be all.
         run(threads, native.HistogramEqualize, pixels, result)
         return target.result(source.frame)
     counts = counts_of(source, selected, strict=False)
@@ -104,9 +105,14 @@ def equalize_hist(
             counts = counts_of(source, None, strict=False)
         wanted = native.CxImageHistogram(_for_levels(counts.sum(axis=0), curve)[np.newaxis])
         run(None, native.HistogramMatch, pixels, wanted, result)
-        if source.bits < DEPTHS[source.dtype] and minmax(flat(target.array))[1] > source.top:
+        if _exceeds(target.array, source):
             np.minimum(target.array, source.dtype.type(source.top), out=target.array)
     return target.result(source.frame)
+
+
+def _exceeds(samples: Array, source: Source) -> bool:
+    """Whether one of them lies beyond the depth of the source."""
+    return source.bits < DEPTHS[source.dtype] and bool(minmax(flat(samples))[1] > source.top)
 
 
 def _equal_levels(counts: Counts, top: int) -> Levels | None:

@@ -1,5 +1,6 @@
 """Frames."""
 import copy
+import operator
 import pickle
 
 import numpy as np
@@ -60,6 +61,53 @@ def test_frames_pickle_and_copy(protocol):
     for other in (pickle.loads(pickle.dumps(f, protocol)), copy.deepcopy(f)):
         assert (other.bits, other.bayer) == (12, "GBRG") and np.array_equal(other, f)
         assert not np.shares_memory(np.asarray(other), np.asarray(f))
+
+
+COMPARISONS = (operator.eq, operator.ne, operator.lt, operator.le, operator.gt, operator.ge)
+
+
+@pytest.mark.parametrize("compare", COMPARISONS)
+def test_frames_compare_sample_by_sample_as_arrays_do(compare):
+    a, b = (random_picture((4, 6), np.uint16, 4, seed) for seed in (1, 2))
+    f = ko.Frame(a, bits=4)
+    for other, samples in ((ko.Frame(b, bits=12, bayer="RGGB"), b), (f, a), (b, b), (7, 7), (np.float32(2.5), 2.5),
+                           (b[0], b[0])):
+        for result, expected in ((compare(f, other), compare(a, samples)), (compare(other, f), compare(samples, a))):
+            assert type(result) is np.ndarray and result.dtype == bool and np.array_equal(result, expected)
+    with pytest.raises(ValueError):
+        compare(f, np.zeros((3, 3), np.uint16))
+
+
+def test_frames_are_neither_true_nor_hashed_nor_calculated_with():
+    f = ko.Frame(random_picture((4, 6), np.uint16, 12), bits=12)
+    with pytest.raises(ValueError, match="neither true nor false"):
+        bool(f)
+    with pytest.raises(TypeError):
+        hash(f)
+    for operation in (operator.add, operator.mul, operator.and_):
+        for operands in ((f, 1), (1, f), (f, f)):
+            with pytest.raises(TypeError):
+                operation(*operands)
+    with pytest.raises(TypeError):
+        f[:2, :2] = 1
+    with pytest.raises(ko.ArgumentError):
+        list(f)
+    # NumPy's own functions and arrays take frames for arrays.
+    assert np.array_equal(np.asarray(f) + f, 2 * np.asarray(f)) and np.mean(f) == np.asarray(f).mean()
+    assert type(np.add(f, 1)) is np.ndarray
+
+
+def test_a_shallow_copy_is_another_view_and_np_array_a_copy():
+    f = ko.Frame(random_picture((4, 6), np.uint16, 12), bits=12, bayer="GBRG")
+    other = copy.copy(f)
+    assert (other.bits, other.bayer) == (12, "GBRG") and np.asarray(other) is np.asarray(f)
+    assert not np.shares_memory(np.array(f), np.asarray(f))
+    assert repr(other) == "Frame(4 x 6, uint16, bits=12, bayer='GBRG')"
+
+
+def test_masks_from_comparisons_select():
+    f = ko.Frame(random_picture((8, 8), np.uint16, 12), bits=12)
+    assert ko.moments(f, mask=f > 2000).n == np.count_nonzero(np.asarray(f) > 2000)
 
 
 @pytest.mark.parametrize("bits", [0, -1, 17, 1.5, "12", True, 2**40])

@@ -62,6 +62,16 @@ def test_equalized_samples_beyond_the_depth_are_white():
     assert np.asarray(ko.equalize_hist(ko.Frame(a, 12)))[0].tolist() == [1365, 2730, 4095, 4095]
 
 
+@pytest.mark.parametrize("shape", [(32, 32), (31, 33)])
+def test_samples_beyond_the_depth_do_not_count_when_others_are_equalized(shape):
+    for seed in range(9):
+        a = random_picture(shape, np.uint16, 12, seed)
+        a[:5] |= 4096
+        inside = np.sort(a[5:].ravel())
+        expected = np.searchsorted(inside, a, side="right") * 4095 // inside.size
+        assert np.array_equal(ko.equalize_hist(ko.Frame(a, 12)), expected)
+
+
 def test_equalized_twelve_bits_stay_twelve_bits():
     f = ko.Frame(random_picture((50, 60), np.uint16, 10), bits=12)
     result = ko.equalize_hist(f)
