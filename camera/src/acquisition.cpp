@@ -1,5 +1,7 @@
 #include "acquisition.h"
 
+#include "giving_back.h"
+
 #include <QDateTime>
 
 #include <algorithm>
@@ -64,6 +66,8 @@ void Acquisition::start(const CameraSettings& settings, int queued)
         m_isStopping = false;
         m_errorText.clear();
     }
+    while (!waitUntilGivenBack(settings.camera, reconnectInterval)) {
+    }
     try {
         auto camera = std::make_unique<CameraConnection>(settings, queued, m_counts);
         m_settings = settings;
@@ -75,7 +79,7 @@ void Acquisition::start(const CameraSettings& settings, int queued)
         setError(error.text);
         throw;
     } catch (...) {
-        disconnect();
+        giveBack(disconnect());
         throw;
     }
 }
@@ -89,7 +93,7 @@ void Acquisition::stop()
     m_stopRequested.notify_all();
     if (m_thread.joinable())
         m_thread.join();
-    disconnect();
+    giveBack(disconnect());
 }
 
 bool Acquisition::pause(milliseconds time)
@@ -195,10 +199,9 @@ bool Acquisition::reconnect()
     if (!pause(milliseconds(0)))
         return false;
     const QString name = QStringLiteral("camera %1").arg(info().id);
-    std::unique_ptr<CameraConnection> ended = disconnect();
+    giveBack(disconnect());
     setError(name + QStringLiteral(": connection lost"));
     m_target.tell(errorText());
-    ended.reset();  // which takes seconds: Aravis gives back a camera that does not answer
     CameraSettings settings;
     {
         const std::lock_guard lock(m_cameraMutex);
@@ -207,6 +210,8 @@ bool Acquisition::reconnect()
     if (settings.camera.isEmpty())
         settings.camera = info().id;
     while (settings.reconnect && pause(reconnectInterval)) {
+        if (!waitUntilGivenBack(settings.camera, milliseconds(0)))
+            continue;
         try {
             connectTo(std::make_unique<CameraConnection>(settings, m_queued, m_counts));
             ++m_counts->reconnections;

@@ -11,9 +11,8 @@ namespace {
 /// The entry of the list that the user means, if the list has it.
 const SxCameraInfo* findCamera(const QVector<SxCameraInfo>& cameras, const QString& name)
 {
-    const auto* const found = std::find_if(cameras.cbegin(), cameras.cend(), [&](const SxCameraInfo& camera) {
-        return camera.id == name || camera.serial == name || camera.address == name;
-    });
+    const auto* const found = std::find_if(cameras.cbegin(), cameras.cend(),
+                                           [&](const SxCameraInfo& camera) { return isMeant(camera, name); });
     return found != cameras.cend() ? found : nullptr;
 }
 
@@ -32,12 +31,8 @@ CameraConnection::~CameraConnection()
 {
     if (m_handler != 0)
         g_signal_handler_disconnect(arv_camera_get_device(m_camera.get()), m_handler);
-    if (m_buffers) {
-        GErrorSlot ignored;
-        if (!m_isLost)
-            arv_camera_stop_acquisition(m_camera.get(), ignored.slot());
+    if (m_buffers)
         m_buffers->close();
-    }
 }
 
 void CameraConnection::fail(const QString& text) const
@@ -45,8 +40,10 @@ void CameraConnection::fail(const QString& text) const
     throw CameraError{m_name + QStringLiteral(": ") + text};
 }
 
-void CameraConnection::check(const GErrorSlot& error, const QString& purpose) const
+void CameraConnection::check(const GErrorSlot& error, const QString& purpose)
 {
+    if (error.isTimeout())
+        m_isLost = true;
     if (error.isSet())
         fail(QStringLiteral("cannot %1: %2").arg(purpose, error.text()));
 }
@@ -111,6 +108,17 @@ void CameraConnection::startAcquisition()
     GErrorSlot error;
     arv_camera_start_acquisition(m_camera.get(), error.slot());
     check(error, QStringLiteral("start it"));
+}
+
+bool CameraConnection::stopAcquisition()
+{
+    if (!m_isLost) {
+        GErrorSlot error;
+        arv_camera_stop_acquisition(m_camera.get(), error.slot());
+        if (error.isTimeout())
+            m_isLost = true;
+    }
+    return !m_isLost;
 }
 
 void CameraConnection::trigger()

@@ -36,13 +36,16 @@ public:
     /// @param queued  buffers besides those of the settings
     CameraConnection(const CameraSettings& settings, int queued, std::shared_ptr<CameraCounts> counts);
 
-    /// Gives the camera back. Does not ask one that has vanished, which would not answer.
+    /// Gives the camera back, which takes ten seconds where it does not answer: see `giveBack`.
     ~CameraConnection();
 
     const SxCameraInfo& info() const { return m_info; }
     const std::shared_ptr<StreamBuffers>& buffers() const { return m_buffers; }
 
     void startAcquisition();
+
+    /// False where the camera is lost: it does not answer, and is not asked.
+    bool stopAcquisition();
     void trigger();
     void setExposure(double microseconds);
     void setGain(double decibels);
@@ -71,8 +74,8 @@ private:
     SxCameraControl ask(const ControlCalls& calls, GErrorSlot& error);
     void change(const ControlCalls& calls, double value);
 
-    /// Throws what a call has answered, after what was to be done.
-    void check(const GErrorSlot& error, const QString& purpose) const;
+    /// Throws what a call has answered, after what was to be done. A camera without an answer counts as lost.
+    void check(const GErrorSlot& error, const QString& purpose);
     [[noreturn]] void fail(const QString& text) const;
 
     static void onControlLost(ArvDevice* device, gpointer isLost);

@@ -12,6 +12,11 @@ std::mutex& deviceListMutex()
     return mutex;
 }
 
+bool isMeant(const SxCameraInfo& camera, const QString& name)
+{
+    return camera.id == name || camera.serial == name || camera.address == name;
+}
+
 QVector<SxCameraInfo> knownCameras()
 {
     QVector<SxCameraInfo> cameras;

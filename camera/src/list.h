@@ -10,6 +10,9 @@ namespace ko {
 /// Held by whoever reads the list or opens a camera by it.
 std::mutex& deviceListMutex();
 
+/// Whether a user who says this name means the camera.
+bool isMeant(const SxCameraInfo& camera, const QString& name);
+
 /// The list as it is, with `deviceListMutex` held.
 QVector<SxCameraInfo> knownCameras();
 

@@ -12,6 +12,7 @@
 namespace ko::test {
 namespace {
 
+using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 using testing::HasSubstr;
 using testing::StartsWith;
@@ -189,13 +190,13 @@ TEST(CameraFailures, ControlsDoNotHideThatItHasVanished)
     ASSERT_TRUE(source.loadSettings(smallFrames()));
     ASSERT_TRUE(StartPipe(source)) << source.errorText().toStdString();
     EXPECT_TRUE(source.exposure().isAvailable);
-    process.kill();
-    // Whoever watches the controls holds the camera while it does not answer.
-    EXPECT_TRUE(waitFor([&] {
-        source.exposure();
-        source.gain();
-        return source.errorText().contains("connection lost");
-    }));
+    process.freeze();
+    EXPECT_FALSE(source.exposure().isAvailable);
+    // One call without an answer is enough: to ask again would take 2.5 seconds.
+    const auto begin = Clock::now();
+    EXPECT_FALSE(source.gain().isAvailable);
+    EXPECT_LT(Clock::now() - begin, milliseconds(2000));
+    EXPECT_TRUE(waitFor([&] { return source.errorText().contains("connection lost"); }));
     EXPECT_FALSE(source.isConnected());
     EXPECT_TRUE(StopPipe(source));
 }
@@ -208,8 +209,34 @@ TEST(CameraFailures, FreezesAndIsStopped)
     ASSERT_TRUE(source.loadSettings(smallFrames()));
     ASSERT_TRUE(StartPipe(source)) << source.errorText().toStdString();
     process.freeze();
+    // Aravis asks such a camera for 2.5 seconds at a time: the source twice at most, and nobody waits for the rest.
+    const auto begin = Clock::now();
     EXPECT_TRUE(StopPipe(source));
+    EXPECT_LT(Clock::now() - begin, milliseconds(9000));
     EXPECT_FALSE(source.isConnected());
+}
+
+TEST(CameraFailures, IsStoppedWhileItIsGivenBack)
+{
+    const LogCapture log;
+    FakeCameraProcess process;
+    CxAravisSource source;
+    ASSERT_TRUE(source.loadSettings(smallFrames()));
+    ASSERT_TRUE(StartPipe(source)) << source.errorText().toStdString();
+    process.freeze();
+    EXPECT_TRUE(waitFor([&] { return source.errorText().contains("connection lost"); }));
+    const auto begin = Clock::now();
+    EXPECT_TRUE(StopPipe(source));
+    EXPECT_LT(Clock::now() - begin, milliseconds(5000));
+    // Another camera of that name has to wait, lest it be given back too.
+    process.restart();
+    CxAravisSource next;
+    std::atomic<int> frames{0};
+    CxFrameSink sink([&](CxImageData&) { ++frames; });
+    ASSERT_TRUE(next.addSuccessor(&sink));
+    ASSERT_TRUE(next.loadSettings(smallFrames()));
+    ASSERT_TRUE(StartPipe(next)) << next.errorText().toStdString();
+    EXPECT_TRUE(waitFor([&] { return frames > 20; }));
 }
 
 }  // namespace

@@ -120,6 +120,7 @@ void FakeCameraProcess::kill()
 void FakeCameraProcess::freeze()
 {
     ::kill(m_process, SIGSTOP);
+    waitpid(m_process, nullptr, WUNTRACED);
 }
 
 void FakeCameraProcess::restart()

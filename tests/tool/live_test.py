@@ -513,6 +513,17 @@ class Camera(LiveTest):
         self.wait_for(lambda: status_of(url)["frames"] > frames and not status_of(url)["trouble"])
         self.assertEqual(self.end(run)[2], 0)
 
+    def test_a_camera_that_does_not_answer_holds_up_no_end(self):
+        camera = self.plug_in()
+        run, url = self.serve("Aravis-GV01")
+        self.wait_for(lambda: status_of(url)["frames"] > 5)
+        camera.send_signal(signal.SIGSTOP)
+        self.wait_for(lambda: status_of(url)["trouble"])
+        start = time.monotonic()
+        self.assertEqual(self.end(run)[2], 0)
+        # Aravis waits ten seconds for such a camera when it is given back.
+        self.assertLess(time.monotonic() - start, 6)
+
 
 if __name__ == "__main__":
     live_run.leave_network()

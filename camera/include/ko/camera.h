@@ -98,7 +98,8 @@ struct SxCameraStatistics {
 /// - "reconnect": whether a camera that has vanished is looked for until it is back; true at first
 ///
 /// **Threads.** Every operation may be called from any thread at any time. Those that ask the camera wait for its
-/// answer: some seconds when it has vanished, and about ten to stop a source whose camera is gone.
+/// answer: some seconds when it has vanished. Such a camera is given back on a thread of the library, which takes up to
+/// ten seconds: neither stopping nor destroying its source waits for that, but the next start does.
 class KO_EXPORT CxAravisSource : public IxDataProcessor {
     Q_OBJECT
 
