@@ -8,6 +8,7 @@
 
 #include <array>
 #include <cstdint>
+#include <span>
 
 namespace ko {
 
@@ -32,6 +33,17 @@ public:
     {
         if (row < m_levels && column < m_levels)
             addWrapping(m_rows[row][column], count);
+    }
+
+    /// Adds 1 at each of these columns of a row that exists; the columns need not.
+    void addOnes(std::uint32_t row, std::span<const std::uint16_t> columns) const noexcept
+    {
+        int* const counters = m_rows[row];
+        const std::uint32_t levels = m_levels;
+        for (const std::uint16_t column : columns) {
+            if (column < levels)
+                addWrapping(counters[column], 1);
+        }
     }
 
 private:
@@ -88,8 +100,9 @@ inline void gatherSampleMask(const ChannelPair& pair, std::int64_t x, std::int64
     }
 }
 
-/// Calls `visit(firsts, seconds, count)` with runs of the samples of both images, side by side.
-template <class T, class Visit>
+/// Calls `visit(firsts, seconds, count)` with runs of the samples of both images, side by side; without `NeedsFirsts`
+/// those of the first image are undefined.
+template <class T, bool NeedsFirsts = true, class Visit>
 void forEachPairRun(const ChannelPair& pair, const Visit& visit)
 {
     using Buffer = std::array<std::uint8_t, longestRun * sizeof(T)>;
@@ -105,14 +118,17 @@ void forEachPairRun(const ChannelPair& pair, const Visit& visit)
     };
     forEachRun<longestRun>(
         pair.selection, [&](std::int64_t x, std::int64_t y, std::int64_t count, const std::uint8_t* mask) {
-            const std::uint8_t* first = together(pair.first.at<T>(x, y), pair.first.step, count, firsts);
+            const std::uint8_t* first = firsts.data();
+            if constexpr (NeedsFirsts)
+                first = together(pair.first.at<T>(x, y), pair.first.step, count, firsts);
             const std::uint8_t* second = together(pair.second.at<T>(x, y), pair.second.step, count, seconds);
             if (pair.sampleMask != nullptr) {
                 gatherSampleMask(pair, x, y, count, sampleMask.data());
                 mask = sampleMask.data();
             }
             if (mask != nullptr) {
-                select(first, mask, count, firsts.data());
+                if constexpr (NeedsFirsts)
+                    select(first, mask, count, firsts.data());
                 count = select(second, mask, count, seconds.data());
                 first = firsts.data();
                 second = seconds.data();

@@ -8,6 +8,7 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <new>
 #include <span>
@@ -28,7 +29,7 @@ public:
     explicit PairCounter(const Selection& selection)
     {
         const std::int64_t pairs = selection.pixels();
-        if (pairs < fewPairs)
+        if (pairs < fewPairs || pairs > mostPairs)
             return;
         m_bands = worthwhileBands(selection.height, pairs, values);
         m_counters.resize(static_cast<std::size_t>(m_bands) * values);
@@ -51,6 +52,7 @@ public:
 
 private:
     static constexpr std::int64_t fewPairs = std::int64_t{1} << 15;
+    static constexpr std::int64_t mostPairs = std::numeric_limits<std::uint32_t>::max();
     static constexpr std::uint32_t values = 65536;
 
     template <class Plane>
@@ -89,7 +91,7 @@ private:
     {
         sortByRow(pair);
         // Those of the last band end where the row does.
-        const std::span<const std::int64_t> ends(ofBand(m_ends, m_bands - 1),
+        const std::span<const std::uint32_t> ends(ofBand(m_ends, m_bands - 1),
                                                  std::min(plane.rowCount(), values));
         // Bands of rows with about as many columns each.
         const auto firstRow = [&](std::int64_t band) {
@@ -113,57 +115,75 @@ private:
     /// A counting sort. Afterwards the ends tell where the columns of a row end that came from a band.
     void sortByRow(const ChannelPair& pair) noexcept
     {
-        rowsByConsent(m_bands, [&](std::int64_t band) noexcept {
-            std::int64_t* const counts = ofBand(m_ends, band);
-            std::fill_n(counts, values, 0);
-            forEachPairRun<T>(partOf(pair, band),
-                              [&](const std::uint8_t*, const std::uint8_t* seconds, std::int64_t count) {
-                                  for (std::int64_t i = 0; i < count; ++i)
-                                      ++counts[loadSample<T>(seconds, i)];
-                              });
-        });
-        std::int64_t begin = 0;
+        rowsByConsent(m_bands, [&](std::int64_t band) noexcept { countRows(pair, band); });
+        std::uint32_t begin = 0;
         for (std::uint32_t row = 0; row < values; ++row) {
             for (int band = 0; band < m_bands; ++band)
                 begin += std::exchange(ofBand(m_ends, band)[row], begin);
         }
-        rowsByConsent(m_bands, [&](std::int64_t band) noexcept {
-            std::int64_t* const places = ofBand(m_ends, band);
-            forEachPairRun<T>(partOf(pair, band), [&](const std::uint8_t* firsts, const std::uint8_t* seconds,
-                                                      std::int64_t count) {
-                for (std::int64_t i = 0; i < count; ++i)
-                    m_columns[static_cast<std::size_t>(places[loadSample<T>(seconds, i)]++)] =
-                        loadSample<T>(firsts, i);
-            });
+        rowsByConsent(m_bands, [&](std::int64_t band) noexcept { placeColumns(pair, band); });
+    }
+
+    /// Equal rows follow each other often. Two counters for each take turns, as one would wait for itself.
+    void countRows(const ChannelPair& pair, std::int64_t band) noexcept
+    {
+        std::uint32_t* const evens = ofBand(m_ends, band);
+        std::uint32_t* const odds = ofBand(m_counters, band);
+        std::fill_n(evens, values, 0U);
+        const auto countRun = [=](const std::uint8_t*, const std::uint8_t* seconds, std::int64_t count) {
+            for (std::int64_t i = 0; i + 1 < count; i += 2) {
+                ++evens[loadSample<T>(seconds, i)];
+                ++odds[loadSample<T>(seconds, i + 1)];
+            }
+            if (count % 2 != 0)
+                ++evens[loadSample<T>(seconds, count - 1)];
+        };
+        forEachPairRun<T, false>(partOf(pair, band), countRun);
+        for (std::uint32_t row = 0; row < values; ++row)
+            evens[row] += std::exchange(odds[row], 0U);
+    }
+
+    /// Each row's place moves through memory of its own: too many for the processor to fetch the next line of
+    /// each by itself.
+    void placeColumns(const ChannelPair& pair, std::int64_t band) noexcept
+    {
+        constexpr std::uintptr_t ahead = 64;
+        std::uint32_t* const places = ofBand(m_ends, band);
+        std::uint16_t* const columns = m_columns.get();
+        forEachPairRun<T>(partOf(pair, band), [=](const std::uint8_t* firsts, const std::uint8_t* seconds,
+                                                  std::int64_t count) {
+            for (std::int64_t i = 0; i < count; ++i) {
+                std::uint16_t* const place = columns + places[loadSample<T>(seconds, i)]++;
+                fetchLines<true>(reinterpret_cast<std::uintptr_t>(place) + ahead, 1);
+                *place = loadSample<T>(firsts, i);
+            }
         });
     }
 
-    std::span<const std::uint16_t> columnsOf(std::int64_t row,
-                                             std::span<const std::int64_t> ends) const noexcept
+    std::span<std::uint16_t> columnsOf(std::int64_t row, std::span<const std::uint32_t> ends) const noexcept
     {
-        const std::int64_t begin = row == 0 ? 0 : ends[static_cast<std::size_t>(row - 1)];
+        const std::uint32_t begin = row == 0 ? 0 : ends[static_cast<std::size_t>(row - 1)];
         return {m_columns.get() + begin, m_columns.get() + ends[static_cast<std::size_t>(row)]};
     }
 
     static void addRow(const DensePlane& plane, std::uint32_t row, std::span<const std::uint16_t> columns,
                        std::uint32_t*) noexcept
     {
-        for (const std::uint16_t column : columns)
-            plane.add(row, column, 1);
+        plane.addOnes(row, columns);
     }
 
-    /// Looks each distinct column up once.
-    static void addRow(const SparsePlane& plane, std::uint32_t row, std::span<const std::uint16_t> columns,
+    /// Looks each distinct column up once, in the order of their first places.
+    static void addRow(const SparsePlane& plane, std::uint32_t row, std::span<std::uint16_t> columns,
                        std::uint32_t* counters)
     {
         std::size_t distinct = 0;
-        for (const std::uint16_t column : columns)
-            distinct += counters[column]++ == 0 ? 1 : 0;
-        plane.reserve(row, distinct);
         for (const std::uint16_t column : columns) {
-            if (const std::uint32_t count = std::exchange(counters[column], 0U))
-                plane.add(row, column, count);
+            columns[distinct] = column;
+            distinct += counters[column]++ == 0 ? 1 : 0;
         }
+        plane.reserve(row, distinct);
+        for (const std::uint16_t column : columns.first(distinct))
+            plane.add(row, column, std::exchange(counters[column], 0U));
     }
 
     /// The rows of the images that make a band.
@@ -184,7 +204,7 @@ private:
     int m_bands = 1;
     std::vector<std::uint32_t>
         m_counters;                    ///< of pairs of bytes, or of the columns of one row; 0 between uses
-    std::vector<std::int64_t> m_ends;  ///< where the columns of each row end
+    std::vector<std::uint32_t> m_ends;  ///< where the columns of each row end
     std::unique_ptr<std::uint16_t[]> m_columns;  ///< row by row
 };
 

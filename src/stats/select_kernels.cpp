@@ -67,6 +67,20 @@ std::uint64_t SelectedBits(const std::uint8_t* mask) noexcept
     return bits;
 }
 
+/// A block whose samples are all selected. It may overlap its destination, so that all is read first.
+template <class T>
+std::uint8_t* MoveBlock(const std::uint8_t* samples, std::uint8_t* to) noexcept
+{
+    const hn::ScalableTag<std::uint8_t> d;
+    constexpr std::size_t lanes = HWY_LANES(std::uint8_t), bytes = blockSize * sizeof(T);
+    hn::Vec<decltype(d)> vectors[bytes / lanes];
+    for (std::size_t i = 0; i < bytes / lanes; ++i)
+        vectors[i] = hn::LoadU(d, samples + i * lanes);
+    for (std::size_t i = 0; i < bytes / lanes; ++i)
+        hn::StoreU(vectors[i], d, to + i * lanes);
+    return to + bytes;
+}
+
 /// The mixed case: eight samples at a time, moved together by one byte shuffle.
 template <class T>
 std::uint8_t* SelectBlock(const std::uint8_t* samples, std::uint64_t bits, std::uint8_t* to) noexcept
@@ -93,12 +107,10 @@ std::int64_t SelectRunOf(const std::uint8_t* samples, const std::uint8_t* mask, 
     for (; i + blockSize <= count; i += blockSize) {
         const std::uint64_t bits = SelectedBits(mask + i);
         const std::uint8_t* const from = samples + i * static_cast<std::int64_t>(sizeof(T));
-        if (bits == ~std::uint64_t{0}) {
-            std::memmove(to, from, blockSize * sizeof(T));
-            to += blockSize * sizeof(T);
-        } else if (bits != 0) {
+        if (bits == ~std::uint64_t{0})
+            to = MoveBlock<T>(from, to);
+        else if (bits != 0)
             to = SelectBlock<T>(from, bits, to);
-        }
     }
 #endif
     // Written before it is known to be selected, and overwritten if it was not: noise masks defeat branches.
