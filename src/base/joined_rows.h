@@ -34,6 +34,7 @@ public:
     {
         return {(m_work.rows + m_perRun - 1) / m_perRun, m_work.bytes * m_perRun};
     }
+    bool areJoined() const noexcept { return m_perRun > 1; }
     std::int64_t firstRow(std::int64_t run) const noexcept { return run * m_perRun; }
     std::int64_t rowsOf(std::int64_t run) const noexcept
     {

@@ -42,16 +42,34 @@ struct PassOne {
 };
 
 template <class T, class Combine>
-void CombineRow(const std::uint8_t* src, std::uint8_t* dst, std::int64_t width, Combine combine) noexcept
+void CombineSamples(const std::uint8_t* src, std::uint8_t* dst, std::int64_t count, Combine combine) noexcept
+{
+    KO_INDEPENDENT_ITERATIONS
+    for (std::int64_t x = 0; x < count; ++x)
+        storeSample(dst, x, combine(loadSample<T>(src, x), loadSample<T>(dst, x)));
+}
+
+/// Kept out of line: rows of small images would wait for the registers that it saves.
+template <class T, class Combine>
+HWY_NOINLINE void CombineFetching(const std::uint8_t* src, std::uint8_t* dst, std::int64_t width,
+                                  Combine combine) noexcept
 {
     for (std::int64_t first = 0; first < width; first += samplesPerFetch) {
-        const std::int64_t end = std::min(first + samplesPerFetch, width);
-        fetchAhead<T, false>(src + first * std::int64_t{sizeof(T)}, end - first);
-        fetchAhead<T, true>(dst + first * std::int64_t{sizeof(T)}, end - first);
-        KO_INDEPENDENT_ITERATIONS
-        for (std::int64_t x = first; x < end; ++x)
-            storeSample(dst, x, combine(loadSample<T>(src, x), loadSample<T>(dst, x)));
+        const std::int64_t count = std::min(samplesPerFetch, width - first),
+                           bytes = first * std::int64_t{sizeof(T)};
+        fetchAhead<T, false>(src + bytes, count);
+        fetchAhead<T, true>(dst + bytes, count);
+        CombineSamples<T>(src + bytes, dst + bytes, count, combine);
     }
+}
+
+template <class T, class Combine>
+void CombineRow(const std::uint8_t* src, std::uint8_t* dst, std::int64_t width, Combine combine) noexcept
+{
+    if (fetchingPays.load(std::memory_order_relaxed))
+        CombineFetching<T>(src, dst, width, combine);
+    else
+        CombineSamples<T>(src, dst, width, combine);
 }
 
 template <class T, class Holds>

@@ -37,9 +37,10 @@ void BinaryEach(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples
     }
 }
 
+/// Kept out of line: rows of small images would wait for the registers that it saves.
 template <class T, class Out>
-void BinaryRowOf(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples,
-                 const BinaryLevels<T, Out>& levels) noexcept
+HWY_NOINLINE void BinaryFetching(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples,
+                                 const BinaryLevels<T, Out>& levels) noexcept
 {
     const bool uniform = levels.period == 1;
     const std::int64_t step = uniform ? samplesPerFetch : levels.period;
@@ -54,6 +55,16 @@ void BinaryRowOf(const std::uint8_t* src, std::uint8_t* dst, std::int64_t sample
         else
             BinaryEach<T, Out>(from, to, count, levels.thresholds, levels.lows, levels.highs);
     }
+}
+
+template <class T, class Out>
+void BinaryRowOf(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples,
+                 const BinaryLevels<T, Out>& levels) noexcept
+{
+    if (levels.period == 1 && !fetchingPays.load(std::memory_order_relaxed))
+        BinaryUniform<T, Out>(src, dst, samples, levels.thresholds[0], levels.lows[0], levels.highs[0]);
+    else
+        BinaryFetching(src, dst, samples, levels);
 }
 
 template <class T>

@@ -104,13 +104,18 @@ void takeRows(const RowSet& set, Extremes<T>& extremes, std::int64_t firstCell)
     bandsByConsent(runs.work().rows, [&](int band, std::int64_t begin, std::int64_t end) noexcept {
         const ExtremeLanes<T> running{spread.low.data() + band * lanes, spread.high.data() + band * lanes,
                                       lanes, set.period};
+        if (set.mask == nullptr) {
+            const std::int64_t first = runs.firstRow(begin);
+            const std::int64_t count = std::min(runs.firstRow(end), set.rows) - first;
+            if (runs.areJoined())
+                kernels.rows(set.row(first), 0, 1, count * set.samples, running);
+            else
+                kernels.rows(set.row(first), set.rowPitch, count, set.samples, running);
+            return;
+        }
         std::uint8_t* const selection = selections.data() + band * widened;
         for (std::int64_t run = begin; run < end; ++run) {
             const std::int64_t y = runs.firstRow(run), samples = runs.rowsOf(run) * set.samples;
-            if (set.mask == nullptr) {
-                kernels.row(set.row(y), samples, running);
-                continue;
-            }
             const std::uint8_t* mask = rowOf(*set.mask, y);
             if (set.period > 1) {
                 spreadMask(mask, set.samples / set.period, set.period, selection);

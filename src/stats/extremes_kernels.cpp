@@ -46,9 +46,11 @@ std::int64_t LaneCount(std::int64_t period) noexcept
 }
 
 template <class T>
-void Row(const std::uint8_t* row, std::int64_t samples, const ExtremeLanes<T>& lanes) noexcept
+void Rows(const std::uint8_t* first, std::int64_t pitch, std::int64_t count, std::int64_t samples,
+          const ExtremeLanes<T>& lanes) noexcept
 {
-    TakeRest(row, nullptr, 0, samples, lanes);
+    for (std::int64_t y = 0; y < count; ++y)
+        TakeRest(first + y * pitch, nullptr, 0, samples, lanes);
 }
 
 template <class T>
@@ -212,11 +214,59 @@ std::int64_t TakeVectors(const Samples& samples, std::int64_t count, const Extre
     return at;
 }
 
-template <class T>
-void Row(const std::uint8_t* row, std::int64_t samples, const ExtremeLanes<T>& lanes) noexcept
+/// The running values stay in registers from row to row: short rows would wait for what the row before has stored.
+/// The last vector of a row may hold samples of the one before, and must begin a period then.
+template <class T, int vectors>
+void TakeRows(const std::uint8_t* first, std::int64_t pitch, std::int64_t count, std::int64_t samples,
+              const ExtremeLanes<T>& lanes) noexcept
 {
-    const std::int64_t taken = TakeVectors(AllSamples<T>{reinterpret_cast<const T*>(row)}, samples, lanes);
-    TakeRest(row, nullptr, taken, samples, lanes);
+    const Tag<T> d;
+    Vector<T> low[vectors], high[vectors];
+    for (int v = 0; v < vectors; ++v) {
+        low[v] = hn::LoadU(d, lanes.low + v * laneStep<T>);
+        high[v] = hn::LoadU(d, lanes.high + v * laneStep<T>);
+    }
+    constexpr std::int64_t block = vectors * laneStep<T>;
+    for (std::int64_t y = 0; y < count; ++y) {
+        const AllSamples<T> row{reinterpret_cast<const T*>(first + y * pitch)};
+        std::int64_t at = 0;
+        for (; at + block <= samples; at += block) {
+            row.fetch(at, block);
+            for (int v = 0; v < vectors; ++v)
+                row.take(at + v * laneStep<T>, low[v], high[v]);
+        }
+        for (int v = 0; v < vectors; ++v) {
+            if (at + laneStep < T >> samples)
+                break;
+            row.take(at, low[v], high[v]);
+            at += laneStep<T>;
+        }
+        if (at < samples)
+            row.take(samples - laneStep<T>, low[0], high[0]);
+    }
+    for (int v = 0; v < vectors; ++v) {
+        hn::StoreU(low[v], d, lanes.low + v * laneStep<T>);
+        hn::StoreU(high[v], d, lanes.high + v * laneStep<T>);
+    }
+}
+
+template <class T>
+void Rows(const std::uint8_t* first, std::int64_t pitch, std::int64_t count, std::int64_t samples,
+          const ExtremeLanes<T>& lanes) noexcept
+{
+    const std::int64_t last = samples - laneStep<T>;
+    if (last >= 0 && (last % laneStep<T> == 0 || last % lanes.period == 0)) {
+        if (lanes.count == 4 * laneStep<T>)
+            return TakeRows<T, 4>(first, pitch, count, samples, lanes);
+        if (lanes.count == 3 * laneStep<T>)
+            return TakeRows<T, 3>(first, pitch, count, samples, lanes);
+    }
+    for (std::int64_t y = 0; y < count; ++y) {
+        const std::uint8_t* const row = first + y * pitch;
+        const std::int64_t taken =
+            TakeVectors(AllSamples<T>{reinterpret_cast<const T*>(row)}, samples, lanes);
+        TakeRest(row, nullptr, taken, samples, lanes);
+    }
 }
 
 template <class T>
@@ -231,7 +281,7 @@ void SelectedRow(const std::uint8_t* row, const std::uint8_t* selection, std::in
 #endif
 
 template <class T>
-constexpr ExtremesRows<T> rowsOf{&LaneCount<T>, &Row<T>, &SelectedRow<T>};
+constexpr ExtremesRows<T> rowsOf{&LaneCount<T>, &Rows<T>, &SelectedRow<T>};
 
 const ExtremesKernels& Kernels()
 {

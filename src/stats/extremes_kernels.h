@@ -21,10 +21,11 @@ template <class T>
 struct ExtremesRows {
     /// Lanes that suit the processor's vectors for a period of 1 or more.
     std::int64_t (*laneCount)(std::int64_t period) noexcept;
-    /// Takes one row of samples into the lanes. A sample replaces a minimum or maximum only when it is
-    /// strictly below or above it, so that NaN never does and a lane keeps the first zero it meets.
-    void (*row)(const std::uint8_t* row, std::int64_t samples, const ExtremeLanes<T>& lanes) noexcept;
-    /// The same for the samples whose byte in `selection` is not zero.
+    /// Takes rows of samples, `pitch` bytes apart, into the lanes. A sample replaces a minimum or maximum only when
+    /// it is strictly below or above it, so that NaN never does and a lane keeps the first zero it meets.
+    void (*rows)(const std::uint8_t* first, std::int64_t pitch, std::int64_t count, std::int64_t samples,
+                 const ExtremeLanes<T>& lanes) noexcept;
+    /// The same for one row, of the samples whose byte in `selection` is not zero.
     void (*selectedRow)(const std::uint8_t* row, const std::uint8_t* selection, std::int64_t samples,
                         const ExtremeLanes<T>& lanes) noexcept;
 };

@@ -51,11 +51,10 @@ struct Region {
             (imageBytes - start) / static_cast<std::size_t>(bytesPerSample(src.dataType));
         return static_cast<std::int64_t>(std::min(present, static_cast<std::size_t>(rows * width * period)));
     }
-    RowRuns runs() const noexcept
-    {
-        const std::int64_t bytes = width * period * bytesPerSample(src.dataType);
-        return {{height, 2 * bytes}, bytes == src.stride, bytes};
-    }
+    std::int64_t rowSize() const noexcept { return width * period * bytesPerSample(src.dataType); }
+    bool isGapless() const noexcept { return rowSize() == src.stride; }
+    /// Rows that a row function takes in one call; with gaps too.
+    RowRuns runs() const noexcept { return {{height, 2 * rowSize()}, true, rowSize()}; }
     double pixels() const noexcept { return static_cast<double>(width) * static_cast<double>(height); }
 };
 
@@ -69,8 +68,19 @@ std::vector<SumOf<T>> sumsOf(const Region& region)
     const RowRuns runs = region.runs();
     const RowWork work = runs.work();
     const auto addRun = [&](SumOf<T>* partial, std::int64_t run) noexcept {
-        const std::int64_t offset = region.offsetOf(runs.firstRow(run));
-        kernels.row(region.src.data + offset, region.samplesAt(offset, runs.rowsOf(run)), partial, laneCount);
+        const std::int64_t y = runs.firstRow(run), rows = runs.rowsOf(run);
+        const auto add = [&](std::int64_t first, std::int64_t count, std::int64_t samples) noexcept {
+            kernels.rows(region.src.data + region.offsetOf(first), region.src.stride, count, samples, partial,
+                         laneCount);
+        };
+        const std::int64_t samples = region.width * region.period;
+        if (region.isGapless())
+            add(y, 1, region.samplesAt(region.offsetOf(y), rows));
+        else if (region.samplesAt(region.offsetOf(y + rows - 1), 1) == samples)
+            add(y, rows, samples);
+        else
+            for (std::int64_t row = y; row < y + rows; ++row)
+                add(row, 1, region.samplesAt(region.offsetOf(row), 1));
     };
     if constexpr (std::is_floating_point_v<T>) {
         // Each addition rounds, so only one order of the rows gives one result for any number of threads.

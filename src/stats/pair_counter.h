@@ -92,7 +92,7 @@ private:
         sortByRow(pair);
         // Those of the last band end where the row does.
         const std::span<const std::uint32_t> ends(ofBand(m_ends, m_bands - 1),
-                                                 std::min(plane.rowCount(), values));
+                                                  std::min(plane.rowCount(), values));
         // Bands of rows with about as many columns each.
         const auto firstRow = [&](std::int64_t band) {
             const std::int64_t place = pair.selection.pixels() * band / m_bands;
@@ -150,14 +150,14 @@ private:
         constexpr std::uintptr_t ahead = 64;
         std::uint32_t* const places = ofBand(m_ends, band);
         std::uint16_t* const columns = m_columns.get();
-        forEachPairRun<T>(partOf(pair, band), [=](const std::uint8_t* firsts, const std::uint8_t* seconds,
-                                                  std::int64_t count) {
-            for (std::int64_t i = 0; i < count; ++i) {
-                std::uint16_t* const place = columns + places[loadSample<T>(seconds, i)]++;
-                fetchLines<true>(reinterpret_cast<std::uintptr_t>(place) + ahead, 1);
-                *place = loadSample<T>(firsts, i);
-            }
-        });
+        forEachPairRun<T>(partOf(pair, band),
+                          [=](const std::uint8_t* firsts, const std::uint8_t* seconds, std::int64_t count) {
+                              for (std::int64_t i = 0; i < count; ++i) {
+                                  std::uint16_t* const place = columns + places[loadSample<T>(seconds, i)]++;
+                                  fetchLines<true>(reinterpret_cast<std::uintptr_t>(place) + ahead, 1);
+                                  *place = loadSample<T>(firsts, i);
+                              }
+                          });
     }
 
     std::span<std::uint16_t> columnsOf(std::int64_t row, std::span<const std::uint32_t> ends) const noexcept
@@ -203,7 +203,7 @@ private:
 
     int m_bands = 1;
     std::vector<std::uint32_t>
-        m_counters;                    ///< of pairs of bytes, or of the columns of one row; 0 between uses
+        m_counters;                     ///< of pairs of bytes, or of the columns of one row; 0 between uses
     std::vector<std::uint32_t> m_ends;  ///< where the columns of each row end
     std::unique_ptr<std::uint16_t[]> m_columns;  ///< row by row
 };

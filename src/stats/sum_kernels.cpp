@@ -51,6 +51,14 @@ void PlainRow(const std::uint8_t* row, std::int64_t samples, SumOf<T>* lanes, st
 }
 
 template <class T>
+void PlainRows(const std::uint8_t* first, std::int64_t pitch, std::int64_t count, std::int64_t samples,
+               SumOf<T>* lanes, std::int64_t laneCount) noexcept
+{
+    for (std::int64_t y = 0; y < count; ++y)
+        PlainRow<T>(first + y * pitch, samples, lanes, laneCount);
+}
+
+template <class T>
 void PlainFold(const SumOf<T>* lanes, std::int64_t laneCount, SumOf<T>* sums, std::int64_t) noexcept
 {
     for (std::int64_t lane = 0; lane < laneCount; ++lane)
@@ -58,7 +66,7 @@ void PlainFold(const SumOf<T>* lanes, std::int64_t laneCount, SumOf<T>* sums, st
 }
 
 template <class T>
-constexpr SumRows<T> plainRows{&PlainLaneCount<T>, &PlainRow<T>, &PlainFold<T>};
+constexpr SumRows<T> plainRows{&PlainLaneCount<T>, &PlainRows<T>, &PlainFold<T>};
 
 #if HWY_TARGET == HWY_SCALAR
 
@@ -136,41 +144,55 @@ std::int64_t NarrowLaneCount(std::int64_t period) noexcept
     return period;
 }
 
-/// Whole blocks of `vectors` vectors; returns the number of samples added.
+/// The whole blocks of `vectors` vectors of each row. Rows share their 16-bit sums, so that short ones do not wait for
+/// the lanes.
 template <class T, int vectors>
-std::int64_t AddBlocks(const T* row, std::int64_t samples, std::uint32_t* lanes) noexcept
+void AddBlocks(const std::uint8_t* first, std::int64_t pitch, std::int64_t count, std::int64_t samples,
+               std::uint32_t* lanes) noexcept
 {
     const Tag<T> d;
     constexpr std::int64_t block = vectors * samplesOf<T>;
     // As many bytes as their 16-bit sums can hold.
     constexpr std::int64_t blocksPerFlush = 256;
-    std::int64_t at = 0;
-    while (at + block <= samples) {
-        // Not an array of Halves, whose constructors GCC would write without the instruction set of the target.
-        Vector<Wide<T>> even[vectors], odd[vectors];
-        for (int v = 0; v < vectors; ++v)
+    // Not an array of Halves, whose constructors GCC would write without the instruction set of the target.
+    Vector<Wide<T>> even[vectors], odd[vectors];
+    for (int v = 0; v < vectors; ++v)
+        even[v] = odd[v] = hn::Zero(Tag<Wide<T>>{});
+    const auto flush = [&] {
+        for (int v = 0; v < vectors; ++v) {
+            AddHalves<T>({even[v], odd[v]}, lanes + v * samplesOf<T>);
             even[v] = odd[v] = hn::Zero(Tag<Wide<T>>{});
-        const std::int64_t end = at + std::min((samples - at) / block, blocksPerFlush) * block;
-        for (; at < end; at += block) {
-            fetchAhead<T, false>(reinterpret_cast<const std::uint8_t*>(row + at), block);
-            for (int v = 0; v < vectors; ++v) {
-                const Halves<T> halves = Split<T>(hn::LoadU(d, row + at + v * samplesOf<T>));
-                even[v] = hn::Add(even[v], halves.even);
-                odd[v] = hn::Add(odd[v], halves.odd);
+        }
+    };
+    std::int64_t room = blocksPerFlush;
+    for (std::int64_t y = 0; y < count; ++y) {
+        const T* const row = reinterpret_cast<const T*>(first + y * pitch);
+        for (std::int64_t at = 0; at + block <= samples;) {
+            const std::int64_t blocks = std::min((samples - at) / block, room);
+            room -= blocks;
+            for (const std::int64_t end = at + blocks * block; at < end; at += block) {
+                fetchAhead<T, false>(reinterpret_cast<const std::uint8_t*>(row + at), block);
+                for (int v = 0; v < vectors; ++v) {
+                    const Halves<T> halves = Split<T>(hn::LoadU(d, row + at + v * samplesOf<T>));
+                    even[v] = hn::Add(even[v], halves.even);
+                    odd[v] = hn::Add(odd[v], halves.odd);
+                }
+            }
+            if (room == 0) {
+                flush();
+                room = blocksPerFlush;
             }
         }
-        for (int v = 0; v < vectors; ++v)
-            AddHalves<T>({even[v], odd[v]}, lanes + v * samplesOf<T>);
     }
-    return at;
+    flush();
 }
 
+/// The samples of a row behind its whole blocks, from `at` on.
 template <class T, int vectors>
-void AddRow(const std::uint8_t* bytes, std::int64_t samples, std::uint32_t* lanes) noexcept
+void AddRest(const std::uint8_t* bytes, std::int64_t at, std::int64_t samples, std::uint32_t* lanes) noexcept
 {
     const Tag<T> d;
     const T* const row = reinterpret_cast<const T*>(bytes);
-    std::int64_t at = AddBlocks<T, vectors>(row, samples, lanes);
     for (std::int64_t lane = 0; at + samplesOf<T> <= samples; at += samplesOf<T>, lane += samplesOf<T>)
         AddHalves<T>(Split<T>(hn::LoadU(d, row + at)), lanes + lane);
     const std::int64_t last = samples - samplesOf<T>;
@@ -188,16 +210,26 @@ void AddRow(const std::uint8_t* bytes, std::int64_t samples, std::uint32_t* lane
     }
 }
 
+template <class T, int vectors>
+void AddRows(const std::uint8_t* first, std::int64_t pitch, std::int64_t count, std::int64_t samples,
+             std::uint32_t* lanes) noexcept
+{
+    AddBlocks<T, vectors>(first, pitch, count, samples, lanes);
+    const std::int64_t taken = samples - samples % (vectors * samplesOf<T>);
+    for (std::int64_t y = 0; y < count && taken < samples; ++y)
+        AddRest<T, vectors>(first + y * pitch, taken, samples, lanes);
+}
+
 template <class T>
-void NarrowRow(const std::uint8_t* row, std::int64_t samples, std::uint32_t* lanes,
-               std::int64_t laneCount) noexcept
+void NarrowRows(const std::uint8_t* first, std::int64_t pitch, std::int64_t count, std::int64_t samples,
+                std::uint32_t* lanes, std::int64_t laneCount) noexcept
 {
     if (laneCount == samplesOf<T>)
-        AddRow<T, 1>(row, samples, lanes);
+        AddRows<T, 1>(first, pitch, count, samples, lanes);
     else if (laneCount == 3 * samplesOf<T>)
-        AddRow<T, 3>(row, samples, lanes);
+        AddRows<T, 3>(first, pitch, count, samples, lanes);
     else
-        PlainRow<T>(row, samples, lanes, laneCount);
+        PlainRows<T>(first, pitch, count, samples, lanes, laneCount);
 }
 
 template <class T>
@@ -220,7 +252,7 @@ void NarrowFold(const std::uint32_t* lanes, std::int64_t laneCount, std::uint32_
 }
 
 template <class T>
-constexpr SumRows<T> narrowRows{&NarrowLaneCount<T>, &NarrowRow<T>, &NarrowFold<T>};
+constexpr SumRows<T> narrowRows{&NarrowLaneCount<T>, &NarrowRows<T>, &NarrowFold<T>};
 
 #endif
 

@@ -20,9 +20,10 @@ template <class T>
 struct SumRows {
     /// Lanes that suit the processor's vectors for a period of 1 or more.
     std::int64_t (*laneCount)(std::int64_t period) noexcept;
-    /// Adds one row to the lanes. Floating-point samples are added from left to right, one by one.
-    void (*row)(const std::uint8_t* row, std::int64_t samples, SumOf<T>* lanes,
-                std::int64_t laneCount) noexcept;
+    /// Adds rows, `pitch` bytes apart, to the lanes. Floating-point samples are added from left to right, one by
+    /// one.
+    void (*rows)(const std::uint8_t* first, std::int64_t pitch, std::int64_t count, std::int64_t samples,
+                 SumOf<T>* lanes, std::int64_t laneCount) noexcept;
     /// Adds the lanes up, by channel.
     void (*fold)(const SumOf<T>* lanes, std::int64_t laneCount, SumOf<T>* sums, std::int64_t period) noexcept;
 };

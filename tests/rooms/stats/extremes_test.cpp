@@ -399,6 +399,9 @@ TEST(MinMaxTargets, EqualTheTwinForEveryTypeWidthAndLayout)
                         compareChannels(
                             Layout{.width = width, .channels = channels, .type = type, .packing = packing},
                             false);
+        for (const int channels : {1, 3, 4})
+            for (const int width : {255, 256, 257, 320, 383, 600})
+                compareChannels(Layout{.width = width, .height = 5, .channels = channels}, false);
     });
 }
 

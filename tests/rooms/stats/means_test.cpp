@@ -367,17 +367,23 @@ TEST(MeanTargets, EqualTheTwinForEveryTypeWidthAndChannelCount)
     });
 }
 
-TEST(MeanTargets, EqualTheTwinOnRowsLongerThanTheNarrowSums)
+/// More samples than narrow sums can hold, in one row and in many.
+TEST(MeanTargets, StayExactBeyondTheNarrowSums)
 {
     forEachTarget([] {
-        for (const ExImageDataType type : {Int8, UInt8})
-            for (const int channels : {1, 3}) {
-                TestImage src(Layout{.width = 60000, .height = 1, .channels = channels, .type = type});
-                src.fillBytes(type == Int8 ? 0x80 : 0xFF);
-                std::vector<double> means(3, kept);
-                ASSERT_EQ(Mean(src, QRect(0, 0, 60000, 1), means.data()), ResultOk);
-                EXPECT_EQ(means[0], type == Int8 ? -128.0 : 255.0);
-            }
+        for (const QRect& all : {QRect(0, 0, 60000, 1), QRect(0, 0, 200, 900)})
+            for (const ExImageDataType type : {Int8, UInt8})
+                for (const int channels : {1, 3}) {
+                    TestImage src(Layout{.width = all.width(),
+                                         .height = all.height(),
+                                         .channels = channels,
+                                         .type = type,
+                                         .padding = 7});
+                    src.fillBytes(type == Int8 ? 0x80 : 0xFF);
+                    std::vector<double> means(3, kept);
+                    ASSERT_EQ(Mean(src, all, means.data()), ResultOk);
+                    EXPECT_EQ(means[0], type == Int8 ? -128.0 : 255.0);
+                }
     });
 }
 
