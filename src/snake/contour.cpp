@@ -1,10 +1,9 @@
 #include "snake/contour.h"
 
 #include "base/conversions.h"
-#include "base/image_view.h"
+#include "snake/energy.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <limits>
 #include <new>
@@ -13,14 +12,10 @@ namespace ko {
 
 namespace {
 
-std::int64_t squaredLength(std::int64_t dx, std::int64_t dy)
-{
-    return dx * dx + dy * dy;
-}
-
 std::int64_t squaredDistance(ContourPoint a, ContourPoint b)
 {
-    return squaredLength(std::int64_t{a.x} - b.x, std::int64_t{a.y} - b.y);
+    const std::int64_t dx = std::int64_t{a.x} - b.x, dy = std::int64_t{a.y} - b.y;
+    return dx * dx + dy * dy;
 }
 
 double distanceBetween(ContourPoint a, ContourPoint b)
@@ -47,78 +42,6 @@ double perimeter(const Contour& contour)
         length += distanceBetween(contour[i], around(contour, static_cast<std::int64_t>(i) + 1));
     return length;
 }
-
-std::int32_t at(const SxImageBuf& image, ContourPoint point)
-{
-    return loadSample<std::int32_t>(rowOf(image, point.y), point.x);
-}
-
-// ---------------------------------------------------------------- energy of a step
-
-constexpr int candidateCount = 9;
-using Term = std::array<double, candidateCount>;
-
-/// Candidates in raster order around the current position.
-ContourPoint candidateOf(ContourPoint current, int index)
-{
-    return {current.x + index % 3 - 1, current.y + index / 3 - 1};
-}
-
-double curvatureAt(ContourPoint point, ContourPoint previous, ContourPoint next)
-{
-    const std::int64_t ax = point.x - std::int64_t{previous.x}, ay = point.y - std::int64_t{previous.y};
-    const std::int64_t bx = point.x - std::int64_t{next.x}, by = point.y - std::int64_t{next.y};
-    const double la = std::sqrt(static_cast<double>(squaredLength(ax, ay)));
-    const double lb = std::sqrt(static_cast<double>(squaredLength(bx, by)));
-    if (la == 0 || lb == 0)
-        return 0;
-    const double kx = static_cast<double>(ax + bx) / (la * lb), ky = static_cast<double>(ay + by) / (la * lb);
-    return kx * kx + ky * ky;
-}
-
-void normalize(Term& term)
-{
-    double sum = 0;
-    for (const double value : term)
-        sum += std::abs(value);
-    if (sum == 0)
-        return;
-    for (double& value : term)
-        value /= sum;
-}
-
-ContourPoint bestPosition(ContourPoint previous, ContourPoint current, ContourPoint next, double meanGap,
-                          const SxSnakeParams& params, const ContourField& field)
-{
-    Term continuity, curvature, distance, gradient;
-    const std::int32_t distanceHere = at(field.distance, current), gradientHere = at(field.gradient, current);
-    for (int i = 0; i < candidateCount; ++i) {
-        const auto slot = static_cast<std::size_t>(i);
-        const ContourPoint candidate = candidateOf(current, i);
-        const double deviation = std::abs(distanceBetween(candidate, previous) - meanGap);
-        continuity[slot] = deviation * deviation;
-        curvature[slot] = curvatureAt(candidate, previous, next);
-        distance[slot] = static_cast<double>(std::int64_t{at(field.distance, candidate)} - distanceHere);
-        gradient[slot] = gradientHere * distanceBetween(candidate, current);
-    }
-    for (Term* const term : {&continuity, &curvature, &distance, &gradient})
-        normalize(*term);
-    ContourPoint best = current;
-    double least = std::numeric_limits<double>::max();
-    for (int i = 0; i < candidateCount; ++i) {
-        const auto slot = static_cast<std::size_t>(i);
-        const double energy = params.weightContinuity * continuity[slot] +
-                              params.weightCurvature * curvature[slot] +
-                              params.weightDistance * distance[slot] + params.weightGradient * gradient[slot];
-        if (energy < least) {
-            least = energy;
-            best = candidateOf(current, i);
-        }
-    }
-    return best;
-}
-
-// ---------------------------------------------------------------- upkeep
 
 /// The contour while points are put into it: those passed already, and those to come with the next one last,
 /// so that inserting costs the same anywhere.
@@ -192,6 +115,9 @@ bool stepContour(Contour& contour, const SxSnakeParams& params, const ContourFie
     bool any = false;
     for (std::size_t i = 0; i < contour.size(); ++i) {
         const auto index = static_cast<std::int64_t>(i);
+        constexpr std::size_t ahead = 8;
+        if (i + ahead < contour.size())
+            fetchAround(field, contour[i + ahead]);
         const ContourPoint best = bestPosition(around(contour, index - 1), contour[i],
                                                around(contour, index + 1), meanGap, params, field);
         moved[i] = intoBand(best, field.gradient);

@@ -11,10 +11,10 @@ namespace ko {
 using ContourPoint = _point_<int>;
 using Contour = std::vector<ContourPoint>;
 
-/// Mono `Int32` images of one size, at least 3 x 3.
+/// Mono images of one size, at least 3 x 3.
 struct ContourField {
-    const SxImageBuf& gradient;
-    const SxImageBuf& distance;
+    const SxImageBuf& gradient;  ///< `Int32`
+    const SxImageBuf& distance;  ///< to the nearest edge in pixels, `Float64`
 };
 
 /// Moves a position into the band that keeps all its neighbours inside the image.

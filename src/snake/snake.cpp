@@ -8,8 +8,6 @@
 #include "base/boundary.h"
 #include "base/checks.h"
 #include "base/conversions.h"
-#include "base/image_view.h"
-#include "base/rows.h"
 #include "snake/contour.h"
 
 #include <QVariant>
@@ -21,15 +19,15 @@ namespace ko {
 
 namespace {
 
-/// A cleared working image of the source's size.
-Image workingImage(const SxImageInfo& source, ExImageDataType type, int bits)
+/// The format of a working image of the source's size.
+SxImageInfo workingFormat(const SxImageInfo& source, ExImageDataType type, int bits)
 {
     SxImageInfo info = source;
     info.dataType = type;
     info.bitsPerSample = bits;
     // A mosaic's extremes would be taken cell by cell.
     info.bayerGrid = BayerNone;
-    return Image::zeros(info);
+    return info;
 }
 
 bool areFinite(const SxSnakeParams& p)
@@ -47,11 +45,12 @@ struct Edges {
 /// Throws when a step fails, as `measureDistance` does: the arguments were good.
 Edges findEdges(const SxImageBuf& src, double edgeFraction)
 {
-    Edges edges{workingImage(src, Int32, 32), {}};
+    // No gradient is computed on the outermost pixels.
+    Edges edges{Image::zeros(workingFormat(src, Int32, 32)), {}};
     orThrow(Sobel(src, edges.gradient));
     QVariant least, largest;
     orThrow(MinMax(edges.gradient, &least, &largest));
-    edges.binary = workingImage(src, UInt8, 8);
+    edges.binary = Image(workingFormat(src, UInt8, 8));
     const QVariant threshold(toInt32(largest.toInt() * std::clamp(edgeFraction, 0.0, 1.0)));
     const QVariant none(0);
     unsigned char edge = 255;
@@ -60,17 +59,11 @@ Edges findEdges(const SxImageBuf& src, double edgeFraction)
     return edges;
 }
 
-/// Distances to the edges in fifths of a pixel, as the steps of the mask count them.
 Image measureDistance(const SxImageBuf& edges)
 {
-    Image distance = workingImage(edges, Float64, 64);
+    Image distance(workingFormat(edges, Float64, 64));
     orThrow(ChamferDistance(edges, distance, Chamfer5x5));
-    Image scaled = workingImage(edges, Int32, 32);
-    rowsStatic(workOn(*distance, *scaled).times(4), [&](std::int64_t y) noexcept {
-        for (std::int64_t x = 0; x < distance->width; ++x)
-            storeSample(rowOf(*scaled, y), x, toInt32(5.0 * loadSample<double>(rowOf(*distance, y), x)));
-    });
-    return scaled;
+    return distance;
 }
 
 }  // namespace
