@@ -14,6 +14,7 @@ try:
     from selenium.webdriver.chrome.options import Options
     from selenium.webdriver.chrome.service import Service
     from selenium.webdriver.common.by import By
+    from selenium.webdriver.common.keys import Keys
     from selenium.webdriver.support.ui import Select
 except ImportError:
     webdriver = None
@@ -52,6 +53,7 @@ class Browser(LiveTest):
     @classmethod
     def setUpClass(cls):
         options = Options()
+        options.page_load_strategy = "eager"  # a page has only been loaded when its first picture is there
         for argument in ("--headless=new", "--no-sandbox", "--disable-gpu", "--disable-dev-shm-usage", "--window-size=1280,900"):
             options.add_argument(argument)
         options.set_capability("goog:loggingPrefs", {"browser": "ALL"})
@@ -116,6 +118,62 @@ class Browser(LiveTest):
         self.assertFalse(self.find("pixels").is_displayed() or self.find("loupe").is_displayed())
         self.expect_no_complaints()
 
+    def test_keys_show_the_pixels_of_a_place(self):
+        self.open(BALL.replace("ball", "smpte"))
+        self.wait_for(lambda: self.run_script(PICTURE))
+
+        def place():
+            return self.run_script("return region ? [region.x, region.y, region.width] : null")
+
+        def press(*keys):
+            self.browser.switch_to.active_element.send_keys(*keys)
+            return place()
+
+        self.run_script("document.getElementById('whole').focus()")
+        x, y, width = press(Keys.ENTER)
+        self.wait_for(lambda: self.find("pixels").get_property("naturalWidth") == width)
+        self.assertEqual((x % 2, y % 2), (0, 0))
+        self.assertTrue(abs(x + width / 2 - 160) <= 4, "the middle is shown")
+        self.assertGreater(press(Keys.ARROW_RIGHT)[0], x)
+        self.assertEqual(press(Keys.ARROW_LEFT), [x, y, width])
+        self.assertGreater(press(Keys.ARROW_DOWN)[1], y)
+        self.assertEqual(press(Keys.ARROW_UP), [x, y, width])
+        self.assertEqual(press(Keys.SHIFT + Keys.ARROW_RIGHT + Keys.NULL), [x + 2, y, width])
+        self.assertLess(press("+")[2], width)
+        self.assertEqual(press("-")[2], width)
+        self.wait_for(lambda: self.find("pixels").get_property("naturalWidth") == width)
+        self.assertEqual(self.run_script("return scrollY"), 0, "the arrows do not scroll")
+        self.assertIsNone(press(Keys.ESCAPE))
+        press(" ")
+        self.find("leave").send_keys(Keys.ENTER)
+        self.assertEqual(self.run_script("return document.activeElement.id"), "whole")
+        self.assertFalse(self.find("pixels").is_displayed() or self.find("loupe").is_displayed())
+        self.expect_no_complaints()
+
+    def test_it_is_told_where_no_picture_comes(self):
+        run, url = self.serve("videotestsrc is-live=true ! identity drop-probability=1 ! "
+                              "video/x-bayer,format=rggb,width=320,height=240")
+        self.browser.get(url)
+        self.wait_for(lambda: self.shows("state", "No picture yet"))
+        self.assertEqual(self.text("delay"), "–")
+        self.browser.get("about:blank")
+
+    @unittest.skipUnless(FAKE_CAMERA, "the fake camera comes with aravis-tools")
+    def test_it_is_told_that_the_camera_is_lost_and_is_back(self):
+        camera = self.plug_in()
+        self.open("Aravis-GV01", "--roi", "0,0,320,240")
+        self.wait_for(lambda: not self.find("state").is_displayed())
+        camera.kill()
+        camera.wait()
+        self.wait_for(lambda: self.shows("state", "Camera lost"))
+        self.assertIn("connection lost", self.text("trouble"))
+        self.plug_in()
+        self.wait_for(lambda: not self.find("state").is_displayed() and not self.find("trouble").is_displayed())
+
+    def shows(self, name, text):
+        return self.run_script("const box = document.getElementById(arguments[0]);"
+                               "return box !== null && !box.hidden && box.textContent === arguments[1]", name, text)
+
     def test_the_display_is_changed_for_everybody(self):
         run, url = self.open(BALL.replace("ball", "smpte"))
         before = self.wait_for(lambda: self.run_script(PICTURE))
@@ -174,7 +232,8 @@ class Browser(LiveTest):
         self.assertFalse(self.find("trouble").is_displayed())
         self.end(run)
         self.wait_for(lambda: self.find("trouble").is_displayed())
-        self.assertIn("No answer from ko live", self.text("trouble"))
+        self.assertIn("No answer from ko live. It has ended or", self.text("trouble"))
+        self.assertTrue(self.shows("state", "No answer"))
 
 
 if __name__ == "__main__":

@@ -141,6 +141,18 @@ class Refusals(LiveTest):
         self.assertEqual((run.returncode, run.stderr.count("\n")), (1, 1), run.stderr)
         self.assertIn("file/out: cannot be made: ", run.stderr)
 
+    def test_a_directory_that_is_removed_ends_it(self):
+        run = self.start(BALL, "-o", "out", "--http", "0")
+        self.wait_for(lambda: len(files_in(self.path("out"))) > 3)
+        os.rename(self.path("out"), self.path("elsewhere"))
+        error = run.communicate(timeout=60)[1]
+        self.assertEqual((run.returncode, error.count("\n")), (1, 1), error)
+        self.assertRegex(error, r"^ko: out: has been removed|^ko: out/\d+\.tif: cannot be written: No such file")
+        self.assertEqual(files_in(self.dir), ["elsewhere"])
+        for name in files_in(self.path("elsewhere")):
+            if name.endswith(".tif"):
+                self.assertEqual(read_tiff(self.read("elsewhere/" + name))[:3], (320, 240, 3), name)
+
     def test_frames_that_cannot_be_demosaiced_end_it(self):
         odd = few(3, "! video/x-bayer,format=grbg,width=64,height=47")
         run = self.ko("live", odd, "-o", "out", "--method", "linear")

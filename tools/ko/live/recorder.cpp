@@ -42,6 +42,8 @@ std::string Recorder::write(const SxImageBuf& frame)
     std::error_code error;
     if (m_frames == 0 && !directory.empty() && !fs::create_directories(directory, error) && error)
         throw Failure(directory.string(), "cannot be made: " + error.message());
+    if (m_frames > 0 && !directory.empty() && !fs::is_directory(directory, error))
+        throw Failure(directory.string(), "has been removed");
     writeImage(viewOf(frame), name, {}, m_quality);
     m_bytes += fs::file_size(name, error);
     ++m_frames;

@@ -10,6 +10,7 @@ const colourOf = (name) => getComputedStyle(document.documentElement).getPropert
 
 let frame = null; // size and depth of the camera's frames
 let region = null; // that is magnified: x, y, width, height in pixels of the frame
+let pixelsDue = 0; // the timer that asks for its pictures
 let course = []; // of the focus figure: [time, figure]
 const held = new Set(); // controls that somebody holds: what the camera says of them is not shown
 
@@ -24,10 +25,21 @@ function hide(image) {
     image.removeAttribute("src");
 }
 
-function showAll() {
-    show(element("picture"), "pictures");
+function showPixels() {
     if (region)
         show(element("pixels"), "pictures?region=" + [region.x, region.y, region.width, region.height].join(","));
+}
+
+function showAll() {
+    show(element("picture"), "pictures");
+    showPixels();
+}
+
+/// Says over the picture why it does not move; with an empty text it does.
+function showState(text) {
+    element("state").textContent = text;
+    element("state").hidden = text === "";
+    element("whole").classList.toggle("old", text !== "");
 }
 
 for (const id of ["picture", "pixels"])
@@ -81,7 +93,28 @@ function magnify(x, y) {
     const inside = (from, size, all) => Math.max(0, Math.min(even(from - size / 2), all - size));
     region = {x: inside(x, width, frame.width), y: inside(y, height, frame.height), width, height};
     showLoupe();
-    showAll();
+    // While a key is held down, the region moves faster than pictures of it come.
+    clearTimeout(pixelsDue);
+    pixelsDue = setTimeout(showPixels, sendInterval);
+}
+
+/// Moves what is magnified.
+function move(x, y) {
+    magnify(region.x + region.width / 2 + x, region.y + region.height / 2 + y);
+}
+
+function leave() {
+    region = null;
+    clearTimeout(pixelsDue);
+    hide(element("pixels"));
+    showLoupe();
+}
+
+/// Takes the next larger or smaller scale, where there is one.
+function changeScale(step) {
+    const scale = element("scale");
+    scale.selectedIndex = Math.max(0, Math.min(scale.length - 1, scale.selectedIndex + step));
+    move(0, 0);
 }
 
 element("whole").addEventListener("click", (event) => {
@@ -92,15 +125,28 @@ element("whole").addEventListener("click", (event) => {
     magnify((event.clientX - box.left - place.left) / place.scale, (event.clientY - box.top - place.top) / place.scale);
 });
 
-element("scale").addEventListener("change", () => {
-    if (region)
-        magnify(region.x + region.width / 2, region.y + region.height / 2);
+element("whole").addEventListener("keydown", (event) => {
+    if (!frame || event.ctrlKey || event.altKey || event.metaKey)
+        return;
+    const step = (size) => event.shiftKey ? 2 : 2 * Math.ceil(size / 8); // of a mosaic, whole cells
+    const actions = region ? {
+        ArrowLeft: () => move(-step(region.width), 0), ArrowRight: () => move(step(region.width), 0),
+        ArrowUp: () => move(0, -step(region.height)), ArrowDown: () => move(0, step(region.height)),
+        "+": () => changeScale(1), "=": () => changeScale(1), "-": () => changeScale(-1), Escape: leave,
+    } : {
+        Enter: () => magnify(frame.width / 2, frame.height / 2), " ": () => magnify(frame.width / 2, frame.height / 2),
+    };
+    if (!actions[event.key])
+        return;
+    event.preventDefault(); // arrows scroll
+    actions[event.key]();
 });
 
+element("scale").addEventListener("change", () => region && move(0, 0));
+
 element("leave").addEventListener("click", () => {
-    region = null;
-    hide(element("pixels"));
-    showLoupe();
+    leave();
+    element("whole").focus(); // the button is gone
 });
 
 window.addEventListener("resize", () => frame && showLoupe());
@@ -198,7 +244,9 @@ function showStatus(status) {
     const missing = status.dropped + status.incomplete + status.lost;
     element("dropped").textContent = missing.toLocaleString("en");
     element("dropped").classList.toggle("bad", missing > 0);
-    element("delay").textContent = (1000 * status.delay).toFixed(1) + " ms";
+    element("delay").textContent = status.frame ? (1000 * status.delay).toFixed(1) + " ms" : "–";
+    // Cameras that are triggered rest without trouble.
+    showState(status.rate > 0 ? "" : status.trouble ? "Camera lost" : status.frames > 0 ? "" : "No picture yet");
     for (const box of document.querySelectorAll(".disk"))
         box.hidden = status.written === undefined;
     if (status.written !== undefined) {
@@ -327,8 +375,10 @@ async function poll() {
             showStatus(await answer.json());
         } catch (error) {
             element("lamp").classList.remove("on");
-            element("trouble").textContent = "No answer from ko live: " + error.message;
+            element("trouble").textContent = "No answer from ko live" + (error instanceof TypeError
+                ? ". It has ended or cannot be reached; the page goes on when it is back." : ": " + error.message);
             element("trouble").hidden = false;
+            showState("No answer");
         }
     }
     setTimeout(poll, statusInterval);
