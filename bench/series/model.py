@@ -39,9 +39,10 @@ def merge_tasks(parts):
     return tasks, levels
 
 
-def predict(frames, workers, *, frame_bytes, result_bytes, seconds, store, sums_bytes=0, frames_per_part=FRAMES_PER_PART):
+def predict(frames, workers, *, frame_bytes, result_bytes, seconds, store, sums_bytes=0, frames_per_part=FRAMES_PER_PART,
+            per_task=SECONDS_PER_TASK):
     """`seconds` of one processor for a frame, `result_bytes` that a frame leaves behind, `sums_bytes` of an accumulator,
-    `store`: bytes per second of the shared store for all workers together."""
+    `store`: bytes per second of the shared store for all workers together, `per_task`: seconds of client and scheduler."""
     parts = -(-frames // frames_per_part)
     merges, levels = merge_tasks(parts) if sums_bytes else (0, 0)
     traffic = frames * (frame_bytes + result_bytes) + parts * sums_bytes
@@ -52,7 +53,7 @@ def predict(frames, workers, *, frame_bytes, result_bytes, seconds, store, sums_
         levels=levels,
         working=frames * seconds / workers,
         reading=traffic / store,
-        scheduling=(parts + merges) * SECONDS_PER_TASK,
+        scheduling=(parts + merges) * per_task,
         merging=merged / store,
     )
 

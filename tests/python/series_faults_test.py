@@ -4,40 +4,53 @@ import random
 import signal
 import subprocess
 import sys
+import tempfile
+import threading
 import time
 from functools import partial
 from pathlib import Path
 
 import distributed
+import h5py
 import numpy as np
 import psutil
 import pytest
 from series_support import EVERYTHING, accumulator, bytes_in, digest, frames_of, stored
 
 from koimproc import series as ks
-from koimproc.series._engine import team
+from koimproc.series._engine import shrinking_lengths, team
+from koimproc.series._files import scratch_directory
+from koimproc.series._statistics import _lengths
 
 NIGHTLY = bool(os.environ.get("KO_NIGHTLY"))
 nightly = pytest.mark.skipif(not NIGHTLY, reason="long; KO_NIGHTLY=1 runs it")
 sys.path.insert(0, str(Path(__file__).parents[2] / "bench/series"))
 
-# Takes its time after each part, so that a kill finds it at work.
+# Every process works on so many frames and on no other, so that a kill finds it at work.
 ACCUMULATE = """
-import sys, time
+import os, sys, time
+import numpy as np
 from koimproc import series as ks
+
+def some(frame, seen=[]):
+    seen.append(frame)
+    while len(seen) > int(os.environ.get("KO_SOME", sys.maxsize)):
+        time.sleep(1)
+    return np.asarray(frame)
 
 def tell(*how_far):
     print(*how_far, flush=True)
-    time.sleep(0.1)
 
 if __name__ == "__main__":
     frames, scheduler, work, out = sys.argv[1:]
-    sums, report = ks.accumulate(ks.open_series(frames, dataset="scan/frames"), *%r, level=2000, work=work, resume=True,
-                                 scheduler=scheduler or None, workers=2, frames_per_part=4,
-                                 progress=tell)
-    assert report.done + report.resumed == len(ks.open_series(frames, dataset="scan/frames")) and not report.failed
+    series = ks.open_series(frames, dataset="scan/frames").map(some)
+    sums, report = ks.accumulate(series, *%r, level=2000, work=work, resume=True, scheduler=scheduler or None, workers=2,
+                                 frames_per_part=4, progress=tell)
+    assert report.done + report.resumed == len(series) and not report.failed
     sums.save(out)
 """ % (EVERYTHING,)
+# Parts of four frames that two processes finish at most when each works on ten frames.
+PARTS_OF_A_RUN = 4
 
 # Runs a recipe; the third argument limits the size of files, as a disk does that is full.
 RUN = """
@@ -65,23 +78,20 @@ def test_no_other_host_reaches_local_processes():
 
 @pytest.mark.parametrize("scheduler", ["", pytest.param("processes", marks=nightly)])
 def test_a_program_that_is_killed_again_and_again_gets_there(scheduler, tmp_path):
-    frames = frames_of(60 if NIGHTLY else 24, (40, 50))
+    kills = 12 if NIGHTLY else 3
+    frames = frames_of(4 * (kills * PARTS_OF_A_RUN + 3), (40, 50))
     stored("hdf5", frames, tmp_path)
     out = tmp_path / "sums"
-    command = [sys.executable, "-c", ACCUMULATE, tmp_path / "stack.h5", scheduler, tmp_path / "work", out]
-    if scheduler:
-        (tmp_path / "program.py").write_text(ACCUMULATE)
-        command[1:3] = [tmp_path / "program.py"]
-    killed = 0
-    while not out.exists():
-        running = subprocess.Popen(command, stdout=subprocess.PIPE, text=True)
-        if running.stdout.readline() and killed < (12 if NIGHTLY else 3):
-            time.sleep(random.Random(killed).random() / 20)
-            running.kill()
-            killed += 1
+    (tmp_path / "program.py").write_text(ACCUMULATE)  # processes start by importing it
+    command = [sys.executable, tmp_path / "program.py", tmp_path / "stack.h5", scheduler, tmp_path / "work", out]
+    for killed in range(kills):
+        running = subprocess.Popen(command, stdout=subprocess.PIPE, text=True, env={**os.environ, "KO_SOME": "10"})
+        assert running.stdout.readline(), "a part is done"
+        time.sleep(random.Random(killed).random() / 20)
+        running.kill()
         running.communicate()
-        assert running.returncode in (0, -signal.SIGKILL)
-    assert killed >= 3
+        assert running.returncode == -signal.SIGKILL and not out.exists()
+    subprocess.run(command, check=True, stdout=subprocess.DEVNULL)
     assert digest(ks.Accumulator.load(out)) == digest(accumulator(frames, bits=16))
 
 
@@ -123,40 +133,117 @@ def test_a_full_disk_leaves_whole_results_alone(out, tmp_path):
 def test_a_frame_that_is_damaged_on_the_way_is_named_and_done_when_it_is_whole_again(tmp_path):
     frames = frames_of(12)
     series = stored("tiff files", frames, tmp_path)
-    damaged = tmp_path / "dark9.tif"
+    damaged, damaging = tmp_path / "dark9.tif", tmp_path / "damaging"
     whole = damaged.read_bytes()
 
-    def damage(done, *_):
-        damaged.write_bytes(whole[:len(whole) // 2])
+    def damage(frame):
+        if damaging.exists():
+            damaged.write_bytes(whole[:len(whole) // 2])
+        return frame
 
+    series = series.map(damage)
+    damaging.touch()
     options = {"work": tmp_path / "work", "workers": 1, "frames_per_part": 2}
     with pytest.raises(ks.FrameError, match="dark9.tif"):
-        ks.accumulate(series, *EVERYTHING, level=2000, progress=damage, **options)
+        ks.accumulate(series, *EVERYTHING, level=2000, **options)
     _, report = ks.accumulate(series, *EVERYTHING, level=2000, on_error="skip", resume=True, **options)
     assert [Path(name).name for name, _ in report.failed] == ["dark9.tif"]
+    damaging.unlink()
     damaged.write_bytes(whole)
     sums, report = ks.accumulate(series, *EVERYTHING, level=2000, resume=True, **options)
     assert report.resumed >= 8 and digest(sums) == digest(accumulator(frames, bits=12))
 
 
+WORKING, LATE = threading.Event(), []
+
+
+def fails_while_others_work(frame):
+    """Of frame 0, when another thread works on another frame."""
+    if np.asarray(frame)[0, 0] == 0:
+        WORKING.set()
+        time.sleep(0.3)
+        LATE.append(True)
+    elif WORKING.wait(300):
+        raise ValueError("one")
+    return np.asarray(frame)
+
+
 def test_a_failure_waits_for_the_other_threads_and_is_told_as_it_is(tmp_path):
     frames = np.zeros((8, 4, 4), "u2")
-    frames[0, 0, 0] = 1
-    is_open, late = [], []
-
-    def slow(frame):
-        if np.asarray(frame)[0, 0] == 0:
-            time.sleep(0.3)
-            late.append(True)
-        elif is_open:
-            raise ValueError("one")
-        return np.asarray(frame)
-
-    series = stored("hdf5", frames, tmp_path).map(slow)
-    is_open.append(True)
+    stored("hdf5", frames, tmp_path)
+    series = ks.open_series(tmp_path / "stack.h5", dataset="scan/frames").map(fails_while_others_work)
+    with h5py.File(tmp_path / "stack.h5", "r+") as file:
+        file["scan/frames"][0] = 1
+    WORKING.clear()
+    LATE.clear()
     with pytest.raises(ks.FrameError, match=r"\[0\]: one"):
         ks.accumulate(series, "mean", workers=2, frames_per_part=1)
-    assert late, "nobody works on afterwards"
+    assert LATE, "nobody works on afterwards"
+
+
+SCRATCH = """
+import sys, time
+from koimproc.series._files import scratch_directory
+
+with scratch_directory() as directory:
+    print(directory, flush=True)
+    sys.stdin.read()
+"""
+
+
+def test_what_killed_programs_leave_goes_and_what_others_use_stays(tmp_path, monkeypatch):
+    monkeypatch.setattr(tempfile, "tempdir", str(tmp_path))
+    (tmp_path / "koimproc-another").mkdir()
+    programs = [subprocess.Popen([sys.executable, "-c", SCRATCH], stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True,
+                                 env={**os.environ, "TMPDIR": str(tmp_path)}) for _ in range(2)]
+    left, used = (Path(program.stdout.readline().strip()) for program in programs)
+    (left / "frames").mkdir()
+    (left / "frames/0").touch()
+    with scratch_directory():
+        assert left.exists() and used.exists()
+    programs[0].kill()
+    programs[0].communicate()
+    assert left.exists()
+    with scratch_directory() as own:
+        assert set(tmp_path.iterdir()) == {tmp_path / "koimproc-another", used, Path(own)}
+    programs[1].communicate()
+    assert programs[1].returncode == 0 and list(tmp_path.iterdir()) == [tmp_path / "koimproc-another"]
+
+
+def write_setting(path, name):
+    Path(path).write_text(repr(os.environ.get(name)))
+
+
+def test_processes_keep_memory_that_they_have_freed(tmp_path):
+    with team("processes", 1) as engine:
+        engine.do([partial(write_setting, tmp_path / "found", "MALLOC_TRIM_THRESHOLD_")], nothing)
+    assert (tmp_path / "found").read_text() == repr(os.environ.get("MALLOC_TRIM_THRESHOLD_")) == "None"
+
+
+@pytest.mark.parametrize("frames, workers", [(512, 2), (70, 2), (5, 2), (1, 4), (1000, 1), (200, 64)])
+def test_threads_get_shorter_parts_towards_the_end(frames, workers):
+    lengths = shrinking_lengths(frames, 32, 4, workers)
+    assert sum(lengths) == frames and min(lengths) >= 1 and max(lengths) <= 32
+    assert lengths[-1] <= max(7, frames // (2 * workers))
+    assert shrinking_lengths(frames, 1, 1, workers) == [1] * frames
+
+
+def test_processes_get_as_many_parts_each(tmp_path):
+    stored("hdf5", frames_of(5, (4, 4)), tmp_path)
+    series = ks.open_series(tmp_path / "stack.h5", dataset="scan/frames")
+    like = ks.Accumulator("mean", "var")
+    assert _lengths(series, like, "processes", 2, True, False) == [3, 2]
+    assert _lengths(series, like, "processes", 2, True, True) == [1] * 5
+
+    class Long:
+        dtype = series.dtype
+
+        def __len__(self):
+            return 512
+
+    assert _lengths(Long(), like, "processes", 2, True, False) == [128] * 4
+    assert _lengths(Long(), like, "processes", 1, True, False) == [128] * 4
+    assert _lengths(Long(), like, "tcp://host:1", 2, True, False) == [64] * 8
 
 
 def test_the_model_knows_how_many_tasks_merge(tmp_path):
@@ -178,15 +265,19 @@ def test_the_model_knows_how_many_tasks_merge(tmp_path):
 
 @nightly
 def test_twenty_thousand_tasks_cost_what_the_model_says():
-    from model import SECONDS_PER_TASK, predict
+    from model import predict
 
-    count = 20000
-    with team("processes", 2) as engine:
-        engine.do([partial(nothing, number) for number in range(200)], nothing)
+    def spent(count):
         begun = time.process_time()
         engine.do([partial(nothing, number) for number in range(count)], nothing)
-        spent = time.process_time() - begun
-    predicted = predict(count, 2, frame_bytes=0, result_bytes=0, seconds=0, store=1, frames_per_part=1).scheduling
-    assert predicted == count * SECONDS_PER_TASK
-    print(f"{1000 * spent / count:.2f} ms of processor time per task")
-    assert spent < 2 * predicted, "processor time: what else the machine does adds little"
+        return time.process_time() - begun
+
+    def predicted(count, per_task):
+        return predict(count, 2, frame_bytes=0, result_bytes=0, seconds=0, store=1, frames_per_part=1, per_task=per_task).scheduling
+
+    with team("processes", 2) as engine:
+        spent(200)
+        per_task = spent(2000) / 2000
+        found = spent(20000)
+    print(f"{1000 * found / 20000:.2f} ms of processor time per task")
+    assert found < 2 * predicted(20000, per_task), "what a task costs here does not depend on their number"

@@ -1,7 +1,8 @@
 """Series of frames: read lazily, joined exactly, worked on by threads, processes or a Dask cluster.
 
-Needs Dask with its distributed scheduler (Debian's python3-dask and python3-distributed), and for each kind of file its
-library: python3-tifffile, python3-astropy (FITS), python3-h5py, python3-zarr.
+Processes, clusters, `Series.dask` and `Series.map` need Dask with its distributed scheduler (Debian's python3-dask and
+python3-distributed), and each kind of file needs its library: python3-tifffile, python3-astropy (FITS), python3-h5py,
+python3-zarr.
 """
 
 from koimproc.series._accumulator import Accumulator

@@ -6,7 +6,7 @@ import copy
 import json
 from collections.abc import Sequence
 from dataclasses import dataclass
-from typing import Any, Optional
+from typing import IO, Any, Optional
 
 import numpy as np
 import numpy.typing as npt
@@ -15,6 +15,7 @@ from koimproc import native
 from koimproc._arrays import CAMERA_SAMPLES, mask_of, record_of, whole
 from koimproc._errors import ArgumentError, SampleTypeError
 from koimproc._frame import array_of, check_shape
+from koimproc._memory import empty
 from koimproc.series._files import PathLike, replacing
 
 Array = npt.NDArray[Any]
@@ -41,14 +42,33 @@ def _check(rc: native.ResultCode, sentence: str) -> None:
         raise ValueError(f"{sentence}: {native.toString(rc)}")
 
 
+def _read_array(file: IO[bytes]) -> Array:
+    """As np.load, but into memory of arrays that are gone: sums of many parts are read one after another."""
+    layout: Any = np.lib.format
+    if layout.read_magic(file) != (1, 0):
+        raise ValueError("written by another program")
+    shape, _, dtype = layout.read_array_header_1_0(file)
+    array = empty(shape, dtype)
+    if file.readinto(array.reshape(-1).view(np.uint8)) != array.nbytes:  # type: ignore[attr-defined]
+        raise ValueError("the file is not complete")
+    return array
+
+
 @dataclass(frozen=True)
-class _Prepared:
+class Prepared:
     """Frames that may be added: the first one, the records of all, their masks, and the histogram where it is wanted."""
 
     first: Array
     records: Sequence[native.SxImageBuf]
     masks: Sequence[native.SxImageBuf]
     counts: Optional[npt.NDArray[np.uint64]]
+
+
+def joined(group: Sequence[Prepared]) -> Prepared:
+    """Frames without masks as if they had been prepared in one call."""
+    counts = [prepared.counts for prepared in group if prepared.counts is not None]
+    records = [record for prepared in group for record in prepared.records]
+    return Prepared(group[0].first, records, [], np.sum(counts, 0) if counts else None)
 
 
 class Accumulator:
@@ -128,7 +148,7 @@ class Accumulator:
         if frames:
             self._take(self._prepared(frames, masks))
 
-    def _prepared(self, frames: Sequence[Array], masks: Optional[Sequence[Array]] = None) -> _Prepared:
+    def _prepared(self, frames: Sequence[Array], masks: Optional[Sequence[Array]] = None) -> Prepared:
         """Frames and masks that fit each other and this accumulator, and how often their levels occur. It changes nothing, so
         one thread may prepare frames while another one adds its own."""
         arrays = [array_of(frame, "frames") for frame in frames]
@@ -145,9 +165,9 @@ class Accumulator:
         records = [native.SxImageBuf(np.ascontiguousarray(array)) for array in arrays]
         selected = [record_of(mask) for mask in selecting if mask is not None]
         counts = self._counted(arrays[0], records, selected) if "hist" in self._what else None
-        return _Prepared(arrays[0], records, selected, counts)
+        return Prepared(arrays[0], records, selected, counts)
 
-    def _take(self, new: _Prepared) -> None:
+    def _take(self, new: Prepared) -> None:
         """Adds what an accumulator of the same results has prepared, all or nothing."""
         is_first = self._dtype is None
         if is_first:
@@ -233,7 +253,7 @@ class Accumulator:
         """Read what `save` has written."""
         with open(path, "rb") as file:
             facts = json.loads(str(np.load(file)))
-            planes = {name: np.load(file) for name in facts.pop("arrays")}
+            planes = {name: _read_array(file) for name in facts.pop("arrays")}
         facts["what"], facts["shape"] = tuple(facts["what"]), tuple(facts["shape"])
         facts["dtype"] = None if facts["dtype"] is None else np.dtype(facts["dtype"])
         accumulator = cls.__new__(cls)
@@ -275,7 +295,7 @@ class Accumulator:
         self._dtype = frame.dtype
         self._shape = frame.shape
         types = self._plane_types()
-        self._planes = {name: np.zeros(frame.shape, kind or frame.dtype) for name, kind in types.items()}
+        self._planes = {name: np.empty(frame.shape, kind or frame.dtype) for name, kind in types.items()}
         self._bind()
         if self._planes:
             _check(native.ClearAccumulator(self._sums), "planes of this shape")
@@ -319,7 +339,7 @@ class Accumulator:
             counts: Array = self._histogram[0] if len(self._shape) == 2 else self._histogram
             return counts.copy()
         if name in ("mean", "var"):
-            out = np.empty(self._shape)
+            out = empty(self._shape, np.dtype(np.float64))
             image = native.SxImageBuf(out)
             if name == "mean":
                 _check(native.AccumulatedMean(self._sums, image), "planes")

@@ -1,4 +1,4 @@
-"""Parts of a series on threads, processes or a cluster. The scheduling is Dask's."""
+"""Parts of a series on threads, processes or a cluster. Beyond this process the scheduling is Dask's."""
 
 from __future__ import annotations
 
@@ -9,7 +9,7 @@ import pickle
 import signal
 import time
 from collections.abc import Callable, Iterator, Sequence
-from concurrent.futures import ThreadPoolExecutor
+from concurrent.futures import ThreadPoolExecutor, as_completed
 from contextlib import contextmanager
 from dataclasses import dataclass, field
 from functools import lru_cache, partial
@@ -28,6 +28,9 @@ _PART_BYTES = 256 << 20
 # Frames that accumulators add at once: a part is some times as many where it is more.
 TOGETHER = 8
 
+# Where Dask keeps the environment that its processes start with.
+_AT_START = "distributed.nanny.pre-spawn-environ"
+
 Progress = Callable[[int, int, float], None]
 
 
@@ -40,12 +43,13 @@ class Report:
     resumed: int = 0
     failed: list[tuple[str, str]] = field(default_factory=list)
     seconds: float = 0.0
+    error: Optional[str] = None
 
     def json(self) -> str:
         """The report as JSON."""
         failed = [{"frame": name, "message": message} for name, message in sorted(self.failed)]
         facts = {"frames": self.frames, "done": self.done, "resumed": self.resumed, "failed": failed}
-        return json.dumps({**facts, "seconds": round(self.seconds, 3)}, indent=4)
+        return json.dumps({**facts, "seconds": round(self.seconds, 3), "error": self.error}, indent=4)
 
 
 @dataclass(frozen=True)
@@ -67,20 +71,44 @@ def need_camera_samples(series: Series) -> None:
         raise SampleTypeError("series", f"samples of uint8 or uint16 are wanted, not {series.dtype}; see Series.map")
 
 
-def parts_of(series: Series, frames_per_part: Optional[int], directory: PathLike, facts: Sequence[str]) -> list[Part]:
-    """Parts whose records have names that follow from the series and from the facts of what is done with it."""
+def shrinking_lengths(frames: int, longest: int, shortest: int, workers: int) -> list[int]:
+    """Lengths of parts that get shorter towards the end, so that all workers end at nearly the same time."""
+    lengths = []
+    while frames > 0:
+        length = min(longest, max(shortest, frames // (2 * workers)))
+        if frames - length < shortest:
+            length = min(frames, longest)
+        lengths.append(length)
+        frames -= length
+    return lengths
+
+
+def part_length(series: Series) -> int:
+    """Frames of a part, unless the caller says how many."""
+    length = min(64, max(1, _PART_BYTES // bytes_of_frame(series)))
+    return length if length <= TOGETHER else length - length % TOGETHER
+
+
+def even_lengths(series: Series, frames_per_part: Optional[int]) -> list[int]:
+    """Lengths of parts of so many frames, the last one of what is left."""
     if frames_per_part is None:
-        frames_per_part = min(64, max(1, _PART_BYTES // bytes_of_frame(series)))
-        if frames_per_part > TOGETHER:
-            frames_per_part -= frames_per_part % TOGETHER
+        frames_per_part = part_length(series)
     if frames_per_part < 1:
         raise ArgumentError("frames_per_part", f"at least 1 is wanted, not {frames_per_part}")
+    return [min(frames_per_part, len(series) - start) for start in range(0, len(series), frames_per_part)]
+
+
+def parts_of(series: Series, lengths: Sequence[int], directory: PathLike, facts: Sequence[str]) -> list[Part]:
+    """Parts of these lengths. Their records have names that follow from the series and from the facts of what is done with
+    it."""
     parts = []
     common = [series.key(), *facts]
-    for start in range(0, len(series), frames_per_part):
-        stop = min(start + frames_per_part, len(series))
+    start = 0
+    for length in lengths:
+        stop = start + length
         key = hashlib.sha256(repr((series.identity(start, stop), common, start, stop)).encode()).hexdigest()[:32]
         parts.append(Part(start, stop, os.path.join(os.path.abspath(directory), key + ".json")))
+        start = stop
     return parts
 
 
@@ -120,11 +148,15 @@ class Team:
 
 def _on_threads(workers: int, tasks: Sequence[Task], finished: Finished) -> None:
     """All tasks on threads of this process; `finished` hears of each on the calling thread."""
-    graph = {("part", index): (task,) for index, task in enumerate(tasks)}
-    callback = library("dask.callbacks").Callback(posttask=lambda key, *_: finished(key[1]))
-    # Dask's own threads would work on after a failure, in a directory that is being removed.
-    with ThreadPoolExecutor(workers) as pool, callback:
-        library("dask.threaded").get(graph, list(graph), pool=pool)
+    pool = ThreadPoolExecutor(workers)
+    try:
+        futures = {pool.submit(task): index for index, task in enumerate(tasks)}
+        for future in as_completed(futures):
+            future.result()
+            finished(futures[future])
+    finally:
+        # After a failure those that have begun must not work on in a directory that is being removed.
+        pool.shutdown(cancel_futures=True)
 
 
 def _on_cluster(client: Any, tasks: Sequence[Task], finished: Finished) -> None:
@@ -148,11 +180,14 @@ def team(scheduler: Optional[str], workers: Optional[int]) -> Iterator[Team]:
     if scheduler is None:
         yield Team(partial(_on_threads, count), True)
     elif scheduler == "processes":
-        distributed = library("distributed")
+        dask, distributed = library("dask"), library("distributed")
+        # Where Dask has freed memory handed back to the system at once, every frame is worked on in fresh memory.
+        at_start = {**dask.config.get(_AT_START)}
+        at_start.pop("MALLOC_TRIM_THRESHOLD_", None)
         # Spelled out because a LocalCluster lets every host reach the ports of its web pages, also where it shows none.
         options: dict[str, Any] = {"host": "127.0.0.1", "dashboard": False, "dashboard_address": "127.0.0.1:0"}
         of_worker = {**options, "nthreads": 1, "memory_limit": None, "silence_logs": "CRITICAL"}
-        with distributed.SpecCluster(
+        with dask.config.set({_AT_START: at_start}), distributed.SpecCluster(
             scheduler={"cls": distributed.Scheduler, "options": {**options, "port": 0}},
             workers=dict.fromkeys(range(count), {"cls": distributed.Nanny, "options": of_worker}),
             silence_logs="CRITICAL",
@@ -208,14 +243,15 @@ def run_parts(
     resume: bool,
     on_error: str,
     progress: Optional[Progress],
+    report: Optional[Report] = None,
 ) -> Report:
     """Call `work(series, part, on_error, *arguments)` for every part that has no record yet.
 
     A part that was on a worker that died is done again elsewhere. With on_error "raise" the first failure ends it all;
-    the parts that are done keep their records.
+    the parts that are done keep their records. A `report` that is given is up to date then too.
     """
     begun = time.monotonic()
-    report = Report(len(series))
+    said = Report(len(series)) if report is None else report
     open_parts = []
     for part in parts:
         failed = read_record(part) if resume else None
@@ -224,19 +260,20 @@ def run_parts(
                 os.unlink(part.record)
             open_parts.append(part)
         else:
-            report.resumed += part.stop - part.start - len(failed)
-            report.failed += failed
+            said.resumed += part.stop - part.start - len(failed)
+            said.failed += failed
 
     def finished(index: int) -> None:
         part = open_parts[index]
         failed = read_record(part)
         if failed is None:
             raise RuntimeError(f"{part.record} is missing: do all workers see this directory?")
-        report.failed += failed
-        report.done += part.stop - part.start - len(failed)
+        said.failed += failed
+        said.done += part.stop - part.start - len(failed)
+        said.seconds = time.monotonic() - begun
         if progress is not None:
-            seen = report.done + report.resumed + len(report.failed)
-            progress(seen, len(series), time.monotonic() - begun)
+            seen = said.done + said.resumed + len(said.failed)
+            progress(seen, len(series), said.seconds)
 
     if workers.is_here:
         workers.do([partial(work, series, part, on_error, *arguments) for part in open_parts], finished)
@@ -246,8 +283,8 @@ def run_parts(
             workers.do([partial(_do_part, job, part) for part in open_parts], finished)
         finally:
             os.unlink(job)
-    report.seconds = time.monotonic() - begun
-    return report
+    said.seconds = time.monotonic() - begun
+    return said
 
 
 def fail(error: FrameError, on_error: str, failed: list[tuple[str, str]]) -> None:

@@ -6,7 +6,6 @@ import hashlib
 import json
 import os
 import subprocess
-import tempfile
 from collections.abc import Mapping, Sequence
 from pathlib import Path
 from typing import Any, Optional, Union
@@ -22,6 +21,7 @@ from koimproc.series._engine import (
     Report,
     bytes_of_frame,
     check_engine,
+    even_lengths,
     fail,
     frames_of,
     need_camera_samples,
@@ -30,7 +30,7 @@ from koimproc.series._engine import (
     team,
     write_record,
 )
-from koimproc.series._files import PathLike, replacing
+from koimproc.series._files import PathLike, replacing, scratch_directory
 from koimproc.series._results import Files, Stack, write_frame
 from koimproc.series._series import Series
 from koimproc.series._sources import FrameError, tool
@@ -116,7 +116,7 @@ def _run_part(
     failed: list[tuple[str, str]] = []
 
     made = []
-    with tempfile.TemporaryDirectory(prefix="koimproc-") as scratch:
+    with scratch_directory() as scratch:
         inputs = _inputs_of(series, part, on_error, results.names, defects, scratch, failed)
         outcomes = _tool_run(recipe, list(inputs), results, scratch) if inputs else []
         for outcome in outcomes:
@@ -160,7 +160,7 @@ def _facts_of(recipe: str) -> tuple[list[str], str]:
 def _create(stack: Stack, recipe: str, series: Series, on_error: str, defects: Optional[str]) -> None:
     """Makes the array for the results: the first frame that can be worked on tells of what kind they are."""
     for index in range(len(series)):
-        with tempfile.TemporaryDirectory(prefix="koimproc-") as scratch:
+        with scratch_directory() as scratch:
             part, failed = Part(index, index + 1, ""), list[tuple[str, str]]()
             inputs = _inputs_of(series, part, on_error, stack.names, defects, scratch, failed)
             outcomes = _tool_run(recipe, list(inputs), stack, scratch) if inputs else []
@@ -191,6 +191,7 @@ def run(
     resume: bool = False,
     progress: Optional[Progress] = None,
     defects: Optional[npt.NDArray[np.bool_]] = None,
+    report: Optional[Report] = None,
 ) -> Report:
     """Apply a recipe of `ko run` to every frame. The results are the files that `ko run` writes, byte for byte.
 
@@ -216,6 +217,9 @@ def run(
         Leave out parts whose results are in `out` already, from the same frames, the same recipe and the same parts.
     defects : array of bool, optional
         Of shape (rows, columns), such as `find_defects` makes: pixels that `correct_defects` replaces before.
+    report : Report, optional
+        Filled while the work goes on and returned: ``Report(len(series))`` of the caller says how far a run came that
+        raises.
 
     Raises
     ------
@@ -246,12 +250,13 @@ def run(
         return run_parts(
             engine,
             series,
-            parts_of(series, frames_per_part, records, facts),
+            parts_of(series, even_lengths(series, frames_per_part), records, facts),
             _run_part,
             (path, results, map_file),
             resume=resume,
             on_error=on_error,
             progress=progress,
+            report=report,
         )
 
 

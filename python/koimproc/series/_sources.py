@@ -9,7 +9,6 @@ import os
 import re
 import shutil
 import subprocess
-import tempfile
 from collections.abc import Callable, Iterator, Sequence
 from contextlib import AbstractContextManager, ExitStack, contextmanager
 from functools import lru_cache
@@ -21,6 +20,7 @@ import numpy.typing as npt
 
 from koimproc._io import read_fits
 from koimproc._memory import empty
+from koimproc.series._files import scratch_directory
 
 Array = npt.NDArray[Any]
 Read = Callable[[int], Array]
@@ -164,7 +164,7 @@ class FilesSource(Source):
         if ending in FITS:
             samples, pattern = read_fits(path)
             return samples, (None, pattern)
-        with tempfile.TemporaryDirectory() as directory:
+        with scratch_directory() as directory:
             mosaic = os.path.join(directory, "mosaic.tif")
             command = [tool(), "unpack", path, "-o", mosaic, "--quiet"]
             done = subprocess.run(command, stdin=subprocess.DEVNULL, capture_output=True, text=True)

@@ -5,11 +5,11 @@ from __future__ import annotations
 import json
 import os
 import secrets
-import tempfile
 from collections.abc import Callable, Sequence
 from contextlib import ExitStack
 from functools import partial
 from queue import LifoQueue
+from threading import Lock
 from typing import Any, Optional, Union
 
 import numpy as np
@@ -19,7 +19,7 @@ from koimproc._errors import ArgumentError
 from koimproc._frame import Frame
 from koimproc._stats import minmax, moments
 from koimproc._threads import threads
-from koimproc.series._accumulator import Accumulator
+from koimproc.series._accumulator import Accumulator, Prepared, joined
 from koimproc.series._engine import (
     TOGETHER,
     Part,
@@ -28,96 +28,96 @@ from koimproc.series._engine import (
     Team,
     bytes_of_frame,
     check_engine,
+    even_lengths,
     fail,
     frames_of,
     need_camera_samples,
+    part_length,
     parts_of,
     run_parts,
+    shrinking_lengths,
     team,
     write_record,
 )
-from koimproc.series._files import PathLike, replacing
+from koimproc.series._files import PathLike, replacing, scratch_directory
 from koimproc.series._series import Series
 
-# Bytes of the frames that are added in one call: by one thread, by each of several, and by a process. To add eight frames
-# takes 1.7 times as long as to add two.
-_ALONE_BYTES, _SHARED_BYTES, _OWN_BYTES = 256 << 20, 128 << 20, 64 << 20
+# Bytes of the frames that are added in one call, by the threads of this process together and by each of several processes.
+# To add eight frames takes 1.7 times as long as to add two.
+_SHARED_BYTES, _OWN_BYTES = 256 << 20, 64 << 20
 # Threads that share an accumulator: adding takes a small part of their time, and accumulators are large.
 _SHARING = 4
 # Accumulators that one task merges.
 _MERGED = 16
+# Frames of the shortest parts that threads get, towards the end.
+_LEAST = 4
 # Values of the Laplacian whose squares are summed up in one go: the sum is exact in a double.
 _BENDS = 1 << 16
 
 
-def _add_frames(
-    series: Series, part: Part, on_error: str, like: Accumulator, add: Callable[..., None], most: int
-) -> list[tuple[str, str]]:
-    """Adds the frames of a part, at most so many bytes in one call; those that fail are returned."""
-    failed: list[tuple[str, str]] = []
-    group: list[tuple[int, Any]] = []
+class _Gathering:
+    """Accumulators that threads share. Frames are added to them in groups, whichever thread has brought them."""
 
-    def add_group() -> None:
+    def __init__(self, like: Accumulator, series: Series, accumulators: int, most: int) -> None:
+        fit = max(1, min(TOGETHER, most // bytes_of_frame(series)))
+        self._together = 1 << (fit.bit_length() - 1)  # what the library adds in one go
+        self._like = like
+        self._group: list[Prepared] = []
+        self._grouping = Lock()
+        self._free: LifoQueue[Accumulator] = LifoQueue()
+        for _ in range(accumulators):
+            self._free.put(like.empty())
+
+    def add(self, frame: Any) -> None:
+        """Adds a frame, at once or with the next ones. One that does not fit is refused at once."""
+        prepared = self._like._prepared([frame])
+        with self._grouping:
+            self._group.append(prepared)
+            if len(self._group) < self._together:
+                return
+            # Where all accumulators are in use, those who bring further frames wait too: so memory is bounded.
+            sums = self._free.get()
+            group, self._group = self._group, []
         try:
-            add(*(frame for _, frame in group))
-        except ArgumentError:
-            errors = [series.beyond_depth(index, frame) for index, frame in group]
-            if not any(errors):
-                raise
-            for error in filter(None, errors):
-                fail(error, on_error, failed)
-            add(*(frame for (_, frame), error in zip(group, errors) if error is None))
-        group.clear()
+            sums._take(joined(group))
+        finally:
+            self._free.put(sums)
 
-    fit = max(1, min(TOGETHER, most // bytes_of_frame(series)))
-    together = 1 << (fit.bit_length() - 1)  # what the library adds in one go
-    with threads(1):
-        # Who counts levels finds samples beyond the depth on the way.
-        for numbered in frames_of(series, part, on_error, failed, any_depth="hist" in like.what):
-            group.append(numbered)
-            if len(group) == together:
-                add_group()
-        add_group()
-    return failed
+    def add_part(self, series: Series, part: Part, on_error: str) -> list[tuple[str, str]]:
+        """Adds the frames of a part; those that fail are returned."""
+        failed: list[tuple[str, str]] = []
+        with threads(1):
+            # Who counts levels finds samples beyond the depth on the way.
+            for index, frame in frames_of(series, part, on_error, failed, any_depth="hist" in self._like.what):
+                try:
+                    self.add(frame)
+                except ArgumentError:
+                    error = series.beyond_depth(index, frame)
+                    if error is None:
+                        raise
+                    fail(error, on_error, failed)
+        return failed
+
+    def accumulate_part(self, series: Series, part: Part, on_error: str) -> None:
+        write_record(part, self.add_part(series, part, on_error), durable=False)
+
+    def merged(self) -> Accumulator:
+        """Everything that was added, when no thread adds any more."""
+        total = self._free.get()
+        if self._group:
+            total._take(joined(self._group))
+            self._group = []
+        while not self._free.empty():
+            total.merge(self._free.get())
+        return total
 
 
 def _accumulate_part(series: Series, part: Part, on_error: str, like: Accumulator, durable: bool) -> None:
     """An accumulator of a part's frames, in a file."""
-    sums = like.empty()
-    failed = _add_frames(series, part, on_error, like, sums.add, _OWN_BYTES)
-    sums.save(_sums_of(part), durable=durable)
+    gathering = _Gathering(like, series, 1, _OWN_BYTES)
+    failed = gathering.add_part(series, part, on_error)
+    gathering.merged().save(_sums_of(part), durable=durable)
     write_record(part, failed, [_sums_of(part)], durable)
-
-
-class _Pool:
-    """Accumulators that the threads of this process share, and nothing in files."""
-
-    def __init__(self, like: Accumulator, count: int) -> None:
-        self._like = like
-        self._most = _ALONE_BYTES if count == 1 else _SHARED_BYTES
-        self._free: LifoQueue[Accumulator] = LifoQueue()
-        for _ in range(-(-count // _SHARING)):
-            self._free.put(like.empty())
-
-    def _add(self, *frames: Any) -> None:
-        if not frames:
-            return
-        prepared = self._like._prepared(frames)
-        sums = self._free.get()
-        try:
-            sums._take(prepared)
-        finally:
-            self._free.put(sums)
-
-    def accumulate_part(self, series: Series, part: Part, on_error: str) -> None:
-        failed = _add_frames(series, part, on_error, self._like, self._add, self._most)
-        write_record(part, failed, durable=False)
-
-    def merged(self) -> Accumulator:
-        total = self._free.get()
-        while not self._free.empty():
-            total.merge(self._free.get())
-        return total
 
 
 def _sums_of(part: Part) -> str:
@@ -145,11 +145,19 @@ def _merged(engine: Team, paths: Sequence[str], directory: PathLike) -> list[str
     return list(paths)
 
 
-def _part_length(series: Series, like: Accumulator, parts: int) -> int:
-    """Frames of a part whose accumulator goes to a file: enough that their samples are ten times as many bytes, but not so
-    many that there are fewer than some parts."""
-    ratio = like.sample_bytes(series.dtype) / series.dtype.itemsize
-    return max(1, min(round(10 * ratio), -(-len(series) // parts)))
+def _lengths(
+    series: Series, like: Accumulator, scheduler: Optional[str], workers: int, in_files: bool, durable: bool
+) -> list[int]:
+    """Lengths of parts. Where the accumulator of a part goes to a file, its frames have many times as many bytes."""
+    ten_times = max(1, round(10 * like.sample_bytes(series.dtype) / series.dtype.itemsize))
+    if not in_files:
+        return shrinking_lengths(len(series), part_length(series), min(_LEAST, part_length(series)), workers)
+    if scheduler == "processes" and not durable:
+        # To write and to merge an accumulator takes as long as some ten frames. All processes get as many parts.
+        rounds = -(-len(series) // (2 * ten_times * workers))
+        return even_lengths(series, -(-len(series) // (rounds * workers)))
+    # Those who resume may have other workers then, and are to have the same parts.
+    return even_lengths(series, min(ten_times, -(-len(series) // 8)))
 
 
 def accumulate(
@@ -178,9 +186,9 @@ def accumulate(
     workers : int, optional
         How many threads or processes; as many as there are processors unless given. A cluster has its own.
     frames_per_part : int, optional
-        Frames of a task. Unless given, as many as 256 MiB hold, at most 64; where parts go to files, that is with
-        processes, a cluster or `work`, as many as have ten times the bytes of the sums, but at most an eighth of all, or the
-        share of one of the processes.
+        Frames of a task. Unless given, as many as 256 MiB hold, at most 64, and fewer towards the end. Where parts go to
+        files, as many as have ten times the bytes of the sums, but at most an eighth of all; with processes and without
+        `work` twice as many, but all processes get equally many parts.
     on_error : {"raise", "skip"}
         What a frame does that cannot be read, or has samples beyond the depth: raise `FrameError`, or be left out and
         named in the report.
@@ -200,18 +208,20 @@ def accumulate(
     durable = work is not None
     with ExitStack() as stack:
         if work is None:
-            work = stack.enter_context(tempfile.TemporaryDirectory(prefix="koimproc-"))
+            work = stack.enter_context(scratch_directory())
         os.makedirs(work, exist_ok=True)
         with team(scheduler, workers) as engine:
-            pool = None if durable or not engine.is_here else _Pool(total, workers or os.cpu_count() or 1)
+            count = workers or os.cpu_count() or 1
+            pool = None
             work_on_part: Callable[..., None] = _accumulate_part
-            if pool is not None:
+            if engine.is_here and not durable:
+                pool = _Gathering(total, series, -(-count // _SHARING), _SHARED_BYTES)
                 work_on_part = pool.accumulate_part
-            elif frames_per_part is None:
-                # Those who resume may have other workers then, and are to have the same parts.
-                here = scheduler == "processes" and not durable
-                frames_per_part = _part_length(series, total, (workers or os.cpu_count() or 1) if here else 8)
-            parts = parts_of(series, frames_per_part, work, ["accumulate", *sorted(what), str(level)])
+            if frames_per_part is None:
+                lengths = _lengths(series, total, scheduler, count, pool is None, durable)
+            else:
+                lengths = even_lengths(series, frames_per_part)
+            parts = parts_of(series, lengths, work, ["accumulate", *sorted(what), str(level)])
             report = run_parts(
                 engine,
                 series,
@@ -224,7 +234,7 @@ def accumulate(
             )
             sums = []
             if pool is None:
-                merging = stack.enter_context(tempfile.TemporaryDirectory(prefix=".merge-", dir=work))
+                merging = stack.enter_context(scratch_directory(work))
                 sums = _merged(engine, [_sums_of(part) for part in parts], merging)
         # Now that the processes are gone, and their memory.
         total = _sum_of_files(sums) if pool is None else pool.merged()
@@ -318,8 +328,8 @@ def describe(
     """
     need_camera_samples(series)
     check_engine(scheduler, workers, on_error)
-    with tempfile.TemporaryDirectory(prefix="koimproc-") as work:
-        parts = parts_of(series, frames_per_part, work, ["describe"])
+    with scratch_directory() as work:
+        parts = parts_of(series, even_lengths(series, frames_per_part), work, ["describe"])
         with team(scheduler, workers) as engine:
             report = run_parts(
                 engine, series, parts, _describe_part, (), resume=False, on_error=on_error, progress=progress
