@@ -55,7 +55,8 @@ setup(
     package_dir={"": "python"},
     package_data={"koimproc": ["*.pyi", "py.typed"]},
     ext_modules=[Extension("koimproc.native", [])],
-    entry_points={"console_scripts": ["koimproc-series = koimproc.series.__main__:main"]},
+    # An entry point would import the package before it could hear of Ctrl-C.
+    scripts=["packaging/python/koimproc-series"],
     cmdclass={"build_ext": CMakeBuild},
     options={"build": {"build_base": "build/pip"}, "egg_info": {"egg_base": "build/pip"}},
 )

@@ -17,6 +17,21 @@ from koimproc import series as ks
 from koimproc.series.__main__ import arguments
 from koimproc.series._recipe import workers_within
 
+# A tool that works on all frames but this one.
+SLOW_TOOL = """#!/bin/sh
+case "$*" in
+    *dark11.tif*) exec sleep 1000;;
+esac
+exec "$REAL_TOOL" "$@"
+"""
+SCRIPT = Path(__file__).parents[2] / "packaging/python/koimproc-series"
+
+
+def wait_for_a_part(program):
+    while "remaining" not in program.stderr.readline():
+        assert program.poll() is None
+
+
 class TestRun:
     RECIPE = {"operations": [{"op": "demosaic"}, {"op": "median", "radius": 1}], "output": {"format": "png"}}
 
@@ -53,7 +68,7 @@ class TestRun:
         command = [sys.executable, "-m", "koimproc.series", str(recipe), *series.names, "-o", str(out), "--resume",
                    "--frames-per-part", "4", "--workers", "2", "--report", str(tmp_path / "report.json")]
         killed = subprocess.Popen(command, stderr=subprocess.PIPE, text=True)
-        killed.stderr.readline()  # the first part is done
+        wait_for_a_part(killed)
         killed.kill()
         killed.communicate()
         subprocess.run(command, check=True, capture_output=True, timeout=300)
@@ -236,15 +251,54 @@ class TestCommand:
     @pytest.mark.parametrize("scheduler", [(), ("--scheduler", "processes")])
     def test_ctrl_c_says_how_to_go_on(self, scheduler, tmp_path):
         series = stored("tiff files", frames_of(12, (64, 64)), tmp_path)
-        command = [sys.executable, "-m", "koimproc.series", self.recipe(tmp_path), *series.names, "-o",
-                   str(tmp_path / "out"), "--frames-per-part", "1", "--workers", "1", *scheduler]
-        running = subprocess.Popen(command, stderr=subprocess.PIPE, stdout=subprocess.PIPE, text=True, start_new_session=True)
-        running.stderr.readline()
+        tool = tmp_path / "slow-ko"
+        tool.write_text(SLOW_TOOL)
+        tool.chmod(0o755)
+        command = [sys.executable, SCRIPT, self.recipe(tmp_path), *series.names, "-o", str(tmp_path / "out"),
+                   "--frames-per-part", "1", "--workers", "1", "--report", str(tmp_path / "report.json"), *scheduler]
+        running = subprocess.Popen(command, stderr=subprocess.PIPE, stdout=subprocess.PIPE, text=True, start_new_session=True,
+                                   env={**os.environ, "KO_TOOL": str(tool), "REAL_TOOL": os.environ["KO_TOOL"]})
+        wait_for_a_part(running)
         os.killpg(running.pid, signal.SIGINT)  # as a terminal does
         _, said = running.communicate(timeout=300)
-        assert running.returncode == 130 and "--resume" in said and "Traceback" not in said
+        assert running.returncode == 130 and "Traceback" not in said, said
+        assert said.splitlines()[-1] == "koimproc-series: interrupted; --resume goes on from here"
+        report = json.loads((tmp_path / "report.json").read_text())
+        assert report["done"] >= 1 and report["frames"] == 12 and report["error"].startswith("interrupted")
         again = subprocess.run([*command, "--resume"], capture_output=True, text=True, timeout=300)
         assert again.returncode == 0 and len(bytes_in(tmp_path / "out")) == 12
+        report = json.loads((tmp_path / "report.json").read_text())
+        assert report["resumed"] >= 1 and report["resumed"] + report["done"] == 12 and report["error"] is None
+
+    def test_ctrl_c_is_heard_while_the_program_is_loaded(self, tmp_path):
+        (tmp_path / "koimproc").mkdir()
+        (tmp_path / "koimproc/__init__.py").write_text("import os, signal, time\n"
+                                                       "os.kill(os.getpid(), signal.SIGINT)\ntime.sleep(1000)\n")
+        done = subprocess.run([sys.executable, SCRIPT], capture_output=True, text=True, timeout=300,
+                              env={**os.environ, "PYTHONPATH": str(tmp_path)})
+        assert (done.returncode, done.stderr) == (130, "koimproc-series: interrupted\n")
+
+    def test_the_report_of_a_run_that_fails_says_why(self, tmp_path):
+        series = stored("tiff files", frames_of(4, (16, 20)), tmp_path)
+        (tmp_path / "dark2.tif").write_bytes(b"II*\0")
+        report = tmp_path / "report.json"
+        options = ("-o", tmp_path / "out", "--workers", 1, "--frames-per-part", 1, "--report", report)
+        done = self.call(tmp_path, *series.names, *options)
+        said = json.loads(report.read_text())
+        assert done.returncode == 1 and done.stderr.endswith(f"koimproc-series: {said['error']}\n")
+        assert (said["frames"], said["done"], [Path(bad["frame"]).name for bad in said["failed"]]) == (4, 2, ["dark2.tif"])
+        assert said["error"].startswith(series.names[2])
+        self.call(tmp_path, tmp_path / "no*.tif", *options)
+        said = json.loads(report.read_text())
+        assert (said["frames"], said["done"]) == (0, 0) and "no such files" in said["error"]
+        self.call(tmp_path, *series.names, *options, "--on-error", "skip")
+        said = json.loads(report.read_text())
+        assert (said["done"], len(said["failed"]), said["error"]) == (3, 1, None)
+
+    def test_a_report_that_cannot_be_written_fails(self, tmp_path):
+        names = stored("tiff files", frames_of(1, (16, 20)), tmp_path).names
+        done = self.call(tmp_path, *names, "-o", tmp_path / "out", "--report", "/proc/report.json")
+        assert done.returncode == 1 and done.stderr.endswith("koimproc-series: /proc/report.json: No such file or directory\n")
 
     def test_the_manual_page_names_every_option(self):
         page = (Path(__file__).parents[2] / "packaging/python/koimproc-series.1").read_text().replace("\\-", "-")

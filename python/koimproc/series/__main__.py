@@ -10,10 +10,11 @@ from typing import Optional
 
 from koimproc import __version__
 from koimproc._errors import SampleTypeError
+from koimproc.series._engine import Report
 from koimproc.series._files import replacing
 from koimproc.series._recipe import run
 from koimproc.series._series import open_series
-from koimproc.series._sources import library, reason
+from koimproc.series._sources import FrameError, library, reason
 
 
 class _Line:
@@ -70,44 +71,68 @@ def _sentence(error: Exception) -> str:
     return reason(error)
 
 
+def _work(options: argparse.Namespace, report: Report) -> None:
+    inputs = options.inputs[0] if len(options.inputs) == 1 else options.inputs
+    series = open_series(inputs, dataset=options.dataset, bits=options.bits, bayer=options.bayer)
+    report.frames = len(series)
+    run(
+        options.recipe,
+        series,
+        options.output,
+        scheduler=options.scheduler,
+        workers=options.workers,
+        memory=options.memory,
+        frames_per_part=options.frames_per_part,
+        on_error=options.on_error,
+        resume=options.resume,
+        progress=None if options.quiet else _Line(),
+        report=report,
+    )
+
+
+def _worked(options: argparse.Namespace, report: Report) -> int:
+    """The exit status of the work; the report has what ended it."""
+    try:
+        _work(options, report)
+    except KeyboardInterrupt:
+        report.error = "interrupted; --resume goes on from here"
+        return 130
+    except (OSError, ImportError, MemoryError, RuntimeError) as error:
+        report.error = _sentence(error)
+        if isinstance(error, FrameError):
+            report.failed.append((error.name, error.message))
+        return 1
+    except (ValueError, SampleTypeError) as error:
+        report.error = str(error)
+        return 2
+    return 1 if report.failed else 0
+
+
 def main(given: Optional[Sequence[str]] = None) -> int:
     """The program; returns its exit status: 0, 1 for failures, 2 for wrong arguments, 130 after Ctrl-C."""
     parser = arguments()
     options = parser.parse_args(given)
     if options.report and not os.path.isdir(os.path.dirname(os.path.abspath(options.report))):
         parser.error(f"argument --report: no such directory: {os.path.dirname(options.report)}")
-    try:
-        inputs = options.inputs[0] if len(options.inputs) == 1 else options.inputs
-        series = open_series(inputs, dataset=options.dataset, bits=options.bits, bayer=options.bayer)
-        report = run(
-            options.recipe,
-            series,
-            options.output,
-            scheduler=options.scheduler,
-            workers=options.workers,
-            memory=options.memory,
-            frames_per_part=options.frames_per_part,
-            on_error=options.on_error,
-            resume=options.resume,
-            progress=None if options.quiet else _Line(),
-        )
-        if options.report:
+    report = Report(0)
+    status = _worked(options, report)
+    if report.error is None:
+        for name, message in sorted(report.failed):
+            print(f"koimproc-series: {name}: {message}", file=sys.stderr)
+    else:
+        # Below the line of the progress, and what the terminal shows of Ctrl-C.
+        below = "\n" if status == 130 and sys.stderr.isatty() else ""
+        print(f"{below}koimproc-series: {report.error}", file=sys.stderr)
+    if options.report:
+        try:
             with replacing(options.report) as file:
                 file.write(report.json().encode())
-    except KeyboardInterrupt:
-        print("\nkoimproc-series: interrupted; --resume goes on from here", file=sys.stderr)
-        return 130
-    except (OSError, ImportError, MemoryError, RuntimeError) as error:
-        print(f"koimproc-series: {_sentence(error)}", file=sys.stderr)
-        return 1
-    except (ValueError, SampleTypeError) as error:
-        print(f"koimproc-series: {error}", file=sys.stderr)
-        return 2
-    for name, message in sorted(report.failed):
-        print(f"koimproc-series: {name}: {message}", file=sys.stderr)
-    if not options.quiet:
+        except OSError as error:
+            print(f"koimproc-series: {_sentence(error)}", file=sys.stderr)
+            return status or 1
+    if report.error is None and not options.quiet:
         print(f"{report.done} of {report.frames} frames in {report.seconds:.3f} s, {report.resumed} there already")
-    return 1 if report.failed else 0
+    return status
 
 
 if __name__ == "__main__":
