@@ -33,6 +33,21 @@ def _openimageio() -> Any:
         raise ImportError("imread needs OpenImageIO for Python: Debian's package python3-openimageio") from None
 
 
+def _raw_endings(oiio: Any) -> list[str]:
+    """The endings of raw files. OpenImageIO takes those that LibRaw cannot decode for TIFF files, whose samples are then
+    wrong."""
+    for entry in oiio.get_string_attribute("extension_list").split(";"):
+        kind, _, endings = entry.partition(":")
+        if kind == "raw":
+            return list(endings.split(","))
+    return []
+
+
+def _require_file(name: str) -> None:
+    """What does not exist, or is a folder, has an exception of its own."""
+    open(name, "rb").close()
+
+
 def read_fits(path: str) -> tuple[Array, str | None]:
     """The first image of a FITS file, its first row as row 0 and the planes of a cube as channels, and its pattern."""
     try:
@@ -95,11 +110,14 @@ def imread(path: str | os.PathLike[str]) -> Frame:
             raise OSError(f"{name}: {error}") from None
         return _frame(samples, 1, None, name, pattern)
     oiio = _openimageio()
+    if Path(name).suffix[1:].lower() in _raw_endings(oiio):
+        _require_file(name)
+        return _read_raw(name)
     as_stored = oiio.ImageSpec()
     as_stored.attribute("oiio:UnassociatedAlpha", 1)
     opened = oiio.ImageInput.open(name, as_stored)
     if opened is None:
-        open(name, "rb").close()  # what does not exist, or is a folder, has an exception of its own
+        _require_file(name)
         raise OSError(f"{name}: {oiio.geterror().strip() or 'cannot be read'}")
     if opened.format_name() == "raw":
         opened.close()
@@ -161,5 +179,5 @@ def _read_raw(name: str) -> Frame:
             [tool, "unpack", name, "-o", mosaic, "--quiet"], stdin=subprocess.DEVNULL, capture_output=True, text=True
         )
         if done.returncode != 0:
-            raise OSError(f"{name}: {done.stderr.strip()}")
+            raise OSError(f"{name}: {done.stderr.strip().removeprefix('ko: ').removeprefix(f'{name}: ')}")
         return imread(mosaic)

@@ -56,6 +56,10 @@ def test_a_raw_file_is_its_mosaic(tmp_path, monkeypatch):
     (tmp_path / "b.dng").write_bytes(dng(32, 24, a.ravel().tolist(), "gbrg")[:900])
     with pytest.raises(OSError):
         ko.imread(tmp_path / "b.dng")
+    # It is a TIFF file too, and OpenImageIO would make something of it.
+    (tmp_path / "c.DNG").write_bytes(dng(32, 24, a.ravel().tolist(), "gbrg", more={259: (3, (5,))}))
+    with pytest.raises(OSError, match="c.DNG: its samples are compressed by LZW"):
+        ko.imread(tmp_path / "c.DNG")
 
 
 def test_files_that_cannot_be_read(tmp_path):

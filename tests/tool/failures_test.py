@@ -22,11 +22,11 @@ class BadInput(ToolTest):
         self.demosaic_fails("folder.png", "is a directory")
 
     def test_files_that_are_no_pictures(self):
-        for ending in ("png", "tif", "jpg", "exr", "fits", "dng", "nef", "txt", "gif"):
+        for ending in ("png", "tif", "jpg", "exr", "fits", "dng", "nef", "txt", "gif", "webp"):
             for content in (b"", b"hello, this is no picture at all\n" * 3):
                 name = self.write("text." + ending, content)
                 run = self.refuse("demosaic", name, "-o", "out.tif", names=name + ": ", says=": ")
-                self.assertRegex(run.stderr, "cannot be read as a (picture|camera raw): .")
+                self.assertRegex(run.stderr, "cannot be read as a (picture|camera raw): [^ :]")
 
     def test_files_that_end_early(self):
         samples = random_samples(64 * 64, 65535, 1)

@@ -3,6 +3,7 @@
 #include "cli/standard_error.h"
 #include "cli/transfer.h"
 
+#include <algorithm>
 #include <cctype>
 #include <new>
 
@@ -30,6 +31,7 @@ std::string causeOf(const std::string& text, const std::string& path)
           std::string("Could not open file: ")})
         if (const std::size_t at = line.find(noise); at != std::string::npos && !noise.empty())
             line.erase(at, noise.size());
+    line.erase(0, std::min(line.find_first_not_of(" :"), line.size()));
     return line.empty() ? "unknown cause" : line;
 }
 
