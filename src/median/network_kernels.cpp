@@ -23,8 +23,8 @@ namespace {
 namespace hn = hwy::HWY_NAMESPACE;
 
 /// Calls body(x) for vectors that cover first ... end - 1, at least one vector. All but the first and the
-/// last start at `aligned` plus whole vectors; these two overlap their neighbours where they have to. The body is
-/// called at one place only, since compilers do not unfold a large one at several.
+/// last start at `aligned` plus whole vectors; these two overlap their neighbours where they have to. There is
+/// one call only: a large body that is called at several places stays a function.
 template <class Body>
 HWY_INLINE void ForEachVector(std::int64_t first, std::int64_t end, std::int64_t aligned, std::int64_t lanes,
                               const Body& body) noexcept
@@ -145,15 +145,13 @@ private:
         return last + (last - reinterpret_cast<std::uintptr_t>(rows[kWindow - 2]));
     }
 
-    /// Asks for the memory that the sorting network would wait for: that of the next row at this sample, and where
-    /// medians go a little later. Line by line, the answers come while vectors are sorted; lines asked for at
-    /// once wait for each other.
+    /// Asks for memory that the network would wait for: the next row at this sample, and where medians go a little
+    /// later. A line at a time comes while vectors are sorted; many at once wait for each other.
     static HWY_INLINE void fetch(std::uintptr_t next, const std::uint8_t* dst, std::int64_t sample) noexcept
     {
-        constexpr std::uintptr_t bytesAhead = 2048;
         const std::uintptr_t offset = static_cast<std::uintptr_t>(sample) * sizeof(T);
         fetchLines<false>(next + offset, 1);
-        fetchLines<false>(reinterpret_cast<std::uintptr_t>(dst) + bytesAhead + offset, 1);
+        fetchLines<false>(reinterpret_cast<std::uintptr_t>(dst) + offset + 2048, 1);
     }
 
     /// Samples from the start of a cache line to `row`.
@@ -228,7 +226,7 @@ private:
     }
 
     /// The middle of nine: of the largest low, the middle middle and the smallest high of three columns. Sorting
-    /// each column for every window that it is in takes less time than to store it once and load it again.
+    /// a column for each of its windows takes less time than to store it once and load it again.
     void selectOfThree(const std::uint8_t* const* rows, std::uint8_t* dst, std::int64_t samples) noexcept
     {
         const V most = hn::Set(D(), m_most);
@@ -251,8 +249,7 @@ private:
                                       const std::uint8_t* bottom, std::int64_t x, V* v) noexcept
     {
         const V first = loadRow(top, x), second = loadRow(middle, x), third = loadRow(bottom, x);
-        const V low = hn::Min(first, second), high = hn::Max(first, second);
-        const V rest = hn::Min(high, third);
+        const V low = hn::Min(first, second), high = hn::Max(first, second), rest = hn::Min(high, third);
         v[0] = hn::Min(low, rest);
         v[1] = hn::Max(low, rest);
         v[2] = hn::Max(high, third);

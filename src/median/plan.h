@@ -3,9 +3,9 @@
 // Three engines find the medians, with the same bytes; `median.cpp` chooses one by radius and sample type.
 //
 // Radius 0 to 3, sorting networks (network*): every column of the windows of a row is sorted once, then
-// neighbours are merged (with three columns, sorting them again is faster). A network compares the same places whatever their values, so a vector of windows
-// goes through it at once, and windows side by side share most of it. It grows with the square of the
-// radius; from radius 4 on, its values no longer fit into the registers.
+// neighbours are merged. With three columns, sorting them again is faster. A network compares the same places
+// whatever their values, so a vector of windows goes through it at once, and windows side by side share most of
+// it. It grows with the square of the radius; from radius 4 on, its values no longer fit into the registers.
 //
 // Radius 4 to 9, tiles (tile*): the windows of 4 x 4 pixels share most of their samples, which are sorted
 // once for all of them. What is left is added while the tile is halved. It also grows with the radius, but

@@ -73,34 +73,58 @@ HWY_NOINLINE void Merge(List<T, kA, kPitchA> a, List<T, kB, kPitchB> b, T* to) n
     StoreRanks<Net, kFirst, (kPitch == 0 ? lanesOf<T> : kPitch)>(v, to, std::make_index_sequence<kCount>());
 }
 
-/// Merges a list with one or two samples.
-template <class T, int kCount, std::int64_t kPitch, std::size_t... kI>
-HWY_NOINLINE void Extend(List<T, kCount, kPitch> list, const std::array<const T*, sizeof...(kI)>& added,
-                         T* to, std::index_sequence<kI...>) noexcept
+/// Merges a list with two samples.
+template <class T, int kCount, std::int64_t kPitch>
+HWY_NOINLINE void Extend(List<T, kCount, kPitch> list, const std::array<const T*, 2>& added, T* to) noexcept
 {
-    constexpr int kAdded = sizeof...(kI);
-    using Net = Merging<kCount, kAdded>;
+    using Net = Merging<kCount, 2>;
     const hn::ScalableTag<T> d;
-    hn::Vec<decltype(d)> v[kCount + kAdded];
+    hn::Vec<decltype(d)> v[kCount + 2];
     LoadRanks(list, v, std::make_index_sequence<kCount>());
-    ((v[kCount + kI] = hn::LoadU(d, added[kI])), ...);
-    Apply<Sorting<kAdded>>(v + kCount);
+    v[kCount] = hn::LoadU(d, added[0]);
+    v[kCount + 1] = hn::LoadU(d, added[1]);
+    Apply<Sorting<2>>(v + kCount);
     Apply<Net>(v);
-    StoreRanks<Net, 0, lanesOf<T>>(v, to, std::make_index_sequence<kCount + kAdded>());
+    StoreRanks<Net, 0, lanesOf<T>>(v, to, std::make_index_sequence<kCount + 2>());
 }
 
-/// The middle of two lists together: the smallest of the largest of i samples of the one and the others of
-/// the other.
-template <class T, int kCount, std::int64_t kPitch, std::size_t... kI>
-HWY_NOINLINE void Select(List<T, kCount + 1> a, List<T, kCount, kPitch> b, T* to,
-                         std::index_sequence<kI...>) noexcept
+/// The middle of ranks kFirst ... kFirst + kCount + 1 of a merged sequence, a list and one sample together: the
+/// smallest of the largest of i values of the one and the others of the other. The sample takes its place in
+/// the list on the way.
+template <class Net, int kFirst, class V, class T, int kCount, std::int64_t kPitch, std::size_t... kI>
+HWY_INLINE V SelectMiddle(const V* merged, List<T, kCount, kPitch> list, V sample,
+                          std::index_sequence<kI...>) noexcept
 {
+    const auto rank = [merged](int i) { return merged[Net::network.order.places[kFirst + i]]; };
+    V below = LoadRank<kPitch>(list.first);
+    V result = hn::Min(rank(kCount + 1), hn::Max(rank(kCount), hn::Min(below, sample)));
+    const auto next = [&](int i) {
+        const V value = LoadRank<kPitch>(list.first + i * kPitch);
+        const V placed = hn::Max(below, hn::Min(value, sample));
+        result = hn::Min(result, hn::Max(rank(kCount - i), placed));
+        below = value;
+    };
+    (next(kI + 1), ...);
+    return hn::Min(result, hn::Max(rank(0), hn::Max(below, sample)));
+}
+
+/// Merges what two windows share, and finds the medians of both: each has a list and a sample beside that.
+template <int kFirst, class T, int kA, std::int64_t kPitchA, int kB, std::int64_t kPitchB, int kCount,
+          std::int64_t kPitch>
+HWY_NOINLINE void SelectTwo(List<T, kA, kPitchA> a, List<T, kB, kPitchB> b,
+                            const std::array<List<T, kCount, kPitch>, 2>& lists,
+                            const std::array<const T*, 2>& samples, const std::array<T*, 2>& to) noexcept
+{
+    using Net = Merging<kA, kB>;
     const hn::ScalableTag<T> d;
-    auto result = hn::Load(d, a.first + kCount * lanesOf<T>);
-    ((result = hn::Min(result, hn::Max(hn::Load(d, a.first + kI * lanesOf<T>),
-                                       LoadRank<kPitch>(b.first + (kCount - 1 - kI) * kPitch)))),
-     ...);
-    hn::Store(result, d, to);
+    hn::Vec<decltype(d)> v[kA + kB];
+    LoadRanks(a, v, std::make_index_sequence<kA>());
+    LoadRanks(b, v + kA, std::make_index_sequence<kB>());
+    Apply<Net>(v);
+    for (std::size_t i = 0; i < 2; ++i)
+        hn::Store(SelectMiddle<Net, kFirst>(v, lists[i], hn::LoadU(d, samples[i]),
+                                            std::make_index_sequence<kCount - 1>()),
+                  d, to[i]);
 }
 
 }  // namespace

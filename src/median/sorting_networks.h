@@ -1,6 +1,7 @@
 // Sorting and merging networks, made at compile time: lists of places to compare and exchange.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 
@@ -41,28 +42,11 @@ struct SortingNetwork {
     /// it. Works for any two lengths.
     constexpr Sequence merge(const Sequence& a, const Sequence& b)
     {
-        if (a.size == 0)
-            return b;
-        if (b.size == 0)
-            return a;
-        Sequence result;
-        if (a.size == 1 && b.size == 1) {
-            comparators[size++] = {a.at(0), b.at(0)};
-            result.append(a.at(0));
-            result.append(b.at(0));
-            return result;
-        }
-        const Sequence evens = merge(a.half(0), b.half(0)), odds = merge(a.half(1), b.half(1));
-        result.append(evens.at(0));
-        for (int i = 0; i < odds.size; ++i) {
-            result.append(odds.at(i));
-            if (i + 1 < evens.size) {
-                comparators[size++] = {odds.at(i), evens.at(i + 1)};
-                result.append(evens.at(i + 1));
-            }
-        }
-        if (evens.size > odds.size + 1)
-            result.append(evens.at(evens.size - 1));
+        Later later;
+        const Sequence result = merge(a, b, 0, later);
+        std::sort(later.comparators.begin(), later.comparators.begin() + later.size);
+        for (int i = 0; i < later.size; ++i)
+            comparators[size++] = later.comparators[static_cast<std::size_t>(i)].comparator;
         return result;
     }
 
@@ -76,6 +60,60 @@ struct SortingNetwork {
         }
         const Sequence left = sort(first, count / 2);
         return merge(left, sort(first + count / 2, count - count / 2));
+    }
+
+private:
+    /// Merges up to this length are made one after the other, each in registers. Those that join them run in step,
+    /// from the lowest rank up: each takes values that have just been made, instead of storing them all and
+    /// loading them again.
+    static constexpr int longestAlone = 16;
+
+    struct LaterComparator {
+        Comparator comparator;
+        int rank;   ///< of what it makes, among all
+        int depth;  ///< of the merge that it belongs to; what it needs is deeper
+
+        constexpr bool operator<(const LaterComparator& other) const
+        {
+            return rank != other.rank ? rank < other.rank : depth > other.depth;
+        }
+    };
+    struct Later {
+        std::array<LaterComparator, mostComparators> comparators{};
+        int size = 0;
+    };
+
+    constexpr Sequence merge(const Sequence& a, const Sequence& b, int depth, Later& later)
+    {
+        if (a.size == 0)
+            return b;
+        if (b.size == 0)
+            return a;
+        Sequence result;
+        if (a.size == 1 && b.size == 1) {
+            comparators[size++] = {a.at(0), b.at(0)};
+            result.append(a.at(0));
+            result.append(b.at(0));
+            return result;
+        }
+        const Sequence evens = merge(a.half(0), b.half(0), depth + 1, later);
+        const Sequence odds = merge(a.half(1), b.half(1), depth + 1, later);
+        result.append(evens.at(0));
+        for (int i = 0; i < odds.size; ++i) {
+            result.append(odds.at(i));
+            if (i + 1 < evens.size) {
+                const Comparator comparator{odds.at(i), evens.at(i + 1)};
+                if (a.size + b.size > longestAlone)
+                    later.comparators[static_cast<std::size_t>(later.size++)] = {comparator, i << depth,
+                                                                                 depth};
+                else
+                    comparators[size++] = comparator;
+                result.append(evens.at(i + 1));
+            }
+        }
+        if (evens.size > odds.size + 1)
+            result.append(evens.at(evens.size - 1));
+        return result;
     }
 };
 

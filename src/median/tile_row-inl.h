@@ -82,9 +82,9 @@ private:
         std::array<Sorted<T, kWindow - kAlong + 1 + half>, lines> crossing;
         Halves<!kDown, kAcross, half> next;
     };
-    /// Windows are left.
+    /// Pairs of windows are left.
     template <bool kDown>
-    struct Halves<kDown, 2, 1> {
+    struct Halves<kDown, 2, 2> {
     };
 
     struct Memory {
@@ -217,20 +217,24 @@ private:
     {
         using Whole = Part<kAlong, kAcross, kLinePitch, kCrossingPitch>;
         constexpr int half = kAlong / 2;
+        using Smaller = Core<half, kAcross>;
+        constexpr int dropped = Smaller::first - Core<kAlong, kAcross>::first;
         for (int behind = 0; behind < 2; ++behind) {
             const int firstAdded = behind ? kAlong - 1 : half - 1;
-            if constexpr (kAlong == 2 && kAcross == 1) {
-                const int along = part.along + behind;
-                const int x = kDown ? part.across : along, y = kDown ? along : part.across;
-                Select(part.core, part.lines[firstAdded], m_memory.medians[kSide * y + x],
-                       std::make_index_sequence<kWindow>());
+            const int place = placeOf(firstAdded, kAlong - 1, part.along);
+            const auto crossingSample = [&](int i, int k) {
+                const int across = placeOf(i, kAcross - 1, part.across);
+                return kDown ? sample(across, place + k) : sample(place + k, across);
+            };
+            if constexpr (kAlong == 2 && kAcross == 2) {
+                const auto median = [&](int i) {
+                    const int along = part.along + behind, across = part.across + i;
+                    return m_memory.medians[kDown ? kSide * along + across : kSide * across + along];
+                };
+                SelectTwo<dropped>(part.core, part.lines[firstAdded], part.crossing,
+                                   {crossingSample(0, 0), crossingSample(1, 0)}, {median(0), median(1)});
             } else {
-                using Smaller = Core<half, kAcross>;
-                constexpr int dropped = Smaller::first - Core<kAlong, kAcross>::first;
-                const int place = placeOf(firstAdded, kAlong - 1, part.along);
-                if constexpr (half == 1) {
-                    Merge<dropped, Smaller::count>(part.core, part.lines[firstAdded], halves.core.samples);
-                } else if constexpr (!kDown) {
+                if constexpr (!kDown) {
                     Merge<dropped, Smaller::count>(part.core, columnPair(place), halves.core.samples);
                 } else {
                     Merge<0, half * Whole::lineLength>(part.lines[firstAdded], part.lines[firstAdded + 1],
@@ -242,12 +246,8 @@ private:
                 Part<kAcross, half, lanes, kLinePitch> next{
                     part.across, part.along + behind * half, halves.core, {}, {}};
                 for (int i = 0; i < 2 * (kAcross - 1); ++i) {
-                    const int across = placeOf(i, kAcross - 1, part.across);
-                    std::array<const T*, half> samples;
-                    for (int k = 0; k < half; ++k)
-                        samples[k] = kDown ? sample(across, place + k) : sample(place + k, across);
-                    Extend(part.crossing[i], samples, halves.crossing[i].samples,
-                           std::make_index_sequence<half>());
+                    Extend(part.crossing[i], {crossingSample(i, 0), crossingSample(i, 1)},
+                           halves.crossing[i].samples);
                     next.lines[i] = halves.crossing[i];
                 }
                 for (int i = 0; i < half - 1; ++i) {
