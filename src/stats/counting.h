@@ -4,6 +4,7 @@
 
 #include "base/channels.h"
 #include "base/dispatch.h"
+#include "stats/gathering.h"
 #include "stats/select_kernels.h"
 #include "stats/tally_bands.h"
 
@@ -68,7 +69,7 @@ public:
              const std::uint8_t* mask) noexcept
     {
         if (step != 1) {
-            gather<T>(samples, step, count, m_buffer.data());
+            gatherChannel<T>(samples, step, count, m_buffer.data());
             samples = m_buffer.data();
         }
         if (mask != nullptr) {

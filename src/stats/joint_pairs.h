@@ -3,6 +3,7 @@
 
 #include "base/kernel_loops.h"
 #include "stats/counting.h"
+#include "stats/gathering.h"
 
 #include <ko/histogram_containers.h>
 
@@ -113,7 +114,7 @@ void forEachPairRun(const ChannelPair& pair, const Visit& visit)
                              Buffer& buffer) {
         if (step == 1)
             return samples;
-        gather<T>(samples, step, count, buffer.data());
+        gatherChannel<T>(samples, step, count, buffer.data());
         return static_cast<const std::uint8_t*>(buffer.data());
     };
     forEachRun<longestRun>(

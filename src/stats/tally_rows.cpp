@@ -1,4 +1,5 @@
 #include "base/channels.h"
+#include "stats/gathering.h"
 #include "stats/tally_bands.h"
 
 #include <algorithm>
@@ -42,8 +43,7 @@ void countAll(const SampleRows& rows, const TallyTarget& target, std::span<const
     tally.finish();
 }
 
-/// The only plane of a pattern that takes samples. Words cost less to bring together than to count with the
-/// others; bytes are counted in pairs, which costs the same.
+/// The only plane of a pattern that takes samples. They cost less to bring together than to count with the others.
 template <class T>
 void countOne(const SampleRows& rows, const TallyTarget& target, std::span<const int> planes,
               std::size_t place, TallyTables& tables) noexcept
@@ -58,7 +58,7 @@ void countOne(const SampleRows& rows, const TallyTarget& target, std::span<const
             rows.first + y * rows.stride + static_cast<std::int64_t>(place) * size;
         for (std::int64_t x = 0; x < pixels; x += longestRun) {
             const std::int64_t count = std::min(longestRun, pixels - x);
-            gather<T>(row + x * period * size, period, count, together.data());
+            gatherChannel<T>(row + x * period * size, period, count, together.data());
             tally.add(together.data(), count);
         }
     }
@@ -71,7 +71,7 @@ template <class T>
 void countRows(const SampleRows& rows, const TallyTarget& target, std::span<const int> planes,
                TallyTables& tables) noexcept
 {
-    if constexpr (sizeof(T) == 2) {
+    if constexpr (sizeof(T) <= 2) {
         const auto takes = [](int plane) { return plane >= 0; };
         const auto first = std::find_if(planes.begin(), planes.end(), takes);
         if (planes.size() > 1 && std::count_if(first, planes.end(), takes) == 1)
