@@ -2,6 +2,9 @@
 
 #include "base/image_view.h"
 #include "base/kernel_loops.h"
+#include "base/mask_groups.h"
+
+#include <algorithm>
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "masks/mask_kernels.cpp"
@@ -23,6 +26,23 @@ void ClearUnmaskedPixels(std::uint8_t* row, const std::uint8_t* mask, std::int64
     }
 }
 
+/// Pixels of any length. Groups that are kept as a whole are not touched.
+template <class T>
+void ClearUnmaskedGroups(std::uint8_t* row, const std::uint8_t* mask, std::int64_t width,
+                         std::int64_t channels) noexcept
+{
+    for (std::int64_t first = 0; first < width; first += maskGroupSize) {
+        const std::int64_t end = std::min(first + maskGroupSize, width);
+        if (end - first == maskGroupSize && maskGroupAt(mask + first) == MaskGroup::All)
+            continue;
+        for (std::int64_t x = first; x < end; ++x) {
+            const bool isKept = mask[x] != 0;
+            for (std::int64_t i = x * channels; i < (x + 1) * channels; ++i)
+                storeSample<T>(row, i, isKept ? loadSample<T>(row, i) : T{0});
+        }
+    }
+}
+
 template <class T>
 void ClearUnmaskedRowOf(std::uint8_t* row, const std::uint8_t* mask, std::int64_t width,
                         std::int64_t channels) noexcept
@@ -36,12 +56,7 @@ void ClearUnmaskedRowOf(std::uint8_t* row, const std::uint8_t* mask, std::int64_
         if (channels == 4)
             return ClearUnmaskedPixels<T, 4>(row, mask, width);
     }
-    for (std::int64_t x = 0; x < width; ++x) {
-        if (mask[x] != 0)
-            continue;
-        for (std::int64_t c = 0; c < channels; ++c)
-            storeSample<T>(row, x * channels + c, T{0});
-    }
+    ClearUnmaskedGroups<T>(row, mask, width, channels);
 }
 
 template <class T>

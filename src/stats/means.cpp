@@ -6,6 +6,7 @@
 #include "base/image_view.h"
 #include "base/joined_rows.h"
 #include "stats/moment_kernels.h"
+#include "stats/selected_pixels.h"
 #include "stats/square_kernels.h"
 #include "stats/sum_kernels.h"
 
@@ -135,20 +136,6 @@ MaskedSum maskedSum(const SxImageBuf& src, std::int64_t channel, const SxImageBu
     return sum;
 }
 
-/// Calls `visit(row, x)` for every selected pixel in raster order.
-template <class Visit>
-void forEachSelected(const SxImageBuf& src, const SxImageBuf& mask, const Visit& visit)
-{
-    for (std::int64_t y = 0; y < src.height; ++y) {
-        const std::uint8_t* const row = rowOf(src, y);
-        const std::uint8_t* const marks = rowOf(mask, y);
-        for (std::int64_t x = 0; x < src.width; ++x) {
-            if (marks[x] != 0)
-                visit(row, x);
-        }
-    }
-}
-
 /// Samples so narrow that sums of them are exact in integers, and so in double step by step.
 template <class T>
 inline constexpr bool isNarrow = std::is_integral_v<T> && sizeof(T) <= 2;
@@ -171,12 +158,10 @@ template <class T>
 double addSquares(double sum, const std::uint8_t* row, const std::uint8_t* mask, std::int64_t width,
                   double mean)
 {
-    for (std::int64_t x = 0; x < width; ++x) {
-        if (mask[x] == 0)
-            continue;
+    forEachNearSelected(mask, width, [&](std::int64_t x, bool isSelected) {
         const double distance = static_cast<double>(loadSample<T>(row, x)) - mean;
-        sum += distance * distance;
-    }
+        sum += addend(distance * distance, isSelected);
+    });
     return sum;
 }
 
@@ -229,10 +214,9 @@ Spread spreadOf(const SxImageBuf& src, const SxImageBuf& mask)
         mean = meanOf<T>(total);
         squares = sumOfSquares<T>(src, mask, mean, total.highest);
     } else {
-        forEachSelected(src, mask, [&](const std::uint8_t* row, std::int64_t x) {
-            mean += static_cast<double>(loadSample<T>(row, x));
-            count += 1.0;
-        });
+        const std::array<double, 2> total = wideSums<T>(src, mask, std::array<double, 2>{});
+        mean = total.front();
+        count = total.back();
         mean /= count;
         for (std::int64_t y = 0; y < src.height; ++y)
             squares = addSquares<T>(squares, rowOf(src, y), rowOf(mask, y), src.width, mean);
@@ -240,20 +224,11 @@ Spread spreadOf(const SxImageBuf& src, const SxImageBuf& mask)
     return {mean, count != 0.0 ? std::sqrt(squares / count) : 0.0};
 }
 
-/// Means of interleaved channels of wide samples, whose sums round after each addition. `sums` has one number per
-/// channel; where the compiler knows how many, they stay in registers.
 template <class T, class Sums>
-void wideMeans(const SxImageBuf& src, const SxImageBuf& mask, Sums sums, double* means)
+void wideMeans(const SxImageBuf& src, const SxImageBuf& mask, const Sums& room, double* means)
 {
-    const std::size_t channels = sums.size();
-    double count = 0.0;
-    forEachSelected(src, mask, [&](const std::uint8_t* row, std::int64_t x) {
-        for (std::size_t c = 0; c < channels; ++c)
-            sums[c] += static_cast<double>(
-                loadSample<T>(row, x * static_cast<std::int64_t>(channels) + static_cast<std::int64_t>(c)));
-        count += 1.0;
-    });
-    std::transform(sums.begin(), sums.end(), means, [&](double sum) { return sum / count; });
+    const Sums sums = wideSums<T>(src, mask, room);
+    std::transform(sums.begin(), sums.end() - 1, means, [&](double sum) { return sum / sums.back(); });
 }
 
 /// Means of interleaved channels. Narrow samples are summed as integers, which changes no bit of the sums.
@@ -264,11 +239,11 @@ void channelMeans(const SxImageBuf& src, const SxImageBuf& mask, double* means)
         for (int c = 0; c < src.channels; ++c)
             means[c] = meanOf<T>(maskedSum<T>(src, c, mask));
     } else if (isMono(src)) {
-        wideMeans<T>(src, mask, std::array<double, 1>{}, means);
+        wideMeans<T>(src, mask, std::array<double, 2>{}, means);
     } else if (src.channels == 3) {
-        wideMeans<T>(src, mask, std::array<double, 3>{}, means);
+        wideMeans<T>(src, mask, std::array<double, 4>{}, means);
     } else {
-        wideMeans<T>(src, mask, std::vector<double>(static_cast<std::size_t>(std::max(src.channels, 0))),
+        wideMeans<T>(src, mask, std::vector<double>(static_cast<std::size_t>(std::max(src.channels, 0)) + 1),
                      means);
     }
 }

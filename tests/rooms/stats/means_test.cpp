@@ -299,6 +299,25 @@ TEST(MeanValues, OfAnImageWithoutChannelsAreNone)
         }
 }
 
+TEST(MeanMaskedValues, LeaveOutWhatIsNotANumber)
+{
+    constexpr int width = 21;
+    TestImage src(Layout{.width = width, .height = 2, .type = Float32});
+    TestImage mask(Layout{.width = width, .height = 2});
+    for (int y = 0; y < 2; ++y)
+        for (int x = 0; x < width; ++x) {
+            const bool isSelected = x % 3 != 0;
+            src.set<float>(x, y, isSelected ? 2.0F : std::numeric_limits<float>::quiet_NaN());
+            mask.set<std::uint8_t>(x, y, isSelected ? 128 : 0);
+        }
+    double mean = kept, stdDev = kept, spreadMean = kept;
+    ASSERT_EQ(MeanMasked(src, mask, &mean), ResultOk);
+    ASSERT_EQ(MeanStdDevMasked(src, mask, &spreadMean, &stdDev), ResultOk);
+    EXPECT_EQ(mean, 2.0);
+    EXPECT_EQ(spreadMean, 2.0);
+    EXPECT_EQ(stdDev, 0.0);
+}
+
 TEST(MeanMaskedValues, GateAllChannelsOfAPixelByOneByte)
 {
     for (const ExPixelPacking packing : {Interleaved, Planar}) {
