@@ -10,6 +10,7 @@ import time
 from functools import partial
 from pathlib import Path
 
+import dask
 import distributed
 import h5py
 import numpy as np
@@ -210,14 +211,16 @@ def test_what_killed_programs_leave_goes_and_what_others_use_stays(tmp_path, mon
     assert programs[1].returncode == 0 and list(tmp_path.iterdir()) == [tmp_path / "koimproc-another"]
 
 
-def write_setting(path, name):
-    Path(path).write_text(repr(os.environ.get(name)))
+def write_settings(path):
+    settings = (os.environ.get("MALLOC_TRIM_THRESHOLD_"), dask.config.get("distributed.worker.profile.enabled"))
+    Path(path).write_text(repr(settings))
 
 
-def test_processes_keep_memory_that_they_have_freed(tmp_path):
+def test_processes_keep_memory_that_they_have_freed_and_are_not_watched(tmp_path, monkeypatch):
+    monkeypatch.delenv("MALLOC_TRIM_THRESHOLD_", raising=False)  # other clusters of this program set it
     with team("processes", 1) as engine:
-        engine.do([partial(write_setting, tmp_path / "found", "MALLOC_TRIM_THRESHOLD_")], nothing)
-    assert (tmp_path / "found").read_text() == repr(os.environ.get("MALLOC_TRIM_THRESHOLD_")) == "None"
+        engine.do([partial(write_settings, tmp_path / "found")], nothing)
+    assert (tmp_path / "found").read_text() == "(None, False)" and "MALLOC_TRIM_THRESHOLD_" not in os.environ
 
 
 @pytest.mark.parametrize("frames, workers", [(512, 2), (70, 2), (5, 2), (1, 4), (1000, 1), (200, 64)])

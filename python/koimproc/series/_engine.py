@@ -181,13 +181,15 @@ def team(scheduler: Optional[str], workers: Optional[int]) -> Iterator[Team]:
         yield Team(partial(_on_threads, count), True)
     elif scheduler == "processes":
         dask, distributed = library("dask"), library("distributed")
-        # Where Dask has freed memory handed back to the system at once, every frame is worked on in fresh memory.
+        # Where Dask has freed memory handed back to the system at once, every frame is worked on in fresh memory. A hundred
+        # times a second it looks what its workers do, for a web page that nobody sees.
         at_start = {**dask.config.get(_AT_START)}
         at_start.pop("MALLOC_TRIM_THRESHOLD_", None)
+        settings = {_AT_START: at_start, "distributed.worker.profile.enabled": False}
         # Spelled out because a LocalCluster lets every host reach the ports of its web pages, also where it shows none.
         options: dict[str, Any] = {"host": "127.0.0.1", "dashboard": False, "dashboard_address": "127.0.0.1:0"}
         of_worker = {**options, "nthreads": 1, "memory_limit": None, "silence_logs": "CRITICAL"}
-        with dask.config.set({_AT_START: at_start}), distributed.SpecCluster(
+        with dask.config.set(settings), distributed.SpecCluster(
             scheduler={"cls": distributed.Scheduler, "options": {**options, "port": 0}},
             workers=dict.fromkeys(range(count), {"cls": distributed.Nanny, "options": of_worker}),
             silence_logs="CRITICAL",
