@@ -4,6 +4,7 @@ import os
 import resource
 import signal
 import subprocess
+import zlib
 
 import ko_files
 from ko_files import ToolTest, fits, png, random_samples, tiff
@@ -43,6 +44,13 @@ class BadInput(ToolTest):
         self.demosaic_fails("cut.tif", "is damaged or cut short", "--grid", "rggb")
         self.write("cut.tif", self.read("a.tif")[:-200])
         self.demosaic_fails("cut.tif", "cannot be read as a picture", "--grid", "rggb")
+
+    def test_tiles_larger_than_any_memory(self):
+        tags = {256: (4, (9,)), 257: (4, (7,)), 258: (3, (8,)), 259: (3, (8,)), 262: (3, (1,)), 277: (3, (1,)),
+                322: (4, (2**31 + 16,)), 323: (4, (16,)), 324: (4, (8,)), 325: (4, (100,))}
+        self.write("tiles.tif", ko_files.tiff_of(zlib.compress(bytes(256)).ljust(100, b"\0"), tags))
+        self.refuse("unpack", "tiles.tif", "-o", "out.tif", names="tiles.tif: ",
+                    says="is damaged or cut short: its header claims tiles larger than any memory")
 
     def test_mosaics_of_odd_size(self):
         self.write("odd.tif", tiff(3, 2, range(6)))

@@ -39,6 +39,11 @@ class Fits(ToolTest):
         self.assertIn("mosaic GBRG, fits in gzip", self.succeed("info", "a.fits.gz"))
         self.write("cut.fit.gz", gzip.compress(content)[:-900])
         self.refuse("unpack", "cut.fit.gz", "-o", "o.tif", names="cut.fit.gz: ", says="is damaged or cut short")
+        # Large enough that the samples are read before the check sum behind them is.
+        large = gzip.compress(fits(500, 500, 50 * random_samples(5000, 65535, 9)), 0)
+        for damaged in (large[:450000] + b"\0\0" + large[450002:], large[:-8] + bytes(4) + large[-4:], large[:-4]):
+            self.write("bad.fits.gz", damaged)
+            self.refuse("unpack", "bad.fits.gz", "-o", "o.tif", names="bad.fits.gz: ", says="is damaged or cut short")
         self.refuse("unpack", "a.fits.gz", "-o", "o.fits.gz", names="o.fits.gz: ", says="cannot be written")
 
     def test_scaled_integers_become_floats(self):

@@ -232,6 +232,8 @@ Image readFits(const Source& source, int page)
             place(row, input, rowOf<std::uint8_t>(image, y) + size * static_cast<std::size_t>(channel),
                   pixelSize);
         }
+    if (input.stream.isCompressed() && !input.stream.endsRight())
+        throw Failure(source.name, "is damaged or cut short");
     alignForMemory(image);
     return image;
 }

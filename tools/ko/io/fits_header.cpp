@@ -4,8 +4,10 @@
 #include "io/fits_types.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cmath>
+#include <cstdint>
 
 namespace ko::tool {
 namespace {
@@ -91,6 +93,17 @@ bool FitsStream::skip(double bytes)
         return false;
     // A seek may go beyond the end, the next read says so.
     return gzseek(m_file.get(), static_cast<z_off_t>(padded), SEEK_CUR) >= 0;
+}
+
+bool FitsStream::endsRight()
+{
+    std::array<std::uint8_t, 1 << 14> rest;
+    int count = 0;
+    while ((count = gzread(m_file.get(), rest.data(), rest.size())) > 0)
+        ;
+    int error = Z_OK;
+    gzerror(m_file.get(), &error);  // ends in the middle of what is compressed are told here alone
+    return count == 0 && error == Z_OK;
 }
 
 }  // namespace ko::tool

@@ -36,6 +36,9 @@ public:
     /// Skips data with its padding; false where the file is shorter or damaged.
     bool skip(double bytes);
 
+    /// Reads on to the end, where files compressed by gzip have a check sum; false where it is wrong.
+    bool endsRight();
+
     double position() const { return static_cast<double>(gztell(m_file.get())); }
     bool isCompressed() { return gzdirect(m_file.get()) == 0; }
 

@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <stdexcept>
 
 namespace ko::tool {
 namespace {
@@ -134,7 +135,7 @@ Metadata PictureFile::metadata() const
 }
 
 Image PictureFile::read()
-{
+try {
     requireRoom(m_source, claimOf(m_input->spec()));
     Image image = allocated(m_format);
     const Quiet quiet;
@@ -146,6 +147,9 @@ Image PictureFile::read()
                       "is damaged or cut short: " + causeOf(m_input->geterror(), m_source.path));
     alignForMemory(image);
     return image;
+} catch (const std::length_error&) {
+    // OpenImageIO makes room for a tile of any size that the header claims.
+    throw Failure(m_source.name, "is damaged or cut short: its header claims tiles larger than any memory");
 }
 
 int PictureFile::countPages()
