@@ -10,7 +10,7 @@
 // Radius 4 to 9, tiles (tile*): the windows of 4 x 4 pixels share most of their samples, which are sorted
 // once for all of them. What is left is added while the tile is halved. It also grows with the radius, but
 // slower. Processors without vectors count bytes instead, and deeper samples from radius 8 on, which is faster
-// there.
+// there. Those with SSE4 alone count bytes from radius 8 on.
 //
 // From radius 10 on, columns (column*): every column keeps a histogram of its samples in the rows of the
 // windows, and a window's histogram is the sum of its columns'. Neighbours differ by two columns, so the radius
