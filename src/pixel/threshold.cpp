@@ -69,6 +69,19 @@ struct Levels {
     }
 };
 
+/// One level for all samples, without memory for one per channel.
+template <class T, class Out>
+void binaryMono(const SxImageBuf& src, SxImageBuf& dst, BinaryRow<T, Out> row, T threshold, Out low, Out high)
+{
+    const BinaryLevels<T, Out> levels{&threshold, &low, &high, 1};
+    runsStatic(
+        workOn(src, dst),
+        [&](std::int64_t y, std::int64_t width) noexcept {
+            row(rowOf(src, y), rowOf(dst, y), width, levels);
+        },
+        src, dst);
+}
+
 /// One plane after another, each as a mono image.
 template <class T, class Out>
 void binaryPlanes(const SxImageBuf& src, SxImageBuf& dst, BinaryRow<T, Out> row, const Levels<T, Out>& levels)
@@ -162,8 +175,12 @@ ResultCode binaryCopy(const SxImageBuf& src, SxImageBuf& dst, ResultCode badDst,
 {
     return dispatch(ByType{}, src.dataType, {{ResultBadArg1, rowsFit(src)}, {badDst, rowsFit(dst)}},
                     [&]<class T>(std::type_identity<T>) {
+                        const auto row = thresholdKernels().of<T>().binary;
+                        if (isMono(src))
+                            return binaryMono(src, dst, row, typedValue<T>(*thresholds), typedValue<T>(*lows),
+                                              typedValue<T>(*highs));
                         const int channels = treatedChannels(src, hasType(src, UInt8));
-                        binary<T, T>(src, dst, thresholdKernels().of<T>().binary,
+                        binary<T, T>(src, dst, row,
                                      {valuesOf<T>(thresholds, channels), valuesOf<T>(lows, channels),
                                       valuesOf<T>(highs, channels)});
                     });
@@ -211,16 +228,8 @@ ResultCode ThresholdBinary(SxImageBuf& image, const QVariant& threshold, const Q
             return rc;
         return dispatch(IntegersByType{}, image.dataType, {{ResultBadArg1, rowsFit(image)}},
                         [&]<class T>(std::type_identity<T>) {
-                            const T limit = plainValue<T>(threshold), below = plainValue<T>(low),
-                                    above = plainValue<T>(high);
-                            const BinaryLevels<T, T> levels{&limit, &below, &above, 1};
-                            const auto row = thresholdKernels().of<T>().binary;
-                            runsStatic(
-                                workOn(image).times(2),
-                                [&](std::int64_t y, std::int64_t width) noexcept {
-                                    row(rowOf(image, y), rowOf(image, y), width, levels);
-                                },
-                                image);
+                            binaryMono(image, image, thresholdKernels().of<T>().binary,
+                                       plainValue<T>(threshold), plainValue<T>(low), plainValue<T>(high));
                         });
     });
 }
@@ -276,9 +285,13 @@ ResultCode ThresholdBinaryGT(const SxImageBuf& src, SxImageBuf& dst, const QVari
         return dispatch(
             ByType{}, src.dataType, {{ResultBadArg1, rowsFit(src)}, {ResultBadArg2, rowsFit(dst)}},
             [&]<class T>(std::type_identity<T>) {
+                const auto row = thresholdKernels().of<T>().mark;
+                if (isMono(src) && isMono(dst))
+                    return binaryMono(src, dst, row, typedValue<T>(*thresholds), std::uint8_t{0},
+                                      std::uint8_t{*highs});
                 const int channels = treatedChannels(src, fourChannelRule);
                 const std::vector<std::uint8_t> lows(static_cast<std::size_t>(channels));
-                binary<T, std::uint8_t>(src, dst, thresholdKernels().of<T>().mark,
+                binary<T, std::uint8_t>(src, dst, row,
                                         {valuesOf<T>(thresholds, channels), lows, {highs, highs + channels}});
             });
     });
