@@ -115,6 +115,33 @@ def test_bytes_do_not_depend_on_a_worker_that_dies(length, workers, tmp_path):
     assert report.done == 200 and digest(sums) == digest(accumulator(frames, bits=16))
 
 
+def die(frame):
+    os._exit(1)
+
+
+def test_clusters_that_end_and_workers_that_always_die_are_named(tmp_path):
+    frames = frames_of(8)
+    holding = tmp_path / "holding"
+
+    def held(frame):
+        while holding.exists() and np.asarray(frame)[0, 0] != frames[0, 0, 0]:
+            time.sleep(0.1)
+        return np.asarray(frame)
+
+    series = stored("hdf5", frames, tmp_path).map(held)
+    holding.touch()
+    options = {"frames_per_part": 1, "work": tmp_path / "work"}
+    with distributed.LocalCluster(n_workers=1, threads_per_worker=1, dashboard_address=None,
+                                  silence_logs="CRITICAL") as cluster:
+        with pytest.raises(ConnectionError, match="the scheduler is gone"):
+            ks.accumulate(series, "mean", scheduler=cluster.scheduler_address, progress=lambda *_: cluster.close(), **options)
+    holding.unlink()
+    _, report = ks.accumulate(series, "mean", workers=1, resume=True, **options)
+    assert report.resumed >= 1 and report.resumed + report.done == 8
+    with pytest.raises(RuntimeError, match="workers died"), team("processes", 1) as engine:
+        engine.do([partial(die, None)], nothing)
+
+
 @pytest.mark.parametrize("out", ["out", "out.zarr"])
 def test_a_full_disk_leaves_whole_results_alone(out, tmp_path):
     random_frames = np.random.default_rng(1).integers(0, 4096, (6, 64, 64), "u2")

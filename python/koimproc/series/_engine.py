@@ -9,7 +9,7 @@ import pickle
 import signal
 import time
 from collections.abc import Callable, Iterator, Sequence
-from concurrent.futures import ThreadPoolExecutor, as_completed
+from concurrent.futures import CancelledError, ThreadPoolExecutor, as_completed
 from contextlib import contextmanager
 from dataclasses import dataclass, field
 from functools import lru_cache, partial
@@ -162,9 +162,15 @@ def _on_threads(workers: int, tasks: Sequence[Task], finished: Finished) -> None
 def _on_cluster(client: Any, tasks: Sequence[Task], finished: Finished) -> None:
     """All tasks on processes, of this machine or of a cluster. What a worker has not finished when it dies, another one
     does again."""
+    distributed = library("distributed")
     futures = {client.submit(task, pure=False): index for index, task in enumerate(tasks)}
-    for future in library("distributed").as_completed(futures, loop=client.loop):
-        future.result()
+    for future in distributed.as_completed(futures, loop=client.loop):
+        try:
+            future.result()
+        except CancelledError:
+            raise ConnectionError("the scheduler is gone; start it and resume") from None
+        except distributed.KilledWorker as error:
+            raise RuntimeError(str(error)) from None
         finished(futures.pop(future))
 
 
