@@ -19,7 +19,7 @@ bool leaveNetwork();
 
 /// Waits until a condition holds. False when it does not within the time.
 bool waitFor(const std::function<bool()>& condition,
-             std::chrono::milliseconds time = std::chrono::seconds(20));
+             std::chrono::milliseconds time = std::chrono::seconds(60));
 
 /// Where the fake camera is.
 inline const QString fakeAddress = QStringLiteral("127.0.0.1");

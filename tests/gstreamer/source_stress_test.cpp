@@ -73,7 +73,7 @@ TEST_F(GstSourceStress, StopsFromTheThreadThatTakesItsFrames)
     });
     ASSERT_TRUE(source.addSuccessor(&sink));
     ASSERT_TRUE(StartPipe(source));
-    EXPECT_FALSE(source.waitUntilEnded(20000)) << "woken by the stop, without an end of the stream";
+    EXPECT_FALSE(source.waitUntilEnded(60000)) << "woken by the stop, without an end of the stream";
     EXPECT_TRUE(source.setState(IxPipeItem::StateStopped));
     EXPECT_FALSE(source.hasEnded());
     EXPECT_EQ("", source.errorText().toStdString());

@@ -24,7 +24,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 
-constexpr int patience = 20000;  // milliseconds
+constexpr int patience = 60000;  // milliseconds
 
 /// A source with a function behind it.
 class SourceRun {
