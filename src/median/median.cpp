@@ -40,10 +40,11 @@ void prepareScratch(MedianBuffer& buffer, std::int64_t radius)
     const SxImageInfo& info = buffer.plan->info;
     const ExImageDataType type = info.dataType;
     const std::vector<MedianStrip>& strips = buffer.plan->strips;
+    const auto threads = static_cast<std::size_t>(omp_get_max_threads());
     if (radius <= largestNetworkRadius)
-        buffer.scratch.reserve(static_cast<std::size_t>(omp_get_max_threads()), networkScratchBytes());
+        buffer.scratch.reserve(threads, networkScratchBytes());
     else if (hasTileMedians(type, radius))
-        buffer.scratch.reserve(strips.size(), tileScratchBytes(info, radius));
+        buffer.scratch.reserve(threads, tileScratchBytes(info, radius));
     else if (radius <= largestColumnRadius)
         buffer.scratch.reserve(strips.size(), columnScratchBytes(strips, type, radius));
     else
@@ -64,6 +65,17 @@ ResultCode makeBuffer(const SxImageInfo& info, std::int64_t radius, std::unique_
     if (medianWindowFits(radius, info.height))
         prepareScratch(*buffer, radius);
     return ResultOk;
+}
+
+void countMedians(const SxImageBuf& src, SxImageBuf& dst, const std::vector<MedianStrip>& strips,
+                  std::int64_t radius, const MedianScratch& scratch)
+{
+    const RowWork rows = workOn(src, dst).times(100);
+    const auto count = static_cast<std::int64_t>(strips.size());
+    rowsDynamic({count, rows.bytes * rows.rows / count}, [&](std::int64_t i) noexcept {
+        const auto index = static_cast<std::size_t>(i);
+        columnMedians(src, dst, strips[index], radius, scratch.part(index));
+    });
 }
 
 }  // namespace
@@ -101,21 +113,12 @@ ResultCode Median(const SxImageBuf& src, SxImageBuf& dst, int radius, void* buff
             }))
             return rc;
         prepareScratch(*work, radius);
-        // For networks, whole rows follow each other better than those of strips.
-        if (radius <= largestNetworkRadius) {
+        if (radius <= largestNetworkRadius)
             sortMedians(src, dst, radius, work->scratch);
-            return ResultOk;
-        }
-        const std::vector<MedianStrip>& strips = work->plan->strips;
-        const bool isSorted = hasTileMedians(src.dataType, radius);
-        const auto medians = isSorted ? &tileMedians : &columnMedians;
-        // Sorting takes longer the larger the windows are, counting hardly does.
-        const RowWork rows = workOn(src, dst).times(isSorted ? 12 * radius : 100);
-        const auto count = static_cast<std::int64_t>(strips.size());
-        rowsDynamic({count, rows.bytes * rows.rows / count}, [&](std::int64_t i) noexcept {
-            const auto index = static_cast<std::size_t>(i);
-            medians(src, dst, strips[index], radius, work->scratch.part(index));
-        });
+        else if (hasTileMedians(src.dataType, radius))
+            tileMedians(src, dst, radius, work->scratch);
+        else
+            countMedians(src, dst, work->plan->strips, radius, work->scratch);
         return ResultOk;
     });
 }

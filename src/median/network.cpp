@@ -2,7 +2,7 @@
 
 #include "base/dispatch.h"
 #include "base/image_view.h"
-#include "base/rows.h"
+#include "median/bands.h"
 #include "median/network_kernels.h"
 #include "median/outside.h"
 
@@ -15,8 +15,7 @@ namespace {
 
 constexpr int mostLines = 2 * largestNetworkRadius + 1;
 constexpr std::int64_t pieceSamples = 256;
-/// Rows that one thread filters at a time.
-constexpr std::int64_t bandRows = 64;
+static_assert(medianBandRows <= pieceSamples, "columns of a band become rows");
 /// A piece and what its windows reach into.
 constexpr std::int64_t lineSamples = pieceSamples + 2 * largestNetworkRadius * medianRowChannels;
 
@@ -49,12 +48,10 @@ public:
 
     void run(const MedianScratch& scratch) const
     {
-        const RowWork rows = workOn(m_src, m_dst).times(4 + 12 * m_radius);
-        const RowWork bands{(rows.rows + bandRows - 1) / bandRows, rows.bytes * bandRows};
-        shareRows(bands.rows, threadsFor(bands), [&](int thread, std::int64_t band) noexcept {
-            filterBand(band * bandRows, std::min<std::int64_t>((band + 1) * bandRows, m_src.height),
-                       scratch.part(static_cast<std::size_t>(thread)));
-        });
+        forEachMedianBand(workOn(m_src, m_dst).times(4 + 12 * m_radius),
+                          [&](int thread, std::int64_t top, std::int64_t bottom) noexcept {
+                              filterBand(top, bottom, scratch.part(static_cast<std::size_t>(thread)));
+                          });
     }
 
 private:

@@ -21,8 +21,8 @@
 // The words of this room:
 //
 //   window  the square around a pixel that the median is taken of
-//   strip   a vertical part of the image that one thread works on at a time (tiles, columns)
-//   band    rows that one thread works on at a time (networks)
+//   strip   a vertical part of the image that one thread works on at a time (columns)
+//   band    rows that one thread works on at a time (networks, tiles)
 //   tile    4 x 4 pixels whose medians are found together
 //   block   a part of a strip, one channel of it, whose columns have histograms at a time
 //   piece   as many columns as a kernel takes at a time (networks, tiles)

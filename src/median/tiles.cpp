@@ -2,6 +2,7 @@
 
 #include "base/dispatch.h"
 #include "base/image_view.h"
+#include "median/bands.h"
 #include "median/outside.h"
 #include "median/tile_kernels.h"
 
@@ -24,12 +25,11 @@ typename MedianTileKernels<T>::Row rowKernel(std::int64_t radius) noexcept
 template <class T>
 class TileFilter {
 public:
-    TileFilter(const SxImageBuf& src, SxImageBuf& dst, const MedianStrip& strip, std::int64_t radius,
-               std::byte* scratch) noexcept
+    TileFilter(const SxImageBuf& src, SxImageBuf& dst, std::int64_t radius, std::byte* scratch) noexcept
         : m_src(src),
           m_dst(dst),
-          m_strip(strip),
           m_radius(radius),
+          m_most(static_cast<T>((1U << src.bitsPerSample) - 1)),
           m_rowCount(2 * radius + medianTileSide),
           m_outside(src, 2 * radius + 1),
           m_rowKernel(rowKernel<T>(radius)),
@@ -43,11 +43,12 @@ public:
         return planesOf(image) * sizeof(Plane) + rowKernel<T>(radius).scratchBytes;
     }
 
-    void run() noexcept
+    /// Rows `top` ... `bottom` - 1.
+    void run(std::int64_t top, std::int64_t bottom) noexcept
     {
         constexpr std::int64_t columns = medianPieceTiles<T> * medianTileSide;
-        for (std::int64_t x = m_strip.firstColumn; x <= m_strip.lastColumn; x += columns)
-            runPiece(x, std::min(columns, m_strip.lastColumn + 1 - x));
+        for (std::int64_t x = 0; x < m_src.width; x += columns)
+            runPiece(x, std::min(columns, m_src.width - x), top, bottom);
     }
 
 private:
@@ -63,22 +64,22 @@ private:
     /// Pixels have one sample or three; images of other channels have no medians.
     static std::size_t planesOf(const SxImageInfo& image) noexcept { return image.channels == 1 ? 1 : 3; }
 
-    /// Rows of tiles of a piece of the strip, from top to bottom. Rows of samples stay while windows reach
+    /// Rows of tiles of a piece of the band, from top to bottom. Rows of samples stay while windows reach
     /// into them.
-    void runPiece(std::int64_t x, std::int64_t columns) noexcept
+    void runPiece(std::int64_t x, std::int64_t columns, std::int64_t top, std::int64_t bottom) noexcept
     {
         std::array<const T*, mostRows> rows{};
-        std::int64_t next = m_strip.firstRow - m_radius;
-        for (std::int64_t y = m_strip.firstRow; y <= m_strip.lastRow; y += medianTileSide) {
+        std::int64_t next = top - m_radius;
+        for (std::int64_t y = top; y < bottom; y += medianTileSide) {
             for (; next < y - m_radius + m_rowCount; ++next)
                 readRow(x, next);
             for (Plane& plane : m_planes) {
                 for (std::int64_t i = 0; i < m_rowCount; ++i)
                     rows[static_cast<std::size_t>(i)] = phasesOf(plane, y - m_radius + i);
                 m_rowKernel.run(rows.data(), (columns + medianTileSide - 1) / medianTileSide,
-                                plane.medians.data(), static_cast<T>(m_strip.bins - 1), m_kernelScratch);
+                                plane.medians.data(), m_most, m_kernelScratch);
             }
-            for (std::int64_t i = 0; i < std::min(medianTileSide, m_strip.lastRow + 1 - y); ++i)
+            for (std::int64_t i = 0; i < std::min(medianTileSide, bottom - y); ++i)
                 writeRow(x, y + i, columns, i * medianRowSamples<T>);
         }
     }
@@ -99,7 +100,7 @@ private:
         const std::int64_t end = placeOf(m_src.width + m_radius);
         if (y >= 0 && y < m_src.height) {
             const std::int64_t first = placeOf(0), last = placeOf(m_src.width);
-            read(rowOf(m_src, y) + (start + first) * m_strip.channels * sampleBytes, last - first, first);
+            read(rowOf(m_src, y) + (start + first) * m_src.channels * sampleBytes, last - first, first);
         }
         for (Plane& plane : m_planes) {
             m_outside.fillRow(start, y, end, 1, plane.row.data());
@@ -123,7 +124,7 @@ private:
     /// The medians of row y, which begin at sample `at`.
     void writeRow(std::int64_t x, std::int64_t y, std::int64_t columns, std::int64_t at) const noexcept
     {
-        std::uint8_t* const pixels = rowOf(m_dst, y) + x * m_strip.channels * sampleBytes;
+        std::uint8_t* const pixels = rowOf(m_dst, y) + x * m_src.channels * sampleBytes;
         const T* const first = m_planes[0].medians.data() + at;
         if (m_planes.size() == 1) {
             std::memcpy(pixels, first, static_cast<std::size_t>(columns * sampleBytes));
@@ -135,8 +136,8 @@ private:
 
     const SxImageBuf& m_src;
     SxImageBuf& m_dst;
-    const MedianStrip& m_strip;
     std::int64_t m_radius;
+    T m_most;
     std::int64_t m_rowCount;
     Outside m_outside;
     const MedianPixelKernels<T>& m_kernels = medianTileKernels<T>().pixels;
@@ -144,6 +145,16 @@ private:
     std::span<Plane> m_planes;
     std::byte* m_kernelScratch;
 };
+
+template <class T>
+void filter(const SxImageBuf& src, SxImageBuf& dst, std::int64_t radius, const MedianScratch& scratch)
+{
+    forEachMedianBand(workOn(src, dst).times(12 * radius),
+                      [&](int thread, std::int64_t top, std::int64_t bottom) noexcept {
+                          std::byte* const part = scratch.part(static_cast<std::size_t>(thread));
+                          TileFilter<T>(src, dst, radius, part).run(top, bottom);
+                      });
+}
 
 }  // namespace
 
@@ -161,13 +172,12 @@ std::size_t tileScratchBytes(const SxImageInfo& image, std::int64_t radius) noex
                                  : TileFilter<std::uint16_t>::scratchBytes(image, radius);
 }
 
-void tileMedians(const SxImageBuf& src, SxImageBuf& dst, const MedianStrip& strip, std::int64_t radius,
-                 std::byte* scratch) noexcept
+void tileMedians(const SxImageBuf& src, SxImageBuf& dst, std::int64_t radius, const MedianScratch& scratch)
 {
     if (hasType(src, UInt8))
-        TileFilter<std::uint8_t>(src, dst, strip, radius, scratch).run();
+        filter<std::uint8_t>(src, dst, radius, scratch);
     else
-        TileFilter<std::uint16_t>(src, dst, strip, radius, scratch).run();
+        filter<std::uint16_t>(src, dst, radius, scratch);
 }
 
 }  // namespace ko

@@ -8,11 +8,10 @@ namespace ko {
 /// There are networks for samples of this type and radius that are the fastest way on this processor.
 bool hasTileMedians(ExImageDataType type, std::int64_t radius) noexcept;
 
-/// Bytes of scratch memory that a strip of such an image needs.
+/// Bytes of scratch memory that a thread needs for such an image.
 std::size_t tileScratchBytes(const SxImageInfo& image, std::int64_t radius) noexcept;
 
-/// Writes the medians of a strip for a radius that there are networks for.
-void tileMedians(const SxImageBuf& src, SxImageBuf& dst, const MedianStrip& strip, std::int64_t radius,
-                 std::byte* scratch) noexcept;
+/// Writes the medians of an image for a radius that there are networks for. `scratch` has a part for each thread.
+void tileMedians(const SxImageBuf& src, SxImageBuf& dst, std::int64_t radius, const MedianScratch& scratch);
 
 }  // namespace ko

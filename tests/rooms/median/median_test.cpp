@@ -473,7 +473,7 @@ TEST(MedianThreads, GiveTheSameBytesWhereverABandEnds)
 {
     forEachThreadCount([] {
         for (const ExImageDataType type : {UInt8, UInt16})
-            for (const int radius : {0, 1, 2, 3})
+            for (const int radius : {0, 1, 2, 3, 4, 7})
                 for (const int height : {63, 64, 65, 66, 67, 127, 128, 130, 193})
                     compareWithTwin({type, 1, 8, radius, 2 * radius + 4, height});
     });
