@@ -154,22 +154,15 @@ void AddBlocks(const std::uint8_t* first, std::int64_t pitch, std::int64_t count
     constexpr std::int64_t block = vectors * samplesOf<T>;
     // As many bytes as their 16-bit sums can hold.
     constexpr std::int64_t blocksPerFlush = 256;
-    // Not an array of Halves, whose constructors GCC would write without the instruction set of the target.
-    Vector<Wide<T>> even[vectors], odd[vectors];
-    for (int v = 0; v < vectors; ++v)
-        even[v] = odd[v] = hn::Zero(Tag<Wide<T>>{});
-    const auto flush = [&] {
-        for (int v = 0; v < vectors; ++v) {
-            AddHalves<T>({even[v], odd[v]}, lanes + v * samplesOf<T>);
+    std::int64_t y = 0, at = 0;
+    while (y < count) {
+        // Not an array of Halves, whose constructors GCC would write without the instruction set of the target.
+        Vector<Wide<T>> even[vectors], odd[vectors];
+        for (int v = 0; v < vectors; ++v)
             even[v] = odd[v] = hn::Zero(Tag<Wide<T>>{});
-        }
-    };
-    std::int64_t room = blocksPerFlush;
-    for (std::int64_t y = 0; y < count; ++y) {
-        const T* const row = reinterpret_cast<const T*>(first + y * pitch);
-        for (std::int64_t at = 0; at + block <= samples;) {
+        for (std::int64_t room = blocksPerFlush; room > 0 && y < count;) {
+            const T* const row = reinterpret_cast<const T*>(first + y * pitch);
             const std::int64_t blocks = std::min((samples - at) / block, room);
-            room -= blocks;
             for (const std::int64_t end = at + blocks * block; at < end; at += block) {
                 fetchAhead<T, false>(reinterpret_cast<const std::uint8_t*>(row + at), block);
                 for (int v = 0; v < vectors; ++v) {
@@ -178,13 +171,15 @@ void AddBlocks(const std::uint8_t* first, std::int64_t pitch, std::int64_t count
                     odd[v] = hn::Add(odd[v], halves.odd);
                 }
             }
-            if (room == 0) {
-                flush();
-                room = blocksPerFlush;
+            room -= blocks;
+            if (at + block > samples) {
+                at = 0;
+                ++y;
             }
         }
+        for (int v = 0; v < vectors; ++v)
+            AddHalves<T>({even[v], odd[v]}, lanes + v * samplesOf<T>);
     }
-    flush();
 }
 
 /// The samples of a row behind its whole blocks, from `at` on.
