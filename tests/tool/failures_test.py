@@ -162,7 +162,8 @@ class BadOutput(ToolTest):
         self.assertTrue(self.read(kept) == b"the old result" or len(self.read(kept)) > 2 * size * size)
 
     def test_a_series_says_how_far_it_has_come_before_a_signal_ends_it(self):
-        self.write("a.tif", tiff(200, 200, [7] * 200 * 200))
+        # Seconds of work, as this process may have to wait for a processor before it asks the other one to stop.
+        self.write("a.tif", tiff(1000, 1000, [7] * 1000 * 1000))
         for i in range(200):
             os.symlink("a.tif", self.path(f"{i}.tif"))
         for asked, options in ((signal.SIGINT, ()), (signal.SIGTERM, ()), (signal.SIGHUP, ("--quiet",))):

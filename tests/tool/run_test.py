@@ -115,8 +115,8 @@ class Series(RunTest):
         self.assertEqual(self.report()["done"], 3)
 
     def test_an_interrupted_series_leaves_report_and_summary(self):
-        size = 600
-        self.write("a.png", png(size, size, random_samples(size * size, 255, 1)))
+        size = 1500  # seconds of work, as this process may have to wait for a processor
+        self.write("a.png", png(size, size, size * random_samples(size, 255, 1)))
         for i in range(200):
             os.symlink("a.png", self.path(f"{i}.png"))
         self.recipe({"op": "median", "radius": 9})
