@@ -246,6 +246,18 @@ class Raw(ToolTest):
         self.write("a.dng", dng(32, 24, samples, "rggb", more={258: (3, (32,))}))
         self.refuse("info", "a.dng", names="a.dng: ", says="its samples have 32 bits; those of camera raws may have 16")
 
+    def test_a_larger_picture_beside_the_mosaic_does_not_matter(self):
+        samples = random_samples(32 * 24, 65535, 26)
+        content = bytearray(dng(32, 24, samples, "rggb", (100, 200, 300, 400)))
+        (first,) = struct.unpack_from("<I", content, 4)
+        (count,) = struct.unpack_from("<H", content, first)
+        struct.pack_into("<I", content, first + 2 + 12 * count, len(content))
+        tags = {254: (4, (16,)), 256: (4, (64,)), 257: (4, (48,)), 258: (3, (16,) * 3), 259: (3, (52546,)),
+                262: (3, (34892,)), 273: (4, (8,)), 277: (3, (3,)), 278: (4, (48,)), 279: (4, (99,))}
+        content += ko_files.tiff_directory(len(content), tags)
+        expected = [max(s - (100, 200, 300, 400)[i // 32 % 2 * 2 + i % 2], 0) for i, s in enumerate(samples)]
+        self.assertEqual(self.unpacked(bytes(content))[3], expected)
+
     def test_an_orientation_that_there_is_not_turns_nothing(self):
         for turn in (0, 9, 65535):
             self.write("a.dng", dng(32, 24, [0] * 768, "rggb", turn=turn))

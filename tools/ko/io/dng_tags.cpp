@@ -5,6 +5,7 @@
 #include <bit>
 #include <cmath>
 #include <cstdint>
+#include <utility>
 
 namespace ko::tool {
 namespace {
@@ -152,14 +153,16 @@ void DngTags::take(void* self, int tag, int type, int count, unsigned order, voi
 const DngTags::Directory* DngTags::raw() const
 {
     const Directory* largest = nullptr;
-    std::int64_t most = 0;
+    std::pair<bool, std::int64_t> most{};
     bool isDng = false;
     for (const auto& [number, directory] : m_directories) {
         isDng = isDng || directory.contains(DngVersion);
         const std::int64_t photometric = firstOf(directory, Photometric, 0);
-        const std::int64_t pixels = firstOf(directory, Width, 0) * firstOf(directory, Height, 0);
-        if ((photometric == 32803 || photometric == 34892) && pixels > most) {
-            most = pixels;
+        // A mosaic may come with what somebody has made of it, which is larger.
+        const bool isMosaic = photometric == 32803;
+        const std::pair size{isMosaic, firstOf(directory, Width, 0) * firstOf(directory, Height, 0)};
+        if ((isMosaic || photometric == 34892) && size > most) {
+            most = size;
             largest = &directory;
         }
     }

@@ -53,7 +53,8 @@ private:
     using Directory = std::map<int, Numbers>;
 
     static void take(void* self, int tag, int type, int count, unsigned order, void* stream, INT64 base);
-    /// That of the largest mosaic or camera picture; none where the file is no DNG file.
+    /// That of the largest mosaic, or of the largest picture of a camera where there is no mosaic; none where the
+    /// file is no DNG file.
     const Directory* raw() const;
 
     std::map<int, Directory> m_directories;
