@@ -164,16 +164,29 @@ void TakeVector(const Samples& samples, std::int64_t at, const ExtremeLanes<T>& 
 
 constexpr std::int64_t blocksPerFetch = 8;
 
-/// As many whole blocks of `lanes.count` samples as there are, the running values in registers.
-template <class T, int vectors, class Samples>
-std::int64_t TakeBlocks(const Samples& samples, std::int64_t count, const ExtremeLanes<T>& lanes) noexcept
+template <class T, int vectors>
+HWY_INLINE void LoadLanes(const ExtremeLanes<T>& lanes, Vector<T>* low, Vector<T>* high) noexcept
 {
-    const Tag<T> d;
-    Vector<T> low[vectors], high[vectors];
     for (int v = 0; v < vectors; ++v) {
-        low[v] = hn::LoadU(d, lanes.low + v * laneStep<T>);
-        high[v] = hn::LoadU(d, lanes.high + v * laneStep<T>);
+        low[v] = hn::LoadU(Tag<T>{}, lanes.low + v * laneStep<T>);
+        high[v] = hn::LoadU(Tag<T>{}, lanes.high + v * laneStep<T>);
     }
+}
+
+template <class T, int vectors>
+HWY_INLINE void StoreLanes(const Vector<T>* low, const Vector<T>* high, const ExtremeLanes<T>& lanes) noexcept
+{
+    for (int v = 0; v < vectors; ++v) {
+        hn::StoreU(low[v], Tag<T>{}, lanes.low + v * laneStep<T>);
+        hn::StoreU(high[v], Tag<T>{}, lanes.high + v * laneStep<T>);
+    }
+}
+
+/// As many whole blocks of vectors as there are; returns the number of samples taken.
+template <class T, int vectors, class Samples>
+HWY_INLINE std::int64_t TakeWhole(const Samples& samples, std::int64_t count, Vector<T>* low,
+                                  Vector<T>* high) noexcept
+{
     constexpr std::int64_t block = vectors * laneStep<T>;
     std::int64_t at = 0;
     while (at + block <= count) {
@@ -185,11 +198,18 @@ std::int64_t TakeBlocks(const Samples& samples, std::int64_t count, const Extrem
                 samples.take(at + v * laneStep<T>, low[v], high[v]);
         }
     }
-    for (int v = 0; v < vectors; ++v) {
-        hn::StoreU(low[v], d, lanes.low + v * laneStep<T>);
-        hn::StoreU(high[v], d, lanes.high + v * laneStep<T>);
-    }
     return at;
+}
+
+/// As many whole blocks of `lanes.count` samples as there are, the running values in registers.
+template <class T, int vectors, class Samples>
+std::int64_t TakeBlocks(const Samples& samples, std::int64_t count, const ExtremeLanes<T>& lanes) noexcept
+{
+    Vector<T> low[vectors], high[vectors];
+    LoadLanes<T, vectors>(lanes, low, high);
+    const std::int64_t taken = TakeWhole<T, vectors>(samples, count, low, high);
+    StoreLanes<T, vectors>(low, high, lanes);
+    return taken;
 }
 
 /// What it can of the row by vectors; returns the number of samples taken.
@@ -220,23 +240,13 @@ template <class T, int vectors>
 void TakeRows(const std::uint8_t* first, std::int64_t pitch, std::int64_t count, std::int64_t samples,
               const ExtremeLanes<T>& lanes) noexcept
 {
-    const Tag<T> d;
     Vector<T> low[vectors], high[vectors];
-    for (int v = 0; v < vectors; ++v) {
-        low[v] = hn::LoadU(d, lanes.low + v * laneStep<T>);
-        high[v] = hn::LoadU(d, lanes.high + v * laneStep<T>);
-    }
-    constexpr std::int64_t block = vectors * laneStep<T>;
+    LoadLanes<T, vectors>(lanes, low, high);
     for (std::int64_t y = 0; y < count; ++y) {
         const AllSamples<T> row{reinterpret_cast<const T*>(first + y * pitch)};
-        std::int64_t at = 0;
-        for (; at + block <= samples; at += block) {
-            row.fetch(at, block);
-            for (int v = 0; v < vectors; ++v)
-                row.take(at + v * laneStep<T>, low[v], high[v]);
-        }
+        std::int64_t at = TakeWhole<T, vectors>(row, samples, low, high);
         for (int v = 0; v < vectors; ++v) {
-            if (at + laneStep < T >> samples)
+            if (samples - at < laneStep<T>)
                 break;
             row.take(at, low[v], high[v]);
             at += laneStep<T>;
@@ -244,10 +254,7 @@ void TakeRows(const std::uint8_t* first, std::int64_t pitch, std::int64_t count,
         if (at < samples)
             row.take(samples - laneStep<T>, low[0], high[0]);
     }
-    for (int v = 0; v < vectors; ++v) {
-        hn::StoreU(low[v], d, lanes.low + v * laneStep<T>);
-        hn::StoreU(high[v], d, lanes.high + v * laneStep<T>);
-    }
+    StoreLanes<T, vectors>(low, high, lanes);
 }
 
 template <class T>
