@@ -145,6 +145,27 @@ private:
         return static_cast<int>(std::min(black, 65535U));
     }
 
+    /// Rows after which black levels repeat, 0 where they do not or after many alone.
+    int blackPeriod() const
+    {
+        const int rows =
+            m_black ? m_black->rows : static_cast<int>(std::clamp(m_raw->imgdata.color.cblack[4], 1U, 17U));
+        return (m_black && !m_black->ofRows.empty()) || rows > 16 ? 0 : 2 * rows;
+    }
+
+    /// Those of a row, which extremes and the rest of what is told of them then know.
+    std::vector<int> blackRow(int y)
+    {
+        std::vector<int> levels;
+        for (int x = 0; x < m_format.width; ++x) {
+            const int level = levels.emplace_back(black(x, y));
+            m_lowestBlack = std::min(m_lowestBlack, level);
+            m_highestBlack = std::max(m_highestBlack, level);
+            m_hasBlackOfCells = m_hasBlackOfCells && level == black(x % 2, y % 2);
+        }
+        return levels;
+    }
+
     void unpack()
     {
         // The tightest codecs need a bit for each sample, save for long runs of the same.
@@ -168,22 +189,21 @@ private:
     void subtractBlack()
     {
         m_black = m_tags.blackLevels(sizes().raw_width, sizes().raw_height);
-        const std::array cell{black(0, 0), black(1, 0), black(0, 1), black(1, 1)};
-        m_lowestBlack = m_highestBlack = cell[0];
+        m_lowestBlack = m_highestBlack = black(0, 0);
         Image& image = m_image.emplace(allocated(m_format));
         const std::ptrdiff_t pitch = sizes().raw_pitch / 2;
         const std::uint16_t* from =
             m_raw->imgdata.rawdata.raw_image + sizes().top_margin * pitch + sizes().left_margin;
+        const int period = blackPeriod();
+        std::vector<std::vector<int>> levels(static_cast<std::size_t>(std::max(period, 1)));
         std::vector<std::int64_t> counts(65536);
         for (int y = 0; y < image->height; ++y, from += pitch) {
+            std::vector<int>& row = levels[static_cast<std::size_t>(y) % levels.size()];
+            if (row.empty() || period == 0)
+                row = blackRow(y);
             std::uint16_t* to = rowOf<std::uint16_t>(image, y);
-            for (int x = 0; x < image->width; ++x) {
-                const int level = black(x, y);
-                m_lowestBlack = std::min(m_lowestBlack, level);
-                m_highestBlack = std::max(m_highestBlack, level);
-                m_hasBlackOfCells =
-                    m_hasBlackOfCells && level == cell[static_cast<std::size_t>(y % 2 * 2 + x % 2)];
-                to[x] = static_cast<std::uint16_t>(std::clamp(from[x] - level, 0, 65535));
+            for (std::size_t x = 0; x < row.size(); ++x) {
+                to[x] = static_cast<std::uint16_t>(std::clamp(from[x] - row[x], 0, 65535));
                 ++counts[to[x]];
             }
         }
