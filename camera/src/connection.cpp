@@ -16,6 +16,12 @@ const SxCameraInfo* findCamera(const QVector<SxCameraInfo>& cameras, const QStri
     return found != cameras.cend() ? found : nullptr;
 }
 
+/// What a call has returned; empty after an error, when Aravis may return memory without an end.
+QString textOf(const char* text, const GErrorSlot& error)
+{
+    return error.isSet() ? QString() : QString::fromUtf8(text);
+}
+
 }  // namespace
 
 CameraConnection::CameraConnection(const CameraSettings& settings, int queued,
@@ -79,9 +85,15 @@ void CameraConnection::identify()
 {
     ArvCamera* const camera = m_camera.get();
     GErrorSlot error;
-    m_info.vendor = QString::fromUtf8(arv_camera_get_vendor_name(camera, error.slot()));
-    m_info.model = QString::fromUtf8(arv_camera_get_model_name(camera, error.slot()));
-    m_info.serial = QString::fromUtf8(arv_camera_get_device_serial_number(camera, error.slot()));
+    const auto answer = [&](const char* (*call)(ArvCamera*, GError**)) {
+        const QString text = textOf(call(camera, error.slot()), error);
+        if (error.isTimeout())
+            check(error, QStringLiteral("ask what it is"));
+        return text;
+    };
+    m_info.vendor = answer(&arv_camera_get_vendor_name);
+    m_info.model = answer(&arv_camera_get_model_name);
+    m_info.serial = answer(&arv_camera_get_device_serial_number);
     const bool isGigE = arv_camera_is_gv_device(camera) != FALSE;
     m_info.protocol = isGigE                            ? QStringLiteral("GigEVision")
                       : arv_camera_is_uv_device(camera) ? QStringLiteral("USB3Vision")
@@ -191,8 +203,8 @@ void CameraConnection::readChunks(ArvBuffer* buffer, CxMetadata& metadata) const
                 arv_chunk_parser_get_boolean_value(m_parser.get(), buffer, feature, error.slot()) != FALSE;
             break;
         case CameraChunk::Text:
-            value = QString::fromUtf8(
-                arv_chunk_parser_get_string_value(m_parser.get(), buffer, feature, error.slot()));
+            value = textOf(arv_chunk_parser_get_string_value(m_parser.get(), buffer, feature, error.slot()),
+                           error);
             break;
         }
         if (!error.isSet())
