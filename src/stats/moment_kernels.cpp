@@ -92,7 +92,11 @@ std::int64_t HighestOf(V samples) noexcept
     const hn::DFromV<V> d;
     std::array<hn::TFromV<V>, HWY_MAX_BYTES / sizeof(hn::TFromV<V>)> lanes{};
     hn::StoreU(samples, d, lanes.data());
-    return *std::max_element(lanes.begin(), lanes.end());
+    // In this form the compiler folds vectors; it takes the lanes of std::max_element one by one.
+    hn::TFromV<V> highest = 0;
+    for (const hn::TFromV<V> lane : lanes)
+        highest = std::max(highest, lane);
+    return highest;
 }
 
 /// Words are summed as bytes: all of them, and the low ones, which leaves the high ones.
