@@ -87,3 +87,8 @@ def __getattr__(name: str) -> object:
 
     module = import_module("koimproc.series")
     return module if name == "series" else module.Accumulator
+
+
+def __dir__() -> list[str]:
+    """For completion: what is loaded when it is asked for is there too."""
+    return sorted({*globals(), *__all__, "series"} - {"TYPE_CHECKING"})

@@ -62,7 +62,7 @@ class Source:
             array = array_of(image, name)
             self.frame = None
         if array.dtype not in types:
-            array = _in_native_order(array, types, name)
+            array = in_native_order(array, types, name)
         if array.size == 0:
             check_shape(array, name)
         if self.frame is None:
@@ -108,7 +108,8 @@ class Source:
         return self.array.shape[2] if self.array.ndim == 3 else 1
 
 
-def _in_native_order(array: Array, types: Collection[DType], name: str) -> Array:
+def in_native_order(array: Array, types: Collection[DType], name: str) -> Array:
+    """A copy in this machine's byte order of what has samples of another one; refuses all other samples."""
     native_order = array.dtype.newbyteorder("=")
     if native_order in types:
         return array.astype(native_order)
@@ -287,6 +288,8 @@ def flat(array: Array) -> Array:
 
 def size_of(shape: object) -> tuple[int, int]:
     """Rows and columns of an argument `shape`."""
+    if isinstance(shape, np.ndarray):
+        shape = shape.tolist()
     if not isinstance(shape, (tuple, list)) or len(shape) != 2:
         raise ArgumentError("shape", f"(rows, columns) is wanted, not {shape!r}")
     return whole(shape[0], "shape", 0), whole(shape[1], "shape", 0)

@@ -133,7 +133,7 @@ class Frame:
     True
     """
 
-    __slots__ = ("_array", "_bits", "_bayer", "_grid")
+    __slots__ = ("_array", "_bits", "_bayer", "_grid", "__weakref__")
 
     _array: Array
     _bits: int

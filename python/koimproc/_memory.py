@@ -18,21 +18,34 @@ _LEAST = 1 << 18
 # Bytes that are kept.
 _MOST = 1 << 28
 
-# Blocks by their size. Every step below is one step of the interpreter, so threads and `__del__` need no lock.
+# Blocks by their size; sizes without blocks are left out. Every step below is one step of the interpreter, so threads
+# and `__del__` need no lock: a block that another thread puts into a list while that is left out is freed, no more.
 _spare: dict[int, list[Array]] = {}
 
 
 def _keep(block: Array, spare: dict[int, list[Array]] = _spare) -> None:
     size = block.nbytes
     spare.setdefault(size, []).append(block)
+    excess = sum(known * len(blocks) for known, blocks in list(spare.items())) - _MOST
     # Sizes that are no longer asked for go first.
-    for other in sorted(list(spare), key=lambda known: known == size):
-        while sum(known * len(blocks) for known, blocks in list(spare.items())) > _MOST:
-            try:
-                spare[other].pop(0)
-            except (KeyError, IndexError):
-                spare.pop(other, None)
-                break
+    while excess > 0 and spare:
+        other = next((known for known in list(spare) if known != size), size)
+        if _taken(other, spare) is not None:
+            excess -= other
+
+
+def _taken(size: int, spare: dict[int, list[Array]] = _spare) -> Array | None:
+    """A block of that size which is no longer kept; None where there is none."""
+    blocks = spare.get(size)
+    if blocks is None:
+        return None
+    try:
+        return blocks.pop()
+    except IndexError:
+        return None
+    finally:
+        if not blocks:
+            spare.pop(size, None)
 
 
 class _Lease:
@@ -61,8 +74,7 @@ def empty(shape: tuple[int, ...], dtype: np.dtype[Any]) -> Array:
         if size >= 2**63:
             raise MemoryError(f"an array of shape {shape} is larger than any memory")
         return np.empty(shape, dtype)
-    try:
-        block = _spare[size].pop()
-    except (KeyError, IndexError):
+    block = _taken(size)
+    if block is None:
         block = np.empty(size, np.uint8)
     return np.asarray(_Lease(block, shape, dtype))

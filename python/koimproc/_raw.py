@@ -107,14 +107,20 @@ def _bytes_of(buffer: object, name: str, *, writable: bool = False) -> memoryvie
     try:
         view = memoryview(buffer)  # type: ignore[arg-type]
     except (TypeError, ValueError, BufferError):
-        raise SampleTypeError(
-            name, f"bytes are wanted: bytes, bytearray, memoryview or a contiguous array, not {type(buffer).__name__}"
-        ) from None
+        raise _no_bytes(buffer, name) from None
+    if "O" in view.format:
+        raise _no_bytes(buffer, name)
     if not view.c_contiguous:
         raise ArgumentError(name, "memory without gaps is wanted")
     if writable and view.readonly:
         raise ArgumentError(name, "the memory is read-only")
     return view.cast("B") if view.nbytes else memoryview(b"")
+
+
+def _no_bytes(buffer: object, name: str) -> SampleTypeError:
+    return SampleTypeError(
+        name, f"bytes are wanted: bytes, bytearray, memoryview or a contiguous array, not {type(buffer).__name__}"
+    )
 
 
 def _extent(format: _Format, rows: int, columns: int, row_bytes: int) -> tuple[int, int]:

@@ -50,6 +50,12 @@ def test_series_are_there_when_they_are_asked_for():
     assert done.stdout.strip() == "True False"
 
 
+def test_completion_offers_what_is_loaded_later():
+    code = "import koimproc as ko; print({*ko.__all__, 'series'} <= set(dir(ko)), 'TYPE_CHECKING' in dir(ko))"
+    done = subprocess.run([sys.executable, "-c", code], check=True, capture_output=True, text=True)
+    assert done.stdout.strip() == "True False"
+
+
 def test_stubs_are_those_of_the_extension():
     allowed = Path(__file__).with_name("stubtest_allowlist.txt")
     done = subprocess.run([sys.executable, "-m", "mypy.stubtest", "koimproc.native", "--concise", "--allowlist", allowed],

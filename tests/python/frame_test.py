@@ -2,6 +2,7 @@
 import copy
 import operator
 import pickle
+import weakref
 
 import numpy as np
 import pytest
@@ -103,6 +104,14 @@ def test_a_shallow_copy_is_another_view_and_np_array_a_copy():
     assert (other.bits, other.bayer) == (12, "GBRG") and np.asarray(other) is np.asarray(f)
     assert not np.shares_memory(np.array(f), np.asarray(f))
     assert repr(other) == "Frame(4 x 6, uint16, bits=12, bayer='GBRG')"
+
+
+def test_frames_are_seen_without_being_kept():
+    f = ko.Frame(random_picture((4, 6)))
+    seen = weakref.ref(f)
+    assert seen() is f
+    del f
+    assert seen() is None
 
 
 def test_masks_from_comparisons_select():

@@ -250,6 +250,14 @@ class TestMemoryOfResults:
         assert 0 < sum(size * len(blocks) for size, blocks in spare.items()) <= 3 << 20
         assert _memory.empty((5, 1 << 20), np.dtype(np.uint8)).base is None
 
+    def test_keeps_no_sizes_without_blocks(self):
+        """Every size would make each result that goes take longer."""
+        spare = _memory._spare
+        spare.clear()
+        for columns in range(600):
+            _memory.empty((1 << 11, 1000 + columns), np.dtype(np.uint8))
+        assert all(spare.values()) and 0 < sum(size * len(blocks) for size, blocks in spare.items()) <= _memory._MOST
+
     def test_is_an_ordinary_array(self):
         result = ko.median(self.LARGE)
         assert type(result) is np.ndarray and result.flags.writeable and result.flags.c_contiguous and result.flags.aligned

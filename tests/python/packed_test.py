@@ -136,3 +136,12 @@ def test_bad_arguments(arguments, name):
     with pytest.raises((ko.ArgumentError, ko.SampleTypeError)) as caught:
         ko.unpack(*arguments)
     assert caught.value.argument == name
+
+
+def test_memory_of_objects_is_no_bytes():
+    objects = np.array([None] * 9)
+    for call in (lambda: ko.unpack(objects, "Mono8", (2, 2)),
+                 lambda: ko.pack(np.zeros((2, 2), np.uint8), "Mono8", out=objects)):
+        with pytest.raises(ko.SampleTypeError):
+            call()
+    assert objects.tolist() == [None] * 9

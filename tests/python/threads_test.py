@@ -61,6 +61,22 @@ def test_contexts_nest_and_end():
     assert (native.get_num_threads(), native.CallThreads.current()) == before
 
 
+def test_several_threads_are_in_the_same_context():
+    context, together, before = ko.threads(3), threading.Barrier(4, timeout=60), native.get_num_threads()
+
+    def work(_):
+        outside = native.get_num_threads()
+        with context:
+            together.wait()
+            inside = native.get_num_threads()
+            together.wait()
+        return inside, native.get_num_threads() == outside
+
+    with ThreadPoolExecutor(4) as pool:
+        assert list(pool.map(work, range(4))) == [(3, True)] * 4
+    assert native.get_num_threads() == before
+
+
 def test_a_failing_call_gives_its_threads_back():
     before = native.get_num_threads()
     with pytest.raises(ko.ArgumentError):
