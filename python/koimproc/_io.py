@@ -18,12 +18,15 @@ from koimproc._errors import ArgumentError
 from koimproc._frame import DEPTHS, GRIDS, Array, Frame
 
 # What the tool ko writes into the description of a file; the samples stand in the high bits there.
-_DESCRIPTION = re.compile(r"koimproc bits=(\d+)(?: grid=([RGB]{4}))?")
+DESCRIPTION = re.compile(r"koimproc bits=(\d+)(?: grid=([RGB]{4}))?")
 # The head of a binary PGM or PPM file: kind, columns, rows, maximum.
 _NETPBM = re.compile(rb"P([56])" + 3 * rb"(?:\s|#[^\n]*\n)+(\d+)" + rb"\s")
+# Endings of FITS files; those of fpack and of gzip and bzip2 come behind.
+_FITS = re.compile(r".+\.(fits|fit|fts)(\.(fz|gz|bz2))?", re.IGNORECASE | re.DOTALL)
 
 
-_FITS = re.compile(r"\.(fits|fit|fts)(\.gz)?", re.IGNORECASE)
+def is_fits(name: str) -> bool:
+    return _FITS.fullmatch(name) is not None
 
 
 def _openimageio() -> Any:
@@ -33,19 +36,25 @@ def _openimageio() -> Any:
         raise ImportError("imread needs OpenImageIO for Python: Debian's package python3-openimageio") from None
 
 
-def _raw_endings(oiio: Any) -> list[str]:
-    """The endings of raw files. OpenImageIO takes those that LibRaw cannot decode for TIFF files, whose samples are then
-    wrong."""
-    for entry in oiio.get_string_attribute("extension_list").split(";"):
+def is_raw(name: str) -> bool:
+    """Whether a file has the ending of a raw one. OpenImageIO takes those that LibRaw cannot decode for TIFF files, whose
+    samples are then wrong."""
+    for entry in _openimageio().get_string_attribute("extension_list").split(";"):
         kind, _, endings = entry.partition(":")
         if kind == "raw":
-            return list(endings.split(","))
-    return []
+            return Path(name).suffix[1:].lower() in endings.split(",")
+    return False
 
 
 def _require_file(name: str) -> None:
     """What does not exist, or is a folder, has an exception of its own."""
     open(name, "rb").close()
+
+
+def pattern_of(header: Any) -> str | None:
+    """The pattern of a mosaic, where the header of a FITS file says it."""
+    pattern = header.get("BAYERPAT")
+    return pattern if pattern in GRIDS else None
 
 
 def read_fits(path: str) -> tuple[Array, str | None]:
@@ -59,17 +68,17 @@ def read_fits(path: str) -> tuple[Array, str | None]:
         if image is None:
             raise OSError("no image in the file")
         samples = np.moveaxis(image.data, 0, -1) if image.data.ndim == 3 else image.data
-        pattern = image.header.get("BAYERPAT")
         native_order = samples.dtype.newbyteorder("=")
-        return np.ascontiguousarray(samples, native_order), pattern if pattern in GRIDS else None
+        return np.ascontiguousarray(samples, native_order), pattern_of(image.header) if samples.ndim == 2 else None
 
 
 def imread(path: str | os.PathLike[str]) -> Frame:
     """Read a picture, or the mosaic of a camera's raw file.
 
     Pictures are read by OpenImageIO (PNG, TIFF, JPEG, EXR and others) as they lie in the file, FITS files by astropy.
-    Files that the tool `ko` has written say their depth and pattern, which the frame takes over. A camera's raw file is
-    read by the tool `ko`, which subtracts the black levels and changes nothing else.
+    Files that the tool `ko` has written say their depth and pattern, which the frame takes over, and so do TIFF files
+    of 10, 12 and 14 bits. Of a file with several pages the first one is read; `koimproc.series.open_series` has all. A
+    camera's raw file is read by the tool `ko`, which subtracts the black levels and changes nothing else.
 
     Parameters
     ----------
@@ -101,41 +110,55 @@ def imread(path: str | os.PathLike[str]) -> Frame:
     no file
     """
     name = os.fsdecode(path)
-    if _FITS.fullmatch("".join(Path(name).suffixes[-2:])) or _FITS.fullmatch(Path(name).suffix):
+    if is_fits(name):
         try:
             samples, pattern = read_fits(name)
         except FileNotFoundError:
             raise
         except OSError as error:
             raise OSError(f"{name}: {error}") from None
-        return _frame(samples, 1, None, name, pattern)
-    oiio = _openimageio()
-    if Path(name).suffix[1:].lower() in _raw_endings(oiio):
+        return _frame(samples, 1, name, bayer=pattern)
+    if is_raw(name):
         _require_file(name)
         return _read_raw(name)
+    return read_picture(name)
+
+
+def read_picture(name: str, page: int = 0) -> Frame:
+    """A page of a file that OpenImageIO reads."""
+    oiio = _openimageio()
     as_stored = oiio.ImageSpec()
     as_stored.attribute("oiio:UnassociatedAlpha", 1)
     opened = oiio.ImageInput.open(name, as_stored)
     if opened is None:
         _require_file(name)
         raise OSError(f"{name}: {oiio.geterror().strip() or 'cannot be read'}")
-    if opened.format_name() == "raw":
+    kind = opened.format_name()
+    if kind == "raw":
         opened.close()
         return _read_raw(name)
-    if opened.format_name() == "pnm":
+    if kind == "pnm":
         found = _NETPBM.match(Path(name).read_bytes())
         if found is not None:
             opened.close()
             return _read_netpbm(found, name)
     try:
+        if not opened.seek_subimage(page, 0):
+            raise OSError(f"{name}: {opened.geterror()}")
         spec = opened.spec()
-        pixels = opened.read_image(0, 0, 0, spec.nchannels, spec.format)
+        pixels = opened.read_image(page, 0, 0, spec.nchannels, spec.format)
         if pixels is None:
             raise OSError(f"{name}: {opened.geterror()}")
-        description = _DESCRIPTION.match(spec.get_string_attribute("ImageDescription"))
     finally:
         opened.close()
-    return _frame(np.asarray(pixels), spec.nchannels, description, name)
+    description = DESCRIPTION.match(spec.get_string_attribute("ImageDescription"))
+    bits, bayer = None, None
+    if description is not None:
+        bits, bayer = int(description[1]), description[2]
+    elif kind == "tiff" and pixels.dtype == np.uint16:
+        # Those of 10, 12 and 14 bits are spread over all 16, so that the upper ones are the level.
+        bits = spec.get_int_attribute("oiio:BitsPerSample", 16)
+    return _frame(np.asarray(pixels), spec.nchannels, name, bits, bayer)
 
 
 def _read_netpbm(head: re.Match[bytes], name: str) -> Frame:
@@ -153,19 +176,18 @@ def _read_netpbm(head: re.Match[bytes], name: str) -> Frame:
     return Frame(levels.astype(dtype.newbyteorder("=")).reshape(shape), depth)
 
 
-def _frame(
-    pixels: Array, channels: int, description: re.Match[str] | None, name: str, bayer: str | None = None
-) -> Frame:
+def _frame(pixels: Array, channels: int, name: str, bits: int | None = None, bayer: str | None = None) -> Frame:
+    """A frame of what a file holds; of samples of fewer bits than their dtype has, these are the upper ones."""
     if pixels.ndim == 3 and channels == 1 == pixels.shape[2]:
         pixels = pixels[:, :, 0]
     if pixels.dtype == np.float16:
         pixels = pixels.astype(np.float32)
     if pixels.dtype not in DEPTHS or pixels.ndim not in (2, 3):
         raise ArgumentError("path", f"{name}: no frame has samples of {pixels.dtype} and shape {pixels.shape}")
-    if description is None or pixels.dtype not in CAMERA_SAMPLES:
+    if bits is None or pixels.dtype not in CAMERA_SAMPLES:
         return Frame(np.ascontiguousarray(pixels), bayer=bayer)
-    bits = min(int(description[1]), DEPTHS[pixels.dtype])
-    return Frame(pixels >> (DEPTHS[pixels.dtype] - bits), bits, description[2])
+    bits = min(bits, DEPTHS[pixels.dtype])
+    return Frame(pixels >> (DEPTHS[pixels.dtype] - bits), bits, bayer)
 
 
 def _read_raw(name: str) -> Frame:

@@ -20,15 +20,20 @@ ResultCode checkPair(const SxImageBuf& src, const SxImageBuf& dst)
     });
 }
 
-template <class Rows, class... Value>
-void combine(const SxImageBuf& src, SxImageBuf& dst, Rows rows, Value... value)
+template <class Row, class... Value>
+void combineRuns(const SxImageBuf& src, SxImageBuf& dst, Row row, Value... value)
 {
-    pairsStatic(src, dst, src.width, [&](const RowPairs& pairs) noexcept { rows(pairs, value...); });
+    runsStatic(
+        workOn(src, dst),
+        [&](std::int64_t y, std::int64_t width) noexcept {
+            row(rowOf(src, y), rowOf(dst, y), width, value...);
+        },
+        src, dst);
 }
 
 /// And and Or: integers only, a value cut to the sample, 1 where there is none.
 ResultCode combineIntegers(const SxImageBuf& src, SxImageBuf& dst, const QVariant* value,
-                           PerIntegerSize<LogicRows> LogicKernels::*kernel)
+                           PerIntegerSize<LogicRow> LogicKernels::*kernel)
 {
     if (const ResultCode rc = checkPair(src, dst))
         return rc;
@@ -36,8 +41,8 @@ ResultCode combineIntegers(const SxImageBuf& src, SxImageBuf& dst, const QVarian
                     {{ResultBadArg1, rowsFit(src)}, {ResultBadArg2, rowsFit(dst)}},
                     [&]<class T>(std::type_identity<T>) {
                         const T set = value ? plainValue<T>(*value) : T{1};
-                        const LogicRows rows = (logicKernels().*kernel).template of<T>();
-                        combine(src, dst, rows, bytesOf(set));
+                        const LogicRow row = (logicKernels().*kernel).template of<T>();
+                        combineRuns(src, dst, row, bytesOf(set));
                     });
 }
 
@@ -62,13 +67,13 @@ ResultCode Xor(const SxImageBuf& src, SxImageBuf& dst, QVariant* value)
                         {{ResultBadArg1, rowsFit(src)}, {ResultBadArg2, rowsFit(dst)}},
                         [&]<class T>(std::type_identity<T>) {
                             if (!value) {
-                                const LogicPassRows rows = logicKernels().passOne.of<T>();
-                                combine(src, dst, rows);
+                                const LogicPassRow row = logicKernels().passOne.of<T>();
+                                combineRuns(src, dst, row);
                                 return;
                             }
                             const T set = typedValue<T>(*value);
-                            const LogicRows rows = logicKernels().one.of<T>();
-                            combine(src, dst, rows, bytesOf(set));
+                            const LogicRow row = logicKernels().one.of<T>();
+                            combineRuns(src, dst, row, bytesOf(set));
                         });
     });
 }

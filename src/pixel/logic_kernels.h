@@ -2,23 +2,24 @@
 #pragma once
 
 #include "base/kernel_tables.h"
-#include "base/row_pairs.h"
 
 #include <cstdint>
 
 namespace ko {
 
-/// The samples of src combined into those of dst. `value` is one sample.
-using LogicRows = void (*)(RowPairs pairs, const std::uint8_t* value) noexcept;
+/// One row: `width` samples of src combined into those of dst, which may be the same memory. `value` is one
+/// sample.
+using LogicRow = void (*)(const std::uint8_t* src, std::uint8_t* dst, std::int64_t width,
+                          const std::uint8_t* value) noexcept;
 
 /// The same, the set samples keeping their own values.
-using LogicPassRows = void (*)(RowPairs pairs) noexcept;
+using LogicPassRow = void (*)(const std::uint8_t* src, std::uint8_t* dst, std::int64_t width) noexcept;
 
 struct LogicKernels {
-    PerIntegerSize<LogicRows> both;
-    PerIntegerSize<LogicRows> any;
-    PerSize<LogicRows> one;
-    PerSize<LogicPassRows> passOne;
+    PerIntegerSize<LogicRow> both;
+    PerIntegerSize<LogicRow> any;
+    PerSize<LogicRow> one;
+    PerSize<LogicPassRow> passOne;
 };
 
 /// The kernels of the running processor.

@@ -8,7 +8,7 @@ from pathlib import Path
 import numpy as np
 import OpenImageIO as oiio
 import pytest
-from support import random_picture
+from support import random_picture, tiff_of_few_bits
 
 import koimproc as ko
 
@@ -128,3 +128,29 @@ def test_fits_files_are_read_as_astropy_reads_them(tmp_path):
     (tmp_path / "bad.fits").write_text("nonsense")
     with pytest.raises(OSError, match="bad.fits"):
         ko.imread(tmp_path / "bad.fits")
+
+
+@pytest.mark.parametrize("bits", [10, 12, 14])
+def test_tiff_files_of_few_bits_keep_their_levels(tmp_path, bits):
+    a = random_picture((20, 31), np.uint16, bits)
+    (tmp_path / "a.tif").write_bytes(tiff_of_few_bits(a, bits))
+    f = ko.imread(tmp_path / "a.tif")
+    assert (f.bits, f.bayer) == (bits, None) and np.array_equal(f, a)
+
+
+@pytest.mark.parametrize("ending", ["fits.fz", "FTS.bz2", "fit.gz"])
+def test_compressed_fits_files(tmp_path, ending):
+    fits = pytest.importorskip("astropy.io.fits")
+    a = random_picture((20, 31), np.uint16)
+    image = fits.CompImageHDU(a, compression_type="RICE_1") if ending.endswith("fz") else fits.ImageHDU(a)
+    table = fits.BinTableHDU.from_columns([fits.Column("a", "J", array=[1])])
+    fits.HDUList([fits.PrimaryHDU(), table, image]).writeto(tmp_path / f"a.{ending}")
+    assert np.array_equal(ko.imread(tmp_path / f"a.{ending}"), a)
+
+
+def test_a_cube_of_mosaics_is_read_without_their_pattern(tmp_path):
+    fits = pytest.importorskip("astropy.io.fits")
+    cube = fits.PrimaryHDU(random_picture((4, 6, 8), np.uint16))
+    cube.header["BAYERPAT"] = "RGGB"
+    cube.writeto(tmp_path / "a.fits")
+    assert (ko.imread(tmp_path / "a.fits").shape, ko.imread(tmp_path / "a.fits").bayer) == ((6, 8, 4), None)

@@ -14,7 +14,7 @@ import zarr
 from series_support import bytes_in, frames_of, stored
 
 from koimproc import series as ks
-from koimproc.series.__main__ import arguments
+from koimproc.series.__main__ import _Line, arguments
 from koimproc.series._recipe import workers_within
 
 # A tool that works on all frames but this one.
@@ -211,7 +211,7 @@ class TestCommand:
         return str(tmp_path / "recipe.json")
 
     @pytest.mark.parametrize("arguments, status, said", [
-        (("-o", "out", "--memory", "much"), 2, "2GiB"), (("-o", "out", "--scheduler", "cluster"), 2, "tcp://"),
+        (("-o", "out", "--memory", "much"), 2, "2GiB"), (("-o", "out", "--memory", "1e999GB"), 2, "2GiB"), (("-o", "out", "--scheduler", "cluster"), 2, "tcp://"),
         ((), 2, "--output"), (("-o", "out", "--workers", "0"), 2, "workers"),
         (("-o", "out", "--report", "missing/report.json"), 2, "missing"),
     ])
@@ -219,6 +219,16 @@ class TestCommand:
         names = stored("tiff files", frames_of(1, (16, 20)), tmp_path).names
         done = self.call(tmp_path, *names, *arguments, cwd=tmp_path)
         assert done.returncode == status and said in done.stderr
+
+    def test_memory_without_dask_is_refused_in_one_line(self, tmp_path):
+        (tmp_path / "dask.py").write_text("raise ImportError")
+        done = self.call(tmp_path, "a.tif", "-o", "out", "--memory", "2GiB",
+                         env={**os.environ, "PYTHONPATH": f"{tmp_path}:{os.environ['PYTHONPATH']}"})
+        assert done.returncode == 2 and "python3-dask" in done.stderr and "Traceback" not in done.stderr
+
+    def test_the_rate_is_that_of_this_run(self, capsys):
+        _Line(ks.Report(100, done=5, resumed=90))(95, 100, 1.0)
+        assert capsys.readouterr().err == "95 of 100 frames, 5.0 frames/s, 1 s remaining\n"
 
     @pytest.mark.parametrize("recipe", ["", "no JSON", "[]", "5", "{}", '{"operations": 5}', '{"operations": [5]}',
                                         '{"operations": [], "output": 7}'])
@@ -249,7 +259,8 @@ class TestCommand:
         assert done.returncode == 1 and "no.tif" in done.stderr
 
     @pytest.mark.parametrize("scheduler", [(), ("--scheduler", "processes")])
-    def test_ctrl_c_says_how_to_go_on(self, scheduler, tmp_path):
+    @pytest.mark.parametrize("number, status", [(signal.SIGINT, 130), (signal.SIGTERM, 143)])
+    def test_ctrl_c_says_how_to_go_on(self, scheduler, number, status, tmp_path):
         series = stored("tiff files", frames_of(12, (64, 64)), tmp_path)
         tool = tmp_path / "slow-ko"
         tool.write_text(SLOW_TOOL)
@@ -259,9 +270,9 @@ class TestCommand:
         running = subprocess.Popen(command, stderr=subprocess.PIPE, stdout=subprocess.PIPE, text=True, start_new_session=True,
                                    env={**os.environ, "KO_TOOL": str(tool), "REAL_TOOL": os.environ["KO_TOOL"]})
         wait_for_a_part(running)
-        os.killpg(running.pid, signal.SIGINT)  # as a terminal does
+        os.killpg(running.pid, number)  # as a terminal does, or a batch system
         _, said = running.communicate(timeout=300)
-        assert running.returncode == 130 and "Traceback" not in said, said
+        assert running.returncode == status and "Traceback" not in said, said
         assert said.splitlines()[-1] == "koimproc-series: interrupted; --resume goes on from here"
         report = json.loads((tmp_path / "report.json").read_text())
         assert report["done"] >= 1 and report["frames"] == 12 and report["error"].startswith("interrupted")

@@ -1,9 +1,11 @@
 """koimproc.series: accumulators, readers, and runs whose bytes do not depend on parts and workers."""
+import copy
 import json
 import os
 import pickle
 import resource
 import signal
+from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
 import distributed
@@ -12,6 +14,7 @@ import pytest
 from series_support import EVERYTHING, accumulator, digest, frames_of, stored
 
 import koimproc as ko
+from koimproc import native
 from koimproc import series as ks
 
 
@@ -95,6 +98,55 @@ class TestAccumulator:
         empty.save(tmp_path / "empty")
         assert ks.Accumulator.load(tmp_path / "empty").merge(accumulator(frames_of(), ("mean",))).frames == 13
 
+    @pytest.mark.parametrize("what", [("mean", "var", "max"), ("hist",)])
+    def test_several_threads_may_add_to_one(self, what):
+        frames = frames_of(24, (600, 500))
+        sums = ks.Accumulator(*what)
+        with ThreadPoolExecutor(4) as pool:
+            list(pool.map(sums.add, frames))
+        assert digest(sums) == digest(accumulator(frames, what))
+
+    def test_threads_that_begin_with_other_frames_are_told_apart(self):
+        sums = ks.Accumulator("hist")
+        first, other = (sums._prepared([np.zeros(shape, "u1")]) for shape in ((2, 3), (2, 4)))
+        sums._take(first)
+        with pytest.raises(ko.ArgumentError, match=r"shape \(2, 3\) is wanted"):
+            sums._take(other)
+        assert sums.frames == 1
+
+    def test_what_ctrl_c_comes_behind_has_counted_or_not_begun(self, monkeypatch):
+        frames = frames_of(3)
+        sums = accumulator(frames[:1])
+        add = native.AccumulateFrames
+
+        def interrupted(*arguments):
+            add(*arguments)
+            raise KeyboardInterrupt
+
+        monkeypatch.setattr(native, "AccumulateFrames", interrupted)
+        with pytest.raises(KeyboardInterrupt):
+            sums.add(frames[1])
+        monkeypatch.setattr(native, "AccumulateFrames", add)
+        sums.add(frames[2])
+        assert digest(pickle.loads(pickle.dumps(sums))) == digest(accumulator(frames))
+
+    @pytest.mark.parametrize("copied", [copy.copy, copy.deepcopy])
+    def test_a_copy_is_another_one(self, copied):
+        frames = frames_of(3)
+        sums = accumulator(frames[:2])
+        other = copied(sums)
+        other.add(frames[2])
+        assert (digest(sums), digest(other)) == (digest(accumulator(frames[:2])), digest(accumulator(frames)))
+
+    def test_frames_of_the_other_byte_order_are_taken(self):
+        frames = frames_of(3)
+        assert digest(accumulator(frames.astype(">u2"))) == digest(accumulator(frames))
+        with pytest.raises(ko.SampleTypeError, match="frames"):
+            ks.Accumulator("mean").add(frames[0].astype(float))
+
+    def test_it_says_what_it_is(self):
+        assert repr(accumulator(frames_of(2), ("mean", "above"))) == "<Accumulator('mean', 'above', level=2000) of 2 frames>"
+
     def test_more_frames_than_fit_are_refused(self):
         for what in ("mean", "hist"):
             sums = accumulator(frames_of(1), (what,))
@@ -147,6 +199,28 @@ class TestReaders:
         os.unlink(series.files(0, 3)[0])
         _, report = ks.accumulate(series, "mean", on_error="skip", workers=1)
         assert [name for name, _ in report.failed] == list(series.names)
+
+    @pytest.mark.parametrize("kind", KINDS)
+    def test_some_of_the_frames_are_a_series_too(self, kind, tmp_path):
+        frames = frames_of(11, (5, 8))
+        series = stored(kind, frames, tmp_path)
+        for part in (slice(2, 9), slice(None, None, 3), slice(-3, None), slice(None, None, -1)):
+            some = series[part]
+            assert (some.bits, some.bayer, some.names) == (series.bits, series.bayer, series.names[part])
+            np.testing.assert_array_equal(list(some), frames[part])
+            np.testing.assert_array_equal(pickle.loads(pickle.dumps(some))[1], frames[part][1])
+            assert digest(ks.accumulate(some, "mean", workers=2, frames_per_part=2)[0]) == digest(
+                accumulator(frames[part], ("mean",), bits=series.bits))
+        assert series[3:5][1:].names == series.names[4:5]
+        with pytest.raises(ValueError, match="at least one frame"):
+            series[5:5]
+
+    def test_parts_of_other_frames_are_not_resumed(self, tmp_path):
+        series = stored("hdf5", frames_of(6), tmp_path)
+        options = {"work": tmp_path / "work", "resume": True, "workers": 1}
+        for part, resumed in ((slice(3), 0), (slice(3, 6), 0), (slice(3), 3)):
+            sums, report = ks.accumulate(series[part], "mean", **options)
+            assert report.resumed == resumed and digest(sums) == digest(accumulator(frames_of(6)[part], ("mean",)))
 
     def test_depth_and_pattern_come_from_files_and_arguments(self, tmp_path):
         series = stored("tiff files", frames_of(1), tmp_path)

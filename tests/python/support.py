@@ -1,4 +1,6 @@
 """Arrays of every layout, and what the tests of the friendly face have in common."""
+import struct
+
 import numpy as np
 from hypothesis import HealthCheck, settings
 from hypothesis import strategies as st
@@ -73,3 +75,14 @@ def masks(shape):
 def random_picture(shape, dtype=np.uint8, bits=None, seed=1):
     top = 1 << (bits or 8 * np.dtype(dtype).itemsize)
     return np.random.default_rng(seed).integers(0, top, shape, dtype)
+
+
+def tiff_of_few_bits(levels, bits):
+    """A TIFF file of gray samples that follow each other bit by bit, as microscopes write those of 12 bits."""
+    rows = b"".join(np.packbits([level >> bit & 1 for level in row.tolist() for bit in reversed(range(bits))]).tobytes()
+                    for row in levels)
+    height, width = levels.shape
+    tags = [(256, width), (257, height), (258, bits), (259, 1), (262, 1), (273, 8), (277, 1), (278, height), (279, len(rows))]
+    rows += b"\0" * (len(rows) % 2)
+    return (struct.pack("<4sI", b"II*\0", 8 + len(rows)) + rows + struct.pack("<H", len(tags))
+            + b"".join(struct.pack("<HHII", tag, 4, 1, value) for tag, value in tags) + bytes(4))

@@ -6,9 +6,8 @@ Operations allOperations()
 {
     Operations all;
     for (const Operations& room :
-         {coreOperations(), pipelineOperations(), masksOperations(), histogramOperations(), statsOperations(),
-          toneOperations(), pixelOperations(), convertOperations(), filtersOperations(), medianOperations(),
-          rawOperations(), demosaicOperations(), snakeOperations()})
+         {coreOperations(), frameOperations(), countingOperations(), statisticsOperations(), toneOperations(),
+          pixelOperations(), conversionOperations(), rawOperations(), filterOperations()})
         all.insert(all.end(), room.begin(), room.end());
     return all;
 }

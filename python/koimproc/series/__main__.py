@@ -4,9 +4,10 @@ from __future__ import annotations
 
 import argparse
 import os
+import signal
 import sys
 from collections.abc import Sequence
-from typing import Optional
+from typing import NoReturn, Optional
 
 from koimproc import __version__
 from koimproc._errors import SampleTypeError
@@ -20,12 +21,14 @@ from koimproc.series._sources import FrameError, library, reason
 class _Line:
     """Says how far the work is: in one line on a terminal, now and then in a line of its own elsewhere."""
 
-    def __init__(self) -> None:
+    def __init__(self, report: Report) -> None:
+        self._report = report
         self._on_terminal = sys.stderr.isatty()
         self._next = 0.0
 
     def __call__(self, done: int, frames: int, seconds: float) -> None:
-        rate = done / seconds if seconds > 0 else 0.0
+        # What an earlier run has done took none of this time.
+        rate = (done - self._report.resumed) / seconds if seconds > 0 else 0.0
         rest = (frames - done) / rate if rate > 0 else 0.0
         text = f"{done} of {frames} frames, {rate:.1f} frames/s, {rest:.0f} s remaining"
         if self._on_terminal:
@@ -35,11 +38,21 @@ class _Line:
             self._next = seconds + 10
 
 
+class _Terminated(KeyboardInterrupt):
+    """Batch systems and services end a program by SIGTERM, which ends it here as Ctrl-C does."""
+
+
+def _terminate(*_: object) -> NoReturn:
+    raise _Terminated
+
+
 def _bytes(text: str) -> int:
     try:
         return int(library("dask.utils").parse_bytes(text))
-    except ValueError:
+    except (ValueError, OverflowError):
         raise argparse.ArgumentTypeError(f"bytes such as 2GiB are wanted, not {text!r}") from None
+    except ImportError as error:
+        raise argparse.ArgumentTypeError(str(error)) from None
 
 
 def arguments() -> argparse.ArgumentParser:
@@ -85,7 +98,7 @@ def _work(options: argparse.Namespace, report: Report) -> None:
         frames_per_part=options.frames_per_part,
         on_error=options.on_error,
         resume=options.resume,
-        progress=None if options.quiet else _Line(),
+        progress=None if options.quiet else _Line(report),
         report=report,
     )
 
@@ -94,9 +107,9 @@ def _worked(options: argparse.Namespace, report: Report) -> int:
     """The exit status of the work; the report has what ended it."""
     try:
         _work(options, report)
-    except KeyboardInterrupt:
+    except KeyboardInterrupt as end:
         report.error = "interrupted; --resume goes on from here"
-        return 130
+        return 128 + (signal.SIGTERM if isinstance(end, _Terminated) else signal.SIGINT)
     except (OSError, ImportError, MemoryError, RuntimeError) as error:
         report.error = _sentence(error)
         if isinstance(error, FrameError):
@@ -109,12 +122,13 @@ def _worked(options: argparse.Namespace, report: Report) -> int:
 
 
 def main(given: Optional[Sequence[str]] = None) -> int:
-    """The program; returns its exit status: 0, 1 for failures, 2 for wrong arguments, 130 after Ctrl-C."""
+    """The program; returns its exit status: 0, 1 for failures, 2 for wrong arguments, 130 after Ctrl-C, 143 after SIGTERM."""
     parser = arguments()
     options = parser.parse_args(given)
     if options.report and not os.path.isdir(os.path.dirname(os.path.abspath(options.report))):
         parser.error(f"argument --report: no such directory: {os.path.dirname(options.report)}")
     report = Report(0)
+    signal.signal(signal.SIGTERM, _terminate)
     status = _worked(options, report)
     if report.error is None:
         for name, message in sorted(report.failed):

@@ -3,20 +3,21 @@
 from __future__ import annotations
 
 import copy
-import json
 from collections.abc import Sequence
-from dataclasses import dataclass
-from typing import IO, Any, Optional
+from threading import RLock
+from typing import Any, Optional
 
 import numpy as np
 import numpy.typing as npt
 
 from koimproc import native
-from koimproc._arrays import CAMERA_SAMPLES, mask_of, record_of, whole
-from koimproc._errors import ArgumentError, SampleTypeError
+from koimproc._arrays import CAMERA_SAMPLES, in_native_order, mask_of, record_of, whole
+from koimproc._errors import ArgumentError
 from koimproc._frame import array_of, check_shape
 from koimproc._memory import empty
-from koimproc.series._files import PathLike, replacing
+from koimproc.series._files import PathLike
+from koimproc.series._prepared import Prepared, check, counted
+from koimproc.series._sums_file import read_sums, write_sums
 
 Array = npt.NDArray[Any]
 
@@ -33,49 +34,16 @@ _PLANES = {
 _TYPES = {"sum": "u8", "squares": "u8", "minimum": None, "maximum": None, "above": "u4", "counts": "u4"}
 
 
-def _check(rc: native.ResultCode, sentence: str) -> None:
-    if rc == native.ResultOutOfRange:
-        raise OverflowError(f"an accumulator holds at most {native.mostAccumulatedFrames} frames")
-    if rc == native.ResultFailed:
-        raise MemoryError(sentence)
-    if rc != native.ResultOk:
-        raise ValueError(f"{sentence}: {native.toString(rc)}")
-
-
-def _read_array(file: IO[bytes]) -> Array:
-    """As np.load, but into memory of arrays that are gone: sums of many parts are read one after another."""
-    layout: Any = np.lib.format
-    if layout.read_magic(file) != (1, 0):
-        raise ValueError("written by another program")
-    shape, _, dtype = layout.read_array_header_1_0(file)
-    array = empty(shape, dtype)
-    if file.readinto(array.reshape(-1).view(np.uint8)) != array.nbytes:  # type: ignore[attr-defined]
-        raise ValueError("the file is not complete")
-    return array
-
-
-@dataclass(frozen=True)
-class Prepared:
-    """Frames that may be added: the first one, the records of all, their masks, and the histogram where it is wanted."""
-
-    first: Array
-    records: Sequence[native.SxImageBuf]
-    masks: Sequence[native.SxImageBuf]
-    counts: Optional[npt.NDArray[np.uint64]]
-
-
-def joined(group: Sequence[Prepared]) -> Prepared:
-    """Frames without masks as if they had been prepared in one call."""
-    counts = [prepared.counts for prepared in group if prepared.counts is not None]
-    records = [record for prepared in group for record in prepared.records]
-    return Prepared(group[0].first, records, [], np.sum(counts, 0) if counts else None)
+def _check_alike(frame: Array, dtype: Optional[np.dtype[Any]], shape: tuple[int, ...]) -> None:
+    if frame.dtype != dtype or frame.shape != shape:
+        raise ArgumentError("frames", f"{dtype} of shape {shape} is wanted, not {frame.dtype} of {frame.shape}")
 
 
 class Accumulator:
     """Statistics of every pixel over any number of frames.
 
     It holds integers alone, and merging adds them. So the parts of a series may be accumulated anywhere and merged in
-    any order: the results are the same bit for bit.
+    any order: the results are the same bit for bit. Several threads may add to one accumulator; one adds at a time.
 
     Parameters
     ----------
@@ -110,6 +78,7 @@ class Accumulator:
         self._shape: tuple[int, ...] = ()
         self._sums = native.SxAccumulator()
         self._frames = 0
+        self._lock = RLock()
 
     def empty(self) -> Accumulator:
         """An accumulator of the same results without any frame."""
@@ -152,63 +121,78 @@ class Accumulator:
         """Frames and masks that fit each other and this accumulator, and how often their levels occur. It changes nothing, so
         one thread may prepare frames while another one adds its own."""
         arrays = [array_of(frame, "frames") for frame in frames]
+        arrays = [
+            array if array.dtype in CAMERA_SAMPLES else in_native_order(array, CAMERA_SAMPLES, "frames") for array in arrays
+        ]
         if self._dtype is None:
             self._check_kind(arrays[0])
         dtype, shape = (arrays[0].dtype, arrays[0].shape) if self._dtype is None else (self._dtype, self._shape)
         for array in arrays:
-            if array.dtype != dtype or array.shape != shape:
-                raise ArgumentError("frames", f"{dtype} of shape {shape} is wanted, not {array.dtype} of {array.shape}")
+            _check_alike(array, dtype, shape)
         chosen = [] if masks is None else list(masks)
         if masks is not None and len(chosen) != len(frames):
             raise ArgumentError("masks", f"as many as frames are wanted, {len(frames)}, not {len(chosen)}")
         selecting = [mask_of(array_of(mask, "masks"), shape, "masks") for mask in chosen]
         records = [native.SxImageBuf(np.ascontiguousarray(array)) for array in arrays]
         selected = [record_of(mask) for mask in selecting if mask is not None]
-        counts = self._counted(arrays[0], records, selected) if "hist" in self._what else None
+        counts = counted(arrays[0], records, selected, self._bits) if "hist" in self._what else None
         return Prepared(arrays[0], records, selected, counts)
 
     def _take(self, new: Prepared) -> None:
         """Adds what an accumulator of the same results has prepared, all or nothing."""
-        is_first = self._dtype is None
-        if is_first:
-            self._begin(new.first)
-        try:
-            if new.masks and self._planes and "counts" not in self._planes:
-                self._planes["counts"] = self._counts()
-                self._bind()
-            if self._planes:
-                _check(native.AccumulateFrames(new.records, new.masks, self._sums), "frames or masks do not fit")
-            elif self._frames + len(new.records) > native.mostAccumulatedFrames:
-                _check(native.ResultOutOfRange, "")
-        except BaseException:
+        with self._lock:
+            is_first = self._dtype is None
             if is_first:
-                self.__setstate__(self.empty().__getstate__())
-            raise
-        if new.counts is not None:
-            self._histogram = new.counts if self._histogram is None else self._histogram + new.counts
-        self._frames += len(new.records)
+                self._begin(new.first)
+            _check_alike(new.first, self._dtype, self._shape)
+            try:
+                if new.masks and self._planes and "counts" not in self._planes:
+                    self._planes["counts"] = self._counts()
+                    self._bind()
+                self._add(new)
+            except BaseException:
+                if is_first and self._frames == 0:
+                    self._become(self.empty().__getstate__())
+                raise
+
+    def _add(self, new: Prepared) -> None:
+        frames = self._frames + len(new.records)
+        if not self._planes and frames > native.mostAccumulatedFrames:
+            check(native.ResultOutOfRange, "")
+        try:
+            if self._planes:
+                check(native.AccumulateFrames(new.records, new.masks, self._sums), "frames or masks do not fit")
+        finally:
+            # After Ctrl-C the call has done its work or not begun.
+            if not self._planes or self._sums.frames == frames:
+                self._frames = frames
+                if new.counts is not None:
+                    self._histogram = new.counts if self._histogram is None else self._histogram + new.counts
 
     def merge(self, other: Accumulator) -> Accumulator:
         """Add what another accumulator holds, which stays as it is; returns this one."""
         if (self._what, self._bits, self._level) != (other._what, other._bits, other._level):
             raise ArgumentError("other", "an accumulator of the same results, bits and level is wanted")
-        if other._dtype is None:
+        # In one order everywhere, so that no two threads wait for each other.
+        first, second = sorted((self, other), key=id)
+        with first._lock, second._lock:
+            if other._dtype is None:
+                return self
+            if self._dtype is None:
+                self._become(copy.deepcopy(other.__getstate__()))
+                return self
+            if (self._dtype, self._shape) != (other._dtype, other._shape):
+                raise ArgumentError("other", f"one of {self._dtype} frames of shape {self._shape} is wanted")
+            if self is other:
+                raise ArgumentError("other", "an accumulator is not merged with itself")
+            if self._planes:
+                check(self._add_planes(other), "the accumulators do not fit")
+            elif self._frames + other._frames > native.mostAccumulatedFrames:
+                check(native.ResultOutOfRange, "")
+            if self._histogram is not None and other._histogram is not None:
+                self._histogram = self._histogram + other._histogram
+            self._frames += other._frames
             return self
-        if self._dtype is None:
-            self.__setstate__(copy.deepcopy(other.__getstate__()))
-            return self
-        if (self._dtype, self._shape) != (other._dtype, other._shape):
-            raise ArgumentError("other", f"one of {self._dtype} frames of shape {self._shape} is wanted")
-        if self is other:
-            raise ArgumentError("other", "an accumulator is not merged with itself")
-        if self._planes:
-            _check(self._add_planes(other), "the accumulators do not fit")
-        elif self._frames + other._frames > native.mostAccumulatedFrames:
-            _check(native.ResultOutOfRange, "")
-        if self._histogram is not None and other._histogram is not None:
-            self._histogram = self._histogram + other._histogram
-        self._frames += other._frames
-        return self
 
     def _add_planes(self, other: Accumulator) -> native.ResultCode:
         """Merges planes, with counts of samples if either has them."""
@@ -229,36 +213,32 @@ class Accumulator:
         """
         if ddof not in (0, 1):
             raise ArgumentError("ddof", f"0 or 1 is wanted, not {ddof}")
-        if self._dtype is None:
-            raise ValueError("no frame has been added")
-        return {name: self._result(name, ddof) for name in self._what}
+        with self._lock:
+            if self._dtype is None:
+                raise ValueError("no frame has been added")
+            return {name: self._result(name, ddof) for name in self._what}
 
     def save(self, path: PathLike, *, durable: bool = True) -> None:
         """Write everything to a file, which appears under its name when it is complete, and if it is to be `durable` when
-        the disk has it. It holds arrays as of np.save one behind the other: first what they are, as JSON."""
-        arrays = dict(self._planes)
-        if self._histogram is not None:
-            arrays["histogram"] = self._histogram
-        facts = {name: value for name, value in self.__getstate__().items() if name not in ("planes", "histogram")}
-        facts |= {"dtype": None if self._dtype is None else self._dtype.str, "arrays": list(arrays)}
-        layout: Any = np.lib.format
-        with replacing(path, durable) as file:
-            for array in (np.array(json.dumps(facts)), *arrays.values()):
-                # np.save does not say why the disk took only a part.
-                layout.write_array_header_1_0(file, layout.header_data_from_array_1_0(array))
-                file.write(np.ascontiguousarray(array).data)
+        the disk has it."""
+        with self._lock:
+            write_sums(path, self.__getstate__(), durable)
 
     @classmethod
     def load(cls, path: PathLike) -> Accumulator:
         """Read what `save` has written."""
-        with open(path, "rb") as file:
-            facts = json.loads(str(np.load(file)))
-            planes = {name: _read_array(file) for name in facts.pop("arrays")}
-        facts["what"], facts["shape"] = tuple(facts["what"]), tuple(facts["shape"])
-        facts["dtype"] = None if facts["dtype"] is None else np.dtype(facts["dtype"])
         accumulator = cls.__new__(cls)
-        accumulator.__setstate__({**facts, "histogram": planes.pop("histogram", None), "planes": planes})
+        accumulator.__setstate__(read_sums(path))
         return accumulator
+
+    def __repr__(self) -> str:
+        what = ", ".join(map(repr, self._what))
+        facts = "".join(f", {name}={value}" for name, value in (("bits", self._bits), ("level", self._level)) if value is not None)
+        return f"<Accumulator({what}{facts}) of {self._frames} frames>"
+
+    def __copy__(self) -> Accumulator:
+        """A copy of its own: to add to the integers of two would spoil both."""
+        return copy.deepcopy(self)
 
     def __getstate__(self) -> dict[str, Any]:
         return {
@@ -273,6 +253,10 @@ class Accumulator:
         }
 
     def __setstate__(self, state: dict[str, Any]) -> None:
+        self._lock = RLock()
+        self._become(state)
+
+    def _become(self, state: dict[str, Any]) -> None:
         self._what = state["what"]
         self._bits = state["bits"]
         self._level = state["level"]
@@ -285,8 +269,6 @@ class Accumulator:
 
     def _check_kind(self, frame: Array) -> None:
         """Refuses frames that no accumulator takes."""
-        if frame.dtype not in CAMERA_SAMPLES:
-            raise SampleTypeError("frames", f"samples of uint8 or uint16 are wanted, not {frame.dtype}")
         check_shape(frame, "frames")
         if self._bits is not None and self._bits > 8 * frame.dtype.itemsize:
             raise ArgumentError("bits", f"samples of {frame.dtype} do not have {self._bits}")
@@ -298,7 +280,7 @@ class Accumulator:
         self._planes = {name: np.empty(frame.shape, kind or frame.dtype) for name, kind in types.items()}
         self._bind()
         if self._planes:
-            _check(native.ClearAccumulator(self._sums), "planes of this shape")
+            check(native.ClearAccumulator(self._sums), "planes of this shape")
 
     def _bind(self) -> None:
         """Lay the library's record over the planes."""
@@ -312,27 +294,6 @@ class Accumulator:
         """How many frames each sample has seen, where no frame had a mask."""
         return np.full(self._shape, self._frames, _TYPES["counts"])
 
-    def _counted(
-        self, first: Array, records: Sequence[native.SxImageBuf], masks: Sequence[native.SxImageBuf]
-    ) -> npt.NDArray[np.uint64]:
-        """How often each level occurs in some frames."""
-        bits = self._bits or 8 * first.itemsize
-        channels = 1 if first.ndim == 2 else first.shape[2]
-        total = np.zeros((channels, 1 << bits), np.uint64)
-        # Counters of 32 bits are enough for one frame; levels beyond the depth are looked for in all of them.
-        counts = np.empty((channels, 1 << (8 * first.itemsize)), np.uint32)
-        counters = native.CxImageHistogram(counts)
-        for index, record in enumerate(records):
-            counts.fill(0)
-            if masks:
-                _check(native.HistogramMasked(record, masks[index], counters), "masks do not fit")
-            else:
-                _check(native.Histogram(record, counters), "frames do not fit")
-            if counts[:, 1 << bits :].any():
-                raise ArgumentError("bits", f"there are samples of {1 << bits} and above, more than {bits} bits")
-            total += counts[:, : 1 << bits]
-        return total
-
     def _result(self, name: str, ddof: int) -> Array:
         if name == "hist":
             assert self._histogram is not None
@@ -342,9 +303,9 @@ class Accumulator:
             out = empty(self._shape, np.dtype(np.float64))
             image = native.SxImageBuf(out)
             if name == "mean":
-                _check(native.AccumulatedMean(self._sums, image), "planes")
+                check(native.AccumulatedMean(self._sums, image), "planes")
             else:
-                _check(native.AccumulatedVariance(self._sums, ddof, image), "planes")
+                check(native.AccumulatedVariance(self._sums, ddof, image), "planes")
             return out
         plane: Array = self._planes[_PLANES[name][0]].copy()
         return plane

@@ -1,16 +1,51 @@
-"""Series of what functions make of frames."""
+"""Series of some frames of another one, and of what functions make of frames."""
 
 from __future__ import annotations
 
 import hashlib
-from collections.abc import Callable, Iterator
+import itertools
+from collections.abc import Callable, Iterator, Sequence
 from contextlib import contextmanager
-from typing import Any
+from typing import Any, Optional
 
 import numpy as np
 
 from koimproc._frame import Frame
 from koimproc.series._sources import Array, Read, Source, check_meaning, library, samples_of
+
+
+class Chosen(Source):
+    """Some frames of a source."""
+
+    def __init__(self, source: Source, indices: range) -> None:
+        self._source = source
+        self._indices = indices
+        self.bits, self.bayer = source.bits, source.bayer
+
+    def _of_each(self, all_frames: Sequence[str]) -> list[str]:
+        return [all_frames[index] for index in self._indices]
+
+    def names(self) -> list[str]:
+        return self._of_each(self._source.names())
+
+    def inputs(self) -> Optional[list[str]]:
+        inputs = self._source.inputs()
+        return None if inputs is None else self._of_each(inputs)
+
+    def files(self, start: int, stop: int) -> list[str]:
+        files = [self._source.files(index, index + 1) for index in self._indices[start:stop]]
+        return list(dict.fromkeys(itertools.chain.from_iterable(files)))
+
+    def key(self) -> str:
+        return f"{self._source.key()}{self._indices}"
+
+    def read(self, index: int) -> Array:
+        return self._source.read(self._indices[index])
+
+    @contextmanager
+    def reader(self) -> Iterator[Read]:
+        with self._source.reader() as read:
+            yield lambda index: read(self._indices[index])
 
 
 class Mapped(Source):

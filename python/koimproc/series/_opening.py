@@ -10,22 +10,14 @@ from pathlib import Path
 from typing import Any, Union
 
 from koimproc._errors import ArgumentError
+from koimproc._io import is_fits
 from koimproc.series._files import PathLike
-from koimproc.series._sources import (
-    FITS,
-    TIFF,
-    CubeSource,
-    FilesSource,
-    FrameError,
-    Hdf5Source,
-    PagesSource,
-    Source,
-    ZarrSource,
-    library,
-    reason,
-)
+from koimproc.series._sources import TIFF, FilesSource, FrameError, Source, library, reason
+from koimproc.series._stacks import CubeSource, Hdf5Source, PagesSource, VirtualStackSource, ZarrSource
 
 _HDF5 = (".h5", ".hdf5", ".hdf", ".nxs")
+# Datasets that are named where one has to be chosen.
+_MOST_TOLD = 5
 
 
 def _numbered(path: str) -> list[tuple[int, Union[int, str]]]:
@@ -57,17 +49,35 @@ def _one_file(name: str, dataset: Union[str, int, None]) -> Source:
         return ZarrSource(name, dataset)
     if ending in _HDF5:
         if dataset is None:
-            raise ArgumentError("dataset", "the name of a dataset of the HDF5 file is wanted")
+            raise ArgumentError("dataset", f"the name of a dataset of the HDF5 file is wanted{_stacks_in(name)}")
         return Hdf5Source(name, dataset)
     if ending in TIFF:
+        if VirtualStackSource.is_one(name):
+            return VirtualStackSource(name, None)
         pages = PagesSource(name, None)
         return pages if len(pages.names()) > 1 else FilesSource([name])
-    if ending in FITS:
+    if is_fits(name):
         with library("astropy.io.fits").open(name) as file:
-            first = next((number for number, part in enumerate(file) if part.shape), 0)
+            first = next((number for number, part in enumerate(file) if part.is_image and part.shape), None)
+            if first is None:
+                raise ValueError("no image in the file")
             is_cube = len(file[first].shape) >= 3
         return CubeSource(name, first if dataset is None else dataset) if is_cube or dataset is not None else FilesSource([name])
     return FilesSource([name])
+
+
+def _stacks_in(name: str) -> str:
+    """The datasets of an HDF5 file that may be series."""
+    found: list[str] = []
+
+    def look(path: str, part: Any) -> None:
+        if len(getattr(part, "shape", None) or ()) in (3, 4):
+            found.append(path)
+
+    with library("h5py").File(name, "r") as file:
+        file.visititems(look)
+    more = " ..." if len(found) > _MOST_TOLD else ""
+    return f", such as {', '.join(found[:_MOST_TOLD])}{more}" if found else ""
 
 
 def _missing(name: str) -> OSError:

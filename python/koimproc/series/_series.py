@@ -7,14 +7,14 @@ import os
 from collections.abc import Callable, Iterator, Sequence
 from contextlib import contextmanager
 from functools import partial
-from typing import Any, Optional, Union
+from typing import Any, Optional, Union, overload
 
 import numpy as np
 import numpy.typing as npt
 
 from koimproc._frame import Frame
 from koimproc.series._files import PathLike
-from koimproc.series._mapped import Mapped
+from koimproc.series._mapped import Chosen, Mapped
 from koimproc.series._opening import source_of
 from koimproc.series._sources import FrameError, Read, Source, library, reason
 
@@ -83,10 +83,17 @@ class Series:
         except Exception as error:  # Each of the libraries has exceptions of its own for damaged files.
             raise FrameError(self._names[index], reason(error)) from error
 
-    def __getitem__(self, index: int) -> Array:
+    @overload
+    def __getitem__(self, index: int) -> Array: ...
+    @overload
+    def __getitem__(self, index: slice) -> Series: ...
+    def __getitem__(self, index: Union[int, slice]) -> Union[Array, Series]:
         """Read one frame. `FrameError` where it cannot be read, differs from the first one in shape, dtype, depth or
-        pattern, or has samples beyond the depth."""
-        return self._checked(self._source.read, False, index)
+        pattern, or has samples beyond the depth. ``series[start:stop:step]`` is a series of these frames."""
+        if not isinstance(index, slice):
+            return self._checked(self._source.read, False, index)
+        bits = None if self._bits == self._stored_bits else self._bits
+        return Series(Chosen(self._source, range(len(self))[index]), bits, self._bayer)
 
     def _checked(self, read: Read, any_depth: bool, index: int) -> Array:
         index = range(len(self))[index]

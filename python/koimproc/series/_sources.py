@@ -1,34 +1,30 @@
-"""Where the frames of series come from: files, and files with many frames."""
+"""Where the frames of series come from: one file for each. `_stacks` has files with many frames."""
 
 from __future__ import annotations
 
 import importlib
-import itertools
-import json
 import os
-import re
 import shutil
 import subprocess
 from collections.abc import Callable, Iterator, Sequence
-from contextlib import AbstractContextManager, ExitStack, contextmanager
-from functools import lru_cache
+from contextlib import contextmanager
+from importlib.util import find_spec
 from pathlib import Path
-from typing import Any, Optional, Union
+from typing import Any, Optional
 
 import numpy as np
 import numpy.typing as npt
 
-from koimproc._io import read_fits
-from koimproc._memory import empty
+from koimproc._io import DESCRIPTION, is_fits, is_raw, read_fits, read_picture
 from koimproc.series._files import scratch_directory
 
 Array = npt.NDArray[Any]
 Read = Callable[[int], Array]
 
-# What the tool ko writes into the description of a file; the samples stand in the high bits there.
-DESCRIPTION = re.compile(r"koimproc bits=(\d+)(?: grid=([RGB]{4}))?")
-FITS = (".fits", ".fit", ".fts")
 TIFF = (".tif", ".tiff")
+# Numbers of the photometric interpretations whose samples are levels: gray, colours, mosaics, raw. Palettes and the like
+# become pictures, as the tool reads them.
+_LEVELS = (1, 2, 32803, 34892)
 
 
 class FrameError(OSError):
@@ -109,25 +105,38 @@ class Source:
 Meaning = tuple[Optional[int], Optional[str]]
 
 
-def _meaning_of(page: Any) -> Meaning:
-    """What the description of a page of a TIFF file says of its samples."""
+def meaning_of(page: Any) -> Meaning:
+    """What a page of a TIFF file says of its samples."""
     description = DESCRIPTION.match(page.description)
-    return (None, None) if description is None else (int(description[1]), description[2])
+    if description is not None:
+        return int(description[1]), description[2]
+    return (page.bitspersample if page.bitspersample in (10, 12, 14) else None), None
 
 
-def _page(page: Any) -> Array:
+def page_of(page: Any, path: str, index: int) -> Array:
     """The samples of a page, in the low bits."""
-    bits, _ = _meaning_of(page)
-    samples = samples_of(page.asarray())
-    if bits is not None:
-        samples >>= 8 * samples.dtype.itemsize - bits
+    try:
+        is_plain = page.photometric in _LEVELS and page.bitspersample >= 8
+        samples = samples_of(page.asarray()) if is_plain else None
+    except Exception as error:
+        # What wants a library of codecs, which Debian does not have.
+        if "imagecodecs" not in str(error):
+            raise
+        samples = None
+    if samples is None:
+        return np.asarray(read_picture(path, index))
+    if page.axes == "SYX":
+        samples = np.ascontiguousarray(np.moveaxis(samples, 0, -1))
+    description = DESCRIPTION.match(page.description)
+    if description is not None:
+        samples >>= 8 * samples.dtype.itemsize - int(description[1])
     return samples
 
 
 def read_tiff(path: str) -> tuple[Array, Meaning]:
     """The first page of a file."""
     with library("tifffile").TiffFile(path) as file:
-        return _page(file.pages[0]), _meaning_of(file.pages[0])
+        return page_of(file.pages[0], path, 0), meaning_of(file.pages[0])
 
 
 def check_meaning(meaning: Meaning, source: Source) -> None:
@@ -155,15 +164,19 @@ class FilesSource(Source):
         return self._paths[start:stop]
 
     def inputs(self) -> Optional[list[str]]:
-        return list(self._paths)
+        # The tool reads FITS files in gzip, but not those of fpack and bzip2.
+        return None if any(path.lower().endswith((".fz", ".bz2")) for path in self._paths) else list(self._paths)
 
     def _described(self, path: str) -> tuple[Array, Meaning]:
         ending = Path(path).suffix.lower()
         if ending in TIFF:
             return read_tiff(path)
-        if ending in FITS:
+        if is_fits(path):
             samples, pattern = read_fits(path)
             return samples, (None, pattern)
+        if find_spec("OpenImageIO") is not None and not is_raw(path):
+            picture = read_picture(path)
+            return np.asarray(picture), (picture.bits, picture.bayer)
         with scratch_directory() as directory:
             mosaic = os.path.join(directory, "mosaic.tif")
             command = [tool(), "unpack", path, "-o", mosaic, "--quiet"]
@@ -176,125 +189,3 @@ class FilesSource(Source):
         frame, meaning = self._described(self._paths[index])
         check_meaning(meaning, self)
         return frame
-
-
-class _Stack(Source):
-    """Frames along the first axis of one file."""
-
-    def __init__(self, path: str, dataset: Union[str, int, None]) -> None:
-        self._path = path
-        self._dataset = dataset
-        self._length = self._count()
-
-    def names(self) -> list[str]:
-        return [f"{self._path}[{index}]" for index in range(self._length)]
-
-    def files(self, start: int, stop: int) -> list[str]:
-        return [self._path]
-
-    def _count(self) -> int:
-        with self._opened() as frames:
-            shape = getattr(frames, "shape", None)
-            if shape is None or len(shape) not in (3, 4):
-                found = "a group" if shape is None else f"the shape {tuple(shape)}"
-                name = "" if self._dataset is None else f"dataset {self._dataset!r}: "
-                raise ValueError(f"{name}an array (frames, rows, columns[, channels]) is wanted, not {found}")
-            return int(shape[0])
-
-    def _opened(self) -> AbstractContextManager[Any]:
-        """What holds the frames, while their file is open."""
-        raise NotImplementedError
-
-    def _frame(self, frames: Any, index: int) -> Array:
-        return samples_of(frames[index])
-
-    def read(self, index: int) -> Array:
-        with self._opened() as frames:
-            return self._frame(frames, index)
-
-    @contextmanager
-    def reader(self) -> Iterator[Read]:
-        with ExitStack() as stack:
-            # Opened for the first frame, and again after a failure, so that it is a frame that fails.
-            @lru_cache(maxsize=1)
-            def frames() -> Any:
-                return stack.enter_context(self._opened())
-
-            yield lambda index: self._frame(frames(), index)
-
-
-class PagesSource(_Stack):
-    """A TIFF file with one frame per page."""
-
-    def _count(self) -> int:
-        with self._opened() as pages:
-            self.bits, self.bayer = _meaning_of(pages[0])
-            return len(pages)
-
-    @contextmanager
-    def _opened(self) -> Iterator[Any]:
-        with library("tifffile").TiffFile(self._path) as file:
-            yield file.pages
-
-    def _frame(self, frames: Any, index: int) -> Array:
-        page = frames[index]
-        check_meaning(_meaning_of(page), self)
-        return _page(page)
-
-
-class CubeSource(_Stack):
-    """A FITS cube: the last axis of the file counts frames."""
-
-    @contextmanager
-    def _opened(self) -> Iterator[Any]:
-        with library("astropy.io.fits").open(self._path) as file:
-            yield file[self._dataset or 0]
-
-    def _frame(self, frames: Any, index: int) -> Array:
-        # Images that are compressed have no sections: all frames are read, once as long as the file is open.
-        return samples_of((frames.section if hasattr(frames, "section") else frames.data)[index])
-
-
-class Hdf5Source(_Stack):
-    """A dataset of an HDF5 file, with shape (frames, rows, columns[, channels])."""
-
-    @contextmanager
-    def _opened(self) -> Iterator[Any]:
-        with library("h5py").File(self._path, "r") as file:
-            yield file[self._dataset]
-
-    def _frame(self, frames: Any, index: int) -> Array:
-        if not frames.dtype.isnative:
-            return samples_of(frames[index])
-        frame = empty(frames.shape[1:], frames.dtype)
-        frames.read_direct(frame, index)
-        return frame
-
-
-class ZarrSource(_Stack):
-    """A Zarr array of the same shape."""
-
-    @contextmanager
-    def _opened(self) -> Iterator[Any]:
-        opened = library("zarr").open(self._path, mode="r")
-        if self._dataset is not None and self._dataset not in opened:
-            raise ValueError(f"there is no array {self._dataset!r}")
-        yield opened if self._dataset is None else opened[self._dataset]
-
-    def _count(self) -> int:
-        with self._opened() as array:
-            meaning = array.attrs.get("koimproc", {})
-            self.bits, self.bayer = meaning.get("bits"), meaning.get("bayer")
-        return super()._count()
-
-    def files(self, start: int, stop: int) -> list[str]:
-        folder = os.path.join(self._path, str(self._dataset or ""))
-        try:
-            kind = json.loads(Path(folder, ".zarray").read_text())
-        except FileNotFoundError:
-            return [str(path) for path in sorted(Path(folder).rglob("*")) if path.is_file()]
-        counts = [-(-length // chunk) for length, chunk in zip(kind["shape"], kind["chunks"])]
-        frames = kind["chunks"][0]
-        grid = itertools.product(range(start // frames, (stop - 1) // frames + 1), *map(range, counts[1:]))
-        separator = kind.get("dimension_separator", ".")
-        return [os.path.join(folder, separator.join(map(str, place))) for place in grid]

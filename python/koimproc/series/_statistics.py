@@ -19,7 +19,7 @@ from koimproc._errors import ArgumentError
 from koimproc._frame import Frame
 from koimproc._stats import minmax, moments
 from koimproc._threads import threads
-from koimproc.series._accumulator import Accumulator, Prepared, joined
+from koimproc.series._accumulator import Accumulator
 from koimproc.series._engine import (
     TOGETHER,
     Part,
@@ -40,6 +40,7 @@ from koimproc.series._engine import (
     write_record,
 )
 from koimproc.series._files import PathLike, replacing, scratch_directory
+from koimproc.series._prepared import Prepared, joined
 from koimproc.series._series import Series
 
 # Bytes of the frames that are added in one call, by the threads of this process together and by each of several processes.

@@ -13,8 +13,8 @@ struct Counting {
     bool withGray = false;
 };
 
-/// How often each level of a channel, or of the gray of several, occurs.
-struct ChannelCounts {
+/// How often each level occurs.
+struct Curve {
     std::string name;
     std::vector<std::uint32_t> counts;  ///< by level
 };
@@ -22,7 +22,7 @@ struct ChannelCounts {
 struct Histograms {
     std::string file;
     int bits;
-    std::vector<ChannelCounts> curves;
+    std::vector<Curve> curves;
 
     int levels() const { return 1 << bits; }
 };

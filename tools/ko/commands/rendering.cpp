@@ -9,7 +9,15 @@ namespace {
 
 constexpr int white = 65535;
 
-/// The way back from `encoded`.
+/// The share of white in a picture for a share of the light of white.
+double encoded(double light, Curve curve)
+{
+    if (curve == LinearCurve)
+        return light;
+    return light <= 0.0031308 ? 12.92 * light : 1.055 * std::pow(light, 1 / 2.4) - 0.055;
+}
+
+/// The way back.
 double decoded(double level, Curve curve)
 {
     if (curve == LinearCurve)
@@ -71,13 +79,6 @@ void renderRows(const Image& colours, const Rendering& rendering, Image& result)
 }
 
 }  // namespace
-
-double encoded(double light, Curve curve)
-{
-    if (curve == LinearCurve)
-        return light;
-    return light <= 0.0031308 ? 12.92 * light : 1.055 * std::pow(light, 1 / 2.4) - 0.055;
-}
 
 void encode(Image& samples, Curve curve)
 {

@@ -114,6 +114,9 @@ PictureFile::PictureFile(const Source& source, int page) : m_source(source), m_p
     if (!type || spec.depth > 1 || spec.deep || spec.width < 1 || spec.height < 1 || spec.nchannels < 1)
         throw Failure(source.name, "holds no flat picture of numbers");
     m_format = makeFormat(spec.width, spec.height, spec.nchannels, *type);
+    // Samples of 10, 12 and 14 bits come spread over all 16, so that the upper bits are the level.
+    if (m_input->format_name() == std::string("tiff") && *type == UInt16)
+        m_format.bitsPerSample = spec.get_int_attribute("oiio:BitsPerSample", m_format.bitsPerSample);
     applyDescription(spec.get_string_attribute(descriptionKey), m_format);
 }
 
