@@ -154,6 +154,8 @@ void AddBlocks(const std::uint8_t* first, std::int64_t pitch, std::int64_t count
     constexpr std::int64_t block = vectors * samplesOf<T>;
     // As many bytes as their 16-bit sums can hold.
     constexpr std::int64_t blocksPerFlush = 256;
+    // To ask for every block whether to fetch takes a sixth of the time.
+    constexpr std::int64_t blocksPerFetch = 8;
     std::int64_t y = 0, at = 0;
     while (y < count) {
         // Not an array of Halves, whose constructors GCC would write without the instruction set of the target.
@@ -163,12 +165,15 @@ void AddBlocks(const std::uint8_t* first, std::int64_t pitch, std::int64_t count
         for (std::int64_t room = blocksPerFlush; room > 0 && y < count;) {
             const T* const row = reinterpret_cast<const T*>(first + y * pitch);
             const std::int64_t blocks = std::min((samples - at) / block, room);
-            for (const std::int64_t end = at + blocks * block; at < end; at += block) {
-                fetchAhead<T, false>(reinterpret_cast<const std::uint8_t*>(row + at), block);
-                for (int v = 0; v < vectors; ++v) {
-                    const Halves<T> halves = Split<T>(hn::LoadU(d, row + at + v * samplesOf<T>));
-                    even[v] = hn::Add(even[v], halves.even);
-                    odd[v] = hn::Add(odd[v], halves.odd);
+            for (const std::int64_t end = at + blocks * block; at < end;) {
+                const std::int64_t fetched = std::min(end, at + blocksPerFetch * block);
+                fetchAhead<T, false>(reinterpret_cast<const std::uint8_t*>(row + at), fetched - at);
+                for (; at < fetched; at += block) {
+                    for (int v = 0; v < vectors; ++v) {
+                        const Halves<T> halves = Split<T>(hn::LoadU(d, row + at + v * samplesOf<T>));
+                        even[v] = hn::Add(even[v], halves.even);
+                        odd[v] = hn::Add(odd[v], halves.odd);
+                    }
                 }
             }
             room -= blocks;
