@@ -1,6 +1,7 @@
 // Sums over the pixels that a mask selects, one by one in double, each rounded after each addition.
 #pragma once
 
+#include "base/image_view.h"
 #include "base/mask_groups.h"
 
 #include <algorithm>

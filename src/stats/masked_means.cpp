@@ -1,0 +1,203 @@
+#include <ko/stats/means.h>
+
+#include "base/boundary.h"
+#include "base/checks.h"
+#include "base/dispatch.h"
+#include "base/image_view.h"
+#include "stats/moment_kernels.h"
+#include "stats/selected_pixels.h"
+#include "stats/square_kernels.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <vector>
+
+namespace ko {
+
+namespace {
+
+/// Count and sum of the selected samples of one of the interleaved channels.
+template <class T>
+MaskedSum maskedSum(const SxImageBuf& src, std::int64_t channel, const SxImageBuf& mask)
+{
+    constexpr std::int64_t longestPiece = 4096;
+    const GatherRow gather = squareKernels().gather.of<std::make_unsigned_t<T>>();
+    const auto add = momentKernels().of<T>().add;
+    std::array<std::uint8_t, longestPiece * sizeof(T)> piece;
+    MaskedSum sum;
+    for (std::int64_t y = 0; y < src.height; ++y) {
+        for (std::int64_t x = 0; x < src.width; x += longestPiece) {
+            const std::int64_t count = std::min(longestPiece, src.width - x);
+            const std::uint8_t* samples =
+                rowOf(src, y) + (x * src.channels + channel) * std::int64_t{sizeof(T)};
+            if (!isMono(src)) {
+                gather(samples, src.channels, count, piece.data());
+                samples = piece.data();
+            }
+            add(samples, rowOf(mask, y) + x, count, sum);
+        }
+    }
+    return sum;
+}
+
+/// Samples so narrow that sums of them are exact in integers, and so in double step by step.
+template <class T>
+inline constexpr bool isNarrow = std::is_integral_v<T> && sizeof(T) <= 2;
+
+template <class T>
+double meanOf(const MaskedSum& total)
+{
+    const auto count = static_cast<std::int64_t>(total.count);
+    const std::int64_t sum = static_cast<std::int64_t>(total.sum) - momentBias<T> * count;
+    return static_cast<double>(sum) / static_cast<double>(count);
+}
+
+struct Spread {
+    double mean = 0.0;
+    double stdDev = 0.0;
+};
+
+/// Adds the squared distances of the selected samples of a row one by one, rounding after each.
+template <class T>
+double addSquares(double sum, const std::uint8_t* row, const std::uint8_t* mask, std::int64_t width,
+                  double mean)
+{
+    forEachNearSelected(mask, width, [&](std::int64_t x, bool isSelected) {
+        const double distance = static_cast<double>(loadSample<T>(row, x)) - mean;
+        sum += addend(distance * distance, isSelected);
+    });
+    return sum;
+}
+
+double powerOfTwoUpTo(double value)
+{
+    return value == 0.0 ? 0.0 : std::ldexp(1.0, std::ilogb(value));
+}
+
+/// `addSquares` over all rows, with most samples taken many at a time: from a power of two to the next the
+/// last digit of a sum stays in its place, each square is rounded to it, and what has been rounded adds up
+/// exactly in any order. It does not where a piece takes the sum to the next power of two, nor where a square
+/// lies half way between two roundings and the sum's own last digit decides.
+template <class T>
+double sumOfSquares(const SxImageBuf& src, const SxImageBuf& mask, double mean, std::int64_t highest)
+{
+    constexpr std::int64_t longestPiece = 4096;
+    const MomentRows& rows = momentKernels().of<T>();
+    double sum = 0.0, anchor = 0.0, tested = 0.0;
+    bool hasTies = false;
+    for (std::int64_t y = 0; y < src.height; ++y) {
+        for (std::int64_t x = 0; x < src.width; x += longestPiece) {
+            const std::uint8_t* const row = rowOf(src, y) + x * std::int64_t{sizeof(T)};
+            const std::uint8_t* const selected = rowOf(mask, y) + x;
+            const std::int64_t width = std::min(longestPiece, src.width - x);
+            const double squares = rows.squares(row, selected, width, mean, anchor);
+            const bool staysBelow = squares == 0.0 || sum + squares < 2 * anchor;
+            if (staysBelow && tested != anchor) {
+                hasTies = rows.hasTies(highest, mean, anchor);
+                tested = anchor;
+            }
+            if (staysBelow && !hasTies) {
+                sum += squares;
+                continue;
+            }
+            sum = addSquares<T>(sum, row, selected, width, mean);
+            anchor = powerOfTwoUpTo(sum);
+        }
+    }
+    return sum;
+}
+
+/// Mean and population deviation of a mono image in two passes over the selected samples.
+template <class T>
+Spread spreadOf(const SxImageBuf& src, const SxImageBuf& mask)
+{
+    double count = 0.0, mean = 0.0, squares = 0.0;
+    if constexpr (isNarrow<T>) {
+        const MaskedSum total = maskedSum<T>(src, 0, mask);
+        count = static_cast<double>(total.count);
+        mean = meanOf<T>(total);
+        squares = sumOfSquares<T>(src, mask, mean, total.highest);
+    } else {
+        const std::array<double, 2> total = wideSums<T>(src, mask, std::array<double, 2>{});
+        mean = total.front();
+        count = total.back();
+        mean /= count;
+        for (std::int64_t y = 0; y < src.height; ++y)
+            squares = addSquares<T>(squares, rowOf(src, y), rowOf(mask, y), src.width, mean);
+    }
+    return {mean, count != 0.0 ? std::sqrt(squares / count) : 0.0};
+}
+
+template <class T, class Sums>
+void wideMeans(const SxImageBuf& src, const SxImageBuf& mask, const Sums& room, double* means)
+{
+    const Sums sums = wideSums<T>(src, mask, room);
+    std::transform(sums.begin(), sums.end() - 1, means, [&](double sum) { return sum / sums.back(); });
+}
+
+/// Means of interleaved channels. Narrow samples are summed as integers, which changes no bit of the sums.
+template <class T>
+void channelMeans(const SxImageBuf& src, const SxImageBuf& mask, double* means)
+{
+    if constexpr (isNarrow<T>) {
+        for (int c = 0; c < src.channels; ++c)
+            means[c] = meanOf<T>(maskedSum<T>(src, c, mask));
+    } else if (isMono(src)) {
+        wideMeans<T>(src, mask, std::array<double, 2>{}, means);
+    } else if (src.channels == 3) {
+        wideMeans<T>(src, mask, std::array<double, 4>{}, means);
+    } else {
+        wideMeans<T>(src, mask, std::vector<double>(static_cast<std::size_t>(std::max(src.channels, 0)) + 1),
+                     means);
+    }
+}
+
+}  // namespace
+
+ResultCode MeanMasked(const SxImageBuf& src, const SxImageBuf& mask, double* means)
+{
+    return guarded([&] {
+        if (const ResultCode rc = firstFailure({
+                {ResultBadArg1, isPresent(src)},
+                {ResultBadArg2, isMaskOf(mask, src)},
+                {ResultBadArg3, means != nullptr},
+                {ResultUnsupportedType, hasKnownPacking(src)},
+            }))
+            return rc;
+        return dispatch(ByType{}, src.dataType,
+                        {{ResultBadArg1, rowsFit(src)}, {ResultBadArg2, rowsFit(mask)}},
+                        [&]<class T>(std::type_identity<T>) {
+                            if (isInterleaved(src))
+                                return channelMeans<T>(src, mask, means);
+                            for (int plane = 0; plane < src.channels; ++plane)
+                                channelMeans<T>(planeView(src, plane), mask, means + plane);
+                        });
+    });
+}
+
+ResultCode MeanStdDevMasked(const SxImageBuf& src, const SxImageBuf& mask, double* mean, double* stdDev)
+{
+    return guarded([&] {
+        if (const ResultCode rc = firstFailure({
+                {ResultBadArg1, isPresent(src) && isMono(src)},
+                {ResultBadArg2, isMaskOf(mask, src)},
+                {ResultBadArg3, mean != nullptr || stdDev != nullptr},
+                {ResultFailed, hasKnownPacking(src)},
+            }))
+            return rc;
+        Spread spread;
+        const ResultCode rc =
+            dispatch(ByType{}, src.dataType, {{ResultBadArg1, rowsFit(src)}, {ResultBadArg2, rowsFit(mask)}},
+                     [&]<class T>(std::type_identity<T>) { spread = spreadOf<T>(src, mask); });
+        if (rc != ResultOk && rc != ResultUnsupportedType)
+            return rc;
+        if (mean != nullptr)
+            *mean = spread.mean;
+        if (rc == ResultOk && stdDev != nullptr)
+            *stdDev = spread.stdDev;
+        return rc;
+    });
+}
+
+}  // namespace ko
