@@ -159,9 +159,9 @@ ResultCode stretchByTaps(const SxImageBuf& src, SxImageBuf& dst, const StretchRo
     return stretched;
 }
 
-bool isMultiple(std::int64_t larger, std::int64_t smaller, std::int64_t factor)
+bool isTwice(std::int64_t larger, std::int64_t smaller)
 {
-    return larger == factor * smaller;
+    return larger == 2 * smaller;
 }
 
 }  // namespace
@@ -181,9 +181,9 @@ ResultCode Stretch(const SxImageBuf& src, SxImageBuf& dst, Interpolation)
                 // The fast ways write several rows at a time, or need whole pixels in a vector.
                 const bool apart = rowSamples(src, dst) * std::int64_t{sizeof(T)} <= dst.stride;
                 const bool plain = apart && src.channels <= stretchAverageChannels;
-                if (plain && isMultiple(dst.width, src.width, 2) && isMultiple(dst.height, src.height, 2))
+                if (plain && isTwice(dst.width, src.width) && isTwice(dst.height, src.height))
                     return stretchToDouble(src, dst, stretchAverageKernels().of<T>());
-                if (plain && isMultiple(src.width, dst.width, 2) && isMultiple(src.height, dst.height, 2))
+                if (plain && isTwice(src.width, dst.width) && isTwice(src.height, dst.height))
                     return stretchToHalf(src, dst, stretchAverageKernels().of<T>());
                 return stretchByTaps(src, dst, stretchKernels().of<T>(), apart);
             },

@@ -41,9 +41,9 @@ void stretchGreen(const SxImageBuf& src, SxImageBuf& dst, int dstChannel, const 
         });
 }
 
-/// The status of the copy forms after their own checks; `badDst` and `badMask` number their arguments.
+/// The copy forms after their own checks; without a mask all pixels are treated.
 ResultCode stretchCopy(const SxImageBuf& src, int srcChannel, SxImageBuf& dst, int dstChannel,
-                       const SxImageBuf* mask, int low, int high, ResultCode badMask)
+                       const SxImageBuf* mask, int low, int high)
 {
     const bool identity = isIdentity(src, low, high);
     if (const ResultCode rc = firstFailure({
@@ -51,15 +51,17 @@ ResultCode stretchCopy(const SxImageBuf& src, int srcChannel, SxImageBuf& dst, i
             {ResultUnsupportedType, identity || (hasKnownPacking(src) && hasKnownPacking(dst))},
         }))
         return rc;
-    return dispatch(
-        LevelSamples{}, src.dataType,
-        {{ResultBadArg1, rowsFit(src)}, {ResultBadArg3, rowsFit(dst)}, {badMask, !mask || rowsFit(*mask)}},
-        [&]<class T>(std::type_identity<T>) {
-            if (identity)
-                return isFailure(CopyChannel(src, srcChannel, dst, dstChannel)) ? ResultFailed : ResultOk;
-            stretchChannel<T>(src, srcChannel, dst, dstChannel, mask, low, high);
-            return ResultOk;
-        });
+    return dispatch(LevelSamples{}, src.dataType,
+                    {{ResultBadArg1, rowsFit(src)},
+                     {ResultBadArg3, rowsFit(dst)},
+                     {ResultBadArg5, !mask || rowsFit(*mask)}},
+                    [&]<class T>(std::type_identity<T>) {
+                        if (identity)
+                            return isFailure(CopyChannel(src, srcChannel, dst, dstChannel)) ? ResultFailed
+                                                                                            : ResultOk;
+                        stretchChannel<T>(src, srcChannel, dst, dstChannel, mask, low, high);
+                        return ResultOk;
+                    });
 }
 
 ResultCode stretchInPlace(SxImageBuf& image, const SxImageBuf* mask, int channel, int low, int high)
@@ -123,7 +125,7 @@ ResultCode ThresholdAndStretchHistogram(const SxImageBuf& src, int srcChannel, S
                 {ResultBadArg6, isLevel(high, src)},
             }))
             return rc;
-        return stretchCopy(src, srcChannel, dst, dstChannel, nullptr, low, high, ResultBadArg5);
+        return stretchCopy(src, srcChannel, dst, dstChannel, nullptr, low, high);
     });
 }
 
@@ -156,7 +158,7 @@ ResultCode ThresholdAndStretchHistogramMasked(const SxImageBuf& src, int srcChan
                 {ResultBadArg7, isLevel(high, src)},
             }))
             return rc;
-        return stretchCopy(src, srcChannel, dst, dstChannel, &mask, low, high, ResultBadArg5);
+        return stretchCopy(src, srcChannel, dst, dstChannel, &mask, low, high);
     });
 }
 
