@@ -1,4 +1,4 @@
-"""Histograms, extremes, moments, thresholds and entropy."""
+"""Histograms, extremes and moments."""
 
 from __future__ import annotations
 

@@ -51,7 +51,7 @@ def _levels(values: object, source: Source, name: str) -> list[Any]:
         return [float(number) for number in numbers]
     limits = np.iinfo(source.dtype)
     for number in numbers:
-        if number != int(number) if np.isfinite(number) else True:
+        if not np.isfinite(number) or number != int(number):
             raise ArgumentError(name, f"whole numbers are wanted for {source.dtype}, not {number!r}")
         if not limits.min <= number <= limits.max:
             raise ArgumentError(name, f"{source.dtype} has levels of {limits.min}...{limits.max}, not {number!r}")
