@@ -85,6 +85,13 @@ def check_shape(array: Array, name: str) -> None:
         raise ArgumentError(name, f"at most {2**31 - 1} rows and columns are wanted, not {array.shape}")
 
 
+def grid_at(bayer: str, top: int, left: int) -> str:
+    """The pattern of the part of a mosaic that begins at this row and column."""
+    if top % 2:
+        bayer = bayer[2:] + bayer[:2]
+    return bayer[1] + bayer[0] + bayer[3] + bayer[2] if left % 2 else bayer
+
+
 class Frame:
     """A view of an array with what its samples mean.
 
@@ -245,10 +252,8 @@ class Frame:
             raise ArgumentError("part", "frame[top:bottom, left:right] is wanted; np.asarray(frame) takes all others")
         bayer = self._bayer
         if bayer is not None:
-            if part[0].indices(self._array.shape[0])[0] % 2:
-                bayer = bayer[2:] + bayer[:2]
-            if part[1].indices(self._array.shape[1])[0] % 2:
-                bayer = bayer[1] + bayer[0] + bayer[3] + bayer[2]
+            top, left = (axis.indices(length)[0] for axis, length in zip(part, self._array.shape))
+            bayer = grid_at(bayer, top, left)
         return frame_over(self._array[part], self._bits, bayer)
 
     def __reduce__(self) -> tuple[Any, ...]:

@@ -15,7 +15,7 @@ import numpy as np
 
 from koimproc._arrays import CAMERA_SAMPLES
 from koimproc._errors import ArgumentError
-from koimproc._frame import DEPTHS, GRIDS, Array, Frame
+from koimproc._frame import DEPTHS, GRIDS, Array, Frame, grid_at
 
 # What the tool ko writes into the description of a file; the samples stand in the high bits there.
 DESCRIPTION = re.compile(r"koimproc bits=(\d+)(?: grid=([RGB]{4}))?")
@@ -52,9 +52,11 @@ def _require_file(name: str) -> None:
 
 
 def pattern_of(header: Any) -> str | None:
-    """The pattern of a mosaic, where the header of a FITS file says it."""
+    """The pattern of a mosaic, where the header of a FITS file says it. That of a part of the sensor begins elsewhere."""
     pattern = header.get("BAYERPAT")
-    return pattern if pattern in GRIDS else None
+    if pattern not in GRIDS:
+        return None
+    return grid_at(pattern, int(header.get("YBAYROFF", 0)), int(header.get("XBAYROFF", 0)))
 
 
 def read_fits(path: str) -> tuple[Array, str | None]:

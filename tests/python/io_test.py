@@ -121,6 +121,11 @@ def test_fits_files_are_read_as_astropy_reads_them(tmp_path):
     image = fits.ImageHDU(a[0])
     image.header["BAYERPAT"] = "GBRG"
     fits.HDUList([fits.PrimaryHDU(), image]).writeto(tmp_path / "mosaic.fits")
+    image.header["XBAYROFF"] = 1.0
+    fits.HDUList([fits.PrimaryHDU(), image]).writeto(tmp_path / "part.fits")
+    image.header["YBAYROFF"] = 3
+    fits.HDUList([fits.PrimaryHDU(), image]).writeto(tmp_path / "corner.fits")
+    assert [ko.imread(tmp_path / name).bayer for name in ("part.fits", "corner.fits")] == ["BGGR", "GRBG"]
     fits.PrimaryHDU(a).writeto(tmp_path / "colours.FIT.gz")
     f = ko.imread(tmp_path / "mosaic.fits")
     assert (f.dtype, f.bits, f.bayer) == (np.uint16, 16, "GBRG") and np.array_equal(f, a[0])

@@ -191,9 +191,12 @@ class Mosaics(DevelopTest):
 
     def test_exposure_counts_in_stops(self):
         self.mosaic("m.tif", [500, 500, 500, 500])
-        for stops in (-2, -0.5, 0, 1, 2.5, 4):
-            self.assertAlmostEqual(self.developed("m.tif", "--exposure", str(stops), "--curve", "linear")[2][40][0],
-                                   min(500 / 4095 * 2**stops, 1) * 65535, delta=1)
+        for stops in ("-2", "-0.5", "0", "1", "+1", "+2.5", "4"):
+            self.assertAlmostEqual(self.developed("m.tif", "--exposure", stops, "--curve", "linear")[2][40][0],
+                                   min(500 / 4095 * 2**float(stops), 1) * 65535, delta=1)
+        for wrong in ("++1", "+-1", "+", "0x1", "1,5", "nan", "inf"):
+            self.refuse("develop", "m.tif", "-o", "x.tif", "--exposure", wrong, names="--exposure: ",
+                        says=f"{wrong} is not a number -16...16", code=2)
 
     def test_automatic_exposure_makes_a_share_of_the_pixels_white(self):
         samples = [v for y in range(64) for v in [100] * 32 + [800] * 24 + [1600] * 8]

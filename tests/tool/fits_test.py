@@ -32,6 +32,12 @@ class Fits(ToolTest):
                          "a.fits: 2 x 2, 1 channel, Int16, 16 bits, fits, page 1 of 2\n")
         self.refuse("info", "a.fits", "--page", "3", names="a.fits: ", says="has no page 3, it holds 2")
 
+    def test_the_pattern_begins_where_the_part_of_the_sensor_does(self):
+        for cards, pattern in (((), "GBRG"), ((("XBAYROFF", 1),), "BGGR"), ((("YBAYROFF", "3.0"),), "RGGB"),
+                               ((("XBAYROFF", -1), ("YBAYROFF", 1)), "GRBG"), ((("XBAYROFF", 4),), "GBRG")):
+            self.write("a.fits", fits(4, 2, range(8), ("BAYERPAT", "'GBRG    '"), *cards))
+            self.assertIn(f", mosaic {pattern}, ", self.succeed("info", "a.fits"), cards)
+
     def test_compressed_files_are_read(self):
         samples = random_samples(40 * 30, 65535, 1)
         content = fits(40, 30, samples, ("BAYERPAT", "'GBRG    '"))

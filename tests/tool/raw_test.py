@@ -34,7 +34,7 @@ def dng(width, height, samples, grid, black=(0,), white=65535, area=None, strip=
     """A raw file of one uncompressed strip; `black` is one level or four of a 2 x 2 pattern, no `white` is that
     of the bits, `curve` what samples stand for, `size` what the header claims, `matrix` what makes colours of the
     camera of XYZ, `neutral` the camera's colours of gray, either None for none, `date` when it was taken, `pixels`
-    the bytes of the samples if they are compressed, `more` further tags."""
+    the bytes of the samples if they are compressed, `more` further tags, None for one that is left out."""
     repeat = (1, 1) if len(black) == 1 else (2, 2)
     pixels = packed(samples, width, bits) if pixels is None else pixels
     columns, rows = size or (width, height)
@@ -60,28 +60,49 @@ def dng(width, height, samples, grid, black=(0,), white=65535, area=None, strip=
     if area:
         tags[50829] = (4, area)
     tags.update(more or {})
-    return tiff_of(pixels, tags)
+    return tiff_of(pixels, {tag: value for tag, value in tags.items() if value})
 
 
-def lossless_jpeg(width, samples):
-    """Samples of 16 bits as differences to the left neighbour, those of the first column to the one above."""
+def in_parts(width, samples, bits, columns, rows, are_tiles, components=0):
+    """Bytes and tags of samples in tiles, or strips as wide as the sensor, that lie in the file the last one first;
+    packed, or lossless JPEG of so many components."""
+    height = len(samples) // width
+    parts = []
+    for top in range(0, height, rows):
+        for left in range(0, width, columns):
+            last = height if are_tiles else min(top + rows, height)
+            part = [samples[min(y, last - 1) * width + min(x, width - 1)]
+                    for y in range(top, top + rows if are_tiles else last) for x in range(left, left + columns)]
+            parts.append(lossless_jpeg(columns, part, components) if components else packed(part, columns, bits))
+    lengths = [len(part) for part in parts]
+    starts = tuple(8 + sum(lengths[i + 1:]) for i in range(len(parts)))
+    tags = ({322: (4, (columns,)), 323: (4, (rows,)), 324: (4, starts), 325: (4, tuple(lengths)), 273: None, 278: None,
+             279: None} if are_tiles else {273: (4, starts), 278: (4, (rows,)), 279: (4, tuple(lengths))})
+    tags[259] = (3, (7 if components else 1,))
+    return b"".join(reversed(parts)), tags
+
+
+def lossless_jpeg(width, samples, components=1):
+    """Samples of 16 bits as differences to the left neighbour, those of the first column to the one above; neighbours
+    that are so many apart if there are several components."""
     def segment(marker, data):
         return struct.pack(">HH", marker, len(data) + 2) + data
 
-    bits, last, above = "", 32768, 32768
+    bits = ""
     for i, sample in enumerate(samples):
-        if i % width == 0:
-            last, above = above, sample
+        x, y = i % width, i // width
+        last = samples[i - components] if x >= components else samples[i - width] if y > 0 else 32768
         difference = (sample - last + 32767) % 65536 - 32767
         size = abs(difference).bit_length()
         bits += f"{size:05b}"  # every size has a code of five bits
         if 0 < size < 16:
             bits += f"{difference if difference > 0 else difference + 2**size - 1:0{size}b}"
-        last = sample
     bits += "1" * (-len(bits) % 8)
     codes = bytes([0] + 4 * [0] + [17] + 11 * [0]) + bytes(range(17))
-    frame = struct.pack(">BHHBBBB", 16, len(samples) // width, width, 1, 1, 0x11, 0)
-    return (b"\xff\xd8" + segment(0xFFC4, codes) + segment(0xFFC3, frame) + segment(0xFFDA, bytes([1, 1, 0, 1, 0, 0]))
+    frame = struct.pack(">BHHB", 16, len(samples) // width, width // components, components)
+    frame += b"".join(bytes([c, 0x11, 0]) for c in range(components))
+    scan = bytes([components]) + b"".join(bytes([c, 0]) for c in range(components)) + bytes([1, 0, 0])
+    return (b"\xff\xd8" + segment(0xFFC4, codes) + segment(0xFFC3, frame) + segment(0xFFDA, scan)
             + int(bits, 2).to_bytes(len(bits) // 8, "big").replace(b"\xff", b"\xff\0") + b"\xff\xd9")
 
 
@@ -232,6 +253,37 @@ class Raw(ToolTest):
         self.write("a.dng", dng(32, 24, samples, "rggb", pixels=b"\0" + jpeg, more={259: (3, (7,))}))
         self.refuse("unpack", "a.dng", "-o", "b.tif", names="a.dng: ", says="is damaged or cut short")
 
+    def test_samples_may_lie_in_tiles_and_strips(self):
+        for bits in (8, 10, 12, 14, 16):
+            samples = random_samples(40 * 30, 2**bits - 1, bits)
+            for columns, rows, are_tiles in ((16, 16, True), (48, 32, True), (40, 7, False), (40, 1, False)):
+                pixels, tags = in_parts(40, samples, bits, columns, rows, are_tiles)
+                content = dng(40, 30, samples, "rggb", white=None, bits=bits, pixels=pixels, more=tags)
+                self.assertEqual(self.unpacked(content)[:4], (40, 30, 1, [s << 16 - bits for s in samples]),
+                                 (bits, columns, rows, are_tiles))
+        curve = [i * i for i in range(256)]
+        samples = random_samples(40 * 30, 255, 2)
+        pixels, tags = in_parts(40, samples, 8, 16, 16, True)
+        content = dng(40, 30, samples, "rggb", (100,), area=(0, 2, 30, 40), bits=8, curve=curve, pixels=pixels, more=tags)
+        self.assertEqual(self.unpacked(content)[:4],
+                         (38, 30, 1, [max(curve[s] - 100, 0) for i, s in enumerate(samples) if i % 40 > 1]))
+        for bad in ({322: (4, (0,))}, {323: (4, (31,))}, {324: (4, (10**6,) * 6)}, {258: (3, (0,))}):
+            self.write("a.dng", dng(40, 30, samples, "rggb", bits=8, pixels=pixels, more={**tags, **bad}))
+            self.refuse("unpack", "a.dng", "-o", "b.tif", names="a.dng: ", says="is damaged or cut short")
+
+    def test_tiles_of_lossless_jpeg_that_the_decoder_would_mix_up_are_refused(self):
+        samples = random_samples(64 * 48, 65535, 28)
+        for columns, components, is_read in ((32, 1, True), (32, 2, False), (16, 2, True), (16, 4, False), (48, 2, True),
+                                             (64, 2, True), (80, 1, False), (80, 2, False)):
+            pixels, tags = in_parts(64, samples, 16, columns, 16, True, components)
+            content = dng(64, 48, samples, "rggb", pixels=pixels, more=tags)
+            if is_read:
+                self.assertEqual(self.unpacked(content)[3], samples, (columns, components))
+            else:
+                self.write("a.dng", content)
+                self.refuse("unpack", "a.dng", "-o", "b.tif", names="a.dng: ",
+                            says="its tiles of lossless JPEG have a width that is not supported in camera raws")
+
     def test_samples_that_cannot_be_decoded_are_named(self):
         samples = random_samples(32 * 24, 65535, 25)
         for compression, name in ((5, "LZW"), (8, "Deflate"), (32946, "Deflate"), (32773, "PackBits"),
@@ -245,6 +297,15 @@ class Raw(ToolTest):
                                                            "supported in camera raws")
         self.write("a.dng", dng(32, 24, samples, "rggb", more={258: (3, (32,))}))
         self.refuse("info", "a.dng", names="a.dng: ", says="its samples have 32 bits; those of camera raws may have 16")
+        strips = {259: (3, (7,)), 273: (4, (8, 8)), 278: (4, (12,)), 279: (4, (99, 99))}
+        for more, says in ((strips, "its samples are lossless JPEG in several strips"),
+                           ({50710: (1, (2, 1, 0))}, "its colours are not in the order of red, green and blue"),
+                           ({50711: (3, (4,))}, "its rows or columns are staggered"),
+                           ({50974: (4, (2, 2))}, "its samples are interleaved"),
+                           ({50975: (4, (2,))}, "its samples are interleaved"),
+                           ({52547: (4, (2,))}, "its samples are interleaved")):
+            self.write("a.dng", dng(32, 24, samples, "rggb", more=more))
+            self.refuse("info", "a.dng", names="a.dng: ", says=says + ", which is not supported in camera raws")
 
     def test_a_larger_picture_beside_the_mosaic_does_not_matter(self):
         samples = random_samples(32 * 24, 65535, 26)

@@ -83,6 +83,13 @@ class Simulate(ToolTest):
             self.assertAlmostEqual(samples[corner], 0.6 * 65535, delta=1)
         self.assertGreater(samples[8 * 34 + 16], 0.998 * 65535)
 
+    def test_what_is_no_number_is_refused(self):
+        self.write("photo.png", png(2, 2, [9] * 12, channels=3))
+        for option, wrong in (("--noise", "nan"), ("--vignette", "nan"), ("--noise", "inf"), ("--vignette", "1.1"),
+                              ("--noise", "-1"), ("--bits", "7"), ("--bits", "8.5")):
+            self.refuse("simulate", "photo.png", "-o", "raw.tif", option, wrong, names=f"{option}: {wrong} is not ",
+                        says="number", code=2)
+
     def test_pictures_that_are_no_colour_photographs_are_refused(self):
         self.write("gray.tif", tiff(2, 2, range(4)))
         self.write("thin.tif", tiff(1, 2, range(6), channels=3))

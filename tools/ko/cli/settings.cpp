@@ -57,6 +57,9 @@ bool sameWord(const std::string& a, const std::string& b)
 
 std::optional<double> numberOf(const char* begin, const char* end)
 {
+    // People write the sign of stops that brighten.
+    if (end - begin > 1 && begin[0] == '+' && begin[1] != '-')
+        ++begin;
     double number = 0;
     const auto [next, error] = std::from_chars(begin, end, number);
     return error == std::errc() && next == end ? std::optional(number) : std::nullopt;

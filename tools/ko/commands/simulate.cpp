@@ -131,18 +131,15 @@ const Command simulateCommand{
             "linear", options->isLinear,
             "as sensors see daylight: levels in proportion to light, those of red times 1/2, "
             "of blue times 2/3; ko develop --wb 2,1,1.5 makes the photograph of it again");
+        options->settings.whole("bits", options->bits, {8, 16}, "depth of the sensor, 12 if not given");
+        options->settings.number("noise", options->noise, {0, 65535},
+                                 "standard deviation of the noise in samples of that depth");
+        options->settings.number("vignette", options->vignette, {0, 1},
+                                 "loss of light in the corners, 0...1");
         options->settings.declare(command);
-        command.add_option("--bits", options->bits, "depth of the sensor")
-            ->check(CLI::Range(8, 16))
-            ->capture_default_str();
-        command
-            .add_option("--noise", options->noise, "standard deviation of the noise in samples of that depth")
-            ->check(CLI::NonNegativeNumber);
         command
             .add_option("--seed", options->seed, "number that selects the noise: another one for each frame")
             ->capture_default_str();
-        command.add_option("--vignette", options->vignette, "loss of light in the corners, 0...1")
-            ->check(CLI::Range(0.0, 1.0));
         return [options] {
             writeImage(simulate(readImage(options->photo), *options), options->output, {}, options->quality);
             return ExitOk;

@@ -5,6 +5,7 @@
 #include <bit>
 #include <cmath>
 #include <cstdint>
+#include <iterator>
 #include <utility>
 
 namespace ko::tool {
@@ -18,22 +19,31 @@ enum Tag : int {
     Photometric = 262,
     StripOffsets = 273,
     Orientation = 274,
+    RowsPerStrip = 278,
+    TileWidth = 322,
+    TileLength = 323,
     TileOffsets = 324,
     SampleFormat = 339,
     DngVersion = 50706,
+    CfaPlaneColor = 50710,
+    CfaLayout = 50711,
     BlackLevelRepeatDim = 50713,
     BlackLevel = 50714,
     BlackLevelDeltaH = 50715,
     BlackLevelDeltaV = 50716,
     AsShotWhiteXY = 50729,
     ActiveArea = 50829,
+    SubTileBlockSize = 50974,
+    RowInterleaveFactor = 50975,
+    ColumnInterleaveFactor = 52547,
 };
 
-constexpr std::array wanted{
-    Width,        Height,      BitsPerSample,       Compression,      Photometric,
-    StripOffsets, Orientation, TileOffsets,         SampleFormat,     DngVersion,
-    BlackLevel,   ActiveArea,  BlackLevelRepeatDim, BlackLevelDeltaH, BlackLevelDeltaV,
-    AsShotWhiteXY};
+constexpr std::array wanted{Width,       Height,           BitsPerSample,       Compression,
+                            Photometric, StripOffsets,     Orientation,         RowsPerStrip,
+                            TileWidth,   TileLength,       TileOffsets,         SampleFormat,
+                            DngVersion,  CfaPlaneColor,    CfaLayout,           BlackLevelRepeatDim,
+                            BlackLevel,  BlackLevelDeltaH, BlackLevelDeltaV,    AsShotWhiteXY,
+                            ActiveArea,  SubTileBlockSize, RowInterleaveFactor, ColumnInterleaveFactor};
 
 constexpr int mostNumbers = 65536;  ///< no side of a sensor has more pixels
 
@@ -146,8 +156,10 @@ void DngTags::take(void* self, int tag, int type, int count, unsigned order, voi
         return;
     Numbers& numbers = static_cast<DngTags*>(self)->m_directories[directory][tag & 0xffff];
     numbers.clear();
+    const bool isLittle = order == 0x4949;
+    static_cast<DngTags*>(self)->m_isLittle = isLittle;
     for (std::size_t at = 0; at < bytes.size(); at += static_cast<std::size_t>(size))
-        numbers.push_back(numberAt(&bytes[at], type, order == 0x4949));
+        numbers.push_back(numberAt(&bytes[at], type, isLittle));
 }
 
 const DngTags::Directory* DngTags::raw() const
@@ -182,13 +194,58 @@ std::string DngTags::obstacle() const
                ", which is not supported in camera raws";
     if (const std::int64_t bits = firstOf(*directory, BitsPerSample, 16); bits > 16)
         return "its samples have " + std::to_string(bits) + " bits; those of camera raws may have 16";
+    if (compression == losslessJpeg && !directory->contains(TileOffsets) &&
+        allOf(*directory, StripOffsets).size() > 1)
+        return "its samples are lossless JPEG in several strips, which is not supported in camera raws";
+    if (firstOf(*directory, CfaLayout, 1) > 1)
+        return "its rows or columns are staggered, which is not supported in camera raws";
+    // LibRaw takes them for red, green and blue in any case.
+    const Numbers planes = allOf(*directory, CfaPlaneColor);
+    if (!std::ranges::is_sorted(planes))
+        return "its colours are not in the order of red, green and blue, which is not supported in camera "
+               "raws";
+    const auto isMixed = [&](Tag tag) {
+        return std::ranges::any_of(allOf(*directory, tag), [](double number) { return number > 1; });
+    };
+    if (isMixed(SubTileBlockSize) || isMixed(RowInterleaveFactor) || isMixed(ColumnInterleaveFactor))
+        return "its samples are interleaved, which is not supported in camera raws";
     return {};
+}
+
+const DngTags::Directory* DngTags::ofSensor(int width, int height) const
+{
+    const Directory* const directory = raw();
+    return directory && firstOf(*directory, Width, 0) == width && firstOf(*directory, Height, 0) == height
+               ? directory
+               : nullptr;
+}
+
+std::optional<DngParts> DngTags::parts(int width, int height) const
+{
+    const Directory* const directory = ofSensor(width, height);
+    if (!directory || firstOf(*directory, Compression, 1) != 1)
+        return {};
+    const bool areTiles = directory->contains(TileOffsets);
+    const Numbers offsets = allOf(*directory, areTiles ? TileOffsets : StripOffsets);
+    if (!areTiles && offsets.size() < 2)
+        return {};
+    DngParts parts{width,
+                   firstOf(*directory, RowsPerStrip, height),
+                   firstOf(*directory, BitsPerSample, 0),
+                   m_isLittle,
+                   {}};
+    if (areTiles) {
+        parts.width = firstOf(*directory, TileWidth, 0);
+        parts.height = firstOf(*directory, TileLength, 0);
+    }
+    std::ranges::transform(offsets, std::back_inserter(parts.offsets), wholeOf);
+    return parts;
 }
 
 std::optional<BlackLevels> DngTags::blackLevels(int width, int height) const
 {
-    const Directory* const directory = raw();
-    if (!directory || firstOf(*directory, Width, 0) != width || firstOf(*directory, Height, 0) != height)
+    const Directory* const directory = ofSensor(width, height);
+    if (!directory)
         return {};
     BlackLevels levels;
     levels.pattern = allOf(*directory, BlackLevel);
@@ -226,6 +283,23 @@ bool DngTags::partsBeginRight(LibRaw_abstract_datastream& stream) const
         return stream.seek(wholeOf(offset), SEEK_SET) == 0 && stream.read(start.data(), 2, 1) == 1 &&
                start == std::array<std::uint8_t, 2>{0xff, 0xd8};
     });
+}
+
+bool DngTags::areMistaken(LibRaw_abstract_datastream& stream) const
+{
+    const Directory* const directory = raw();
+    const Numbers tiles = directory ? allOf(*directory, TileOffsets) : Numbers{};
+    if (tiles.empty() || firstOf(*directory, Compression, 1) != losslessJpeg)
+        return false;
+    const std::optional<JpegFrame> frame = readJpegFrame(stream, wholeOf(tiles[0]));
+    if (!frame)
+        return false;
+    const std::int64_t width = firstOf(*directory, Width, 0);
+    const std::int64_t tile = firstOf(*directory, TileWidth, 0);
+    const std::int64_t row = frame->width * frame->components;
+    const bool isTakenForAll = frame->components > 1 && row * frame->components == width;
+    const bool isWrapped = tile > width && row * frame->height == tile * firstOf(*directory, TileLength, 0);
+    return isTakenForAll || isWrapped;
 }
 
 bool DngTags::hasWhitePoint() const

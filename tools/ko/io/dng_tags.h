@@ -1,6 +1,8 @@
 // What a DNG file says of its samples, where LibRaw says less or something else.
 #pragma once
 
+#include "io/dng_parts.h"
+
 #include <libraw/libraw.h>
 
 #include <map>
@@ -39,8 +41,14 @@ public:
     /// Of a sensor of this size; none where the file does not tell them all, or nonsense.
     std::optional<BlackLevels> blackLevels(int width, int height) const;
 
+    /// Where the samples of a sensor of this size lie; none where LibRaw finds them itself.
+    std::optional<DngParts> parts(int width, int height) const;
+
     /// False where a part of the samples should begin as lossless JPEG and does not. LibRaw leaves it black.
     bool partsBeginRight(LibRaw_abstract_datastream& stream) const;
+
+    /// True where the parts are lossless JPEG and of widths that LibRaw takes for others. It mixes the samples up.
+    bool areMistaken(LibRaw_abstract_datastream& stream) const;
 
     /// True where the file has the light of its picture as x and y, not as colours of the camera.
     bool hasWhitePoint() const;
@@ -56,7 +64,10 @@ private:
     /// That of the largest mosaic, or of the largest picture of a camera where there is no mosaic; none where the
     /// file is no DNG file.
     const Directory* raw() const;
+    /// The same if it is of this size.
+    const Directory* ofSensor(int width, int height) const;
 
+    bool m_isLittle = true;
     std::map<int, Directory> m_directories;
 };
 

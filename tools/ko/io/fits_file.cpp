@@ -120,8 +120,11 @@ FitsInput openFits(const Source& source, int page)
                               !input.scaling ? input.type.type
                               : isSingle     ? Float32
                                              : Float64);
+    // Of a part of the sensor, the pattern is that of the sensor and the offsets say where in it the part begins.
     if (channels == 1)
-        input.format.bayerGrid = gridOfName(input.header["BAYERPAT"]).value_or(BayerNone);
+        input.format.bayerGrid =
+            gridAt(gridOfName(input.header["BAYERPAT"]).value_or(BayerNone),
+                   numberOf(input.header, "XBAYROFF", 0), numberOf(input.header, "YBAYROFF", 0));
     applyDescription(input.header["COMMENT"], input.format);
     input.claim = {input.stream.position() + dataSizeOf(input.header),
                    input.stream.isCompressed() ? deflateRatio : 1};

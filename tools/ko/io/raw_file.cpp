@@ -1,14 +1,15 @@
 #include "io/raw_file.h"
 
 #include "cli/failure.h"
-#include "io/attributes.h"
 #include "io/bayer.h"
 #include "io/claims.h"
 #include "io/dng_tags.h"
 #include "io/picture_file.h"
+#include "io/raw_metadata.h"
 #include "io/raw_stream.h"
 #include "io/sensor.h"
 
+#include <OpenImageIO/imageio.h>
 #include <OpenImageIO/strutil.h>
 
 #include <algorithm>
@@ -16,7 +17,6 @@
 #include <bit>
 #include <cmath>
 #include <cstdint>
-#include <ctime>
 #include <filesystem>
 #include <vector>
 
@@ -58,9 +58,8 @@ public:
     const SxImageInfo& format() const { return m_format; }
     const libraw_image_sizes_t& sizes() const { return m_raw->imgdata.sizes; }
     const libraw_iparams_t& camera() const { return m_raw->imgdata.idata; }
-    const libraw_imgother_t& exposure() const { return m_raw->imgdata.other; }
+    Metadata metadata() const { return metadataOf(m_raw->imgdata, m_tags.hasOrientation()); }
     unsigned white() const { return m_raw->imgdata.color.maximum; }
-    int flip() const { return m_tags.hasOrientation() ? sizes().flip : 0; }
 
     /// What is wrong with the white level, to follow its number; empty where nothing is.
     std::string doubtOfWhite() const
@@ -173,6 +172,20 @@ private:
         requireRoom(m_source, {2.0 * sizes().raw_width * sizes().raw_height, bestRatio});
         if (!m_tags.partsBeginRight(m_stream))
             throw Failure(m_source.name, "is damaged or cut short");
+        if (m_tags.areMistaken(m_stream))
+            throw Failure(m_source.name,
+                          "its tiles of lossless JPEG have a width that is not supported in camera raws");
+        if (const std::optional<DngParts> parts = m_tags.parts(sizes().raw_width, sizes().raw_height))
+            join(*parts);
+        else
+            decode();
+        if (!m_samples || sizes().top_margin + sizes().height > sizes().raw_height ||
+            sizes().left_margin + sizes().width > sizes().raw_width)
+            throw Failure(m_source.name, "holds no mosaic");
+    }
+
+    void decode()
+    {
         m_stream.watch();
         require(m_raw->unpack(), "is damaged or cut short");
         constexpr unsigned isGuessed =
@@ -181,9 +194,19 @@ private:
             throw Failure(m_source.name, "the decoder of its samples is missing or failed");
         if (m_damaged || m_stream.hasRunOut())
             throw Failure(m_source.name, "is damaged or cut short");
-        if (!m_raw->imgdata.rawdata.raw_image || sizes().top_margin + sizes().height > sizes().raw_height ||
-            sizes().left_margin + sizes().width > sizes().raw_width)
-            throw Failure(m_source.name, "holds no mosaic");
+        m_samples = m_raw->imgdata.rawdata.raw_image;
+        m_pitch = sizes().raw_pitch / 2;
+    }
+
+    void join(const DngParts& parts)
+    {
+        m_joined = readParts(m_stream, parts, sizes().raw_width, sizes().raw_height);
+        if (!m_joined)
+            throw Failure(m_source.name, "is damaged or cut short");
+        for (std::uint16_t& sample : *m_joined)
+            sample = m_raw->imgdata.color.curve[sample];
+        m_samples = m_joined->data();
+        m_pitch = sizes().raw_width;
     }
 
     void subtractBlack()
@@ -191,13 +214,11 @@ private:
         m_black = m_tags.blackLevels(sizes().raw_width, sizes().raw_height);
         m_lowestBlack = m_highestBlack = black(0, 0);
         Image& image = m_image.emplace(allocated(m_format));
-        const std::ptrdiff_t pitch = sizes().raw_pitch / 2;
-        const std::uint16_t* from =
-            m_raw->imgdata.rawdata.raw_image + sizes().top_margin * pitch + sizes().left_margin;
+        const std::uint16_t* from = m_samples + sizes().top_margin * m_pitch + sizes().left_margin;
         const int period = blackPeriod();
         std::vector<std::vector<int>> levels(static_cast<std::size_t>(std::max(period, 1)));
         std::vector<std::int64_t> counts(65536);
-        for (int y = 0; y < image->height; ++y, from += pitch) {
+        for (int y = 0; y < image->height; ++y, from += m_pitch) {
             std::vector<int>& row = levels[static_cast<std::size_t>(y) % levels.size()];
             if (row.empty() || period == 0)
                 row = blackRow(y);
@@ -239,6 +260,9 @@ private:
     std::unique_ptr<LibRaw> m_raw;  // too large for the stack
     DngTags m_tags;
     bool m_damaged = false;
+    std::optional<std::vector<std::uint16_t>> m_joined;  ///< of parts that LibRaw does not find
+    const std::uint16_t* m_samples = nullptr;
+    std::ptrdiff_t m_pitch = 0;
     std::optional<BlackLevels> m_black;
     int m_lowestBlack = 0;
     int m_highestBlack = 0;
@@ -247,38 +271,6 @@ private:
     std::optional<Image> m_image;
     int m_nearlyAll = 0;  ///< the level that no more than one sample in a thousand exceeds
 };
-
-/// As Exif has it what LibRaw has as bits: mirrored across, mirrored down, transposed.
-int orientationOf(int flip)
-{
-    constexpr std::array<int, 8> orientations{1, 2, 4, 3, 5, 8, 6, 7};
-    return flip >= 0 && flip < 8 ? orientations[static_cast<std::size_t>(flip)] : Upright;
-}
-
-Metadata metadataOf(const RawFile& raw)
-{
-    OIIO::ImageSpec spec;
-    spec.attribute("Make", raw.camera().make);
-    spec.attribute("Model", raw.camera().model);
-    const auto add = [&spec](const char* name, float number) {
-        if (std::isfinite(number) && number > 0)
-            spec.attribute(name, number);
-    };
-    add("ExposureTime", raw.exposure().shutter);
-    add("FNumber", raw.exposure().aperture);
-    add("Exif:FocalLength", raw.exposure().focal_len);
-    // LibRaw takes the date of the file for one of this time zone.
-    std::tm date{};
-    std::array<char, 20> text;
-    if (const time_t taken = raw.exposure().timestamp;
-        taken > 0 && localtime_r(&taken, &date) &&
-        std::strftime(text.data(), text.size(), "%Y:%m:%d %H:%M:%S", &date))
-        for (const char* name : {"DateTime", "Exif:DateTimeOriginal"})
-            spec.attribute(name, text.data());
-    if (raw.exposure().iso_speed > 0 && raw.exposure().iso_speed < 65536)
-        spec.attribute("Exif:PhotographicSensitivity", static_cast<int>(raw.exposure().iso_speed));
-    return {orientationOf(raw.flip()), attributesOf(spec)};
-}
 
 }  // namespace
 
@@ -308,7 +300,7 @@ FileInfo readRawInfo(const Source& source)
                 text(raw.sizes().left_margin) + "," + text(raw.sizes().top_margin) + " of " +
                 text(raw.sizes().raw_width) + " x " + text(raw.sizes().raw_height) + ", black " +
                 raw.blackLevels() + ", white " + std::to_string(raw.white()) + raw.doubtOfWhite(),
-            metadataOf(raw)};
+            raw.metadata()};
 }
 
 Picture readRaw(const Source& source)
@@ -317,7 +309,7 @@ Picture readRaw(const Source& source)
     if (const std::string doubt = raw.doubtOfWhite(); !doubt.empty())
         warn(source.name, "its white level is " + std::to_string(raw.white()) + doubt);
     const auto sensor = std::make_shared<const Sensor>(raw.sensor());
-    return {raw.takeImage(), metadataOf(raw), sensor};
+    return {raw.takeImage(), raw.metadata(), sensor};
 }
 
 }  // namespace ko::tool

@@ -1,0 +1,13 @@
+// What is told of a camera raw beside its samples.
+#pragma once
+
+#include "io/image_file.h"
+
+#include <libraw/libraw.h>
+
+namespace ko::tool {
+
+/// Camera, exposure, date, and the orientation where the file has one.
+Metadata metadataOf(const libraw_data_t& raw, bool hasOrientation);
+
+}  // namespace ko::tool
