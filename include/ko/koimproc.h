@@ -18,7 +18,8 @@
 //   at the same place; neighbourhood operations do not support overlap.
 // - Calls on different images may run at the same time from any threads. Threads inside an operation come
 //   from OpenMP and have ended when it returns; results do not depend on their number or on the processor.
-//   Small images are worked on by the calling thread alone.
+//   Small images are worked on by the calling thread alone, and so is everything where a declaration, or the
+//   one that it refers to, says nothing of threads.
 // - Callers keep the default rounding mode. Where doubles are computed, a caller's own mode would hold for the rows
 //   of the calling thread only and not for those of other threads.
 // - 64 KiB of stack are enough for any operation, for the calling thread as for those of OpenMP.

@@ -166,7 +166,7 @@ KO_EXPORT ResultCode ThresholdAndStretchHistogramMasked(const SxImageBuf& src, i
                                                         SxImageBuf& dst, int dstChannel,
                                                         const SxImageBuf& mask, int low, int high);
 
-/// Compresses a grey image, or the first three channels of a colour image together.
+/// Compresses a gray image, or the first three channels of a colour image together.
 ///
 /// Of a mono image every sample is compressed. Of an image with three or more channels the first three are
 /// where all three lie in low...high, and become 0 otherwise. An image with two channels stays as it is. The

@@ -43,7 +43,7 @@ def equalize_hist(
     """Spread the levels of an image evenly.
 
     Every sample becomes 2**bits - 1 times the share of samples at or below it, truncated. All colours follow one
-    curve, that of all their samples together, so that greys stay grey. The fourth of four channels is taken for
+    curve, that of all their samples together, so that grays stay gray. The fourth of four channels is taken for
     transparency and copied.
 
     Parameters

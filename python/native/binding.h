@@ -10,6 +10,7 @@
 
 #include <array>
 #include <cstddef>
+#include <memory>
 #include <tuple>
 #include <type_traits>
 #include <utility>
@@ -138,6 +139,26 @@ private:
     std::optional<Claim> m_claim;
     void* m_buffer = nullptr;
 };
+
+/// Takes over what an operation has made; None where that is null.
+template <class Buffer>
+std::unique_ptr<Buffer> owner(void* buffer)
+{
+    return buffer == nullptr ? nullptr : std::make_unique<Buffer>(buffer);
+}
+
+/// The function that releases such a buffer before its owner does.
+template <class Buffer>
+void defineFree(py::module_& module, const char* name)
+{
+    module.def(
+        name,
+        [](Buffer* buffer) {
+            if (buffer != nullptr)
+                buffer->close();
+        },
+        py::arg("buffer").none(true));
+}
 
 template <class Function>
 auto withoutGil(const Function& function)

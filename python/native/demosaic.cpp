@@ -1,11 +1,8 @@
 #include "binding.h"
 
 #include <ko/demosaic.h>
-#include <ko/median.h>
 
 #include <pybind11/stl.h>
-
-#include <memory>
 
 namespace ko::python {
 
@@ -30,25 +27,6 @@ void defineForms(py::module_& module, const char* name)
            {"src", "dst", "buffer"});
 }
 
-/// Takes over what an operation has made; None where that is null.
-template <class Buffer>
-std::unique_ptr<Buffer> owner(void* buffer)
-{
-    return buffer == nullptr ? nullptr : std::make_unique<Buffer>(buffer);
-}
-
-template <class Buffer>
-void defineFree(py::module_& module, const char* name)
-{
-    module.def(
-        name,
-        [](Buffer* buffer) {
-            if (buffer != nullptr)
-                buffer->close();
-        },
-        py::arg("buffer").none(true));
-}
-
 }  // namespace
 
 void defineDemosaic(py::module_& module)
@@ -67,21 +45,6 @@ void defineDemosaic(py::module_& module)
         [](int width) { return owner<CentredWork>(DemosaicCentredAllocBuffer(width)); }, py::arg("width"));
     defineFree<DemosaicWork>(module, "DemosaicFreeBuffer");
     defineFree<CentredWork>(module, "DemosaicCentredFreeBuffer");
-
-    define(module, "Median",
-           +[](const SxImageBuf& src, SxImageBuf& dst, int radius, Work<MedianWork> work) {
-               return Median(src, dst, radius, work.buffer);
-           },
-           {"src", "dst", "radius", "buffer"});
-    module.def(
-        "MedianAllocBuffer",
-        [](const SxImageInfo& info, int radius) {
-            void* buffer = nullptr;
-            const ResultCode rc = MedianAllocBuffer(info, radius, &buffer);
-            return py::make_tuple(rc, owner<MedianWork>(buffer));
-        },
-        py::arg("info"), py::arg("radius"));
-    defineFree<MedianWork>(module, "MedianFreeBuffer");
 }
 
 }  // namespace ko::python

@@ -92,6 +92,8 @@ PYBIND11_MODULE(native, module)
     definePixel(module);
     defineConvert(module);
     defineFilters(module);
+    defineMedian(module);
+    defineSnake(module);
     defineFrames(module);
     definePipeline(module);
 }

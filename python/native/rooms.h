@@ -22,6 +22,8 @@ void defineTone(py::module_& module);
 void definePixel(py::module_& module);
 void defineConvert(py::module_& module);
 void defineFilters(py::module_& module);
+void defineMedian(py::module_& module);
+void defineSnake(py::module_& module);
 void defineFrames(py::module_& module);
 void definePipeline(py::module_& module);
 

@@ -1,8 +1,10 @@
-// Rows that follow each other without gaps, taken as longer ones.
+// Rows that a row function takes together.
 //
 // A call of a row function costs as much as some hundred samples: its own start and end, and those of its loops.
 #pragma once
 
+#include "base/image_view.h"
+#include "base/row_pairs.h"
 #include "base/rows.h"
 
 #include <algorithm>
@@ -48,16 +50,23 @@ private:
     std::int64_t m_perRun;
 };
 
-/// `rowsStatic` over images of one size, whose pixels are treated alike: `body(y, width)` for the first row of every
-/// run, with the pixels in the run.
-template <class Body, class... Others>
-void runsStatic(const RowWork& work, const Body& body, const SxImageInfo& image, const Others&... others)
+/// Rows of two images of one size whose samples are treated alike, some at a time: `body(pairs)`. Rows that follow
+/// each other without gaps in both images are one long row.
+template <class Body>
+void pairsStatic(const SxImageBuf& src, SxImageBuf& dst, std::int64_t samplesPerRow, const Body& body)
 {
-    static_assert(noexcept(body(std::int64_t{}, std::int64_t{})));
-    const RowRuns runs(work, (isGapless(image) && ... && isGapless(others)),
-                       std::max({rowBytes(image), rowBytes(others)...}));
-    rowsStatic(runs.work(),
-               [&](std::int64_t run) noexcept { body(runs.firstRow(run), runs.rowsOf(run) * image.width); });
+    static_assert(noexcept(body(RowPairs{})));
+    const RowRuns runs(workOn(src, dst), true, std::max(rowBytes(src), rowBytes(dst)));
+    const bool areJoined = isGapless(src) && isGapless(dst);
+    rowsStatic(runs.work(), [&](std::int64_t run) noexcept {
+        const std::int64_t y = runs.firstRow(run), rows = runs.rowsOf(run);
+        RowPairs pairs{rowOf(src, y), src.stride, rowOf(dst, y), dst.stride, rows, samplesPerRow};
+        if (areJoined) {
+            pairs.rows = 1;
+            pairs.samples *= rows;
+        }
+        body(pairs);
+    });
 }
 
 }  // namespace ko

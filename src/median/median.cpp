@@ -35,7 +35,7 @@ bool isCounterWidth(std::uint64_t width) noexcept
 }
 
 /// Makes the scratch memory large enough for the radius.
-void prepareScratch(MedianBuffer& buffer, std::int64_t radius)
+void prepareScratch(MedianWork& buffer, std::int64_t radius)
 {
     const SxImageInfo& info = buffer.plan->info;
     const ExImageDataType type = info.dataType;
@@ -51,7 +51,7 @@ void prepareScratch(MedianBuffer& buffer, std::int64_t radius)
         throw std::bad_alloc();
 }
 
-ResultCode makeBuffer(const SxImageInfo& info, std::int64_t radius, std::unique_ptr<MedianBuffer>& buffer)
+ResultCode makeBuffer(const SxImageInfo& info, std::int64_t radius, std::unique_ptr<MedianWork>& buffer)
 {
     if (const ResultCode rc = firstFailure({
             {ResultBadArg1, info.width > 0 && info.height > 0 && !hasChannels(info, 4)},
@@ -61,7 +61,7 @@ ResultCode makeBuffer(const SxImageInfo& info, std::int64_t radius, std::unique_
         return rc;
     auto plan =
         std::make_unique<MedianPlan>(MedianPlan{info, cutIntoStrips(info, radius, omp_get_max_threads())});
-    buffer = std::make_unique<MedianBuffer>(MedianBuffer{medianCounterWidth(radius), std::move(plan), {}});
+    buffer = std::make_unique<MedianWork>(MedianWork{medianCounterWidth(radius), std::move(plan), {}});
     if (medianWindowFits(radius, info.height))
         prepareScratch(*buffer, radius);
     return ResultOk;
@@ -91,8 +91,8 @@ ResultCode Median(const SxImageBuf& src, SxImageBuf& dst, int radius, void* buff
             }))
             return rc;
 
-        auto* work = static_cast<MedianBuffer*>(buffer);
-        std::unique_ptr<MedianBuffer> own;
+        auto* work = static_cast<MedianWork*>(buffer);
+        std::unique_ptr<MedianWork> own;
         if (work == nullptr) {
             if (isFailure(makeBuffer(src, radius, own)))
                 return ResultFailed;
@@ -126,7 +126,7 @@ ResultCode Median(const SxImageBuf& src, SxImageBuf& dst, int radius, void* buff
 ResultCode MedianAllocBuffer(const SxImageInfo& info, int radius, void** buffer)
 {
     return guarded([&] {
-        std::unique_ptr<MedianBuffer> made;
+        std::unique_ptr<MedianWork> made;
         if (const ResultCode rc = makeBuffer(info, radius, made))
             return rc;
         if (buffer == nullptr)
@@ -138,7 +138,7 @@ ResultCode MedianAllocBuffer(const SxImageInfo& info, int radius, void** buffer)
 
 void MedianFreeBuffer(void* buffer)
 {
-    delete static_cast<MedianBuffer*>(buffer);
+    delete static_cast<MedianWork*>(buffer);
 }
 
 }  // namespace ko

@@ -87,7 +87,7 @@ std::vector<MedianStrip> cutIntoStrips(const SxImageInfo& info, std::int64_t rad
     return strips;
 }
 
-bool servesImage(const MedianBuffer& buffer, const SxImageInfo& src, std::int64_t radius) noexcept
+bool servesImage(const MedianWork& buffer, const SxImageInfo& src, std::int64_t radius) noexcept
 {
     const SxImageInfo& info = buffer.plan->info;
     if (!sameSize(info, src) || !sameFormat(info, src))

@@ -74,7 +74,7 @@ private:
 
 /// What the program holds between `MedianAllocBuffer` and `MedianFreeBuffer`. The radius is not recorded: a
 /// buffer serves every radius that its counters and its strips' columns are large enough for.
-struct MedianBuffer {
+struct MedianWork {
     std::uint64_t counterWidth;
     std::unique_ptr<MedianPlan> plan;
     MedianScratch scratch;
@@ -91,6 +91,6 @@ std::uint64_t medianCounterWidth(std::int64_t radius) noexcept;
 std::vector<MedianStrip> cutIntoStrips(const SxImageInfo& info, std::int64_t radius, int threads);
 
 /// The buffer was made for images of `src`'s format and is large enough for the radius.
-bool servesImage(const MedianBuffer& buffer, const SxImageInfo& src, std::int64_t radius) noexcept;
+bool servesImage(const MedianWork& buffer, const SxImageInfo& src, std::int64_t radius) noexcept;
 
 }  // namespace ko

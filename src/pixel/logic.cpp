@@ -20,20 +20,15 @@ ResultCode checkPair(const SxImageBuf& src, const SxImageBuf& dst)
     });
 }
 
-template <class Row, class... Value>
-void combineRuns(const SxImageBuf& src, SxImageBuf& dst, Row row, Value... value)
+template <class Rows, class... Value>
+void combine(const SxImageBuf& src, SxImageBuf& dst, Rows rows, Value... value)
 {
-    runsStatic(
-        workOn(src, dst),
-        [&](std::int64_t y, std::int64_t width) noexcept {
-            row(rowOf(src, y), rowOf(dst, y), width, value...);
-        },
-        src, dst);
+    pairsStatic(src, dst, src.width, [&](const RowPairs& pairs) noexcept { rows(pairs, value...); });
 }
 
 /// And and Or: integers only, a value cut to the sample, 1 where there is none.
 ResultCode combineIntegers(const SxImageBuf& src, SxImageBuf& dst, const QVariant* value,
-                           PerIntegerSize<LogicRow> LogicKernels::*kernel)
+                           PerIntegerSize<LogicRows> LogicKernels::*kernel)
 {
     if (const ResultCode rc = checkPair(src, dst))
         return rc;
@@ -41,8 +36,8 @@ ResultCode combineIntegers(const SxImageBuf& src, SxImageBuf& dst, const QVarian
                     {{ResultBadArg1, rowsFit(src)}, {ResultBadArg2, rowsFit(dst)}},
                     [&]<class T>(std::type_identity<T>) {
                         const T set = value ? plainValue<T>(*value) : T{1};
-                        const LogicRow row = (logicKernels().*kernel).template of<T>();
-                        combineRuns(src, dst, row, bytesOf(set));
+                        const LogicRows rows = (logicKernels().*kernel).template of<T>();
+                        combine(src, dst, rows, bytesOf(set));
                     });
 }
 
@@ -67,13 +62,13 @@ ResultCode Xor(const SxImageBuf& src, SxImageBuf& dst, QVariant* value)
                         {{ResultBadArg1, rowsFit(src)}, {ResultBadArg2, rowsFit(dst)}},
                         [&]<class T>(std::type_identity<T>) {
                             if (!value) {
-                                const LogicPassRow row = logicKernels().passOne.of<T>();
-                                combineRuns(src, dst, row);
+                                const LogicPassRows rows = logicKernels().passOne.of<T>();
+                                combine(src, dst, rows);
                                 return;
                             }
                             const T set = typedValue<T>(*value);
-                            const LogicRow row = logicKernels().one.of<T>();
-                            combineRuns(src, dst, row, bytesOf(set));
+                            const LogicRows rows = logicKernels().one.of<T>();
+                            combine(src, dst, rows, bytesOf(set));
                         });
     });
 }

@@ -49,13 +49,13 @@ void CombineSamples(const std::uint8_t* src, std::uint8_t* dst, std::int64_t cou
         storeSample(dst, x, combine(loadSample<T>(src, x), loadSample<T>(dst, x)));
 }
 
-/// Kept out of line: rows of small images would wait for the registers that it saves.
+/// One row. Kept out of line: rows of small images would wait for the registers that it saves.
 template <class T, class Combine>
-HWY_NOINLINE void CombineFetching(const std::uint8_t* src, std::uint8_t* dst, std::int64_t width,
+HWY_NOINLINE void CombineFetching(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples,
                                   Combine combine) noexcept
 {
-    for (std::int64_t first = 0; first < width; first += samplesPerFetch) {
-        const std::int64_t count = std::min(samplesPerFetch, width - first),
+    for (std::int64_t first = 0; first < samples; first += samplesPerFetch) {
+        const std::int64_t count = std::min(samplesPerFetch, samples - first),
                            bytes = first * std::int64_t{sizeof(T)};
         fetchAhead<T, false>(src + bytes, count);
         fetchAhead<T, true>(dst + bytes, count);
@@ -64,32 +64,34 @@ HWY_NOINLINE void CombineFetching(const std::uint8_t* src, std::uint8_t* dst, st
 }
 
 template <class T, class Combine>
-void CombineRow(const std::uint8_t* src, std::uint8_t* dst, std::int64_t width, Combine combine) noexcept
+void CombineRows(RowPairs pairs, Combine combine) noexcept
 {
-    if (fetchingPays.load(std::memory_order_relaxed))
-        CombineFetching<T>(src, dst, width, combine);
-    else
-        CombineSamples<T>(src, dst, width, combine);
+    if (fetchingPays.load(std::memory_order_relaxed)) {
+        for (std::int64_t y = 0; y < pairs.rows; ++y)
+            CombineFetching<T>(pairs.srcRow(y), pairs.dstRow(y), pairs.samples, combine);
+        return;
+    }
+    for (std::int64_t y = 0; y < pairs.rows; ++y)
+        CombineSamples<T>(pairs.srcRow(y), pairs.dstRow(y), pairs.samples, combine);
 }
 
 template <class T, class Holds>
-void LogicRowOf(const std::uint8_t* src, std::uint8_t* dst, std::int64_t width,
-                const std::uint8_t* value) noexcept
+void LogicRowsOf(RowPairs pairs, const std::uint8_t* value) noexcept
 {
-    CombineRow<T>(src, dst, width, Choose<T, Holds>{loadSample<T>(value, 0)});
+    CombineRows<T>(pairs, Choose<T, Holds>{loadSample<T>(value, 0)});
 }
 
 template <class T>
-void PassOneRowOf(const std::uint8_t* src, std::uint8_t* dst, std::int64_t width) noexcept
+void PassOneRowsOf(RowPairs pairs) noexcept
 {
-    CombineRow<T>(src, dst, width, PassOne<T>{});
+    CombineRows<T>(pairs, PassOne<T>{});
 }
 
 template <class Holds>
-constexpr PerIntegerSize<LogicRow> OfIntegers()
+constexpr PerIntegerSize<LogicRows> OfIntegers()
 {
-    return {&LogicRowOf<std::uint8_t, Holds>, &LogicRowOf<std::uint16_t, Holds>,
-            &LogicRowOf<std::uint32_t, Holds>, &LogicRowOf<std::uint64_t, Holds>};
+    return {&LogicRowsOf<std::uint8_t, Holds>, &LogicRowsOf<std::uint16_t, Holds>,
+            &LogicRowsOf<std::uint32_t, Holds>, &LogicRowsOf<std::uint64_t, Holds>};
 }
 
 const LogicKernels& Kernels()
@@ -97,8 +99,8 @@ const LogicKernels& Kernels()
     static constexpr LogicKernels kernels{
         OfIntegers<Both>(),
         OfIntegers<Any>(),
-        {OfIntegers<One>(), &LogicRowOf<float, One>, &LogicRowOf<double, One>},
-        perSize<LogicPassRow>([]<class T>(std::type_identity<T>) { return &PassOneRowOf<T>; })};
+        {OfIntegers<One>(), &LogicRowsOf<float, One>, &LogicRowsOf<double, One>},
+        perSize<LogicPassRows>([]<class T>(std::type_identity<T>) { return &PassOneRowsOf<T>; })};
     return kernels;
 }
 

@@ -2,24 +2,23 @@
 #pragma once
 
 #include "base/kernel_tables.h"
+#include "base/row_pairs.h"
 
 #include <cstdint>
 
 namespace ko {
 
-/// One row: `width` samples of src combined into those of dst, which may be the same memory. `value` is one
-/// sample.
-using LogicRow = void (*)(const std::uint8_t* src, std::uint8_t* dst, std::int64_t width,
-                          const std::uint8_t* value) noexcept;
+/// The samples of src combined into those of dst. `value` is one sample.
+using LogicRows = void (*)(RowPairs pairs, const std::uint8_t* value) noexcept;
 
 /// The same, the set samples keeping their own values.
-using LogicPassRow = void (*)(const std::uint8_t* src, std::uint8_t* dst, std::int64_t width) noexcept;
+using LogicPassRows = void (*)(RowPairs pairs) noexcept;
 
 struct LogicKernels {
-    PerIntegerSize<LogicRow> both;
-    PerIntegerSize<LogicRow> any;
-    PerSize<LogicRow> one;
-    PerSize<LogicPassRow> passOne;
+    PerIntegerSize<LogicRows> both;
+    PerIntegerSize<LogicRows> any;
+    PerSize<LogicRows> one;
+    PerSize<LogicPassRows> passOne;
 };
 
 /// The kernels of the running processor.

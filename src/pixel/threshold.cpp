@@ -71,53 +71,43 @@ struct Levels {
 
 /// One level for all samples, without memory for one per channel.
 template <class T, class Out>
-void binaryMono(const SxImageBuf& src, SxImageBuf& dst, BinaryRow<T, Out> row, T threshold, Out low, Out high)
+void binaryMono(const SxImageBuf& src, SxImageBuf& dst, BinaryRows<T, Out> rows, T threshold, Out low,
+                Out high)
 {
     const BinaryLevels<T, Out> levels{&threshold, &low, &high, 1};
-    runsStatic(
-        workOn(src, dst),
-        [&](std::int64_t y, std::int64_t width) noexcept {
-            row(rowOf(src, y), rowOf(dst, y), width, levels);
-        },
-        src, dst);
+    pairsStatic(src, dst, src.width, [&](const RowPairs& pairs) noexcept { rows(pairs, levels); });
 }
 
 /// One plane after another, each as a mono image.
 template <class T, class Out>
-void binaryPlanes(const SxImageBuf& src, SxImageBuf& dst, BinaryRow<T, Out> row, const Levels<T, Out>& levels)
+void binaryPlanes(const SxImageBuf& src, SxImageBuf& dst, BinaryRows<T, Out> rows,
+                  const Levels<T, Out>& levels)
 {
     const int planes = std::min(static_cast<int>(levels.count()), dst.channels);
     for (int plane = 0; plane < planes; ++plane) {
-        const BinaryLevels<T, Out> own = levels.from(plane, 1);
-        runsStatic(
-            workOn(src, dst),
-            [&](std::int64_t y, std::int64_t width) noexcept {
-                row(planeRowOf(src, plane, y), planeRowOf(dst, plane, y), width, own);
-            },
-            src, dst);
+        SxImageBuf to = planeView(dst, plane);
+        const auto c = static_cast<std::size_t>(plane);
+        binaryMono(planeView(src, plane), to, rows, levels.thresholds[c], levels.lows[c], levels.highs[c]);
     }
 }
 
 /// Pixels whose channels are all treated: rows of samples without gaps.
 template <class T, class Out>
-void binaryPixels(const SxImageBuf& src, SxImageBuf& dst, BinaryRow<T, Out> row, const Levels<T, Out>& levels)
+void binaryPixels(const SxImageBuf& src, SxImageBuf& dst, BinaryRows<T, Out> rows,
+                  const Levels<T, Out>& levels)
 {
     const bool areOne = levels.areOne();
     const Levels<T, Out> repeated = areOne ? Levels<T, Out>{} : levels.alongRow();
     const BinaryLevels<T, Out> all = areOne ? levels.from(0, 1) : repeated.from(0, repeated.count());
-    runsStatic(
-        workOn(src, dst),
-        [&](std::int64_t y, std::int64_t width) noexcept {
-            row(rowOf(src, y), rowOf(dst, y), width * src.channels, all);
-        },
-        src, dst);
+    pairsStatic(src, dst, std::int64_t{src.width} * src.channels,
+                [&](const RowPairs& pairs) noexcept { rows(pairs, all); });
 }
 
-/// Pixels whose last channels are left alone.
+/// Pixels whose fourth channel is left alone.
 template <class T>
 void binaryTreated(const SxImageBuf& src, SxImageBuf& dst, Levels<T, std::uint8_t> levels)
 {
-    const auto row = thresholdKernels().of<T>().markTreated;
+    const auto rows = thresholdKernels().of<T>().markTreated;
     const auto channels = static_cast<std::size_t>(src.channels);
     std::vector<std::uint8_t> treated(levels.thresholds.size(), 1);
     treated.resize(channels);
@@ -127,10 +117,8 @@ void binaryTreated(const SxImageBuf& src, SxImageBuf& dst, Levels<T, std::uint8_
     treated = alongRow(treated);
     const Levels<T, std::uint8_t> repeated = levels.alongRow();
     const BinaryLevels<T, std::uint8_t> all = repeated.from(0, repeated.count());
-    const std::int64_t samples = std::int64_t{src.width} * src.channels;
-    rowsStatic(workOn(src, dst), [&](std::int64_t y) noexcept {
-        row(rowOf(src, y), rowOf(dst, y), samples, all, treated.data());
-    });
+    pairsStatic(src, dst, std::int64_t{src.width} * src.channels,
+                [&](const RowPairs& pairs) noexcept { rows(pairs, all, treated.data()); });
 }
 
 /// Pixels with more channels on one side: each image is stepped by its own channel count.
@@ -148,12 +136,12 @@ void binaryChannels(const SxImageBuf& src, SxImageBuf& dst, const Levels<T, std:
 }
 
 template <class T, class Out>
-void binary(const SxImageBuf& src, SxImageBuf& dst, BinaryRow<T, Out> row, const Levels<T, Out>& levels)
+void binary(const SxImageBuf& src, SxImageBuf& dst, BinaryRows<T, Out> rows, const Levels<T, Out>& levels)
 {
     if (!hasPixels(src) || !hasPixels(dst))
         return;
     if (!isInterleaved(src)) {
-        binaryPlanes(src, dst, row, levels);
+        binaryPlanes(src, dst, rows, levels);
         return;
     }
     if constexpr (std::is_same_v<Out, std::uint8_t>) {
@@ -166,7 +154,7 @@ void binary(const SxImageBuf& src, SxImageBuf& dst, BinaryRow<T, Out> row, const
             return;
         }
     }
-    binaryPixels(src, dst, row, levels);
+    binaryPixels(src, dst, rows, levels);
 }
 
 /// The copy form after its own checks, which the masked form shares.
@@ -175,12 +163,12 @@ ResultCode binaryCopy(const SxImageBuf& src, SxImageBuf& dst, ResultCode badDst,
 {
     return dispatch(ByType{}, src.dataType, {{ResultBadArg1, rowsFit(src)}, {badDst, rowsFit(dst)}},
                     [&]<class T>(std::type_identity<T>) {
-                        const auto row = thresholdKernels().of<T>().binary;
+                        const auto rows = thresholdKernels().of<T>().binary;
                         if (isMono(src))
-                            return binaryMono(src, dst, row, typedValue<T>(*thresholds), typedValue<T>(*lows),
-                                              typedValue<T>(*highs));
+                            return binaryMono(src, dst, rows, typedValue<T>(*thresholds),
+                                              typedValue<T>(*lows), typedValue<T>(*highs));
                         const int channels = treatedChannels(src, hasType(src, UInt8));
-                        binary<T, T>(src, dst, row,
+                        binary<T, T>(src, dst, rows,
                                      {valuesOf<T>(thresholds, channels), valuesOf<T>(lows, channels),
                                       valuesOf<T>(highs, channels)});
                     });
@@ -212,10 +200,10 @@ void keepAbove(SxImageBuf& image, const QVariant* thresholds, const QVariant* va
     replacements = alongRow(replacements);
     const KeepLevels<T> levels{floors.data(), replacements.data(), static_cast<std::int64_t>(floors.size())};
     const auto row = thresholdKernels().of<T>().keep;
-    runsStatic(
-        workOn(image).times(2),
-        [&](std::int64_t y, std::int64_t width) noexcept { row(rowOf(image, y), width * channels, levels); },
-        image);
+    pairsStatic(image, image, std::int64_t{image.width} * channels, [&](const RowPairs& pairs) noexcept {
+        for (std::int64_t y = 0; y < pairs.rows; ++y)
+            row(pairs.dstRow(y), pairs.samples, levels);
+    });
 }
 
 }  // namespace
@@ -285,13 +273,13 @@ ResultCode ThresholdBinaryGT(const SxImageBuf& src, SxImageBuf& dst, const QVari
         return dispatch(
             ByType{}, src.dataType, {{ResultBadArg1, rowsFit(src)}, {ResultBadArg2, rowsFit(dst)}},
             [&]<class T>(std::type_identity<T>) {
-                const auto row = thresholdKernels().of<T>().mark;
+                const auto rows = thresholdKernels().of<T>().mark;
                 if (isMono(src) && isMono(dst))
-                    return binaryMono(src, dst, row, typedValue<T>(*thresholds), std::uint8_t{0},
+                    return binaryMono(src, dst, rows, typedValue<T>(*thresholds), std::uint8_t{0},
                                       std::uint8_t{*highs});
                 const int channels = treatedChannels(src, fourChannelRule);
                 const std::vector<std::uint8_t> lows(static_cast<std::size_t>(channels));
-                binary<T, std::uint8_t>(src, dst, row,
+                binary<T, std::uint8_t>(src, dst, rows,
                                         {valuesOf<T>(thresholds, channels), lows, {highs, highs + channels}});
             });
     });

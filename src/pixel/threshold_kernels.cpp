@@ -37,7 +37,7 @@ void BinaryEach(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples
     }
 }
 
-/// Kept out of line: rows of small images would wait for the registers that it saves.
+/// One row. Kept out of line: rows of small images would wait for the registers that it saves.
 template <class T, class Out>
 HWY_NOINLINE void BinaryFetching(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples,
                                  const BinaryLevels<T, Out>& levels) noexcept
@@ -58,37 +58,64 @@ HWY_NOINLINE void BinaryFetching(const std::uint8_t* src, std::uint8_t* dst, std
 }
 
 template <class T, class Out>
-void BinaryRowOf(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples,
-                 const BinaryLevels<T, Out>& levels) noexcept
+void BinaryRowsOf(RowPairs pairs, const BinaryLevels<T, Out>& levels) noexcept
 {
-    if (levels.period == 1 && !fetchingPays.load(std::memory_order_relaxed))
-        BinaryUniform<T, Out>(src, dst, samples, levels.thresholds[0], levels.lows[0], levels.highs[0]);
-    else
-        BinaryFetching(src, dst, samples, levels);
+    if (levels.period != 1 || fetchingPays.load(std::memory_order_relaxed)) {
+        for (std::int64_t y = 0; y < pairs.rows; ++y)
+            BinaryFetching(pairs.srcRow(y), pairs.dstRow(y), pairs.samples, levels);
+        return;
+    }
+    const T threshold = levels.thresholds[0];
+    const Out low = levels.lows[0], high = levels.highs[0];
+    for (std::int64_t y = 0; y < pairs.rows; ++y)
+        BinaryUniform<T, Out>(pairs.srcRow(y), pairs.dstRow(y), pairs.samples, threshold, low, high);
 }
 
+/// A period of levels that nothing else can point to: the compiler keeps it in registers.
 template <class T>
-void MarkTreated(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples, const T* thresholds,
-                 const std::uint8_t* lows, const std::uint8_t* highs, const std::uint8_t* treated) noexcept
+struct TreatedLevels {
+    T thresholds[treatedPeriod];
+    std::uint8_t lows[treatedPeriod], highs[treatedPeriod], treated[treatedPeriod];
+
+    TreatedLevels(const BinaryLevels<T, std::uint8_t>& levels, const std::uint8_t* marks) noexcept
+    {
+        std::copy_n(levels.thresholds, treatedPeriod, thresholds);
+        std::copy_n(levels.lows, treatedPeriod, lows);
+        std::copy_n(levels.highs, treatedPeriod, highs);
+        std::copy_n(marks, treatedPeriod, treated);
+    }
+};
+
+template <class T>
+HWY_INLINE void MarkTreated(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples,
+                            const TreatedLevels<T>& levels) noexcept
 {
     KO_INDEPENDENT_ITERATIONS
     for (std::int64_t i = 0; i < samples; ++i) {
-        const std::uint8_t low = lows[i], high = highs[i], kept = dst[i];
-        const std::uint8_t marked = loadSample<T>(src, i) > thresholds[i] ? high : low;
-        dst[i] = treated[i] != 0 ? marked : kept;
+        const std::uint8_t low = levels.lows[i], high = levels.highs[i], kept = dst[i];
+        const std::uint8_t marked = loadSample<T>(src, i) > levels.thresholds[i] ? high : low;
+        dst[i] = levels.treated[i] != 0 ? marked : kept;
     }
 }
 
 template <class T>
-void MarkTreatedRowOf(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples,
-                      const BinaryLevels<T, std::uint8_t>& levels, const std::uint8_t* treated) noexcept
+void MarkTreatedRowsOf(RowPairs pairs, const BinaryLevels<T, std::uint8_t>& levels,
+                       const std::uint8_t* treated) noexcept
 {
-    for (std::int64_t first = 0; first < samples; first += levels.period) {
-        const std::uint8_t* const from = src + first * std::int64_t{sizeof(T)};
-        const std::int64_t count = std::min(levels.period, samples - first);
-        fetchAhead<T, false>(from, count);
-        fetchAhead<std::uint8_t, true>(dst + first, count);
-        MarkTreated<T>(from, dst + first, count, levels.thresholds, levels.lows, levels.highs, treated);
+    const TreatedLevels<T> own(levels, treated);
+    for (std::int64_t y = 0; y < pairs.rows; ++y) {
+        const std::uint8_t* const src = pairs.srcRow(y);
+        std::uint8_t* const dst = pairs.dstRow(y);
+        std::int64_t at = 0;
+        while (at + samplesPerFetch <= pairs.samples) {
+            fetchAhead<T, false>(src + at * std::int64_t{sizeof(T)}, samplesPerFetch);
+            fetchAhead<std::uint8_t, true>(dst + at, samplesPerFetch);
+            for (const std::int64_t end = at + samplesPerFetch; at < end; at += treatedPeriod)
+                MarkTreated(src + at * std::int64_t{sizeof(T)}, dst + at, treatedPeriod, own);
+        }
+        for (; at < pairs.samples; at += treatedPeriod)
+            MarkTreated(src + at * std::int64_t{sizeof(T)}, dst + at,
+                        std::min(treatedPeriod, pairs.samples - at), own);
     }
 }
 
@@ -139,7 +166,7 @@ void KeepRowOf(std::uint8_t* row, std::int64_t samples, const KeepLevels<T>& lev
 }
 
 template <class T>
-constexpr ThresholdRows<T> rowsOf{&BinaryRowOf<T, T>, &BinaryRowOf<T, std::uint8_t>, &MarkTreatedRowOf<T>,
+constexpr ThresholdRows<T> rowsOf{&BinaryRowsOf<T, T>, &BinaryRowsOf<T, std::uint8_t>, &MarkTreatedRowsOf<T>,
                                   &MarkChannelRowOf<T>, &KeepRowOf<T>};
 
 const ThresholdKernels& Kernels()

@@ -2,6 +2,8 @@
 #pragma once
 
 #include "base/kernel_tables.h"
+#include "base/repeat.h"
+#include "base/row_pairs.h"
 
 #include <cstdint>
 
@@ -25,11 +27,10 @@ struct KeepLevels {
     std::int64_t period;
 };
 
-/// One row: high where a sample is above its threshold, low elsewhere. src and dst may be the same memory
-/// when their samples have the same size.
+/// High where a sample is above its threshold, low elsewhere. src and dst may be the same memory when their
+/// samples have the same size.
 template <class T, class Out>
-using BinaryRow = void (*)(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples,
-                           const BinaryLevels<T, Out>& levels) noexcept;
+using BinaryRows = void (*)(RowPairs pairs, const BinaryLevels<T, Out>& levels) noexcept;
 
 /// Samples from one pixel to the next.
 struct PixelSteps {
@@ -37,14 +38,17 @@ struct PixelSteps {
     std::int64_t dst;
 };
 
+/// Samples after which the levels of pixels with a fourth channel that stays repeat.
+inline constexpr std::int64_t treatedPeriod = repeatPeriod(4);
+
 template <class T>
 struct ThresholdRows {
-    BinaryRow<T, T> binary;
-    BinaryRow<T, std::uint8_t> mark;
+    BinaryRows<T, T> binary;
+    BinaryRows<T, std::uint8_t> mark;
     /// `mark` for the samples whose byte in `treated` (numbered like the levels) is not zero; the others of
-    /// dst stay.
-    void (*markTreated)(const std::uint8_t* src, std::uint8_t* dst, std::int64_t samples,
-                        const BinaryLevels<T, std::uint8_t>& levels, const std::uint8_t* treated) noexcept;
+    /// dst stay. The period is `treatedPeriod`.
+    void (*markTreated)(RowPairs pairs, const BinaryLevels<T, std::uint8_t>& levels,
+                        const std::uint8_t* treated) noexcept;
     /// One channel of a row of pixels, by the first of the levels.
     void (*markChannel)(const std::uint8_t* src, std::uint8_t* dst, std::int64_t width, PixelSteps steps,
                         const BinaryLevels<T, std::uint8_t>& levels) noexcept;

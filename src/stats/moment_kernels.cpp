@@ -11,6 +11,8 @@
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
+#include "stats/selected-inl.h"
+
 HWY_BEFORE_NAMESPACE();
 namespace ko {
 namespace HWY_NAMESPACE {
@@ -84,48 +86,34 @@ using Byte = hn::ScalableTag<std::uint8_t>;
 using Total = hn::ScalableTag<std::uint64_t>;
 using Real = hn::ScalableTag<double>;
 
-/// The samples with a non-zero mask byte, zero for the others.
-template <class T>
-auto Selected(const std::uint8_t* row, const std::uint8_t* mask, std::int64_t at,
-              std::uint64_t& count) noexcept
-{
-    using U = std::make_unsigned_t<T>;
-    const Tag<T> d;
-    const hn::Rebind<std::uint8_t, Tag<T>> bytes;
-    const auto marks = hn::LoadU(bytes, mask + at);
-    const auto selected = [&] {
-        if constexpr (sizeof(T) == 1)
-            return hn::Ne(marks, hn::Zero(d));
-        else
-            return hn::Ne(hn::PromoteTo(d, marks), hn::Zero(d));
-    }();
-    count += hn::CountTrue(d, selected);
-    const auto samples = hn::LoadU(d, reinterpret_cast<const U*>(row) + at);
-    return hn::IfThenElseZero(selected, hn::Xor(samples, hn::Set(d, static_cast<U>(momentBias<T>))));
-}
-
 template <class V>
 std::int64_t HighestOf(V samples) noexcept
 {
     const hn::DFromV<V> d;
     std::array<hn::TFromV<V>, HWY_MAX_BYTES / sizeof(hn::TFromV<V>)> lanes{};
     hn::StoreU(samples, d, lanes.data());
-    return *std::max_element(lanes.begin(), lanes.end());
+    // In this form the compiler folds vectors; it takes the lanes of std::max_element one by one.
+    hn::TFromV<V> highest = 0;
+    for (const hn::TFromV<V> lane : lanes)
+        highest = std::max(highest, lane);
+    return highest;
 }
 
 /// Words are summed as bytes: all of them, and the low ones, which leaves the high ones.
 template <class T>
 void SumRow(const std::uint8_t* row, const std::uint8_t* mask, std::int64_t width, MaskedSum& sum) noexcept
 {
+    using U = std::make_unsigned_t<T>;
     const Tag<T> d;
     constexpr auto step = static_cast<std::int64_t>(hn::MaxLanes(Tag<T>{}));
     auto all = hn::Zero(Total{}), low = hn::Zero(Total{});
     auto highest = hn::Zero(d);
+    std::uint64_t count = 0;
     std::int64_t at = 0;
     for (; at + step <= width; at += step) {
         fetchAhead<T, false>(row + at * std::int64_t{sizeof(T)}, step);
         fetchAhead<std::uint8_t, false>(mask + at, step);
-        const auto samples = Selected<T>(row, mask, at, sum.count);
+        const auto samples = Selected<U>(row, mask, at, static_cast<U>(momentBias<T>), count);
         highest = hn::Max(highest, samples);
         all = hn::Add(all, hn::SumsOf8(hn::BitCast(Byte{}, samples)));
         if constexpr (sizeof(T) == 2)
@@ -133,6 +121,7 @@ void SumRow(const std::uint8_t* row, const std::uint8_t* mask, std::int64_t widt
     }
     const std::uint64_t bytes = hn::GetLane(hn::SumOfLanes(Total{}, all));
     const std::uint64_t lowBytes = hn::GetLane(hn::SumOfLanes(Total{}, low));
+    sum.count += count;
     sum.sum += sizeof(T) == 1 ? bytes : ((bytes - lowBytes) << 8) + lowBytes;
     sum.highest = std::max(sum.highest, HighestOf(highest));
     AddSamples<T>(row, mask, at, width, sum);

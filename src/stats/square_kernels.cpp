@@ -10,6 +10,8 @@
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
+#include "stats/selected-inl.h"
+
 HWY_BEFORE_NAMESPACE();
 namespace ko {
 namespace HWY_NAMESPACE {
@@ -126,13 +128,19 @@ template <class T>
 std::int64_t RowSelect(const std::uint8_t* row, const std::uint8_t* mask, std::int64_t samples,
                        std::uint8_t* out) noexcept
 {
-    std::int64_t selected = 0;
-    for (std::int64_t i = 0; i < samples; ++i)
+    std::uint64_t selected = 0;
+    std::int64_t i = 0;
+#if HWY_TARGET != HWY_SCALAR
+    const hn::ScalableTag<T> d;
+    constexpr auto step = static_cast<std::int64_t>(hn::MaxLanes(d));
+    for (; i + step <= samples; i += step)
+        hn::StoreU(Selected<T>(row, mask, i, 0, selected), d, reinterpret_cast<T*>(out) + i);
+#endif
+    for (; i < samples; ++i) {
         selected += mask[i] != 0 ? 1 : 0;
-    KO_INDEPENDENT_ITERATIONS
-    for (std::int64_t i = 0; i < samples; ++i)
         storeSample<T>(out, i, mask[i] != 0 ? loadSample<T>(row, i) : T{0});
-    return selected;
+    }
+    return static_cast<std::int64_t>(selected);
 }
 
 const SquareKernels& Kernels()

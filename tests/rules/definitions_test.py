@@ -2,7 +2,8 @@
 """No function of the libraries is written twice: in namespace ko, one name with one list of parameter types
 has one definition, whatever the file and whether or not its namespace has a name.
 
-A second definition in an unnamed namespace is legal C++, and it is how one name comes to have two meanings.
+A second definition in an unnamed namespace is legal C++, and it is how one name comes to have two meanings. Types are
+held to the same in the libraries and programs, but for those in unnamed namespaces.
 
 usage: definitions_test.py <root of the source tree>
 """
@@ -21,6 +22,7 @@ DIRECTIVE = re.compile(r"^[ \t]*#(?:[^\n]*\\\n)*[^\n]*", re.MULTILINE)
 TOKEN = re.compile(r"\w+|::|&&|->|[^\w\s]")
 WORD = re.compile(r"^[A-Za-z_]\w*$")
 OPENING, CLOSING = "([{", ")]}"
+ATTRIBUTES = frozenset("struct class enum alignas nodiscard KO_EXPORT".split())
 TYPE_WORDS = frozenset("const volatile unsigned signed int char short long float double bool void auto "
                        "struct class typename".split())
 
@@ -106,8 +108,22 @@ def signature_of(head):
     return name, tuple(type_of(parameter) for parameter in split_list(head[opening + 1:closing]))
 
 
+def type_in(head):
+    """Name of the type that the tokens before a body declare; None for anything else and for specialisations."""
+    if head[:3] == ["template", "<", ">"]:
+        return None
+    head = without_template(head)
+    if head[:1] not in (["struct"], ["class"], ["enum"]) or "=" in head:
+        return None
+    names = [(at, token) for at, token in enumerate(head) if WORD.match(token) and token not in ATTRIBUTES]
+    if not names or head[names[0][0] + 1:][:1] in (["<"], ["::"]):
+        return None
+    return names[0][1]
+
+
 def definitions(text):
-    """The functions that a file defines in its namespaces: (namespace, name, parameter types)."""
+    """What a file defines in its namespaces: (namespace, name, parameter types) of functions, (namespace, name, None) of
+    types that are not in an unnamed one."""
     tokens = tokens_of(text)
     spaces, head, i = [], [], 0
     while i < len(tokens):
@@ -131,6 +147,10 @@ def definitions(text):
                     head = []
                     if PER_TARGET not in spaces:
                         yield ("::".join(space for space in spaces if space), *signature)
+                elif (name := type_in(head)) is not None:
+                    head = []
+                    if PER_TARGET not in spaces and "" not in spaces:
+                        yield "::".join(spaces), name, None
                 elif "=" not in head:
                     head = []
         else:
@@ -139,29 +159,43 @@ def definitions(text):
 
 
 def repeated(files):
-    """Sentences about the functions of namespace ko that several files define; `files`: (path, text). Within
-    one file, definitions are alternatives for the preprocessor: a compiler refuses others."""
+    """Sentences about what several files define in namespace ko; `files`: (path, text)."""
+    return among((path, definitions(text)) for path, text in files)
+
+
+def among(defined):
+    """The same of definitions: (path, definitions). Within one file they are alternatives for the preprocessor: a
+    compiler refuses others."""
     places = defaultdict(set)
-    for path, text in files:
-        for space, name, types in definitions(text):
+    for path, entries in defined:
+        for space, name, types in entries:
             if space == "ko" or space.startswith("ko::"):
                 places[space, name, types].add(path)
-    for (space, name, types), paths in sorted(places.items()):
+    for (space, name, types), paths in sorted(places.items(), key=str):
         if len(paths) > 1:
-            yield f"{space}::{name}({', '.join(types)}) is defined in {', '.join(sorted(paths))}"
+            parameters = "" if types is None else f"({', '.join(types)})"
+            yield f"{space}::{name}{parameters} is defined in {', '.join(sorted(paths))}"
 
 
 class Tree(unittest.TestCase):
     root = Path()
     maxDiff = None
 
+    def sources(self, *tops):
+        return [(path.relative_to(self.root).as_posix(), path.read_text())
+                for top in tops for path in sorted((self.root / top).rglob("*")) if path.suffix in (".h", ".cpp")]
+
     def test_defines_no_function_twice(self):
-        files = [(path.relative_to(self.root).as_posix(), path.read_text())
-                 for top in ("src", "include") for path in sorted((self.root / top).rglob("*"))
-                 if path.suffix in (".h", ".cpp")]
+        files = self.sources("src", "include", "camera", "gstreamer")
         found = sum(1 for _, text in files for _ in definitions(text))
         self.assertGreater(found, 500, "this is not the source tree, or its functions are not seen")
         self.assertEqual([], list(repeated(files)))
+
+    def test_defines_no_type_twice(self):
+        files = self.sources("src", "include", "tools/ko", "camera", "gstreamer")
+        types = [(path, [entry for entry in definitions(text) if entry[2] is None]) for path, text in files]
+        self.assertGreater(sum(len(entries) for _, entries in types), 200, "the types of the tree are not seen")
+        self.assertEqual([], list(among(types)))
 
 
 class Samples(unittest.TestCase):
@@ -185,7 +219,8 @@ class Samples(unittest.TestCase):
         self.assertEqual(expected, len(found), found)
 
     def test_sees_definitions_in_namespaces(self):
-        self.assertEqual([("ko", "isMosaic", ("const Image &",)),
+        self.assertEqual([("ko", "Band", None),
+                          ("ko", "isMosaic", ("const Image &",)),
                           ("ko", "loop", ("std :: int64_t", "const $1 &", "int"))],
                          list(definitions(self.HEADER)))
 
@@ -222,6 +257,13 @@ class Samples(unittest.TestCase):
             template <> void loop(std::int64_t count, const Body& body, int step) { body(count); }
             class Other { bool isDeclared(const Image& image) { return false; } };
             }""")
+
+    def test_finds_a_second_type(self):
+        self.assert_repeated(1, self.HEADER, "namespace ko { enum class Band : int { Low }; }")
+        self.assert_repeated(1, self.HEADER, "namespace ko { template <class T> class KO_EXPORT Band final {}; }")
+        self.assert_repeated(0, self.HEADER, """
+            namespace ko::tool { struct Band {}; }
+            namespace ko { class Band; template <> struct Band<int> {}; namespace { struct Band {}; } }""")
 
     def test_leaves_alternatives_of_the_preprocessor_alone(self):
         self.assert_repeated(0, """

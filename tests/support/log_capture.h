@@ -4,6 +4,7 @@
 #include <QString>
 #include <QtGlobal>
 
+#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -19,30 +20,41 @@ public:
     };
 
     LogCapture()
-        : m_outer(std::exchange(s_current, this)), m_handler(qInstallMessageHandler(&LogCapture::take))
     {
         // Where a test lets memory run out, Qt may still have some for a line, and ends the program if its handler throws.
         m_records.reserve(64);
+        const std::lock_guard lock(s_mutex);
+        m_outer = std::exchange(s_current, this);
+        m_handler = qInstallMessageHandler(&LogCapture::take);
     }
     ~LogCapture()
     {
+        const std::lock_guard lock(s_mutex);
         qInstallMessageHandler(m_handler);
         s_current = m_outer;
     }
     LogCapture(const LogCapture&) = delete;
     LogCapture& operator=(const LogCapture&) = delete;
 
-    const std::vector<Record>& records() const { return m_records; }
+    std::vector<Record> records() const
+    {
+        const std::lock_guard lock(s_mutex);
+        return m_records;
+    }
 
 private:
     static void take(QtMsgType type, const QMessageLogContext& context, const QString& text)
     {
-        s_current->m_records.push_back({type, text, context.category != nullptr ? context.category : ""});
+        const std::lock_guard lock(s_mutex);
+        // A thread may have found this handler just before it was taken away.
+        if (s_current != nullptr)
+            s_current->m_records.push_back({type, text, context.category != nullptr ? context.category : ""});
     }
 
+    static inline std::mutex s_mutex;  ///< threads of items write to the log at any time
     static inline LogCapture* s_current = nullptr;
-    LogCapture* m_outer;
-    QtMessageHandler m_handler;
+    LogCapture* m_outer = nullptr;
+    QtMessageHandler m_handler = nullptr;
     std::vector<Record> m_records;
 };
 

@@ -31,6 +31,19 @@ public:
     TestImage& image(const Layout& layout);
     TestImage& mosaic(ExImageDataType type = UInt8);
 
+    /// A floating-point image of ordinary numbers: random bytes would be infinities and NaNs now and then, and a
+    /// range of that size leaves nothing of the other samples.
+    template <class T>
+    TestImage& numbers(ExImageDataType type, int channels)
+    {
+        TestImage& made = image(type, channels);
+        int next = 0;
+        made.forEachSample([&](int x, int y, int c) {
+            made.set<T>(x, y, c, static_cast<T>((next = (next * 37 + width) % 1009)) / 7);
+        });
+        return made;
+    }
+
     /// A mask that selects about half of the pixels; `channels` above 1 make it planar.
     TestImage& mask(int channels = 1);
     TestImage& stencil();
@@ -84,14 +97,18 @@ struct Operation {
 /// All exported operations, room by room; some take part more than once, with other samples.
 using Operations = std::vector<Operation>;
 Operations coreOperations();
-Operations frameOperations();
-Operations countingOperations();
-Operations statisticsOperations();
+Operations pipelineOperations();
+Operations masksOperations();
+Operations histogramOperations();
+Operations statsOperations();
 Operations toneOperations();
 Operations pixelOperations();
-Operations conversionOperations();
+Operations convertOperations();
+Operations filtersOperations();
+Operations medianOperations();
 Operations rawOperations();
-Operations filterOperations();
+Operations demosaicOperations();
+Operations snakeOperations();
 /// Those of all rooms.
 Operations allOperations();
 

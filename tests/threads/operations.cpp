@@ -6,8 +6,9 @@ Operations allOperations()
 {
     Operations all;
     for (const Operations& room :
-         {coreOperations(), frameOperations(), countingOperations(), statisticsOperations(), toneOperations(),
-          pixelOperations(), conversionOperations(), rawOperations(), filterOperations()})
+         {coreOperations(), pipelineOperations(), masksOperations(), histogramOperations(), statsOperations(),
+          toneOperations(), pixelOperations(), convertOperations(), filtersOperations(), medianOperations(),
+          rawOperations(), demosaicOperations(), snakeOperations()})
         all.insert(all.end(), room.begin(), room.end());
     return all;
 }

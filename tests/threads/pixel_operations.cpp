@@ -1,24 +1,7 @@
-// Thresholds, logic, clamping; conversion of wide samples.
+// Thresholds, logic, clamping.
 #include "threads/call.h"
 
 namespace ko::test {
-
-namespace {
-
-/// A floating-point image of ordinary numbers: random bytes would be infinities and NaNs now and then, and a
-/// range of that size leaves nothing of the other samples.
-template <class T>
-TestImage& numbers(Call& call, ExImageDataType type, int channels)
-{
-    TestImage& image = call.image(type, channels);
-    int next = 0;
-    image.forEachSample([&](int x, int y, int c) {
-        image.set<T>(x, y, c, static_cast<T>((next = (next * 37 + call.width) % 1009)) / 7);
-    });
-    return image;
-}
-
-}  // namespace
 
 Operations pixelOperations()
 {
@@ -43,7 +26,7 @@ Operations pixelOperations()
          }},
         {"ThresholdBinaryGT",
          [](Call& c) {
-             const TestImage& from = numbers<float>(c, Float32, 3);
+             const TestImage& from = c.numbers<float>(Float32, 3);
              const QVariant thresholds[] = {50, 70.5, 90};
              unsigned char highs[] = {1, 2, 3};
              c.status(ThresholdBinaryGT(from, c.image(UInt8, 3), thresholds, highs, false));
@@ -77,73 +60,6 @@ Operations pixelOperations()
              TestImage& image = c.image(UInt16, 3);
              image->bitsPerSample = 12;
              c.status(ClampToColorDepth(image));
-         }},
-    };
-}
-
-Operations conversionOperations()
-{
-    return {
-        {"ConvertDoubleToU",
-         [](Call& c) {
-             std::array<double, 3> least{};
-             std::array<double, 3> greatest{};
-             const TestImage& from = numbers<double>(c, Float64, 3);
-             c.status(ConvertDoubleToU(from, c.image(UInt16, 3), NormalizeSeparate, least.data(),
-                                       greatest.data(), true));
-             c.value(least), c.value(greatest);
-         }},
-        {"ConvertDoubleToUMasked",
-         [](Call& c) {
-             std::array<double, 3> least{};
-             std::array<double, 3> greatest{};
-             const TestImage& from = numbers<double>(c, Float64, 3);
-             const TestImage& mask = c.mask();
-             c.status(ConvertDoubleToUMasked(from, mask, c.image(UInt8, 3), NormalizeJoint, least.data(),
-                                             greatest.data()));
-             c.value(least), c.value(greatest);
-         }},
-        {"ConvertFloatToU",
-         [](Call& c) {
-             std::array<float, 3> least{};
-             std::array<float, 3> greatest{};
-             const TestImage& from = numbers<float>(c, Float32, 3);
-             c.status(ConvertFloatToU(from, c.image(UInt32, 3), NormalizeJoint, least.data(), greatest.data(),
-                                      false));
-             c.value(least), c.value(greatest);
-         }},
-        {"ConvertFloatToU8",
-         [](Call& c) {
-             std::array<float, 3> least{};
-             std::array<float, 3> greatest{};
-             const TestImage& from = numbers<float>(c, Float32, 3);
-             c.status(
-                 ConvertFloatToU8(from, c.image(UInt8, 3), NormalizeSeparate, least.data(), greatest.data()));
-             c.value(least), c.value(greatest);
-         }},
-        {"ConvertFloatToU8 with a mask",
-         [](Call& c) {
-             std::array<float, 3> least{};
-             std::array<float, 3> greatest{};
-             const TestImage& from = numbers<float>(c, Float32, 3);
-             const TestImage& mask = c.mask();
-             c.status(ConvertFloatToU8(from, mask, c.image(UInt8, 3), NormalizeSeparate, least.data(),
-                                       greatest.data()));
-             c.value(least), c.value(greatest);
-         }},
-        {"ConvertI32ToU",
-         [](Call& c) {
-             std::array<int, 3> least{};
-             std::array<int, 3> greatest{};
-             const TestImage& from = c.image(Int32, 3);
-             c.status(
-                 ConvertI32ToU(from, c.image(UInt16, 3), NormalizeSeparate, least.data(), greatest.data()));
-             c.value(least), c.value(greatest);
-         }},
-        {"ScaleDoubleFloatToU",
-         [](Call& c) {
-             const TestImage& from = numbers<double>(c, Float64, 3);
-             c.status(ScaleDoubleFloatToU(from, c.image(UInt8, 3), 10, 120));
          }},
     };
 }

@@ -26,7 +26,7 @@ SxAccumulator accumulator(Call& c)
 
 }  // namespace
 
-Operations countingOperations()
+Operations histogramOperations()
 {
     return {
         {"Histogram", [](Call& c) { c.status(Histogram(c.image(UInt8, 3), c.histogram(3))); }},
@@ -114,7 +114,7 @@ Operations countingOperations()
     };
 }
 
-Operations statisticsOperations()
+Operations statsOperations()
 {
     return {
         {"Histogram2D",

@@ -1,4 +1,4 @@
-"""Every operation of the library can be reached: the table in docs/tool.md against headers, sources and the tool."""
+"""Which command calls which operation: the table in docs/tool.md against headers, sources and the tool."""
 
 import re
 from pathlib import Path

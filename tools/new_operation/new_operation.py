@@ -13,13 +13,6 @@ from pathlib import Path
 
 TEMPLATES = Path(__file__).parent / "templates"
 
-# Rooms whose operations tests/threads calls from another list than the room's own.
-THREAD_LISTS = {"masks": "frame", "stats": "statistics", "convert": "conversion", "filters": "filter", "median": "filter",
-                "demosaic": "filter", "snake": "filter"}
-
-# Rooms whose operations another file of the Python module has.
-PYTHON_FILES = {"median": "demosaic", "snake": "filters"}
-
 
 def rooms(root):
     found = re.search(r"^set\(KO_IMPROC_ROOMS ([\w\s]+)\)", (root / "cmake/rooms.cmake").read_text(), re.MULTILINE)
@@ -95,15 +88,10 @@ class Operation:
         self.call_from_threads()
 
     def call_from_threads(self):
-        function = f"{THREAD_LISTS.get(self.room, self.room)}Operations()"
-        for path in sorted((self.root / "tests/threads").glob("*_operations.cpp")):
-            if f"Operations {function}\n" in path.read_text():
-                call = (f'{{"{self.name}", [](Call& c) {{ const TestImage& from = c.image(UInt16); '
-                        f"c.status({self.name}(from, c.image(UInt16))); }}}},\n")
-                self.edit(path.relative_to(self.root), rf"(^Operations {re.escape(function)}\n(?:.*\n)*?)(    }};\n}})",
-                          rf"\1{call}\2")
-                return
-        sys.exit(f"tests/threads has no {function}")
+        call = (f'{{"{self.name}", [](Call& c) {{ const TestImage& from = c.image(UInt16); '
+                f"c.status({self.name}(from, c.image(UInt16))); }}}},\n")
+        self.edit(f"tests/threads/{self.room}_operations.cpp",
+                  rf"(^Operations {self.room}Operations\(\)\n(?:.*\n)*?)(    }};\n}})", rf"\1{call}\2")
 
     def measure(self):
         self.create(f"bench/{self.room}/{self.file}_bench.cpp", "bench.cpp.in")
@@ -125,8 +113,7 @@ class Operation:
 
     def bind(self):
         """For Python."""
-        source = f"python/native/{PYTHON_FILES.get(self.room, self.room)}.cpp"
-        self.edit(source, r"^}\n\n}  // namespace ko::python$",
+        self.edit(f"python/native/{self.room}.cpp", r"^}\n\n}  // namespace ko::python$",
                   f'define(module, "{self.name}", &{self.name}, {{"src", "dst"}});\n' r"\g<0>")
         self.edit("python/koimproc/native.pyi", rf"^# -+ .*\b{self.room}\.h\b.*$",
                   rf"\g<0>\n\ndef {self.name}(src: SxImageBuf, dst: SxImageBuf) -> ResultCode: ...")

@@ -1,4 +1,7 @@
-// Live cameras: GigE Vision and USB3 Vision cameras (GenICam) as the first item of a pipe. Library `kocamera`.
+// Live cameras: GigE Vision and USB3 Vision cameras (GenICam) as the first item of a pipe.
+//
+// The library is kocamera. Programs that use it link `ko::kocamera` (`find_package(koimproc COMPONENTS camera)`),
+// or the pkg-config module `kocamera`.
 //
 //     CxAravisSource camera;
 //     CxFrameSink sink([](CxImageData& frame) { show(frame.image()); });

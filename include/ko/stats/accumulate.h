@@ -43,7 +43,7 @@ struct SxAccumulator {
 /// @returns the first that applies, in this order
 ///   ResultBadArg1          sums has no plane, or planes that do not belong together
 ///   ResultUnsupportedType  several channels of an unknown packing
-/// On failure sums is untouched. Runs on the calling thread.
+/// On failure sums is untouched. Runs on the calling thread. O(height * width * channels * planes).
 KO_EXPORT ResultCode ClearAccumulator(SxAccumulator& sums);
 
 /// Adds frames to an accumulator.
@@ -77,7 +77,7 @@ KO_EXPORT ResultCode AccumulateFrames(const QVector<SxImageBuf>& frames, const Q
 ///   ResultBadArg2          into likewise, or it does not have from's planes, types or level
 ///   ResultOutOfRange       into would have more than `mostAccumulatedFrames`
 ///   ResultUnsupportedType  several channels of an unknown packing
-/// On failure into is untouched. Rows run in parallel (dynamic).
+/// On failure into is untouched. Rows run in parallel (dynamic). O(height * width * channels * planes).
 KO_EXPORT ResultCode MergeAccumulators(const SxAccumulator& from, SxAccumulator& into);
 
 /// Mean of every sample: the double nearest to sum / n (of sums below 2^53, and those of frames are below 2^48).
@@ -90,7 +90,7 @@ KO_EXPORT ResultCode MergeAccumulators(const SxAccumulator& from, SxAccumulator&
 ///                          `mostAccumulatedFrames`
 ///   ResultBadArg2          mean absent, unlike sums' planes, or not `Float64`
 ///   ResultUnsupportedType  several channels of an unknown packing
-/// On failure mean is untouched. Rows run in parallel (static).
+/// On failure mean is untouched. Rows run in parallel (static). O(height * width * channels).
 KO_EXPORT ResultCode AccumulatedMean(const SxAccumulator& sums, SxImageBuf& mean);
 
 /// Variance of every sample: the double nearest to (n * squares - sum^2) / (n * (n - ddof)), which is formed of
@@ -107,7 +107,7 @@ KO_EXPORT ResultCode AccumulatedMean(const SxAccumulator& sums, SxImageBuf& mean
 ///   ResultBadArg2          ddof neither 0 nor 1
 ///   ResultBadArg3          variance absent, unlike sums' planes, or not `Float64`
 ///   ResultUnsupportedType  several channels of an unknown packing
-/// On failure variance is untouched. Rows run in parallel (static).
+/// On failure variance is untouched. Rows run in parallel (static). O(height * width * channels).
 KO_EXPORT ResultCode AccumulatedVariance(const SxAccumulator& sums, int ddof, SxImageBuf& variance);
 
 }  // namespace ko

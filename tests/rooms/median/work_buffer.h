@@ -34,7 +34,7 @@ public:
     WorkBuffer& operator=(const WorkBuffer&) = delete;
 
     operator void*() const { return m_buffer; }
-    MedianBuffer* operator->() const { return static_cast<MedianBuffer*>(m_buffer); }
+    MedianWork* operator->() const { return static_cast<MedianWork*>(m_buffer); }
 
 private:
     void* m_buffer = nullptr;

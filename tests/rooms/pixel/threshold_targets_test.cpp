@@ -159,6 +159,16 @@ TEST(ThresholdTargets, EqualTheTwinsForEveryLayout)
     });
 }
 
+TEST(ThresholdTargets, EqualTheTwinsInLongRowsOfFourChannels)
+{
+    forEachTarget([] {
+        for (const ExImageDataType type : allTypes)
+            for (const int width : {63, 64, 65, 150})
+                compareWithTwins(
+                    {.width = width, .height = 3, .channels = 4, .type = type, .misalignment = 3});
+    });
+}
+
 TEST(ThresholdTargets, MarkIntoImagesOfOtherChannelCounts)
 {
     forEachTarget([] {

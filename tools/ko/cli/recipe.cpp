@@ -66,7 +66,7 @@ std::string placeOf(const QByteArray& text, int offset)
            std::to_string(offset - before.lastIndexOf('\n'));
 }
 
-std::string joined(const std::vector<std::string>& words)
+std::string enumerated(const std::vector<std::string>& words)
 {
     std::string text;
     for (const std::string& word : words)
@@ -157,7 +157,7 @@ private:
         const std::string name = object.value("op").toString().toStdString();
         const Operation* const operation = findOperation(name);
         if (!operation)
-            refuse(path + ".op", "must be one of " + joined(operationNames()));
+            refuse(path + ".op", "must be one of " + enumerated(operationNames()));
         Recipe::Step step{name, std::make_unique<Settings>(), nullptr, operation->keepsColours};
         step.prepare = operation->setUp(*step.settings);
         for (const QString& key : object.keys())
@@ -184,7 +184,7 @@ private:
             std::vector<std::string> names;
             for (const Setting& known : all)
                 names.push_back(known.name);
-            refuse(path, "is unknown; known to " + operation + " are " + joined(names));
+            refuse(path, "is unknown; known to " + operation + " are " + enumerated(names));
         }
         std::optional<Value> value = valueOf(json);
         if (value && setting->kind == Setting::Kind::File)

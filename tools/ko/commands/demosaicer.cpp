@@ -18,6 +18,11 @@ void* orOutOfMemory(void* buffer)
 
 }  // namespace
 
+Settings::Words methodWords()
+{
+    return {{"menon", Menon}, {"malvar", Malvar}, {"linear", Linear}, {"half", Half}};
+}
+
 Image Demosaicer::run(const SxImageBuf& mosaic, const QRect& region, const std::string& advice, Frame& frame)
 {
     if (m_method == Linear || m_method == Half)

@@ -11,6 +11,9 @@ namespace ko::tool {
 /// Half makes one pixel of each 2 x 2 cell.
 enum Method { Menon, Malvar, Linear, Half };
 
+/// All of them by their names, as a setting takes them.
+Settings::Words methodWords();
+
 /// Demosaics pictures; keeps the work buffers from one to the next.
 class Demosaicer {
 public:

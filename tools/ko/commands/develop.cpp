@@ -103,8 +103,7 @@ const Operation developOperation{
     "Develop camera raws and mosaic pictures: white balance, demosaicing, colours of the screen",
     [](Settings& settings) -> Operation::Prepare {
         auto options = std::make_shared<Options>();
-        settings.choice("method", options->method,
-                        {{"menon", Menon}, {"malvar", Malvar}, {"linear", Linear}, {"half", Half}},
+        settings.choice("method", options->method, methodWords(),
                         "of demosaicing, menon if not given; half makes one pixel of each 2 x 2 cell");
         settings.choiceOrNumbers(
             "wb", options->balance, {{"camera", Camera}, {"gray-world", GrayWorld}}, options->gains,

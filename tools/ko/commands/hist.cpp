@@ -31,7 +31,7 @@ struct Options {
 };
 
 /// Counts of `groups` groups of neighbouring levels.
-std::vector<double> grouped(const Curve& curve, int groups)
+std::vector<double> grouped(const ChannelCounts& curve, int groups)
 {
     std::vector<double> sums(static_cast<std::size_t>(groups));
     const std::size_t size = curve.counts.size() / sums.size();
@@ -87,7 +87,7 @@ Drawing draw(const Histograms& histograms, bool isLogarithmic)
     const PlotArea area{90, 108, 512, 288};
     const int groups = std::min(histograms.levels(), 256);
     std::vector<std::vector<double>> curves;
-    for (const Curve& curve : histograms.curves)
+    for (const ChannelCounts& curve : histograms.curves)
         curves.push_back(grouped(curve, groups));
     const double top = highest(curves) * (isLogarithmic ? 1.5 : 1.05);
     const Axis across{"level, of " + std::to_string(histograms.bits) + " bits",
@@ -100,7 +100,7 @@ Drawing draw(const Histograms& histograms, bool isLogarithmic)
     addGrid(drawing, area, across, up);
     double x = 12;
     for (std::size_t i = 0; i < curves.size(); ++i) {
-        const Curve& curve = histograms.curves[i];
+        const ChannelCounts& curve = histograms.curves[i];
         Line line = curveLine(curves[i], top, isLogarithmic, area);
         line.colour = colourOf(curve.name, i);
         drawing.add(Rectangle{{x, 45}, 12, 12, line.colour});
@@ -118,12 +118,12 @@ std::string csv(const Histograms& histograms)
 {
     std::ostringstream text;
     text << "level";
-    for (const Curve& curve : histograms.curves)
+    for (const ChannelCounts& curve : histograms.curves)
         text << ',' << curve.name;
     text << '\n';
     for (std::size_t level = 0; level < static_cast<std::size_t>(histograms.levels()); ++level) {
         text << level;
-        for (const Curve& curve : histograms.curves)
+        for (const ChannelCounts& curve : histograms.curves)
             text << ',' << curve.counts[level];
         text << '\n';
     }
@@ -133,7 +133,7 @@ std::string csv(const Histograms& histograms)
 std::string json(const Histograms& histograms)
 {
     QJsonArray channels;
-    for (const Curve& curve : histograms.curves) {
+    for (const ChannelCounts& curve : histograms.curves) {
         QJsonArray counts;
         for (const std::uint32_t count : curve.counts)
             counts.append(static_cast<qint64>(count));
@@ -149,7 +149,7 @@ void printSparklines(const Histograms& histograms, bool isLogarithmic)
     constexpr const char* blocks[] = {" ", "▁", "▂", "▃", "▄", "▅", "▆", "▇", "█"};
     const int groups = std::min(histograms.levels(), 64);
     std::vector<std::vector<double>> curves;
-    for (const Curve& curve : histograms.curves)
+    for (const ChannelCounts& curve : histograms.curves)
         curves.push_back(grouped(curve, groups));
     const double top = highest(curves);
     std::cout << histograms.file << ": " << histograms.bits << " bits, " << perGroup(histograms, groups)

@@ -11,9 +11,9 @@
 namespace ko::tool {
 namespace {
 
-std::vector<Curve> curvesOf(const CxImageHistogram& histogram, const std::vector<std::string>& names)
+std::vector<ChannelCounts> curvesOf(const CxImageHistogram& histogram, const std::vector<std::string>& names)
 {
-    std::vector<Curve> curves;
+    std::vector<ChannelCounts> curves;
     for (int plane = 0; plane < histogram.planes; ++plane) {
         const std::uint32_t* const counts = histogram.bins[plane];
         curves.push_back({names[static_cast<std::size_t>(plane)], {counts, counts + histogram.levels}});
@@ -29,7 +29,7 @@ CxImageHistogram emptyHistogram(int planes, const SxImageInfo& format)
 }
 
 /// A row or column of all channels; of a mosaic as it is, whatever the colours.
-std::vector<Curve> countLine(const Image& picture, const Counting& counting)
+std::vector<ChannelCounts> countLine(const Image& picture, const Counting& counting)
 {
     const auto mask = readMask(counting.selection.mask);
     const int line = counting.row ? *counting.row : *counting.column;
@@ -62,7 +62,7 @@ void countGray(const Image& picture, const Image* mask, bool isAlone, CxImageHis
 }
 
 /// Gray and colours, of pixels or of a mosaic's cells.
-std::vector<Curve> countColours(const Image& picture, const Counting& counting)
+std::vector<ChannelCounts> countColours(const Image& picture, const Counting& counting)
 {
     const QRect region = selectedRegion(*picture, counting.selection);
     const auto file = readMask(counting.selection.mask);
@@ -86,7 +86,7 @@ std::vector<Curve> countColours(const Image& picture, const Counting& counting)
 }
 
 /// Signed samples that are not negative.
-std::vector<Curve> countSigned(const Image& picture, const Counting& counting)
+std::vector<ChannelCounts> countSigned(const Image& picture, const Counting& counting)
 {
     if (!counting.selection.mask.empty() || counting.row || counting.column || counting.withGray)
         throw std::runtime_error("of signed samples all in a region can be counted, no others");
@@ -96,15 +96,15 @@ std::vector<Curve> countSigned(const Image& picture, const Counting& counting)
     return curvesOf(histogram, channelNames(*picture));
 }
 
-std::vector<Curve> countChannels(const Image& picture, const Counting& counting)
+std::vector<ChannelCounts> countChannels(const Image& picture, const Counting& counting)
 {
-    std::vector<Curve> curves;
+    std::vector<ChannelCounts> curves;
     for (const Channel& channel : selectChannels(picture, counting.selection))
         curves.push_back({channel.name, countLevels(channel)});
     return curves;
 }
 
-std::vector<Curve> count(const Image& picture, const Counting& counting)
+std::vector<ChannelCounts> count(const Image& picture, const Counting& counting)
 {
     if (picture->dataType == Int8 || picture->dataType == Int16)
         return countSigned(picture, counting);

@@ -13,8 +13,8 @@ struct Counting {
     bool withGray = false;
 };
 
-/// How often each level occurs.
-struct Curve {
+/// How often each level of a channel, or of the gray of several, occurs.
+struct ChannelCounts {
     std::string name;
     std::vector<std::uint32_t> counts;  ///< by level
 };
@@ -22,7 +22,7 @@ struct Curve {
 struct Histograms {
     std::string file;
     int bits;
-    std::vector<Curve> curves;
+    std::vector<ChannelCounts> curves;
 
     int levels() const { return 1 << bits; }
 };

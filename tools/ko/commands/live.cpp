@@ -17,8 +17,7 @@ struct Options {
 void addSettings(Settings& settings, LiveOptions& live)
 {
     settings.whole("frames", live.frames, {1, 1 << 30}, "end after so many");
-    settings.choice("method", live.method,
-                    {{"menon", Menon}, {"malvar", Malvar}, {"linear", Linear}, {"half", Half}},
+    settings.choice("method", live.method, methodWords(),
                     "of demosaicing what is written, malvar if not given");
     settings.flag("raw", live.isRaw, "write the mosaics of the sensor as they are");
     settings.whole("queue", live.queue, {1, 10000}, "frames that may wait for the disk, 16 if not given");

@@ -9,15 +9,7 @@ namespace {
 
 constexpr int white = 65535;
 
-/// The share of white in a picture for a share of the light of white.
-double encoded(double light, Curve curve)
-{
-    if (curve == LinearCurve)
-        return light;
-    return light <= 0.0031308 ? 12.92 * light : 1.055 * std::pow(light, 1 / 2.4) - 0.055;
-}
-
-/// The way back.
+/// The way back from `encoded`.
 double decoded(double level, Curve curve)
 {
     if (curve == LinearCurve)
@@ -79,6 +71,13 @@ void renderRows(const Image& colours, const Rendering& rendering, Image& result)
 }
 
 }  // namespace
+
+double encoded(double light, Curve curve)
+{
+    if (curve == LinearCurve)
+        return light;
+    return light <= 0.0031308 ? 12.92 * light : 1.055 * std::pow(light, 1 / 2.4) - 0.055;
+}
 
 void encode(Image& samples, Curve curve)
 {

@@ -18,6 +18,9 @@ struct Rendering {
     int bits = 8;  ///< of the result: 8 or 16
 };
 
+/// The share of white in a picture for a share of the light of white.
+double encoded(double light, Curve curve);
+
 /// Gives linear samples of 16 bits the levels of the curve. What is then interpolated between neighbours lies
 /// between them as people see it; in proportion to light, bright neighbours outweigh dark ones.
 void encode(Image& samples, Curve curve);

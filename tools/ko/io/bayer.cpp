@@ -36,11 +36,8 @@ ExBayerGrid gridAt(ExBayerGrid grid, int x, int y)
 {
     if (grid == BayerNone)
         return grid;
-    std::string name;
-    for (int position = 0; position < 4; ++position)
-        name += names.at(static_cast<std::size_t>(
-            grid))[static_cast<std::size_t>(2 * ((position / 2 + y) & 1) + ((position + x) & 1))];
-    return gridOfName(name).value();
+    // An odd column swaps the columns of the cell, an odd row its rows.
+    return static_cast<ExBayerGrid>(grid ^ ((x & 1) != 0 ? 2 : 0) ^ ((y & 1) != 0 ? 3 : 0));
 }
 
 Settings::Words gridWords()

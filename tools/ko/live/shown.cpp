@@ -1,6 +1,7 @@
 #include "live/shown.h"
 
 #include "cli/failure.h"
+#include "commands/rendering.h"
 #include "io/bayer.h"
 #include "io/parts.h"
 
@@ -13,13 +14,6 @@ namespace ko::tool {
 namespace {
 
 constexpr int mostTableBits = 12;  // more would leave the fastest cache and show nothing new in 8 bits
-
-double curve(double light, const Look& look)
-{
-    if (!look.isLinear)
-        return light;
-    return light <= 0.0031308 ? 12.92 * light : 1.055 * std::pow(light, 1 / 2.4) - 0.055;
-}
 
 /// Sums of the samples of each colour over groups of cells or pixels, one plane for each colour.
 template <class T>
@@ -112,15 +106,16 @@ void Shower::prepare(const SxImageInfo& format, const Look& look)
     m_tables.shift = std::max(0, bits - mostTableBits);
     const std::size_t size = (format.dataType == UInt8 ? 256U : 65536U) >> m_tables.shift;
     const auto top = static_cast<std::size_t>((1 << std::min(bits, mostTableBits)) - 1);
+    const Curve curve = look.isLinear ? SrgbCurve : LinearCurve;
     for (std::size_t channel = 0; channel < 3; ++channel) {
         std::vector<std::uint8_t>& levels = m_tables.levels[channel];
         levels.resize(size);
         for (std::size_t i = 0; i < size; ++i) {
             const double light =
                 static_cast<double>(std::min(i, top)) / static_cast<double>(top) * look.gains[channel];
-            levels[i] = i > top
-                            ? levels[top]
-                            : static_cast<std::uint8_t>(std::lround(255 * std::min(1.0, curve(light, look))));
+            levels[i] =
+                i > top ? levels[top]
+                        : static_cast<std::uint8_t>(std::lround(255 * std::min(1.0, encoded(light, curve))));
         }
     }
 }

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <type_traits>
+
 namespace ko::test {
 namespace {
 
@@ -35,6 +37,18 @@ TEST(CoreApi, IsExportedWithTheExactSignatures)
                  &DemosaicSimple)},
             {"toString", exported<const char*(ResultCode) noexcept>(&toString)},
         });
+}
+
+TEST(CoreApi, AllowsThreadsForTheLifeOfAnObject)
+{
+    static_assert(!std::is_copy_constructible_v<CallThreads> && !std::is_convertible_v<int, CallThreads>);
+    const CallThreads two(2);
+    EXPECT_EQ(2, CallThreads::current());
+    {
+        const CallThreads none(0);
+        EXPECT_EQ(1, CallThreads::current());
+    }
+    EXPECT_EQ(2, CallThreads::current());
 }
 
 }  // namespace

@@ -8,23 +8,6 @@
 namespace ko::bench {
 namespace {
 
-constexpr int margin = 16;
-
-template <ExImageDataType Type, int Channels = 1>
-Work mirroredBorder(int size)
-{
-    const BenchImage src({.size = size, .type = Type, .channels = Channels}, Scene::Camera);
-    const BenchImage dst({.size = size + 2 * margin, .type = Type, .channels = Channels});
-    return {
-        .ours = [=] { return CreateImageWithMirroredBorder(src, dst, margin, margin, margin, margin); },
-        .peer = {"copyMakeBorder REFLECT",
-                 [=, in = src.mat(), out = dst.mat()] {
-                     cv::copyMakeBorder(in, out, margin, margin, margin, margin, cv::BORDER_REFLECT);
-                 }},
-        .limit = {.read = src.pixelBytes(), .written = dst.pixelBytes()},
-    };
-}
-
 template <ExImageDataType Type, int Channels = 1>
 Work maskImage(int size)
 {
@@ -46,9 +29,6 @@ Work maskImage(int size)
 }
 
 const Rows rows{
-    {"CreateImageWithMirroredBorder 16", "U8", &mirroredBorder<UInt8>},
-    {"CreateImageWithMirroredBorder 16", "U16", &mirroredBorder<UInt16>},
-    {"CreateImageWithMirroredBorder 16", "U8 RGB", &mirroredBorder<UInt8, 3>},
     {"MaskImage", "U8", &maskImage<UInt8>},
     {"MaskImage", "U16", &maskImage<UInt16>},
     {"MaskImage", "U8 RGB", &maskImage<UInt8, 3>},

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """tools/coverage/decisions.py counts a decision once, however often the compiler has copied it.
 
-usage: decisions_test.py <root of the source tree>
+usage: coverage_test.py <root of the source tree>
 """
 import subprocess
 import sys

@@ -1,0 +1,21 @@
+// Rows of two images that a row function works on together.
+#pragma once
+
+#include <cstdint>
+
+namespace ko {
+
+/// `rows` rows of `samples` samples each; the pitches are bytes from row to row. src and dst may be the same memory.
+struct RowPairs {
+    const std::uint8_t* src;
+    std::int64_t srcPitch;
+    std::uint8_t* dst;
+    std::int64_t dstPitch;
+    std::int64_t rows;
+    std::int64_t samples;
+
+    const std::uint8_t* srcRow(std::int64_t y) const noexcept { return src + y * srcPitch; }
+    std::uint8_t* dstRow(std::int64_t y) const noexcept { return dst + y * dstPitch; }
+};
+
+}  // namespace ko
