@@ -3,6 +3,7 @@
 
 #include "containers.h"
 #include "enumerations.h"
+#include "gil.h"
 #include "image.h"
 #include "values.h"
 
@@ -163,7 +164,7 @@ void defineFree(py::module_& module, const char* name)
 template <class Function>
 auto withoutGil(const Function& function)
 {
-    const py::gil_scoped_release released;
+    const WithoutGil released;
     return function();
 }
 

@@ -46,7 +46,7 @@ void endUnwanted()
         return;
     std::vector<OwnItem> items;
     items.swap(unwanted());
-    const py::gil_scoped_release released;
+    const WithoutGil released;
     items.clear();
 }
 
@@ -120,7 +120,7 @@ Node::~Node()
     if (isWorker) {
         unwanted().push_back(std::move(m_item));
     } else if (isHere()) {
-        const py::gil_scoped_release released;
+        const WithoutGil released;
         m_item.end();
     }
 }
@@ -193,7 +193,7 @@ void stopAll()
         if (node->isHere())
             all.push_back(node->shared_from_this());
     }
-    const py::gil_scoped_release released;
+    const WithoutGil released;
     for (const auto& node : all)
         static_cast<void>(node->item().setState(IxPipeItem::StateStopped));
 }

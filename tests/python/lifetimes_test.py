@@ -241,6 +241,24 @@ for _ in range(5):
 """
         subprocess.run([sys.executable, "-c", program], check=True, timeout=60)
 
+    def test_that_end_while_threads_compute_do_end(self):
+        program = """
+from koimproc import native as ko
+import numpy as np, threading, time
+image = ko.SxImageBuf(np.zeros((2000, 2000), np.uint8))
+
+def compute():
+    target = ko.SxImageBuf(np.zeros((2000, 2000), np.uint8))
+    while True:
+        ko.Median(image, target, 5, None)
+
+for _ in range(3):
+    threading.Thread(target=compute, daemon=True).start()
+time.sleep(0.2)
+"""
+        for _ in range(3):
+            subprocess.run([sys.executable, "-c", program], check=True, timeout=60)
+
     def test_that_import_the_package_need_no_more_than_numpy(self):
         program = "import sys, koimproc.native; print([m for m in ('scipy', 'matplotlib', 'skimage') if m in sys.modules])"
         assert subprocess.check_output([sys.executable, "-c", program], timeout=60) == b"[]\n"
