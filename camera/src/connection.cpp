@@ -86,7 +86,7 @@ void CameraConnection::identify()
     ArvCamera* const camera = m_camera.get();
     GErrorSlot error;
     const auto answer = [&](const char* (*call)(ArvCamera*, GError**)) {
-        const QString text = textOf(call(camera, error.slot()), error);
+        QString text = textOf(call(camera, error.slot()), error);
         if (error.isTimeout())
             check(error, QStringLiteral("ask what it is"));
         return text;
