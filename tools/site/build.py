@@ -58,9 +58,11 @@ TITLE = re.compile(r"\A# (.+)\n")
 LINK = re.compile(r"(?<!!)\[([^\]]+)\]\(([^)\s]+)\)")
 PICTURE = re.compile(r"!\[([^\]]*)\]\((?:\.\./)?(pictures/[^)]+)\)")  # with .. those in the repository
 PICTURE_LINE = re.compile(r"^(?:!\[[^\]]*\]\((?:\.\./)?pictures/[^)]+\) *)+$", re.MULTILINE)
+CODE_SPAN = re.compile(r"`([^`\n]+)`")
 # With options, a bar of a table, Doxygen's own, or quotes, which would end it there.
-COMMAND_CODE = re.compile(r"`([^`\n]*(?:\\\||--|@)[^`\n]*|[\w-][^`\n]* '[^`\n]*)`")
+COMMAND = re.compile(r"\\\||--|@|^[\w-].* '")
 CODE = re.compile(r"`([A-Za-z]\w+)`")
+HEADING = re.compile(r"^##+ .*`.*$", re.MULTILINE)  # of code there Doxygen would show the tags
 COMMENT = re.compile(r"<!--.*?-->\n?", re.DOTALL)
 HEAD_END = "</head>"
 PROJECT_ROW_END = " </tr>\n  <!--BEGIN SEARCHENGINE-->"
@@ -124,11 +126,12 @@ def translated(source, names):
     if MARK in text:
         text = text.replace(MARK, overview())
     text = COMMENT.sub("", text)
+    text = HEADING.sub(lambda heading: heading[0].replace("`", ""), text)
     text = LINK.sub(lambda link: resolved(link, source), text)
     text = PICTURE_LINE.sub(figures, text)
-    text = COMMAND_CODE.sub(command_code, text)
+    text = CODE_SPAN.sub(lambda code: command_code(code) if COMMAND.search(code[1]) else code[0], text)
     text = CODE.sub(lambda code: f"[{code[1]}](@ref ko::{code[1]})" if code[1] in names else code[0], text)
-    return title[1], text
+    return title[1].replace("`", ""), text
 
 
 def write_pages(names):
