@@ -10,8 +10,8 @@
 namespace ko {
 
 struct CameraPixelFormat {
-    std::uint32_t code;  ///< as the pixel format naming convention of GenICam numbers it
-    const char* name;    ///< and names it
+    const char* name;    ///< as the pixel format naming convention of GenICam names it
+    std::uint32_t code;  ///< and numbers it
     int bits;            ///< depth of a sample
     int channels = 1;
     ExBayerGrid grid = BayerNone;
