@@ -13,30 +13,17 @@ import re
 import sys
 from pathlib import Path
 
+from machine import SECTION, processor, section, sections
+
 SUMMARY = re.compile(r"(<!-- summary: written by ./dev bench -->\n).*?(<!-- end of summary -->)", re.DOTALL)
-TABLE = re.compile(r"<!-- processor: (.+?) -->\n(.*?)<!-- end of processor -->\n", re.DOTALL)
 TABLES_END = "<!-- end of processors -->"
 COLUMNS = ["row", "threads", "ours ms", "peer", "peer ms", "peer/ours", "limit ms", "ours/limit"]
-INSTRUCTION_SETS = {"avx2": "AVX2", "avx512bw": "AVX-512", "avx512vbmi": "VBMI", "asimd": "NEON"}
 DECLARATION = re.compile(r"((?:^///.*\n)+)KO_EXPORT \w+ (\w+)\(", re.MULTILINE)
 
 # A peer that takes this many times as long as the memory it must move computes; below, it waits for memory.
 COMPUTES_FROM = 2.2
 # A row this near to the limit is not behind, whatever its peer does.
 AT_THE_LIMIT = 1.05
-
-
-def processor():
-    """Model and instruction sets of the machine."""
-    facts = {}
-    for line in Path("/proc/cpuinfo").read_text().splitlines():
-        name, _, value = line.partition(":")
-        facts.setdefault(name.strip(), value.strip())
-    flags = facts.get("flags", facts.get("Features", "")).split()
-    model = facts.get("model name", "unknown processor")
-    if "cpu family" in facts:
-        model += f" (family {facts['cpu family']}, model {facts.get('model')})"
-    return ", ".join([model, *(name for flag, name in INSTRUCTION_SETS.items() if flag in flags)])
 
 
 def number(counters, name):
@@ -53,10 +40,10 @@ def measured(benchmark):
     return (row, int(threads)), cells
 
 
-def former(section):
+def former(table):
     """The rows of a table that an earlier run wrote."""
     rows = {}
-    for line in section.splitlines():
+    for line in table.splitlines():
         cells = [cell.strip() for cell in line.strip("|").split("|")]
         if len(cells) == len(COLUMNS) and cells[1].isdigit():
             rows[cells[0], int(cells[1])] = cells
@@ -77,9 +64,9 @@ def markdown(columns, rows):
 
 
 def render(name, context, rows):
-    return (f"<!-- processor: {name} -->\n### {name}\n\nLatest run: {context['date'][:10]}, {context['compiler']} "
-            f"(`{context['flags']}`), OpenCV {context['opencv']}.\n\n"
-            + markdown(COLUMNS, [rows[key] for key in sorted(rows, key=natural)]) + "<!-- end of processor -->\n")
+    return section(name, f"### {name}\n\nLatest run: {context['date'][:10]}, {context['compiler']} "
+                         f"(`{context['flags']}`), OpenCV {context['opencv']}.\n\n"
+                         + markdown(COLUMNS, [rows[key] for key in sorted(rows, key=natural)]))
 
 
 def geometric_mean(values):
@@ -102,10 +89,10 @@ def parallel_operations(headers):
     return {name for name, comment in comments.items() if is_parallel(comment)}
 
 
-def summary_of(name, section, parallel):
+def summary_of(name, table, parallel):
     """One row of the summary."""
     compute, memory, behind, scaling = [], [], 0, []
-    rows = former(section)
+    rows = former(table)
     for (row, threads), cells in rows.items():
         ours, against_peer, limit, against_limit = (float(cells[i]) if cells[i] else None for i in (2, 5, 6, 7))
         if threads != 1:
@@ -120,7 +107,7 @@ def summary_of(name, section, parallel):
             behind += against_peer < 1
         if row.split("/")[0].split()[0] in parallel and (row, 2) in rows:
             scaling.append(ours / float(rows[row, 2][2]))
-    date = re.search(r"Latest run: ([\d-]+)", section)
+    date = re.search(r"Latest run: ([\d-]+)", table)
     return [name, date[1] if date else "", geometric_mean(compute), str(len(compute)), geometric_mean(memory),
             str(len(memory)), str(behind), geometric_mean(scaling)]
 
@@ -128,17 +115,17 @@ def summary_of(name, section, parallel):
 def summary(page, parallel):
     columns = ["processor", "run", "compute rows: peer/ours", "rows", "memory rows: ours/limit", "rows",
                "rows behind", "one thread / two threads"]
-    return markdown(columns, [summary_of(name, section, parallel) for name, section in TABLE.findall(page)])
+    return markdown(columns, [summary_of(name, table, parallel) for name, table in SECTION.findall(page)])
 
 
 def updated(page, run, name, parallel):
     """The page with the rows of a run in the table of the named processor."""
-    tables = dict(TABLE.findall(page))
+    tables = sections(page)
     rows = former(tables.get(name, ""))
     rows.update(measured(benchmark) for benchmark in run["benchmarks"] if "error_message" not in benchmark)
     table = render(name, run["context"], rows)
     if name in tables:
-        page = TABLE.sub(lambda match: table if match[1] == name else match[0], page)
+        page = SECTION.sub(lambda match: table if match[1] == name else match[0], page)
     else:
         page = page.replace(TABLES_END, table + "\n" + TABLES_END)
     return SUMMARY.sub(lambda match: match[1] + summary(page, parallel) + match[2], page)

@@ -24,7 +24,7 @@ import rows
 import koimproc as ko
 
 sys.path.insert(0, str(Path(__file__).parents[1]))
-from machine import processor  # noqa: E402
+from machine import processor, write_page  # noqa: E402
 
 ROUNDS = 9
 SECONDS_PER_ROW = 4.0
@@ -36,14 +36,27 @@ SHORT_ROUNDS = 500
 HEAD = """# Performance in Python
 
 How many times as long other libraries take as the functions of `koimproc`, for the same work on the same pictures of
-2048 x 2048 samples. Above 1, koimproc is faster. Written by `./dev bench python` on {date} on {processor}, {threads}
-threads in all; Python {python}, NumPy {numpy}, OpenCV {opencv}, scikit-image {skimage}, SciPy {scipy}. Medians of
-{rounds} interleaved rounds, fewer where a row takes long; in processor time for one thread, by the clock for several.
+2048 x 2048 samples. Above 1, koimproc is faster. `./dev bench python` writes the section of the processor that it runs on.
+The figures are medians of {rounds} interleaved rounds, fewer where a row takes long; in processor time for one thread, by
+the clock for several.
 
 NumPy, SciPy and scikit-image use one thread whatever is allowed. Where a cell is empty, the library has no such
 function for these samples. What each row calls stands in `bench/python/rows.py`; results that are rounded or treated
 at the edges in another way are compared as the nearest that a library offers. `equalize_hist` takes about
 twice as long where the number of samples is no power of two: exact results need exact sums then.
+
+**Cost of a call**: the time of a function on 64 x 64 samples, less that of the same operation of `koimproc.native` on
+records that are ready, in microseconds; the least of many rounds. One thread.
+
+**Threads of Python**: two threads that each call a function on a frame of their own for a tenth of a second, with one
+thread inside it. The figure is how many times as much they get done as one thread does, by the clock. 2 is the most on
+two processors.
+"""
+
+SECTION = """## {processor}
+
+Latest run: {date}, {threads} threads in all; Python {python}, NumPy {numpy}, OpenCV {opencv}, scikit-image {skimage}, SciPy
+{scipy}.
 """
 
 NOTES = """
@@ -150,10 +163,7 @@ def large_table(wanted, numbers):
 
 
 def small_table(wanted):
-    lines = ["", "## The cost of a call", "",
-             "On 64 x 64 samples: the time of a call of the function, less that of the same operation of",
-             "`koimproc.native` on records that are ready, in microseconds; the least of many rounds. One thread.", "",
-             "| function | microseconds beside the work |", "|---|---|"]
+    lines = ["", "| cost of a call | microseconds beside the work |", "|---|---|"]
     with ko.threads(1):
         for name, (function, operation) in rows.small().items():
             if re.search(wanted, name):
@@ -172,11 +182,7 @@ def repeated(function, calls):
 
 def scaling_table():
     """What two threads of Python get done, beside one: the interpreter is free while an operation runs."""
-    lines = ["", "## Threads of Python", "",
-             "Two threads of Python that each call a function on a frame of their own for a tenth of a second, with one",
-             "thread inside it: how many times as much they get done as one thread does, by the clock. 2 is the most on",
-             "two processors.", "",
-             "| function | two threads beside one |", "|---|---|"]
+    lines = ["", "| threads of Python | two threads beside one |", "|---|---|"]
     for name, functions in rows.independent().items():
         # The system needs milliseconds to give each thread a processor, as long as some of these calls take.
         calls = math.ceil(0.1 / least({name: functions[0]}, 1)[name])
@@ -203,13 +209,12 @@ def main():
     import skimage
 
     table, wanted = Path(sys.argv[1]), sys.argv[2] if len(sys.argv) > 2 else "."
-    head = HEAD.format(date=datetime.date.today(), processor=processor(), threads=os.cpu_count(),
-                       python=platform.python_version(), numpy=np.__version__, opencv=cv2.__version__,
-                       skimage=skimage.__version__, scipy=scipy.__version__, rounds=ROUNDS)
+    head = SECTION.format(date=datetime.date.today(), processor=processor(), threads=os.cpu_count(),
+                          python=platform.python_version(), numpy=np.__version__, opencv=cv2.__version__,
+                          skimage=skimage.__version__, scipy=scipy.__version__)
     numbers = [int(number) for number in sys.argv[3:]] or [1, 2]
-    lines = (head.splitlines() + large_table(wanted, numbers) + NOTES.rstrip().splitlines() + small_table(wanted)
-             + scaling_table())
-    table.write_text("\n".join(lines) + "\n")
+    lines = head.splitlines() + large_table(wanted, numbers) + small_table(wanted) + scaling_table()
+    write_page(table, HEAD.format(rounds=ROUNDS), "\n".join(lines) + "\n", NOTES)
 
 
 if __name__ == "__main__":

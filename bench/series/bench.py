@@ -24,7 +24,7 @@ import psutil
 import tifffile
 
 sys.path.insert(0, str(Path(__file__).parents[1]))
-from machine import processor  # noqa: E402
+from machine import processor, write_page  # noqa: E402
 
 SIDE, BITS = 2048, 12
 # Mosaics that differ. The others are the same again, which no contender knows, so that the file stays in memory.
@@ -54,12 +54,12 @@ OTHERS = (
 
 HEAD = """# Performance of series
 
-{frames} simulated mosaics of {side} x {side} samples and 12 bits are corrected by a dark frame and a flat field and get
+Simulated mosaics of {side} x {side} samples and 12 bits are corrected by a dark frame and a flat field and get
 their colours back; then the histogram of each colour, and mean and variance of every sample over all frames are formed.
-Written by `./dev bench series` on {date} on {processor}, {cpus} processors, load {load:.1f} when it began; Python {python},
-NumPy {numpy}, OpenCV {opencv}, Dask {dask}. Medians of {rounds} runs in turns for the first {ours} rows, one run for the
-others. The frames are in an HDF5 file without compression, {different} different ones again and again, so that they are read
-from memory and not from a disk.{few}
+`./dev bench series` writes the section of the processor that it runs on. The figures are medians of {rounds} runs in turns
+for the first {ours} rows, one run for the others. The frames are in an HDF5 file without compression, {different} different
+ones again and again, so that they are read from memory and not from a disk. The others get at most {few} frames: they are
+slow, and need more memory with every frame. What they take at the start is a small part of that.
 
 koimproc demosaics by Malvar, He and Cutler, the others bilinearly, which is less work. What each contender calls stands in
 `bench/series/contenders.py`. Memory is the largest sum of resident memory of all processes of a contender, looked at ten
@@ -71,13 +71,18 @@ frames from the same file in memory, work on every frame with one thread, and di
 threads as they have workers. Two plain loops at once show what this machine gives to a second worker: they share
 nothing, and nobody joins their results.
 
+The second table of a section is about one of these frames and what Zarr can compress with; processor time of one thread.
+Sizes are in percent of 16 bits per sample. koimproc.series writes Zarr arrays with lz4, bits shuffled.
+"""
+
+SECTION = """## {processor}
+
+Latest run: {date}, {cpus} processors, load {load:.1f} when it began; Python {python}, NumPy {numpy}, OpenCV {opencv}, Dask
+{dask}.
+
 | contender | workers | frames | seconds | frames/s | times the time of koimproc.series with as many threads, per frame | peak memory, MiB |
 |---|---|---|---|---|---|---|
 """
-
-FEWER = """
-The others get {few} frames: they are slow, and need more memory with every frame. What they take at the start is a small
-part of that."""
 
 
 def ratio_text(ratio):
@@ -174,11 +179,10 @@ def measure_all(path, count):
     return runs
 
 
-def head(count, load):
-    few = FEWER.format(few=FEW) if FEW < count else ""
-    return HEAD.format(frames=count, side=SIDE, date=datetime.date.today(), processor=processor(), cpus=os.cpu_count(),
-                       load=load, python=platform.python_version(), numpy=np.__version__, opencv=cv2.__version__,
-                       dask=dask.__version__, different=min(count, DIFFERENT), rounds=ROUNDS, ours=len(OURS), few=few)
+def section_head(load):
+    return SECTION.format(date=datetime.date.today(), processor=processor(), cpus=os.cpu_count(), load=load,
+                          python=platform.python_version(), numpy=np.__version__, opencv=cv2.__version__,
+                          dask=dask.__version__)
 
 
 def times(runs, one, other):
@@ -214,12 +218,10 @@ def main():
     path = scratch / f"halves-{count}.h5"
     if not path.exists():
         make_frames(path, count)
-    text = head(count, load) + table_of(measure_all(path, count), count)
-    text += ("\n## Compressors\n\nOne of these frames, by what Zarr can compress with; processor time of one thread. Sizes are in "
-             "percent of 16 bits per\nsample. koimproc.series writes Zarr arrays with lz4, bits shuffled.\n\n")
+    text = section_head(load) + table_of(measure_all(path, count), count) + "\n"
     with h5py.File(path, "r") as file:
         text += "\n".join(compressors.table(file["frames"][0])) + "\n"
-    table.write_text(text)
+    write_page(table, HEAD.format(side=SIDE, rounds=ROUNDS, ours=len(OURS), different=DIFFERENT, few=FEW), text)
 
 
 if __name__ == "__main__":

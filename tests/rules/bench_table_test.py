@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The tables of docs/performance.md: a run changes the table of its processor alone, and the summary follows.
+"""The pages of the benches: a run changes the section of its processor alone, and the summary follows.
 
 usage: bench_table_test.py <root of the source tree>
 """
@@ -7,8 +7,10 @@ import sys
 import tempfile
 import unittest
 from pathlib import Path
+from unittest import mock
 
 sys.path.insert(0, str(Path(sys.argv[1], "bench")))
+import machine  # noqa: E402
 import table  # noqa: E402
 
 EMPTY = ("top\n<!-- summary: written by ./dev bench -->\n<!-- end of summary -->\n"
@@ -28,14 +30,25 @@ class Tables(unittest.TestCase):
     def test_keeps_what_other_processors_and_rows_have(self):
         page = table.updated(EMPTY, run(Sobel=[(1, 2, 8, 1)], Mean=[(1, 1, 1, 1)]), "one", set())
         page = table.updated(page, run(Sobel=[(1, 3, 9, 1)]), "two", set())
-        before = dict(table.TABLE.findall(page))
+        before = dict(machine.SECTION.findall(page))
         page = table.updated(page, run(Sobel=[(1, 1, 8, 1)]), "one", set())
-        after = dict(table.TABLE.findall(page))
+        after = dict(machine.SECTION.findall(page))
         self.assertEqual(["one", "two"], list(after))
         self.assertEqual(before["two"], after["two"])
         self.assertIn("| Mean/U8/2048 | 1 | 1 |", after["one"])
         self.assertIn("| Sobel/U8/2048 | 1 | 1 | peer | 8 | 8 | 1 | 1 |", after["one"])
         self.assertTrue(page.startswith("top\n") and page.endswith("bottom\n"))
+
+    def test_writes_pages_with_a_section_for_each_processor(self):
+        with tempfile.TemporaryDirectory() as directory:
+            path = Path(directory, "page.md")
+            for name, text in (("one", "first\n"), ("two", "second\n"), ("one", "third\n")):
+                with mock.patch("machine.processor", return_value=name):
+                    machine.write_page(path, "head\n", text, "end\n")
+            page = path.read_text()
+            self.assertEqual({"one": "third\n", "two": "second\n"}, machine.sections(page))
+            self.assertTrue(page.startswith("head\n") and page.endswith("end\n"))
+            self.assertEqual(1, page.count("head"))
 
     def test_sums_up_each_processor(self):
         page = table.updated(EMPTY, run(Sobel=[(1, 2, 8, 1), (2, 1, 8, 1)],  # computes, 4 times faster, scales by 2
