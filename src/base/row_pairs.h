@@ -6,6 +6,10 @@
 namespace ko {
 
 /// `rows` rows of `samples` samples each; the pitches are bytes from row to row. src and dst may be the same memory.
+///
+/// Row functions take it by reference. Compilers copy it in wider pieces than it was written in, and the processor
+/// reads those only when every store before them has reached the cache: a tenth of the time of loops at the speed of
+/// memory.
 struct RowPairs {
     const std::uint8_t* src;
     std::int64_t srcPitch;

@@ -64,8 +64,9 @@ HWY_NOINLINE void CombineFetching(const std::uint8_t* src, std::uint8_t* dst, st
 }
 
 template <class T, class Combine>
-void CombineRows(RowPairs pairs, Combine combine) noexcept
+void CombineRows(const RowPairs& given, Combine combine) noexcept
 {
+    const RowPairs pairs = given;  // which the samples that are stored cannot change
     if (fetchingPays.load(std::memory_order_relaxed)) {
         for (std::int64_t y = 0; y < pairs.rows; ++y)
             CombineFetching<T>(pairs.srcRow(y), pairs.dstRow(y), pairs.samples, combine);
@@ -76,13 +77,13 @@ void CombineRows(RowPairs pairs, Combine combine) noexcept
 }
 
 template <class T, class Holds>
-void LogicRowsOf(RowPairs pairs, const std::uint8_t* value) noexcept
+void LogicRowsOf(const RowPairs& pairs, const std::uint8_t* value) noexcept
 {
     CombineRows<T>(pairs, Choose<T, Holds>{loadSample<T>(value, 0)});
 }
 
 template <class T>
-void PassOneRowsOf(RowPairs pairs) noexcept
+void PassOneRowsOf(const RowPairs& pairs) noexcept
 {
     CombineRows<T>(pairs, PassOne<T>{});
 }

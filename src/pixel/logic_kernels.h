@@ -9,10 +9,10 @@
 namespace ko {
 
 /// The samples of src combined into those of dst. `value` is one sample.
-using LogicRows = void (*)(RowPairs pairs, const std::uint8_t* value) noexcept;
+using LogicRows = void (*)(const RowPairs& pairs, const std::uint8_t* value) noexcept;
 
 /// The same, the set samples keeping their own values.
-using LogicPassRows = void (*)(RowPairs pairs) noexcept;
+using LogicPassRows = void (*)(const RowPairs& pairs) noexcept;
 
 struct LogicKernels {
     PerIntegerSize<LogicRows> both;

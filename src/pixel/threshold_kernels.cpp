@@ -58,8 +58,9 @@ HWY_NOINLINE void BinaryFetching(const std::uint8_t* src, std::uint8_t* dst, std
 }
 
 template <class T, class Out>
-void BinaryRowsOf(RowPairs pairs, const BinaryLevels<T, Out>& levels) noexcept
+void BinaryRowsOf(const RowPairs& given, const BinaryLevels<T, Out>& levels) noexcept
 {
+    const RowPairs pairs = given;  // which the samples that are stored cannot change
     if (levels.period != 1 || fetchingPays.load(std::memory_order_relaxed)) {
         for (std::int64_t y = 0; y < pairs.rows; ++y)
             BinaryFetching(pairs.srcRow(y), pairs.dstRow(y), pairs.samples, levels);
@@ -99,7 +100,7 @@ HWY_INLINE void MarkTreated(const std::uint8_t* src, std::uint8_t* dst, std::int
 }
 
 template <class T>
-void MarkTreatedRowsOf(RowPairs pairs, const BinaryLevels<T, std::uint8_t>& levels,
+void MarkTreatedRowsOf(const RowPairs& pairs, const BinaryLevels<T, std::uint8_t>& levels,
                        const std::uint8_t* treated) noexcept
 {
     const TreatedLevels<T> own(levels, treated);

@@ -30,7 +30,7 @@ struct KeepLevels {
 /// High where a sample is above its threshold, low elsewhere. src and dst may be the same memory when their
 /// samples have the same size.
 template <class T, class Out>
-using BinaryRows = void (*)(RowPairs pairs, const BinaryLevels<T, Out>& levels) noexcept;
+using BinaryRows = void (*)(const RowPairs& pairs, const BinaryLevels<T, Out>& levels) noexcept;
 
 /// Samples from one pixel to the next.
 struct PixelSteps {
@@ -47,7 +47,7 @@ struct ThresholdRows {
     BinaryRows<T, std::uint8_t> mark;
     /// `mark` for the samples whose byte in `treated` (numbered like the levels) is not zero; the others of
     /// dst stay. The period is `treatedPeriod`.
-    void (*markTreated)(RowPairs pairs, const BinaryLevels<T, std::uint8_t>& levels,
+    void (*markTreated)(const RowPairs& pairs, const BinaryLevels<T, std::uint8_t>& levels,
                         const std::uint8_t* treated) noexcept;
     /// One channel of a row of pixels, by the first of the levels.
     void (*markChannel)(const std::uint8_t* src, std::uint8_t* dst, std::int64_t width, PixelSteps steps,
