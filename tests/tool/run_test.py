@@ -191,6 +191,20 @@ class Refusals(RunTest):
             self.refuse_recipe({"operations": [], "output": {"quality": quality}}, "output.quality: must be a whole number")
         self.refuse("run", "no.json", "a.png", "-o", "out", names="no.json: ", says="no such file")
 
+    def test_keys_that_stand_twice(self):
+        for content, key, place in (
+                (b'{"operations": [], "operations": []}', "operations", "line 1, column 20"),
+                (b'{"operations": [{"op": "develop",\n  "wb": [1, 2, 3],\n  "wb" : "camera"}]}', "wb", "line 3, column 3"),
+                (b'{"operations": [\n{"op": "sobel", "\\u006fp": "median"}]}', "op", "line 2, column 17"),
+                (b'{"operations": [], "output": {"format": "png",\n"format":"png"}}', "format", "line 2, column 1")):
+            self.refuse_recipe(content, f"r.json: the key {key} stands twice in one object, {place}\n")
+        # The same words elsewhere are no keys, or keys of another object.
+        self.write("a.png", png(3, 3, [1] * 9))
+        self.write("r.json", b'{"operations": [{"op": "median", "radius": 1}, {"radius": 1, "op": "median"}],'
+                             b' "output": {"format": "png"}}')
+        self.succeed("run", "r.json", "a.png", "-o", "out")
+        self.refuse_recipe(b'{"operations": [{"op": "{\\"op\\":", "x": "op"}]}', "operations[0].op: must be one of ")
+
     def test_what_is_no_operation(self):
         self.refuse_recipe({"operations": [5]}, "operations[0]: must be an object")
         self.refuse_recipe({"operations": [{"op": "sobel"}, {"op": "blur"}]}, "operations[1].op: must be one of crop, ")

@@ -28,6 +28,22 @@ class Usage(ToolTest):
                 (("help", "medain"), "unknown command medain; did you mean median?")):
             self.assertEqual(self.says(*arguments), says)
 
+    def test_options_behind_the_dashes_are_found(self):
+        self.write("-a.png", png(2, 2, [1, 2, 3, 4]))
+        self.succeed("unpack", "-o", "x.png", "--", "-a.png")
+        for command in (("unpack", "--", "-a.png", "-o", "y.png"), ("simulate", "--", "-a.png", "-o", "y.png"),
+                        ("unpack", "--", "-a.png", "--output=y.png")):
+            word = command[3].split()[0]
+            self.refuse(*command, names=f"{word} stands behind --, where every word is a file; options go before it "
+                                        f"(ko {command[0]} --help says more)", says="", code=2)
+
+    def test_the_standard_output_has_one_name(self):
+        self.write("a.png", png(2, 2, [1, 2, 3, 4]))
+        for name in ("/dev/stdout", "/dev/fd/1", "/proc/self/fd/1"):
+            for command in (("median", "a.png"), ("pack", "a.png", "--packed", "Mono8"), ("median", "none.png")):
+                self.refuse(*command, "-o", name, names=f"-o {name}: the standard output goes by the name of -", says="",
+                            code=2)
+
     def test_what_is_missing_is_named(self):
         for arguments, says in (
                 ((), "a command is wanted (ko --help says more)"),

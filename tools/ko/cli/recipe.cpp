@@ -15,7 +15,9 @@
 #include <cctype>
 #include <filesystem>
 #include <regex>
+#include <set>
 #include <stdexcept>
+#include <string_view>
 
 namespace ko::tool {
 
@@ -66,6 +68,38 @@ std::string placeOf(const QByteArray& text, int offset)
            std::to_string(offset - before.lastIndexOf('\n'));
 }
 
+struct RepeatedKey {
+    std::string name;
+    int place;
+};
+
+/// The first key of a sound text of JSON that its object has already; Qt takes the value of the last one.
+std::optional<RepeatedKey> repeatedKey(const QByteArray& text)
+{
+    const std::string_view all(text.constData(), static_cast<std::size_t>(text.size()));
+    std::vector<std::set<QString>> objects;  // the keys of those that are open
+    for (std::size_t at = 0; at < all.size(); ++at) {
+        if (all[at] == '{')
+            objects.emplace_back();
+        else if (all[at] == '}')
+            objects.pop_back();
+        if (all[at] != '"')
+            continue;
+        const std::size_t start = at;
+        while (all[++at] != '"')
+            at += all[at] == '\\' ? 1 : 0;
+        const std::size_t next = all.find_first_not_of(" \t\r\n", at + 1);
+        if (next == std::string_view::npos || all[next] != ':')
+            continue;
+        const int place = static_cast<int>(start);
+        const QByteArray list = '[' + text.mid(place, static_cast<int>(at - start + 1)) + ']';
+        const QString key = QJsonDocument::fromJson(list).array().first().toString();
+        if (!objects.back().insert(key).second)
+            return RepeatedKey{key.toStdString(), place};
+    }
+    return {};
+}
+
 std::string enumerated(const std::vector<std::string>& words)
 {
     std::string text;
@@ -92,6 +126,8 @@ public:
         if (error.error != QJsonParseError::NoError)
             throw UsageError(m_file + ": is no JSON: " + error.errorString().toStdString() + ", " +
                              placeOf(text, error.offset));
+        if (const std::optional<RepeatedKey> key = repeatedKey(text))
+            refuse("", "the key " + key->name + " stands twice in one object, " + placeOf(text, key->place));
         if (!document.isObject())
             refuse("", "a recipe must be an object");
         const QJsonObject recipe = document.object();

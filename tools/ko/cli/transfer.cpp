@@ -67,6 +67,11 @@ void addTransferOptions(CLI::App& command)
 
 void verifyTransfer(const CLI::App& command)
 {
+    // A name of it is no file that a result could replace.
+    if (const CLI::Option* const output = command.get_option_no_throw("--output"); output && !output->empty())
+        for (const char* const name : {"/dev/stdout", "/dev/fd/1", "/proc/self/fd/1"})
+            if (output->results().front() == name)
+                throw UsageError(std::string("-o ") + name + ": the standard output goes by the name of -");
     if (const CLI::Option* output = outputOf(command)) {
         const bool isStream = !output->empty() && output->results().front() == standardStream;
         if (isStream && theTransfer.format.empty())

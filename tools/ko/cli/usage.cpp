@@ -54,6 +54,19 @@ bool isOption(const std::string& word)
     return word.size() > 1 && word[0] == '-' && std::isdigit(static_cast<unsigned char>(word[1])) == 0;
 }
 
+/// The first name of an option that was taken for an argument, as everything behind -- is; empty where there is none.
+std::string optionBehindDashes(const CLI::App& command)
+{
+    std::vector<std::string> words = command.remaining();
+    for (const CLI::Option* option : command.get_options())
+        if (option->get_positional())
+            words.insert(words.end(), option->results().begin(), option->results().end());
+    const auto found = std::ranges::find_if(words, [&](const std::string& word) {
+        return isOption(word) && command.get_option_no_throw(word.substr(0, word.find('=')));
+    });
+    return found != words.end() ? *found : std::string();
+}
+
 std::string describe(const CLI::App& command, const CLI::ParseError& error)
 {
     // What CLI11 found no place for comes first: a required option is missing where its name is misspelt.
@@ -63,6 +76,8 @@ std::string describe(const CLI::App& command, const CLI::ParseError& error)
         return misplaced.empty()        ? "a command is wanted"
                : isOption(misplaced[0]) ? unknownOption(command, misplaced[0])
                                         : unknownCommand(command, misplaced[0]);
+    if (const std::string lost = optionBehindDashes(command); !lost.empty())
+        return lost + " stands behind --, where every word is a file; options go before it";
     if (option != misplaced.end())
         return unknownOption(command, *option);
     if (!misplaced.empty())
