@@ -156,6 +156,71 @@ class CameraRaws(DevelopTest):
         self.assertEqual(self.developed("a.dng"), without)
 
 
+class MonochromeRaws(DevelopTest):
+    def gray(self, name, *options):
+        """Width, height, samples and their bits."""
+        self.succeed("develop", name, "-o", "out.tif", *options)
+        width, height, channels, samples, _ = read_tiff(self.read("out.tif"))
+        self.assertEqual(channels, 1)
+        return width, height, samples
+
+    def raw(self, samples, width=33, **options):
+        return self.write("a.dng", dng(width, len(samples) // width, samples, None, (64,), 4095,
+                                       **{"neutral": None, "matrix": None, **options}))
+
+    def test_levels_become_those_of_the_screen(self):
+        samples = random_samples(33 * 25, 4095, 5)
+        light = [max(s - 64, 0) / (4095 - 64) for s in samples]
+        self.raw(samples)
+        for options, top, level in (((), 255, encoded), (("--bits", "16"), 65535, encoded),
+                                    (("--curve", "linear"), 65535, float),
+                                    (("--curve", "linear", "--bits", "8"), 255, float)):
+            width, height, got = self.gray("a.dng", *options)
+            self.assertEqual((width, height), (33, 25))
+            for a, b in zip(got, light):
+                # Light is rounded to 16 bits, which the curve spreads where it is dark.
+                self.assertAlmostEqual(a, top * level(b), delta=1.01 if top == 255 else 8, msg=options)
+
+    def test_exposure_and_levels_and_orientation(self):
+        samples = random_samples(33 * 25, 4095, 6)
+        self.raw(samples, turn=8)
+        upright = [samples[y * 33 + x] for x in reversed(range(33)) for y in range(25)]
+        for options, gain, white in ((("--exposure", "1"), 2, 4031), (("--exposure", "-2"), 0.25, 4031),
+                                     (("--white", "2000"), 1, 2000), (("--white", "2000", "--auto", "0"), 1, 2000)):
+            width, height, got = self.gray("a.dng", "--curve", "linear", *options)
+            self.assertEqual((width, height), (25, 33))
+            for a, b in zip(got, upright):
+                self.assertAlmostEqual(a, 65535 * min(gain * max(b - 64, 0) / white, 1), delta=2, msg=options)
+        self.raw([64 + 100] * 732 + [64 + 1000] * 50 + [64 + 3000] * 10)
+        for percent, brightest in (("1", 3000), ("2", 1000), ("0", 3000)):
+            self.assertAlmostEqual(self.gray("a.dng", "--auto", percent, "--curve", "linear")[2][0],
+                                   65535 * 100 / brightest, delta=2)
+
+    def test_what_only_colours_have_is_refused(self):
+        self.raw([1000] * 33 * 24)
+        plain = self.gray("a.dng")
+        for options in (("--wb", "gray-world"), ("--matrix", "none"), ("--method", "malvar"), ("--method", "linear")):
+            self.assertEqual(self.gray("a.dng", *options), plain, options)
+        for options, name in ((("--wb", "camera"), "--wb"), (("--wb", "2,1,1.5"), "--wb"),
+                              (("--matrix", "camera"), "--matrix camera"), (("--method", "half"), "--method half")):
+            self.refuse("develop", "a.dng", "-o", "x.tif", *options, names="a.dng: ",
+                        says="its sensor is monochrome, which leaves nothing to do for " + name)
+        self.write("r.json", b'{"operations": [{"op": "develop", "wb": [2, 1, 1.5]}]}')
+        self.refuse("run", "r.json", "a.dng", "-o", ".", names="a.dng: operations[0] (develop): ",
+                    says="leaves nothing to do for wb\n")
+
+    def test_the_sensor_is_known_behind_other_operations(self):
+        self.raw([1000] * 33 * 24)
+        level = self.gray("a.dng")[2][0]
+        self.write("r.json", b'{"operations": [{"op": "crop", "roi": [3, 5, 7, 4]}, {"op": "develop"}]}')
+        self.succeed("run", "r.json", "a.dng", "-o", "run")
+        self.assertEqual(read_tiff(self.read("run/a.tif"))[:4], (7, 4, 1, [level] * 28))
+        # Other pictures without a pattern may be mosaics, and what is said is believed.
+        self.succeed("unpack", "a.dng", "-o", "plain.tif")
+        self.refuse("develop", "plain.tif", "-o", "x.tif", names="plain.tif: ", says="say it with --grid")
+        self.assertEqual(len(self.developed("a.dng", "--grid", "rggb")[2]), 33 * 24)
+
+
 class Mosaics(DevelopTest):
     def mosaic(self, name, cell, bits=12, size=(16, 12)):
         """A RGGB mosaic of one cell again and again."""

@@ -31,18 +31,20 @@ def packed(samples, width, bits):
 
 def dng(width, height, samples, grid, black=(0,), white=65535, area=None, strip=8, bits=16, curve=None, turn=1,
         maker=b"Maker", size=None, matrix=IDENTITY, neutral=(1, 1, 1), date=None, pixels=None, more=None):
-    """A raw file of one uncompressed strip; `black` is one level or four of a 2 x 2 pattern, no `white` is that
+    """A raw file of one uncompressed strip; no `grid` for a sensor that sees no colours, `black` is one level or four of a 2 x 2 pattern, no `white` is that
     of the bits, `curve` what samples stand for, `size` what the header claims, `matrix` what makes colours of the
     camera of XYZ, `neutral` the camera's colours of gray, either None for none, `date` when it was taken, `pixels`
     the bytes of the samples if they are compressed, `more` further tags, None for one that is left out."""
     repeat = (1, 1) if len(black) == 1 else (2, 2)
+    if not grid:
+        more = {262: (3, (34892,)), 33421: None, 33422: None, 50710: None, 50711: None, **(more or {})}
     pixels = packed(samples, width, bits) if pixels is None else pixels
     columns, rows = size or (width, height)
     tags = {
         254: (4, (0,)), 256: (4, (columns,)), 257: (4, (rows,)), 258: (3, (bits,)), 259: (3, (1,)),
         262: (3, (32803,)), 271: (2, maker + b"\0"), 272: (2, b"Model\0"), 273: (4, (strip,)), 274: (3, (turn,)),
         277: (3, (1,)), 278: (4, (rows,)), 279: (4, (len(pixels),)), 33421: (3, (2, 2)),
-        33422: (1, tuple(COLOURS[c] for c in grid)),
+        33422: (1, tuple(COLOURS[c] for c in grid or "")),
         50706: (1, (1, 4, 0, 0)), 50708: (2, maker + b" Model\0"), 50710: (1, (0, 1, 2)), 50711: (3, (1,)),
         50713: (3, repeat), 50714: (4, tuple(black)),
         50778: (3, (21,)),
@@ -238,7 +240,7 @@ class Raw(ToolTest):
         samples = random_samples(32 * 24, 65535, 23)
         self.write("plain.dng", dng(32, 24, samples, "rggb", (100,)))
         self.write("more.dng", dng(32, 24, samples, "rggb", (100,), more={
-            50719: (4, (4, 4)), 50720: (4, (16, 12)), 50727: (5, rationals([2, 1, 0.5])), 50730: (10, rationals([1.5])),
+            50719: (4, (4, 4)), 50720: (4, (16, 12)), 50730: (10, rationals([1.5])),
             50731: (5, rationals([3])), 50734: (5, rationals([0.5])), 50737: (4, (500,)), 51109: (10, rationals([-2]))}))
         for command in ("unpack", "develop"):
             for name in ("plain", "more"):
@@ -350,6 +352,17 @@ class Raw(ToolTest):
     def test_sensors_without_a_mosaic_of_red_green_and_blue_are_refused(self):
         self.write("a.dng", dng(32, 24, [0] * 768, "rrbb"))
         self.refuse("demosaic", "a.dng", "-o", "out.tif", names="a.dng: ", says="mosaic")
+
+    def test_monochrome_sensors_give_pictures_of_one_channel(self):
+        samples = random_samples(33 * 25, 4095, 31)
+        self.assertEqual(self.unpacked(dng(33, 25, samples, None, (100,), 4095)),
+                         (33, 25, 1, [max(s - 100, 0) << 4 for s in samples], "koimproc bits=12"))
+        self.assertEqual(self.succeed("info", "a.dng"),
+                         "a.dng: 33 x 25, 1 channel, UInt16, 12 bits, camera raw Maker Model, "
+                         "active area 33 x 25 at 0,0 of 33 x 25, black 100, white 4095\n")
+        # Nothing in them depends on a place in a cell, so they stand upright at once.
+        turned = [max(samples[y * 33 + x] - 100, 0) << 4 for x in range(33) for y in reversed(range(25))]
+        self.assertEqual(self.unpacked(dng(33, 25, samples, None, (100,), 4095, turn=6))[:4], (25, 33, 1, turned))
 
     def test_raws_under_another_ending_are_refused(self):
         # One maker's raws start like this.

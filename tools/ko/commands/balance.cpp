@@ -12,9 +12,11 @@ namespace {
 /// More than this between two colours is no light that a camera is used in.
 constexpr double greatestRatio = 16;
 
-/// The colour of a position of the cell, in raster order.
+/// The colour of a position of the cell, in raster order; the first of samples without colours.
 std::size_t colourOf(const SxImageBuf& mosaic, std::size_t position)
 {
+    if (mosaic.bayerGrid == BayerNone)
+        return 0;
     return static_cast<std::size_t>(colourAt(mosaic.bayerGrid, static_cast<std::int64_t>(position % 2),
                                              static_cast<std::int64_t>(position / 2)));
 }

@@ -18,7 +18,7 @@ Colour grayWorldGains(const SxImageBuf& mosaic, Levels levels);
 
 /// The mosaic of words with its colours in balance, in 16 bits. The sample that is brightest for its colour
 /// when the sensor clips becomes white, and so do all brighter ones of the other colours: clipped places are
-/// white, whatever the gains are.
+/// white, whatever the gains are. Samples without a mosaic have the first gain.
 Image balanced(const SxImageBuf& mosaic, Levels levels, const Colour& gains);
 
 }  // namespace ko::tool

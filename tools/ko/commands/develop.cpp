@@ -66,32 +66,64 @@ Colour gainsFor(const SxImageBuf& words, Levels levels, const Options& options, 
     return isKnown && options.balance != GrayWorld ? *sensor->gains : grayWorldGains(words, levels);
 }
 
-std::optional<ColourMatrix> matrixFor(const Options& options, const Sensor* sensor)
+std::optional<ColourMatrix> matrixFor(const Colour& gains, const Options& options, const Sensor* sensor)
 {
-    if (options.matrix == Camera && !(sensor && sensor->matrix))
+    if (options.matrix == Nothing)
+        return {};
+    const bool isTold = sensor && sensor->matrix;
+    const std::optional<ColourMatrix> matrix = isTold ? sensor->matrix(gains) : std::nullopt;
+    if (options.matrix == Camera && !matrix)
         throw std::runtime_error("its file has no colour matrix of a camera; --matrix none does without");
-    return sensor && options.matrix != Nothing ? sensor->matrix : std::nullopt;
+    return matrix;
+}
+
+/// True for samples of a sensor that is known to have no mosaic. Of other pictures without a pattern it is not known.
+bool isMonochrome(const Image& picture, const Options& options, const Sensor* sensor)
+{
+    return sensor && sensor->isMonochrome && options.grid == BayerNone && picture->channels == 1 &&
+           hasLevels(*picture);
+}
+
+/// Throws where a monochrome sensor is asked for what only colours have.
+void requireNoColours(const Options& options)
+{
+    const auto refuseIf = [](bool isAsked, const std::string& option) {
+        if (isAsked)
+            throw std::runtime_error("its sensor is monochrome, which leaves nothing to do for " + option);
+    };
+    refuseIf(!options.gains.empty() || options.balance == Camera, "--wb");
+    refuseIf(options.matrix == Camera, "--matrix camera");
+    refuseIf(options.method == Half, "--method half");
 }
 
 Image develop(const Image& picture, const Options& options, Demosaicer& demosaicer, Frame& frame)
 {
-    const SxImageBuf mosaic = mosaicOf(picture, {options.grid});
+    const bool isMono = isMonochrome(picture, options, frame.sensor);
+    if (isMono)
+        requireNoColours(options);
+    const SxImageBuf given = isMono ? *picture : mosaicOf(picture, {options.grid});
     std::optional<Image> words;
-    if (mosaic.dataType == UInt8)
-        words = inWords(mosaic);
-    const SxImageBuf& samples = words ? **words : mosaic;
+    if (given.dataType == UInt8)
+        words = inWords(given);
+    const SxImageBuf& samples = words ? **words : given;
     const Levels levels = levelsOf(samples, options, frame.sensor);
-    Rendering rendering{matrixFor(options, frame.sensor), std::exp2(options.exposure.value_or(0)),
-                        options.curve, options.bits.value_or(options.curve == LinearCurve ? 16 : 8)};
+    Rendering rendering{{},
+                        std::exp2(options.exposure.value_or(0)),
+                        options.curve,
+                        options.bits.value_or(options.curve == LinearCurve ? 16 : 8)};
     Frame inner;  // whose times are part of all
     std::optional<Image> result;
     timed(frame, [&] {
-        Image even = balanced(samples, levels, gainsFor(samples, levels, options, frame.sensor));
-        encode(even, rendering.curve);
-        const Image colours = demosaicer.run(*even, wholeOf(*even), "; another --method takes it", inner);
+        const Colour gains = isMono ? Colour{1, 1, 1} : gainsFor(samples, levels, options, frame.sensor);
+        if (!isMono)
+            rendering.matrix = matrixFor(gains, options, frame.sensor);
+        Image light = balanced(samples, levels, gains);
+        encode(light, rendering.curve);
+        if (!isMono)
+            light = demosaicer.run(*light, wholeOf(*light), "; another --method takes it", inner);
         if (options.percent)
-            rendering.gain = automaticGain(colours, rendering, *options.percent);
-        result = rendered(colours, rendering);
+            rendering.gain = automaticGain(light, rendering, *options.percent);
+        result = rendered(light, rendering);
     });
     return std::move(*result);
 }

@@ -27,47 +27,64 @@ std::vector<float> tableOf(double (*function)(double, Curve), Curve curve, int t
     return table;
 }
 
-/// The light of pixels, in sRGB and within the range of the samples.
+/// The light of pixels, in sRGB and within the range of the samples; of so many channels, 3 or 1.
+template <std::size_t Channels>
 class Light {
 public:
     Light(const Rendering& rendering, double gain) : m_light(tableOf(decoded, rendering.curve, white))
     {
-        for (std::size_t i = 0; i < m_weights.size(); ++i)
-            m_weights[i] = static_cast<float>(rendering.matrix.value_or(noMatrix)[i / 3][i % 3] * gain);
+        const ColourMatrix matrix = rendering.matrix.value_or(noMatrix);
+        for (std::size_t c = 0; c < Channels; ++c)
+            for (std::size_t i = 0; i < Channels; ++i)
+                m_weights[c][i] = static_cast<float>(matrix[c][i] * gain);
     }
 
-    std::array<float, 3> of(const std::uint16_t* samples) const
+    std::array<float, Channels> of(const std::uint16_t* samples) const
     {
-        std::array<float, 3> pixel{};
-        for (std::size_t c = 0; c < 3; ++c)
-            pixel[c] = std::clamp(m_weights[3 * c] * m_light[samples[0]] +
-                                      m_weights[3 * c + 1] * m_light[samples[1]] +
-                                      m_weights[3 * c + 2] * m_light[samples[2]],
-                                  0.0F, float{white});
+        std::array<float, Channels> pixel{};
+        for (std::size_t c = 0; c < Channels; ++c) {
+            for (std::size_t i = 0; i < Channels; ++i)
+                pixel[c] += m_weights[c][i] * m_light[samples[i]];
+            pixel[c] = std::clamp(pixel[c], 0.0F, float{white});
+        }
         return pixel;
     }
 
 private:
     std::vector<float> m_light;
-    std::array<float, 9> m_weights{};
+    std::array<std::array<float, Channels>, Channels> m_weights{};
 };
 
-template <class T>
+template <class T, std::size_t Channels>
 void renderRows(const Image& colours, const Rendering& rendering, Image& result)
 {
-    const Light light(rendering, rendering.gain);
+    const Light<Channels> light(rendering, rendering.gain);
     std::vector<float> levels = tableOf(encoded, rendering.curve, (1 << rendering.bits) - 1);
     levels.push_back(levels.back());  // for what lies between the last level and none
     for (int y = 0; y < colours->height; ++y) {
         const std::uint16_t* from = rowOf<std::uint16_t>(colours, y);
         T* to = rowOf<T>(result, y);
-        for (int x = 0; x < colours->width; ++x, from += 3)
+        for (int x = 0; x < colours->width; ++x, from += Channels)
             for (const float colour : light.of(from)) {
                 const auto level = static_cast<std::size_t>(colour);
                 const float part = colour - static_cast<float>(level);
                 *to++ = static_cast<T>(levels[level] + part * (levels[level + 1] - levels[level]) + 0.5F);
             }
     }
+}
+
+/// How many pixels have which level as their greatest one.
+template <std::size_t Channels>
+std::vector<std::int64_t> brightest(const Image& colours, const Rendering& rendering)
+{
+    const Light<Channels> light(rendering, 1);
+    std::vector<std::int64_t> counts(white + 1);
+    for (int y = 0; y < colours->height; ++y) {
+        const std::uint16_t* from = rowOf<std::uint16_t>(colours, y);
+        for (int x = 0; x < colours->width; ++x, from += Channels)
+            ++counts[static_cast<std::size_t>(std::ranges::max(light.of(from)) + 0.5F)];
+    }
+    return counts;
 }
 
 }  // namespace
@@ -93,13 +110,8 @@ void encode(Image& samples, Curve curve)
 
 double automaticGain(const Image& colours, const Rendering& rendering, double percent)
 {
-    const Light light(rendering, 1);
-    std::vector<std::int64_t> counts(white + 1);
-    for (int y = 0; y < colours->height; ++y) {
-        const std::uint16_t* from = rowOf<std::uint16_t>(colours, y);
-        for (int x = 0; x < colours->width; ++x, from += 3)
-            ++counts[static_cast<std::size_t>(std::ranges::max(light.of(from)) + 0.5F)];
-    }
+    const std::vector<std::int64_t> counts =
+        colours->channels == 1 ? brightest<1>(colours, rendering) : brightest<3>(colours, rendering);
     const double limit = static_cast<double>(pixelCount(*colours)) * percent / 100;
     std::size_t level = white;
     for (std::int64_t brighter = counts[level]; static_cast<double>(brighter) <= limit && level > 1;)
@@ -109,11 +121,12 @@ double automaticGain(const Image& colours, const Rendering& rendering, double pe
 
 Image rendered(const Image& colours, const Rendering& rendering)
 {
-    Image result(makeFormat(colours->width, colours->height, 3, rendering.bits == 8 ? UInt8 : UInt16));
-    if (rendering.bits == 8)
-        renderRows<std::uint8_t>(colours, rendering, result);
+    const bool isWide = rendering.bits != 8;
+    Image result(makeFormat(colours->width, colours->height, colours->channels, isWide ? UInt16 : UInt8));
+    if (colours->channels == 1)
+        (isWide ? renderRows<std::uint16_t, 1> : renderRows<std::uint8_t, 1>)(colours, rendering, result);
     else
-        renderRows<std::uint16_t>(colours, rendering, result);
+        (isWide ? renderRows<std::uint16_t, 3> : renderRows<std::uint8_t, 3>)(colours, rendering, result);
     return result;
 }
 

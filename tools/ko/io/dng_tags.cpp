@@ -33,17 +33,20 @@ enum Tag : int {
     BlackLevelDeltaV = 50716,
     AsShotWhiteXY = 50729,
     ActiveArea = 50829,
+    CameraSignature = 50931,
+    ProfileSignature = 50932,
     SubTileBlockSize = 50974,
     RowInterleaveFactor = 50975,
     ColumnInterleaveFactor = 52547,
 };
 
-constexpr std::array wanted{Width,       Height,           BitsPerSample,       Compression,
-                            Photometric, StripOffsets,     Orientation,         RowsPerStrip,
-                            TileWidth,   TileLength,       TileOffsets,         SampleFormat,
-                            DngVersion,  CfaPlaneColor,    CfaLayout,           BlackLevelRepeatDim,
-                            BlackLevel,  BlackLevelDeltaH, BlackLevelDeltaV,    AsShotWhiteXY,
-                            ActiveArea,  SubTileBlockSize, RowInterleaveFactor, ColumnInterleaveFactor};
+constexpr std::array wanted{Width,           Height,           BitsPerSample,       Compression,
+                            Photometric,     StripOffsets,     Orientation,         RowsPerStrip,
+                            TileWidth,       TileLength,       TileOffsets,         SampleFormat,
+                            DngVersion,      CfaPlaneColor,    CfaLayout,           BlackLevelRepeatDim,
+                            BlackLevel,      BlackLevelDeltaH, BlackLevelDeltaV,    AsShotWhiteXY,
+                            ActiveArea,      SubTileBlockSize, RowInterleaveFactor, ColumnInterleaveFactor,
+                            CameraSignature, ProfileSignature};
 
 constexpr int mostNumbers = 65536;  ///< no side of a sensor has more pixels
 
@@ -58,11 +61,12 @@ std::uint64_t wholeAt(const std::uint8_t* bytes, int size, bool isLittle)
     return number;
 }
 
-/// Bytes of a number of a TIFF tag; 0 for types that are no numbers, or none that the tags above have.
+/// Bytes of a number or letter of a TIFF tag; 0 for types that none of the tags above have.
 int sizeOf(int type)
 {
     switch (type) {
     case LIBRAW_EXIFTAG_TYPE_BYTE:
+    case LIBRAW_EXIFTAG_TYPE_ASCII:
         return 1;
     case LIBRAW_EXIFTAG_TYPE_SHORT:
         return 2;
@@ -302,10 +306,23 @@ bool DngTags::areMistaken(LibRaw_abstract_datastream& stream) const
     return isTakenForAll || isWrapped;
 }
 
-bool DngTags::hasWhitePoint() const
+DngTags::Numbers DngTags::anywhere(int tag) const
 {
-    return std::ranges::any_of(m_directories,
-                               [](const auto& entry) { return entry.second.contains(AsShotWhiteXY); });
+    for (const auto& [number, directory] : m_directories)
+        if (const auto found = directory.find(tag); found != directory.end())
+            return found->second;
+    return {};
+}
+
+std::optional<std::array<double, 2>> DngTags::whitePoint() const
+{
+    const Numbers place = anywhere(AsShotWhiteXY);
+    return place.size() == 2 ? std::optional(std::array{place[0], place[1]}) : std::nullopt;
+}
+
+bool DngTags::isCalibrated() const
+{
+    return anywhere(CameraSignature) == anywhere(ProfileSignature);
 }
 
 bool DngTags::hasOrientation() const

@@ -5,6 +5,7 @@
 
 #include <libraw/libraw.h>
 
+#include <array>
 #include <map>
 #include <optional>
 #include <string>
@@ -50,8 +51,11 @@ public:
     /// True where the parts are lossless JPEG and of widths that LibRaw takes for others. It mixes the samples up.
     bool areMistaken(LibRaw_abstract_datastream& stream) const;
 
-    /// True where the file has the light of its picture as x and y, not as colours of the camera.
-    bool hasWhitePoint() const;
+    /// The light of the picture as x and y, which some files have and not what gray is to the camera.
+    std::optional<std::array<double, 2>> whitePoint() const;
+
+    /// True where the calibration of this camera belongs to the matrices of its model.
+    bool isCalibrated() const;
 
     /// False where there are only numbers that stand for no orientation, of which LibRaw makes one.
     bool hasOrientation() const;
@@ -64,6 +68,8 @@ private:
     /// That of the largest mosaic, or of the largest picture of a camera where there is no mosaic; none where the
     /// file is no DNG file.
     const Directory* raw() const;
+    /// What any directory has of a tag.
+    Numbers anywhere(int tag) const;
     /// The same if it is of this size.
     const Directory* ofSensor(int width, int height) const;
 

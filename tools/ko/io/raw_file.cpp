@@ -5,6 +5,7 @@
 #include "io/claims.h"
 #include "io/dng_tags.h"
 #include "io/picture_file.h"
+#include "io/raw_colours.h"
 #include "io/raw_metadata.h"
 #include "io/raw_stream.h"
 #include "io/sensor.h"
@@ -47,8 +48,12 @@ public:
         require(opened, "cannot be read as a camera raw");
         if (sizes().width < 2 || sizes().height < 2)
             throw Failure(source.name, "holds no picture");
-        m_format = makeFormat(sizes().width / 2 * 2, sizes().height / 2 * 2, 1, UInt16);
-        m_format.bayerGrid = grid();
+        m_format = makeFormat(sizes().width, sizes().height, 1, UInt16);
+        if (camera().filters != 0 || camera().colors != 1) {
+            m_format.bayerGrid = grid();
+            m_format.width = m_format.width / 2 * 2;
+            m_format.height = m_format.height / 2 * 2;
+        }
         unpack();
         subtractBlack();
     }
@@ -70,27 +75,11 @@ public:
 
     Sensor sensor() const
     {
-        const libraw_colordata_t& colours = m_raw->imgdata.color;
         const std::int64_t top = std::int64_t{white()} - m_highestBlack;
         Sensor sensor{doubtOfWhite().empty() && top > 0 ? static_cast<int>(top) : m_nearlyAll};
-        const auto areGains = [](const float* numbers) {
-            return std::all_of(numbers, numbers + 3, [](float n) { return std::isfinite(n) && n > 0; });
-        };
-        const float* gains = colours.cam_mul;
-        if (!areGains(gains) && m_tags.hasWhitePoint())
-            gains = colours.pre_mul;  // of the light that the file tells in this way
-        if (areGains(gains))
-            sensor.gains = {gains[0], gains[1], gains[2]};
-        ColourMatrix matrix{};
-        for (std::size_t row = 0; row < 3; ++row)
-            std::copy_n(colours.rgb_cam[row], 3, matrix[row].begin());
-        // That of a camera that LibRaw does not know leaves colours as they are. Damaged files have any numbers.
-        const bool isSound = std::ranges::all_of(matrix, [](const Colour& row) {
-            return std::abs(row[0]) + std::abs(row[1]) + std::abs(row[2]) < 1000 &&
-                   std::abs(row[0] + row[1] + row[2] - 1) < 0.01;  // white stays white
-        });
-        if (isSound && matrix != noMatrix)
-            sensor.matrix = matrix;
+        sensor.isMonochrome = m_format.bayerGrid == BayerNone;
+        if (!sensor.isMonochrome)
+            addColours(m_raw->imgdata, m_tags, sensor);
         return sensor;
     }
 

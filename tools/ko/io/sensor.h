@@ -1,7 +1,10 @@
 // What a camera says of the samples of its raws.
 #pragma once
 
+#include <algorithm>
 #include <array>
+#include <cmath>
+#include <functional>
 #include <optional>
 
 namespace ko::tool {
@@ -14,11 +17,22 @@ using ColourMatrix = std::array<Colour, 3>;
 
 constexpr ColourMatrix noMatrix{{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}};  ///< leaves colours as they are
 
+/// True for one that leaves white alone and has no numbers that only damaged files have.
+inline bool isSound(const ColourMatrix& matrix)
+{
+    return std::ranges::all_of(matrix, [](const Colour& row) {
+        return std::abs(row[0]) + std::abs(row[1]) + std::abs(row[2]) < 1000 &&
+               std::abs(row[0] + row[1] + row[2] - 1) < 0.01;
+    });
+}
+
 /// Of samples whose black has been subtracted.
 struct Sensor {
-    int white = 0;                            ///< where the sensor clips, of the colour that does so first
-    std::optional<Colour> gains = {};         ///< the white balance of the camera
-    std::optional<ColourMatrix> matrix = {};  ///< from balanced colours to linear sRGB, white to white
+    int white = 0;                     ///< where the sensor clips, of the colour that does so first
+    bool isMonochrome = false;         ///< sees no colours: what follows is not there
+    std::optional<Colour> gains = {};  ///< the white balance of the camera
+    /// From colours that these gains have balanced to linear sRGB, white to white; none where it is not known.
+    std::function<std::optional<ColourMatrix>(const Colour& gains)> matrix = {};
 };
 
 }  // namespace ko::tool
