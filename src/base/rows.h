@@ -42,13 +42,16 @@ RowWork workOn(const SxImageInfo& image, const Others&... others) noexcept
 /// Tests of threads set it to 0.
 inline std::atomic<std::int64_t> leastSharedWork{std::int64_t{4} << 20};
 
+inline bool isWorthSharing(const RowWork& work) noexcept
+{
+    // In this form no product overflows.
+    return work.rows > 1 && work.bytes >= leastSharedWork.load(std::memory_order_relaxed) / work.rows;
+}
+
 /// Threads that a loop takes.
 inline int threadsFor(const RowWork& work) noexcept
 {
-    // In this form no product overflows.
-    const bool isWorthIt =
-        work.rows > 1 && work.bytes >= leastSharedWork.load(std::memory_order_relaxed) / work.rows;
-    return isWorthIt ? omp_get_max_threads() : 1;
+    return isWorthSharing(work) ? omp_get_max_threads() : 1;
 }
 
 /// Runs `body(y)` for every row, one contiguous block of rows per thread.
@@ -139,20 +142,20 @@ void rowsDynamic(const RowWork& work, const Body& body)
     shareRows(work.rows, threadsFor(work), [&](int, std::int64_t y) noexcept { body(y); });
 }
 
-/// How many bands `bandsByConsent` cuts rows into, for loops whose bands need memory of their own.
-inline int bandsOf(std::int64_t rows) noexcept
+/// Bands of a loop that stays on the calling thread, unless the program allows more by `CallThreads`.
+inline int bandsByConsent(const RowWork& work) noexcept
 {
-    return static_cast<int>(std::clamp<std::int64_t>(rows, 1, CallThreads::current()));
+    return isWorthSharing(work) ? static_cast<int>(std::min<std::int64_t>(work.rows, CallThreads::current()))
+                                : 1;
 }
 
-/// Runs `body(band, begin, end)` for contiguous bands of rows: one band of all rows on the calling thread, or
-/// as many as the program allows by `CallThreads`, each on a thread of its own.
+/// Runs `body(band, begin, end)` for contiguous bands of rows: one band of all rows on the calling thread,
+/// several each on a thread of its own.
 template <class Body>
-void bandsByConsent(std::int64_t rows, const Body& body)
+void inBands(int bands, std::int64_t rows, const Body& body)
 {
     static_assert(noexcept(body(0, std::int64_t{}, std::int64_t{})));
     prepareFetching(rows);
-    const int bands = bandsOf(rows);
     if (bands == 1) {
         body(0, 0, rows);
         return;
@@ -162,12 +165,12 @@ void bandsByConsent(std::int64_t rows, const Body& body)
         body(band, rows * band / bands, rows * (band + 1) / bands);
 }
 
-/// Runs `body(y)` for y = 0...rows - 1 on the calling thread, or in bands where the program allows it.
+/// Runs `body(y)` for every row on the calling thread, or in bands where the program allows it.
 template <class Body>
-void rowsByConsent(std::int64_t rows, const Body& body)
+void rowsByConsent(const RowWork& work, const Body& body)
 {
     static_assert(noexcept(body(std::int64_t{})));
-    bandsByConsent(rows, [&](int, std::int64_t begin, std::int64_t end) noexcept {
+    inBands(bandsByConsent(work), work.rows, [&](int, std::int64_t begin, std::int64_t end) noexcept {
         for (std::int64_t y = begin; y < end; ++y)
             body(y);
     });

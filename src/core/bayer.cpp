@@ -28,7 +28,7 @@ template <class T>
 void splitCells(const SxImageBuf& src, const QRect& roi, BayerCell cell, SxImageBuf& planar)
 {
     const auto split = bayerKernels().of<T>().split;
-    rowsByConsent(planar.height, [&](std::int64_t y) noexcept {
+    rowsByConsent({planar.height, 8 * rowBytes(planar)}, [&](std::int64_t y) noexcept {
         for (const int row : {0, 1})
             split(rowOf(src, roi.top() + 2 * y + row) + roi.left() * std::int64_t{sizeof(T)},
                   planeRowOf(planar, planeOf(cell, 0, row), y), planeRowOf(planar, planeOf(cell, 1, row), y),
@@ -41,7 +41,7 @@ void combineCells(const SxImageBuf& src, const QRect& rect, BayerCell cell, SxIm
 {
     const auto combine = bayerKernels().of<T>().fromMosaic;
     const std::int64_t left = rect.left() * std::int64_t{sizeof(T)};
-    rowsByConsent(dst.height, [&](std::int64_t y) noexcept {
+    rowsByConsent(workOn(dst).times(2), [&](std::int64_t y) noexcept {
         const std::int64_t top = rect.top() + 2 * y;
         combine({rowOf(src, top + cell.redRow) + left, rowOf(src, top + 1 - cell.redRow) + left,
                  cell.redColumn == 0},
@@ -53,7 +53,7 @@ template <class T>
 void combinePlanes(const SxImageBuf& src, const QRect& rect, SxImageBuf& dst)
 {
     const auto combine = bayerKernels().of<T>().fromPlanes;
-    rowsByConsent(dst.height, [&](std::int64_t y) noexcept {
+    rowsByConsent(workOn(dst).times(2), [&](std::int64_t y) noexcept {
         const auto row = [&](int plane) {
             return planeRowOf(src, plane, rect.top() + y) + rect.left() * std::int64_t{sizeof(T)};
         };

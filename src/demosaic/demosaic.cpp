@@ -125,7 +125,8 @@ void interpolate(const SxImageBuf& src, const QRect& roi, SxImageBuf& full, SxIm
     const SampleRange range = depthRange<T>(full);
     const auto top = saturatedTop<T>(full.bitsPerSample);
     // Eight rows for every band: there are four planes, and no more bands than rows of cells.
-    bandsByConsent(dst.height / 2, [&](int band, std::int64_t begin, std::int64_t end) noexcept {
+    const RowWork work{dst.height / 2, 4 * rowBytes(dst)};
+    inBands(bandsByConsent(work), work.rows, [&](int band, std::int64_t begin, std::int64_t end) noexcept {
         CellRows above(full, 8 * band), below(full, 8 * band + 4);
         const auto enlarge = [&](std::int64_t y, const CellRows& rows) noexcept {
             for (const int row : {0, 1})

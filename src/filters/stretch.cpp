@@ -75,8 +75,9 @@ private:
 
 ResultCode stretchToDouble(const SxImageBuf& src, SxImageBuf& dst, const StretchAverageRows& kernels)
 {
-    RowWindows windows(src, dst, 2, bandsOf(src.height));
-    bandsByConsent(src.height, [&](int band, std::int64_t begin, std::int64_t end) noexcept {
+    const int bands = bandsByConsent(workOn(src, dst, dst).times(2));
+    RowWindows windows(src, dst, 2, bands);
+    inBands(bands, src.height, [&](int band, std::int64_t begin, std::int64_t end) noexcept {
         const RowWindow window = windows.of(band);
         const auto doubleRow = [&](std::int64_t y) noexcept {
             kernels.doubleRow(rowOf(src, y), window.row(y), src.width, src.channels);
@@ -94,8 +95,9 @@ ResultCode stretchToDouble(const SxImageBuf& src, SxImageBuf& dst, const Stretch
 
 ResultCode stretchToHalf(const SxImageBuf& src, SxImageBuf& dst, const StretchAverageRows& kernels)
 {
-    RowWindows windows(src, dst, 3, bandsOf(dst.height));
-    bandsByConsent(dst.height, [&](int band, std::int64_t begin, std::int64_t end) noexcept {
+    const int bands = bandsByConsent(workOn(dst, src, src).times(2));
+    RowWindows windows(src, dst, 3, bands);
+    inBands(bands, dst.height, [&](int band, std::int64_t begin, std::int64_t end) noexcept {
         const RowWindow window = windows.of(band);
         std::int64_t next = 2 * begin;
         for (std::int64_t y = begin; y < end; ++y) {
@@ -124,7 +126,7 @@ ResultCode stretchByTaps(const SxImageBuf& src, SxImageBuf& dst, const StretchRo
     std::optional<StretchGather> gather;
     if (kernels.alongByGather != nullptr)
         gather = arrangeGather(along, src.width, src.channels, bytesPerSample(src.dataType));
-    const int bands = apart ? bandsOf(dst.height) : 1;
+    const int bands = apart ? bandsByConsent(workOn(dst, src).times(8)) : 1;
     const auto taps = static_cast<std::size_t>(across.mostTaps());
     std::vector<const std::uint8_t*> tapRows(taps * static_cast<std::size_t>(bands));
     RowWindows windows(src, dst, across.inputsKept() + 1, bands);
@@ -152,10 +154,7 @@ ResultCode stretchByTaps(const SxImageBuf& src, SxImageBuf& dst, const StretchRo
             kernels.across(rows, taken, rowOf(dst, y), rowSamples(src, dst));
         }
     };
-    if (apart)
-        bandsByConsent(dst.height, stretchBand);
-    else
-        stretchBand(0, 0, dst.height);
+    inBands(bands, dst.height, stretchBand);
     return stretched;
 }
 

@@ -39,7 +39,7 @@ void markDifferentInterleaved(const SxImageBuf& src, SxImageBuf& mask, MarkUnlik
                                    : sampleBytes == 2 ? value & 0xFFFFU
                                                       : value;
     const bool byRows = isMono(src) && src.width > 0 && expected <= 0xFFFFU;
-    rowsByConsent(src.height, [&](std::int64_t y) noexcept {
+    rowsByConsent(workOn(src, mask), [&](std::int64_t y) noexcept {
         std::uint8_t* const marks = rowOf(mask, y);
         std::int64_t x = 0;
         if (byRows) {
@@ -90,7 +90,7 @@ ResultCode MaskImage(SxImageBuf& image, const SxImageBuf& mask)
                 };
                 // Rows that reach into each other are no work for several threads.
                 if (rowsStayApart(image))
-                    return rowsByConsent(image.height, clear);
+                    return rowsByConsent(workOn(image, mask), clear);
                 for (std::int64_t y = 0; y < image.height; ++y)
                     clear(y);
             },
@@ -113,7 +113,7 @@ ResultCode SetValueMasked(SxImageBuf& image, const SxImageBuf& mask, const QPoin
                 const T sample = plainValue<T>(value);
                 const SetMaskedRow setRow = maskKernels().setMasked.of<T>();
                 const std::int64_t left = pos.x() * std::int64_t{sizeof(T)};
-                rowsByConsent(mask.height, [&](std::int64_t y) noexcept {
+                rowsByConsent(workOn(mask, image), [&](std::int64_t y) noexcept {
                     setRow(rowOf(image, pos.y() + y) + left, rowOf(mask, y), mask.width, &sample);
                 });
             },

@@ -96,12 +96,13 @@ void takeRows(const RowSet& set, Extremes<T>& extremes, std::int64_t firstCell)
     const ExtremesRows<T>& kernels = extremesKernels().of<T>();
     const std::int64_t lanes = kernels.laneCount(set.period);
     const RowRuns runs = set.runs(sizeof(T));
-    const int bands = bandsOf(runs.work().rows);
+    const RowWork work = runs.work();
+    const int bands = bandsByConsent(work);
     Extremes<T> spread(lanes * bands);
     const SpreadMask spreadMask = selectKernels().spread;
     const std::int64_t widened = set.mask != nullptr && set.period > 1 ? set.samples : 0;
     std::vector<std::uint8_t> selections(static_cast<std::size_t>(widened * bands));
-    bandsByConsent(runs.work().rows, [&](int band, std::int64_t begin, std::int64_t end) noexcept {
+    inBands(bands, work.rows, [&](int band, std::int64_t begin, std::int64_t end) noexcept {
         const ExtremeLanes<T> running{spread.low.data() + band * lanes, spread.high.data() + band * lanes,
                                       lanes, set.period};
         if (set.mask == nullptr) {

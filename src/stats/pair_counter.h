@@ -51,6 +51,12 @@ public:
     }
 
 private:
+    template <class Body>
+    void forEachBand(const Body& body) const
+    {
+        inBands(m_bands, m_bands, [&](int, std::int64_t band, std::int64_t) noexcept { body(band); });
+    }
+
     static constexpr std::int64_t fewPairs = std::int64_t{1} << 15;
     static constexpr std::int64_t mostPairs = std::numeric_limits<std::uint32_t>::max();
     static constexpr std::uint32_t values = 65536;
@@ -68,7 +74,7 @@ private:
     template <class Plane>
     void countByTable(const ChannelPair& pair, const Plane& plane)
     {
-        rowsByConsent(m_bands, [&](std::int64_t band) noexcept {
+        forEachBand([&](std::int64_t band) noexcept {
             std::uint32_t* const counters = ofBand(m_counters, band);
             std::array<std::uint8_t, 2 * longestRun> units;
             forEachPairRun<T>(partOf(pair, band), [&](const std::uint8_t* firsts, const std::uint8_t* seconds,
@@ -99,7 +105,7 @@ private:
             return band == m_bands ? std::ssize(ends) : std::ranges::lower_bound(ends, place) - ends.begin();
         };
         std::atomic<bool> isOutOfMemory{false};
-        rowsByConsent(m_bands, [&](std::int64_t band) noexcept {
+        forEachBand([&](std::int64_t band) noexcept {
             try {
                 for (std::int64_t row = firstRow(band); row < firstRow(band + 1); ++row)
                     addRow(plane, static_cast<std::uint32_t>(row), columnsOf(row, ends),
@@ -115,13 +121,13 @@ private:
     /// A counting sort. Afterwards the ends tell where the columns of a row end that came from a band.
     void sortByRow(const ChannelPair& pair) noexcept
     {
-        rowsByConsent(m_bands, [&](std::int64_t band) noexcept { countRows(pair, band); });
+        forEachBand([&](std::int64_t band) noexcept { countRows(pair, band); });
         std::uint32_t begin = 0;
         for (std::uint32_t row = 0; row < values; ++row) {
             for (int band = 0; band < m_bands; ++band)
                 begin += std::exchange(ofBand(m_ends, band)[row], begin);
         }
-        rowsByConsent(m_bands, [&](std::int64_t band) noexcept { placeColumns(pair, band); });
+        forEachBand([&](std::int64_t band) noexcept { placeColumns(pair, band); });
     }
 
     /// Equal rows follow each other often. Two counters for each take turns, as one would wait for itself.

@@ -16,7 +16,8 @@ namespace ko {
 inline int worthwhileBands(std::int64_t rows, std::int64_t samples, std::int64_t counters) noexcept
 {
     const std::int64_t least = std::max(TallyTables::fewSamples, counters);
-    return bandsOf(std::min(rows, samples / least));
+    return static_cast<int>(
+        std::clamp<std::int64_t>(std::min(rows, samples / least), 1, CallThreads::current()));
 }
 
 /// Calls `count(begin, end, target, tables)` for bands of `rows` rows that hold `samples` samples: for all rows
@@ -37,11 +38,9 @@ void countInBands(std::int64_t rows, std::int64_t samples, int tableCount, const
     tables.reserve(static_cast<std::size_t>(bands));
     for (int band = 0; band < bands; ++band)
         tables.emplace_back(samples / bands, tableCount);
-    // As many rows as bands: each is a band.
-    rowsByConsent(bands, [&](std::int64_t band) noexcept {
+    inBands(bands, rows, [&](int band, std::int64_t begin, std::int64_t end) noexcept {
         const auto index = static_cast<std::size_t>(band);
-        count(rows * band / bands, rows * (band + 1) / bands,
-              band == 0 ? target : TallyTarget(others[index - 1], target.limit), tables[index]);
+        count(begin, end, band == 0 ? target : TallyTarget(others[index - 1], target.limit), tables[index]);
     });
     for (const CxImageHistogram& other : others)
         target.add(other);

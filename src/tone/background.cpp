@@ -162,8 +162,7 @@ ResultCode BackgroundCorrection(const SxImageBuf& background, SxImageBuf& image,
                         ? 255.0
                         : static_cast<std::uint16_t>(toInt64(std::ldexp(1.0, image.bitsPerSample)));
                 correct<T>(image, background, image, channelCount, {.ratio = 1.0, .top = clamp, .keep = true},
-                           factors,
-                           [](const RowWork& work, const auto& body) { rowsByConsent(work.rows, body); });
+                           factors, [](const RowWork& work, const auto& body) { rowsByConsent(work, body); });
             });
     });
 }

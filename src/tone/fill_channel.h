@@ -19,7 +19,9 @@ using SampleBlock = std::array<std::uint8_t, samplesPerBlock * sizeof(T)>;
 template <class Body>
 void partsByConsent(const Selection& selection, const Body& body)
 {
-    bandsByConsent(selection.height, [&](int, std::int64_t begin, std::int64_t end) noexcept {
+    // Samples of one or two bytes are read and written.
+    const RowWork work{selection.height, 4 * selection.width};
+    inBands(bandsByConsent(work), work.rows, [&](int, std::int64_t begin, std::int64_t end) noexcept {
         Selection part = selection;
         part.top += begin;
         part.height = end - begin;

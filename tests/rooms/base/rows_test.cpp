@@ -99,12 +99,22 @@ TEST(RowsByConsent, StayOnTheCallingThreadUnlessAllowed)
 {
     omp_set_num_threads(7);
     const std::thread::id caller = std::this_thread::get_id();
-    bandsByConsent(5, [&](int band, std::int64_t begin, std::int64_t end) noexcept {
-        EXPECT_EQ(std::this_thread::get_id(), caller);
-        EXPECT_EQ(band, 0);
-        EXPECT_EQ(begin, 0);
-        EXPECT_EQ(end, 5);
-    });
+    inBands(bandsByConsent({5, leastSharedWork}), 5,
+            [&](int band, std::int64_t begin, std::int64_t end) noexcept {
+                EXPECT_EQ(std::this_thread::get_id(), caller);
+                EXPECT_EQ(band, 0);
+                EXPECT_EQ(begin, 0);
+                EXPECT_EQ(end, 5);
+            });
+}
+
+TEST(RowsByConsent, ShareNoLoopThatIsShorterThanTheStartOfATeam)
+{
+    const CallThreads allowed(4);
+    EXPECT_EQ(bandsByConsent({64, leastSharedWork / 64 - 1}), 1);
+    EXPECT_EQ(bandsByConsent({64, leastSharedWork / 64}), 4);
+    EXPECT_EQ(bandsByConsent({3, leastSharedWork}), 3);
+    EXPECT_EQ(bandsByConsent({0, leastSharedWork}), 1);
 }
 
 TEST(RowsByConsent, VisitEveryRowOnceInBandsOnSeveralThreads)
@@ -113,13 +123,14 @@ TEST(RowsByConsent, VisitEveryRowOnceInBandsOnSeveralThreads)
         const CallThreads allowed(threads);
         for (const std::int64_t rows : {0, 1, 5, 101}) {
             std::vector<int> visits(static_cast<std::size_t>(rows));
-            rowsByConsent(rows, [&](std::int64_t y) noexcept { ++visits[static_cast<std::size_t>(y)]; });
+            rowsByConsent({rows, leastSharedWork},
+                          [&](std::int64_t y) noexcept { ++visits[static_cast<std::size_t>(y)]; });
             EXPECT_EQ(visits, std::vector<int>(static_cast<std::size_t>(rows), 1));
         }
     }
     const CallThreads allowed(3);
     std::array<int, 3> owner{};
-    bandsByConsent(3, [&](int band, std::int64_t, std::int64_t) noexcept {
+    inBands(3, 3, [&](int band, std::int64_t, std::int64_t) noexcept {
         owner[static_cast<std::size_t>(band)] = omp_get_thread_num();
     });
     EXPECT_EQ(owner, (std::array{0, 1, 2}));
