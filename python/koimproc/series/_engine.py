@@ -174,9 +174,13 @@ def _on_cluster(client: Any, tasks: Sequence[Task], finished: Finished) -> None:
         finished(futures.pop(future))
 
 
-def _leave_interrupts_to_the_program() -> None:
-    """A terminal sends Ctrl-C to workers too. Programs that they start still hear of it."""
-    signal.signal(signal.SIGINT, lambda *_: None)
+class _Undisturbed:
+    """Dask's plugin for worker processes. A terminal sends Ctrl-C, and a batch system SIGTERM, to workers too: they wait
+    for what the program does about it. Programs that they start still hear of both."""
+
+    def setup(self, worker: Any) -> None:
+        for number in (signal.SIGINT, signal.SIGTERM):
+            signal.signal(number, lambda *_: None)
 
 
 @contextmanager
@@ -200,7 +204,7 @@ def team(scheduler: Optional[str], workers: Optional[int]) -> Iterator[Team]:
             workers=dict.fromkeys(range(count), {"cls": distributed.Nanny, "options": of_worker}),
             silence_logs="CRITICAL",
         ) as cluster, distributed.Client(cluster, set_as_default=False) as client:
-            client.run(_leave_interrupts_to_the_program)
+            client.register_worker_plugin(_Undisturbed())
             yield Team(partial(_on_cluster, client), False)
     else:
         with library("distributed").Client(scheduler, set_as_default=False) as client:
