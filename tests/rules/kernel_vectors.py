@@ -5,6 +5,10 @@ loops, none of which holds a vector instruction. They must be those of a list, w
 The list has blocks: the reason, which ends with a full stop, then the kernels, one an indented line. A kernel that has
 vectors on some targets is followed by those on which it has none: `room/file: Kernel<type> [NEON]`. A name with `*`
 stands for helpers that the compiler may as well have put into their callers.
+
+Finds, too, the functions that return with something in the upper halves of the registers. On some processors the next
+instruction of the old encoding then takes hundreds of cycles. The compiler clears them, but not where a function gets
+vectors or hands them to another one: such functions must be inlined.
 """
 import argparse
 import re
@@ -28,6 +32,9 @@ ARM_IDLE = re.compile(r"movi|mvni|dup")
 X86_BRANCH = re.compile(r"j[a-z]+$")
 X86_VECTOR = re.compile(r"%[xyz]mm\d")
 X86_IDLE = re.compile(r"v?(?:\w*(?:ss|sd)(?:2\w+)?|cvt\w*(?:si|ss|sd)\w*|mov[dq]|mova?[pu][sd]|pxor|xorp[sd])$")
+
+X86_CLEAR = re.compile(r"vzero(?:upper|all)$")
+X86_UPPER_HALF = re.compile(r"%[yz]mm\d+(?:\{[^}]*\})*\s*(?:#|$)")  # written, as the last operand
 
 
 @dataclass
@@ -66,6 +73,29 @@ def loops_of(function):
         if goal and first <= int(goal[1], 16) <= address:
             start = int(goal[1], 16)
             yield [step for step in function.instructions[:at + 1] if step[0] >= start]
+
+
+def leaves_upper_halves(function):
+    """Whether a way through the function ends with the upper halves of registers in use."""
+    places = {address: at for at, (address, _, _) in enumerate(function.instructions)}
+    ways, seen = [(0, False)], set()
+    while ways:
+        at, used = ways.pop()
+        if at == len(function.instructions) or (at, used) in seen:
+            continue
+        seen.add((at, used))
+        _, mnemonic, operands = function.instructions[at]
+        if mnemonic.startswith("ret"):
+            if used:
+                return True
+            continue
+        used = not X86_CLEAR.match(mnemonic) and (used or bool(X86_UPPER_HALF.search(operands)))
+        goal = BRANCH_GOAL.search(operands) if X86_BRANCH.match(mnemonic) else None
+        if goal and int(goal[1], 16) in places:
+            ways.append((places[int(goal[1], 16)], used))
+        if mnemonic != "jmp":
+            ways.append((at + 1, used))
+    return False
 
 
 def has_vectors(loop, arm):
@@ -108,22 +138,25 @@ def read_list(path):
 
 
 def look_at(objdump, objects):
-    """The kernels without vectors as {(kernel, target)}, and how many functions with loops {(file, target)} have."""
-    found, seen = set(), Counter()
+    """The kernels without vectors as {(kernel, target)}, how many functions with loops {(file, target)} have, and the
+    functions that leave upper halves of registers in use."""
+    found, seen, leaving = set(), Counter(), set()
     for path, function in functions_of(objdump, objects):
         target = TARGET.search(function.name)
         name = short_name(function.name)
         # A single lane has no vectors, and the function that hands out the table waits for its own first call.
         if not target or target[1] == "SCALAR" or name == "Kernels":
             continue
+        file = room_file(path)
+        if not is_arm(function) and leaves_upper_halves(function):
+            leaving.add(f"{file}: {name} [{target[1]}]")
         loops = list(loops_of(function))
         if not loops:
             continue
-        file = room_file(path)
         seen[file, target[1]] += 1
         if not any(has_vectors(loop, is_arm(function)) for loop in loops):
             found.add((f"{file}: {name}", target[1]))
-    return found, seen
+    return found, seen, leaving
 
 
 def main():
@@ -132,7 +165,7 @@ def main():
     parser.add_argument("objdump")
     parser.add_argument("objects", type=Path, nargs="+", help="those of kernels are looked at")
     args = parser.parse_args()
-    found, seen = look_at(args.objdump, [path for path in args.objects if path.name.endswith("_kernels.cpp.o")])
+    found, seen, leaving = look_at(args.objdump, [path for path in args.objects if path.name.endswith("_kernels.cpp.o")])
     if not seen:
         sys.exit("no kernel has a loop")
     for target in sorted({target for _, target in seen}):
@@ -149,7 +182,10 @@ def main():
     complaints = [f"{kernel} [{target}] has no vectors" for kernel, target in sorted(found - expected)]
     complaints += [f"{kernel} [{target}] has vectors or is gone" for kernel, target in sorted(expected - found)]
     if complaints:
-        sys.exit("\n".join([*complaints, f"See {args.list}"]))
+        complaints.append(f"See {args.list}")
+    complaints += [f"{function} leaves the upper halves of registers in use" for function in sorted(leaving)]
+    if complaints:
+        sys.exit("\n".join(complaints))
 
 
 if __name__ == "__main__":
