@@ -19,8 +19,9 @@ from koimproc._frame import DEPTHS, GRIDS, Array, Frame, grid_at
 
 # What the tool ko writes into the description of a file; the samples stand in the high bits there.
 DESCRIPTION = re.compile(r"koimproc bits=(\d+)(?: grid=([RGB]{4}))?")
-# The head of a binary PGM or PPM file: kind, columns, rows, maximum.
-_NETPBM = re.compile(rb"P([56])" + 3 * rb"(?:\s|#[^\n]*\n)+(\d+)" + rb"\s")
+# The head of a PGM or PPM file, of text or of bytes: kind, columns, rows, maximum.
+_NETPBM = re.compile(rb"P([2356])" + 3 * rb"(?:\s|#[^\n]*\n)+(\d+)" + rb"\s")
+_COMMENT = re.compile(rb"#[^\n]*")
 # Endings of FITS files; those of fpack and of gzip and bzip2 come behind.
 _FITS = re.compile(r".+\.(fits|fit|fts)(\.(fz|gz|bz2))?", re.IGNORECASE | re.DOTALL)
 
@@ -78,9 +79,10 @@ def imread(path: str | os.PathLike[str]) -> Frame:
     """Read a picture, or the mosaic of a camera's raw file.
 
     Pictures are read by OpenImageIO (PNG, TIFF, JPEG, EXR and others) as they lie in the file, FITS files by astropy.
-    Files that the tool `ko` has written say their depth and pattern, which the frame takes over, and so do TIFF files
-    of 10, 12 and 14 bits. Of a file with several pages the first one is read; `koimproc.series.open_series` has all. A
-    camera's raw file is read by the tool `ko`, which subtracts the black levels and changes nothing else.
+    Files that the tool `ko` has written say their depth and pattern, which the frame takes over. TIFF files of 10, 12
+    and 14 bits say their depth, and so do PGM and PPM files by a greatest level such as 4095. Of a file with several
+    pages the first one is read; `koimproc.series.open_series` has all. A camera's raw file is read by the tool `ko`,
+    which subtracts the black levels and changes nothing else.
 
     Parameters
     ----------
@@ -166,12 +168,19 @@ def read_picture(name: str, page: int = 0) -> Frame:
 def _read_netpbm(head: re.Match[bytes], name: str) -> Frame:
     """As the tool reads it; OpenImageIO moves half of the levels of 16 bits by one."""
     kind, columns, rows, maximum = (int(number) for number in head.groups())
-    channels = 3 if kind == 6 else 1
+    channels = 3 if kind in (3, 6) else 1
+    count = rows * columns * channels
     dtype: np.dtype[Any] = np.dtype(">u2") if maximum > 255 else np.dtype(np.uint8)
-    samples = head.string[head.end() :][: rows * columns * channels * dtype.itemsize]
-    if not 1 <= maximum <= 65535 or len(samples) < rows * columns * channels * dtype.itemsize:
+    samples = head.string[head.end() :]
+    found: list[int] | Array
+    if kind <= 3:
+        words = _COMMENT.sub(b"", samples).split()[:count]
+        found = [min(int(word), maximum) for word in words if word.isdigit()]
+    else:
+        found = np.frombuffer(samples, dtype, min(count, len(samples) // dtype.itemsize))
+    if not 1 <= maximum <= 65535 or len(found) < count:
         raise OSError(f"{name}: is damaged or cut short")
-    levels = np.frombuffer(samples, dtype).astype(np.uint32).clip(max=maximum)
+    levels = np.array(found, np.uint32).clip(max=maximum)
     depth = maximum.bit_length() if maximum > 255 and maximum & (maximum + 1) == 0 else DEPTHS[dtype.newbyteorder("=")]
     levels = (levels * (2**depth - 1) + maximum // 2) // maximum
     shape = (rows, columns) if channels == 1 else (rows, columns, channels)

@@ -90,7 +90,7 @@ def test_a_raw_file_without_the_tool_names_the_tool(monkeypatch):
 
 @pytest.mark.parametrize("maximum, bits", [(255, 8), (100, 8), (1, 8), (4095, 12), (1023, 10), (65535, 16), (1000, 16)])
 @pytest.mark.parametrize("channels", [1, 3])
-def test_binary_netpbm_files_are_read_exactly(tmp_path, maximum, bits, channels):
+def test_netpbm_files_are_read_exactly(tmp_path, maximum, bits, channels):
     levels = np.arange(maximum + 1, dtype=">u2" if maximum > 255 else np.uint8).repeat(3)
     kind = 5 if channels == 1 else 6
     columns = levels.size // channels
@@ -100,7 +100,16 @@ def test_binary_netpbm_files_are_read_exactly(tmp_path, maximum, bits, channels)
     expected = (levels.astype(int) * top + maximum // 2) // maximum
     assert f.bits == bits and np.array_equal(np.asarray(f).ravel(), expected)
     assert f.shape == ((1, columns) if channels == 1 else (1, columns, 3))
-    (tmp_path / "a.pnm").write_bytes(b"P5 2 2 65535 1234567")
+    text = "\n".join(map(str, levels.tolist())).replace("\n", " # 7\n", 1)
+    (tmp_path / "b.pnm").write_text(f"P{kind - 3} #c 1\n{columns} 1\n{maximum}\n{text}")
+    again = ko.imread(tmp_path / "b.pnm")
+    assert again.bits == bits and np.array_equal(again, f)
+
+
+@pytest.mark.parametrize("contents", [b"P5 2 2 65535 1234567", b"P2 2 2 4095 1 2 3", b"P2 2 2 4095 1 2 -3 4",
+                                      b"P3 1 1 255 1 2", b"P5 2 2 70000 12345678", b"P5 2 2 0 1234"])
+def test_damaged_netpbm_files_are_refused(tmp_path, contents):
+    (tmp_path / "a.pnm").write_bytes(contents)
     with pytest.raises(OSError, match="cut short"):
         ko.imread(os.fsencode(tmp_path / "a.pnm"))
 

@@ -66,6 +66,18 @@ def test_fits_cubes_in_extensions(part, tmp_path):
         assert same(ks.open_series(tmp_path / "a.fits", dataset=dataset))
 
 
+def test_fits_cubes_of_pictures_have_channels(tmp_path):
+    pictures = FRAMES[:6].reshape(2, 3, *FRAMES.shape[1:])
+    cube = fits.ImageHDU(pictures)
+    cube.header["BAYERPAT"] = "GRBG"
+    fits.HDUList([fits.PrimaryHDU(), cube]).writeto(tmp_path / "a.fits")
+    series = ks.open_series(tmp_path / "a.fits")
+    assert (len(series), series.shape, series.bayer) == (2, (*FRAMES.shape[1:], 3), None)
+    for frame, picture in zip(series, pictures):
+        np.testing.assert_array_equal(frame, np.moveaxis(picture, 0, -1))
+        assert frame.flags.c_contiguous
+
+
 def test_pages_of_other_sizes_fail_alone(tmp_path):
     with tifffile.TiffWriter(tmp_path / "a.tif") as file:
         for index, frame in enumerate(FRAMES):

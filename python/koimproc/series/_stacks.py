@@ -11,6 +11,8 @@ from functools import lru_cache
 from pathlib import Path
 from typing import Any, Union
 
+import numpy as np
+
 from koimproc._io import pattern_of
 from koimproc._memory import empty
 from koimproc.series._sources import Array, Read, Source, check_meaning, library, meaning_of, page_of, samples_of
@@ -97,11 +99,11 @@ class VirtualStackSource(_Stack):
 
 
 class CubeSource(_Stack):
-    """A FITS cube: the last axis of the file counts frames."""
+    """A FITS cube: the last axis of the file counts frames, and the third one of four their channels."""
 
     def _count(self) -> int:
         with self._opened() as cube:
-            self.bayer = pattern_of(cube.header)
+            self.bayer = pattern_of(cube.header) if len(cube.shape) == 3 else None
         return super()._count()
 
     @contextmanager
@@ -111,7 +113,8 @@ class CubeSource(_Stack):
 
     def _frame(self, frames: Any, index: int) -> Array:
         # Images that are compressed have no sections: all frames are read, once as long as the file is open.
-        return samples_of((frames.section if hasattr(frames, "section") else frames.data)[index])
+        frame = (frames.section if hasattr(frames, "section") else frames.data)[index]
+        return samples_of(frame if frame.ndim == 2 else np.moveaxis(frame, 0, -1))
 
 
 class Hdf5Source(_Stack):
