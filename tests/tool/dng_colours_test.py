@@ -102,7 +102,7 @@ class DngColours(ToolTest):
         row = samples[SIDE // 2 * 3 * width:(SIDE // 2 + 1) * 3 * width]
         return [[v / 65535 for v in row[3 * x:3 * x + 3]] for x in range(SIDE // 2, width, SIDE)]
 
-    def expect(self, wanted, patches, limit=1.0):
+    def expect(self, wanted, patches, limit=0.2):
         """Patches are near those wanted, and the first two, which are gray, have no colour."""
         for got, want in zip(patches, wanted):
             difference = math.dist(lab(got), lab(want))

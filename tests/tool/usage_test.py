@@ -41,7 +41,7 @@ class Usage(ToolTest):
         self.write("a.png", png(2, 2, [1, 2, 3, 4]))
         for name in ("/dev/stdout", "/dev/fd/1", "/proc/self/fd/1"):
             for command in (("median", "a.png"), ("pack", "a.png", "--packed", "Mono8"), ("median", "none.png")):
-                self.refuse(*command, "-o", name, names=f"-o {name}: the standard output goes by the name of -", says="",
+                self.refuse(*command, "-o", name, names=f"-o {name}: the standard output has the name -, as in -o -\n", says="",
                             code=2)
 
     def test_what_is_missing_is_named(self):

@@ -21,6 +21,7 @@ DETAIL = "200,80,64,48"
 STEPS = {
     "mosaic.png": "simulate {photo:astronaut.png}",
     "demosaiced.png": "demosaic {mosaic.png}",
+    "demosaiced-menon.png": "demosaic {mosaic.png} --method menon",
     "halved.png": "demosaic {mosaic.png} --half",
     "raw.png": "simulate {photo:astronaut.png} --linear --bits 14",
     "develop-bare.png": "develop {raw.png} --wb 1,1,1 --curve linear --bits 8",

@@ -71,7 +71,8 @@ void verifyTransfer(const CLI::App& command)
     if (const CLI::Option* const output = command.get_option_no_throw("--output"); output && !output->empty())
         for (const char* const name : {"/dev/stdout", "/dev/fd/1", "/proc/self/fd/1"})
             if (output->results().front() == name)
-                throw UsageError(std::string("-o ") + name + ": the standard output goes by the name of -");
+                throw UsageError(std::string("-o ") + name +
+                                 ": the standard output has the name -, as in -o -");
     if (const CLI::Option* output = outputOf(command)) {
         const bool isStream = !output->empty() && output->results().front() == standardStream;
         if (isStream && theTransfer.format.empty())
