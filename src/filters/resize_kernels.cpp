@@ -2,6 +2,7 @@
 
 #include "base/image_view.h"
 
+#include <algorithm>
 #include <cstring>
 
 #undef HWY_TARGET_INCLUDE
@@ -84,6 +85,46 @@ void Across(const ResizeSource<F>& rows, F* sums, std::int64_t samples) noexcept
     add(hn::CappedTag<F, 1>{}, whole, samples);
 }
 
+/// Four rows of results that are bytes of doubles are rounded together, which is faster than to truncate each.
+template <class T, class F, std::size_t Rows>
+constexpr bool areRounded = sizeof(T) == 1 && sizeof(F) == 8 && Rows == 4 && hn::MaxLanes(LanesOf<F>{}) > 1;
+
+/// A vector of results of one row after the other, from sums that have 1/4 added. Rounded to the nearest whole number,
+/// such a sum * scale is what the truncated product is, which is larger by 1/2: that one stays away from whole numbers
+/// by more than roundings move it. `rounder` is added and leaves the number in the low bits.
+template <class D>
+void RoundFourRows(D d, const hn::Vec<D> (&sums)[4], double scale, std::uint8_t* bytes)
+{
+    constexpr double rounder = 6755399441055744.0;  // 1.5 * 2^52
+    constexpr std::size_t lanes = hn::MaxLanes(d), columns = std::min<std::size_t>(lanes, 4);
+    const hn::RebindToUnsigned<D> d64;
+    const hn::Rebind<std::uint32_t, D> d32;
+    const hn::Repartition<std::uint8_t, decltype(d32)> d8;
+    const auto result = [&](std::size_t row) HWY_ATTR {
+        return hn::BitCast(d64, hn::MulAdd(sums[row], hn::Set(d, scale), hn::Set(d, rounder)));
+    };
+    const auto upper = hn::Or(hn::ShiftLeft<8>(result(1)), hn::ShiftLeft<24>(result(3)));
+    const auto all = hn::Or(hn::Or(result(0), hn::ShiftLeft<16>(result(2))), upper);
+    // A lane has the four rows of a column; each block of columns is transposed.
+    struct Order {
+        alignas(16) std::uint8_t from[16];
+        constexpr Order() : from()
+        {
+            for (std::size_t i = 0; i < 4 * columns; ++i)
+                from[i] = static_cast<std::uint8_t>(i % columns * 4 + i / columns);
+        }
+    };
+    static constexpr Order order;
+    auto rows =
+        hn::TableLookupBytes(hn::BitCast(d8, hn::TruncateTo(d32, all)), hn::LoadDup128(d8, order.from));
+    if constexpr (lanes == 8) {
+        alignas(32) static constexpr std::int32_t blocks[8] = {0, 4, 1, 5, 2, 6, 3, 7};
+        rows =
+            hn::BitCast(d8, hn::TableLookupLanes(hn::BitCast(d32, rows), hn::SetTableIndices(d32, blocks)));
+    }
+    hn::StoreU(rows, d8, bytes);
+}
+
 /// `Rows` rows, so that the plan, which is larger than they are, is read less often. `Taps` is 2 where the axis becomes
 /// longer, and 0 for any number.
 template <class T, class F, std::size_t Rows, int Taps>
@@ -100,8 +141,9 @@ void AlongRows(const ResizeRows<F>& rows, const ResizePlan<F>& plan, const Resiz
         };
         V sums[Rows];
         const V first = hn::Load(d, group.weights[0]);
+        const V offset = hn::Set(d, areRounded<T, F, Rows> ? F{0.25} : scale.offset);
         for (std::size_t row = 0; row < Rows; ++row)
-            sums[row] = hn::MulAdd(tap(row, 0), first, hn::Set(d, scale.offset));
+            sums[row] = hn::MulAdd(tap(row, 0), first, offset);
         if (Taps == 0 && plan.innerCount != 0) {
             const V weight = hn::Set(d, plan.inner);
             for (std::size_t row = 0; row < Rows; ++row) {
@@ -119,9 +161,16 @@ void AlongRows(const ResizeRows<F>& rows, const ResizePlan<F>& plan, const Resiz
         }
         std::uint8_t* const at = rows.dst + group.to * static_cast<std::int64_t>(sizeof(T));
         const std::int64_t room = plan.samples - group.to;
+        std::uint8_t bytes[4 * lanes];
+        if constexpr (areRounded<T, F, Rows>)
+            RoundFourRows(d, sums, scale.scale, bytes);
         for (std::size_t row = 0; row < Rows; ++row) {
-            const auto results = ToSamples<T>(d, hn::Mul(sums[row], hn::Set(d, scale.scale)));
             const hn::Rebind<T, LanesOf<F>> dt;
+            hn::Vec<decltype(dt)> results;
+            if constexpr (areRounded<T, F, Rows>)
+                results = hn::LoadU(dt, bytes + row * lanes);
+            else
+                results = ToSamples<T>(d, hn::Mul(sums[row], hn::Set(d, scale.scale)));
             std::uint8_t* const to = at + static_cast<std::int64_t>(row) * rows.stride;
             // What a group writes behind its own results, the next one writes again.
             if (room >= lanes) {

@@ -240,6 +240,34 @@ TEST(ResizeTargets, EqualTheTwinForRatiosOfLongRows)
     });
 }
 
+TEST(ResizeTargets, EqualTheTwinWhereWeightsAreLarge)
+{
+    forEachTarget([] {
+        for (const Layout& format : formats)
+            for (const int to : {61, 97, 101})
+                expectTwins(format, {83, 11}, {to, 53});
+    });
+}
+
+TEST(ResizeTargets, RoundHalvesUpWhereWeightsAreLarge)
+{
+    // The middle column of the result lies between the two in the middle of the source, one of which is higher by one.
+    constexpr int from = 100, to = 201;
+    forEachTarget([] {
+        for (const int level : {0, 1, 2, 127, 128, 253, 254}) {
+            TestImage src(Layout{.width = from, .height = from});
+            for (int y = 0; y < from; ++y)
+                for (int x = 0; x < from; ++x)
+                    src.set<std::uint8_t>(x, y, static_cast<std::uint8_t>(level + (x < from / 2 ? 1 : 0)));
+            TestImage dst(Layout{.width = to, .height = to});
+            ASSERT_EQ(Resize(src, dst), ResultOk);
+            for (int y = 0; y < to; ++y)
+                for (int x = 0; x < to; ++x)
+                    ASSERT_EQ(dst.get<std::uint8_t>(x, y), level + (x <= to / 2 ? 1 : 0)) << x << ", " << y;
+        }
+    });
+}
+
 TEST(ResizeTargets, EqualTheTwinForHalvesAndQuartersOfAnyWidth)
 {
     forEachTarget([] {
