@@ -197,8 +197,10 @@ def _checked(
         if out._bayer != bayer:
             raise ArgumentError("out", f"a frame with bayer={bayer!r} is wanted, not {out._bayer!r}")
         array = out._array
-    elif isinstance(out, np.ndarray):
+    elif type(out) is np.ndarray:
         array = out
+    elif isinstance(out, np.ndarray):
+        array = array_of(out, "out")  # what subclasses make of arithmetic is not wanted
     else:
         raise SampleTypeError("out", f"an array or a frame is wanted, not {type(out).__name__}")
     if array.dtype != dtype:

@@ -56,7 +56,10 @@ def array_of(pixels: object, name: str) -> Array:
     if hasattr(pixels, "__array_interface__") or hasattr(pixels, "__array__"):
         return np.asarray(pixels)
     if hasattr(pixels, "__dlpack__"):
-        return np.from_dlpack(pixels)
+        try:
+            return np.from_dlpack(pixels)
+        except (BufferError, RuntimeError) as error:  # of a type that DLPack does not have, on another device ...
+            raise ArgumentError(name, f"memory that cannot be read: {error}") from None
     raise SampleTypeError(
         name, f"an array is wanted, not {type(pixels).__name__}; give it a dtype with np.asarray(..., dtype=)"
     )

@@ -84,3 +84,19 @@ def test_closed_memory():
     with pytest.raises(ko.ArgumentError) as caught:
         ko.median(view)
     assert caught.value.argument == "image"
+
+
+@pytest.mark.parametrize("memory", [np.zeros((4, 4), bool), np.zeros((4, 4), ">u2")])
+def test_memory_that_dlpack_does_not_have(memory):
+    with pytest.raises(ko.ArgumentError, match="image: memory that cannot be read"):
+        ko.median(Handed(memory))
+
+
+def test_results_go_into_the_memory_of_subclasses():
+    a = random_picture((6, 8), np.uint8)
+    out = np.zeros((6, 8), np.uint8).view(np.matrix)
+    defects = np.eye(6, 8, dtype=bool)
+    ko.correct_defects(a, defects, out=out)
+    assert np.array_equal(np.asarray(out), ko.correct_defects(a, defects))
+    with pytest.raises(ko.SampleTypeError, match="out: a masked array"):
+        ko.median(a, out=np.ma.zeros((6, 8), np.uint8))

@@ -102,3 +102,58 @@ def test_defects_are_corrected_before_the_flat_field(tmp_path):
     assert again.resumed == 0, "another map"
     with pytest.raises(ValueError, match="defects"):
         ks.calibrate(plain, out, flat=flat, defects=defects[1:])
+
+
+def test_a_frame_is_written_with_what_it_means(tmp_path):
+    samples = frames_of(1, (6, 8))[0]
+    path = tmp_path / "a.tif"
+    for frame, options, bits, bayer in (
+            (ko.Frame(samples, 12, "GRBG"), (), 12, "GRBG"), (ko.Frame(samples, 12, "GRBG"), (14, "RGGB"), 14, "RGGB"),
+            (samples, (), 16, None), (samples.astype(">u2"), (12,), 12, None)):
+        ks.write_frame(path, frame, *options)
+        read = ko.imread(path)
+        assert (read.bits, read.bayer) == (bits, bayer) and np.array_equal(read, samples)
+
+
+@pytest.mark.parametrize("frame, options, argument", [
+    (np.full((2, 2), 256, "u2"), (8,), "frame"), (np.zeros((2, 2), "u2"), (17,), "bits"), (np.zeros((2, 2), "u2"), (0,), "bits"),
+    (np.zeros((2, 2), "u2"), (12, "RGB"), "bayer"), (np.zeros(2, "u2"), (), "frame"), ([[1]], (), "frame"),
+    (np.zeros((2, 2), "f4"), (), "frame")])
+def test_a_frame_that_no_file_holds_is_not_written(frame, options, argument, tmp_path):
+    with pytest.raises((ko.ArgumentError, ko.SampleTypeError)) as raised:
+        ks.write_frame(tmp_path / "a.tif", frame, *options)
+    assert raised.value.argument == argument and not list(tmp_path.iterdir())
+
+
+@pytest.mark.parametrize("call, argument", [
+    (lambda series, out: ks.accumulate("darks/*.tif", "mean"), "series"),
+    (lambda series, out: ks.run({"operations": []}, series.names, out), "series"),
+    (lambda series, out: ks.find_defects(flats=series.names), "flats"),
+    (lambda series, out: ks.find_defects(series, hot=float("nan")), "hot"),
+    (lambda series, out: ks.find_defects(series, noisy=-1), "noisy"),
+    (lambda series, out: ks.calibrate(series, out, flat=[1]), "flat"),
+    (lambda series, out: ks.calibrate(series, out, flat=series[0][:3]), "flat"),
+    (lambda series, out: ks.calibrate("darks/*.tif", out, flat=series[0]), "series"),
+    (lambda series, out: ks.accumulate(series, "mean", workers=1.5), "workers"),
+    (lambda series, out: ks.accumulate(series, "mean", frames_per_part=0), "frames_per_part"),
+    (lambda series, out: ks.run({"operations": [object()]}, series, out), "recipe"),
+    (lambda series, out: ks.Accumulator("mean").merge(3), "other")])
+def test_wrong_arguments_are_named(call, argument, tmp_path):
+    series = stored("tiff files", frames_of(2, (6, 8)), tmp_path)
+    with pytest.raises((ko.ArgumentError, ko.SampleTypeError)) as raised:
+        call(series, tmp_path / "out")
+    assert raised.value.argument == argument
+
+
+def test_frames_divide_as_their_arrays_do(tmp_path):
+    series = stored("tiff files", frames_of(2, (6, 8)), tmp_path)
+    flat = np.full((6, 8), 2000, "u2")
+    ks.calibrate(series, tmp_path / "a", flat=flat, workers=1)
+    ks.calibrate(series, tmp_path / "b", flat=ko.Frame(flat, 12, "GRBG"), workers=1)
+    assert bytes_in(tmp_path / "a") == bytes_in(tmp_path / "b")
+
+
+def test_what_is_no_accumulator_is_named(tmp_path):
+    (tmp_path / "sums").write_bytes(b"II*")
+    with pytest.raises(ValueError, match="sums: no accumulator"):
+        ks.Accumulator.load(tmp_path / "sums")

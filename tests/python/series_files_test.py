@@ -1,4 +1,6 @@
 """Files of other programs: what koimproc.series makes of them is what imread and the tool make of them."""
+import os
+
 import h5py
 import numpy as np
 import OpenImageIO as oiio
@@ -73,6 +75,26 @@ def test_frames_behind_the_only_page_are_found(byteorder, tmp_path):
     assert (len(series), series.dtype) == (5, np.dtype("u2"))
     np.testing.assert_array_equal(list(series), frames)
     np.testing.assert_array_equal(ks.accumulate(series, "max", workers=2)[0].result()["max"], frames.max(0))
+
+
+def cut_stack(path, frames):
+    tifffile.imwrite(path, frames, truncate=True, photometric="minisblack")
+
+
+def cut_cube(path, frames):
+    fits.PrimaryHDU(frames).writeto(path)
+
+
+@pytest.mark.parametrize("write, name", [(cut_stack, "a.tif"), (cut_cube, "a.fits")])
+def test_files_that_become_shorter_while_they_are_read_end_no_program(write, name, tmp_path):
+    frames = frames_of(9, (64, 64))
+    write(tmp_path / name, frames)
+    series = ks.open_series(tmp_path / name)
+    with series.reader() as read:
+        np.testing.assert_array_equal(read(0), frames[0])
+        os.truncate(tmp_path / name, 20000)
+        with pytest.raises(ks.FrameError, match=r"\[8\]"):
+            read(8)
 
 
 @pytest.mark.parametrize("ending", ["png", "pgm"])

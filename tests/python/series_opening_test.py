@@ -10,6 +10,7 @@ import zarr
 from astropy.io import fits
 from series_support import accumulator, digest, frames_of, stored
 
+import koimproc as ko
 from koimproc import series as ks
 
 FRAMES = frames_of(7, (12, 17))
@@ -84,6 +85,30 @@ def test_pages_of_other_sizes_fail_alone(tmp_path):
             file.write(frame[:5] if index == 2 else frame, photometric="minisblack")
     _, report = ks.accumulate(ks.open_series(tmp_path / "a.tif"), "mean", on_error="skip", workers=1)
     assert report.done == 6 and [name[-3:] for name, _ in report.failed] == ["[2]"]
+
+
+@pytest.mark.parametrize("frames", [5, None, b"darks"])
+def test_what_is_no_path_is_told(frames):
+    with pytest.raises(ko.ArgumentError, match="frames: a path, a pattern or a list of paths is wanted"):
+        ks.open_series(frames)
+
+
+def test_slices_of_slices_get_no_deeper(tmp_path):
+    zarr.save(str(tmp_path / "a.zarr"), FRAMES)
+    series = ks.open_series(tmp_path / "a.zarr")
+    assert np.array_equal(list(series[::-1][1:6][::2]), FRAMES[::-1][1:6][::2])
+    assert np.array_equal(list(series[1:6][::-1][1:]), FRAMES[1:6][::-1][1:])
+    assert series[1:5][1:].key() == series[2:5].key()
+    for _ in range(1500):
+        series = series[:]
+    assert same(series)
+
+
+def test_a_function_that_makes_no_frame_is_told(tmp_path):
+    zarr.save(str(tmp_path / "a.zarr"), FRAMES)
+    for result in (5, None, FRAMES[0, 0]):
+        with pytest.raises(ks.FrameError, match="function"):
+            ks.open_series(tmp_path / "a.zarr").map(lambda frame, result=result: result)
 
 
 def test_names_may_have_gaps_blanks_and_any_letters(tmp_path):

@@ -171,6 +171,8 @@ class Accumulator:
 
     def merge(self, other: Accumulator) -> Accumulator:
         """Add what another accumulator holds, which stays as it is; returns this one."""
+        if not isinstance(other, Accumulator):
+            raise ArgumentError("other", f"an accumulator is wanted, not {type(other).__name__}")
         if (self._what, self._bits, self._level) != (other._what, other._bits, other._level):
             raise ArgumentError("other", "an accumulator of the same results, bits and level is wanted")
         # In one order everywhere, so that no two threads wait for each other.

@@ -8,10 +8,12 @@ from typing import Any, Optional
 import numpy as np
 import numpy.typing as npt
 
+from koimproc._arrays import Image
 from koimproc._errors import ArgumentError
 from koimproc._filters import median
+from koimproc._frame import array_of
 from koimproc._stats import POSITIONS
-from koimproc.series._engine import Report
+from koimproc.series._engine import Report, need_series
 from koimproc.series._files import PathLike
 from koimproc.series._recipe import correction_of, records_in, run
 from koimproc.series._results import write_frame
@@ -79,6 +81,12 @@ def find_defects(
     """
     if darks is None and flats is None:
         raise ArgumentError("darks", "darks or flats are wanted")
+    for name, series in (("darks", darks), ("flats", flats)):
+        if series is not None:
+            need_series(series, name)
+    for name, share in (("hot", hot), ("noisy", noisy), ("dead", dead)):
+        if not share >= 0:
+            raise ArgumentError(name, f"0 or more is wanted, not {share!r}")
     shapes = {series.shape for series in (darks, flats) if series is not None}
     if len(shapes) > 1:
         raise ArgumentError("flats", f"frames of the darks' shape are wanted, not the shapes {shapes}")
@@ -104,8 +112,8 @@ def calibrate(
     series: Series,
     out: PathLike,
     *,
-    flat: Array,
-    dark: Optional[Array] = None,
+    flat: Image,
+    dark: Optional[Image] = None,
     defects: Optional[npt.NDArray[np.bool_]] = None,
     **engine: Any,
 ) -> Report:
@@ -115,7 +123,7 @@ def calibrate(
     ----------
     series, out
         As for `run`.
-    flat, dark : array
+    flat, dark : array or Frame
         Frames like those of the series, such as `master` makes.
     defects : array, optional
         Of bool and shape (rows, columns), such as `find_defects` makes. `correct_defects` replaces these pixels in the
@@ -123,14 +131,16 @@ def calibrate(
     **engine
         As for `run`.
     """
+    need_series(series)
     records = records_in(out)
     correction = None if defects is None else correction_of(defects, series)
     operation = {"op": "flatfield"}
-    for option, frame in (("background", flat), ("dark", dark)):
-        if frame is None:
+    for name, option, image in (("flat", "background", flat), ("dark", "dark", dark)):
+        if image is None:
             continue
+        frame = array_of(image, name)
         if frame.shape != series.shape or frame.dtype != series.dtype:
-            raise ArgumentError(option, "a frame like those of the series is wanted")
+            raise ArgumentError(name, f"a frame like those of the series is wanted: {series.dtype} of shape {series.shape}")
         if correction is not None:
             frame = frame.copy()
             correction.apply(frame)

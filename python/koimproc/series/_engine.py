@@ -17,7 +17,7 @@ from typing import Any, Optional
 
 import numpy as np
 
-from koimproc._arrays import CAMERA_SAMPLES
+from koimproc._arrays import CAMERA_SAMPLES, whole
 from koimproc._errors import ArgumentError, SampleTypeError
 from koimproc.series._files import PathLike, replacing
 from koimproc.series._series import Series
@@ -65,8 +65,15 @@ def bytes_of_frame(series: Series) -> int:
     return max(1, int(np.prod(series.shape)) * series.dtype.itemsize)
 
 
+def need_series(series: object, name: str = "series") -> None:
+    """Refuses what is no series, such as the pattern that `open_series` takes."""
+    if not isinstance(series, Series):
+        raise SampleTypeError(name, f"a series is wanted, such as open_series gives, not {type(series).__name__}")
+
+
 def need_camera_samples(series: Series) -> None:
     """Refuses series of samples that the operations do not take."""
+    need_series(series)
     if series.dtype not in CAMERA_SAMPLES:
         raise SampleTypeError("series", f"samples of uint8 or uint16 are wanted, not {series.dtype}; see Series.map")
 
@@ -93,8 +100,7 @@ def even_lengths(series: Series, frames_per_part: Optional[int]) -> list[int]:
     """Lengths of parts of so many frames, the last one of what is left."""
     if frames_per_part is None:
         frames_per_part = part_length(series)
-    if frames_per_part < 1:
-        raise ArgumentError("frames_per_part", f"at least 1 is wanted, not {frames_per_part}")
+    whole(frames_per_part, "frames_per_part", 1)
     return [min(frames_per_part, len(series) - start) for start in range(0, len(series), frames_per_part)]
 
 
@@ -217,8 +223,8 @@ def check_engine(scheduler: Optional[str], workers: Optional[int], on_error: str
         raise ArgumentError("on_error", f"'raise' or 'skip' is wanted, not {on_error!r}")
     if scheduler not in (None, "processes") and "://" not in str(scheduler):
         raise ArgumentError("scheduler", f"None, 'processes' or an address such as tcp://host:8786, not {scheduler!r}")
-    if workers is not None and workers < 1:
-        raise ArgumentError("workers", f"at least 1 is wanted, not {workers}")
+    if workers is not None:
+        whole(workers, "workers", 1)
 
 
 @lru_cache(maxsize=1)

@@ -8,9 +8,7 @@ from collections.abc import Callable, Iterator, Sequence
 from contextlib import contextmanager
 from typing import Any, Optional
 
-import numpy as np
-
-from koimproc._frame import Frame
+from koimproc._frame import Frame, array_of, check_shape
 from koimproc.series._sources import Array, Read, Source, check_meaning, library, samples_of
 
 
@@ -18,6 +16,11 @@ class Chosen(Source):
     """Some frames of a source."""
 
     def __init__(self, source: Source, indices: range) -> None:
+        if isinstance(source, Chosen):
+            # So a series that is cut again and again does not get deeper.
+            start, step = source._indices.start, source._indices.step
+            indices = range(start + step * indices.start, start + step * indices.stop, step * indices.step)
+            source = source._source
         self._source = source
         self._indices = indices
         self.bits, self.bayer = source.bits, source.bayer
@@ -81,4 +84,6 @@ class Mapped(Source):
             self.bits, self.bayer = meaning
             self._is_first = False
         check_meaning(meaning, self)
-        return samples_of(np.asarray(made))
+        array = array_of(made, "function")
+        check_shape(array, "function")
+        return samples_of(array)

@@ -27,7 +27,11 @@ def _numbered(path: str) -> list[tuple[int, Union[int, str]]]:
 
 def source_of(frames: Union[PathLike, Sequence[PathLike]], dataset: Union[str, int, None]) -> Source:
     if not isinstance(frames, (str, os.PathLike)):
-        paths = [os.fspath(path) for path in frames]
+        try:
+            paths = [os.fspath(path) for path in frames]
+        except TypeError:
+            wanted = "a path, a pattern or a list of paths is wanted"
+            raise ArgumentError("frames", f"{wanted}, not {type(frames).__name__}") from None
         if not paths:
             raise ArgumentError("frames", "a series has at least one frame")
         return _opened(paths[0], lambda: FilesSource(paths))

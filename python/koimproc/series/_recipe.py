@@ -25,6 +25,7 @@ from koimproc.series._engine import (
     fail,
     frames_of,
     need_camera_samples,
+    need_series,
     parts_of,
     run_parts,
     team,
@@ -228,6 +229,7 @@ def run(
     ValueError
         For a recipe that `ko run` refuses, and for a Zarr array of another kind in `out`.
     """
+    need_series(series)
     check_engine(scheduler, workers, on_error)
     if memory is not None:
         if memory < 1 or scheduler not in (None, "processes"):
@@ -275,6 +277,10 @@ def _recipe_file(recipe: Recipe, records: str) -> str:
     if not isinstance(recipe, Mapping):
         return os.path.abspath(recipe)
     path = os.path.join(records, "recipe.json")
+    try:
+        contents = json.dumps(recipe)
+    except (TypeError, ValueError) as error:
+        raise ArgumentError("recipe", f"cannot be written as JSON: {error}") from None
     with replacing(path) as file:
-        file.write(json.dumps(recipe).encode())
+        file.write(contents.encode())
     return path

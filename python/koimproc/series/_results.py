@@ -8,17 +8,42 @@ from typing import Any, Optional
 
 import numpy.typing as npt
 
+from koimproc._arrays import Image, Source
+from koimproc._errors import ArgumentError
+from koimproc._frame import Frame
 from koimproc.series._files import PathLike, naming, replacing
 from koimproc.series._sources import library, read_tiff
 
 Array = npt.NDArray[Any]
 
 
-def write_frame(path: PathLike, frame: Array, bits: int, bayer: Optional[str] = None) -> None:
-    """Write a frame as the TIFF file that the tool ko reads with the same depth and pattern."""
-    shifted = frame << (8 * frame.dtype.itemsize - bits)
-    description = f"koimproc bits={bits}" + (f" grid={bayer}" if bayer else "")
-    photometric = "rgb" if frame.ndim == 3 and frame.shape[2] in (3, 4) else "minisblack"
+def write_frame(path: PathLike, frame: Image, bits: Optional[int] = None, bayer: Optional[str] = None) -> None:
+    """Write a frame as the TIFF file that the tool ko reads with the same depth and pattern.
+
+    Parameters
+    ----------
+    path : path
+        Name of the file.
+    frame : array or Frame
+        uint8 or uint16, of shape (rows, columns) or (rows, columns, channels).
+    bits, bayer : optional
+        Depth and pattern; those of a `Frame`, or all bits of the dtype and no pattern, unless given.
+
+    Raises
+    ------
+    ArgumentError
+        For samples beyond the depth, and for shapes, depths and patterns that no frame has.
+    SampleTypeError
+        For what is no array, and for another dtype.
+    """
+    source = Source(frame, name="frame", mosaic=True)
+    meant = Frame(source.array, source.bits if bits is None else bits, source.bayer if bayer is None else bayer)
+    samples = source.array
+    if samples.size and samples.max() >> meant.bits:
+        raise ArgumentError("frame", f"has a sample of {samples.max()}, more than its {meant.bits} bits")
+    shifted = samples << (8 * samples.itemsize - meant.bits)
+    description = f"koimproc bits={meant.bits}" + (f" grid={meant.bayer}" if meant.bayer else "")
+    photometric = "rgb" if samples.ndim == 3 and samples.shape[2] in (3, 4) else "minisblack"
     with replacing(path) as file:
         library("tifffile").imwrite(
             file, shifted, photometric=photometric, description=description, metadata=None, software=False

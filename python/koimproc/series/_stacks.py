@@ -97,6 +97,14 @@ class VirtualStackSource(_Stack):
             shape = file.pages[0].shape
         yield tifffile.memmap(self._path, mode="r").reshape(-1, *shape)
 
+    def _frame(self, frames: Any, index: int) -> Array:
+        # The map says where the samples lie. To look at them there would end the program where the file has become shorter.
+        count = frames[index].size
+        frame = np.fromfile(self._path, frames.dtype, count, offset=frames.offset + index * count * frames.itemsize)
+        if frame.size < count:
+            raise ValueError("the file is not complete")
+        return samples_of(frame.reshape(frames.shape[1:]))
+
 
 class CubeSource(_Stack):
     """A FITS cube: the last axis of the file counts frames, and the third one of four their channels."""
@@ -108,7 +116,7 @@ class CubeSource(_Stack):
 
     @contextmanager
     def _opened(self) -> Iterator[Any]:
-        with library("astropy.io.fits").open(self._path) as file:
+        with library("astropy.io.fits").open(self._path, memmap=False) as file:
             yield file[self._dataset or 0]
 
     def _frame(self, frames: Any, index: int) -> Array:

@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import json
+import os
 from typing import IO, Any
 
 import numpy as np
@@ -32,8 +33,11 @@ def write_sums(path: PathLike, state: dict[str, Any], durable: bool) -> None:
 def read_sums(path: PathLike) -> dict[str, Any]:
     """The state that `write_sums` has written."""
     with open(path, "rb") as file:
-        facts: dict[str, Any] = json.loads(str(np.load(file)))
-        planes = {name: _read_array(file) for name in facts.pop("arrays")}
+        try:
+            facts: dict[str, Any] = json.loads(str(np.load(file)))
+            planes = {name: _read_array(file) for name in facts.pop("arrays")}
+        except (ValueError, EOFError, KeyError, TypeError, AttributeError) as error:
+            raise ValueError(f"{os.fspath(path)}: no accumulator, or a damaged one: {error}") from None
     facts["what"], facts["shape"] = tuple(facts["what"]), tuple(facts["shape"])
     facts["dtype"] = None if facts["dtype"] is None else np.dtype(facts["dtype"])
     return {**facts, "histogram": planes.pop("histogram", None), "planes": planes}
