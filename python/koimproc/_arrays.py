@@ -3,18 +3,20 @@
 from __future__ import annotations
 
 import math
-from collections.abc import Collection
+from collections.abc import Collection, Sequence
 from typing import Any, Union
 
 import numpy as np
 
 from koimproc import native
 from koimproc._errors import ArgumentError, SampleTypeError
-from koimproc._frame import DEPTHS, NO_GRID, Array, Frame, Pixels, array_of, check_shape, frame_over, wrong_samples
+from koimproc._frame import DEPTHS, NO_GRID, Array, Frame, Pixels, Whole, array_of, check_shape, frame_over, wrong_samples
 from koimproc._memory import empty
 
 Image = Union[Pixels, Frame]
 Output = Union[Array, Frame]
+# Rows and columns, such as a part of an array's shape.
+Size = Union[Sequence[Whole], Array]
 DType = np.dtype[Any]
 
 UINT8 = np.dtype(np.uint8)

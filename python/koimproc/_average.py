@@ -2,22 +2,26 @@
 
 from __future__ import annotations
 
-from collections.abc import Sequence
+from collections.abc import Iterable
 from typing import overload
 
 from koimproc import native
-from koimproc._arrays import Output, Source, like
+from koimproc._arrays import Image, Output, Source, like
 from koimproc._errors import ArgumentError, SampleTypeError
-from koimproc._frame import Array, Frame, Pixels, array_of
+from koimproc._frame import Array, Frame, Pixels, Whole, array_of
 from koimproc._threads import run
 
 
 @overload
-def average(images: Sequence[Frame], *, out: Output | None = ..., threads: int | None = ...) -> Frame: ...
+def average(  # type: ignore[misc]  # to mypy an array may be made of frames
+    images: Array | memoryview, *, out: Output | None = ..., threads: Whole | None = ...
+) -> Array: ...
 @overload
-def average(images: Sequence[Pixels], *, out: Output | None = ..., threads: int | None = ...) -> Array: ...
+def average(images: Iterable[Frame], *, out: Output | None = ..., threads: Whole | None = ...) -> Frame: ...
+@overload
+def average(images: Iterable[Pixels], *, out: Output | None = ..., threads: Whole | None = ...) -> Array: ...
 def average(
-    images: Sequence[Frame] | Sequence[Pixels], *, out: Output | None = None, threads: int | None = None
+    images: Array | memoryview | Iterable[Image], *, out: Output | None = None, threads: Whole | None = None
 ) -> Frame | Array:
     """Average a series of images.
 
@@ -25,9 +29,9 @@ def average(
 
     Parameters
     ----------
-    images : sequence of array or Frame
+    images : iterable of array or Frame
         1...65537 images, uint8 or uint16, all of the same dtype, shape, depth and pattern. An array of more dimensions
-        is a sequence too.
+        and a series are among these.
     out : array or Frame, optional
         Where the result goes: of the same dtype and shape.
     threads : int, optional

@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import math
+from collections.abc import Sequence
 from typing import overload
 
 import numpy as np
@@ -12,7 +13,7 @@ from koimproc import native
 from koimproc._arrays import ALL_SAMPLES, CAMERA_SAMPLES, UINT16, Image, Output, Source, Target, flat, mask_of, whole
 from koimproc._correct import Numbers, per_colour, row_blocks
 from koimproc._errors import ArgumentError, SampleTypeError
-from koimproc._frame import DEPTHS, NO_GRID, Array, Frame, Pixels
+from koimproc._frame import DEPTHS, NO_GRID, Array, Frame, Pixels, Whole
 from koimproc._stats import minmax
 from koimproc._threads import limit, run
 
@@ -23,34 +24,34 @@ _MOST = 65535.0
 @overload
 def rescale_intensity(
     image: Frame,
-    in_range: str | tuple[Numbers, Numbers] = ...,
+    in_range: str | Sequence[Numbers] | Array = ...,
     *,
     dtype: npt.DTypeLike = ...,
-    bits: int | None = ...,
+    bits: Whole | None = ...,
     mask: Image | None = ...,
     out: Output | None = ...,
-    threads: int | None = ...,
+    threads: Whole | None = ...,
 ) -> Frame: ...
 @overload
 def rescale_intensity(
     image: Pixels,
-    in_range: str | tuple[Numbers, Numbers] = ...,
+    in_range: str | Sequence[Numbers] | Array = ...,
     *,
     dtype: npt.DTypeLike = ...,
-    bits: int | None = ...,
+    bits: Whole | None = ...,
     mask: Image | None = ...,
     out: Output | None = ...,
-    threads: int | None = ...,
+    threads: Whole | None = ...,
 ) -> Array: ...
 def rescale_intensity(
     image: Image,
-    in_range: str | tuple[Numbers, Numbers] = "image",
+    in_range: str | Sequence[Numbers] | Array = "image",
     *,
     dtype: npt.DTypeLike = None,
-    bits: int | None = None,
+    bits: Whole | None = None,
     mask: Image | None = None,
     out: Output | None = None,
-    threads: int | None = None,
+    threads: Whole | None = None,
 ) -> Frame | Array:
     """Spread a range of levels over all levels, or bring samples of any type to 8 or 16 bits.
 

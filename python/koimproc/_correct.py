@@ -11,13 +11,13 @@ import numpy.typing as npt
 from koimproc import native
 from koimproc._arrays import Image, Output, Source, like, need_colours, number, numbers_of
 from koimproc._errors import ArgumentError
-from koimproc._frame import Array, Frame, Pixels
+from koimproc._frame import Array, Frame, Number, Pixels, Whole
 from koimproc._memory import empty
 from koimproc._stats import minmax
 from koimproc._sums import means_of
 from koimproc._threads import limit, run
 
-Numbers = Union[float, Sequence[float], npt.NDArray[Any]]
+Numbers = Union[Number, Sequence[Number], Array]
 
 # More than what the library's three roundings can take from a quotient, which might fall below a whole number.
 _UP = 1 + 2.0**-51
@@ -60,11 +60,11 @@ def black_levels(black: Numbers, source: Source) -> list[int]:
 
 @overload
 def white_balance(
-    image: Frame, gains: Numbers, *, black: Numbers = ..., out: Output | None = ..., threads: int | None = ...
+    image: Frame, gains: Numbers, *, black: Numbers = ..., out: Output | None = ..., threads: Whole | None = ...
 ) -> Frame: ...
 @overload
 def white_balance(
-    image: Pixels, gains: Numbers, *, black: Numbers = ..., out: Output | None = ..., threads: int | None = ...
+    image: Pixels, gains: Numbers, *, black: Numbers = ..., out: Output | None = ..., threads: Whole | None = ...
 ) -> Array: ...
 def white_balance(
     image: Image,
@@ -72,7 +72,7 @@ def white_balance(
     *,
     black: Numbers = 0,
     out: Output | None = None,
-    threads: int | None = None,
+    threads: Whole | None = None,
 ) -> Frame | Array:
     """Subtract black levels and multiply by gains, one of each per colour.
 
@@ -193,7 +193,7 @@ def flat_field(
     dark: Image | None = ...,
     *,
     out: Output | None = ...,
-    threads: int | None = ...,
+    threads: Whole | None = ...,
 ) -> Frame: ...
 @overload
 def flat_field(
@@ -202,7 +202,7 @@ def flat_field(
     dark: Image | None = ...,
     *,
     out: Output | None = ...,
-    threads: int | None = ...,
+    threads: Whole | None = ...,
 ) -> Array: ...
 def flat_field(
     image: Image,
@@ -210,7 +210,7 @@ def flat_field(
     dark: Image | None = None,
     *,
     out: Output | None = None,
-    threads: int | None = None,
+    threads: Whole | None = None,
 ) -> Frame | Array:
     """Divide out what a lens and a sensor do to an evenly lit field.
 

@@ -10,7 +10,7 @@ from koimproc import native
 from koimproc._arrays import UINT8, Output, Source, Target, whole
 from koimproc._correct import Numbers, black_levels, per_colour
 from koimproc._errors import ArgumentError, SampleTypeError
-from koimproc._frame import Array, Frame, frame_over
+from koimproc._frame import Array, Frame, Whole, frame_over
 from koimproc._memory import empty
 from koimproc._stats import POSITIONS, moments
 from koimproc._threads import limit, run
@@ -80,7 +80,7 @@ def _demosaic(pixels: Array, frame: Frame, bits: int, method: str, target: Array
 
 
 def demosaic(
-    frame: Frame, method: str = "menon", *, out: Output | None = None, threads: int | None = None
+    frame: Frame, method: str = "menon", *, out: Output | None = None, threads: Whole | None = None
 ) -> Frame:
     """Turn a raw mosaic into a colour picture. Colours lie where the sensor saw them.
 
@@ -167,10 +167,10 @@ def develop(
     white_balance: Balance = "gray-world",
     *,
     black: Numbers = 0,
-    white: int | None = None,
+    white: Whole | None = None,
     method: str = "menon",
     out: Output | None = None,
-    threads: int | None = None,
+    threads: Whole | None = None,
 ) -> Frame:
     """Turn a raw mosaic into a picture to look at: black level, white balance, colours, and the curve of sRGB.
 

@@ -6,11 +6,12 @@ from collections.abc import Callable
 from typing import Any, overload
 
 import numpy as np
+import numpy.typing as npt
 
 from koimproc import native
 from koimproc._arrays import FLOAT64, INT32, Image, Output, Source, Target, like, mask_of, record_of, whole
 from koimproc._errors import ArgumentError
-from koimproc._frame import Array, Frame, Pixels, array_of
+from koimproc._frame import Array, Frame, Pixels, Whole, array_of
 from koimproc._threads import limit, run
 
 _METRICS = {"chessboard": 0, "3x3": 1, "5x5": 2, "7x7": 3, "13x13": 4}
@@ -29,14 +30,14 @@ def _channel_by_channel(
 
 @overload
 def median(
-    image: Frame, radius: int = ..., *, out: Output | None = ..., threads: int | None = ...
+    image: Frame, radius: Whole = ..., *, out: Output | None = ..., threads: Whole | None = ...
 ) -> Frame: ...
 @overload
 def median(
-    image: Pixels, radius: int = ..., *, out: Output | None = ..., threads: int | None = ...
+    image: Pixels, radius: Whole = ..., *, out: Output | None = ..., threads: Whole | None = ...
 ) -> Array: ...
 def median(
-    image: Image, radius: int = 1, *, out: Output | None = None, threads: int | None = None
+    image: Image, radius: Whole = 1, *, out: Output | None = None, threads: Whole | None = None
 ) -> Frame | Array:
     """Replace every sample by the median of the square around it, channel by channel.
 
@@ -91,7 +92,9 @@ def median(
     return target.result(source.frame)
 
 
-def sobel(image: Image, *, out: Array | None = None, threads: int | None = None) -> Array:
+def sobel(
+    image: Image, *, out: npt.NDArray[np.int32] | None = None, threads: Whole | None = None
+) -> npt.NDArray[np.int32]:
     """Compute the magnitude of the gradient with the 3 x 3 Sobel kernels, channel by channel.
 
     The result is ``sqrt(gx**2 + gy**2)``, truncated, with the whole-numbered kernels (1, 2, 1) across (-1, 0, 1). The
@@ -146,7 +149,9 @@ def sobel(image: Image, *, out: Array | None = None, threads: int | None = None)
     return gradient
 
 
-def distance(mask: Image, metric: str = "5x5", *, out: Array | None = None) -> Array:
+def distance(
+    mask: Image, metric: str = "5x5", *, out: npt.NDArray[np.float64] | None = None
+) -> npt.NDArray[np.float64]:
     """Measure the distance of every pixel to the nearest pixel of a mask.
 
     The shortest way along the steps of a chamfer mask: the larger it is, the nearer to the Euclidean distance.

@@ -12,6 +12,10 @@ from koimproc import native
 from koimproc._errors import ArgumentError, SampleTypeError
 
 Array = npt.NDArray[Any]
+Mask = npt.NDArray[np.bool_]
+# Numbers of Python and of NumPy.
+Whole = Union[int, "np.integer[Any]"]
+Number = Union[float, "np.floating[Any]", "np.integer[Any]"]
 
 # Bits of a sample of every type that an image may have.
 DEPTHS: dict[np.dtype[Any], int] = {
@@ -151,7 +155,7 @@ class Frame:
     _grid: int
 
     def __init__(
-        self, array: Pixels | Frame, bits: int | None = None, bayer: str | None = None
+        self, array: Pixels | Frame, bits: Whole | None = None, bayer: str | None = None
     ) -> None:
         samples = array_of(array, "array")
         if isinstance(array, Frame):
@@ -220,22 +224,22 @@ class Frame:
 
     # As arrays do it, so that nobody takes frames for equal because they are one object, or for unequal because they
     # are two. That leaves no hash and no truth either.
-    def __eq__(self, other: object) -> Array:  # type: ignore[override]
+    def __eq__(self, other: object) -> Mask:  # type: ignore[override]
         return _compared(np.equal, self, other)
 
-    def __ne__(self, other: object) -> Array:  # type: ignore[override]
+    def __ne__(self, other: object) -> Mask:  # type: ignore[override]
         return _compared(np.not_equal, self, other)
 
-    def __lt__(self, other: object) -> Array:
+    def __lt__(self, other: object) -> Mask:
         return _compared(np.less, self, other)
 
-    def __le__(self, other: object) -> Array:
+    def __le__(self, other: object) -> Mask:
         return _compared(np.less_equal, self, other)
 
-    def __gt__(self, other: object) -> Array:
+    def __gt__(self, other: object) -> Mask:
         return _compared(np.greater, self, other)
 
-    def __ge__(self, other: object) -> Array:
+    def __ge__(self, other: object) -> Mask:
         return _compared(np.greater_equal, self, other)
 
     __hash__ = None  # type: ignore[assignment]
@@ -268,8 +272,8 @@ class Frame:
         return f"Frame({size}, {self._array.dtype}, bits={self._bits}{bayer})"
 
 
-def _compared(operation: np.ufunc, frame: Frame, other: object) -> Array:
-    result: Array = operation(frame._array, other._array if isinstance(other, Frame) else other)
+def _compared(operation: np.ufunc, frame: Frame, other: object) -> Mask:
+    result: Mask = operation(frame._array, other._array if isinstance(other, Frame) else other)
     return result
 
 

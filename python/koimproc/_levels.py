@@ -11,7 +11,7 @@ import numpy.typing as npt
 from koimproc import native
 from koimproc._arrays import Image, Source, mask_of, number, record_of
 from koimproc._errors import ArgumentError
-from koimproc._frame import Array
+from koimproc._frame import Array, Number
 from koimproc._stats import Counts, counts_of, is_single
 from koimproc._threads import run
 
@@ -109,7 +109,7 @@ def _entropy(counts: Counts, base: float, order: float) -> float:
     return logarithm / (1 - order) / math.log(base)
 
 
-def entropy(image: Image, mask: Image | None = None, *, base: float = 2, order: float = 1) -> Any:
+def entropy(image: Image, mask: Image | None = None, *, base: Number = 2, order: Number = 1) -> Any:
     """Compute the entropy of the distribution of the samples.
 
     Parameters

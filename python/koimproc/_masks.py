@@ -25,11 +25,11 @@ from koimproc._arrays import (
     whole,
 )
 from koimproc._errors import ArgumentError
-from koimproc._frame import Array, Frame, Pixels, array_of
+from koimproc._frame import Array, Frame, Mask, Number, Pixels, Whole, array_of
 from koimproc._threads import limit, run
 
 
-def ellipse_mask(semi_major: int, semi_minor: int, angle: float = 0.0) -> Array:
+def ellipse_mask(semi_major: Whole, semi_minor: Whole, angle: Number = 0.0) -> Mask:
     """Make the mask of a filled, rotated ellipse, in the smallest array of odd size that holds it.
 
     Parameters
@@ -66,7 +66,7 @@ def ellipse_mask(semi_major: int, semi_minor: int, angle: float = 0.0) -> Array:
     return np.ascontiguousarray(array).view(BOOL)
 
 
-def disk_mask(diameter: int) -> Array:
+def disk_mask(diameter: Whole) -> Mask:
     """Make the mask of a filled disc.
 
     Parameters
@@ -99,8 +99,8 @@ def disk_mask(diameter: int) -> Array:
 
 
 def _combined(
-    operation: Callable[..., Any], first: Image, second: Image, out: Array | None, threads: int | None
-) -> Array:
+    operation: Callable[..., Any], first: Image, second: Image, out: Mask | None, threads: Whole | None
+) -> Mask:
     one = array_of(first, "mask")
     if one.ndim != 2:
         raise ArgumentError("mask", f"the shape (rows, columns) is wanted, not {one.shape}")
@@ -116,7 +116,7 @@ def _combined(
     return target.array
 
 
-def logical_and(mask: Image, other: Image, *, out: Array | None = None, threads: int | None = None) -> Array:
+def logical_and(mask: Image, other: Image, *, out: Mask | None = None, threads: Whole | None = None) -> Mask:
     """Mark the pixels that are not zero in both of two masks.
 
     Parameters
@@ -150,7 +150,7 @@ def logical_and(mask: Image, other: Image, *, out: Array | None = None, threads:
     return _combined(native.And, mask, other, out, threads)
 
 
-def logical_or(mask: Image, other: Image, *, out: Array | None = None, threads: int | None = None) -> Array:
+def logical_or(mask: Image, other: Image, *, out: Mask | None = None, threads: Whole | None = None) -> Mask:
     """Mark the pixels that are not zero in at least one of two masks.
 
     Everything else is as for `logical_and`.
@@ -165,7 +165,7 @@ def logical_or(mask: Image, other: Image, *, out: Array | None = None, threads: 
     return _combined(native.Or, mask, other, out, threads)
 
 
-def logical_xor(mask: Image, other: Image, *, out: Array | None = None, threads: int | None = None) -> Array:
+def logical_xor(mask: Image, other: Image, *, out: Mask | None = None, threads: Whole | None = None) -> Mask:
     """Mark the pixels that are not zero in exactly one of two masks.
 
     Everything else is as for `logical_and`.
@@ -196,11 +196,11 @@ def _margins(width: object) -> tuple[int, int, int, int]:
 
 @overload
 def pad(
-    image: Frame, pad_width: Any, mode: str = ..., *, out: Output | None = ..., threads: int | None = ...
+    image: Frame, pad_width: Any, mode: str = ..., *, out: Output | None = ..., threads: Whole | None = ...
 ) -> Frame: ...
 @overload
 def pad(
-    image: Pixels, pad_width: Any, mode: str = ..., *, out: Output | None = ..., threads: int | None = ...
+    image: Pixels, pad_width: Any, mode: str = ..., *, out: Output | None = ..., threads: Whole | None = ...
 ) -> Array: ...
 def pad(
     image: Image,
@@ -208,7 +208,7 @@ def pad(
     mode: str = "symmetric",
     *,
     out: Output | None = None,
-    threads: int | None = None,
+    threads: Whole | None = None,
 ) -> Frame | Array:
     """Put a margin around an image, as np.pad does.
 

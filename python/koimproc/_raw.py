@@ -3,14 +3,15 @@
 from __future__ import annotations
 
 import difflib
-from typing import Any, NamedTuple, Union
+from typing import NamedTuple, Union
 
 import numpy as np
+import numpy.typing as npt
 
 from koimproc import native
-from koimproc._arrays import UINT8, UINT16, DType, Output, Source, Target, size_of, whole
+from koimproc._arrays import UINT8, UINT16, DType, Image, Output, Size, Source, Target, size_of, whole
 from koimproc._errors import ArgumentError, SampleTypeError
-from koimproc._frame import GRIDS, NO_GRID, Array, Frame
+from koimproc._frame import GRIDS, NO_GRID, Array, Frame, Whole
 from koimproc._threads import run
 
 Buffer = Union[bytes, bytearray, memoryview, Array]
@@ -90,7 +91,7 @@ def _format_of(name: str) -> _Format:
     )
 
 
-def _meaning(name: str, bits: int | None, bayer: str | None) -> _Format:
+def _meaning(name: str, bits: Whole | None, bayer: str | None) -> _Format:
     """The format of a name, with the depth and the pattern that it leaves open."""
     format = _format_of(name)
     if bayer is not None and (not isinstance(bayer, str) or bayer not in GRIDS):
@@ -123,7 +124,7 @@ def _no_bytes(buffer: object, name: str) -> SampleTypeError:
     )
 
 
-def _extent(format: _Format, rows: int, columns: int, row_bytes: int) -> tuple[int, int]:
+def _extent(format: _Format, rows: int, columns: int, row_bytes: Whole) -> tuple[int, int]:
     """Bytes from a row to the next, and those of all."""
     needed = format.row_bytes(columns)
     step = whole(row_bytes, "row_bytes", 0, 2**62) or needed
@@ -135,13 +136,13 @@ def _extent(format: _Format, rows: int, columns: int, row_bytes: int) -> tuple[i
 def unpack(
     buffer: Buffer,
     format: str,
-    shape: tuple[int, int],
+    shape: Size,
     *,
-    bits: int | None = None,
+    bits: Whole | None = None,
     bayer: str | None = None,
-    row_bytes: int = 0,
+    row_bytes: Whole = 0,
     out: Output | None = None,
-    threads: int | None = None,
+    threads: Whole | None = None,
 ) -> Frame:
     """Turn the packed samples of a camera into a frame.
 
@@ -208,13 +209,13 @@ def unpack(
 
 
 def pack(
-    image: Frame | Array,
+    image: Image,
     format: str,
     *,
-    row_bytes: int = 0,
-    out: Any = None,
-    threads: int | None = None,
-) -> Array:
+    row_bytes: Whole = 0,
+    out: Buffer | None = None,
+    threads: Whole | None = None,
+) -> npt.NDArray[np.uint8]:
     """Pack samples as cameras send them: what `unpack` reads.
 
     Samples beyond the depth become its largest value, and bits that fill up a row are 0.

@@ -5,9 +5,9 @@ from __future__ import annotations
 from typing import overload
 
 from koimproc import native
-from koimproc._arrays import Image, Output, Source, Target, size_of
+from koimproc._arrays import Image, Output, Size, Source, Target, size_of
 from koimproc._errors import ArgumentError
-from koimproc._frame import Array, Frame, Pixels
+from koimproc._frame import Array, Frame, Pixels, Whole
 from koimproc._threads import run
 
 # Product of the sides up to which results are exact, each of the input or twice that of the result.
@@ -16,14 +16,14 @@ _EXACT = 2**34
 
 @overload
 def resize(
-    image: Frame, shape: tuple[int, int], *, out: Output | None = ..., threads: int | None = ...
+    image: Frame, shape: Size, *, out: Output | None = ..., threads: Whole | None = ...
 ) -> Frame: ...
 @overload
 def resize(
-    image: Pixels, shape: tuple[int, int], *, out: Output | None = ..., threads: int | None = ...
+    image: Pixels, shape: Size, *, out: Output | None = ..., threads: Whole | None = ...
 ) -> Array: ...
 def resize(
-    image: Image, shape: tuple[int, int], *, out: Output | None = None, threads: int | None = None
+    image: Image, shape: Size, *, out: Output | None = None, threads: Whole | None = None
 ) -> Frame | Array:
     """Give an image another size, without moving it.
 

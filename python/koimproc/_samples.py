@@ -22,18 +22,18 @@ from koimproc._arrays import (
     record_of,
 )
 from koimproc._errors import SampleTypeError
-from koimproc._frame import Array, Frame, Pixels
+from koimproc._frame import Array, Frame, Mask, Pixels, Whole
 from koimproc._threads import limit, run
 
 
-def masked(target: Target, source: Source, mask: Array | None, threads: int | None) -> Frame | Array:
+def masked(target: Target, source: Source, mask: Array | None, threads: Whole | None) -> Frame | Array:
     """The result of a target, 0 where a mask is zero."""
     if mask is not None:
         run(threads, native.MaskImage, target.record, record_of(mask))
     return target.result(source.frame)
 
 
-def binarize(image: Image, *, out: Array | None = None, threads: int | None = None) -> Array:
+def binarize(image: Image, *, out: Mask | None = None, threads: Whole | None = None) -> Mask:
     """Mark the samples that are not zero. NaN is not zero.
 
     Parameters
@@ -72,10 +72,10 @@ def binarize(image: Image, *, out: Array | None = None, threads: int | None = No
 
 
 @overload
-def clip_to_depth(image: Frame, *, out: Output | None = ..., threads: int | None = ...) -> Frame: ...
+def clip_to_depth(image: Frame, *, out: Output | None = ..., threads: Whole | None = ...) -> Frame: ...
 @overload
-def clip_to_depth(image: Pixels, *, out: Output | None = ..., threads: int | None = ...) -> Array: ...
-def clip_to_depth(image: Image, *, out: Output | None = None, threads: int | None = None) -> Frame | Array:
+def clip_to_depth(image: Pixels, *, out: Output | None = ..., threads: Whole | None = ...) -> Array: ...
+def clip_to_depth(image: Image, *, out: Output | None = None, threads: Whole | None = None) -> Frame | Array:
     """Limit the samples to the depth of the image: those above 2**bits - 1 become 2**bits - 1.
 
     Parameters
@@ -116,14 +116,14 @@ def clip_to_depth(image: Image, *, out: Output | None = None, threads: int | Non
 
 @overload
 def apply_mask(
-    image: Frame, mask: Image, *, out: Output | None = ..., threads: int | None = ...
+    image: Frame, mask: Image, *, out: Output | None = ..., threads: Whole | None = ...
 ) -> Frame: ...
 @overload
 def apply_mask(
-    image: Pixels, mask: Image, *, out: Output | None = ..., threads: int | None = ...
+    image: Pixels, mask: Image, *, out: Output | None = ..., threads: Whole | None = ...
 ) -> Array: ...
 def apply_mask(
-    image: Image, mask: Image, *, out: Output | None = None, threads: int | None = None
+    image: Image, mask: Image, *, out: Output | None = None, threads: Whole | None = None
 ) -> Frame | Array:
     """Make every pixel 0 where a mask is zero, in all channels.
 

@@ -11,25 +11,25 @@ import numpy.typing as npt
 from koimproc import native
 from koimproc._arrays import Image, Source, number, whole
 from koimproc._errors import ArgumentError, fail
-from koimproc._frame import Array
+from koimproc._frame import Array, Number, Whole
 
-Points = Union[Array, Sequence[Sequence[float]]]
+Points = Union[Array, Sequence[Union[Sequence[Number], Array]]]
 
 
 def active_contour(
     image: Image,
     points: Points,
     *,
-    edge_fraction: float = 0.2,
-    weight_continuity: float = 0.5,
-    weight_curvature: float = 0.5,
-    weight_distance: float = 2.0,
-    weight_gradient: float = 1.0,
-    refine: bool = True,
-    refine_interval: int = 5,
-    loop_distance: int = 2,
-    point_spacing: int = 5,
-    max_iterations: int = 200,
+    edge_fraction: Number = 0.2,
+    weight_continuity: Number = 0.5,
+    weight_curvature: Number = 0.5,
+    weight_distance: Number = 2.0,
+    weight_gradient: Number = 1.0,
+    refine: bool | np.bool_ = True,
+    refine_interval: Whole = 5,
+    loop_distance: Whole = 2,
+    point_spacing: Whole = 5,
+    max_iterations: Whole = 200,
 ) -> npt.NDArray[np.int32]:
     """Move a closed contour to the edges of an image, by a greedy active contour.
 

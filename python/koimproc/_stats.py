@@ -13,7 +13,7 @@ import numpy.typing as npt
 from koimproc import native
 from koimproc._arrays import ALL_SAMPLES, Image, Source, mask_of, record_of
 from koimproc._errors import ArgumentError, fail
-from koimproc._frame import Array
+from koimproc._frame import Array, Whole
 from koimproc._sums import cell_moments, cell_views, moments_of
 from koimproc._threads import limit, run
 
@@ -253,7 +253,7 @@ def moments(image: Image, mask: Image | None = None) -> Moments:
     return moments_from(rows, is_single(source))
 
 
-def minmax(image: Image, mask: Image | None = None, *, threads: int | None = None) -> tuple[Any, Any]:
+def minmax(image: Image, mask: Image | None = None, *, threads: Whole | None = None) -> tuple[Any, Any]:
     """Find the least and the greatest sample.
 
     Parameters

@@ -11,6 +11,7 @@ import numpy as np
 
 from koimproc import native
 from koimproc._errors import ArgumentError, fail
+from koimproc._frame import Whole
 
 
 class _Entered(local):
@@ -52,7 +53,7 @@ class threads:
 
     __slots__ = ("_n",)
 
-    def __init__(self, n: int) -> None:
+    def __init__(self, n: Whole) -> None:
         if isinstance(n, bool) or not isinstance(n, (int, np.integer)) or not 1 <= n < 2**31:
             raise ArgumentError("threads", f"a whole number of 1 or more is wanted, not {n!r}")
         self._n = int(n)
@@ -89,12 +90,12 @@ class _AsOutside:
 _AS_OUTSIDE = _AsOutside()
 
 
-def limit(count: int | None) -> threads | _AsOutside:
+def limit(count: Whole | None) -> threads | _AsOutside:
     """The context of a function's argument `threads`."""
     return _AS_OUTSIDE if count is None else threads(count)
 
 
-def run(count: int | None, operation: Callable[..., Any], *arguments: Any) -> None:
+def run(count: Whole | None, operation: Callable[..., Any], *arguments: Any) -> None:
     """Calls an operation that returns its status alone, with the argument `threads` of the function around."""
     if count is None:
         status = operation(*arguments)

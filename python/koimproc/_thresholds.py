@@ -24,7 +24,7 @@ from koimproc._arrays import (
 )
 from koimproc._correct import Numbers
 from koimproc._errors import ArgumentError
-from koimproc._frame import Array, Frame, Pixels
+from koimproc._frame import Array, Frame, Mask, Pixels, Whole
 from koimproc._samples import masked
 from koimproc._threads import limit, run
 
@@ -73,7 +73,7 @@ def threshold(
     high: Numbers | None = ...,
     mask: Image | None = ...,
     out: Output | None = ...,
-    threads: int | None = ...,
+    threads: Whole | None = ...,
 ) -> Frame: ...
 @overload
 def threshold(
@@ -84,7 +84,7 @@ def threshold(
     high: Numbers | None = ...,
     mask: Image | None = ...,
     out: Output | None = ...,
-    threads: int | None = ...,
+    threads: Whole | None = ...,
 ) -> Array: ...
 def threshold(
     image: Image,
@@ -94,7 +94,7 @@ def threshold(
     high: Numbers | None = None,
     mask: Image | None = None,
     out: Output | None = None,
-    threads: int | None = None,
+    threads: Whole | None = None,
 ) -> Frame | Array:
     """Give every sample one of two values: `high` where it is above a level, `low` elsewhere.
 
@@ -153,8 +153,8 @@ def threshold(
 
 
 def greater(
-    image: Image, level: Numbers, *, out: Array | None = None, threads: int | None = None
-) -> Array:
+    image: Image, level: Numbers, *, out: Mask | None = None, threads: Whole | None = None
+) -> Mask:
     """Mark the samples above a level.
 
     Parameters
@@ -197,14 +197,14 @@ def greater(
 
 @overload
 def threshold_to_zero(
-    image: Frame, level: Numbers, *, out: Output | None = ..., threads: int | None = ...
+    image: Frame, level: Numbers, *, out: Output | None = ..., threads: Whole | None = ...
 ) -> Frame: ...
 @overload
 def threshold_to_zero(
-    image: Pixels, level: Numbers, *, out: Output | None = ..., threads: int | None = ...
+    image: Pixels, level: Numbers, *, out: Output | None = ..., threads: Whole | None = ...
 ) -> Array: ...
 def threshold_to_zero(
-    image: Image, level: Numbers, *, out: Output | None = None, threads: int | None = None
+    image: Image, level: Numbers, *, out: Output | None = None, threads: Whole | None = None
 ) -> Frame | Array:
     """Keep the samples above a level and make the others 0. NaN stays.
 

@@ -10,7 +10,7 @@ import numpy.typing as npt
 from koimproc import native
 from koimproc._arrays import Image, Output, Source, flat, like, mask_of, need_colours
 from koimproc._errors import ArgumentError
-from koimproc._frame import DEPTHS, Array, Frame, Pixels
+from koimproc._frame import DEPTHS, Array, Frame, Pixels, Whole
 from koimproc._stats import Counts, counts_of, minmax
 from koimproc._threads import limit, run
 
@@ -31,14 +31,14 @@ def look_up(table: Array, samples: Array, out: Array) -> None:
 
 @overload
 def equalize_hist(
-    image: Frame, mask: Image | None = ..., *, out: Output | None = ..., threads: int | None = ...
+    image: Frame, mask: Image | None = ..., *, out: Output | None = ..., threads: Whole | None = ...
 ) -> Frame: ...
 @overload
 def equalize_hist(
-    image: Pixels, mask: Image | None = ..., *, out: Output | None = ..., threads: int | None = ...
+    image: Pixels, mask: Image | None = ..., *, out: Output | None = ..., threads: Whole | None = ...
 ) -> Array: ...
 def equalize_hist(
-    image: Image, mask: Image | None = None, *, out: Output | None = None, threads: int | None = None
+    image: Image, mask: Image | None = None, *, out: Output | None = None, threads: Whole | None = None
 ) -> Frame | Array:
     """Spread the levels of an image evenly.
 
@@ -155,14 +155,14 @@ def _for_levels(counts: Counts, levels: Levels) -> npt.NDArray[np.uint32]:
 
 @overload
 def match_histograms(
-    image: Frame, reference: Image, *, out: Output | None = ..., threads: int | None = ...
+    image: Frame, reference: Image, *, out: Output | None = ..., threads: Whole | None = ...
 ) -> Frame: ...
 @overload
 def match_histograms(
-    image: Pixels, reference: Image, *, out: Output | None = ..., threads: int | None = ...
+    image: Pixels, reference: Image, *, out: Output | None = ..., threads: Whole | None = ...
 ) -> Array: ...
 def match_histograms(
-    image: Image, reference: Image, *, out: Output | None = None, threads: int | None = None
+    image: Image, reference: Image, *, out: Output | None = None, threads: Whole | None = None
 ) -> Frame | Array:
     """Give an image the distribution of levels of another one, channel by channel.
 

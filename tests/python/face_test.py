@@ -64,23 +64,8 @@ def test_stubs_are_those_of_the_extension():
 
 
 def test_types_are_strict(tmp_path):
-    (tmp_path / "user.py").write_text("""
-import numpy as np
-import numpy.typing as npt
-import koimproc as ko
-
-a: npt.NDArray[np.uint16] = np.zeros((4, 4), np.uint16)
-f: ko.Frame = ko.Frame(a, bits=12, bayer="RGGB")
-rgb: ko.Frame = ko.demosaic(f, method="malvar", threads=1)
-filtered: ko.Frame = ko.median(rgb, radius=1)
-plain: npt.NDArray[np.uint16] = ko.median(a)
-h: npt.NDArray[np.uint64] = ko.histogram(f)
-m: ko.Moments = ko.moments(f) + ko.moments(f)
-d: npt.NDArray[np.float64] = ko.distance(a > 3)
-shared: npt.NDArray[np.uint16] = np.asarray(f)
-""")
     (tmp_path / "wrong.py").write_text("import koimproc as ko\nko.median([[1]], radius='2')\n")
     mypy = [sys.executable, "-m", "mypy", "--strict", "--cache-dir", str(tmp_path / "cache")]
-    for checked, status in ((["-p", "koimproc"], 0), ([tmp_path / "user.py"], 0), ([tmp_path / "wrong.py"], 1)):
+    for checked, status in ((["-p", "koimproc"], 0), ([Path(__file__).with_name("typed_use.py")], 0), ([tmp_path / "wrong.py"], 1)):
         done = subprocess.run([*mypy, *checked], capture_output=True, text=True, cwd=STUBS.parent)
         assert done.returncode == status, done.stdout + done.stderr

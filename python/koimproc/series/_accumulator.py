@@ -11,7 +11,7 @@ import numpy as np
 import numpy.typing as npt
 
 from koimproc import native
-from koimproc._arrays import CAMERA_SAMPLES, in_native_order, mask_of, record_of, whole
+from koimproc._arrays import CAMERA_SAMPLES, Image, in_native_order, mask_of, record_of, whole
 from koimproc._errors import ArgumentError
 from koimproc._frame import array_of, check_shape
 from koimproc._memory import empty
@@ -108,7 +108,7 @@ class Accumulator:
         a frame had a mask."""
         return dict(self._planes)
 
-    def add(self, *frames: Array, masks: Optional[Sequence[Array]] = None) -> None:
+    def add(self, *frames: Image, masks: Optional[Sequence[Image]] = None) -> None:
         """Add frames: uint8 or uint16 arrays of one shape, (rows, columns) or (rows, columns, channels).
 
         Several frames in one call take less time than one call for each. A mask has one uint8 or bool per pixel; pixels
@@ -117,7 +117,7 @@ class Accumulator:
         if frames:
             self._take(self._prepared(frames, masks))
 
-    def _prepared(self, frames: Sequence[Array], masks: Optional[Sequence[Array]] = None) -> Prepared:
+    def _prepared(self, frames: Sequence[Image], masks: Optional[Sequence[Image]] = None) -> Prepared:
         """Frames and masks that fit each other and this accumulator, and how often their levels occur. It changes nothing, so
         one thread may prepare frames while another one adds its own."""
         arrays = [array_of(frame, "frames") for frame in frames]

@@ -15,6 +15,9 @@ from koimproc.series._sources import Array, Read, Source, check_meaning, library
 class Chosen(Source):
     """Some frames of a source."""
 
+    _source: Source
+    _indices: range
+
     def __init__(self, source: Source, indices: range) -> None:
         if isinstance(source, Chosen):
             # So a series that is cut again and again does not get deeper.

@@ -5,7 +5,7 @@ from __future__ import annotations
 import glob
 import os
 import re
-from collections.abc import Callable, Sequence
+from collections.abc import Callable, Iterable, Sequence
 from pathlib import Path
 from typing import Any, Union
 
@@ -25,7 +25,7 @@ def _numbered(path: str) -> list[tuple[int, Union[int, str]]]:
     return [(0, int(part)) if part.isdigit() else (1, part) for part in re.split(r"(\d+)", path)]
 
 
-def source_of(frames: Union[PathLike, Sequence[PathLike]], dataset: Union[str, int, None]) -> Source:
+def source_of(frames: Union[PathLike, Iterable[PathLike]], dataset: Union[str, int, None]) -> Source:
     if not isinstance(frames, (str, os.PathLike)):
         try:
             paths = [os.fspath(path) for path in frames]

@@ -4,10 +4,10 @@ from __future__ import annotations
 
 import hashlib
 import os
-from collections.abc import Callable, Iterator, Sequence
+from collections.abc import Callable, Iterable, Iterator
 from contextlib import contextmanager
 from functools import partial
-from typing import Any, Optional, Union, overload
+from typing import Any, Optional, SupportsIndex, Union, overload
 
 import numpy as np
 import numpy.typing as npt
@@ -84,10 +84,10 @@ class Series:
             raise FrameError(self._names[index], reason(error)) from error
 
     @overload
-    def __getitem__(self, index: int) -> Array: ...
+    def __getitem__(self, index: SupportsIndex) -> Array: ...
     @overload
     def __getitem__(self, index: slice) -> Series: ...
-    def __getitem__(self, index: Union[int, slice]) -> Union[Array, Series]:
+    def __getitem__(self, index: Union[SupportsIndex, slice]) -> Union[Array, Series]:
         """Read one frame. `FrameError` where it cannot be read, differs from the first one in shape, dtype, depth or
         pattern, or has samples beyond the depth. ``series[start:stop:step]`` is a series of these frames."""
         if not isinstance(index, slice):
@@ -95,8 +95,8 @@ class Series:
         bits = None if self._bits == self._stored_bits else self._bits
         return Series(Chosen(self._source, range(len(self))[index]), bits, self._bayer)
 
-    def _checked(self, read: Read, any_depth: bool, index: int) -> Array:
-        index = range(len(self))[index]
+    def _checked(self, read: Read, any_depth: bool, place: SupportsIndex) -> Array:
+        index = range(len(self))[place]
         frame = self._read(read, index)
         if frame.shape != self._shape or frame.dtype != self._dtype:
             raise FrameError(
@@ -191,7 +191,7 @@ def read_frames(series: Series, start: int, stop: int) -> Array:
 
 
 def open_series(
-    frames: Union[PathLike, Sequence[PathLike]],
+    frames: Union[PathLike, Iterable[PathLike]],
     *,
     dataset: Union[str, int, None] = None,
     bits: Optional[int] = None,

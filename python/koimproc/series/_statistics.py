@@ -10,7 +10,7 @@ from contextlib import ExitStack
 from functools import partial
 from queue import LifoQueue
 from threading import Lock
-from typing import Any, Optional, Union
+from typing import Any, Optional, TypedDict
 
 import numpy as np
 import numpy.typing as npt
@@ -280,9 +280,16 @@ def _focus(frame: npt.NDArray[Any], step: int) -> float:
     return (count * squares - total * total) / count**2
 
 
+# What `describe` says of a frame.
+Description = TypedDict("Description", {
+    "frame": int, "name": str, "mean": float, "deviation": float, "minimum": int, "maximum": int, "clipped": float,
+    "focus": float,
+})
+
+
 def _describe_part(series: Series, part: Part, on_error: str) -> None:
     failed: list[tuple[str, str]] = []
-    rows = []
+    rows: list[Description] = []
     top = (1 << series.bits) - 1
     with threads(1):
         for index, frame in frames_of(series, part, on_error, failed):
@@ -318,7 +325,7 @@ def describe(
     frames_per_part: Optional[int] = None,
     on_error: str = "raise",
     progress: Optional[Progress] = None,
-) -> tuple[list[dict[str, Union[int, float, str]]], Report]:
+) -> tuple[list[Description], Report]:
     """A row of statistics for every frame, over all its samples, and a report.
 
     A row has the keys frame, name, mean, deviation (population), minimum, maximum, clipped: the share of samples at the
@@ -335,7 +342,7 @@ def describe(
             report = run_parts(
                 engine, series, parts, _describe_part, (), resume=False, on_error=on_error, progress=progress
             )
-        rows: list[dict[str, Union[int, float, str]]] = []
+        rows: list[Description] = []
         for part in parts:
             with open(_rows_of(part), "rb") as file:
                 rows += json.load(file)
