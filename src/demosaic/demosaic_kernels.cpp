@@ -144,8 +144,8 @@ TwoVecs<D> ColumnsAt(D d, const std::uint8_t* above, const std::uint8_t* below, 
 /// Inlined, because GCC does not clear the upper halves of the registers at the end of a kernel that has passed
 /// vectors to a function. The next instruction without them then costs some processors 400 cycles.
 template <int Channels, class D>
-HWY_INLINE void StorePixels(D d, const PixelRow& row, std::int64_t x, VecOf<D> red, VecOf<D> green1, VecOf<D> green2,
-                 VecOf<D> blue)
+HWY_INLINE void StorePixels(D d, const PixelRow& row, std::int64_t x, VecOf<D> red, VecOf<D> green1,
+                            VecOf<D> green2, VecOf<D> blue)
 {
     using T = SampleIn<D>;
     T* const dst = reinterpret_cast<T*>(row.first) + x * Channels;
