@@ -220,10 +220,10 @@ def _checked(
 def is_same_memory(array: Array, other: Array) -> bool:
     """Whether two arrays are the very same samples."""
     same: bool = (
-        array.__array_interface__["data"][0] == other.__array_interface__["data"][0]
-        and array.shape == other.shape
+        array.shape == other.shape
         and array.strides == other.strides
         and array.itemsize == other.itemsize
+        and array.__array_interface__["data"][0] == other.__array_interface__["data"][0]
     )
     return same
 

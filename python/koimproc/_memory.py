@@ -18,13 +18,15 @@ _LEAST = 1 << 18
 # Bytes that are kept.
 _MOST = 1 << 28
 
+# Memory, and where it lies as the array interface says it: NumPy takes a microsecond to tell that.
+_Block = tuple[Array, tuple[int, bool]]
 # Blocks by their size; sizes without blocks are left out. Every step below is one step of the interpreter, so threads
 # and `__del__` need no lock: a block that another thread puts into a list while that is left out is freed, no more.
-_spare: dict[int, list[Array]] = {}
+_spare: dict[int, list[_Block]] = {}
 
 
-def _keep(block: Array, spare: dict[int, list[Array]] = _spare) -> None:
-    size = block.nbytes
+def _keep(block: _Block, spare: dict[int, list[_Block]] = _spare) -> None:
+    size = block[0].nbytes
     spare.setdefault(size, []).append(block)
     excess = sum(known * len(blocks) for known, blocks in list(spare.items())) - _MOST
     # Sizes that are no longer asked for go first.
@@ -34,7 +36,7 @@ def _keep(block: Array, spare: dict[int, list[Array]] = _spare) -> None:
             excess -= other
 
 
-def _taken(size: int, spare: dict[int, list[Array]] = _spare) -> Array | None:
+def _taken(size: int, spare: dict[int, list[_Block]] = _spare) -> _Block | None:
     """A block of that size which is no longer kept; None where there is none."""
     blocks = spare.get(size)
     if blocks is None:
@@ -53,13 +55,13 @@ class _Lease:
 
     __slots__ = ("__array_interface__", "_block")
 
-    def __init__(self, block: Array, shape: tuple[int, ...], dtype: np.dtype[Any]) -> None:
+    def __init__(self, block: _Block, shape: tuple[int, ...], dtype: np.dtype[Any]) -> None:
         self._block = block
         self.__array_interface__ = {
             "version": 3,
             "shape": shape,
             "typestr": dtype.str,
-            "data": block.__array_interface__["data"],
+            "data": block[1],
         }
 
     # The interpreter may have forgotten the names of this module when it ends.
@@ -76,5 +78,6 @@ def empty(shape: tuple[int, ...], dtype: np.dtype[Any]) -> Array:
         return np.empty(shape, dtype)
     block = _taken(size)
     if block is None:
-        block = np.empty(size, np.uint8)
+        memory = np.empty(size, np.uint8)
+        block = memory, memory.__array_interface__["data"]
     return np.asarray(_Lease(block, shape, dtype))
