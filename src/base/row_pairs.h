@@ -1,6 +1,9 @@
 // Rows of two images that a row function works on together.
 #pragma once
 
+#include "base/kernel_loops.h"
+
+#include <atomic>
 #include <cstdint>
 
 namespace ko {
@@ -20,6 +23,13 @@ struct RowPairs {
 
     const std::uint8_t* srcRow(std::int64_t y) const noexcept { return src + y * srcPitch; }
     std::uint8_t* dstRow(std::int64_t y) const noexcept { return dst + y * dstPitch; }
+
+    /// Whether to ask for the rows ahead. Small images are in the caches, and the loop without is faster there.
+    bool isWorthFetching() const noexcept
+    {
+        constexpr std::int64_t inCaches = std::int64_t{1} << 18;
+        return rows * samples > inCaches && fetchingPays.load(std::memory_order_relaxed);
+    }
 };
 
 }  // namespace ko

@@ -67,7 +67,7 @@ template <class T, class Combine>
 void CombineRows(const RowPairs& given, Combine combine) noexcept
 {
     const RowPairs pairs = given;  // which the samples that are stored cannot change
-    if (fetchingPays.load(std::memory_order_relaxed)) {
+    if (pairs.isWorthFetching()) {
         for (std::int64_t y = 0; y < pairs.rows; ++y)
             CombineFetching<T>(pairs.srcRow(y), pairs.dstRow(y), pairs.samples, combine);
         return;

@@ -61,7 +61,7 @@ template <class T, class Out>
 void BinaryRowsOf(const RowPairs& given, const BinaryLevels<T, Out>& levels) noexcept
 {
     const RowPairs pairs = given;  // which the samples that are stored cannot change
-    if (levels.period != 1 || fetchingPays.load(std::memory_order_relaxed)) {
+    if (levels.period != 1 || pairs.isWorthFetching()) {
         for (std::int64_t y = 0; y < pairs.rows; ++y)
             BinaryFetching(pairs.srcRow(y), pairs.dstRow(y), pairs.samples, levels);
         return;
