@@ -51,7 +51,7 @@ void countInTurns(const std::uint8_t* bytes, std::int64_t units, std::uint32_t* 
                  loadSample<std::uint16_t>(bytes, i)];
 }
 
-/// Counts bytes, each to the table of its position modulo four.
+/// Counts bytes, each to the table of its position in a word: counters of equal neighbours would wait for each other.
 void countBytes(const std::uint8_t* bytes, std::int64_t count, std::uint32_t* tables) noexcept
 {
     constexpr std::int64_t group = 16;
@@ -64,7 +64,7 @@ void countBytes(const std::uint8_t* bytes, std::int64_t count, std::uint32_t* ta
         for (int k = 0; k < 2; ++k) {
             const auto word = loadSample<std::uint64_t>(bytes + i, k);
             for (int j = 0; j < 8; ++j)
-                ++tables[static_cast<std::size_t>(j % ByteTally::tables) * 256 + (word >> (8 * j) & 0xFFU)];
+                ++tables[static_cast<std::size_t>(j) * 256 + (word >> (8 * j) & 0xFFU)];
         }
     }
     for (; i < count; ++i)
@@ -141,7 +141,14 @@ template <class T>
 void Tally<T>::add(const std::uint8_t* samples, std::int64_t count) noexcept
 {
     if (m_tableCount == 0) {
-        addDirectly(samples, count);
+        // Counters of equal neighbours wait for each other, unless there are several to take turns.
+        constexpr std::int64_t worthTurns = 128;
+        if (sizeof(T) == 1 && m_planes.size() == 1 && count >= worthTurns) {
+            m_bytes.scattered = true;
+            countBytes(samples, count, m_bytes.counts.data());
+        } else {
+            addDirectly(samples, count);
+        }
         return;
     }
     if constexpr (sizeof(T) == 1) {
@@ -227,12 +234,12 @@ void Tally<T>::finish() noexcept
             }
             addTo(planeAt(2 * index), first.data(), first.size());
             addTo(planeAt(2 * index + 1), second.data(), second.size());
-            for (std::size_t k = 0; m_bytes.scattered && k < m_bytes.counts.size(); k += 256)
-                addTo(planeAt(0), m_bytes.counts.data() + k, 256);
         } else {
             addTo(planeAt(index), table, TallyTables::size);
         }
     }
+    for (std::size_t k = 0; m_bytes.scattered && k < m_bytes.counts.size(); k += 256)
+        addTo(planeAt(0), m_bytes.counts.data() + k, 256);
 }
 
 template class Tally<std::uint8_t>;

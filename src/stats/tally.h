@@ -68,9 +68,10 @@ private:
 void countUnits(const std::uint8_t* units, std::int64_t count, std::uint32_t* table) noexcept;
 
 /// How the bytes of one plane are counted: as pairs, until a trial shows that hardly any pair occurs twice.
-/// The counters of such pairs do not stay in the first-level cache, those of single bytes do.
+/// The counters of such pairs do not stay in the first-level cache, those of single bytes do. Without tables for pairs,
+/// long runs are counted as single bytes from the start.
 struct ByteTally {
-    static constexpr std::size_t tables = 4;
+    static constexpr std::size_t tables = 8;  ///< one for each byte of a word
 
     std::int64_t pairs = 0;  ///< counted so far
     bool judged = false;
