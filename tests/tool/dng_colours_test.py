@@ -158,8 +158,10 @@ class DngColours(ToolTest):
         self.raw(camera, {**self.tags(own=True), **signed}, neutral=neutral)
         self.expect(PATCHES, self.patches())
         camera, neutral = self.scene(4200, times(mixed(OWN, 4200), mixed(COLOURS, 4200)))
-        self.raw(camera, {**self.tags(own=True), **signed, 50932: (2, b"laboratory\0")}, neutral=neutral)
-        self.expect(PATCHES, self.patches())
+        # A text that is left out is an empty one.
+        for signed in ({50931: (2, b"laboratory\0"), 50932: (2, b"laboratory\0\0")}, {50931: (2, b"\0")}, {}):
+            self.raw(camera, {**self.tags(own=True), **signed}, neutral=neutral)
+            self.expect(PATCHES, self.patches())
 
     def test_forward_matrices_are_taken_where_there_are_two(self):
         for kelvin in LIGHTS[::3]:
@@ -172,6 +174,9 @@ class DngColours(ToolTest):
             for patches in self.both_ways(kelvin, camera, neutral, more):
                 with self.subTest(kelvin=kelvin):
                     self.expect(PATCHES, patches)
+        camera, neutral = self.scene(4200, mixed(COLOURS, 4200))
+        self.raw(camera, {**self.tags(forward=True), 50965: None}, neutral=neutral)
+        self.expect(PATCHES, self.patches())
 
     def test_one_matrix_holds_for_every_light(self):
         for kelvin in LIGHTS[::3]:
@@ -192,8 +197,9 @@ class DngColours(ToolTest):
         for broken in ({50721: (10, (0, 1) * 9)}, {50721: (10, (1, 0) * 9)}, {50964: (10, (0, 1) * 9)},
                        {50723: (10, (0, 1) * 9)}, {50727: (5, (0, 1) * 3)}, {50727: (5, (1, 0) * 3)}):
             self.raw(camera, {**self.tags(forward=True), **broken}, neutral=neutral)
-            for gray in self.patches()[:2]:
-                self.assertLess(max(gray) - min(gray), 1e-3, broken)
+            for gray, patch in zip(self.patches()[:2], PATCHES):
+                for got, want in zip(gray, patch):
+                    self.assertAlmostEqual(got, want, delta=1e-3, msg=broken)
         for x, y in ((0, 0), (0.3, 0), (0.9, 0.9)):
             self.raw(camera, {**self.tags(), 50729: (5, rationals((x, y)))}, neutral=None)
             self.refuse("develop", "a.dng", "-o", "x.tif", "--wb", "camera", names="a.dng: ",

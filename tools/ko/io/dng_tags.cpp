@@ -322,7 +322,13 @@ std::optional<std::array<double, 2>> DngTags::whitePoint() const
 
 bool DngTags::isCalibrated() const
 {
-    return anywhere(CameraSignature) == anywhere(ProfileSignature);
+    // Zeros end a text, and a file that leaves one out means an empty one.
+    const auto letters = [this](int tag) {
+        Numbers text = anywhere(tag);
+        text.erase(std::ranges::find(text, 0.0), text.end());
+        return text;
+    };
+    return letters(CameraSignature) == letters(ProfileSignature);
 }
 
 bool DngTags::hasOrientation() const
