@@ -121,7 +121,7 @@ class BadOutput(ToolTest):
         os.mkfifo(self.path("pipe.tif"))
         for output, says in (("none/out.tif", "No such file or directory"), ("file/out.tif", "Not a directory"),
                              ("pipe.tif", "not a regular file"), ("x" * 300 + ".tif", "File name too long"),
-                             ("out.xyz", "no picture format"), ("out", "no picture format without an ending"),
+                             ("out.xyz", "no picture format"), ("out", "the name lacks an ending for the format"),
                              ("out.dng", "no picture format"), ("out.null", ""), ("out.term", "")):
             self.refuse("demosaic", "a.tif", "-o", output, names=output + ": ", says="cannot be written: " + says)
         self.refuse("demosaic", "a.tif", "-o", "file/", names="file/: ", says="cannot be made: ")

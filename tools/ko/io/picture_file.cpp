@@ -269,10 +269,9 @@ std::vector<unsigned char> encodePicture(const Image& image, const std::string& 
     OIIO::Filesystem::IOVecOutput memory(bytes);
     const std::unique_ptr<OIIO::ImageOutput> output = OIIO::ImageOutput::create(name);
     if (!output || !output->supports("ioproxy") || !output->set_ioproxy(&memory))
-        refuse(
-            endingOfOutput(file).empty()
-                ? "no picture format without an ending, such as .png; the name of a new directory ends in /"
-                : "no picture format that can be written has this ending");
+        refuse(endingOfOutput(file).empty()
+                   ? "the name lacks an ending for the format, such as .png, or a / for a new directory"
+                   : "no picture format that can be written has this ending");
     const auto ensure = [&](bool done) {
         if (!done)
             refuse(causeOf(output->geterror(), name));
