@@ -31,10 +31,11 @@ def packed(samples, width, bits):
 
 def dng(width, height, samples, grid, black=(0,), white=65535, area=None, strip=8, bits=16, curve=None, turn=1,
         maker=b"Maker", size=None, matrix=IDENTITY, neutral=(1, 1, 1), date=None, pixels=None, more=None):
-    """A raw file of one uncompressed strip; no `grid` for a sensor that sees no colours, `black` is one level or four of a 2 x 2 pattern, no `white` is that
-    of the bits, `curve` what samples stand for, `size` what the header claims, `matrix` what makes colours of the
-    camera of XYZ, `neutral` the camera's colours of gray, either None for none, `date` when it was taken, `pixels`
-    the bytes of the samples if they are compressed, `more` further tags, None for one that is left out."""
+    """A raw file of one uncompressed strip; no `grid` is that of a sensor that sees no colours, `black` is one level or
+    four of a 2 x 2 pattern, no `white` is that of the bits, `curve` what samples stand for, `size` what the header
+    claims, `matrix` what makes colours of the camera of XYZ, `neutral` the camera's colours of gray, either None for
+    none, `date` when it was taken, `pixels` the bytes of the samples if they are compressed, `more` further tags, None
+    for one that is left out."""
     repeat = (1, 1) if len(black) == 1 else (2, 2)
     if not grid:
         more = {262: (3, (34892,)), 33421: None, 33422: None, 50710: None, 50711: None, **(more or {})}

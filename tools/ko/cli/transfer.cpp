@@ -67,7 +67,7 @@ void addTransferOptions(CLI::App& command)
 
 void verifyTransfer(const CLI::App& command)
 {
-    // A name of it is no file that a result could replace.
+    // These names of the standard output are no files that a result could replace.
     if (const CLI::Option* const output = command.get_option_no_throw("--output"); output && !output->empty())
         for (const char* const name : {"/dev/stdout", "/dev/fd/1", "/proc/self/fd/1"})
             if (output->results().front() == name)

@@ -16,7 +16,6 @@
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <cmath>
 #include <cstdint>
 #include <filesystem>
 #include <vector>
@@ -83,7 +82,7 @@ public:
         return sensor;
     }
 
-    /// The mosaic within its depth.
+    /// The samples within their depth.
     Image takeImage()
     {
         Image image = std::move(*m_image);

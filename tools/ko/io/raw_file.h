@@ -15,11 +15,11 @@ bool startsAsRaw(const Source& source);
 /// Unpacks the file: decoders correct the levels that its header claims.
 FileInfo readRawInfo(const Source& source);
 
-/// Reads the mosaic of a camera: the active area, cropped to even size, with the pattern of its top left
-/// corner. The black level of each position is subtracted and nothing else is done to the samples: they are
-/// linear, neither white balanced nor turned upright. The depth is that of the white level, or of the samples
-/// where more than one in a thousand exceeds it, with a warning. Throws `Failure`, also for sensors without a
-/// 2 x 2 mosaic and for files that the decoder found damaged or read to the end too early.
+/// Reads the active area of a sensor: a mosaic, cropped to even size, with the pattern of its top left corner, or
+/// the one channel of a monochrome sensor. The black level of each position is subtracted and nothing else is done
+/// to the samples: they are linear, neither white balanced nor turned upright. The depth is that of the white level,
+/// or of the samples where more than one in a thousand exceeds it, with a warning. Throws `Failure`, also for colour
+/// sensors without a 2 x 2 mosaic and for files that the decoder found damaged or read to the end too early.
 Picture readRaw(const Source& source);
 
 }  // namespace ko::tool
