@@ -175,7 +175,7 @@ def _read_netpbm(head: re.Match[bytes], name: str) -> Frame:
     found: list[int] | Array
     if kind <= 3:
         words = _COMMENT.sub(b"", samples).split()[:count]
-        found = [min(int(word), maximum) for word in words if word.isdigit()]
+        found = [min(int(word), maximum) for word in words if word.isdigit() and len(word) < 10]
     else:
         found = np.frombuffer(samples, dtype, min(count, len(samples) // dtype.itemsize))
     if not 1 <= maximum <= 65535 or len(found) < count:
