@@ -131,6 +131,7 @@ def test_a_frame_that_no_file_holds_is_not_written(frame, options, argument, tmp
     (lambda series, out: ks.find_defects(flats=series.names), "flats"),
     (lambda series, out: ks.find_defects(series, hot=float("nan")), "hot"),
     (lambda series, out: ks.find_defects(series, noisy=-1), "noisy"),
+    (lambda series, out: ks.find_defects(series, dead="0.3"), "dead"),
     (lambda series, out: ks.calibrate(series, out, flat=[1]), "flat"),
     (lambda series, out: ks.calibrate(series, out, flat=series[0][:3]), "flat"),
     (lambda series, out: ks.calibrate("darks/*.tif", out, flat=series[0]), "series"),

@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import os
+from numbers import Real
 from typing import Any, Optional
 
 import numpy as np
@@ -85,7 +86,7 @@ def find_defects(
         if series is not None:
             need_series(series, name)
     for name, share in (("hot", hot), ("noisy", noisy), ("dead", dead)):
-        if not share >= 0:
+        if not (isinstance(share, Real) and share >= 0):
             raise ArgumentError(name, f"0 or more is wanted, not {share!r}")
     shapes = {series.shape for series in (darks, flats) if series is not None}
     if len(shapes) > 1:
