@@ -50,7 +50,7 @@ void countSample(const TallyTarget& target, int plane, T value) noexcept
 class TallyTables {
 public:
     static constexpr std::size_t size = 65536;
-    /// Below this many samples they are counted straight into the histogram.
+    /// Below this many samples there are no tables.
     static constexpr std::int64_t fewSamples = std::int64_t{1} << 17;
 
     TallyTables(std::int64_t samples, int tables);
