@@ -13,10 +13,11 @@ namespace ko {
 ///     ko::CallThreads threads(4);
 ///     rc = ko::Demosaic(raw, colour, buffer);
 ///
-/// The results are the same, byte for byte. The declaration of an operation says whether it makes use of this.
-/// The others, and every operation that always runs in parallel, do not change. The permission holds for
-/// calls on the thread that made the object. Objects nest: the innermost one counts, and the one around it
-/// counts again afterwards. So destroy each on the thread that made it, the last one first.
+/// The results are the same, byte for byte. The declaration of an operation says whether it makes use of
+/// this. The others, and every operation that always runs in parallel, do not change. Images too small to be
+/// worth several threads stay on the calling one. The permission holds for calls on the thread that made the
+/// object. Objects nest: the innermost one counts, and the one around it counts again afterwards. So destroy
+/// each on the thread that made it, the last one first.
 class KO_EXPORT CallThreads {
 public:
     /// Allows up to `threads` threads, and never more than 64. 1 or less takes the permission back.
