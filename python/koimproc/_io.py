@@ -167,7 +167,8 @@ def read_picture(name: str, page: int = 0) -> Frame:
 
 def _read_netpbm(head: re.Match[bytes], name: str) -> Frame:
     """As the tool reads it; OpenImageIO moves half of the levels of 16 bits by one."""
-    kind, columns, rows, maximum = (int(number) for number in head.groups())
+    # Numbers of ten digits are too large, whatever follows; Python refuses to read thousands of them.
+    kind, columns, rows, maximum = (int(number[:10]) for number in head.groups())
     channels = 3 if kind in (3, 6) else 1
     count = rows * columns * channels
     dtype: np.dtype[Any] = np.dtype(">u2") if maximum > 255 else np.dtype(np.uint8)

@@ -108,7 +108,9 @@ def test_netpbm_files_are_read_exactly(tmp_path, maximum, bits, channels):
 
 @pytest.mark.parametrize("contents", [b"P5 2 2 65535 1234567", b"P2 2 2 4095 1 2 3", b"P2 2 2 4095 1 2 -3 4",
                                       b"P3 1 1 255 1 2", b"P5 2 2 70000 12345678", b"P5 2 2 0 1234",
-                                      pytest.param(b"P2 1 1 255 " + 5000 * b"9", id="5000 digits")])
+                                      pytest.param(b"P2 1 1 255 " + 5000 * b"9", id="5000 digits"),
+                                      pytest.param(b"P5 " + 5000 * b"9" + b" 1 255 1", id="5000 digits of columns"),
+                                      pytest.param(b"P2 1 1 " + 5000 * b"9" + b" 1", id="5000 digits of the maximum")])
 def test_damaged_netpbm_files_are_refused(tmp_path, contents):
     (tmp_path / "a.pnm").write_bytes(contents)
     with pytest.raises(OSError, match="cut short"):
