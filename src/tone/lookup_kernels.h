@@ -16,7 +16,8 @@ using LookUpRow = void (*)(const std::uint8_t* src, std::uint8_t* dst, std::int6
 template <class T>
 struct LookUpRows {
     LookUpRow<T> row;
-    /// The first three channels of a row of pixels, each by its table. src and dst may be the same memory.
+    /// The first three channels of a row of pixels of three or four, each by its table. src and dst may be the same
+    /// memory.
     void (*colours)(const std::uint8_t* src, std::uint8_t* dst, std::int64_t width, std::int64_t channels,
                     const T* const* tables) noexcept;
 };
