@@ -51,24 +51,26 @@ void countInTurns(const std::uint8_t* bytes, std::int64_t units, std::uint32_t* 
                  loadSample<std::uint16_t>(bytes, i)];
 }
 
-/// Counts bytes, each to the table of its position in a word: counters of equal neighbours would wait for each other.
+/// Counts bytes; byte i goes to table i % `Tables`: counters of equal neighbours would wait for each other. With
+/// `AreAlike`, all tables are of one plane.
+template <int Tables, bool AreAlike>
 void countBytes(const std::uint8_t* bytes, std::int64_t count, std::uint32_t* tables) noexcept
 {
-    constexpr std::int64_t group = 16;
+    constexpr std::int64_t words = Tables == 6 ? 3 : 2, group = 8 * words;
     std::int64_t i = 0;
     for (; i + group <= count; i += group) {
-        if (repeats<1>(bytes + i, group)) {
+        if (AreAlike && repeats<1>(bytes + i, group)) {
             tables[bytes[i]] += group;
             continue;
         }
-        for (int k = 0; k < 2; ++k) {
+        for (int k = 0; k < words; ++k) {
             const auto word = loadSample<std::uint64_t>(bytes + i, k);
             for (int j = 0; j < 8; ++j)
-                ++tables[static_cast<std::size_t>(j) * 256 + (word >> (8 * j) & 0xFFU)];
+                ++tables[static_cast<std::size_t>((8 * k + j) % Tables) * 256 + (word >> (8 * j) & 0xFFU)];
         }
     }
     for (; i < count; ++i)
-        ++tables[bytes[i]];
+        ++tables[static_cast<std::size_t>(i % Tables) * 256 + bytes[i]];
 }
 
 /// Pairs after which the trial ends.
@@ -140,27 +142,19 @@ Tally<T>::Tally(const TallyTarget& target, std::span<const int> planes, TallyTab
 template <class T>
 void Tally<T>::add(const std::uint8_t* samples, std::int64_t count) noexcept
 {
-    if (m_tableCount == 0) {
-        // Counters of equal neighbours wait for each other, unless there are several to take turns.
-        constexpr std::int64_t worthTurns = 128;
-        if (sizeof(T) == 1 && m_planes.size() == 1 && count >= worthTurns) {
-            m_bytes.scattered = true;
-            countBytes(samples, count, m_bytes.counts.data());
-        } else {
-            addDirectly(samples, count);
-        }
-        return;
-    }
     if constexpr (sizeof(T) == 1) {
-        if (m_planes.size() == 1)
-            addBytes(samples, count);
-        else
-            addUnits(samples, count / 2);
-        if (count % 2 != 0)
-            countSample(m_target, planeAt(count - 1), samples[count - 1]);
-    } else {
-        addUnits(samples, count);
+        constexpr std::int64_t worthTurns = 128;
+        if (m_tableCount == 0 && m_planes.size() <= 4 && count >= worthTurns)
+            m_bytes.scattered = true;
+        if (m_bytes.scattered)
+            return addBytes(samples, count);
     }
+    if (m_tableCount == 0)
+        return addDirectly(samples, count);
+    if constexpr (sizeof(T) == 1)
+        addPairs(samples, count);
+    else
+        addUnits(samples, count);
 }
 
 template <class T>
@@ -194,18 +188,30 @@ void Tally<T>::addUnits(const std::uint8_t* samples, std::int64_t units) noexcep
     }
 }
 
-/// Even counts of bytes for one plane.
 template <class T>
-void Tally<T>::addBytes(const std::uint8_t* samples, std::int64_t count) noexcept
+void Tally<T>::addPairs(const std::uint8_t* bytes, std::int64_t count) noexcept
 {
-    if (m_bytes.scattered)
-        return countBytes(samples, count - count % 2, m_bytes.counts.data());
-    addUnits(samples, count / 2);
+    addUnits(bytes, count / 2);
+    if (count % 2 != 0)
+        countSample(m_target, planeAt(count - 1), bytes[count - 1]);
     m_bytes.pairs += count / 2;
-    if (!m_bytes.judged && m_bytes.pairs >= trialPairs) {
+    const std::int64_t ofTable = m_bytes.pairs / m_tableCount;
+    if (!m_bytes.judged && ofTable >= trialPairs) {
         m_bytes.judged = true;
-        m_bytes.scattered = isScattered(m_tables, m_bytes.pairs);
+        m_bytes.scattered = isScattered(m_tables, ofTable);
     }
+}
+
+template <class T>
+void Tally<T>::addBytes(const std::uint8_t* bytes, std::int64_t count) noexcept
+{
+    std::uint32_t* const tables = m_bytes.counts.data();
+    if (m_planes.size() == 1)
+        countBytes<8, true>(bytes, count, tables);
+    else if (m_planes.size() == 3)
+        countBytes<6, false>(bytes, count, tables);
+    else
+        countBytes<8, false>(bytes, count, tables);
 }
 
 template <class T>
@@ -238,8 +244,8 @@ void Tally<T>::finish() noexcept
             addTo(planeAt(index), table, TallyTables::size);
         }
     }
-    for (std::size_t k = 0; m_bytes.scattered && k < m_bytes.counts.size(); k += 256)
-        addTo(planeAt(0), m_bytes.counts.data() + k, 256);
+    for (int k = 0; m_bytes.scattered && k < ByteTally::tables; ++k)
+        addTo(planeAt(k), m_bytes.counts.data() + std::ptrdiff_t{256} * k, 256);
 }
 
 template class Tally<std::uint8_t>;

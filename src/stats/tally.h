@@ -67,11 +67,11 @@ private:
 /// Counts 16-bit units at any address into a table.
 void countUnits(const std::uint8_t* units, std::int64_t count, std::uint32_t* table) noexcept;
 
-/// How the bytes of one plane are counted: as pairs, until a trial shows that hardly any pair occurs twice.
-/// The counters of such pairs do not stay in the first-level cache, those of single bytes do. Without tables for pairs,
-/// long runs are counted as single bytes from the start.
+/// How bytes are counted: as pairs, until a trial shows that hardly any pair occurs twice. The counters of such pairs
+/// do not stay in the first-level cache, those of single bytes do. Without tables for pairs, long runs are counted as
+/// single bytes from the start.
 struct ByteTally {
-    static constexpr std::size_t tables = 8;  ///< one for each byte of a word
+    static constexpr int tables = 8;  ///< byte i of a run goes to table i % 8, or i % 6 for three planes
 
     std::int64_t pairs = 0;  ///< counted so far
     bool judged = false;
@@ -96,7 +96,8 @@ public:
 private:
     void addDirectly(const std::uint8_t* samples, std::int64_t count) noexcept;
     void addUnits(const std::uint8_t* samples, std::int64_t units) noexcept;
-    void addBytes(const std::uint8_t* samples, std::int64_t count) noexcept;
+    void addPairs(const std::uint8_t* bytes, std::int64_t count) noexcept;
+    void addBytes(const std::uint8_t* bytes, std::int64_t count) noexcept;
     void addTo(int plane, const std::uint32_t* counts, std::uint64_t values) const noexcept;
     int planeAt(std::int64_t position) const noexcept
     {

@@ -214,6 +214,21 @@ TEST(HistogramTargets, EqualTheTwinForImagesThatTakeWorkingTables)
     compareAll({4099, 33, 3, UInt16, Interleaved, 16});
 }
 
+/// Hardly any two pairs of bytes are alike, so that single bytes are counted from some row on.
+TEST(HistogramTargets, EqualTheTwinForRandomBytes)
+{
+    for (const int channels : {1, 2, 3, 4}) {
+        const Layout form{.width = 501, .height = 501, .channels = channels};
+        TestImage src(form);
+        src.fillRandom(11);
+        CxImageHistogram hist;
+        hist.resize(channels, 256, 0);
+        oracle::Counts expected(channels, 256);
+        oracle::histogram(src, oracle::everywhere(), oracle::allChannels(src), expected);
+        expectEqual(Histogram(src, hist), hist, expected, "Histogram", form);
+    }
+}
+
 TEST(HistogramTargets, EqualTheTwinForRowsOfSeveralRuns)
 {
     forEachFormat([](int channels, ExImageDataType type, ExPixelPacking packing, int bits) {
