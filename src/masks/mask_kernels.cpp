@@ -2,9 +2,8 @@
 
 #include "base/image_view.h"
 #include "base/kernel_loops.h"
-#include "base/mask_groups.h"
 
-#include <algorithm>
+#include <cstring>
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "masks/mask_kernels.cpp"
@@ -16,6 +15,8 @@ namespace ko {
 namespace HWY_NAMESPACE {
 namespace {
 
+namespace hn = hwy::HWY_NAMESPACE;
+
 template <class T, int Channels>
 void ClearUnmaskedPixels(std::uint8_t* row, const std::uint8_t* mask, std::int64_t width) noexcept
 {
@@ -26,37 +27,58 @@ void ClearUnmaskedPixels(std::uint8_t* row, const std::uint8_t* mask, std::int64
     }
 }
 
-/// Pixels of any length. Groups that are kept as a whole are not touched.
 template <class T>
-void ClearUnmaskedGroups(std::uint8_t* row, const std::uint8_t* mask, std::int64_t width,
-                         std::int64_t channels) noexcept
+void ClearUnmaskedLongPixels(std::uint8_t* row, const std::uint8_t* mask, std::int64_t width,
+                             std::int64_t channels) noexcept
 {
-    for (std::int64_t first = 0; first < width; first += maskGroupSize) {
-        const std::int64_t end = std::min(first + maskGroupSize, width);
-        if (end - first == maskGroupSize && maskGroupAt(mask + first) == MaskGroup::All)
-            continue;
-        for (std::int64_t x = first; x < end; ++x) {
-            const bool isKept = mask[x] != 0;
-            for (std::int64_t i = x * channels; i < (x + 1) * channels; ++i)
-                storeSample<T>(row, i, isKept ? loadSample<T>(row, i) : T{0});
-        }
+    for (std::int64_t x = 0; x < width; ++x) {
+        const bool isKept = mask[x] != 0;
+        for (std::int64_t i = x * channels; i < (x + 1) * channels; ++i)
+            storeSample<T>(row, i, isKept ? loadSample<T>(row, i) : T{0});
     }
+}
+
+/// Pixels that are kept are not touched where a vector of the mask keeps all of its own; where it keeps none, they need
+/// not be read. Others are left to `clear(row, mask, pixels)`.
+template <class Clear>
+void ClearByVectors(std::uint8_t* row, const std::uint8_t* mask, std::int64_t width, std::int64_t pixelBytes,
+                    const Clear& clear) noexcept
+{
+    std::int64_t x = 0;
+#if HWY_TARGET != HWY_SCALAR
+    const hn::ScalableTag<std::uint8_t> d;
+    constexpr auto lanes = static_cast<std::int64_t>(hn::MaxLanes(d));
+    for (; x + lanes <= width; x += lanes) {
+        const auto isKept = hn::Ne(hn::LoadU(d, mask + x), hn::Zero(d));
+        if (hn::AllTrue(d, isKept))
+            continue;
+        if (hn::AllFalse(d, isKept))
+            std::memset(row + x * pixelBytes, 0, static_cast<std::size_t>(lanes * pixelBytes));
+        else
+            clear(row + x * pixelBytes, mask + x, lanes);
+    }
+#endif
+    clear(row + x * pixelBytes, mask + x, width - x);
 }
 
 template <class T>
 void ClearUnmaskedRowOf(std::uint8_t* row, const std::uint8_t* mask, std::int64_t width,
                         std::int64_t channels) noexcept
 {
+    const std::int64_t pixelBytes = channels * static_cast<std::int64_t>(sizeof(T));
     if (channels == 1)
-        return ClearUnmaskedPixels<T, 1>(row, mask, width);
+        return ClearByVectors(row, mask, width, pixelBytes, &ClearUnmaskedPixels<T, 1>);
     // Pixels of wider samples are too long for the compiler to vectorise.
     if constexpr (sizeof(T) <= 4) {
         if (channels == 3)
-            return ClearUnmaskedPixels<T, 3>(row, mask, width);
+            return ClearByVectors(row, mask, width, pixelBytes, &ClearUnmaskedPixels<T, 3>);
         if (channels == 4)
-            return ClearUnmaskedPixels<T, 4>(row, mask, width);
+            return ClearByVectors(row, mask, width, pixelBytes, &ClearUnmaskedPixels<T, 4>);
     }
-    ClearUnmaskedGroups<T>(row, mask, width, channels);
+    ClearByVectors(row, mask, width, pixelBytes,
+                   [channels](std::uint8_t* pixels, const std::uint8_t* marks, std::int64_t count) {
+                       ClearUnmaskedLongPixels<T>(pixels, marks, count, channels);
+                   });
 }
 
 template <class T>

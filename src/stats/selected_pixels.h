@@ -2,7 +2,7 @@
 #pragma once
 
 #include "base/image_view.h"
-#include "base/mask_groups.h"
+#include "stats/mask_groups.h"
 
 #include <algorithm>
 #include <bit>

@@ -61,6 +61,26 @@ TEST(MaskImageTargets, EqualTheTwinForEveryTypeWidthAndChannelCount)
     });
 }
 
+/// Some vectors of the mask keep all of their pixels and some keep none.
+TEST(MaskImageTargets, EqualTheTwinForMasksOfLongRuns)
+{
+    forEachTarget([] {
+        for (const ExImageDataType type : allTypes)
+            for (const int channels : {1, 2, 3, 4}) {
+                const Layout layout{.width = 700, .height = 2, .channels = channels, .type = type};
+                TestImage image(layout), expected(layout), mask(Layout{.width = 700, .height = 2});
+                image.fillBytes(0xC3), expected.fillBytes(0xC3);
+                mask.forEachSample([&](int x, int y, int c) {
+                    mask.set<std::uint8_t>(x, y, c,
+                                           (x / 150 + y) % 2 == 0 ? std::uint8_t{9} : std::uint8_t{0});
+                });
+                oracle::maskImage(expected, mask);
+                ASSERT_EQ(MaskImage(image, mask), ResultOk);
+                ASSERT_EQ(image.bytes(), expected.bytes()) << type << ' ' << channels;
+            }
+    });
+}
+
 TEST(MaskImageValues, ReadPlanesAsIfTheyWereInterleaved)
 {
     // 2 x 2 pixels of 2 planes without padding: rows of 2 bytes, each walked over 4.
