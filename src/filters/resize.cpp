@@ -30,6 +30,23 @@ constexpr double mostWeight(int bits)
     return static_cast<double>(std::int64_t{1} << (std::numeric_limits<F>::digits - 3 - bits));
 }
 
+/// How far a product of sum and reciprocal in floats may be from a whole number that it tells as the result, for bytes.
+///
+/// The sums of columns are whole numbers that floats hold. A sum along a row is at most 255 * weight, and its terms are
+/// rounded up to innerCount + 4 times; the reciprocal, the product and the distance are rounded once each. So the
+/// distance is wrong by less than (innerCount + 7) * 255 * 2^-24, and less than this bound stays below 1/2.
+double certainDistance(const ResizeAxis& across)
+{
+    return 0.5 - static_cast<double>(across.innerCount() + 8) / 65536;
+}
+
+/// Floats tell nearly all results of bytes.
+bool tellMostBytes(const ResizeAxis& down, const ResizeAxis& across)
+{
+    constexpr std::int64_t whole = std::int64_t{1} << std::numeric_limits<float>::digits, mostInner = 24;
+    return 255 * down.divisor() <= whole && across.divisor() <= whole && across.innerCount() <= mostInner;
+}
+
 /// An upper bound of the weights behind one result, along one axis.
 std::int64_t weightBound(std::int64_t length, std::int64_t wanted)
 {
@@ -43,6 +60,12 @@ bool isExact(const SxImageInfo& src, const SxImageInfo& dst)
                        along = weightBound(src.width, dst.width);
     constexpr auto most = static_cast<std::int64_t>(mostWeight<double>(16));
     return across <= 0 || along <= most / across;
+}
+
+/// The weights behind one result together.
+double weightOf(const ResizeAxis& down, const ResizeAxis& across)
+{
+    return static_cast<double>(down.divisor()) * static_cast<double>(across.divisor());
 }
 
 RowWork workOf(const SxImageBuf& src, const SxImageBuf& dst)
@@ -61,8 +84,8 @@ void resizeIn(const SxImageBuf& src, SxImageBuf& dst, const ResizePasses<F>& pas
               const ResizeAxis& across)
 {
     const ResizePlan<F> plan(across, dst.width, dst.channels, passes.lanes);
-    const F weight = static_cast<F>(down.divisor()) * static_cast<F>(across.divisor());
-    const ResizeScale<F> scale{weight / 2 + F{0.25}, 1 / weight};
+    const double weight = weightOf(down, across);
+    const ResizeScale scale{weight / 2 + 0.25, 1 / weight, certainDistance(across)};
     const std::int64_t samples = std::int64_t{src.width} * src.channels;
     const std::int64_t pitch = samples + plan.slack();
     const RowWork work = workOf(src, dst);
@@ -97,12 +120,14 @@ void resize(const SxImageBuf& src, SxImageBuf& dst)
         });
         return;
     }
-    const double weight = static_cast<double>(down.divisor()) * static_cast<double>(across.divisor());
-    const ResizeByPrecision& kernels = resizeKernels().of<T>();
-    if (weight <= mostWeight<float>(8 * sizeof(T)))
-        resizeIn(src, dst, kernels.floats, down, across);
-    else
-        resizeIn(src, dst, kernels.doubles, down, across);
+    const auto& kernels = resizeKernels().of<T>();
+    if (weightOf(down, across) <= mostWeight<float>(8 * sizeof(T)))
+        return resizeIn(src, dst, kernels.floats, down, across);
+    if constexpr (sizeof(T) == 1) {
+        if (tellMostBytes(down, across))
+            return resizeIn(src, dst, kernels.checkedFloats, down, across);
+    }
+    resizeIn(src, dst, kernels.doubles, down, across);
 }
 
 }  // namespace

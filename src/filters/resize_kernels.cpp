@@ -85,50 +85,56 @@ void Across(const ResizeSource<F>& rows, F* sums, std::int64_t samples) noexcept
     add(hn::CappedTag<F, 1>{}, whole, samples);
 }
 
-/// Four rows of results that are bytes of doubles are rounded together, which is faster than to truncate each.
-template <class T, class F, std::size_t Rows>
-constexpr bool areRounded = sizeof(T) == 1 && sizeof(F) == 8 && Rows == 4 && hn::MaxLanes(LanesOf<F>{}) > 1;
-
-/// A vector of results of one row after the other, from sums that have 1/4 added. Rounded to the nearest whole number,
-/// such a sum * scale is what the truncated product is, which is larger by 1/2: that one stays away from whole numbers
-/// by more than roundings move it. `rounder` is added and leaves the number in the low bits.
-template <class D>
-void RoundFourRows(D d, const hn::Vec<D> (&sums)[4], double scale, std::uint8_t* bytes)
+/// Bytes that a group makes of one row, in doubles.
+void ExactBytes(const float* sums, const ResizeGroup<float>& group, const ResizePlan<float>& plan,
+                const ResizeScale& scale, std::uint8_t* bytes) noexcept
 {
-    constexpr double rounder = 6755399441055744.0;  // 1.5 * 2^52
-    constexpr std::size_t lanes = hn::MaxLanes(d), columns = std::min<std::size_t>(lanes, 4);
-    const hn::RebindToUnsigned<D> d64;
-    const hn::Rebind<std::uint32_t, D> d32;
-    const hn::Repartition<std::uint8_t, decltype(d32)> d8;
-    const auto result = [&](std::size_t row) HWY_ATTR {
-        return hn::BitCast(d64, hn::MulAdd(sums[row], hn::Set(d, scale), hn::Set(d, rounder)));
-    };
-    const auto upper = hn::Or(hn::ShiftLeft<8>(result(1)), hn::ShiftLeft<24>(result(3)));
-    const auto all = hn::Or(hn::Or(result(0), hn::ShiftLeft<16>(result(2))), upper);
-    // A lane has the four rows of a column; each block of columns is transposed.
-    struct Order {
-        alignas(16) std::uint8_t from[16];
-        constexpr Order() : from()
-        {
-            for (std::size_t i = 0; i < 4 * columns; ++i)
-                from[i] = static_cast<std::uint8_t>(i % columns * 4 + i / columns);
+    const LanesOf<float> d;
+    constexpr std::size_t lanes = hn::MaxLanes(d), parts = lanes > 1 ? 2 : 1, each = lanes / parts;
+    const hn::CappedTag<float, each> part;
+    const hn::Rebind<double, decltype(part)> d64;
+    const auto offset = hn::Set(d64, scale.offset);
+    hn::Vec<decltype(d64)> totals[2] = {offset, offset};
+    const auto indices = hn::SetTableIndices(d, group.lanes);
+    for (std::int64_t t = 0; t <= plan.innerCount + plan.endCount; ++t) {
+        alignas(64) float taps[lanes], weights[lanes];
+        hn::Store(hn::TableLookupLanes(hn::LoadU(d, sums + group.from + t * plan.channels), indices), d,
+                  taps);
+        const bool isInner = t > 0 && t <= plan.innerCount;
+        const std::int64_t end = t == 0 ? 0 : t - plan.innerCount;
+        hn::Store(isInner ? hn::Set(d, plan.inner) : hn::Load(d, group.weights[end]), d, weights);
+        for (std::size_t i = 0; i < parts; ++i) {
+            const auto tap = hn::PromoteTo(d64, hn::Load(part, taps + i * each));
+            totals[i] = hn::MulAdd(tap, hn::PromoteTo(d64, hn::Load(part, weights + i * each)), totals[i]);
         }
-    };
-    static constexpr Order order;
-    auto rows =
-        hn::TableLookupBytes(hn::BitCast(d8, hn::TruncateTo(d32, all)), hn::LoadDup128(d8, order.from));
-    if constexpr (lanes == 8) {
-        alignas(32) static constexpr std::int32_t blocks[8] = {0, 4, 1, 5, 2, 6, 3, 7};
-        rows =
-            hn::BitCast(d8, hn::TableLookupLanes(hn::BitCast(d32, rows), hn::SetTableIndices(d32, blocks)));
     }
-    hn::StoreU(rows, d8, bytes);
+    for (std::size_t i = 0; i < parts; ++i)
+        hn::StoreU(ToSamples<std::uint8_t>(d64, hn::Mul(totals[i], hn::Set(d64, scale.scale))),
+                   hn::Rebind<std::uint8_t, decltype(d64)>(), bytes + i * each);
 }
+
+/// The whole numbers nearest to sum * scale, with the greatest distance of one from its product in `farthest`. `rounder` is
+/// added and leaves the number in the lowest byte.
+template <class D>
+HWY_INLINE hn::Vec<hn::Rebind<std::uint8_t, D>> NearestBytes(D d, hn::Vec<D> sums, hn::Vec<D> scale,
+                                                             hn::Vec<D>& farthest)
+{
+    const hn::RebindToUnsigned<D> d32;
+    const auto rounder = hn::Set(d, 12582912.0F);  // 1.5 * 2^23
+    const auto rounded = hn::MulAdd(sums, scale, rounder);
+    farthest = hn::Max(farthest, hn::Abs(hn::MulSub(sums, scale, hn::Sub(rounded, rounder))));
+    return hn::TruncateTo(hn::Rebind<std::uint8_t, D>(), hn::BitCast(d32, rounded));
+}
+
+/// Bytes are rounded to the nearest whole number. With 1/4 added to the sum that is what the truncated product is, which is
+/// larger by 1/2: that one stays away from whole numbers by more than roundings move it.
+template <class T, class F>
+constexpr bool isNearest = sizeof(T) == 1 && sizeof(F) == 4;
 
 /// `Rows` rows, so that the plan, which is larger than they are, is read less often. `Taps` is 2 where the axis becomes
 /// longer, and 0 for any number.
-template <class T, class F, std::size_t Rows, int Taps>
-void AlongRows(const ResizeRows<F>& rows, const ResizePlan<F>& plan, const ResizeScale<F>& scale) noexcept
+template <class T, class F, bool IsChecked, std::size_t Rows, int Taps>
+void AlongRows(const ResizeRows<F>& rows, const ResizePlan<F>& plan, const ResizeScale& scale) noexcept
 {
     const LanesOf<F> d;
     using V = hn::Vec<LanesOf<F>>;
@@ -141,7 +147,9 @@ void AlongRows(const ResizeRows<F>& rows, const ResizePlan<F>& plan, const Resiz
         };
         V sums[Rows];
         const V first = hn::Load(d, group.weights[0]);
-        const V offset = hn::Set(d, areRounded<T, F, Rows> ? F{0.25} : scale.offset);
+        const V offset = hn::Set(d, IsChecked         ? F{0}
+                                    : isNearest<T, F> ? F{0.25}
+                                                      : static_cast<F>(scale.offset));
         for (std::size_t row = 0; row < Rows; ++row)
             sums[row] = hn::MulAdd(tap(row, 0), first, offset);
         if (Taps == 0 && plan.innerCount != 0) {
@@ -159,33 +167,42 @@ void AlongRows(const ResizeRows<F>& rows, const ResizePlan<F>& plan, const Resiz
             for (std::size_t row = 0; row < Rows; ++row)
                 sums[row] = hn::MulAdd(tap(row, t), weight, sums[row]);
         }
+        const hn::Rebind<T, LanesOf<F>> dt;
+        const V factor = hn::Set(d, static_cast<F>(scale.scale));
         std::uint8_t* const at = rows.dst + group.to * static_cast<std::int64_t>(sizeof(T));
-        const std::int64_t room = plan.samples - group.to;
-        std::uint8_t bytes[4 * lanes];
-        if constexpr (areRounded<T, F, Rows>)
-            RoundFourRows(d, sums, scale.scale, bytes);
+        const std::int64_t count = std::min(plan.samples - group.to, lanes);
+        V farthest = hn::Zero(d);
         for (std::size_t row = 0; row < Rows; ++row) {
-            const hn::Rebind<T, LanesOf<F>> dt;
             hn::Vec<decltype(dt)> results;
-            if constexpr (areRounded<T, F, Rows>)
-                results = hn::LoadU(dt, bytes + row * lanes);
+            if constexpr (isNearest<T, F>)
+                results = NearestBytes(d, sums[row], factor, farthest);
             else
-                results = ToSamples<T>(d, hn::Mul(sums[row], hn::Set(d, scale.scale)));
+                results = ToSamples<T>(d, hn::Mul(sums[row], factor));
             std::uint8_t* const to = at + static_cast<std::int64_t>(row) * rows.stride;
             // What a group writes behind its own results, the next one writes again.
-            if (room >= lanes) {
+            if (count == lanes) {
                 hn::StoreU(results, dt, reinterpret_cast<T*>(to));
             } else {
                 T rest[hn::MaxLanes(d)];
                 hn::StoreU(results, dt, rest);
-                std::memcpy(to, rest, static_cast<std::size_t>(room) * sizeof(T));
+                std::memcpy(to, rest, static_cast<std::size_t>(count) * sizeof(T));
+            }
+        }
+        if constexpr (IsChecked) {
+            if (hn::AllTrue(d, hn::Lt(farthest, hn::Set(d, static_cast<F>(scale.certain)))))
+                continue;
+            for (std::size_t row = 0; row < Rows; ++row) {
+                const auto y = static_cast<std::int64_t>(row);
+                std::uint8_t bytes[lanes];
+                ExactBytes(rows.sums + y * rows.pitch, group, plan, scale, bytes);
+                std::memcpy(at + y * rows.stride, bytes, static_cast<std::size_t>(count));
             }
         }
     }
 }
 
-template <class T, class F>
-void Along(const ResizeRows<F>& rows, const ResizePlan<F>& plan, const ResizeScale<F>& scale) noexcept
+template <class T, class F, bool IsChecked = false>
+void Along(const ResizeRows<F>& rows, const ResizePlan<F>& plan, const ResizeScale& scale) noexcept
 {
     ResizeRows<F> rest = rows;
     const auto take = [&](std::int64_t count) {
@@ -196,16 +213,16 @@ void Along(const ResizeRows<F>& rows, const ResizePlan<F>& plan, const ResizeSca
     const bool isLonger = plan.innerCount == 0 && plan.endCount == 1;
     for (; rest.count >= 4; take(4)) {
         if (isLonger)
-            AlongRows<T, F, 4, 2>(rest, plan, scale);
+            AlongRows<T, F, IsChecked, 4, 2>(rest, plan, scale);
         else
-            AlongRows<T, F, 4, 0>(rest, plan, scale);
+            AlongRows<T, F, IsChecked, 4, 0>(rest, plan, scale);
     }
     for (; rest.count != 0; take(1))
-        AlongRows<T, F, 1, 0>(rest, plan, scale);
+        AlongRows<T, F, IsChecked, 1, 0>(rest, plan, scale);
 }
 
-template <class T, class F>
-constexpr ResizePasses<F> passes{&Across<T, F>, &Along<T, F>,
+template <class T, class F, bool IsChecked = false>
+constexpr ResizePasses<F> passes{&Across<T, F>, &Along<T, F, IsChecked>,
                                  static_cast<std::int64_t>(hn::MaxLanes(LanesOf<F>{}))};
 
 template <class T>
@@ -213,7 +230,8 @@ constexpr ResizeByPrecision byPrecision{passes<T, float>, passes<T, double>};
 
 const ResizeKernels& Kernels()
 {
-    static constexpr ResizeKernels kernels{byPrecision<std::uint8_t>, byPrecision<std::uint16_t>};
+    static constexpr ResizeKernels kernels{{byPrecision<std::uint8_t>, passes<std::uint8_t, float, true>},
+                                           byPrecision<std::uint16_t>};
     return kernels;
 }
 

@@ -28,9 +28,10 @@ struct ResizeRows {
 };
 
 /// A weighted sum becomes (sum + offset) * scale, truncated.
-template <class F>
 struct ResizeScale {
-    F offset, scale;
+    double offset, scale;
+    double
+        certain;  ///< where floats are checked: how far sum * scale may be from the whole number that it tells
 };
 
 template <class F>
@@ -38,7 +39,7 @@ struct ResizePasses {
     /// sums[x] = the weighted sum of sample x of all rows.
     void (*across)(const ResizeSource<F>& rows, F* sums, std::int64_t samples) noexcept;
     /// Results from the weighted sums of the sums along each row.
-    void (*along)(const ResizeRows<F>& rows, const ResizePlan<F>& plan, const ResizeScale<F>& scale) noexcept;
+    void (*along)(const ResizeRows<F>& rows, const ResizePlan<F>& plan, const ResizeScale& scale) noexcept;
     std::int64_t lanes;  ///< that a plan is for
 };
 
@@ -47,7 +48,12 @@ struct ResizeByPrecision {
     ResizePasses<double> doubles;
 };
 
-using ResizeKernels = PerDepth<ResizeByPrecision>;
+struct ResizeOfBytes : ResizeByPrecision {
+    /// Floats, which nearly always tell the result, and doubles where they do not.
+    ResizePasses<float> checkedFloats;
+};
+
+using ResizeKernels = PerDepth<ResizeOfBytes, ResizeByPrecision>;
 
 /// The kernels of the running processor.
 const ResizeKernels& resizeKernels();

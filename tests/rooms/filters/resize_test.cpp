@@ -268,6 +268,28 @@ TEST(ResizeTargets, RoundHalvesUpWhereWeightsAreLarge)
     });
 }
 
+TEST(ResizeTargets, RoundRowsOfHalvesUp)
+{
+    struct Widths {
+        int from, to;
+    };
+    // Every result is the mean of two rows that differ by one: floats never tell where it is rounded to.
+    forEachTarget([] {
+        for (const Widths widths : {Widths{7, 4099}, Widths{4100, 1367}, Widths{6000, 199}}) {
+            TestImage src(Layout{.width = widths.from, .height = 14});
+            src.forEachSample([&](int x, int y, int) {
+                src.set<std::uint8_t>(x, y, 0, static_cast<std::uint8_t>(y / 2 * 40 + y % 2));
+            });
+            TestImage dst(Layout{.width = widths.to, .height = 7});
+            ASSERT_EQ(Resize(src, dst), ResultOk);
+            dst.forEachSample([&](int x, int y, int) {
+                ASSERT_EQ(dst.get<std::uint8_t>(x, y, 0), 40 * y + 1)
+                    << x << ", " << y << " of " << widths.to;
+            });
+        }
+    });
+}
+
 TEST(ResizeTargets, EqualTheTwinForHalvesAndQuartersOfAnyWidth)
 {
     forEachTarget([] {
