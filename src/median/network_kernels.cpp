@@ -8,11 +8,14 @@
 #include <new>
 #include <utility>
 
+// Newer processors move bytes from vector to vector.
+#define HWY_WANT_AVX3_DL
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "median/network_kernels.cpp"
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
+#include "median/row_vectors-inl.h"
 #include "median/sorted_lists-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -21,22 +24,6 @@ namespace HWY_NAMESPACE {
 namespace {
 
 namespace hn = hwy::HWY_NAMESPACE;
-
-/// Calls body(x) for vectors that cover first ... end - 1, at least one vector. All but the first and the
-/// last start at `aligned` plus whole vectors; these two overlap their neighbours where they have to. There is
-/// one call only: a large body that is called at several places stays a function.
-template <class Body>
-HWY_INLINE void ForEachVector(std::int64_t first, std::int64_t end, std::int64_t aligned, std::int64_t lanes,
-                              const Body& body) noexcept
-{
-    const std::int64_t last = end - lanes;
-    std::int64_t next = first + lanes - ((first - aligned) & (lanes - 1));
-    for (std::int64_t x = first;; x = std::min(next, last), next += lanes) {
-        body(x);
-        if (x >= last)
-            return;
-    }
-}
 
 /// Sorted values of one piece of a row: for every sample the values of each rank, rank by rank.
 template <class T, int kRanks, std::int64_t kSamples>
@@ -225,24 +212,62 @@ private:
         });
     }
 
-    /// The middle of nine: of the largest low, the middle middle and the smallest high of three columns. Sorting
-    /// a column for each of its windows takes less time than to store it once and load it again.
+    /// The middle of nine: of the largest low, the middle middle and the smallest high of three columns.
+    static HWY_INLINE V middleOfNine(const V* a, const V* b, const V* c) noexcept
+    {
+        const V low = hn::Max(hn::Max(a[0], b[0]), c[0]);
+        const V high = hn::Min(hn::Min(a[2], b[2]), c[2]);
+        return middleOf(low, middleOf(a[1], b[1], c[1]), high);
+    }
+
+    /// Sorting a column for each of its windows takes less time than to store it once and load it again.
     void selectOfThree(const std::uint8_t* const* rows, std::uint8_t* dst, std::int64_t samples) noexcept
     {
+        std::int64_t done = 0;
+        if constexpr (movesLanes<T>)
+            done = selectByMoving(rows, dst, samples);
+        if (done == samples)
+            return;
         const V most = hn::Set(D(), m_most);
         const std::int64_t step = m_step;
         const std::uintptr_t next = nextRow(rows);
         const std::uint8_t *const top = rows[0], *const middle = rows[1], *const bottom = rows[2];
-        ForEachVector(0, samples, -lineOffset(dst), lanes, [&](std::int64_t x) {
+        ForEachVector(std::min(done, samples - lanes), samples, -lineOffset(dst), lanes, [&](std::int64_t x) {
             fetch(next, dst, x);
             V a[3], b[3], c[3];
             loadColumn(top, middle, bottom, x, a);
             loadColumn(top, middle, bottom, x + step, b);
             loadColumn(top, middle, bottom, x + 2 * step, c);
-            const V low = hn::Max(hn::Max(a[0], b[0]), c[0]);
-            const V high = hn::Min(hn::Min(a[2], b[2]), c[2]);
-            storeRow(hn::Min(middleOf(low, middleOf(a[1], b[1], c[1]), high), most), dst, x);
+            storeRow(hn::Min(middleOfNine(a, b, c), most), dst, x);
         });
+    }
+
+    /// Sorts each column once and moves it to its other windows, for vectors behind which there is another one. Returns
+    /// the end of the samples done.
+    std::int64_t selectByMoving(const std::uint8_t* const* rows, std::uint8_t* dst,
+                                std::int64_t samples) noexcept
+    {
+        const std::int64_t columns = samples + 2 * m_step;
+        if (columns < 2 * lanes)
+            return 0;
+        const V most = hn::Set(D(), m_most);
+        const V one = hn::Iota(D(), static_cast<T>(m_step)), two = hn::Iota(D(), static_cast<T>(2 * m_step));
+        const std::uintptr_t next = nextRow(rows);
+        const std::uint8_t *const top = rows[0], *const middle = rows[1], *const bottom = rows[2];
+        V a[3], b[3], c[3], ahead[3];
+        loadColumn(top, middle, bottom, 0, a);
+        std::int64_t x = 0;
+        for (; x + 2 * lanes <= columns; x += lanes) {
+            fetch(next, dst, x);
+            loadColumn(top, middle, bottom, x + lanes, ahead);
+            for (int i = 0; i < 3; ++i) {
+                b[i] = Moved<T>(a[i], ahead[i], one);
+                c[i] = Moved<T>(a[i], ahead[i], two);
+            }
+            storeRow(hn::Min(middleOfNine(a, b, c), most), dst, x);
+            std::copy(ahead, ahead + 3, a);
+        }
+        return x;
     }
 
     static HWY_INLINE void loadColumn(const std::uint8_t* top, const std::uint8_t* middle,
