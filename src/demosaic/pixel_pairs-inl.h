@@ -10,6 +10,8 @@
 #define KO_DEMOSAIC_PIXEL_PAIRS_INL_H
 #endif
 
+#include "simd/two_vectors-inl.h"
+
 HWY_BEFORE_NAMESPACE();
 namespace ko {
 namespace HWY_NAMESPACE {
@@ -63,10 +65,6 @@ HWY_INLINE V Joined(D, V first, V second)
 }
 
 #if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX3
-
-/// Bytes are permuted by newer processors only.
-template <class T>
-inline constexpr bool permutesSamples = sizeof(T) == 2 || HWY_TARGET <= HWY_AVX3_DL;
 
 using Register = __m512i;
 
@@ -142,9 +140,6 @@ HWY_INLINE void StorePermuted(D, V red, V green, V blue, std::uint8_t* to)
 
 #else
 
-template <class T>
-inline constexpr bool permutesSamples = false;
-
 template <class T, class D, class V = hn::Vec<D>>
 HWY_INLINE void StorePermuted(D, V, V, V, std::uint8_t*)
 {
@@ -172,7 +167,7 @@ HWY_INLINE void StorePairs(D d, const PairOfPixels<hn::Vec<D>>& p, std::uint16_t
     const auto red = Joined<T>(d, p.firstRed, p.secondRed);
     const auto green = Joined<T>(d, p.firstGreen, p.secondGreen);
     const auto blue = Joined<T>(d, p.firstBlue, p.secondBlue);
-    if constexpr (Channels == 3 && permutesSamples<T>) {
+    if constexpr (Channels == 3 && takesFromTwo<T>) {
         StorePermuted<T>(d, red, green, blue, to);
     } else {
         const auto reds = InOrder<T>(d, red), greens = InOrder<T>(d, green), blues = InOrder<T>(d, blue);

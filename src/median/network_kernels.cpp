@@ -15,8 +15,8 @@
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
-#include "median/row_vectors-inl.h"
 #include "median/sorted_lists-inl.h"
+#include "simd/two_vectors-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace ko {
@@ -24,6 +24,22 @@ namespace HWY_NAMESPACE {
 namespace {
 
 namespace hn = hwy::HWY_NAMESPACE;
+
+/// Calls body(x) for vectors that cover first ... end - 1, at least one vector. All but the first and the
+/// last start at `aligned` plus whole vectors; these two overlap their neighbours where they have to. There is
+/// one call only: a large body that is called at several places stays a function.
+template <class Body>
+HWY_INLINE void ForEachVector(std::int64_t first, std::int64_t end, std::int64_t aligned, std::int64_t lanes,
+                              const Body& body) noexcept
+{
+    const std::int64_t last = end - lanes;
+    std::int64_t next = first + lanes - ((first - aligned) & (lanes - 1));
+    for (std::int64_t x = first;; x = std::min(next, last), next += lanes) {
+        body(x);
+        if (x >= last)
+            return;
+    }
+}
 
 /// Sorted values of one piece of a row: for every sample the values of each rank, rank by rank.
 template <class T, int kRanks, std::int64_t kSamples>
@@ -224,7 +240,7 @@ private:
     void selectOfThree(const std::uint8_t* const* rows, std::uint8_t* dst, std::int64_t samples) noexcept
     {
         std::int64_t done = 0;
-        if constexpr (movesLanes<T>)
+        if constexpr (takesFromTwo<T>)
             done = selectByMoving(rows, dst, samples);
         if (done == samples)
             return;
@@ -261,8 +277,8 @@ private:
             fetch(next, dst, x);
             loadColumn(top, middle, bottom, x + lanes, ahead);
             for (int i = 0; i < 3; ++i) {
-                b[i] = Moved<T>(a[i], ahead[i], one);
-                c[i] = Moved<T>(a[i], ahead[i], two);
+                b[i] = FromTwo<T>(a[i], ahead[i], one);
+                c[i] = FromTwo<T>(a[i], ahead[i], two);
             }
             storeRow(hn::Min(middleOfNine(a, b, c), most), dst, x);
             std::copy(ahead, ahead + 3, a);

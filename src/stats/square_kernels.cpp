@@ -5,11 +5,14 @@
 
 #include <algorithm>
 
+// Newer processors take bytes from anywhere in two vectors.
+#define HWY_WANT_AVX3_DL
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "stats/square_kernels.cpp"
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
+#include "simd/two_vectors-inl.h"
 #include "stats/selected-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -102,10 +105,52 @@ void AddRow(const std::uint8_t* row, std::int64_t samples, std::uint64_t* sums) 
 
 #endif
 
+#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX3
+
+/// The last vector reads and writes no sample but those asked for.
+template <class T, std::int64_t step>
+void GatherFromTwo(const std::uint8_t* row, std::int64_t samples, std::uint8_t* out) noexcept
+{
+    const hn::ScalableTag<T> d;
+    constexpr auto lanes = static_cast<std::int64_t>(hn::MaxLanes(d));
+    const T* const from = reinterpret_cast<const T*>(row);
+    T* const to = reinterpret_cast<T*>(out);
+    alignas(64) T places[lanes];
+    for (std::int64_t i = 0; i < lanes; ++i)
+        places[i] = static_cast<T>(i * step);
+    const auto at = hn::Load(d, places);
+    // From here on samples come from the third vector or the fourth.
+    const auto isEarly = hn::FirstN(d, static_cast<std::size_t>((2 * lanes + step - 1) / step));
+    const auto gather = [&](const auto& load) HWY_ATTR {
+        const auto first = FromTwo<T>(load(0), load(1), at);
+        if constexpr (step == 2)
+            return first;
+        const auto third = load(2);
+        return hn::IfThenElse(isEarly, first, FromTwo<T>(third, step > 3 ? load(3) : third, at));
+    };
+    std::int64_t i = 0;
+    const auto whole = [&](std::int64_t k) HWY_ATTR { return hn::LoadU(d, from + i * step + k * lanes); };
+    for (; i + lanes < samples; i += lanes)
+        hn::StoreU(gather(whole), d, to + i);
+    const auto rest = [&](std::int64_t k) HWY_ATTR {
+        const std::int64_t present = (samples - 1 - i) * step + 1 - k * lanes;
+        const auto some =
+            hn::FirstN(d, static_cast<std::size_t>(std::clamp<std::int64_t>(present, 0, lanes)));
+        return hn::MaskedLoad(some, d, from + i * step + k * lanes);
+    };
+    hn::BlendedStore(gather(rest), hn::FirstN(d, static_cast<std::size_t>(samples - i)), d, to + i);
+}
+
+#endif
+
 /// With a step that is known when it is compiled, the compiler finds vectors for it.
 template <class T, std::int64_t step>
 void Gather(const std::uint8_t* row, std::int64_t samples, std::uint8_t* out) noexcept
 {
+#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX3
+    if constexpr (takesFromTwo<T>)
+        return GatherFromTwo<T, step>(row, samples, out);
+#endif
     KO_INDEPENDENT_ITERATIONS
     for (std::int64_t i = 0; i < samples; ++i)
         storeSample<T>(out, i, loadSample<T>(row, i * step));
