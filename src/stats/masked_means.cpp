@@ -11,34 +11,37 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <span>
 #include <vector>
 
 namespace ko {
 
 namespace {
 
-/// Count and sum of the selected samples of one of the interleaved channels.
+/// Counts and sums of the selected samples of interleaved channels, all of them while a piece of a row is in the cache.
 template <class T>
-MaskedSum maskedSum(const SxImageBuf& src, std::int64_t channel, const SxImageBuf& mask)
+void addMasked(const SxImageBuf& src, const SxImageBuf& mask, std::span<MaskedSum> sums) noexcept
 {
     constexpr std::int64_t longestPiece = 4096;
     const GatherRow gather = squareKernels().gather.of<std::make_unsigned_t<T>>();
     const auto add = momentKernels().of<T>().add;
     std::array<std::uint8_t, longestPiece * sizeof(T)> piece;
-    MaskedSum sum;
     for (std::int64_t y = 0; y < src.height; ++y) {
         for (std::int64_t x = 0; x < src.width; x += longestPiece) {
             const std::int64_t count = std::min(longestPiece, src.width - x);
-            const std::uint8_t* samples =
-                rowOf(src, y) + (x * src.channels + channel) * std::int64_t{sizeof(T)};
-            if (!isMono(src)) {
-                gather(samples, src.channels, count, piece.data());
-                samples = piece.data();
+            const std::uint8_t* samples = rowOf(src, y) + x * src.channels * std::int64_t{sizeof(T)};
+            const std::uint8_t* const selected = rowOf(mask, y) + x;
+            if (sums.size() == 1) {
+                add(samples, selected, count, sums.front());
+                continue;
             }
-            add(samples, rowOf(mask, y) + x, count, sum);
+            for (MaskedSum& sum : sums) {
+                gather(samples, src.channels, count, piece.data());
+                add(piece.data(), selected, count, sum);
+                samples += sizeof(T);
+            }
         }
     }
-    return sum;
 }
 
 /// Samples so narrow that sums of them are exact in integers, and so in double step by step.
@@ -114,7 +117,8 @@ Spread spreadOf(const SxImageBuf& src, const SxImageBuf& mask)
 {
     double count = 0.0, mean = 0.0, squares = 0.0;
     if constexpr (isNarrow<T>) {
-        const MaskedSum total = maskedSum<T>(src, 0, mask);
+        MaskedSum total;
+        addMasked<T>(src, mask, {&total, 1});
         count = static_cast<double>(total.count);
         mean = meanOf<T>(total);
         squares = sumOfSquares<T>(src, mask, mean, total.highest);
@@ -141,8 +145,9 @@ template <class T>
 void channelMeans(const SxImageBuf& src, const SxImageBuf& mask, double* means)
 {
     if constexpr (isNarrow<T>) {
-        for (int c = 0; c < src.channels; ++c)
-            means[c] = meanOf<T>(maskedSum<T>(src, c, mask));
+        std::vector<MaskedSum> sums(static_cast<std::size_t>(std::max(src.channels, 0)));
+        addMasked<T>(src, mask, sums);
+        std::transform(sums.begin(), sums.end(), means, meanOf<T>);
     } else if (isMono(src)) {
         wideMeans<T>(src, mask, std::array<double, 2>{}, means);
     } else if (src.channels == 3) {
