@@ -112,6 +112,24 @@ class CameraRaws(DevelopTest):
         for got, want, gray in zip(balanced, colours[0], GRAY):
             self.assertAlmostEqual(got / 65535, want / gray / least, delta=1e-3)
 
+    def test_greens_that_the_camera_tells_apart_are_balanced_apart(self):
+        # As raws of one maker tell them: red, green in the rows of red, green in the rows of blue, blue.
+        gains = {29459: (3, (2000, 1000, 1250, 1600))}
+        for grid in ("rggb", "bggr", "gbrg", "grbg"):
+            seen = [16000 * 1000 / gain for gain in (2000, 1000, 1600, 1250)]
+            first_row = grid[:2]
+            samples = []
+            for y in range(24):
+                for x in range(32):
+                    colour = grid[y % 2 * 2 + x % 2]
+                    is_other = colour == "g" and ("b" in first_row) == (y % 2 == 0)
+                    samples.append(round(seen[3 if is_other else "rgb".index(colour)]))
+            self.write("a.dng", dng(32, 24, samples, grid, white=40000, neutral=None, matrix=None, more=gains))
+            for method in ("menon", "half"):
+                pixels = self.developed("a.dng", "--curve", "linear", "--method", method)[2]
+                for level in sum(pixels, []):
+                    self.assertAlmostEqual(level, 65535 * 16000 / 40000, delta=2)
+
     def test_the_light_may_be_told_as_a_place_in_the_diagram_of_colours(self):
         x, y = 0.3457, 0.3585
         light = (x / y, 1, (1 - x - y) / y)
@@ -234,6 +252,15 @@ class Mosaics(DevelopTest):
         self.assertEqual((width, height), (8, 6))
         for level in sum(pixels, []):
             self.assertAlmostEqual(level, 255 * encoded(2000 / 4095), delta=1)
+
+    def test_the_mean_makes_greens_equal_that_differ_by_little(self):
+        for first, second in ((1960, 2040), (1500, 2500)):
+            self.mosaic("m.tif", [1000, first, second, 500])
+            samples = sum(self.developed("m.tif", "--method", "malvar", "--curve", "linear")[2], [])
+            if second < 2100:
+                self.assertLessEqual(max(samples) - min(samples), 4)
+            else:
+                self.assertGreater(max(samples) - min(samples), 4000)
 
     def test_cells_that_clip_do_not_count_for_the_balance(self):
         samples = [([4095, 4095, 4095, 4095] if y < 6 else [1000, 2000, 2000, 500])[y % 2 * 2 + x % 2] << 4

@@ -12,13 +12,19 @@ namespace {
 /// More than this between two colours is no light that a camera is used in.
 constexpr double greatestRatio = 16;
 
-/// The colour of a position of the cell, in raster order; the first of samples without colours.
-std::size_t colourOf(const SxImageBuf& mosaic, std::size_t position)
+/// More than this between the greens comes from the scene.
+constexpr double greatestGreenRatio = 1.1;
+
+/// Which of the gains is that of a position of the cell, in raster order; the first of samples without colours.
+std::size_t gainAt(const SxImageBuf& mosaic, std::size_t position)
 {
     if (mosaic.bayerGrid == BayerNone)
         return 0;
-    return static_cast<std::size_t>(colourAt(mosaic.bayerGrid, static_cast<std::int64_t>(position % 2),
-                                             static_cast<std::int64_t>(position / 2)));
+    const auto x = static_cast<std::int64_t>(position % 2);
+    const auto y = static_cast<std::int64_t>(position / 2);
+    const int colour = colourAt(mosaic.bayerGrid, x, y);
+    const bool isInRowOfBlue = colourAt(mosaic.bayerGrid, x + 1, y) == 2;
+    return colour == 1 && isInRowOfBlue ? 3 : static_cast<std::size_t>(colour);
 }
 
 const std::uint16_t* rowOf(const SxImageBuf& mosaic, std::int64_t y)
@@ -28,7 +34,7 @@ const std::uint16_t* rowOf(const SxImageBuf& mosaic, std::int64_t y)
 
 }  // namespace
 
-Colour grayWorldGains(const SxImageBuf& mosaic, Levels levels)
+Gains grayWorldGains(const SxImageBuf& mosaic, Levels levels)
 {
     std::array<std::int64_t, 4> sums{};
     for (int y = 0; y + 1 < mosaic.height; y += 2)
@@ -41,26 +47,28 @@ Colour grayWorldGains(const SxImageBuf& mosaic, Levels levels)
             for (std::size_t i = 0; i < cell.size(); ++i)
                 sums[i] += std::max(cell[i] - levels.black, 0);
         }
-    Colour means{};
-    for (std::size_t i = 0; i < sums.size(); ++i) {
-        const std::size_t colour = colourOf(mosaic, i);
-        means[colour] += static_cast<double>(sums[i]) / (colour == 1 ? 2 : 1);
-    }
+    Gains means{};
+    for (std::size_t i = 0; i < sums.size(); ++i)
+        means[gainAt(mosaic, i)] = static_cast<double>(sums[i]);
+    const double green = (means[1] + means[3]) / 2;
+    const auto [fewer, more] = std::minmax(means[1], means[3]);
+    if (more > greatestGreenRatio * fewer)
+        means[1] = means[3] = green;
     if (std::ranges::min(means) <= 0)
-        return {1, 1, 1};  // nothing to go by
-    Colour gains{};
-    for (std::size_t c = 0; c < 3; ++c)
-        gains[c] = std::clamp(means[1] / means[c], 1 / greatestRatio, greatestRatio);
+        return {1, 1, 1, 1};  // nothing to go by
+    Gains gains{};
+    for (std::size_t c = 0; c < gains.size(); ++c)
+        gains[c] = std::clamp(green / means[c], 1 / greatestRatio, greatestRatio);
     return gains;
 }
 
-Image balanced(const SxImageBuf& mosaic, Levels levels, const Colour& gains)
+Image balanced(const SxImageBuf& mosaic, Levels levels, const Gains& gains)
 {
     constexpr double greatest = 65535;
     const double unit = greatest / (levels.white - levels.black) / std::ranges::min(gains);
     std::array<double, 4> cellGains{};
     for (std::size_t i = 0; i < cellGains.size(); ++i)
-        cellGains[i] = std::min(gains[colourOf(mosaic, i)] * unit, greatest);
+        cellGains[i] = std::min(gains[gainAt(mosaic, i)] * unit, greatest);
     const std::array<int, 4> blacks{levels.black, levels.black, levels.black, levels.black};
     SxImageInfo format = mosaic;
     format.bitsPerSample = 16;

@@ -12,13 +12,14 @@ struct Levels {
     int white;
 };
 
-/// The gains that make the mean of a mosaic gray. Cells with a clipped sample do not count: what was brighter
-/// than the sensor could tell has no known colour.
-Colour grayWorldGains(const SxImageBuf& mosaic, Levels levels);
+/// The gains that make the mean of a mosaic gray, and the means of both greens equal where they differ by as little as
+/// those of a sensor. Cells with a clipped sample do not count: what was brighter than the sensor could tell has no
+/// known colour.
+Gains grayWorldGains(const SxImageBuf& mosaic, Levels levels);
 
 /// The mosaic of words with its colours in balance, in 16 bits. The sample that is brightest for its colour
 /// when the sensor clips becomes white, and so do all brighter ones of the other colours: clipped places are
 /// white, whatever the gains are. Samples without a mosaic have the first gain.
-Image balanced(const SxImageBuf& mosaic, Levels levels, const Colour& gains);
+Image balanced(const SxImageBuf& mosaic, Levels levels, const Gains& gains);
 
 }  // namespace ko::tool

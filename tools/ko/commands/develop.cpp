@@ -56,22 +56,23 @@ Levels levelsOf(const SxImageBuf& mosaic, const Options& options, const Sensor* 
     return levels;
 }
 
-Colour gainsFor(const SxImageBuf& words, Levels levels, const Options& options, const Sensor* sensor)
+Gains gainsFor(const SxImageBuf& words, Levels levels, const Options& options, const Sensor* sensor)
 {
     if (!options.gains.empty())
-        return {options.gains[0], options.gains[1], options.gains[2]};
+        return {options.gains[0], options.gains[1], options.gains[2], options.gains[1]};
     const bool isKnown = sensor && sensor->gains;
     if (options.balance == Camera && !isKnown)
         throw std::runtime_error("its file has no white balance of a camera; --wb gray-world estimates one");
     return isKnown && options.balance != GrayWorld ? *sensor->gains : grayWorldGains(words, levels);
 }
 
-std::optional<ColourMatrix> matrixFor(const Colour& gains, const Options& options, const Sensor* sensor)
+std::optional<ColourMatrix> matrixFor(const Gains& gains, const Options& options, const Sensor* sensor)
 {
     if (options.matrix == Nothing)
         return {};
     const bool isTold = sensor && sensor->matrix;
-    const std::optional<ColourMatrix> matrix = isTold ? sensor->matrix(gains) : std::nullopt;
+    const std::optional<ColourMatrix> matrix =
+        isTold ? sensor->matrix({gains[0], (gains[1] + gains[3]) / 2, gains[2]}) : std::nullopt;
     if (options.matrix == Camera && !matrix)
         throw std::runtime_error("its file has no colour matrix of a camera; --matrix none does without");
     return matrix;
@@ -114,7 +115,7 @@ Image develop(const Image& picture, const Options& options, Demosaicer& demosaic
     Frame inner;  // whose times are part of all
     std::optional<Image> result;
     timed(frame, [&] {
-        const Colour gains = isMono ? Colour{1, 1, 1} : gainsFor(samples, levels, options, frame.sensor);
+        const Gains gains = isMono ? Gains{1, 1, 1, 1} : gainsFor(samples, levels, options, frame.sensor);
         if (!isMono)
             rendering.matrix = matrixFor(gains, options, frame.sensor);
         Image light = balanced(samples, levels, gains);

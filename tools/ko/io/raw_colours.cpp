@@ -8,14 +8,21 @@
 namespace ko::tool {
 namespace {
 
-std::optional<Colour> gainsOf(const libraw_data_t& raw, const DngTags& tags,
-                              const std::optional<DngColours>& dng)
+bool isGain(double gain)
 {
-    const float* const gains = raw.color.cam_mul;
-    if (std::all_of(gains, gains + 3, [](float gain) { return std::isfinite(gain) && gain > 0; }))
-        return Colour{gains[0], gains[1], gains[2]};
+    return std::isfinite(gain) && gain > 0;
+}
+
+/// LibRaw, too, has the green in the rows of blue last, where a file has one of its own.
+std::optional<Gains> gainsOf(const libraw_data_t& raw, const DngTags& tags,
+                             const std::optional<DngColours>& dng)
+{
+    const float* const told = raw.color.cam_mul;
+    if (std::all_of(told, told + 3, isGain))
+        return Gains{told[0], told[1], told[2], isGain(told[3]) ? told[3] : told[1]};
     const std::optional<std::array<double, 2>> white = tags.whitePoint();
-    return dng && white ? dng->gainsOf((*white)[0], (*white)[1]) : std::nullopt;
+    const std::optional<Colour> gains = dng && white ? dng->gainsOf((*white)[0], (*white)[1]) : std::nullopt;
+    return gains ? std::optional(Gains{(*gains)[0], (*gains)[1], (*gains)[2], (*gains)[1]}) : std::nullopt;
 }
 
 /// That of daylight. That of a camera that LibRaw does not know leaves colours as they are; damaged files have any

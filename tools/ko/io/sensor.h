@@ -12,6 +12,10 @@ namespace ko::tool {
 /// The numbers of red, green and blue.
 using Colour = std::array<double, 3>;
 
+/// White balance: the factors of red, green in the rows of red, blue, and green in the rows of blue. A sensor may see
+/// the two greens differently, which shows as a grid in even areas if nothing balances them.
+using Gains = std::array<double, 4>;
+
 /// The rows make red, green and blue.
 using ColourMatrix = std::array<Colour, 3>;
 
@@ -28,9 +32,9 @@ inline bool isSound(const ColourMatrix& matrix)
 
 /// Of samples whose black has been subtracted.
 struct Sensor {
-    int white = 0;                     ///< where the sensor clips, of the colour that does so first
-    bool isMonochrome = false;         ///< sees no colours: what follows is not there
-    std::optional<Colour> gains = {};  ///< the white balance of the camera
+    int white = 0;                    ///< where the sensor clips, of the colour that does so first
+    bool isMonochrome = false;        ///< sees no colours: what follows is not there
+    std::optional<Gains> gains = {};  ///< the white balance of the camera
     /// From colours that these gains have balanced to linear sRGB, white to white; none where it is not known.
     std::function<std::optional<ColourMatrix>(const Colour& gains)> matrix = {};
 };
