@@ -2,6 +2,7 @@
 
 import json
 import math
+import os
 
 import ko_files
 from ko_files import ToolTest, png, random_samples, read_tags, read_tiff, tiff
@@ -148,6 +149,27 @@ class CameraRaws(DevelopTest):
         for option, says in (("--wb", "has no white balance of a camera; --wb gray-world estimates one"),
                              ("--matrix", "has no colour matrix of a camera; --matrix none does without")):
             self.refuse("develop", "a.dng", "-o", "x.tif", option, "camera", names="a.dng: ", says=says)
+
+    def test_the_part_that_the_camera_shows_can_be_had(self):
+        tags = {50719: (4, (3, 5)), 50720: (4, (40, 31))}
+        colours = seen([[x / 64, y / 48, 0.3] for y in range(48) for x in range(64)])
+        for turn, (width, height) in ((1, (40, 31)), (6, (31, 40))):
+            self.raw("a.dng", colours, 64, more=tags, turn=turn)
+            whole = self.developed("a.dng", "--as-stored")[2]
+            part = [whole[y * 64 + x] for y in range(5, 36) for x in range(3, 43)]
+            self.assertEqual(self.developed("a.dng", "--crop", "--as-stored"), (40, 31, part))
+            self.assertEqual(self.developed("a.dng", "--crop")[:2], (width, height))
+        whole = self.developed("a.dng", "--as-stored", "--method", "half")[2]
+        part = [whole[y * 32 + x] for y in range(2, 17) for x in range(1, 21)]
+        self.assertEqual(self.developed("a.dng", "--crop", "--as-stored", "--method", "half"), (20, 15, part))
+        # Its own light alone decides how bright it becomes.
+        brightest = max(max(p) for p in self.developed("a.dng", "--crop", "--auto", "0")[2])
+        self.assertEqual(brightest, 255)
+        self.write("r.json", b'{"operations": [{"op": "crop", "roi": [2, 2, 60, 44]}, {"op": "develop", "crop": true}]}')
+        os.mkdir(self.path("run"))
+        self.refuse("run", "r.json", "a.dng", "-o", "run", names="a.dng: ", says="has been cut before")
+        self.raw("a.dng", colours, 64)
+        self.assertEqual(self.developed("a.dng", "--crop"), self.developed("a.dng"))
 
     def test_pictures_stand_upright_and_keep_what_the_camera_says(self):
         colours = seen([[0.7 * x / 63, 0.4, 0.1] for y in range(32) for x in range(64)])

@@ -337,9 +337,41 @@ class Raw(ToolTest):
         self.write("a.dng", dng(40, 30, [0] * 1200, "rggb", (64,), 1023, (4, 6, 28, 38)))
         self.assertEqual(self.succeed("info", "a.dng"),
                          "a.dng: 32 x 24, 1 channel, UInt16, 10 bits, mosaic RGGB, camera raw Maker Model, "
-                         "active area 32 x 24 at 6,4 of 40 x 30, black 64, white 1023\n")
+                         "active area 32 x 24 at 6,4 of 40 x 30, white balance 1,1,1, black 64, white 1023\n")
         self.write("a.dng", dng(32, 24, [0] * 768, "rggb", (1, 2, 3, 4), 1023))
         self.assertIn(", black 1/2/3/4, white 1023\n", self.succeed("info", "a.dng"))
+
+    def test_info_tells_the_white_balance_as_gains(self):
+        self.write("a.dng", dng(32, 24, [0] * 768, "rggb", neutral=(0.576577, 1, 0.8)))
+        self.assertIn(", white balance 1.734,1,1.25, black 0", self.succeed("info", "a.dng"))
+        self.write("a.dng", dng(32, 24, [0] * 768, "rggb", neutral=None))
+        self.assertIn(", no white balance, black 0", self.succeed("info", "a.dng"))
+
+    def test_info_tells_the_part_that_pictures_show(self):
+        for tags, told in (({50719: (4, (2, 3)), 50720: (4, (20, 16))}, ", crop 2,3,20,16,"),
+                           ({50719: (5, rationals((2.5, 0))), 50720: (5, rationals((99, 16)))}, ", crop 2,0,30,16,"),
+                           ({50719: (4, (0, 0)), 50720: (4, (32, 24))}, ""), ({50719: (4, (1, 1))}, ""),
+                           ({50719: (4, (40, 1)), 50720: (4, (20, 16))}, "")):
+            self.write("a.dng", dng(40, 30, [0] * 1200, "rggb", area=(4, 6, 28, 38), more=tags))
+            line = self.succeed("info", "a.dng")
+            self.assertIn(" of 40 x 30" + (told or ", white balance"), line)
+        # As one maker tells it: of the sensor and not of its active area.
+        tags = {29895: (4, (9, 6)), 29896: (4, (20, 16))}
+        self.write("a.dng", dng(40, 30, [0] * 1200, "rggb", area=(4, 6, 28, 38), maker=b"SONY", more=tags))
+        self.assertIn(", crop 3,2,20,16,", self.succeed("info", "a.dng"))
+
+    def test_info_names_the_corrections_that_nothing_applies(self):
+        def opcodes(*numbers, length=12):
+            return (7, struct.pack(">I", len(numbers)) + b"".join(
+                struct.pack(">IIII", number, 0x01030000, 1, length) + b"\0" * 12 for number in numbers))
+
+        for lists, told in (({51009: opcodes(9, 9), 51022: opcodes(1, 3)}, "GainMap GainMap WarpRectilinear FixVignetteRadial"),
+                            ({51008: opcodes(4, 77)}, "FixBadPixelsConstant opcode 77")):
+            self.write("a.dng", dng(32, 24, [0] * 768, "rggb", more=lists))
+            self.assertTrue(self.succeed("info", "a.dng").endswith(f", white 65535, not applied: {told}\n"))
+        for nonsense in (opcodes(), (7, b"\xff" * 9), (7, b"abc"), opcodes(1, length=13), opcodes(1, length=2**32 - 1)):
+            self.write("a.dng", dng(32, 24, [0] * 768, "rggb", more={51009: nonsense}))
+            self.assertTrue(self.succeed("info", "a.dng").endswith(", white 65535\n"), nonsense)
 
     def test_raws_are_demosaiced_without_options_and_with_another_pattern(self):
         samples = random_samples(32 * 24, 4095, 6)
@@ -353,6 +385,17 @@ class Raw(ToolTest):
     def test_sensors_without_a_mosaic_of_red_green_and_blue_are_refused(self):
         self.write("a.dng", dng(32, 24, [0] * 768, "rrbb"))
         self.refuse("demosaic", "a.dng", "-o", "out.tif", names="a.dng: ", says="mosaic")
+        colours = {262: (3, (34892,)), 277: (3, (3,)), 258: (3, (16, 16, 16)), 33421: None, 33422: None}
+        self.write("a.dng", dng(32, 24, [0] * 768 * 3, "rggb", more=colours))
+        self.refuse("develop", "a.dng", "-o", "out.tif", names="a.dng: ", says="holds all colours of every pixel")
+
+    def test_monochrome_sensors_have_nothing_to_demosaic(self):
+        self.write("a.dng", dng(32, 24, [0] * 768, None))
+        for command, out in (("demosaic", "out.tif"), ("stream", "streamed/")):
+            run = self.ko(command, "a.dng", "-o", out)
+            self.assertEqual(run.returncode, 1)
+            self.assertIn("ko: a.dng: its sensor is monochrome, so there is no mosaic; develop makes", run.stderr)
+        self.succeed("demosaic", "--grid", "rggb", "a.dng", "-o", "out.tif")
 
     def test_monochrome_sensors_give_pictures_of_one_channel(self):
         samples = random_samples(33 * 25, 4095, 31)
@@ -376,6 +419,15 @@ class Raw(ToolTest):
         self.write("a.dng", dng(64, 48, samples, "rggb", strip=8 + 64 * 32))
         self.refuse("demosaic", "a.dng", "-o", "out.tif", names="a.dng: ", says="is damaged or cut short")
 
+
+    def test_raws_that_end_in_their_header_are_damaged(self):
+        content = dng(64, 48, [0] * 3072, "rggb")
+        for length in (3, 20, 33, 1000, 8 + 2 * 3072 + 1, len(content) - 300):
+            self.write("a.dng", content[:length])
+            run = self.refuse("info", "a.dng", names="a.dng: ", says="cut short")
+            self.assertRegex(run.stderr, "(is damaged or cut short|: damaged, cut short or of no known kind)\n$")
+        self.write("a.nef", b"text " * 100)
+        self.refuse("develop", "a.nef", "-o", "b.png", names="a.nef: ", says="damaged, cut short or of no known kind")
 
     def test_raws_whose_decoder_runs_out_of_bytes_are_refused(self):
         content = b"\x55" * (512 * 384 * 8 // 7 + 20000)

@@ -33,7 +33,7 @@ const Operation demosaicOperation{
         return [options]() -> Filter {
             auto demosaicer = std::make_shared<Demosaicer>(options->isHalf ? Half : options->method);
             return [options, demosaicer](const Image& picture, Frame& frame) {
-                const SxImageBuf mosaic = mosaicOf(picture, options->mosaic);
+                const SxImageBuf mosaic = mosaicOf(picture, options->mosaic, frame.sensor);
                 return demosaicer->run(mosaic, regionIn(mosaic, options->region),
                                        "; choose an even part with --roi", frame);
             };

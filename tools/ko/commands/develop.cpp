@@ -32,6 +32,7 @@ struct Options {
     std::optional<double> exposure;
     std::optional<double> percent;
     std::optional<int> bits;
+    bool isCropped = false;
 };
 
 /// The samples in words: the operations keep the type, and 8 bits are too few for linear colours.
@@ -71,8 +72,7 @@ std::optional<ColourMatrix> matrixFor(const Gains& gains, const Options& options
     if (options.matrix == Nothing)
         return {};
     const bool isTold = sensor && sensor->matrix;
-    const std::optional<ColourMatrix> matrix =
-        isTold ? sensor->matrix({gains[0], (gains[1] + gains[3]) / 2, gains[2]}) : std::nullopt;
+    const std::optional<ColourMatrix> matrix = isTold ? sensor->matrix(mergedGreens(gains)) : std::nullopt;
     if (options.matrix == Camera && !matrix)
         throw std::runtime_error("its file has no colour matrix of a camera; --matrix none does without");
     return matrix;
@@ -97,17 +97,31 @@ void requireNoColours(const Options& options)
     refuseIf(options.method == Half, "--method half");
 }
 
+/// What the camera's own picture would show of this one; null where it would show all or the file says nothing.
+QRect cropFor(const SxImageBuf& mosaic, const Options& options, const Sensor* sensor)
+{
+    if (!options.isCropped || !sensor || sensor->crop.isNull())
+        return {};
+    if (sensor->size != QSize(mosaic.width, mosaic.height))
+        throw std::runtime_error("has been cut before, which leaves nothing to do for --crop");
+    const QRect& part = sensor->crop;
+    if (options.method != Half)
+        return part;
+    return {part.x() / 2, part.y() / 2, part.width() / 2, part.height() / 2};
+}
+
 Image develop(const Image& picture, const Options& options, Demosaicer& demosaicer, Frame& frame)
 {
     const bool isMono = isMonochrome(picture, options, frame.sensor);
     if (isMono)
         requireNoColours(options);
-    const SxImageBuf given = isMono ? *picture : mosaicOf(picture, {options.grid});
+    const SxImageBuf given = isMono ? *picture : mosaicOf(picture, {options.grid}, frame.sensor);
     std::optional<Image> words;
     if (given.dataType == UInt8)
         words = inWords(given);
     const SxImageBuf& samples = words ? **words : given;
     const Levels levels = levelsOf(samples, options, frame.sensor);
+    const QRect crop = cropFor(samples, options, frame.sensor);
     Rendering rendering{{},
                         std::exp2(options.exposure.value_or(0)),
                         options.curve,
@@ -122,6 +136,8 @@ Image develop(const Image& picture, const Options& options, Demosaicer& demosaic
         encode(light, rendering.curve);
         if (!isMono)
             light = demosaicer.run(*light, wholeOf(*light), "; another --method takes it", inner);
+        if (!crop.isEmpty())
+            light = cropOf(light, crop);
         if (options.percent)
             rendering.gain = automaticGain(light, rendering, *options.percent);
         result = rendered(light, rendering);
@@ -152,6 +168,8 @@ const Operation developOperation{
                         "as bright as this percentage of the pixels in white allows");
         settings.whole("bits", options->bits, {8, 16},
                        "of the result, 8 or 16; if not given 8, with --curve linear 16");
+        settings.flag("crop", options->isCropped,
+                      "the part that the camera's own picture shows, where the file tells it");
         settings.choice("grid", options->grid, gridWords(), "mosaic pattern, instead of what the file says");
         settings.whole("black", options->black, {0, 65535},
                        "level without light; that of camera raws has been subtracted already");

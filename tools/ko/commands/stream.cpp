@@ -111,7 +111,7 @@ private:
         const std::string trouble = troubleWith(file, [&] {
             timed(m_reading.sum, [&] {
                 Picture picture = readPicture(file);
-                const SxImageBuf mosaic = mosaicOf(picture.image, m_options.mosaic);
+                const SxImageBuf mosaic = mosaicOf(picture.image, m_options.mosaic, picture.sensor.get());
                 requireEven({mosaic.width, mosaic.height});
                 frame->setImageShallow(mosaic, number, 0, {});
                 *picture.image = {};

@@ -1,8 +1,10 @@
 #include "io/dng_tags.h"
 
+#include "io/dng_opcodes.h"
+#include "io/tiff_numbers.h"
+
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cmath>
 #include <cstdint>
 #include <iterator>
@@ -31,6 +33,8 @@ enum Tag : int {
     BlackLevel = 50714,
     BlackLevelDeltaH = 50715,
     BlackLevelDeltaV = 50716,
+    DefaultCropOrigin = 50719,
+    DefaultCropSize = 50720,
     AsShotWhiteXY = 50729,
     ActiveArea = 50829,
     CameraSignature = 50931,
@@ -40,57 +44,20 @@ enum Tag : int {
     ColumnInterleaveFactor = 52547,
 };
 
+/// Lists of corrections: for the samples as they stand in the file, for linear ones, for demosaiced ones.
+constexpr std::array opcodeLists{51008, 51009, 51022};
+
 constexpr std::array wanted{Width,           Height,           BitsPerSample,       Compression,
                             Photometric,     StripOffsets,     Orientation,         RowsPerStrip,
                             TileWidth,       TileLength,       TileOffsets,         SampleFormat,
                             DngVersion,      CfaPlaneColor,    CfaLayout,           BlackLevelRepeatDim,
                             BlackLevel,      BlackLevelDeltaH, BlackLevelDeltaV,    AsShotWhiteXY,
                             ActiveArea,      SubTileBlockSize, RowInterleaveFactor, ColumnInterleaveFactor,
-                            CameraSignature, ProfileSignature};
+                            CameraSignature, ProfileSignature, DefaultCropOrigin,   DefaultCropSize};
 
 constexpr int mostNumbers = 65536;  ///< no side of a sensor has more pixels
 
 constexpr int losslessJpeg = 7;
-
-/// The unsigned number of so many bytes.
-std::uint64_t wholeAt(const std::uint8_t* bytes, int size, bool isLittle)
-{
-    std::uint64_t number = 0;
-    for (int i = 0; i < size; ++i)
-        number = number << 8 | bytes[isLittle ? size - 1 - i : i];
-    return number;
-}
-
-/// Bytes of a number or letter of a TIFF tag; 0 for types that none of the tags above have.
-int sizeOf(int type)
-{
-    switch (type) {
-    case LIBRAW_EXIFTAG_TYPE_BYTE:
-    case LIBRAW_EXIFTAG_TYPE_ASCII:
-        return 1;
-    case LIBRAW_EXIFTAG_TYPE_SHORT:
-        return 2;
-    case LIBRAW_EXIFTAG_TYPE_LONG:
-        return 4;
-    case LIBRAW_EXIFTAG_TYPE_RATIONAL:
-    case LIBRAW_EXIFTAG_TYPE_SRATIONAL:
-        return 8;
-    default:
-        return 0;
-    }
-}
-
-double numberAt(const std::uint8_t* bytes, int type, bool isLittle)
-{
-    const int size = sizeOf(type);
-    if (size < 8)
-        return static_cast<double>(wholeAt(bytes, size, isLittle));
-    const auto above = static_cast<std::uint32_t>(wholeAt(bytes, 4, isLittle));
-    const auto below = static_cast<std::uint32_t>(wholeAt(bytes + 4, 4, isLittle));
-    if (type == LIBRAW_EXIFTAG_TYPE_SRATIONAL)
-        return static_cast<double>(std::bit_cast<std::int32_t>(above)) / std::bit_cast<std::int32_t>(below);
-    return static_cast<double>(above) / below;
-}
 
 std::vector<double> allOf(const std::map<int, std::vector<double>>& directory, Tag tag)
 {
@@ -151,6 +118,11 @@ void DngTags::take(void* self, int tag, int type, int count, unsigned order, voi
 {
     // Tags of the directories of a TIFF file come with the number of the directory above them, others without.
     const int directory = tag >> 20;
+    if (directory != 0 && std::ranges::find(opcodeLists, tag & 0xffff) != opcodeLists.end()) {
+        std::ranges::move(readOpcodes(*static_cast<LibRaw_abstract_datastream*>(stream), count),
+                          std::back_inserter(static_cast<DngTags*>(self)->m_opcodes));
+        return;
+    }
     const int size = sizeOf(type);
     if (directory == 0 || size == 0 || count < 1 || count > mostNumbers ||
         std::ranges::find(wanted, tag & 0xffff) == wanted.end())
@@ -274,6 +246,22 @@ std::optional<BlackLevels> DngTags::blackLevels(int width, int height) const
     if (!isWhole || !areFinite(levels.pattern) || !areFinite(levels.ofColumns) || !areFinite(levels.ofRows))
         return {};
     return levels;
+}
+
+QRect DngTags::crop(int width, int height) const
+{
+    const Directory* const directory = ofSensor(width, height);
+    const Numbers origin = directory ? allOf(*directory, DefaultCropOrigin) : Numbers{};
+    const Numbers size = directory ? allOf(*directory, DefaultCropSize) : Numbers{};
+    if (origin.size() != 2 || size.size() != 2)
+        return {};
+    Numbers corner = allOf(*directory, ActiveArea);
+    corner.resize(2);
+    const auto whole = [](double number) {
+        return static_cast<int>(std::min<std::int64_t>(wholeOf(number), mostNumbers));
+    };
+    return {whole(corner[1]) + whole(origin[0]), whole(corner[0]) + whole(origin[1]), whole(size[0]),
+            whole(size[1])};
 }
 
 bool DngTags::partsBeginRight(LibRaw_abstract_datastream& stream) const

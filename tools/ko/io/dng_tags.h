@@ -3,6 +3,7 @@
 
 #include "io/dng_parts.h"
 
+#include <QRect>
 #include <libraw/libraw.h>
 
 #include <array>
@@ -42,6 +43,12 @@ public:
     /// Of a sensor of this size; none where the file does not tell them all, or nonsense.
     std::optional<BlackLevels> blackLevels(int width, int height) const;
 
+    /// The part of a sensor of this size that pictures should show; null where the file tells none.
+    QRect crop(int width, int height) const;
+
+    /// Names of the corrections that the file asks for.
+    const std::vector<std::string>& opcodes() const { return m_opcodes; }
+
     /// Where the samples of a sensor of this size lie; none where LibRaw finds them itself.
     std::optional<DngParts> parts(int width, int height) const;
 
@@ -75,6 +82,7 @@ private:
 
     bool m_isLittle = true;
     std::map<int, Directory> m_directories;
+    std::vector<std::string> m_opcodes;
 };
 
 }  // namespace ko::tool

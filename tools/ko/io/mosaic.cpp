@@ -14,7 +14,7 @@ void addMosaicSettings(Settings& settings, MosaicOptions& options)
                    "significant bits of a sample, instead of what the file says");
 }
 
-SxImageBuf mosaicOf(const Image& picture, const MosaicOptions& options)
+SxImageBuf mosaicOf(const Image& picture, const MosaicOptions& options, const Sensor* sensor)
 {
     SxImageBuf mosaic = *picture;
     if (mosaic.channels != 1)
@@ -24,6 +24,9 @@ SxImageBuf mosaicOf(const Image& picture, const MosaicOptions& options)
         throw std::runtime_error("the samples of a mosaic must be unsigned of 8 or 16 bits");
     if (options.grid != BayerNone)
         mosaic.bayerGrid = options.grid;
+    if (mosaic.bayerGrid == BayerNone && sensor && sensor->isMonochrome)
+        throw std::runtime_error(
+            "its sensor is monochrome, so there is no mosaic; develop makes a gray picture of it");
     if (mosaic.bayerGrid == BayerNone)
         throw std::runtime_error("the file names no mosaic pattern; say it with --grid");
     if (options.bits > 8 * bytesPerSample(mosaic.dataType))

@@ -3,6 +3,7 @@
 
 #include "cli/settings.h"
 #include "io/image.h"
+#include "io/sensor.h"
 
 #include <QSize>
 
@@ -18,8 +19,9 @@ struct MosaicOptions {
 
 void addMosaicSettings(Settings& settings, MosaicOptions& options);
 
-/// A view of the picture with what the options override, fit for the library. Throws where it is no mosaic.
-SxImageBuf mosaicOf(const Image& picture, const MosaicOptions& options);
+/// A view of the picture with what the options override, fit for the library. Throws where it is no mosaic. The sensor
+/// is that of a camera raw.
+SxImageBuf mosaicOf(const Image& picture, const MosaicOptions& options, const Sensor* sensor);
 
 /// Throws for a size that does not consist of 2 x 2 cells; `advice` is added to the cause.
 void requireEven(const QSize& size, const std::string& advice = {});

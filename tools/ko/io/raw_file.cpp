@@ -18,6 +18,8 @@
 #include <bit>
 #include <cstdint>
 #include <filesystem>
+#include <iomanip>
+#include <sstream>
 #include <vector>
 
 namespace ko::tool {
@@ -44,6 +46,9 @@ public:
         const int opened = m_raw->open_datastream(&m_stream);
         if (const std::string obstacle = m_tags.obstacle(); !obstacle.empty())
             throw Failure(source.name, obstacle);
+        if (opened == LIBRAW_IO_ERROR || opened == LIBRAW_FILE_UNSUPPORTED)
+            throw Failure(m_source.name,
+                          "cannot be read as a camera raw: damaged, cut short or of no known kind");
         require(opened, "cannot be read as a camera raw");
         if (sizes().width < 2 || sizes().height < 2)
             throw Failure(source.name, "holds no picture");
@@ -75,7 +80,8 @@ public:
     Sensor sensor() const
     {
         const std::int64_t top = std::int64_t{white()} - m_highestBlack;
-        Sensor sensor{doubtOfWhite().empty() && top > 0 ? static_cast<int>(top) : m_nearlyAll};
+        Sensor sensor{doubtOfWhite().empty() && top > 0 ? static_cast<int>(top) : m_nearlyAll, whole().size(),
+                      crop()};
         sensor.isMonochrome = m_format.bayerGrid == BayerNone;
         if (!sensor.isMonochrome)
             addColours(m_raw->imgdata, m_tags, sensor);
@@ -105,6 +111,8 @@ public:
         return std::to_string(black(0, 0)) + '/' + std::to_string(black(1, 0)) + '/' +
                std::to_string(black(0, 1)) + '/' + std::to_string(black(1, 1));
     }
+
+    const std::vector<std::string>& corrections() const { return m_tags.opcodes(); }
 
 private:
     static int depthOf(unsigned white) { return white > 0 ? std::min<int>(std::bit_width(white), 16) : 16; }
@@ -227,8 +235,26 @@ private:
             std::max(depthOf(white()), depthOf(static_cast<unsigned>(std::max(m_nearlyAll, 1))));
     }
 
+    QRect whole() const { return {0, 0, m_format.width, m_format.height}; }
+
+    QRect crop() const
+    {
+        QRect part = m_tags.crop(sizes().raw_width, sizes().raw_height);
+        const libraw_raw_inset_crop_t& inset = sizes().raw_inset_crop;
+        constexpr int isUnknown = 0xffff;
+        if (part.isNull() && inset.cleft != isUnknown && inset.ctop != isUnknown)
+            part = {inset.cleft, inset.ctop, inset.cwidth, inset.cheight};
+        part.translate(-sizes().left_margin, -sizes().top_margin);
+        part &= whole();
+        return part.isEmpty() || part == whole() ? QRect() : part;
+    }
+
     ExBayerGrid grid() const
     {
+        if (camera().filters == 0)
+            throw Failure(
+                m_source.name,
+                "holds all colours of every pixel and no mosaic, which is not supported in camera raws");
         const auto colour = [&](int x, int y) { return camera().cdesc[m_raw->COLOR(y, x) & 3]; };
         std::optional<ExBayerGrid> grid;
         // Filter words below 1000 stand for no mosaic at all or for one that is not made of 2 x 2 cells.
@@ -281,14 +307,27 @@ bool startsAsRaw(const Source& source)
 FileInfo readRawInfo(const Source& source)
 {
     const RawFile raw(source);
-    const auto text = [](int number) { return std::to_string(number); };
-    return {raw.format(),
-            printable(std::string("camera raw ") + raw.camera().make + ' ' + raw.camera().model) +
-                ", active area " + text(raw.sizes().width) + " x " + text(raw.sizes().height) + " at " +
-                text(raw.sizes().left_margin) + "," + text(raw.sizes().top_margin) + " of " +
-                text(raw.sizes().raw_width) + " x " + text(raw.sizes().raw_height) + ", black " +
-                raw.blackLevels() + ", white " + std::to_string(raw.white()) + raw.doubtOfWhite(),
-            raw.metadata()};
+    const Sensor sensor = raw.sensor();
+    const libraw_image_sizes_t& sizes = raw.sizes();
+    std::ostringstream text;
+    text << std::setprecision(4)
+         << printable(std::string("camera raw ") + raw.camera().make + ' ' + raw.camera().model)
+         << ", active area " << sizes.width << " x " << sizes.height << " at " << sizes.left_margin << ','
+         << sizes.top_margin << " of " << sizes.raw_width << " x " << sizes.raw_height;
+    if (const QRect& crop = sensor.crop; !crop.isNull())
+        text << ", crop " << crop.x() << ',' << crop.y() << ',' << crop.width() << ',' << crop.height();
+    if (sensor.gains) {
+        const Colour gains = mergedGreens(*sensor.gains);
+        text << ", white balance " << gains[0] / gains[1] << ",1," << gains[2] / gains[1];
+    } else if (!sensor.isMonochrome) {
+        text << ", no white balance";
+    }
+    text << ", black " << raw.blackLevels() << ", white " << raw.white() << raw.doubtOfWhite();
+    if (!raw.corrections().empty())
+        text << ", not applied:";
+    for (const std::string& name : raw.corrections())
+        text << ' ' << name;
+    return {raw.format(), text.str(), raw.metadata()};
 }
 
 Picture readRaw(const Source& source)

@@ -1,6 +1,8 @@
 // What a camera says of the samples of its raws.
 #pragma once
 
+#include <QRect>
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -15,6 +17,12 @@ using Colour = std::array<double, 3>;
 /// White balance: the factors of red, green in the rows of red, blue, and green in the rows of blue. A sensor may see
 /// the two greens differently, which shows as a grid in even areas if nothing balances them.
 using Gains = std::array<double, 4>;
+
+/// Those of the three colours.
+inline Colour mergedGreens(const Gains& gains)
+{
+    return {gains[0], (gains[1] + gains[3]) / 2, gains[2]};
+}
 
 /// The rows make red, green and blue.
 using ColourMatrix = std::array<Colour, 3>;
@@ -33,6 +41,8 @@ inline bool isSound(const ColourMatrix& matrix)
 /// Of samples whose black has been subtracted.
 struct Sensor {
     int white = 0;                    ///< where the sensor clips, of the colour that does so first
+    QSize size = {};                  ///< of the whole picture
+    QRect crop = {};                  ///< what the camera's own pictures show of it; null for all
     bool isMonochrome = false;        ///< sees no colours: what follows is not there
     std::optional<Gains> gains = {};  ///< the white balance of the camera
     /// From colours that these gains have balanced to linear sRGB, white to white; none where it is not known.
