@@ -12,7 +12,7 @@ from koimproc._correct import Numbers, black_levels, per_colour
 from koimproc._errors import ArgumentError, SampleTypeError
 from koimproc._frame import Array, Frame, Whole, frame_over
 from koimproc._memory import empty
-from koimproc._stats import POSITIONS, moments
+from koimproc._stats import POSITIONS, moments, position_views
 from koimproc._threads import limit, run
 from koimproc._tone import look_up
 
@@ -130,7 +130,20 @@ def demosaic(
     return out if isinstance(out, Frame) else frame_over(target.array, source.bits)
 
 
-def _gains(frame: Frame, source: Source, white_balance: Balance, black: list[int]) -> list[float]:
+def _means(frame: Frame, source: Source, white: int) -> list[float]:
+    """Those of the positions of a cell, without the cells that have lost their colour as a sample reaches white, unless
+    all have."""
+    highest = int(source.array.max())
+    if white <= highest <= source.top:
+        rows, columns = (side // 2 for side in source.shape)
+        parts = [part[:rows, :columns] for part, _ in position_views(source.array, None)]
+        cells = (parts[0] < white) & (parts[1] < white) & (parts[2] < white) & (parts[3] < white)
+        if cells.any():
+            return [moments(part, cells).mean for part in parts]
+    return [float(mean) for mean in moments(frame).mean]
+
+
+def _gains(frame: Frame, source: Source, white_balance: Balance, black: list[int], white: int) -> list[float]:
     if not isinstance(white_balance, str):
         return per_colour(white_balance, source, "white_balance")
     if white_balance == "none":
@@ -139,19 +152,17 @@ def _gains(frame: Frame, source: Source, white_balance: Balance, black: list[int
         raise ArgumentError("white_balance", f'"gray-world", "none" or gains are wanted, not {white_balance!r}')
     if min(source.shape) < 2:
         raise ArgumentError("frame", "too small for a mean of every colour")
-    found = moments(frame)
-    bayer = frame._bayer or ""
-    assert isinstance(found.n, tuple) and isinstance(found.sum, tuple)
-    level = {}
-    for colour in "RGB":
-        at = [position for position in range(4) if bayer[position] == colour]
-        number = sum(found.n[position] for position in at)
-        level[colour] = sum(found.sum[position] - black[position] * found.n[position] for position in at) / number
-    if min(level.values()) <= 0:
+    levels = [mean - level for mean, level in zip(_means(frame, source, white), black)]
+    greens = [position for position in range(4) if (frame._bayer or "")[position] == "G"]
+    # The greens of a sensor differ by a few percent, which shows as a grid. More than that comes from the scene.
+    fewer, more = sorted(levels[position] for position in greens)
+    if more > 1.1 * fewer:
+        for position in greens:
+            levels[position] = (fewer + more) / 2
+    if min(levels) <= 0:
         raise ArgumentError("frame", "a colour is not brighter than its black level, so there is no balance")
     # A gain below 1 would tint what clips: all colours are at the top there.
-    brightest = max(level.values())
-    return [brightest / level[colour] for colour in bayer]
+    return [max(levels) / level for level in levels]
 
 
 def _srgb(levels: int) -> Array:
@@ -181,12 +192,13 @@ def develop(
     frame : Frame
         A mosaic: uint8 or uint16 with `bayer`, of shape (rows, columns).
     white_balance : "gray-world", "none", or sequence of float
-        Gains that give all colours the mean of the brightest; none; or these, for red, green and blue, or one per
-        position of the cell. Gains below 1 tint what is too bright for the sensor.
+        Gains that give all colours the mean of the brightest, where no sample of a cell reaches white; none; or these,
+        for red, green and blue, or one per position of the cell. Gains below 1 tint what is too bright for the sensor.
     black : float or sequence of float
         Level of black: one for all, or as for `white_balance`; rounded to whole levels.
     white : int, optional
-        Level that becomes white, above the levels of black; 2**bits - 1 unless given.
+        Level that becomes white, above the levels of black; 2**bits - 1 unless given. For a camera's raw file it is what
+        `ko info` calls white, less black: many sensors clip below the top of their depth.
     method : {"menon", "malvar", "linear", "half"}
         See `demosaic`.
     out : array or Frame, optional
@@ -220,7 +232,7 @@ def develop(
     highest = source.top if white is None else whole(white, "white", 1, 65535)
     if max(levels) >= highest:
         raise ArgumentError("black", f"levels below white, {highest}, are wanted, not {black!r}")
-    gains = _gains(frame, source, white_balance, levels)
+    gains = _gains(frame, source, white_balance, levels, highest)
     gains = [gain * source.top / (highest - level) for gain, level in zip(gains, levels)]
     if not all(0 <= gain <= 65535 for gain in gains):
         raise ArgumentError("white_balance", "gains of 0...65535 of the range from black to white are wanted")

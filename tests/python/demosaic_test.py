@@ -109,6 +109,28 @@ def test_what_clips_is_white_whatever_the_light(light):
     assert (rgb[:, 32:] == 255).all()
 
 
+def test_what_clips_does_not_count_for_the_balance():
+    mosaic = np.empty((33, 49), np.uint16)
+    for (row, column), share in zip([(0, 0), (0, 1), (1, 0), (1, 1)], (0.5, 1, 1, 0.25)):
+        mosaic[row::2, column::2] = 1000 * share
+    even = ko.develop(ko.Frame(mosaic, bits=12, bayer="RGGB"), white=3800)
+    assert len(np.unique(even)) == 1
+    mosaic[:10, :20] = 3900  # as many in all colours, which would make a gray of its own
+    some = np.asarray(ko.develop(ko.Frame(mosaic, bits=12, bayer="RGGB"), white=3800))
+    assert np.array_equal(some[14:], np.asarray(even)[14:])
+    mosaic[:] = 4000
+    assert (np.asarray(ko.develop(ko.Frame(mosaic, bits=12, bayer="RGGB"), white=3800)) == 255).all()
+
+
+@pytest.mark.parametrize("first, second, is_even", [(980, 1020, True), (700, 1300, False)])
+def test_greens_that_differ_by_little_are_made_equal(first, second, is_even):
+    mosaic = np.empty((32, 48), np.uint16)
+    for (row, column), level in zip([(0, 0), (0, 1), (1, 0), (1, 1)], (first, 500, 250, second)):
+        mosaic[row::2, column::2] = level
+    rgb = np.asarray(ko.develop(ko.Frame(mosaic, bits=12, bayer="GRBG")))
+    assert (np.ptp(rgb) <= 1) == is_even
+
+
 def test_what_is_no_mosaic_is_refused():
     a = random_picture((8, 8))
     for function in (ko.demosaic, ko.develop):
