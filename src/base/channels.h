@@ -54,16 +54,11 @@ void gather(const std::uint8_t* src, std::int64_t step, std::int64_t count, std:
         storeSample<T>(out, i, loadSample<T>(src, i * step));
 }
 
-/// Puts samples `step` apart, those that the mask (null: all) selects.
+/// Puts samples `step` apart, those that the mask selects.
 template <class T>
 void scatter(const std::uint8_t* samples, std::uint8_t* dst, std::int64_t step, std::int64_t count,
              const std::uint8_t* mask) noexcept
 {
-    if (mask == nullptr) {
-        for (std::int64_t i = 0; i < count; ++i)
-            storeSample<T>(dst, i * step, loadSample<T>(samples, i));
-        return;
-    }
     for (std::int64_t i = 0; i < count; ++i) {
         const T kept = loadSample<T>(dst, i * step), sample = loadSample<T>(samples, i);
         storeSample<T>(dst, i * step, mask[i] != 0 ? sample : kept);

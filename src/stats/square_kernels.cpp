@@ -12,7 +12,7 @@
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
-#include "simd/two_vectors-inl.h"
+#include "simd/channel_rows-inl.h"
 #include "stats/selected-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -105,70 +105,6 @@ void AddRow(const std::uint8_t* row, std::int64_t samples, std::uint64_t* sums) 
 
 #endif
 
-#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX3
-
-/// The last vector reads and writes no sample but those asked for.
-template <class T, std::int64_t step>
-void GatherFromTwo(const std::uint8_t* row, std::int64_t samples, std::uint8_t* out) noexcept
-{
-    const hn::ScalableTag<T> d;
-    constexpr auto lanes = static_cast<std::int64_t>(hn::MaxLanes(d));
-    const T* const from = reinterpret_cast<const T*>(row);
-    T* const to = reinterpret_cast<T*>(out);
-    alignas(64) T places[lanes];
-    for (std::int64_t i = 0; i < lanes; ++i)
-        places[i] = static_cast<T>(i * step);
-    const auto at = hn::Load(d, places);
-    // From here on samples come from the third vector or the fourth.
-    const auto isEarly = hn::FirstN(d, static_cast<std::size_t>((2 * lanes + step - 1) / step));
-    const auto gather = [&](const auto& load) HWY_ATTR {
-        const auto first = FromTwo<T>(load(0), load(1), at);
-        if constexpr (step == 2)
-            return first;
-        const auto third = load(2);
-        return hn::IfThenElse(isEarly, first, FromTwo<T>(third, step > 3 ? load(3) : third, at));
-    };
-    std::int64_t i = 0;
-    const auto whole = [&](std::int64_t k) HWY_ATTR { return hn::LoadU(d, from + i * step + k * lanes); };
-    for (; i + lanes < samples; i += lanes)
-        hn::StoreU(gather(whole), d, to + i);
-    const auto rest = [&](std::int64_t k) HWY_ATTR {
-        const std::int64_t present = (samples - 1 - i) * step + 1 - k * lanes;
-        const auto some =
-            hn::FirstN(d, static_cast<std::size_t>(std::clamp<std::int64_t>(present, 0, lanes)));
-        return hn::MaskedLoad(some, d, from + i * step + k * lanes);
-    };
-    hn::BlendedStore(gather(rest), hn::FirstN(d, static_cast<std::size_t>(samples - i)), d, to + i);
-}
-
-#endif
-
-/// With a step that is known when it is compiled, the compiler finds vectors for it.
-template <class T, std::int64_t step>
-void Gather(const std::uint8_t* row, std::int64_t samples, std::uint8_t* out) noexcept
-{
-#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX3
-    if constexpr (takesFromTwo<T>)
-        return GatherFromTwo<T, step>(row, samples, out);
-#endif
-    KO_INDEPENDENT_ITERATIONS
-    for (std::int64_t i = 0; i < samples; ++i)
-        storeSample<T>(out, i, loadSample<T>(row, i * step));
-}
-
-template <class T>
-void RowGather(const std::uint8_t* row, std::int64_t step, std::int64_t samples, std::uint8_t* out) noexcept
-{
-    if (step == 2)
-        return Gather<T, 2>(row, samples, out);
-    if (step == 3)
-        return Gather<T, 3>(row, samples, out);
-    if (step == 4)
-        return Gather<T, 4>(row, samples, out);
-    for (std::int64_t i = 0; i < samples; ++i)
-        storeSample<T>(out, i, loadSample<T>(row, i * step));
-}
-
 template <class T>
 std::int64_t RowSelect(const std::uint8_t* row, const std::uint8_t* mask, std::int64_t samples,
                        std::uint8_t* out) noexcept
@@ -191,7 +127,7 @@ std::int64_t RowSelect(const std::uint8_t* row, const std::uint8_t* mask, std::i
 const SquareKernels& Kernels()
 {
     static constexpr SquareKernels kernels{{&AddRow<std::uint8_t>, &AddRow<std::uint16_t>},
-                                           {&RowGather<std::uint8_t>, &RowGather<std::uint16_t>},
+                                           {&GatherRowOf<std::uint8_t>, &GatherRowOf<std::uint16_t>},
                                            {&RowSelect<std::uint8_t>, &RowSelect<std::uint16_t>}};
     return kernels;
 }

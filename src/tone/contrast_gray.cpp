@@ -36,7 +36,7 @@ void compressColours(const SxImageBuf& src, SxImageBuf& dst, const SxImageBuf* m
                     return rows.merge(results, count, channels[0].at<T>(x, y));
                 for (int c = 0; c < 3; ++c) {
                     if (channels[c].first != nullptr)
-                        scatter<T>(results[c], channels[c].at<T>(x, y), channels[c].step, count, selected);
+                        putSamples<T>(results[c], channels[c].at<T>(x, y), channels[c].step, count, selected);
                 }
             });
     });
@@ -55,16 +55,16 @@ void compress(const SxImageBuf& src, SxImageBuf& dst, const SxImageBuf* mask, in
     const ChannelSamples<const std::uint8_t> channels[3]{channelOf(src, 0), channelOf(src, 1),
                                                          channelOf(src, 2)};
     const bool wholePixels = isInterleaved(src) && src.channels == 3;
-    const auto split = contrastKernels().of<T>().split;
+    const ContrastRows<T>& rows = contrastKernels().of<T>();
     compressColours<T>(
         src, dst, mask, low, high,
         [&](std::int64_t x, std::int64_t y, std::int64_t count, SampleBlock<T>* samples) {
             if (wholePixels) {
                 std::uint8_t* const to[3]{samples[0].data(), samples[1].data(), samples[2].data()};
-                return split(channels[0].template at<T>(x, y), count, to);
+                return rows.split(channels[0].template at<T>(x, y), count, to);
             }
             for (int c = 0; c < 3; ++c)
-                gather<T>(channels[c].template at<T>(x, y), channels[c].step, count, samples[c].data());
+                rows.gather(channels[c].template at<T>(x, y), channels[c].step, count, samples[c].data());
         });
 }
 
@@ -75,15 +75,15 @@ void compressRaw(const SxImageBuf& src, SxImageBuf& dst, const SxImageBuf* mask,
 {
     if (src.data == nullptr || isInterleaved(src) || src.channels < 4)
         return;
-    const auto mean = contrastKernels().of<T>().mean;
+    const ContrastRows<T>& rows = contrastKernels().of<T>();
     const ChannelSamples<const std::uint8_t> planes[4]{channelOf(src, 0), channelOf(src, 1),
                                                        channelOf(src, 2), channelOf(src, 3)};
     compressColours<T>(src, dst, mask, low, high,
                        [&](std::int64_t x, std::int64_t y, std::int64_t count, SampleBlock<T>* samples) {
-                           gather<T>(planes[0].template at<T>(x, y), 1, count, samples[0].data());
-                           mean(planes[1].template at<T>(x, y), planes[3].template at<T>(x, y),
-                                samples[1].data(), count);
-                           gather<T>(planes[2].template at<T>(x, y), 1, count, samples[2].data());
+                           rows.gather(planes[0].template at<T>(x, y), 1, count, samples[0].data());
+                           rows.mean(planes[1].template at<T>(x, y), planes[3].template at<T>(x, y),
+                                     samples[1].data(), count);
+                           rows.gather(planes[2].template at<T>(x, y), 1, count, samples[2].data());
                        });
 }
 

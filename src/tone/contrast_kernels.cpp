@@ -4,11 +4,16 @@
 #include "base/kernel_loops.h"
 
 #include <algorithm>
+#include <limits>
 
+// Newer processors take bytes from anywhere in two vectors.
+#define HWY_WANT_AVX3_DL
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "tone/contrast_kernels.cpp"
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
+
+#include "simd/channel_rows-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace ko {
@@ -128,14 +133,18 @@ template <class T>
 void ClearOutsideRowOf(const std::uint8_t* const* samples, std::uint8_t* const* results, std::int64_t pixels,
                        const ContrastBand& band) noexcept
 {
-    const std::int32_t low = band.low, high = band.high;
+    constexpr std::int32_t most = std::numeric_limits<T>::max();
+    // Levels above all samples leave an empty band.
+    const auto low = static_cast<T>(std::min(band.low, most));
+    const auto high = static_cast<T>(band.low > most ? 0 : std::min(band.high, most));
     const std::uint8_t *const a = samples[0], *const b = samples[1], *const c = samples[2];
     std::uint8_t *const p = results[0], *const q = results[1], *const r = results[2];
     KO_INDEPENDENT_ITERATIONS
     for (std::int64_t i = 0; i < pixels; ++i) {
-        const std::int32_t x = loadSample<T>(a, i), y = loadSample<T>(b, i), z = loadSample<T>(c, i);
-        const bool inside = std::min({x, y, z}) >= low && std::max({x, y, z}) <= high;
-        const T kept = inside ? static_cast<T>(~T{0}) : T{0};
+        const T x = loadSample<T>(a, i), y = loadSample<T>(b, i), z = loadSample<T>(c, i);
+        const T least = std::min(std::min(x, y), z), greatest = std::max(std::max(x, y), z);
+        const T above = least >= low ? static_cast<T>(~T{0}) : T{0};
+        const T kept = greatest <= high ? above : T{0};
         storeSample<T>(p, i, loadSample<T>(p, i) & kept);
         storeSample<T>(q, i, loadSample<T>(q, i) & kept);
         storeSample<T>(r, i, loadSample<T>(r, i) & kept);
@@ -186,7 +195,9 @@ constexpr ContrastRows<T> rows{&SpreadRow<T, &Stretched<T>>,
                                &MeanRowOf<T>,
                                &SplitRowOf<T>,
                                &MergeRowOf<T>,
-                               &ClearOutsideRowOf<T>};
+                               &ClearOutsideRowOf<T>,
+                               &GatherRowOf<T>,
+                               &ScatterRowOf<T>};
 
 const ContrastKernels& Kernels()
 {

@@ -59,6 +59,12 @@ struct ContrastRows {
     /// Clears the results of the pixels whose three samples do not all lie in low...high.
     void (*clearOutside)(const std::uint8_t* const* samples, std::uint8_t* const* results,
                          std::int64_t pixels, const ContrastBand& band) noexcept;
+    /// Brings samples that lie `step` apart together.
+    void (*gather)(const std::uint8_t* src, std::int64_t step, std::int64_t count,
+                   std::uint8_t* out) noexcept;
+    /// Puts samples `step` apart.
+    void (*scatter)(const std::uint8_t* samples, std::uint8_t* dst, std::int64_t step,
+                    std::int64_t count) noexcept;
 };
 
 struct ContrastKernels : PerDepth<ContrastRows<std::uint8_t>, ContrastRows<std::uint16_t>> {

@@ -3,6 +3,7 @@
 
 #include "base/channels.h"
 #include "base/rows.h"
+#include "tone/contrast_kernels.h"
 
 #include <array>
 #include <cstdint>
@@ -29,6 +30,17 @@ void partsByConsent(const Selection& selection, const Body& body)
     });
 }
 
+/// Puts samples `step` apart, those that the mask (null: all) selects.
+template <class T>
+void putSamples(const std::uint8_t* samples, std::uint8_t* dst, std::int64_t step, std::int64_t count,
+                const std::uint8_t* mask) noexcept
+{
+    if (mask == nullptr)
+        contrastKernels().of<T>().scatter(samples, dst, step, count);
+    else
+        scatter<T>(samples, dst, step, count, mask);
+}
+
 /// Fills one channel: `make(x, y, count, out)` makes the samples of `count` pixels of a row.
 template <class T, class Make>
 void fillChannel(const ChannelSamples<std::uint8_t>& dst, const Selection& selection, const Make& make)
@@ -45,7 +57,7 @@ void fillChannel(const ChannelSamples<std::uint8_t>& dst, const Selection& selec
         forEachRun<samplesPerBlock>(
             part, [&](std::int64_t x, std::int64_t y, std::int64_t count, const std::uint8_t* mask) {
                 make(x, y, count, block.data());
-                scatter<T>(block.data(), dst.at<T>(x, y), dst.step, count, mask);
+                putSamples<T>(block.data(), dst.at<T>(x, y), dst.step, count, mask);
             });
     });
 }

@@ -86,13 +86,14 @@ void mapChannel(const ChannelSamples<const std::uint8_t>& src, const ChannelSamp
 {
     if (src.first == nullptr)
         return;
+    const auto gatherRow = contrastKernels().of<T>().gather;
     fillChannel<T>(dst, selection,
                    [&](std::int64_t x, std::int64_t y, std::int64_t count, std::uint8_t* out) {
                        if (src.step == 1) {
                            map(src.at<T>(x, y), out, count);
                            return;
                        }
-                       gather<T>(src.at<T>(x, y), src.step, count, out);
+                       gatherRow(src.at<T>(x, y), src.step, count, out);
                        map(out, out, count);
                    });
 }
