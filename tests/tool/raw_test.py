@@ -231,6 +231,22 @@ class Raw(ToolTest):
         self.assertEqual(self.unpacked(dng(40, 30, samples, "rggb", (100,), area=(0, 4, 30, 40), more=masked))[3],
                          expected)
 
+    def test_black_that_is_measured_is_rounded(self):
+        # Four masked columns on the left. The decoder drops the fractions of their means.
+        means = ((100.25, 100.5), (99.75, 101))
+
+        def dark(x, y):
+            mean = means[y % 2][x % 2]
+            return int(mean) + (y // 2 % 4 < mean % 1 * 4)
+
+        samples = [dark(x, y) if x < 4 else 3000 for y in range(32) for x in range(40)]
+        masked = {50713: None, 50714: None, 50830: (4, (0, 0, 32, 4))}
+        levels = ((100, 101), (100, 101))
+        self.write("a.dng", dng(40, 32, samples, "rggb", area=(0, 4, 32, 40), more=masked))
+        self.assertIn(", black 100/101/100/101, ", self.succeed("info", "a.dng"))
+        self.assertEqual(self.unpacked(self.read("a.dng"))[3],
+                         [3000 - levels[y % 2][x % 2] for y in range(32) for x in range(36)])
+
     def test_black_that_makes_no_sense_is_left_to_the_decoder(self):
         for more in ({50714: (5, (1, 0))}, {50713: (3, (0, 2))}, {50713: (3, (9, 9))},
                      {50715: (10, (1, 0))}, {50713: (5, (1, 0, 1, 0))}):

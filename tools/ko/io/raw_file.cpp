@@ -4,6 +4,7 @@
 #include "io/bayer.h"
 #include "io/claims.h"
 #include "io/dng_tags.h"
+#include "io/masked_pixels.h"
 #include "io/picture_file.h"
 #include "io/raw_colours.h"
 #include "io/raw_metadata.h"
@@ -137,7 +138,8 @@ private:
         if (rows > 0 && columns > 0)
             black +=
                 levels[6 + static_cast<unsigned>(y) % rows * columns + static_cast<unsigned>(x) % columns];
-        return static_cast<int>(std::min(black, 65535U));
+        return static_cast<int>(std::min(black, 65535U)) +
+               m_dropped[static_cast<std::size_t>(y % 2 * 2 + x % 2)];
     }
 
     /// Rows after which black levels repeat, 0 where they do not or after many alone.
@@ -208,6 +210,9 @@ private:
     void subtractBlack()
     {
         m_black = m_tags.blackLevels(sizes().raw_width, sizes().raw_height);
+        if (m_format.bayerGrid != BayerNone)
+            m_dropped =
+                dropped(sizes(), m_samples, m_pitch, {black(0, 0), black(1, 0), black(0, 1), black(1, 1)});
         m_lowestBlack = m_highestBlack = black(0, 0);
         Image& image = m_image.emplace(allocated(m_format));
         const std::uint16_t* from = m_samples + sizes().top_margin * m_pitch + sizes().left_margin;
@@ -278,6 +283,7 @@ private:
     const std::uint16_t* m_samples = nullptr;
     std::ptrdiff_t m_pitch = 0;
     std::optional<BlackLevels> m_black;
+    std::array<int, 4> m_dropped{};
     int m_lowestBlack = 0;
     int m_highestBlack = 0;
     bool m_hasBlackOfCells = true;  ///< the level depends on the place within a cell alone
