@@ -150,6 +150,17 @@ class CameraRaws(DevelopTest):
                              ("--matrix", "has no colour matrix of a camera; --matrix none does without")):
             self.refuse("develop", "a.dng", "-o", "x.tif", option, "camera", names="a.dng: ", says=says)
 
+    def test_the_camera_keeps_the_name_that_the_file_has(self):
+        self.raw("a.dng", [[0.2, 0.3, 0.1]] * 32 * 24, 32, maker=b"NIKON CORPORATION",
+                 more={272: (2, b"NIKON D5000  \0rest\0")})
+        self.assertIn("camera raw Nikon D5000, ", self.succeed("info", "a.dng"))
+        self.developed("a.dng")
+        tags = read_tags(self.read("out.tif"))
+        self.assertEqual((tags[271], tags[272]), (b"NIKON CORPORATION\0", b"NIKON D5000\0"))
+        for nonsense in ((2, b"x" * 9999), (5, (1, 0)), (10, (-9, 1)), (4, (2**32 - 1,) * 3)):
+            self.raw("a.dng", [[0.2, 0.3, 0.1]] * 32 * 24, 32, more={272: nonsense})
+            self.succeed("develop", "a.dng", "-o", "out.jpg")
+
     def test_the_part_that_the_camera_shows_can_be_had(self):
         tags = {50719: (4, (3, 5)), 50720: (4, (40, 31))}
         colours = seen([[x / 64, y / 48, 0.3] for y in range(48) for x in range(64)])

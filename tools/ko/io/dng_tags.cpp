@@ -1,6 +1,7 @@
 #include "io/dng_tags.h"
 
 #include "io/dng_opcodes.h"
+#include "io/tag_numbers.h"
 #include "io/tiff_numbers.h"
 
 #include <algorithm>
@@ -13,49 +14,9 @@
 namespace ko::tool {
 namespace {
 
-enum Tag : int {
-    Width = 256,
-    Height = 257,
-    BitsPerSample = 258,
-    Compression = 259,
-    Photometric = 262,
-    StripOffsets = 273,
-    Orientation = 274,
-    RowsPerStrip = 278,
-    TileWidth = 322,
-    TileLength = 323,
-    TileOffsets = 324,
-    SampleFormat = 339,
-    DngVersion = 50706,
-    CfaPlaneColor = 50710,
-    CfaLayout = 50711,
-    BlackLevelRepeatDim = 50713,
-    BlackLevel = 50714,
-    BlackLevelDeltaH = 50715,
-    BlackLevelDeltaV = 50716,
-    DefaultCropOrigin = 50719,
-    DefaultCropSize = 50720,
-    AsShotWhiteXY = 50729,
-    ActiveArea = 50829,
-    CameraSignature = 50931,
-    ProfileSignature = 50932,
-    SubTileBlockSize = 50974,
-    RowInterleaveFactor = 50975,
-    ColumnInterleaveFactor = 52547,
-};
-
-/// Lists of corrections: for the samples as they stand in the file, for linear ones, for demosaiced ones.
-constexpr std::array opcodeLists{51008, 51009, 51022};
-
-constexpr std::array wanted{Width,           Height,           BitsPerSample,       Compression,
-                            Photometric,     StripOffsets,     Orientation,         RowsPerStrip,
-                            TileWidth,       TileLength,       TileOffsets,         SampleFormat,
-                            DngVersion,      CfaPlaneColor,    CfaLayout,           BlackLevelRepeatDim,
-                            BlackLevel,      BlackLevelDeltaH, BlackLevelDeltaV,    AsShotWhiteXY,
-                            ActiveArea,      SubTileBlockSize, RowInterleaveFactor, ColumnInterleaveFactor,
-                            CameraSignature, ProfileSignature, DefaultCropOrigin,   DefaultCropSize};
-
 constexpr int mostNumbers = 65536;  ///< no side of a sensor has more pixels
+
+constexpr std::size_t longestName = 64;  ///< of makers and models, of which damaged files have any
 
 constexpr int losslessJpeg = 7;
 
@@ -310,13 +271,28 @@ std::optional<std::array<double, 2>> DngTags::whitePoint() const
 
 bool DngTags::isCalibrated() const
 {
-    // Zeros end a text, and a file that leaves one out means an empty one.
-    const auto letters = [this](int tag) {
-        Numbers text = anywhere(tag);
-        text.erase(std::ranges::find(text, 0.0), text.end());
-        return text;
-    };
-    return letters(CameraSignature) == letters(ProfileSignature);
+    return text(CameraSignature) == text(ProfileSignature);
+}
+
+std::string DngTags::text(int tag) const
+{
+    std::string text;
+    for (const double letter : anywhere(tag)) {
+        if (letter == 0)
+            break;
+        text += static_cast<char>(wholeOf(letter) & 0xff);
+    }
+    return text.substr(0, text.find_last_not_of(' ') + 1);
+}
+
+std::string DngTags::make() const
+{
+    return text(Make).substr(0, longestName);
+}
+
+std::string DngTags::model() const
+{
+    return text(Model).substr(0, longestName);
 }
 
 bool DngTags::hasOrientation() const

@@ -64,6 +64,10 @@ public:
     /// True where the calibration of this camera belongs to the matrices of its model.
     bool isCalibrated() const;
 
+    /// The camera in the words of the file, which LibRaw shortens; empty where the file is no TIFF file.
+    std::string make() const;
+    std::string model() const;
+
     /// False where there are only numbers that stand for no orientation, of which LibRaw makes one.
     bool hasOrientation() const;
 
@@ -77,6 +81,8 @@ private:
     const Directory* raw() const;
     /// What any directory has of a tag.
     Numbers anywhere(int tag) const;
+    /// The letters of it; empty where there are none.
+    std::string text(int tag) const;
     /// The same if it is of this size.
     const Directory* ofSensor(int width, int height) const;
 

@@ -4,8 +4,8 @@
 
 namespace ko::tool {
 
-std::array<int, 4> dropped(const libraw_image_sizes_t& sizes, const std::uint16_t* samples, std::ptrdiff_t pitch,
-                           const std::array<int, 4>& levels)
+std::array<int, 4> dropped(const libraw_image_sizes_t& sizes, const std::uint16_t* samples,
+                           std::ptrdiff_t pitch, const std::array<int, 4>& levels)
 {
     std::array<std::int64_t, 4> sums{};
     std::array<std::int64_t, 4> counts{};

@@ -68,7 +68,7 @@ public:
     const SxImageInfo& format() const { return m_format; }
     const libraw_image_sizes_t& sizes() const { return m_raw->imgdata.sizes; }
     const libraw_iparams_t& camera() const { return m_raw->imgdata.idata; }
-    Metadata metadata() const { return metadataOf(m_raw->imgdata, m_tags.hasOrientation()); }
+    Metadata metadata() const { return metadataOf(m_raw->imgdata, m_tags); }
     unsigned white() const { return m_raw->imgdata.color.maximum; }
 
     /// What is wrong with the white level, to follow its number; empty where nothing is.

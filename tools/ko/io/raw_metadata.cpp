@@ -18,11 +18,13 @@ int orientationOf(int flip)
 
 }  // namespace
 
-Metadata metadataOf(const libraw_data_t& raw, bool hasOrientation)
+Metadata metadataOf(const libraw_data_t& raw, const DngTags& tags)
 {
     OIIO::ImageSpec spec;
-    spec.attribute("Make", raw.idata.make);
-    spec.attribute("Model", raw.idata.model);
+    const std::string make = tags.make();
+    const std::string model = tags.model();
+    spec.attribute("Make", make.empty() ? raw.idata.make : make);
+    spec.attribute("Model", model.empty() ? raw.idata.model : model);
     const auto add = [&spec](const char* name, float number) {
         if (std::isfinite(number) && number > 0)
             spec.attribute(name, number);
@@ -40,7 +42,7 @@ Metadata metadataOf(const libraw_data_t& raw, bool hasOrientation)
             spec.attribute(name, text.data());
     if (raw.other.iso_speed > 0 && raw.other.iso_speed < 65536)
         spec.attribute("Exif:PhotographicSensitivity", static_cast<int>(raw.other.iso_speed));
-    return {orientationOf(hasOrientation ? raw.sizes.flip : 0), attributesOf(spec)};
+    return {orientationOf(tags.hasOrientation() ? raw.sizes.flip : 0), attributesOf(spec)};
 }
 
 }  // namespace ko::tool

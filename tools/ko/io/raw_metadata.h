@@ -1,6 +1,7 @@
 // What is told of a camera raw beside its samples.
 #pragma once
 
+#include "io/dng_tags.h"
 #include "io/image_file.h"
 
 #include <libraw/libraw.h>
@@ -8,6 +9,6 @@
 namespace ko::tool {
 
 /// Camera, exposure, date, and the orientation where the file has one.
-Metadata metadataOf(const libraw_data_t& raw, bool hasOrientation);
+Metadata metadataOf(const libraw_data_t& raw, const DngTags& tags);
 
 }  // namespace ko::tool
