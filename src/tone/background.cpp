@@ -7,6 +7,7 @@
 #include "base/image_view.h"
 #include "base/rows.h"
 #include "tone/background_kernels.h"
+#include "tone/byte_quotients_kernels.h"
 
 #include <algorithm>
 #include <cmath>
@@ -30,8 +31,14 @@ public:
         // Trying every level takes as long as ten samples save that need no second look.
         m_correction.isExact = single && static_cast<double>(samples) >= 16 * correction.top &&
                                all([&](double gain) { return exactServes(correction, gain); });
-        if (m_correction.isExact && treated == channels && all([&](double gain) { return gain == gains[0]; }))
+        if (m_correction.isExact && treated == channels &&
+            all([&](double gain) { return gain == gains[0]; })) {
             m_correction.highestShort = highestShortSample(correction, gains[0]);
+            constexpr std::int64_t worthTable = 1 << 15;
+            const bool hasRow = sizeof(T) == 1 && byteQuotientKernels().row != nullptr;
+            if (hasRow && samples >= worthTable && fillQuotients(gains[0]))
+                m_correction.quotients = &m_quotients;
+        }
         constexpr int mostChannels = 4;
         double gain[mostChannels];
         float scale[mostChannels];
@@ -56,7 +63,25 @@ public:
     const Correction& correction() const noexcept { return m_correction; }
 
 private:
+    /// Of a gain that is a multiple of 1/2; false where it is too large.
+    bool fillQuotients(double gain) noexcept
+    {
+        const int parts = gain == std::trunc(gain) ? 1 : 2;
+        if (parts * gain > 255)
+            return false;
+        const auto factor = static_cast<std::uint16_t>(parts * gain);
+        m_quotients.factor = factor;
+        m_quotients.parts = static_cast<std::uint16_t>(parts);
+        for (int below = 1; below < 256; ++below) {
+            const int inverse = std::min(256 * factor / (parts * below), 0xFFFF);
+            m_quotients.inverse[0][below] = static_cast<std::uint8_t>(inverse);
+            m_quotients.inverse[1][below] = static_cast<std::uint8_t>(inverse >> 8);
+        }
+        return true;
+    }
+
     Correction m_correction;
+    ByteQuotients m_quotients{};
     // Whole vectors are read from them, which takes longer across cache lines.
     alignas(64) double m_gain[correctionPeriod];
     alignas(64) float m_scale[correctionPeriod];
@@ -78,9 +103,11 @@ void correct(const SxImageBuf& src, const SxImageBuf& background, SxImageBuf& ds
         for (int plane = 0; plane < (interleaved ? 1 : treated); ++plane) {
             const RowGains row(std::type_identity<T>{}, correction, gains + plane, interleaved ? treated : 1,
                                perRow, std::int64_t{src.width} * src.height * perRow);
+            const CorrectRow correctRow =
+                row.correction().quotients != nullptr ? byteQuotientKernels().row : kernels.row;
             loop(work, [&](std::int64_t y) noexcept {
-                kernels.row(planeRowOf(src, plane, y), planeRowOf(background, plane, y),
-                            planeRowOf(dst, plane, y), std::int64_t{src.width} * perRow, row.correction());
+                correctRow(planeRowOf(src, plane, y), planeRowOf(background, plane, y),
+                           planeRowOf(dst, plane, y), std::int64_t{src.width} * perRow, row.correction());
             });
         }
         return;

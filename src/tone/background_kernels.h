@@ -14,6 +14,15 @@ namespace ko {
 /// enough for a block.
 inline constexpr int correctionPeriod = 4 * static_cast<int>(repeatPeriod(3));
 
+/// One gain for quotients of bytes: factor / parts, neither above 255.
+struct ByteQuotients {
+    std::uint16_t factor;
+    std::uint16_t parts;
+    /// Of background samples from 1 on, the low and the high bytes of 256 times their factor, without a fraction and at
+    /// most 65535.
+    std::uint8_t inverse[2][256];
+};
+
 /// What becomes of sample i over the background sample b: trunc(min(top, (sample / b) * ratio * gain[i %
 /// correctionPeriod])) in its low bits, a product that is NaN counting as the top.
 struct Correction {
@@ -24,6 +33,7 @@ struct Correction {
     const float* scale = nullptr;  ///< ratio * gain[i]; null unless `singleServes` for all of them
     bool isExact = false;          ///< `exactServes` for all of them
     int highestShort = -1;         ///< as `highestShortSample` says
+    const ByteQuotients* quotients = nullptr;  ///< null unless `isExact` with one gain for all
     const std::uint8_t* treated =
         nullptr;  ///< 0 for samples to leave alone, else 255; null: none are left alone
 };

@@ -351,6 +351,33 @@ TEST(CorrectBackgroundTargets, DivideEveryPairOfBytesExactly)
     });
 }
 
+TEST(CorrectBackgroundTargets, DivideEveryPairOfBytesOfFewerBitsAndInPlace)
+{
+    const Layout layout{.width = 257, .height = 256, .bits = 5};
+    TestImage src(layout), background(layout);
+    src.forEachSample([&](int x, int y, int) {
+        src.set<std::uint8_t>(x, y, static_cast<std::uint8_t>(x));
+        background.set<std::uint8_t>(x, y, static_cast<std::uint8_t>(y));
+    });
+    const auto copyTo = [&](TestImage& image) {
+        ASSERT_EQ(CopyBuffer(src, QRect(0, 0, 257, 256), image, QPoint(0, 0), true), ResultOk);
+    };
+    forEachTarget([&] {
+        for (const double gain : {0.5, 31.0, 99.5, 255.0}) {
+            TestImage image(layout), expected(layout);
+            copyTo(image);
+            oracle::correctBackground<std::uint8_t>(src, background, expected, 1.0, {gain});
+            ASSERT_EQ(CorrectBackground(image, background, image, 0, 0, gainsOf({gain})), ResultOk);
+            ASSERT_EQ(image.bytes(), expected.bytes()) << gain;
+            copyTo(image);
+            copyTo(expected);
+            oracle::backgroundCorrection<std::uint8_t>(background, expected, 1, {gain});
+            ASSERT_EQ(BackgroundCorrection(background, image, 1, &gain), ResultOk);
+            ASSERT_EQ(image.bytes(), expected.bytes()) << gain;
+        }
+    });
+}
+
 TEST(CorrectBackgroundTargets, DivideWordsExactly)
 {
     forEachTarget([&] {
