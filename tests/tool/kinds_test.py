@@ -99,7 +99,7 @@ OPERATIONS = {
     "convert": ({}, {
         "only floating-point samples and signed ones of 32 bits can be converted":
             "gray gray16 colour alpha mosaic two signed 1x6 6x1 1x1",
-        "a mosaic of odd size": "oddmosaic",
+        "a mosaic of odd size, 5 x 6": "oddmosaic",
         "has 5 channels, at most four fit": "five",
         "6x6x1 UInt16": "float",
     }),
@@ -118,7 +118,7 @@ OPERATIONS = {
         "not a mosaic but a picture of 3 channels": "colour",
         "not a mosaic but a picture of 4 channels": "alpha",
         "6x6x3 UInt16": "mosaic",
-        "odd size, 5 x 6; choose an even part with roi": "oddmosaic",
+        "a mosaic of odd size, 5 x 6; choose an even part with roi": "oddmosaic",
         "not a mosaic but a picture of 2 channels": "two",
         "not a mosaic but a picture of 5 channels": "five",
         "the samples of a mosaic must be unsigned of 8 or 16 bits": "signed float",
@@ -288,7 +288,7 @@ class Kinds(ToolTest):
         run = self.ko("stream", *self.kinds, "-o", "out")
         self.assertEqual(os.listdir(self.path("out")), ["mosaic.tif"])
         for line in run.stderr.splitlines():
-            self.assertRegex(line, r"^ko: \w+\.tif: (the file names no mosaic pattern|not a mosaic|odd size|the samples of a mosaic)")
+            self.assertRegex(line, r"^ko: \w+\.tif: (the file names no mosaic pattern|not a mosaic|a mosaic of odd size|the samples of a mosaic)")
         self.assertEqual(len(run.stderr.splitlines()), len(self.kinds) - 1)
 
 

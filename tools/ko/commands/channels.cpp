@@ -4,6 +4,7 @@
 #include "io/geometry.h"
 #include "io/levels.h"
 #include "io/masks.h"
+#include "io/mosaic.h"
 #include "io/parts.h"
 
 #include <algorithm>
@@ -117,9 +118,8 @@ QRect selectedRegion(const SxImageInfo& format, const Selection& selection)
     const QRect region = regionIn(format, selection.region);
     if (format.bayerGrid != BayerNone && !hasLevels(format))
         throw std::runtime_error("the samples of a mosaic must be unsigned of 8 or 16 bits");
-    if (format.bayerGrid != BayerNone && (region.width() % 2 != 0 || region.height() % 2 != 0))
-        throw std::runtime_error("a mosaic of odd size, " + std::to_string(region.width()) + " x " +
-                                 std::to_string(region.height()) + "; choose an even part with --roi");
+    if (format.bayerGrid != BayerNone)
+        requireEven(region.size(), "; choose an even part with --roi");
     return region;
 }
 

@@ -2,6 +2,7 @@
 #include "cli/failure.h"
 #include "commands/operations.h"
 #include "io/masks.h"
+#include "io/mosaic.h"
 #include "io/parts.h"
 
 #include <QVariant>
@@ -110,8 +111,8 @@ Image convert(const Image& picture, const Options& options, const Mask* mask, Fr
     if (picture->channels > 4)
         throw std::runtime_error("has " + std::to_string(picture->channels) + " channels, at most four fit");
     const bool isMosaic = picture->bayerGrid != BayerNone;
-    if (isMosaic && (picture->width % 2 != 0 || picture->height % 2 != 0))
-        throw std::runtime_error("a mosaic of odd size");
+    if (isMosaic)
+        requireEven({picture->width, picture->height});
     if (isMosaic && options.isSeparate && (options.isZeroBased || mask))
         throw std::runtime_error("a mosaic can be converted zero-based or under a mask only with one range");
     SxImageInfo format = makeFormat(picture->width, picture->height, picture->channels, options.type);

@@ -2,6 +2,7 @@
 
 #include "io/image_file.h"
 #include "io/levels.h"
+#include "io/mosaic.h"
 
 #include <stdexcept>
 
@@ -39,9 +40,7 @@ void requireMosaic(const SxImageInfo& picture)
     requireMonoUnsigned(picture);
     if (picture.bayerGrid == BayerNone)
         throw std::runtime_error("not a mosaic, or its file names no pattern");
-    if (picture.width % 2 != 0 || picture.height % 2 != 0)
-        throw std::runtime_error("a mosaic of odd size, " + std::to_string(picture.width) + " x " +
-                                 std::to_string(picture.height));
+    requireEven({picture.width, picture.height});
 }
 
 }  // namespace ko::tool

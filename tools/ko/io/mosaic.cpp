@@ -39,7 +39,7 @@ SxImageBuf mosaicOf(const Image& picture, const MosaicOptions& options, const Se
 void requireEven(const QSize& size, const std::string& advice)
 {
     if (size.width() % 2 != 0 || size.height() % 2 != 0)
-        throw std::runtime_error("odd size, " + std::to_string(size.width()) + " x " +
+        throw std::runtime_error("a mosaic of odd size, " + std::to_string(size.width()) + " x " +
                                  std::to_string(size.height()) + advice);
 }
 
