@@ -17,68 +17,68 @@ namespace {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
+/// Pixels of `Channels` samples, or of any number where that is 0.
 template <class T, int Channels>
-void ClearUnmaskedPixels(std::uint8_t* row, const std::uint8_t* mask, std::int64_t width) noexcept
+HWY_INLINE void ClearEach(std::uint8_t* row, const std::uint8_t* mask, std::int64_t width,
+                          std::int64_t channels) noexcept
 {
-    KO_INDEPENDENT_ITERATIONS
-    for (std::int64_t x = 0; x < width; ++x) {
-        for (int c = 0; c < Channels; ++c)
-            storeSample<T>(row, x * Channels + c, mask[x] != 0 ? loadSample<T>(row, x * Channels + c) : T{0});
+    if constexpr (Channels == 0) {
+        for (std::int64_t x = 0; x < width; ++x) {
+            const bool isKept = mask[x] != 0;
+            for (std::int64_t i = x * channels; i < (x + 1) * channels; ++i)
+                storeSample<T>(row, i, isKept ? loadSample<T>(row, i) : T{0});
+        }
+    } else {
+        KO_INDEPENDENT_ITERATIONS
+        for (std::int64_t x = 0; x < width; ++x) {
+            for (int c = 0; c < Channels; ++c) {
+                const std::int64_t i = x * Channels + c;
+                storeSample<T>(row, i, mask[x] != 0 ? loadSample<T>(row, i) : T{0});
+            }
+        }
     }
 }
 
-template <class T>
-void ClearUnmaskedLongPixels(std::uint8_t* row, const std::uint8_t* mask, std::int64_t width,
-                             std::int64_t channels) noexcept
-{
-    for (std::int64_t x = 0; x < width; ++x) {
-        const bool isKept = mask[x] != 0;
-        for (std::int64_t i = x * channels; i < (x + 1) * channels; ++i)
-            storeSample<T>(row, i, isKept ? loadSample<T>(row, i) : T{0});
-    }
-}
-
-/// Pixels that are kept are not touched where a vector of the mask keeps all of its own; where it keeps none, they need
-/// not be read. Others are left to `clear(row, mask, pixels)`.
-template <class Clear>
-void ClearByVectors(std::uint8_t* row, const std::uint8_t* mask, std::int64_t width, std::int64_t pixelBytes,
-                    const Clear& clear) noexcept
+/// Pixels are not touched where a vector of the mask keeps all of its own. Where it keeps none, they need not be read,
+/// which gains nothing if they are one vector themselves.
+template <class T, int Channels>
+void ClearUnmaskedPixels(std::uint8_t* row, const std::uint8_t* mask, std::int64_t width,
+                         std::int64_t channels) noexcept
 {
     std::int64_t x = 0;
 #if HWY_TARGET != HWY_SCALAR
     const hn::ScalableTag<std::uint8_t> d;
     constexpr auto lanes = static_cast<std::int64_t>(hn::MaxLanes(d));
+    const std::int64_t pixelBytes = (Channels == 0 ? channels : Channels) * std::int64_t{sizeof(T)};
     for (; x + lanes <= width; x += lanes) {
         const auto isKept = hn::Ne(hn::LoadU(d, mask + x), hn::Zero(d));
         if (hn::AllTrue(d, isKept))
             continue;
-        if (hn::AllFalse(d, isKept))
+        if (pixelBytes > 1 && hn::AllFalse(d, isKept))
             std::memset(row + x * pixelBytes, 0, static_cast<std::size_t>(lanes * pixelBytes));
         else
-            clear(row + x * pixelBytes, mask + x, lanes);
+            ClearEach<T, Channels>(row + x * pixelBytes, mask + x, lanes, channels);
     }
+    row += x * pixelBytes;
 #endif
-    clear(row + x * pixelBytes, mask + x, width - x);
+    if (x < width)
+        ClearEach<T, Channels>(row, mask + x, width - x, channels);
 }
 
 template <class T>
 void ClearUnmaskedRowOf(std::uint8_t* row, const std::uint8_t* mask, std::int64_t width,
                         std::int64_t channels) noexcept
 {
-    const std::int64_t pixelBytes = channels * static_cast<std::int64_t>(sizeof(T));
     if (channels == 1)
-        return ClearByVectors(row, mask, width, pixelBytes, &ClearUnmaskedPixels<T, 1>);
+        return ClearUnmaskedPixels<T, 1>(row, mask, width, channels);
     // Pixels of wider samples are too long for the compiler to vectorise.
     if constexpr (sizeof(T) <= 4) {
         if (channels == 3)
-            return ClearByVectors(row, mask, width, pixelBytes, &ClearUnmaskedPixels<T, 3>);
+            return ClearUnmaskedPixels<T, 3>(row, mask, width, channels);
         if (channels == 4)
-            return ClearByVectors(row, mask, width, pixelBytes, &ClearUnmaskedPixels<T, 4>);
+            return ClearUnmaskedPixels<T, 4>(row, mask, width, channels);
     }
-    ClearByVectors(row, mask, width, pixelBytes,
-                   [channels](std::uint8_t* pixels, const std::uint8_t* marks, std::int64_t count) {
-                       ClearUnmaskedLongPixels<T>(pixels, marks, count, channels);
-                   });
+    ClearUnmaskedPixels<T, 0>(row, mask, width, channels);
 }
 
 template <class T>
