@@ -381,8 +381,8 @@ class Raw(ToolTest):
             return (7, struct.pack(">I", len(numbers)) + b"".join(
                 struct.pack(">IIII", number, 0x01030000, 1, length) + b"\0" * 12 for number in numbers))
 
-        for lists, told in (({51009: opcodes(9, 9), 51022: opcodes(1, 3)}, "GainMap GainMap WarpRectilinear FixVignetteRadial"),
-                            ({51008: opcodes(4, 77)}, "FixBadPixelsConstant opcode 77")):
+        for lists, told in (({51009: opcodes(9, 9), 51022: opcodes(1, 3)}, "GainMap WarpRectilinear FixVignetteRadial"),
+                            ({51008: opcodes(4, 77, 0, 4)}, "FixBadPixelsConstant others")):
             self.write("a.dng", dng(32, 24, [0] * 768, "rggb", more=lists))
             self.assertTrue(self.succeed("info", "a.dng").endswith(f", white 65535, not applied: {told}\n"))
         for nonsense in (opcodes(), (7, b"\xff" * 9), (7, b"abc"), opcodes(1, length=13), opcodes(1, length=2**32 - 1)):

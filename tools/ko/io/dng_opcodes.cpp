@@ -2,6 +2,7 @@
 
 #include "io/tiff_numbers.h"
 
+#include <algorithm>
 #include <array>
 
 namespace ko::tool {
@@ -15,21 +16,20 @@ std::string nameOf(std::uint64_t opcode)
         "GainMap",          "DeltaPerRow",      "DeltaPerColumn",    "ScalePerRow",
         "ScalePerColumn",   "WarpRectilinear2",
     };
-    return opcode >= 1 && opcode <= names.size() ? names[opcode - 1] : "opcode " + std::to_string(opcode);
+    return opcode >= 1 && opcode <= names.size() ? names[opcode - 1] : "others";
 }
 
 }  // namespace
 
-std::vector<std::string> readOpcodes(LibRaw_abstract_datastream& stream, int size)
+void readOpcodes(LibRaw_abstract_datastream& stream, int size, std::vector<std::string>& names)
 {
     // Whatever the byte order of the file, lists have the upper byte first: a count, and of each correction its number,
     // a version, flags, and the length of what follows.
     constexpr int headSize = 16;
     std::array<std::uint8_t, headSize> bytes{};
     if (size < 4 || stream.read(bytes.data(), 4, 1) != 1)
-        return {};
+        return;
     std::uint64_t left = wholeAt(bytes.data(), 4, false);
-    std::vector<std::string> names;
     for (std::int64_t rest = size - 4; left > 0 && rest >= headSize; --left) {
         if (stream.read(bytes.data(), headSize, 1) != 1)
             break;
@@ -37,9 +37,10 @@ std::vector<std::string> readOpcodes(LibRaw_abstract_datastream& stream, int siz
         rest -= headSize + length;
         if (rest < 0 || stream.seek(length, SEEK_CUR) != 0)
             break;
-        names.push_back(nameOf(wholeAt(bytes.data(), 4, false)));
+        const std::string name = nameOf(wholeAt(bytes.data(), 4, false));
+        if (std::ranges::find(names, name) == names.end())
+            names.push_back(name);
     }
-    return names;
 }
 
 }  // namespace ko::tool

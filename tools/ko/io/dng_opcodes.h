@@ -8,8 +8,8 @@
 
 namespace ko::tool {
 
-/// Names of the corrections of a list that begins where the stream stands and has so many bytes. A list that makes no
-/// sense ends early.
-std::vector<std::string> readOpcodes(LibRaw_abstract_datastream& stream, int size);
+/// Adds the names of the corrections of a list that begins where the stream stands and has so many bytes, each once. A
+/// list that makes no sense ends early.
+void readOpcodes(LibRaw_abstract_datastream& stream, int size, std::vector<std::string>& names);
 
 }  // namespace ko::tool

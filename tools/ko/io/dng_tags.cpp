@@ -80,8 +80,8 @@ void DngTags::take(void* self, int tag, int type, int count, unsigned order, voi
     // Tags of the directories of a TIFF file come with the number of the directory above them, others without.
     const int directory = tag >> 20;
     if (directory != 0 && std::ranges::find(opcodeLists, tag & 0xffff) != opcodeLists.end()) {
-        std::ranges::move(readOpcodes(*static_cast<LibRaw_abstract_datastream*>(stream), count),
-                          std::back_inserter(static_cast<DngTags*>(self)->m_opcodes));
+        readOpcodes(*static_cast<LibRaw_abstract_datastream*>(stream), count,
+                    static_cast<DngTags*>(self)->m_opcodes);
         return;
     }
     const int size = sizeOf(type);
