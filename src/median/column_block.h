@@ -52,16 +52,16 @@ struct MedianBlock {
     std::int64_t pitch;                     ///< columns, border included
     std::int64_t left, right, top, bottom;  ///< the part in the image: left ... right - 1, top ... bottom - 1
 
-    /// The block of `strip` whose first pixel is (x, y).
+    /// The block whose first pixel is (x, y).
     template <class Sample>
-    static MedianBlock at(const SxImageBuf& src, const MedianStrip& strip, MedianBlockSize size,
-                          std::int64_t radius, std::int64_t x, std::int64_t y, std::int64_t channel) noexcept
+    static MedianBlock at(const SxImageBuf& src, std::int64_t columns, std::int64_t rows, std::int64_t radius,
+                          std::int64_t x, std::int64_t y, std::int64_t channel) noexcept
     {
         MedianBlock block{};
         block.stride = src.stride;
-        block.step = strip.channels;
-        block.columns = std::min(size.columns, strip.lastColumn - x + 1);
-        block.rows = std::min(size.rows, strip.lastRow - y + 1);
+        block.step = src.channels;
+        block.columns = columns;
+        block.rows = rows;
         block.window = 2 * radius + 1;
         block.pitch = block.columns + 2 * radius;
         block.left = std::max<std::int64_t>(radius - x, 0);

@@ -36,12 +36,20 @@ public:
         return Memory(nullptr, MedianBlockSize(strip, radius, isCoded), radius, isCoded, strip.bins).bytes;
     }
 
-    void run() noexcept
+    void run(const MedianPatches& patches) noexcept
     {
-        for (std::int64_t y = m_strip.firstRow; y <= m_strip.lastRow; y += m_size.rows)
-            for (std::int64_t x = m_strip.firstColumn; x <= m_strip.lastColumn; x += m_size.columns)
-                for (std::int64_t channel = 0; channel < m_strip.channels; ++channel)
-                    runBlock(x, y, channel);
+        for (std::int64_t x = m_strip.firstColumn; x <= m_strip.lastColumn; x += m_size.columns) {
+            const std::int64_t end = std::min<std::int64_t>(x + m_size.columns, m_strip.lastColumn + 1);
+            for (std::int64_t y = m_strip.firstRow, next; y <= m_strip.lastRow; y = next) {
+                const MedianPatches::Run left = patches.allLeft(x, end, y);
+                next = y + patches.patchRows() - y % patches.patchRows();
+                while (next <= m_strip.lastRow && patches.allLeft(x, end, next) == left)
+                    next += patches.patchRows();
+                next = std::min<std::int64_t>(next, m_strip.lastRow + 1);
+                if (left.first < left.end)
+                    runPart(left, y, next);
+            }
+        }
     }
 
 private:
@@ -50,9 +58,20 @@ private:
     using Sum = MedianSumOf<Count>;
     using Kernels = MedianColumnKernels<Sample, Count>;
 
-    void runBlock(std::int64_t x, std::int64_t y, std::int64_t channel) noexcept
+    /// Rows y ... end - 1 of some columns.
+    void runPart(MedianPatches::Run columns, std::int64_t y, std::int64_t end) noexcept
     {
-        m_block = MedianBlock::at<Sample>(m_src, m_strip, m_size, m_radius, x, y, channel);
+        for (std::int64_t rows; y < end; y += rows) {
+            rows = std::min(m_size.rows, end - y);
+            for (std::int64_t channel = 0; channel < m_strip.channels; ++channel)
+                runBlock(columns.first, y, columns.end - columns.first, rows, channel);
+        }
+    }
+
+    void runBlock(std::int64_t x, std::int64_t y, std::int64_t columns, std::int64_t rows,
+                  std::int64_t channel) noexcept
+    {
+        m_block = MedianBlock::at<Sample>(m_src, columns, rows, m_radius, x, y, channel);
         if constexpr (isCoded)
             m_coding = MedianCoder<Count>(m_block, m_memory).run(most());
         constexpr std::int64_t bins = medianBins<Sample>;
@@ -188,10 +207,10 @@ std::size_t columnScratchBytes(const std::vector<MedianStrip>& strips, ExImageDa
 }
 
 void columnMedians(const SxImageBuf& src, SxImageBuf& dst, const MedianStrip& strip, std::int64_t radius,
-                   std::byte* scratch) noexcept
+                   std::byte* scratch, const MedianPatches& patches) noexcept
 {
     withTypes(src.dataType, radius, [&](auto sample, auto count) noexcept {
-        ColumnFilter<decltype(sample), decltype(count)>(src, dst, strip, radius, scratch).run();
+        ColumnFilter<decltype(sample), decltype(count)>(src, dst, strip, radius, scratch).run(patches);
     });
 }
 

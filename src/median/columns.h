@@ -16,6 +16,7 @@
 // The part of a window that is outside the image is not counted, so the rank of the median differs there.
 #pragma once
 
+#include "median/patches.h"
 #include "median/plan.h"
 
 namespace ko {
@@ -27,8 +28,8 @@ inline constexpr std::int64_t largestColumnRadius = 32767;
 std::size_t columnScratchBytes(const std::vector<MedianStrip>& strips, ExImageDataType type,
                                std::int64_t radius) noexcept;
 
-/// Writes the medians of a strip.
+/// Writes the medians of the patches of a strip that are left.
 void columnMedians(const SxImageBuf& src, SxImageBuf& dst, const MedianStrip& strip, std::int64_t radius,
-                   std::byte* scratch) noexcept;
+                   std::byte* scratch, const MedianPatches& patches) noexcept;
 
 }  // namespace ko

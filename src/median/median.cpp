@@ -4,10 +4,12 @@
 #include "base/checks.h"
 #include "base/rows.h"
 #include "median/columns.h"
+#include "median/levels.h"
 #include "median/network.h"
 #include "median/plan.h"
 #include "median/tiles.h"
 
+#include <algorithm>
 #include <new>
 #include <utility>
 
@@ -38,17 +40,24 @@ bool isCounterWidth(std::uint64_t width) noexcept
 void prepareScratch(MedianWork& buffer, std::int64_t radius)
 {
     const SxImageInfo& info = buffer.plan->info;
-    const ExImageDataType type = info.dataType;
     const std::vector<MedianStrip>& strips = buffer.plan->strips;
-    const auto threads = static_cast<std::size_t>(omp_get_max_threads());
-    if (radius <= largestNetworkRadius)
-        buffer.scratch.reserve(threads, networkScratchBytes());
-    else if (hasTileMedians(type, radius))
-        buffer.scratch.reserve(threads, tileScratchBytes(info, radius));
-    else if (radius <= largestColumnRadius)
-        buffer.scratch.reserve(strips.size(), columnScratchBytes(strips, type, radius));
-    else
+    auto parts = static_cast<std::size_t>(omp_get_max_threads());
+    std::size_t bytes = 0;
+    if (radius <= largestNetworkRadius) {
+        bytes = networkScratchBytes();
+    } else if (hasTileMedians(info.dataType, radius)) {
+        bytes = tileScratchBytes(info, radius);
+    } else if (radius <= largestColumnRadius) {
+        parts = std::max(parts, strips.size());
+        bytes = columnScratchBytes(strips, info.dataType, radius);
+    } else {
         throw std::bad_alloc();
+    }
+    if (hasLevelMedians(info, radius))
+        bytes = std::max(bytes, levelScratchBytes(info, radius));
+    buffer.scratch.reserve(parts, bytes);
+    if (radius > largestNetworkRadius)
+        buffer.patches.reset(info, levelPatchRows(radius));
 }
 
 ResultCode makeBuffer(const SxImageInfo& info, std::int64_t radius, std::unique_ptr<MedianWork>& buffer)
@@ -61,21 +70,35 @@ ResultCode makeBuffer(const SxImageInfo& info, std::int64_t radius, std::unique_
         return rc;
     auto plan =
         std::make_unique<MedianPlan>(MedianPlan{info, cutIntoStrips(info, radius, omp_get_max_threads())});
-    buffer = std::make_unique<MedianWork>(MedianWork{medianCounterWidth(radius), std::move(plan), {}});
+    buffer = std::make_unique<MedianWork>(MedianWork{medianCounterWidth(radius), std::move(plan), {}, {}});
     if (medianWindowFits(radius, info.height))
         prepareScratch(*buffer, radius);
     return ResultOk;
 }
 
-void countMedians(const SxImageBuf& src, SxImageBuf& dst, const std::vector<MedianStrip>& strips,
-                  std::int64_t radius, const MedianScratch& scratch)
+void countMedians(const SxImageBuf& src, SxImageBuf& dst, const MedianWork& buffer, std::int64_t radius)
 {
     const RowWork rows = workOn(src, dst).times(100);
+    const std::vector<MedianStrip>& strips = buffer.plan->strips;
     const auto count = static_cast<std::int64_t>(strips.size());
     rowsDynamic({count, rows.bytes * rows.rows / count}, [&](std::int64_t i) noexcept {
         const auto index = static_cast<std::size_t>(i);
-        columnMedians(src, dst, strips[index], radius, scratch.part(index));
+        columnMedians(src, dst, strips[index], radius, buffer.scratch.part(index), buffer.patches);
     });
+}
+
+void findMedians(const SxImageBuf& src, SxImageBuf& dst, MedianWork& buffer, std::int64_t radius)
+{
+    if (radius <= largestNetworkRadius)
+        return sortMedians(src, dst, radius, buffer.scratch);
+    if (hasLevelMedians(src, radius))
+        levelMedians(src, dst, radius, buffer.scratch, buffer.patches);
+    if (!buffer.patches.isAnyLeft())
+        return;
+    if (hasTileMedians(src.dataType, radius))
+        tileMedians(src, dst, radius, buffer.scratch, buffer.patches);
+    else
+        countMedians(src, dst, buffer, radius);
 }
 
 }  // namespace
@@ -113,12 +136,7 @@ ResultCode Median(const SxImageBuf& src, SxImageBuf& dst, int radius, void* buff
             }))
             return rc;
         prepareScratch(*work, radius);
-        if (radius <= largestNetworkRadius)
-            sortMedians(src, dst, radius, work->scratch);
-        else if (hasTileMedians(src.dataType, radius))
-            tileMedians(src, dst, radius, work->scratch);
-        else
-            countMedians(src, dst, work->plan->strips, radius, work->scratch);
+        findMedians(src, dst, *work, radius);
         return ResultOk;
     });
 }

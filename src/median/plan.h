@@ -1,6 +1,7 @@
 // The work buffer of Median, and where to find what in this room.
 //
-// Three engines find the medians, with the same bytes; `median.cpp` chooses one by radius and sample type.
+// Four engines find the medians, with the same bytes; `median.cpp` chooses by radius and sample type. One of them
+// takes only the parts of an image that suit it.
 //
 // Radius 0 to 3, sorting networks (network*): every column of the windows of a row is sorted once, then
 // neighbours are merged. With three columns, sorting them again is faster. A network compares the same places
@@ -18,19 +19,27 @@
 // codes of 12 bits first, which are their values where these lie close enough together, and otherwise their
 // places in ascending order.
 //
+// Radius 5 to 127, bytes, where a picture changes slowly: levels (level*). All windows of a block are compared with
+// one threshold after the other, as many as its medians have values, which a few samples foretell. That takes a half
+// to a quarter of the time of tiles and columns, which get what is left: patches whose medians differ more.
+// Processors without vectors leave everything.
+//
 // The words of this room:
 //
 //   window  the square around a pixel that the median is taken of
 //   strip   a vertical part of the image that one thread works on at a time (columns)
-//   band    rows that one thread works on at a time (networks, tiles)
+//   band    rows that one thread works on at a time (networks, tiles, levels)
+//   patch   a part of the image that is taken by levels or left, with all channels
 //   tile    4 x 4 pixels whose medians are found together
-//   block   a part of a strip, one channel of it, whose columns have histograms at a time
+//   block   a part of a strip, one channel of it, whose columns have histograms at a time; one of a patch whose
+//           windows are compared at a time
 //   piece   as many columns as a kernel takes at a time (networks, tiles)
 //
-// Networks and tiles want whole windows. What these find outside the image is the same for both: `outside.h`.
+// Networks, tiles and levels want whole windows. What these find outside the image is the same for all: `outside.h`.
 #pragma once
 
 #include "base/cache_line.h"
+#include "median/patches.h"
 
 #include <ko/image.h>
 
@@ -78,6 +87,7 @@ struct MedianWork {
     std::uint64_t counterWidth;
     std::unique_ptr<MedianPlan> plan;
     MedianScratch scratch;
+    MedianPatches patches;
 };
 
 /// The window of `2 * radius + 1` samples is not longer than `extent`.
