@@ -2,6 +2,7 @@
 
 #include "base/image_view.h"
 #include "base/kernel_loops.h"
+#include "base/processor.h"
 
 #include <algorithm>
 #include <cstring>
@@ -15,6 +16,7 @@
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
+#include "median/row_vectors-inl.h"
 #include "median/sorted_lists-inl.h"
 #include "simd/two_vectors-inl.h"
 
@@ -24,22 +26,6 @@ namespace HWY_NAMESPACE {
 namespace {
 
 namespace hn = hwy::HWY_NAMESPACE;
-
-/// Calls body(x) for vectors that cover first ... end - 1, at least one vector. All but the first and the
-/// last start at `aligned` plus whole vectors; these two overlap their neighbours where they have to. There is
-/// one call only: a large body that is called at several places stays a function.
-template <class Body>
-HWY_INLINE void ForEachVector(std::int64_t first, std::int64_t end, std::int64_t aligned, std::int64_t lanes,
-                              const Body& body) noexcept
-{
-    const std::int64_t last = end - lanes;
-    std::int64_t next = first + lanes - ((first - aligned) & (lanes - 1));
-    for (std::int64_t x = first;; x = std::min(next, last), next += lanes) {
-        body(x);
-        if (x >= last)
-            return;
-    }
-}
 
 /// Sorted values of one piece of a row: for every sample the values of each rank, rank by rank.
 template <class T, int kRanks, std::int64_t kSamples>
@@ -64,7 +50,7 @@ HWY_INLINE V SelectRank(const V* merged, List<T, kCount, kPitch> b, std::index_s
 
 /// A row of medians, piece by piece. The columns of all windows are sorted once, then neighbours are merged,
 /// which serves all windows that they are in; the rank in the middle is picked from the last two parts.
-template <class T, int kRadius>
+template <class T, int kRadius, bool kShares>
 class Row {
 public:
     static void run(const std::uint8_t* const* rows, std::uint8_t* dst, std::int64_t samples,
@@ -189,7 +175,7 @@ private:
         ForEachVector(first, first + samples, 0, lanes, [&](std::int64_t x) {
             V v[kWindow];
             ((v[kI] = loadRow(rows[kI], x - first)), ...);
-            Apply<Sorting<kWindow>>(v);
+            Apply<Sorting<kWindow>, kShares>(v);
             StoreRanks<Sorting<kWindow>, 0, kSamples>(v, m_columns.values + x,
                                                       std::make_index_sequence<kWindow>());
         });
@@ -204,7 +190,7 @@ private:
             V v[kA + kB];
             LoadRanks(a.at(x), v, std::make_index_sequence<kA>());
             LoadRanks(b.at(x + shift), v + kA, std::make_index_sequence<kB>());
-            Apply<Net>(v);
+            Apply<Net, kShares>(v);
             StoreRanks<Net, 0, kSamples>(v, to.values + x, std::make_index_sequence<kA + kB>());
         });
     }
@@ -222,7 +208,7 @@ private:
             V v[kA + kB];
             LoadRanks(a.at(x), v, std::make_index_sequence<kA>());
             LoadRanks(b.at(x + shift), v + kA, std::make_index_sequence<kB>());
-            Apply<Net>(v);
+            Apply<Net, kShares>(v);
             const V median = SelectRank<Net, kMiddle>(v, c.at(x + rest), std::make_index_sequence<kC>());
             storeRow(hn::Min(median, most), dst, x - first);
         });
@@ -322,13 +308,21 @@ void CopyRow(const std::uint8_t* const* rows, std::uint8_t* dst, std::int64_t sa
         storeSample(dst, i, std::min(loadSample<T>(src, i), limit));
 }
 
-template <class T>
-constexpr std::array<MedianRow, 4> rowsOf{&CopyRow<T>, &Row<T, 1>::run, &Row<T, 2>::run, &Row<T, 3>::run};
+template <class T, bool kShares>
+constexpr std::array<MedianRow, 4> rowsOf{&CopyRow<T>, &Row<T, 1, kShares>::run, &Row<T, 2, kShares>::run,
+                                          &Row<T, 3, kShares>::run};
+
+template <bool kShares>
+constexpr MedianRowKernels kernels{rowsOf<std::uint8_t, kShares>, rowsOf<std::uint16_t, kShares>};
 
 const MedianRowKernels& Kernels()
 {
-    static constexpr MedianRowKernels kernels{rowsOf<std::uint8_t>, rowsOf<std::uint16_t>};
-    return kernels;
+#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX3_DL
+    static const bool shares = hasHalfPrecision();
+    return shares ? kernels<true> : kernels<false>;
+#else
+    return kernels<false>;
+#endif
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include "base/image_view.h"
 #include "base/kernel_loops.h"
+#include "base/processor.h"
 
 #include <algorithm>
 #include <array>
@@ -13,10 +14,6 @@
 #define HWY_TARGET_INCLUDE "tone/lookup_kernels.cpp"
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
-
-#if HWY_ARCH_X86
-#include <cpuid.h>
-#endif
 
 #include "simd/vectors-inl.h"
 // It uses the above.
@@ -220,10 +217,7 @@ void Gather16Row(const std::uint8_t* src, std::uint8_t* dst, std::int64_t sample
 /// single loads, or several times as long where they were made safe afterwards.
 LookUpRow<std::uint16_t> LookUp16() noexcept
 {
-    constexpr unsigned halfPrecision = 1U << 23;
-    unsigned a = 0, b = 0, c = 0, d = 0;
-    const bool known = __get_cpuid_count(7, 0, &a, &b, &c, &d) != 0;
-    return known && (d & halfPrecision) != 0 ? &Gather16Row : &LookUp16Row;
+    return hasHalfPrecision() ? &Gather16Row : &LookUp16Row;
 }
 
 #else
