@@ -76,7 +76,7 @@ struct ByteTally {
     std::int64_t pairs = 0;  ///< counted so far
     bool judged = false;
     bool scattered = false;
-    std::array<std::uint32_t, tables * 256> counts{};
+    std::array<std::uint32_t, std::size_t{tables} * 256> counts{};
 };
 
 /// Counts runs of samples whose planes repeat along the run: sample i goes to plane `planes[i % period]`, or
