@@ -130,6 +130,9 @@ KO_EXPORT ResultCode CopyBuffer(const SxImageBuf& src, const QRect& srcRect, SxI
 
 /// Copies bytes between the memories of two images, which may overlap.
 ///
+/// @param dst             where they go
+/// @param src             where they come from
+/// @param bytes           how many; with 0 nothing is looked at
 /// @param dstTag, srcTag  the `memoryTag`s; every tag is treated as ordinary memory
 /// @returns `ResultOk`; `ResultFailed`, with nothing written, when bytes are to be copied from or to null or
 ///          are more than any object can have
@@ -139,6 +142,10 @@ KO_EXPORT ResultCode MemCpy(void* dst, const void* src, std::uint64_t bytes, std
 /// Copies one channel of an image into one channel of an image of the same size and sample type; the packings
 /// may differ. Source and destination may be the same image.
 ///
+/// @param src         may hold its channels as pixels or as planes
+/// @param srcChannel  from 0
+/// @param dst         is there already; its other channels stay as they are
+/// @param dstChannel  from 0
 /// @returns `ResultOk`; `ResultFailed`, with nothing written, for an absent image, one of an unknown sample
 ///          type, a channel that does not exist or differing sizes or types
 /// Runs on the calling thread.
