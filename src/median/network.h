@@ -6,7 +6,7 @@
 namespace ko {
 
 /// Largest radius that there are networks for.
-inline constexpr std::int64_t largestNetworkRadius = 3;
+inline constexpr std::int64_t largestNetworkRadius = 2;
 
 /// Bytes of scratch memory that a thread needs.
 std::size_t networkScratchBytes() noexcept;

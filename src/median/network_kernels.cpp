@@ -80,8 +80,8 @@ private:
     using V = hn::Vec<D>;
     static constexpr std::int64_t lanes = hn::MaxLanes(D());
 
-    /// Few planes may be long without leaving the first-level cache. Windows of three columns need none.
-    static constexpr std::int64_t kSamples = (kRadius == 3 ? 512 : 1024) / sizeof(T);
+    /// Planes stay in the first-level cache. Windows of three columns need none.
+    static constexpr std::int64_t kSamples = 1024 / sizeof(T);
     static constexpr std::int64_t kLine = 64 / sizeof(T);
     static constexpr std::int64_t kPiece = kSamples - (kWindow - 1) * medianRowChannels - kLine;
     template <int kRanks>
@@ -117,13 +117,7 @@ private:
             merge<Merging<kWindow, kWindow>>(m_columns, m_columns, m_step, m_pairs,
                                              samples + (kWindow - 2) * m_step);
             using Fours = Merging<2 * kWindow, 2 * kWindow>;
-            if constexpr (kRadius == 2) {
-                select<Fours>(m_pairs, m_pairs, 2 * m_step, m_columns, 4 * m_step, rows, dst, samples);
-            } else {
-                merge<Merging<2 * kWindow, kWindow>>(m_pairs, m_columns, 2 * m_step, m_threes,
-                                                     samples + 4 * m_step);
-                select<Fours>(m_pairs, m_pairs, 2 * m_step, m_threes, 4 * m_step, rows, dst, samples);
-            }
+            select<Fours>(m_pairs, m_pairs, 2 * m_step, m_columns, 4 * m_step, rows, dst, samples);
         }
     }
 
@@ -293,7 +287,6 @@ private:
     std::int64_t m_first = 0;
     Lists<kRadius >= 2 ? kWindow : 1> m_columns;
     Lists<kRadius >= 2 ? 2 * kWindow : 1> m_pairs;
-    Lists<kRadius >= 3 ? 3 * kWindow : 1> m_threes;
 };
 
 /// A window of one sample.
@@ -309,8 +302,7 @@ void CopyRow(const std::uint8_t* const* rows, std::uint8_t* dst, std::int64_t sa
 }
 
 template <class T, bool kShares>
-constexpr std::array<MedianRow, 4> rowsOf{&CopyRow<T>, &Row<T, 1, kShares>::run, &Row<T, 2, kShares>::run,
-                                          &Row<T, 3, kShares>::run};
+constexpr std::array<MedianRow, 3> rowsOf{&CopyRow<T>, &Row<T, 1, kShares>::run, &Row<T, 2, kShares>::run};
 
 template <bool kShares>
 constexpr MedianRowKernels kernels{rowsOf<std::uint8_t, kShares>, rowsOf<std::uint16_t, kShares>};

@@ -13,14 +13,14 @@ namespace ko {
 using MedianRow = void (*)(const std::uint8_t* const* rows, std::uint8_t* dst, std::int64_t samples,
                            std::int64_t step, std::uint32_t most, std::byte* scratch) noexcept;
 
-inline constexpr std::size_t medianRowScratch = std::size_t{22} * 1024;
+inline constexpr std::size_t medianRowScratch = std::size_t{16} * 1024;
 
 /// Largest step.
 inline constexpr std::int64_t medianRowChannels = 4;
 
 struct MedianRowKernels {
-    std::array<MedianRow, 4> u8;  ///< by radius
-    std::array<MedianRow, 4> u16;
+    std::array<MedianRow, 3> u8;  ///< by radius
+    std::array<MedianRow, 3> u16;
 };
 
 /// The kernels of the running processor.

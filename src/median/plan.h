@@ -3,12 +3,12 @@
 // Four engines find the medians, with the same bytes; `median.cpp` chooses by radius and sample type. One of them
 // takes only the parts of an image that suit it.
 //
-// Radius 0 to 3, sorting networks (network*): every column of the windows of a row is sorted once, then
+// Radius 0 to 2, sorting networks (network*): every column of the windows of a row is sorted once, then
 // neighbours are merged. With three columns, sorting them again is faster. A network compares the same places
 // whatever their values, so a vector of windows goes through it at once, and windows side by side share most of
-// it. It grows with the square of the radius; from radius 4 on, its values no longer fit into the registers.
+// it. It grows with the square of the radius; from radius 3 on, its values no longer fit into the registers.
 //
-// Radius 4 to 9, tiles (tile*): the windows of 4 x 4 pixels share most of their samples, which are sorted
+// Radius 3 to 9, tiles (tile*): the windows of 4 x 4 pixels share most of their samples, which are sorted
 // once for all of them. What is left is added while the tile is halved. It also grows with the radius, but
 // slower. Processors without vectors count bytes instead, and deeper samples from radius 8 on, which is faster
 // there. Those with SSE4 alone count bytes from radius 8 on.

@@ -13,7 +13,7 @@ namespace ko {
 inline constexpr std::int64_t medianTileSide = 4;
 
 /// Radii that there are kernels for.
-inline constexpr std::int64_t smallestTileRadius = 4;
+inline constexpr std::int64_t smallestTileRadius = 3;
 inline constexpr std::int64_t largestTileRadius = 9;
 
 /// Tiles that a kernel takes at most: four vectors of the widest kind.

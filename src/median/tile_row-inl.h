@@ -185,11 +185,21 @@ private:
             gather<columns, lanes>({to});
     }
 
+    template <int kCount>
+    static void copy(List<T, kCount, pitch> list, T* to) noexcept
+    {
+        for (int i = 0; i < kCount; ++i)
+            hn::Store(hn::LoadU(D(), list.first + i * pitch), D(), to + i * lanes);
+    }
+
     /// Sorts the core of the tiles and the rows beside it.
     void wholeTile() noexcept
     {
         Memory& m = m_memory;
-        gather<4, pitch>(fourColumns(kSide - 1));
+        if constexpr (kShort == kSide)
+            copy(fourColumns(kSide - 1), m.core.samples);
+        else
+            gather<4, pitch>(fourColumns(kSide - 1));
         Part<kSide, kSide, pitch, lanes> part{0, 0, m.core, {}, {}};
         for (int i = 0; i < kSide - 1; ++i) {
             sortRow(i, m.rows[i].samples, std::make_index_sequence<kShort>());

@@ -17,8 +17,9 @@ const MedianTileKernels<std::uint16_t>& Kernels()
 {
     static constexpr MedianTileKernels<std::uint16_t> kernels{
         pixelKernels<std::uint16_t>,
-        {TileRow<std::uint16_t, 4>::kernel, TileRow<std::uint16_t, 5>::kernel,
-         TileRow<std::uint16_t, 6>::kernel, TileRow<std::uint16_t, 7>::kernel,
+        {TileRow<std::uint16_t, 3>::kernel, TileRow<std::uint16_t, 4>::kernel,
+         TileRow<std::uint16_t, 5>::kernel, TileRow<std::uint16_t, 6>::kernel,
+         TileRow<std::uint16_t, 7>::kernel,
 #if HWY_TARGET != HWY_SCALAR  // where sorting takes longer than counting
          TileRow<std::uint16_t, 8>::kernel, TileRow<std::uint16_t, 9>::kernel
 #endif

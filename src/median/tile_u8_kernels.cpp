@@ -21,8 +21,8 @@ const MedianTileKernels<std::uint8_t>& Kernels()
 #else
     static constexpr MedianTileKernels<std::uint8_t> kernels{
         pixelKernels<std::uint8_t>,
-        {TileRow<std::uint8_t, 4>::kernel, TileRow<std::uint8_t, 5>::kernel, TileRow<std::uint8_t, 6>::kernel,
-         TileRow<std::uint8_t, 7>::kernel,
+        {TileRow<std::uint8_t, 3>::kernel, TileRow<std::uint8_t, 4>::kernel, TileRow<std::uint8_t, 5>::kernel,
+         TileRow<std::uint8_t, 6>::kernel, TileRow<std::uint8_t, 7>::kernel,
 #if HWY_TARGET != HWY_SSE4  // whose short vectors count faster than they sort
          TileRow<std::uint8_t, 8>::kernel, TileRow<std::uint8_t, 9>::kernel
 #endif

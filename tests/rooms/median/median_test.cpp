@@ -347,7 +347,7 @@ TEST(MedianTargets, EqualTheTwinForEveryHeightAndPlaceInATile)
 {
     const Threads one(1);
     forEachContainer([](ExImageDataType type, int channels, int bits) {
-        for (int radius = 4; radius <= 9; ++radius)
+        for (int radius = 3; radius <= 9; ++radius)
             for (int more = 0; more <= 2 * radius + 4; ++more)
                 compareWithTwin(
                     {type, channels, bits, radius, 2 * radius + 1 + more / 2, 2 * radius + 1 + more});
@@ -357,7 +357,7 @@ TEST(MedianTargets, EqualTheTwinForEveryHeightAndPlaceInATile)
 TEST(MedianTargets, EqualTheTwinAcrossTheJointsOfPieces)
 {
     const Threads one(1);
-    for (const int radius : {4, 5, 6, 7, 8, 9})
+    for (const int radius : {3, 4, 5, 6, 7, 8, 9})
         for (const int more : {0, 1, 4, 13}) {
             compareWithTwin({UInt8, 1, 8, radius, 1024 + more, 2 * radius + 3});
             compareWithTwin({UInt16, 1, 16, radius, 512 + more, 2 * radius + 3});
