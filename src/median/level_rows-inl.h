@@ -27,10 +27,10 @@ using Bytes = hn::CappedTag<std::uint8_t, medianLevelColumns>;
 using Words = hn::Repartition<std::uint16_t, Bytes>;
 using V = hn::Vec<Bytes>;
 
-constexpr auto lanes = static_cast<std::int64_t>(hn::MaxLanes(Bytes()));
+inline constexpr auto lanes = static_cast<std::int64_t>(hn::MaxLanes(Bytes()));
 
 /// Rows that are treated without looking whether that is needed any longer.
-constexpr std::int64_t groupRows = 8;
+inline constexpr std::int64_t groupRows = 8;
 
 /// Rows of the block, first ... end - 1.
 struct Rows {
@@ -92,7 +92,7 @@ struct ByteIndices {
             lastOfLong[i] = static_cast<std::uint8_t>(i | 7);
     }
 };
-constexpr ByteIndices byteIndices;
+inline constexpr ByteIndices byteIndices;
 
 /// Which of a row's samples count are bits. Their sum from the row's beginning up to each column is that up to
 /// the column's byte and that of the bits below it. The difference of two such is the sum between.
