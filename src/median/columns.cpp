@@ -40,15 +40,11 @@ public:
     {
         for (std::int64_t x = m_strip.firstColumn; x <= m_strip.lastColumn; x += m_size.columns) {
             const std::int64_t end = std::min<std::int64_t>(x + m_size.columns, m_strip.lastColumn + 1);
-            for (std::int64_t y = m_strip.firstRow, next; y <= m_strip.lastRow; y = next) {
-                const MedianPatches::Run left = patches.allLeft(x, end, y);
-                next = y + patches.patchRows() - y % patches.patchRows();
-                while (next <= m_strip.lastRow && patches.allLeft(x, end, next) == left)
-                    next += patches.patchRows();
-                next = std::min<std::int64_t>(next, m_strip.lastRow + 1);
-                if (left.first < left.end)
-                    runPart(left, y, next);
-            }
+            for (std::int64_t y = m_strip.firstRow; y <= m_strip.lastRow; y += patches.patchRows())
+                patches.forEachLeft(x, end, y, [&](MedianPatches::Run run) {
+                    if (y == m_strip.firstRow || !patches.isRun(run, x, end, y - patches.patchRows()))
+                        runPart(run, y, endOf(run, x, end, y, patches));
+                });
         }
     }
 
@@ -57,6 +53,16 @@ private:
     using Memory = MedianBlockMemory<Sample, Count>;
     using Sum = MedianSumOf<Count>;
     using Kernels = MedianColumnKernels<Sample, Count>;
+
+    /// Behind the last row in which the same run of columns is left, from y on.
+    std::int64_t endOf(MedianPatches::Run run, std::int64_t x, std::int64_t end, std::int64_t y,
+                       const MedianPatches& patches) const noexcept
+    {
+        do
+            y += patches.patchRows();
+        while (y <= m_strip.lastRow && patches.isRun(run, x, end, y));
+        return std::min<std::int64_t>(y, m_strip.lastRow + 1);
+    }
 
     /// Rows y ... end - 1 of some columns.
     void runPart(MedianPatches::Run columns, std::int64_t y, std::int64_t end) noexcept

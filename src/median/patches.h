@@ -61,13 +61,19 @@ public:
             last = std::min(behind(last), end);
         return {first, last};
     }
-    /// From the first of these columns to the last one that is left.
-    Run allLeft(std::int64_t first, std::int64_t end, std::int64_t y) const noexcept
+    /// Calls `body(run)` for all runs of columns that are left.
+    template <class Body>
+    void forEachLeft(std::int64_t first, std::int64_t end, std::int64_t y, const Body& body) const noexcept
     {
-        Run all = nextLeft(first, end, y);
-        for (Run next = all; next.first < next.end; next = nextLeft(next.end, end, y))
-            all.end = next.end;
-        return all;
+        for (Run run = nextLeft(first, end, y); run.first < run.end; run = nextLeft(run.end, end, y))
+            body(run);
+    }
+    /// Whether this is one of these.
+    bool isRun(Run run, std::int64_t first, std::int64_t end, std::int64_t y) const noexcept
+    {
+        bool isOne = false;
+        forEachLeft(first, end, y, [&](Run other) { isOne = isOne || other == run; });
+        return isOne;
     }
 
 private:

@@ -44,12 +44,10 @@ public:
     void run(std::int64_t top, std::int64_t bottom, const MedianPatches& patches) noexcept
     {
         constexpr std::int64_t columns = medianPieceTiles<T> * medianTileSide;
-        for (std::int64_t x = 0; x < m_src.width;) {
-            const auto [first, end] = patches.nextLeft(x, m_src.width, top);
-            for (x = first; x < end; x += columns)
-                runPiece(x, std::min(columns, end - x), top, bottom);
-            x = end;
-        }
+        patches.forEachLeft(0, m_src.width, top, [&](MedianPatches::Run run) {
+            for (std::int64_t x = run.first; x < run.end; x += columns)
+                runPiece(x, std::min(columns, run.end - x), top, bottom);
+        });
     }
 
 private:

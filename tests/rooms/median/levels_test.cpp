@@ -161,6 +161,35 @@ TEST(MedianLevelsTargets, EqualTheTwinBesideTheOtherEngines)
     compareWithTwin({10, 600, 530}, mixed);
 }
 
+/// Patches that are left lie among others in any way. All kernel builds have to agree, of which that without vectors
+/// leaves everything; the twin is asked for a few samples.
+TEST(MedianLevelsTargets, AgreeWhereverPatchesAreLeft)
+{
+    const Threads one(1);
+    for (const int radius : {9, 10, 40}) {
+        const Case c{radius, 1300, 900};
+        const int patchRows = static_cast<int>(levelPatchRows(radius));
+        TestImage src(layoutOf(c));
+        draw(src, [&](int x, int y, int) {
+            const bool isNoise = noise(x / static_cast<int>(medianPatchColumns), y / patchRows, 1) % 2 != 0;
+            return isNoise ? noise(x, y, 0) : slowlyRising(x, y, 0);
+        });
+        std::vector<std::uint8_t> first;
+        forEachTarget([&] {
+            TestImage dst(layoutOf(c));
+            ASSERT_EQ(Median(src, dst, radius, nullptr), ResultOk);
+            if (first.empty())
+                first = dst.bytes();
+            ASSERT_TRUE(dst.bytes() == first) << radius;
+            for (int y = 5; y < c.height; y += 97)
+                for (int x = y % 7; x < c.width; x += 61)
+                    ASSERT_EQ(dst.get<std::uint8_t>(x, y),
+                              oracle::medianAt<std::uint8_t>(src, radius, x, y, 0))
+                        << "radius " << radius << " at " << x << ", " << y;
+        });
+    }
+}
+
 /// Compares a few samples only: sorting large windows takes its time.
 TEST(MedianLevelsTargets, EqualTheTwinForLargeWindows)
 {
@@ -196,7 +225,7 @@ TEST(MedianLevelsValues, AreFoundWhereAllMediansAreAlikeAndLeftWhereTheyAreNot)
             draw(wild, fromEndToEnd);
             EXPECT_FALSE(LevelsAlone(smooth, c).patches.isAnyLeft()) << radius;
             LevelsAlone left(wild, c);
-            EXPECT_EQ(left.patches.allLeft(0, c.width, 0), (MedianPatches::Run{0, c.width})) << radius;
+            EXPECT_EQ(left.patches.nextLeft(0, c.width, 0), (MedianPatches::Run{0, c.width})) << radius;
             EXPECT_EQ(left.dst.bytes(), TestImage(layoutOf(c)).bytes()) << "nothing written";
         }
     });
@@ -261,15 +290,16 @@ TEST(MedianPatchRuns, AreWhatIsLeftOfARow)
     EXPECT_EQ(patches.nextLeft(256, 1100, 127), (Run{512, 1024}));
     EXPECT_EQ(patches.nextLeft(1024, 1100, 0), (Run{1100, 1100}));
     EXPECT_EQ(patches.nextLeft(300, 400, 0), (Run{400, 400}));
-    EXPECT_EQ(patches.allLeft(0, 1100, 0), (Run{0, 1024}));
-    EXPECT_EQ(patches.allLeft(100, 600, 0), (Run{100, 600}));
-    EXPECT_EQ(patches.allLeft(100, 400, 0), (Run{100, 256}));
-    EXPECT_EQ(patches.allLeft(0, 1100, 128), (Run{0, 1100}));
+    EXPECT_TRUE(patches.isRun({0, 256}, 0, 1100, 0));
+    EXPECT_TRUE(patches.isRun({512, 1024}, 0, 1100, 0));
+    EXPECT_TRUE(patches.isRun({512, 600}, 100, 600, 0));
+    EXPECT_FALSE(patches.isRun({512, 1024}, 0, 1100, 128));
+    EXPECT_FALSE(patches.isRun({256, 512}, 0, 1100, 0));
     EXPECT_TRUE(patches.isAnyLeft());
     for (int i = 0; i < patches.count(); ++i)
         patches.take(i);
     EXPECT_FALSE(patches.isAnyLeft());
-    EXPECT_EQ(patches.allLeft(0, 1100, 299).first, patches.allLeft(0, 1100, 299).end);
+    EXPECT_EQ(patches.nextLeft(0, 1100, 299), (Run{1100, 1100}));
 }
 
 }  // namespace
