@@ -52,11 +52,11 @@ void slideHistogram(const cv::Mat& src, const cv::Mat& dst, int radius, int leve
     }
 }
 
-template <int Radius, ExImageDataType Type, int Bits, int Channels>
+template <int Radius, ExImageDataType Type, int Bits, int Channels, Scene Pattern = Scene::Camera>
 Work median(int size)
 {
     const Format format{.size = size, .type = Type, .bits = Bits, .channels = Channels};
-    const BenchImage src(format, Scene::Camera);
+    const BenchImage src(format, Pattern);
     const BenchImage dst(format);
     constexpr bool hasPeer = Type == UInt8 || Radius <= 2;
     return {
@@ -80,6 +80,12 @@ Row u8()
 {
     return {name<Radius>(), "U8", &median<Radius, UInt8, 8, 1>};
 }
+/// What changes from pixel to pixel takes other ways than what rises slowly.
+template <int Radius>
+Row random()
+{
+    return {name<Radius>(), "U8 random", &median<Radius, UInt8, 8, 1, Scene::Random>};
+}
 template <int Radius>
 Row rgb()
 {
@@ -100,7 +106,7 @@ const Rows rows{
     u8<1>(),     u8<2>(),     u8<3>(),     u8<5>(),      u8<7>(),     u8<8>(),     u8<20>(),
     rgb<1>(),    rgb<2>(),    rgb<3>(),    rgb<5>(),     rgb<7>(),    rgb<8>(),    rgb<20>(),
     deep12<1>(), deep12<2>(), deep12<5>(), deep12<20>(), deep16<1>(), deep16<2>(), deep16<4>(),
-    deep16<5>(), deep16<7>(), deep16<8>(), deep16<20>(),
+    deep16<5>(), deep16<7>(), deep16<8>(), deep16<20>(), random<5>(), random<8>(), random<20>(),
 };
 
 }  // namespace
