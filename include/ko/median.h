@@ -29,7 +29,8 @@ namespace ko {
 ///   ResultBadArg1          rows of src are longer than its stride
 ///   ResultBadArg2          rows of dst are longer than its stride
 ///   ResultFailed           out of memory, or radius above 32767
-/// On failure dst is untouched. Strips, or bands of rows up to radius 9, run in parallel (dynamic).
+/// On failure dst is untouched. Strips, or bands of rows up to radius 9, run in parallel (dynamic), and before
+/// them patches of bytes from radius 5 to 127.
 /// O(height * width), times radius up to 9.
 /// @source A. Adams, "Fast median filters using separable sorting networks", SIGGRAPH 2021: radius 1 to 2
 /// @source L. Sugy, "A fast parallel median filtering algorithm using hierarchical tiling", 2025: 3 to 9

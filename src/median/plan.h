@@ -4,7 +4,8 @@
 // takes only the parts of an image that suit it.
 //
 // Radius 0 to 2, sorting networks (network*): every column of the windows of a row is sorted once, then
-// neighbours are merged. With three columns, sorting them again is faster. A network compares the same places
+// neighbours are merged. Three columns are sorted again, or moved to their other windows by processors that
+// move samples from vector to vector, which is faster. A network compares the same places
 // whatever their values, so a vector of windows goes through it at once, and windows side by side share most of
 // it. It grows with the square of the radius; from radius 3 on, its values no longer fit into the registers.
 //
