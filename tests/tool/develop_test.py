@@ -95,9 +95,9 @@ class CameraRaws(DevelopTest):
         for light in (4.0, 1.1):
             colours = seen([[light if x >= 32 else 0.1] * 3 for y in range(32) for x in range(64)])
             self.raw("a.dng", colours, 64, black=(64, 60, 70, 64))
-            for options in ((), ("--exposure", "-1"), ("--wb", "camera", "--method", "malvar")):
+            for options in ((), ("--exposure", "2"), ("--exposure", "-1"), ("--wb", "camera", "--method", "malvar")):
                 bright = {tuple(p) for i, p in enumerate(self.developed("a.dng", *options)[2]) if i % 64 >= 40}
-                gray = round(255 * encoded(0.5)) if "--exposure" in options else 255
+                gray = round(255 * encoded(0.5)) if "-1" in options else 255
                 self.assertEqual(bright, {(gray,) * 3}, (light, options))
 
     def test_gains_and_matrix_can_be_left_out_or_given(self):
@@ -205,6 +205,72 @@ class CameraRaws(DevelopTest):
         without = self.developed("a.dng")
         self.raw("a.dng", colours, 32, matrix=(1, 1, 1, 1, 1, 1 + 1e-6, 1, 1 - 1e-6, 1))
         self.assertEqual(self.developed("a.dng"), without)
+
+
+class Highlights(DevelopTest):
+    SIDE = 24
+    COLOURS = {"sky": (0.25, 0.42, 0.8), "skin": (0.75, 0.48, 0.36), "orange": (0.7, 0.3, 0.1), "yellow": (0.7, 0.6, 0.15),
+               "leaf": (0.25, 0.6, 0.15), "violet": (0.5, 0.2, 0.6), "gray": (0.4, 0.4, 0.4)}
+
+    def setUp(self):
+        super().setUp()
+        row = [light for light in self.COLOURS.values() for _ in range(self.SIDE)]
+        self.raw("a.dng", seen(row * self.SIDE), len(row), white=65535)
+
+    def patches(self, *options):
+        """The middle of every patch."""
+        width, _, pixels = self.developed("a.dng", *options)
+        middle = self.SIDE // 2
+        return {name: pixels[width * middle + i * self.SIDE + middle] for i, name in enumerate(self.COLOURS)}
+
+    @staticmethod
+    def hue(colour):
+        """In degrees, of a colour that has one."""
+        red, green, blue = colour
+        return math.degrees(math.atan2(math.sqrt(3) / 2 * (green - blue), red - (green + blue) / 2))
+
+    def test_colours_keep_their_hue_and_never_become_darker(self):
+        last = self.patches("--curve", "linear")
+        hues = {name: self.hue(patch) for name, patch in last.items()}
+        for exposure in range(1, 13):
+            stops = exposure / 4
+            patches = self.patches("--curve", "linear", "--exposure", str(stops))
+            for name, patch in patches.items():
+                with self.subTest(colour=name, stops=stops):
+                    light = [2**stops * part for part in self.COLOURS[name]]
+                    for got, want in zip(sorted(patch), sorted(light)):
+                        if max(light) < 1 or want == min(light) < 1:
+                            self.assertAlmostEqual(got / 65535, want, delta=2e-3)
+                    if max(light) > 1.01:
+                        self.assertEqual(max(patch), 65535)
+                    if min(light) > 1.01:
+                        self.assertEqual(patch, [65535] * 3)
+                    elif name != "gray" and min(patch) < 62000:
+                        angle = (self.hue(patch) - hues[name] + 180) % 360 - 180
+                        self.assertLess(abs(angle), 0.5)
+                    self.assertTrue(all(now >= before for now, before in zip(patch, last[name])), (patch, last[name]))
+            last = patches
+
+    def test_skies_do_not_turn_cyan_nor_skin_yellow(self):
+        red, green, blue = self.patches("--exposure", "1.25")["sky"]
+        self.assertEqual(blue, 255)
+        self.assertTrue(red + 15 < green < blue - 15, (red, green, blue))
+        red, green, blue = self.patches("--exposure", "1")["skin"]
+        self.assertEqual(red, 255)
+        self.assertTrue(blue + 6 < green < red - 6, (red, green, blue))
+
+    def test_gray_stays_gray(self):
+        for stops in ("0", "1", "1.3", "1.5", "4"):
+            for options, spread in (((), 1), (("--bits", "16"), 200)):
+                patch = self.patches("--exposure", stops, *options)["gray"]
+                self.assertLessEqual(max(patch) - min(patch), spread, (stops, options))
+
+    def test_both_depths_show_the_same(self):
+        for stops in ("0", "1", "2"):
+            narrow = self.patches("--exposure", stops)
+            for name, patch in self.patches("--exposure", stops, "--bits", "16").items():
+                for a, b in zip(narrow[name], patch):
+                    self.assertAlmostEqual(a, b / 257, delta=0.51)
 
 
 class MonochromeRaws(DevelopTest):

@@ -27,6 +27,23 @@ std::vector<float> tableOf(double (*function)(double, Curve), Curve curve, int t
     return table;
 }
 
+/// Limits a colour to white and keeps its hue: the greatest part becomes white, and the middle one stays where it was
+/// between the least and the greatest. Each part alone would make skies cyan and skin yellow. Nothing is below 0.
+template <std::size_t Channels>
+void limitToWhite(std::array<float, Channels>& colour)
+{
+    const auto [least, greatest] = std::ranges::minmax(colour);
+    if (greatest <= white)
+        return;
+    if (least >= white) {
+        colour.fill(white);
+        return;
+    }
+    const float share = (white - least) / (greatest - least);
+    for (float& part : colour)
+        part = std::min(least + (part - least) * share, float{white});
+}
+
 /// The light of pixels, in sRGB and within the range of the samples; of so many channels, 3 or 1.
 template <std::size_t Channels>
 class Light {
@@ -45,8 +62,9 @@ public:
         for (std::size_t c = 0; c < Channels; ++c) {
             for (std::size_t i = 0; i < Channels; ++i)
                 pixel[c] += m_weights[c][i] * m_light[samples[i]];
-            pixel[c] = std::clamp(pixel[c], 0.0F, float{white});
+            pixel[c] = std::max(pixel[c], 0.0F);
         }
+        limitToWhite(pixel);
         return pixel;
     }
 

@@ -29,8 +29,8 @@ void encode(Image& samples, Curve curve);
 /// those of `rendered`.
 double automaticGain(const Image& colours, const Rendering& rendering, double percent);
 
-/// The picture of colours of 16 bits in the levels of the curve. What the matrix makes negative becomes 0, what
-/// becomes brighter than white is limited to it.
+/// The picture of colours of 16 bits in the levels of the curve. What the matrix makes negative becomes 0; a colour
+/// that becomes brighter than white is limited to it and keeps its hue.
 Image rendered(const Image& colours, const Rendering& rendering);
 
 }  // namespace ko::tool
