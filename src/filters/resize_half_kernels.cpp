@@ -56,6 +56,19 @@ V MeanOfFour(D d, V a, V b, V c, V e)
     return hn::Sub(hn::AverageRound(p, q), hn::And(roundedUp, hn::Set(d, SampleIn<D>{1})));
 }
 
+/// Right neighbours of the pixels at `row`; at every second place may stand anything. Where a pair of pixels is a lane
+/// they come from the pixels that are loaded already: vectors that begin in the middle of a cache line are slow.
+template <int PixelBytes, class D, class V>
+V RightOf(D d, V pixels, const std::uint8_t* row)
+{
+    if constexpr (PixelBytes == 1 || PixelBytes == 2 || PixelBytes == 4) {
+        const hn::Repartition<PixelOf<2 * PixelBytes>, D> pairs;
+        return hn::BitCast(d, hn::ShiftRight<8 * PixelBytes>(hn::BitCast(pairs, pixels)));
+    } else {
+        return LoadAt(d, row + PixelBytes);
+    }
+}
+
 template <class T, int Channels>
 void HalfRowOf(const std::uint8_t* above, const std::uint8_t* below, std::uint8_t* dst,
                std::int64_t pixels) noexcept
@@ -64,14 +77,28 @@ void HalfRowOf(const std::uint8_t* above, const std::uint8_t* below, std::uint8_
     using Second = SecondPixels<T, pixelBytes>;
     // Vectors of pixels and their right neighbours reach a pixel beyond the results' own.
     const std::int64_t last = pixels - 1;
-    const bool done = InBlocks(0, last, Second::Step(), [&](std::int64_t x) HWY_ATTR {
+    const auto block = [&](std::int64_t x) HWY_ATTR {
         const std::int64_t first = 2 * x * pixelBytes;
         const auto means = [=](auto d, std::int64_t at) HWY_ATTR {
-            return MeanOfFour(d, LoadAt(d, above + first + at), LoadAt(d, above + first + at + pixelBytes),
-                              LoadAt(d, below + first + at), LoadAt(d, below + first + at + pixelBytes));
+            const std::uint8_t* const upper = above + first + at;
+            const std::uint8_t* const lower = below + first + at;
+            const auto a = LoadAt(d, upper), c = LoadAt(d, lower);
+            return MeanOfFour(d, a, RightOf<pixelBytes>(d, a, upper), c, RightOf<pixelBytes>(d, c, lower));
         };
         Second::Store(means, dst + x * pixelBytes);
-    });
+    };
+    std::int64_t from = 0;
+    if constexpr (pixelBytes % 3 != 0) {
+        // Large arrays of NumPy begin 16 bytes behind a cache line, so that every vector would reach into two of them.
+        // Where there are many, one more at the beginning costs less.
+        const std::int64_t vectorBytes = Second::Step() * pixelBytes;
+        const std::int64_t beyond = reinterpret_cast<std::intptr_t>(above) % vectorBytes;
+        if (beyond > 0 && last >= 8 * Second::Step()) {
+            block(0);
+            from = (vectorBytes - beyond) / (2 * pixelBytes);
+        }
+    }
+    const bool done = InBlocks(from, last, Second::Step(), block);
     HalfPixels<T>(above, below, dst, done ? last : 0, pixels, Channels);
 }
 

@@ -300,6 +300,17 @@ TEST(ResizeTargets, EqualTheTwinForHalvesAndQuartersOfAnyWidth)
     });
 }
 
+TEST(ResizeTargets, EqualTheTwinForHalvesOfLongRowsAtAnyAddress)
+{
+    forEachTarget([] {
+        for (Layout format : formats)
+            for (const int misalignment : {0, 1, 16, 24, 62}) {
+                format.misalignment = misalignment;
+                expectTwins(format, {1082, 4}, {541, 2}, misalignment != 16);
+            }
+    });
+}
+
 TEST(ResizeThreads, GiveTheSameBytesForAnyNumber)
 {
     forEachThreadCount([] {
