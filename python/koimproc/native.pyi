@@ -228,6 +228,20 @@ def get_num_threads() -> int:
 def set_num_threads(threads: int) -> None:
     """Sets them for this thread; 1 or more. Not an export: what OpenMP's omp_set_num_threads does."""
 
+# ---------------------------------------------------------------- not of the libraries
+
+@final
+class _ResultMemory:
+    """Memory of arrays that are gone; at most so many bytes of it are kept."""
+
+    def __init__(self, most: int) -> None: ...
+    @property
+    def bytes(self) -> int:
+        """What is kept now."""
+
+    def lend(self, shape: tuple[int, ...], dtype: np.dtype[Any], size: int) -> npt.NDArray[Any]:
+        """An array of undefined contents that takes `size` bytes, of which the first begins a cache line."""
+
 # ---------------------------------------------------------------- histogram_containers.h
 
 @final

@@ -81,6 +81,7 @@ PYBIND11_MODULE(native, module)
     defineImages(module);
     defineContainers(module);
     defineThreads(module);
+    defineMemory(module);
     defineCore(module);
     defineRaw(module);
     defineDemosaic(module);

@@ -23,6 +23,7 @@ void definePixel(py::module_& module);
 void defineConvert(py::module_& module);
 void defineFilters(py::module_& module);
 void defineMedian(py::module_& module);
+void defineMemory(py::module_& module);
 void defineSnake(py::module_& module);
 void defineFrames(py::module_& module);
 void definePipeline(py::module_& module);

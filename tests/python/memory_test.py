@@ -240,23 +240,42 @@ class TestMemoryOfResults:
         with ThreadPoolExecutor(4) as pool:
             assert all(pool.map(work, range(4)))
 
-    def test_is_bounded(self, monkeypatch):
-        monkeypatch.setattr(_memory, "_MOST", 3 << 20)
-        spare = _memory._spare
-        spare.clear()
-        held = [_memory.empty((1, 1 << 20), np.dtype(np.uint8)) for _ in range(4)]
-        held += [_memory.empty((rows, 1 << 18), np.dtype(np.uint16)) for rows in range(1, 5)]
-        del held
-        assert 0 < sum(size * len(blocks) for size, blocks in spare.items()) <= 3 << 20
-        assert _memory.empty((5, 1 << 20), np.dtype(np.uint8)).base is None
+    def test_is_bounded(self):
+        spare = native._ResultMemory(3 << 20)
+        byte, word = np.dtype(np.uint8), np.dtype(np.uint16)
+        held = [spare.lend((1, 1 << 20), byte, 1 << 20) for _ in range(4)]
+        held += [spare.lend((rows, 1 << 18), word, rows << 19) for rows in range(1, 5)]
+        assert spare.bytes == 0
+        while held:
+            held.pop()
+            assert spare.bytes <= 3 << 20
+        assert spare.bytes == 3 << 20
+        large = spare.lend((1, 4 << 20), byte, 4 << 20)
+        del large
+        assert spare.bytes == 0, "what is too large for it is not kept, and all that waited longer is gone"
 
-    def test_keeps_no_sizes_without_blocks(self):
-        """Every size would make each result that goes take longer."""
-        spare = _memory._spare
-        spare.clear()
-        for columns in range(600):
-            _memory.empty((1 << 11, 1000 + columns), np.dtype(np.uint8))
-        assert all(spare.values()) and 0 < sum(size * len(blocks) for size, blocks in spare.items()) <= _memory._MOST
+    def test_sizes_that_are_no_longer_asked_for_go(self):
+        spare = native._ResultMemory(3 << 20)
+        byte = np.dtype(np.uint8)
+        for columns in range(1, 600):
+            spare.lend((1 << 11, columns), byte, columns << 11)
+        assert 0 < spare.bytes <= 3 << 20
+        address = spare.lend((1 << 11, 599), byte, 599 << 11).ctypes.data
+        assert spare.lend((599, 1 << 11), byte, 599 << 11).ctypes.data == address
+
+    def test_outlives_its_home(self):
+        array = native._ResultMemory(1 << 20).lend((3, 4), np.dtype(np.float64), 96)
+        array[...] = 7
+        assert array.sum() == 84
+
+    @pytest.mark.parametrize("dtype", [np.uint8, np.uint16, np.float64, np.bool_])
+    def test_begins_a_cache_line(self, dtype):
+        for side in (700, 701, 1500):
+            assert _memory.empty((side, side), np.dtype(dtype)).ctypes.data % 64 == 0
+
+    def test_beyond_what_is_kept_is_left_to_numpy(self):
+        small, large = _memory.empty((8, 8), np.dtype(np.uint8)), _memory.empty((1, _memory._MOST + 1), np.dtype(np.uint8))
+        assert small.base is None and large.base is None
 
     def test_is_an_ordinary_array(self):
         result = ko.median(self.LARGE)

@@ -1,0 +1,102 @@
+#include "rooms.h"
+
+#include <pybind11/numpy.h>
+#include <pybind11/stl.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <utility>
+#include <vector>
+
+namespace ko::python {
+
+namespace {
+
+/// Vectors that begin in the middle of a cache line are slow to write.
+constexpr std::size_t lineBytes = 64;
+
+/// Memory, and the first byte of it that is used.
+struct Block {
+    py::object memory;
+    std::uint8_t* data;
+    std::size_t bytes;
+};
+
+Block newBlock(std::size_t bytes)
+{
+    // NumPy's own memory: tracemalloc sees it, and large pages hold what is large.
+    py::array_t<std::uint8_t> memory(static_cast<py::ssize_t>(bytes + lineBytes - 1));
+    const auto beyond = reinterpret_cast<std::uintptr_t>(memory.mutable_data()) % lineBytes;
+    std::uint8_t* const data = memory.mutable_data() + (lineBytes - beyond) % lineBytes;
+    return {std::move(memory), data, bytes};
+}
+
+/// Memory of arrays that are gone. The GIL guards it.
+class ResultMemory {
+public:
+    explicit ResultMemory(std::size_t most) : m_most(most) {}
+
+    std::size_t bytes() const { return m_bytes; }
+
+    /// The block of that size that came back last; a new one where there is none.
+    Block take(std::size_t bytes)
+    {
+        for (auto block = m_blocks.rbegin(); block != m_blocks.rend(); ++block) {
+            if (block->bytes == bytes) {
+                Block found = std::move(*block);
+                m_blocks.erase(std::next(block).base());
+                m_bytes -= bytes;
+                return found;
+            }
+        }
+        return newBlock(bytes);
+    }
+
+    /// Those that have waited longest go first when there are too many.
+    void keep(Block&& block)
+    {
+        m_bytes += block.bytes;
+        m_blocks.push_back(std::move(block));
+        auto first = m_blocks.begin();
+        for (; m_bytes > m_most; ++first)
+            m_bytes -= first->bytes;
+        m_blocks.erase(m_blocks.begin(), first);
+    }
+
+private:
+    std::vector<Block> m_blocks;
+    std::size_t m_bytes = 0;
+    std::size_t m_most;
+};
+
+/// A block in use, which goes back when the last array over it is gone.
+struct Lease {
+    std::shared_ptr<ResultMemory> home;
+    Block block;
+};
+
+py::array lend(const std::shared_ptr<ResultMemory>& home, const std::vector<py::ssize_t>& shape,
+               const py::dtype& dtype, std::size_t bytes)
+{
+    auto lease = std::make_unique<Lease>(Lease{home, home->take(bytes)});
+    std::uint8_t* const data = lease->block.data;
+    const py::capsule owner(lease.get(), [](void* held) {
+        const std::unique_ptr<Lease> ended(static_cast<Lease*>(held));
+        ended->home->keep(std::move(ended->block));
+    });
+    (void)lease.release();
+    return {dtype, shape, data, owner};
+}
+
+}  // namespace
+
+void defineMemory(py::module_& module)
+{
+    py::class_<ResultMemory, std::shared_ptr<ResultMemory>>(module, "_ResultMemory", py::is_final())
+        .def(py::init<std::size_t>(), py::arg("most"))
+        .def_property_readonly("bytes", &ResultMemory::bytes)
+        .def("lend", &lend, py::arg("shape"), py::arg("dtype"), py::arg("size"));
+}
+
+}  // namespace ko::python
