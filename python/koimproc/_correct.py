@@ -13,7 +13,6 @@ from koimproc._arrays import Image, Output, Source, like, need_colours, number, 
 from koimproc._errors import ArgumentError
 from koimproc._frame import Array, Frame, Number, Pixels, Whole
 from koimproc._memory import empty
-from koimproc._stats import minmax
 from koimproc._sums import means_of
 from koimproc._threads import limit, run
 
@@ -124,12 +123,8 @@ def white_balance(
     return target.result(source.frame)
 
 
-def _flat_gains(flat: Array, bits: int, bayer: str | None) -> list[float]:
+def _flat_gains(flat: Array, bayer: str | None) -> list[float]:
     """The mean of each colour of a flat field, by a trifle too large."""
-    if bits < 8 * flat.dtype.itemsize:
-        highest = int(np.max(minmax(flat)[1]))
-        if highest >> bits:
-            raise ArgumentError("flat", f"has a sample of {highest}, more than its {bits} bits")
     return [mean * _UP for mean in means_of(flat, bayer)]
 
 
@@ -224,7 +219,8 @@ def flat_field(
     image : array or Frame
         uint8 or uint16, of shape (rows, columns) or (rows, columns, channels) with 1, 3 or 4 channels.
     flat : array or Frame
-        Picture of an evenly lit field, of the dtype and shape of `image`. An array has the depth of `image`.
+        Picture of an evenly lit field, of the dtype and shape of `image`. Only proportions count, so samples of an array
+        may be above the depth of `image`.
     dark : array or Frame, optional
         Picture in the dark, likewise.
     out : array or Frame, optional
@@ -262,7 +258,7 @@ def flat_field(
         return target.result(source.frame)
     with limit(threads):
         bright = field if night is None else _subtracted(field, night, empty(field.shape, field.dtype))
-        gains = _flat_gains(bright, source.bits, source.bayer)
+        gains = _flat_gains(bright, source.bayer)
         if source.channels == 4 and target.array is not source.array:
             target.array[..., 3] = source.array[..., 3]
         if source.bayer is None and night is None:

@@ -200,6 +200,12 @@ def test_flat_field_keeps_the_colours_of_a_mosaic(shape):
         assert np.array_equal(result[part], flattened(a[part], flat[part], dark[part], 4095))
 
 
+def test_of_a_flat_only_proportions_count():
+    a, flat = random_picture((60, 70), np.uint16, 12), random_picture((60, 70), np.uint16, 16, 9)
+    assert flat.max() > 4095
+    assert np.array_equal(np.asarray(ko.flat_field(ko.Frame(a, 12), flat)), flattened(a, flat, 0, 4095))
+
+
 @pytest.mark.parametrize("dtype, step", [(np.uint8, 1), (np.uint16, 499)])
 def test_an_even_flat_changes_nothing(dtype, step):
     top = np.iinfo(dtype).max
