@@ -51,6 +51,33 @@ void countInTurns(const std::uint8_t* bytes, std::int64_t units, std::uint32_t* 
                  loadSample<std::uint16_t>(bytes, i)];
 }
 
+/// Counts 16-bit units of many values. The low bytes of their counters fit the first-level cache; what they carry, once
+/// in 256 times, goes to the table.
+void countInLowBytes(const std::uint8_t* bytes, std::int64_t units, std::uint8_t* lowBytes,
+                     std::uint32_t* table) noexcept
+{
+    constexpr std::int64_t words = 4, group = 4 * words;
+    const auto count = [=](std::uint64_t unit) {
+        if (++lowBytes[unit] == 0)
+            table[unit] += 256;
+    };
+    std::int64_t i = 0;
+    for (; i + group <= units; i += group) {
+        const std::uint8_t* const at = bytes + 2 * i;
+        if (repeats<2>(at, 2 * group)) {
+            table[loadSample<std::uint16_t>(at, 0)] += group;
+            continue;
+        }
+        for (int k = 0; k < words; ++k) {
+            const auto word = loadSample<std::uint64_t>(at, k);
+            for (int j = 0; j < 4; ++j)
+                count(word >> (16 * j) & 0xFFFFU);
+        }
+    }
+    for (; i < units; ++i)
+        count(loadSample<std::uint16_t>(bytes, i));
+}
+
 /// Counts bytes; byte i goes to table i % `Tables`: counters of equal neighbours would wait for each other. With
 /// `AreAlike`, all tables are of one plane.
 template <int Tables, bool AreAlike>
@@ -104,7 +131,8 @@ void TallyTarget::add(const CxImageHistogram& other) const noexcept
 }
 
 TallyTables::TallyTables(std::int64_t samples, int tables)
-    : m_counters(samples < fewSamples ? 0 : static_cast<std::size_t>(tables) * size)
+    : m_counters(samples < fewSamples ? 0 : static_cast<std::size_t>(tables) * size),
+      m_lowBytes(m_counters.empty() ? 0 : size)
 {
 }
 
@@ -113,6 +141,12 @@ std::uint32_t* TallyTables::begin(int tables) noexcept
     std::fill_n(m_counters.begin(), static_cast<std::size_t>(std::min(tables, m_used)) * size, 0U);
     m_used = std::max(tables, m_used);
     return m_counters.data();
+}
+
+std::uint8_t* TallyTables::beginLowBytes() noexcept
+{
+    std::fill(m_lowBytes.begin(), m_lowBytes.end(), std::uint8_t{0});
+    return m_lowBytes.data();
 }
 
 void countUnits(const std::uint8_t* units, std::int64_t count, std::uint32_t* table) noexcept
@@ -131,12 +165,16 @@ int Tally<T>::tablesFor(std::size_t period) noexcept
 
 template <class T>
 Tally<T>::Tally(const TallyTarget& target, std::span<const int> planes, TallyTables& tables) noexcept
-    : m_target(target), m_planes(planes), m_tableCount(tablesFor(planes.size())), m_tables(nullptr)
+    : m_target(target), m_planes(planes), m_memory(tables), m_tableCount(tablesFor(planes.size()))
 {
+    // The counters of 12 bits fit the cache.
+    constexpr std::uint64_t manyLevels = 8192;
     if (m_tableCount > tables.count())
         m_tableCount = 0;
     if (m_tableCount != 0)
         m_tables = tables.begin(m_tableCount);
+    if (sizeof(T) == 2 && m_tableCount == 1 && target.limit > manyLevels)
+        m_lowBytes = tables.beginLowBytes();
 }
 
 template <class T>
@@ -176,6 +214,8 @@ void Tally<T>::addDirectly(const std::uint8_t* samples, std::int64_t count) noex
 template <class T>
 void Tally<T>::addUnits(const std::uint8_t* samples, std::int64_t units) noexcept
 {
+    if (m_lowBytes != nullptr)
+        return countInLowBytes(samples, units, m_lowBytes, m_tables);
     switch (m_tableCount) {
     case 1:
         return countInTurns<1>(samples, units, m_tables);
@@ -198,7 +238,11 @@ void Tally<T>::addPairs(const std::uint8_t* bytes, std::int64_t count) noexcept
     const std::int64_t ofTable = m_bytes.pairs / m_tableCount;
     if (!m_bytes.judged && ofTable >= trialPairs) {
         m_bytes.judged = true;
-        m_bytes.scattered = isScattered(m_tables, ofTable);
+        const bool scattered = isScattered(m_tables, ofTable);
+        if (scattered && m_tableCount == 1)
+            m_lowBytes = m_memory.beginLowBytes();
+        else
+            m_bytes.scattered = scattered;
     }
 }
 
@@ -228,6 +272,8 @@ void Tally<T>::addTo(int plane, const std::uint32_t* counts, std::uint64_t value
 template <class T>
 void Tally<T>::finish() noexcept
 {
+    if (m_lowBytes != nullptr)
+        std::transform(m_tables, m_tables + TallyTables::size, m_lowBytes, m_tables, std::plus<>());
     for (int index = 0; index < m_tableCount; ++index) {
         const std::uint32_t* const table = m_tables + static_cast<std::size_t>(index) * TallyTables::size;
         if constexpr (sizeof(T) == 1) {

@@ -58,9 +58,12 @@ public:
     int count() const noexcept { return static_cast<int>(m_counters.size() / size); }
     /// The first so many tables, one behind the other, zeroed.
     std::uint32_t* begin(int tables) noexcept;
+    /// Low bytes for the counters of a table, zeroed. There are some where there are tables.
+    std::uint8_t* beginLowBytes() noexcept;
 
 private:
     std::vector<std::uint32_t> m_counters;
+    std::vector<std::uint8_t> m_lowBytes;
     int m_used = 0;  // tables that are no longer zero
 };
 
@@ -68,8 +71,8 @@ private:
 void countUnits(const std::uint8_t* units, std::int64_t count, std::uint32_t* table) noexcept;
 
 /// How bytes are counted: as pairs, until a trial shows that hardly any pair occurs twice. The counters of such pairs
-/// do not stay in the first-level cache, those of single bytes do. Without tables for pairs, long runs are counted as
-/// single bytes from the start.
+/// do not stay in the first-level cache. Those of one table are kept in low bytes then, which do; with several tables
+/// single bytes are counted. Without tables, long runs are counted as single bytes from the start.
 struct ByteTally {
     static constexpr int tables = 8;  ///< byte i of a run goes to table i % 8, or i % 6 for three planes
 
@@ -106,8 +109,10 @@ private:
 
     const TallyTarget m_target;
     std::span<const int> m_planes;
+    TallyTables& m_memory;
     int m_tableCount;
-    std::uint32_t* m_tables;
+    std::uint32_t* m_tables = nullptr;
+    std::uint8_t* m_lowBytes = nullptr;  ///< of the only table's counters, where it is counted with them
     ByteTally m_bytes;
 };
 

@@ -9,37 +9,13 @@ namespace ko {
 
 namespace {
 
-/// Size of the pieces in which rows are counted.
-struct Pieces {
-    std::int64_t samples;
-    std::int64_t rows;
-};
-
-/// The counters of deep samples do not fit the first-level cache, but the levels of a small piece of a scene
-/// are close together.
-template <class T>
-Pieces piecesOf(const SampleRows& rows, const TallyTarget& target, std::size_t period) noexcept
-{
-    if (sizeof(T) == 2 && period == 1 && target.limit > 8192)
-        return {256, 64};
-    return {rows.samples, rows.rows};
-}
-
 template <class T>
 void countAll(const SampleRows& rows, const TallyTarget& target, std::span<const int> planes,
               TallyTables& tables) noexcept
 {
     Tally<T> tally(target, planes, tables);
-    const Pieces piece = piecesOf<T>(rows, target, planes.size());
-    for (std::int64_t top = 0; top < rows.rows; top += piece.rows) {
-        const std::int64_t bottom = std::min(top + piece.rows, rows.rows);
-        for (std::int64_t left = 0; left < rows.samples; left += piece.samples) {
-            const std::uint8_t* const column = rows.first + left * static_cast<std::int64_t>(sizeof(T));
-            const std::int64_t samples = std::min(piece.samples, rows.samples - left);
-            for (std::int64_t y = top; y < bottom; ++y)
-                tally.add(column + y * rows.stride, samples);
-        }
-    }
+    for (std::int64_t y = 0; y < rows.rows; ++y)
+        tally.add(rows.first + y * rows.stride, rows.samples);
     tally.finish();
 }
 
