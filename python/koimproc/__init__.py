@@ -8,6 +8,7 @@ in `koimproc.native`; `koimproc.series` works on thousands of frames.
 
 from typing import TYPE_CHECKING
 
+from koimproc import _interpreter  # the first of all: it refuses what the others would wait for
 from koimproc._average import average
 from koimproc._contrast import rescale_intensity
 from koimproc._correct import flat_field, white_balance

@@ -259,6 +259,20 @@ time.sleep(0.2)
         for _ in range(3):
             subprocess.run([sys.executable, "-c", program], check=True, timeout=60)
 
+    @pytest.mark.parametrize("before", ["", "import koimproc"])
+    @pytest.mark.parametrize("name", ["koimproc", "koimproc.native", "koimproc.series"])
+    def test_that_have_subinterpreters_are_told(self, name, before):
+        pytest.importorskip("_xxsubinterpreters")
+        code = f"""{before}
+import _xxsubinterpreters as interpreters
+try:
+    interpreters.run_string(interpreters.create(), "import {name}")
+except interpreters.RunFailedError as error:
+    print(error)
+"""
+        done = subprocess.run([sys.executable, "-c", code], capture_output=True, text=True, timeout=60)
+        assert "ImportError" in done.stdout and "use threads or processes" in done.stdout, done.stdout + done.stderr
+
     def test_that_import_the_package_need_no_more_than_numpy(self):
         program = "import sys, koimproc.native; print([m for m in ('scipy', 'matplotlib', 'skimage') if m in sys.modules])"
         assert subprocess.check_output([sys.executable, "-c", program], timeout=60) == b"[]\n"
