@@ -52,8 +52,8 @@ void malvarBand(const CentredCall& call, std::int64_t pitch, std::byte* memory, 
     }
 }
 
-/// The rows of DemosaicMenon in five steps: the lines of a row, two estimates, their mixture, its refinement, and
-/// the pixels. The last needs a row more on either side, each of the others two.
+/// The rows of DemosaicMenon in five steps: the lines of a row, two estimates, their mixture, its greens and how the
+/// colour depends on them, and the pixels. The last needs a row more on either side, each of the others two.
 template <class T>
 class MenonBand {
 public:
@@ -67,7 +67,9 @@ public:
           m_acrossChanges(memory, pitch),
           m_mixed(memory, pitch),
           m_alongPart(memory, pitch),
-          m_refined(memory, pitch)
+          m_greens(memory, pitch),
+          m_slopes(memory, pitch),
+          m_offsets(memory, pitch)
     {
     }
 
@@ -82,7 +84,7 @@ public:
             if (y >= from + 1)
                 mix(y - 4);
             if (y >= from + 5)
-                refine(y - 6);
+                fit(y - 6);
             if (y >= from + 7)
                 finish(y - 7);
         }
@@ -103,7 +105,7 @@ private:
     {
         const RowKind row = kind(y);
         m_kernels.differences(around(m_mosaic.own(row), y), m_mosaic.between(row)[y], row.colourFirst,
-                              {m_along[y], m_across[y], m_alongChanges[y]}, -3, m_pairs + 3);
+                              m_tolerance, {m_along[y], m_across[y], m_alongChanges[y]}, -3, m_pairs + 3);
     }
     /// With the last row of the same colour.
     void compare(std::int64_t y) noexcept
@@ -119,28 +121,35 @@ private:
             {m_acrossChanges[y], m_acrossChanges[y + 1], m_acrossChanges[y + 2]}};
         m_kernels.mix(estimates, kind(y).colourFirst, m_mixed[y], m_alongPart[y], -2, m_pairs + 2);
     }
-    void refine(std::int64_t y) noexcept
+    void fit(std::int64_t y) noexcept
     {
-        m_kernels.refine(around(m_mixed, y), m_alongPart[y], m_refined[y], -1, m_pairs + 1);
+        const auto& own = m_mosaic.own(kind(y));
+        m_kernels.fit({own[y - 2], own[y], own[y + 2]}, {m_mixed[y - 2], m_mixed[y], m_mixed[y + 2]},
+                      m_alongPart[y], m_tolerance, fitOf(y), -1, m_pairs + 1);
+    }
+    typename MenonRowKernels<T>::Fit fitOf(std::int64_t y) const noexcept
+    {
+        return {m_greens[y], m_slopes[y], m_offsets[y]};
     }
     void finish(std::int64_t y) noexcept
     {
         const RowKind row = kind(y);
-        m_kernels.make({m_mosaic.own(row)[y],
-                        m_mosaic.between(row)[y],
-                        {m_refined[y - 1], m_refined[y], m_refined[y + 1]}},
-                       row, m_call.pixels<T>(y), m_call.dst.width, saturatedTop<T>(m_call.src.bitsPerSample));
+        m_kernels.make(
+            {m_mosaic.own(row)[y], m_mosaic.between(row)[y], {fitOf(y - 1), fitOf(y), fitOf(y + 1)}}, row,
+            m_call.pixels<T>(y), m_call.dst.width, m_top);
     }
 
     const MenonRowKernels<T>& m_kernels = menonKernels().of<T>();
     const CentredCall& m_call;
+    const T m_top = saturatedTop<T>(m_call.src.bitsPerSample);
+    const E m_tolerance = static_cast<E>(m_top / 64 + 1);
     std::int64_t m_pairs;
-    MosaicLines<E, 8> m_mosaic;
+    MosaicLines<E, 9> m_mosaic;
     LineRing<E, 3> m_along, m_across;
     LineRing<E, 5> m_alongChanges;
     LineRing<E, 3> m_acrossChanges;
     LineRing<float, 5> m_mixed;
-    LineRing<float, 3> m_alongPart, m_refined;
+    LineRing<float, 3> m_alongPart, m_greens, m_slopes, m_offsets;
 };
 
 /// The checks and the memory that the centred methods have in common; `band` makes some rows.

@@ -85,33 +85,54 @@ void Changes(const E* one, const E* other, E* changes, std::int64_t from, std::i
 {
     const hn::ScalableTag<E> d;
     EachVector(d, from, to, [&](std::int64_t i) HWY_ATTR {
-        hn::StoreU(hn::Abs(hn::Sub(hn::LoadU(d, one + i), hn::LoadU(d, other + i))), d, changes + i);
+        const auto change = hn::Abs(hn::Sub(hn::LoadU(d, one + i), hn::LoadU(d, other + i)));
+        hn::StoreU(hn::ShiftRight<1>(change), d, changes + i);
     });
 }
 
-/// The difference to the green between two greens, which the bend of the colour corrects, in quarters.
+/// Samples of a line through a place, next to it and behind those.
 template <class VW>
-VW ToGreenBetween(VW greens, VW own, VW far)
+struct Through {
+    VW greenBefore, greenBehind, farBefore, farBehind;
+};
+
+/// The difference to the green between two greens, in eighths. The bend of the colour corrects that green as far as
+/// green changes with the colour from one side to the other: wholly, by half or not at all.
+template <class D, class VW = hn::Vec<D>>
+VW ToGreenBetween(D d, VW own, const Through<VW>& line, VW tolerance)
 {
-    return hn::Add(Twice(hn::Sub(own, greens)), far);
+    const VW zero = hn::Zero(d);
+    const VW greens = hn::Add(line.greenBefore, line.greenBehind);
+    const VW bend = hn::Sub(Twice(own), hn::Add(line.farBefore, line.farBehind));
+    // The colour's change is that of twice as many columns or rows.
+    const VW green = Twice(hn::Sub(line.greenBehind, line.greenBefore));
+    const VW colour = hn::Sub(line.farBehind, line.farBefore);
+    const VW common = hn::Sub(hn::Max(hn::Min(green, colour), zero), hn::Min(hn::Max(green, colour), zero));
+    // Whether (common + tolerance) / (colour + tolerance) is less than a quarter, and less than three.
+    const VW size = hn::Abs(colour), fourTimes = hn::Add(hn::ShiftLeft<2>(common), tolerance);
+    const auto isLittle = hn::Gt(size, hn::Add(fourTimes, Twice(tolerance)));
+    const auto isPart = hn::Gt(hn::Add(Twice(size), size), fourTimes);
+    const VW straight = hn::ShiftLeft<2>(hn::Sub(Twice(own), greens));
+    return hn::Sub(hn::Sub(straight, hn::IfThenZeroElse(isLittle, bend)), hn::IfThenZeroElse(isPart, bend));
 }
 
 template <class T, class E = typename MenonRowKernels<T>::Element>
-void Differences(const FiveLines<E>& own, const E* between, bool colourFirst,
+void Differences(const FiveLines<E>& own, const E* between, bool colourFirst, E tolerance,
                  const typename MenonRowKernels<T>::Differences& to, std::int64_t from,
                  std::int64_t end) noexcept
 {
     const hn::ScalableTag<E> d;
     const auto at = [&](const E* line, std::int64_t i) HWY_ATTR { return hn::LoadU(d, line + i); };
     const Beside beside(colourFirst);
+    const auto small = hn::Set(d, tolerance);
     EachVector(d, from, end, [&](std::int64_t i) HWY_ATTR {
-        const auto here = at(own[2], i);
-        const auto rowGreens = hn::Add(at(between, i + beside.left), at(between, i + beside.right));
-        const auto columnGreens = hn::Add(at(own[1], i), at(own[3], i));
-        hn::StoreU(ToGreenBetween(rowGreens, here, hn::Add(at(own[2], i - 1), at(own[2], i + 1))), d,
-                   to.along + i);
-        hn::StoreU(ToGreenBetween(columnGreens, here, hn::Add(at(own[0], i), at(own[4], i))), d,
-                   to.across + i);
+        using VW = hn::Vec<decltype(d)>;
+        const Through<VW> along{at(between, i + beside.left), at(between, i + beside.right),
+                                at(own[2], i - 1), at(own[2], i + 1)};
+        const Through<VW> across{at(own[1], i), at(own[3], i), at(own[0], i), at(own[4], i)};
+        const VW here = at(own[2], i);
+        hn::StoreU(ToGreenBetween(d, here, along, small), d, to.along + i);
+        hn::StoreU(ToGreenBetween(d, here, across, small), d, to.across + i);
     });
     Changes(to.along, to.along + 1, to.alongChanges, from, end - 1);
 }
@@ -148,20 +169,53 @@ void Mix(const typename MenonRowKernels<T>::Estimates& e, bool colourFirst, floa
         };
         const V alongSquared = squared(alongSum), acrossSquared = squared(acrossSum);
         const V part = hn::Div(acrossSquared, hn::Add(alongSquared, acrossSquared));
-        hn::StoreU(Between(InFloats(at(e.across, i)), InFloats(at(e.along, i)), part), Floats(), mixed + i);
+        const V eighths = Between(InFloats(at(e.across, i)), InFloats(at(e.along, i)), part);
+        hn::StoreU(Times(1.0F / 8, eighths), Floats(), mixed + i);
         hn::StoreU(part, Floats(), alongPart + i);
     });
 }
 
-void Refine(const FiveLines<float>& mixed, const float* alongPart, float* refined, std::int64_t from,
-            std::int64_t to) noexcept
+/// Least squares. Where nothing changes, the colour follows green.
+template <class T, class E = typename MenonRowKernels<T>::Element>
+void FitLine(const std::array<const E*, 3>& own, const std::array<const float*, 3>& mixed,
+             const float* alongPart, E tolerance, const typename MenonRowKernels<T>::Fit& to,
+             std::int64_t from, std::int64_t end) noexcept
 {
-    EachVector(Floats(), from, to, [&](std::int64_t i) HWY_ATTR {
-        const V beside = hn::Add(At(mixed[2], i - 1), At(mixed[2], i + 1));
-        const V above = hn::Add(At(mixed[0], i), At(mixed[4], i));
-        const V ends = Between(above, beside, At(alongPart, i));
-        // A sixth of what is in quarters.
-        hn::StoreU(Times(1.0F / 24, hn::Add(ends, Times(4, At(mixed[2], i)))), Floats(), refined + i);
+    const Whole<T> d;
+    const V zero = hn::Zero(Floats()), one = hn::Set(Floats(), 1);
+    const V some = hn::Set(Floats(), static_cast<float>(tolerance) * static_cast<float>(tolerance));
+    EachVector(Floats(), from, end, [&](std::int64_t i) HWY_ATTR {
+        const auto here = hn::LoadU(d, own[1] + i);
+        const V difference = At(mixed[1], i);
+        const V left = At(mixed[1], i - 1), right = At(mixed[1], i + 1);
+        const V above = At(mixed[0], i), below = At(mixed[2], i);
+        const auto change = [&](const E* line, std::int64_t x)
+                                HWY_ATTR { return InFloats(hn::Sub(here, hn::LoadU(d, line + x))); };
+        const V colour[] = {change(own[1], i - 1), change(own[1], i + 1), change(own[0], i),
+                            change(own[2], i)};
+        const auto greenChange = [&](V ofColour, V other)
+                                     HWY_ATTR { return hn::Sub(ofColour, hn::Sub(difference, other)); };
+        const V green[] = {greenChange(colour[0], left), greenChange(colour[1], right),
+                           greenChange(colour[2], above), greenChange(colour[3], below)};
+        const auto products = [&](const V* a, const V* b) HWY_ATTR {
+            return hn::Add(hn::Add(hn::Mul(a[0], b[0]), hn::Mul(a[1], b[1])),
+                           hn::Add(hn::Mul(a[2], b[2]), hn::Mul(a[3], b[3])));
+        };
+        const V together = hn::Add(products(colour, green), some);
+        const auto slopeFrom = [&](const V* changes) HWY_ATTR {
+            const V quotient = hn::Div(together, hn::Add(products(changes, changes), some));
+            return hn::Min(hn::Max(quotient, zero), one);
+        };
+        const V slope = slopeFrom(green);
+        const V onLine = hn::Mul(slope, slopeFrom(colour));
+
+        const V ends = Between(hn::Add(above, below), hn::Add(left, right), At(alongPart, i));
+        const V smoother = hn::Sub(ends, hn::Add(difference, difference));
+        const V refined = hn::Add(difference, hn::Mul(Times(1.0F / 6, onLine), smoother));
+        const V ownGreen = hn::Sub(InFloats(here), refined);
+        hn::StoreU(ownGreen, Floats(), to.greens + i);
+        hn::StoreU(slope, Floats(), to.slopes + i);
+        hn::StoreU(hn::Sub(InFloats(here), hn::Mul(slope, ownGreen)), Floats(), to.offsets + i);
     });
 }
 
@@ -186,30 +240,35 @@ void Make(const typename MenonRowKernels<T>::Row& row, RowKind kind, const Pixel
     const auto highest = hn::Set(Wide(), top);
     const auto colours = [&](std::int64_t i) HWY_ATTR {
         const std::int64_t left = i + beside.left, right = i + beside.right;
-        const auto& above = row.refined[0];
-        const auto& below = row.refined[2];
+        const std::int64_t before = i - beside.right, behind = i - beside.left;
+        const auto& [above, at, below] = row.fits;
         const auto own = Widened(hn::LoadU(Whole<T>(), row.own + i));
         const auto between = Widened(hn::LoadU(Whole<T>(), row.between + i));
-        const V ownGreen = hn::Sub(InFloats(own), At(row.refined[1], i));
-        const V corners =
-            hn::Add(hn::Add(At(above, left), At(above, right)), hn::Add(At(below, left), At(below, right)));
-        const V green = InFloats(between);
-        const V betweenOwn =
-            hn::Add(At(row.refined[1], i - beside.right), At(row.refined[1], i - beside.left));
-        const V betweenOther = hn::Add(At(above, i), At(below, i));
-        return RowColours<hn::Vec<Wide>>{hn::Min(own, highest),
-                                         rounded(ownGreen),
-                                         rounded(hn::Add(ownGreen, Times(0.25F, corners))),
-                                         rounded(hn::Add(green, Times(0.5F, betweenOwn))),
-                                         hn::Min(between, highest),
-                                         rounded(hn::Add(green, Times(0.5F, betweenOther)))};
+        const V ownGreen = At(at.greens, i), betweenGreen = InFloats(between);
+        // The line through `count` others together.
+        const auto colour = [](float part, V slopes, V offsets, V green)
+                                HWY_ATTR { return Times(part, hn::Add(hn::Mul(slopes, green), offsets)); };
+        const auto two = [](const float* one, std::int64_t x, const float* other, std::int64_t z)
+                             HWY_ATTR { return hn::Add(At(one, x), At(other, z)); };
+        const auto corners = [&](const float* a, const float* b)
+                                 HWY_ATTR { return hn::Add(two(a, left, a, right), two(b, left, b, right)); };
+        return RowColours<hn::Vec<Wide>>{
+            hn::Min(own, highest),
+            rounded(ownGreen),
+            rounded(colour(0.25F, corners(above.slopes, below.slopes), corners(above.offsets, below.offsets),
+                           ownGreen)),
+            rounded(colour(0.5F, two(at.slopes, before, at.slopes, behind),
+                           two(at.offsets, before, at.offsets, behind), betweenGreen)),
+            hn::Min(between, highest),
+            rounded(colour(0.5F, two(above.slopes, i, below.slopes, i),
+                           two(above.offsets, i, below.offsets, i), betweenGreen))};
     };
     StoreRow<T>(Wide(), dst, width, [&](std::int64_t i) HWY_ATTR { return Arranged(colours(i), kind); });
 }
 
 template <class T, class E = typename MenonRowKernels<T>::Element>
 constexpr MenonRowKernels<T> rows{&SplitPairs<T, E>, &Differences<T>, &Changes<E>,
-                                  &Mix<T>,           &Refine,         &Make<T>};
+                                  &Mix<T>,           &FitLine<T>,     &Make<T>};
 
 const MenonKernels& Kernels()
 {

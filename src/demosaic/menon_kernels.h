@@ -1,7 +1,7 @@
 // Row kernels of DemosaicMenon.
 //
-// Only differences to green are interpolated. They vary less than the colours do, and of the rows around only
-// the differences of red or blue to green, at the places of that colour, need to be known.
+// Green is completed at the places of red and blue first. Elsewhere red and blue are straight lines of green that
+// fit around, so of the rows around only these places need to be known.
 #pragma once
 
 #include "base/kernel_tables.h"
@@ -19,7 +19,7 @@ using FiveLines = std::array<const E*, 5>;
 
 /// Kernels for samples of type `T`.
 ///
-/// The estimates are multiples of a quarter. They and the sums of their changes are whole numbers of quarters: those
+/// The estimates are multiples of an eighth. They and the sums of their changes, in quarters, are whole numbers: those
 /// of bytes fit 16 bits, those of words 24 and so floats as well. Only what comes after the sums is rounded.
 template <class T>
 struct MenonRowKernels {
@@ -28,22 +28,22 @@ struct MenonRowKernels {
 
     void (*split)(const std::uint8_t* mosaic, Element* first, Element* second, std::int64_t pairs) noexcept;
 
-    /// The differences of the row's colour to the greens estimated along the row and across it, in quarters, and
-    /// how much those along the row change from each pair to the next. `own` are the columns of the row's colour,
-    /// `between` the greens of the row itself.
+    /// The differences of the row's colour to the greens estimated along the row and across it, in eighths, and
+    /// how much those along the row change from each pair to the next, in quarters. `own` are the columns of the
+    /// row's colour, `between` the greens of the row itself. Changes that are small beside the tolerance say
+    /// nothing of how green depends on the colour.
     struct Differences {
         Element* along;
         Element* across;
         Element* alongChanges;
     };
-    void (*differences)(const FiveLines<Element>& own, Line between, bool colourFirst,
+    void (*differences)(const FiveLines<Element>& own, Line between, bool colourFirst, Element tolerance,
                         const Differences& differences, std::int64_t from, std::int64_t to) noexcept;
-    /// How much two lines differ.
+    /// How much two lines of differences differ, in quarters.
     void (*changes)(Line one, Line other, Element* changes, std::int64_t from, std::int64_t to) noexcept;
 
-    /// The two differences of a row mixed, the more of each the less it varies around, in quarters, and the part
-    /// of the one along the row. Changes across are those from two rows before: of the row, of the next and of
-    /// the one after it.
+    /// The two differences of a row mixed, the more of each the less it varies around, and the part of the one
+    /// along the row. Changes across are those from two rows before: of the row, of the next and of the one after it.
     struct Estimates {
         Line along;
         Line across;
@@ -52,15 +52,25 @@ struct MenonRowKernels {
     };
     void (*mix)(const Estimates& estimates, bool colourFirst, float* mixed, float* alongPart,
                 std::int64_t from, std::int64_t to) noexcept;
-    /// The differences smoothed in the directions that they were mixed of.
-    void (*refine)(const FiveLines<float>& mixed, const float* alongPart, float* refined, std::int64_t from,
-                   std::int64_t to) noexcept;
 
-    /// The lines of a row to be made; the differences are those of the rows above, of it and below.
+    /// The greens of a row, its colour less the mixed difference, and its colour as slope * green + offset: a line
+    /// through the place fitted to the four nearest of the same colour. `own` and `mixed` are of the nearest rows of
+    /// that colour and of the one between. As far as the colour and green lie on that line, the difference is
+    /// smoothed first, in the directions that it was mixed of.
+    struct Fit {
+        float* greens;
+        float* slopes;
+        float* offsets;
+    };
+    void (*fit)(const std::array<Line, 3>& own, const std::array<const float*, 3>& mixed,
+                const float* alongPart, Element tolerance, const Fit& fit, std::int64_t from,
+                std::int64_t to) noexcept;
+
+    /// The lines of a row to be made; the fits are those of the rows above, of it and below.
     struct Row {
         Line own;
         Line between;
-        std::array<const float*, 3> refined;
+        std::array<Fit, 3> fits;
     };
     void (*make)(const Row& row, RowKind kind, const PixelRow& dst, std::int64_t width, T top) noexcept;
 };

@@ -120,12 +120,22 @@ struct Turned {
     float operator()(int dx, int dy) const { return along ? places(x + dx, y + dy) : places(x + dy, y + dx); }
 };
 
-/// How much a difference varies around a place in its direction.
+/// How much a difference varies around a place in its direction. Each change counts in whole quarters.
 inline float variation(const Turned& d)
 {
-    const auto change = [&](int dx, int dy) { return std::abs(d(dx, dy) - d(dx + 2, dy)); };
+    const auto change = [&](int dx, int dy) {
+        return std::floor(4 * std::abs(d(dx, dy) - d(dx + 2, dy))) / 4;
+    };
     const auto changes = [&](int dy) { return change(-2, dy) + change(0, dy); };
     return (3 * changes(0) + (changes(-2) + changes(2))) + (change(-1, -1) + change(-1, 1));
+}
+
+/// How far green changes with the colour from one side of a place to the other: 1, a half or 0.
+inline float shareOfBend(float green, float colour, float tolerance)
+{
+    const float common = green * colour > 0 ? std::min(std::abs(green), std::abs(colour)) : 0;
+    const float quotient = (common + tolerance) / (std::abs(colour) + tolerance);
+    return quotient >= 0.75F ? 1 : quotient >= 0.25F ? 0.5F : 0;
 }
 
 template <class T>
@@ -133,10 +143,13 @@ void menon(const test::TestImage& src, const QRect& roi, ExBayerGrid grid, test:
 {
     const EndlessMosaic<T> mosaic(src, grid);
     const Places sample([&](int x, int y) { return static_cast<float>(mosaic.at(x, y)); });
+    const int bits = src.buf().bitsPerSample;
+    const float tolerance = static_cast<float>(((1 << std::clamp(bits, 0, 8 * int(sizeof(T)))) - 1) / 64 + 1);
     const auto difference = [&](int x, int y, bool along) {
         const Turned m{sample, x, y, along};
         const float bend = (m(0, 0) + m(0, 0)) - (m(-2, 0) + m(2, 0));
-        return m(0, 0) - ((m(-1, 0) + m(1, 0)) * 0.5F + bend * 0.25F);
+        const float share = shareOfBend(2 * (m(1, 0) - m(-1, 0)), m(2, 0) - m(-2, 0), tolerance);
+        return m(0, 0) - ((m(-1, 0) + m(1, 0)) * 0.5F + share * bend * 0.25F);
     };
     const Places alongRow([&](int x, int y) { return difference(x, y, true); });
     const Places alongColumn([&](int x, int y) { return difference(x, y, false); });
@@ -149,27 +162,47 @@ void menon(const test::TestImage& src, const QRect& roi, ExBayerGrid grid, test:
         return column + alongPart(x, y) * (row - column);
     };
     const Places mixed([&](int x, int y) { return mixture(x, y, alongRow(x, y), alongColumn(x, y)); });
-    const Places refined([&](int x, int y) {
-        const float row = mixed(x - 2, y) + mixed(x + 2, y), column = mixed(x, y - 2) + mixed(x, y + 2);
-        return (mixture(x, y, row, column) + 4 * mixed(x, y)) * (1.0F / 6);
-    });
-    const auto corners = [&](int x, int y) {
-        return (refined(x - 1, y - 1) + refined(x + 1, y - 1)) +
-               (refined(x - 1, y + 1) + refined(x + 1, y + 1));
+    // Sums over the four nearest places of the same colour of products of changes, of green or of that colour.
+    const auto products = [&](int x, int y, bool firstIsGreen, bool secondIsGreen) {
+        const auto product = [&](int dx, int dy) {
+            const float colour = sample(x, y) - sample(x + dx, y + dy);
+            const float green = colour - (mixed(x, y) - mixed(x + dx, y + dy));
+            return (firstIsGreen ? green : colour) * (secondIsGreen ? green : colour);
+        };
+        return (product(-2, 0) + product(2, 0)) + (product(0, -2) + product(0, 2)) + tolerance * tolerance;
     };
-    const int bits = src.buf().bitsPerSample;
+    const Places slope([&](int x, int y) {
+        return std::clamp(products(x, y, true, false) / products(x, y, true, true), 0.0F, 1.0F);
+    });
+    const Places green([&](int x, int y) {
+        const float inverse =
+            std::clamp(products(x, y, true, false) / products(x, y, false, false), 0.0F, 1.0F);
+        const float row = mixed(x - 2, y) + mixed(x + 2, y), column = mixed(x, y - 2) + mixed(x, y + 2);
+        const float smoother = mixture(x, y, row, column) - 2 * mixed(x, y);
+        return sample(x, y) - (mixed(x, y) + slope(x, y) * inverse * (1.0F / 6) * smoother);
+    });
+    const Places offset([&](int x, int y) { return sample(x, y) - slope(x, y) * green(x, y); });
+    const auto two = [](const Places& of, int x, int y, int dx, int dy) {
+        return of(x - dx, y - dy) + of(x + dx, y + dy);
+    };
+    const auto corners = [&](const Places& of, int x, int y) {
+        return two(of, x, y - 1, 1, 0) + two(of, x, y + 1, 1, 0);
+    };
     for (int y = 0; y < roi.height(); ++y)
         for (int x = 0; x < roi.width(); ++x) {
             const int mx = roi.x() + x, my = roi.y() + y;
             const float own = sample(mx, my);
             const char inRow = mosaic.rowColour(mx, my);
-            float rowColour = own, green = own, other = own;
+            float rowColour = own, ownGreen = own, other = own;
             if (mosaic.colour(mx, my) == 'G') {
-                rowColour = own + (refined(mx - 1, my) + refined(mx + 1, my)) * 0.5F;
-                other = own + (refined(mx, my - 1) + refined(mx, my + 1)) * 0.5F;
+                const auto beside = [&](int dx, int dy) {
+                    return (two(slope, mx, my, dx, dy) * own + two(offset, mx, my, dx, dy)) * 0.5F;
+                };
+                rowColour = beside(1, 0);
+                other = beside(0, 1);
             } else {
-                green = own - refined(mx, my);
-                other = green + corners(mx, my) * 0.25F;
+                ownGreen = green(mx, my);
+                other = (corners(slope, mx, my) * ownGreen + corners(offset, mx, my)) * 0.25F;
             }
             // The half is added in the precision of the rest.
             const auto store = [&](char colour, float value) {
@@ -177,7 +210,7 @@ void menon(const test::TestImage& src, const QRect& roi, ExBayerGrid grid, test:
                 storeLimited<T>(dst, x, y, colour, rounded, bits);
             };
             store(inRow, rowColour);
-            store('G', green);
+            store('G', ownGreen);
             store(opposite(inRow), other);
         }
 }

@@ -296,6 +296,20 @@ TEST(MenonValues, FollowAnEdgeWithoutColours)
     });
 }
 
+TEST(MenonValues, KeepColoursApartThatChangeByThemselves)
+{
+    for (const ExBayerGrid grid : grids) {
+        const Scene<Menon, std::uint16_t> scene(48, 48, grid, [](int x, int y, int c) {
+            return c == 0 ? 2000 + (x * 911 + y * 577) % 1400 : c == 1 ? 1500 : 300;
+        });
+        scene.dst.forEachSample([&](int x, int y, int c) {
+            if (c != 0 && x >= 8 && x < 40 && y >= 8 && y < 40) {
+                ASSERT_EQ(scene.at(x, y, c), c == 1 ? 1500 : 300) << x << ", " << y << ", grid " << grid;
+            }
+        });
+    }
+}
+
 struct Case {
     int width, height;
     QRect roi;
