@@ -181,7 +181,7 @@ template <class T>
 void Tally<T>::add(const std::uint8_t* samples, std::int64_t count) noexcept
 {
     if constexpr (sizeof(T) == 1) {
-        constexpr std::int64_t worthTurns = 128;
+        constexpr std::int64_t worthTurns = 64;
         if (m_tableCount == 0 && m_planes.size() <= 4 && count >= worthTurns)
             m_bytes.scattered = true;
         if (m_bytes.scattered)
@@ -199,13 +199,14 @@ template <class T>
 void Tally<T>::addDirectly(const std::uint8_t* samples, std::int64_t count) noexcept
 {
     const auto period = static_cast<std::int64_t>(m_planes.size());
+    const std::uint64_t limit = m_target.limit;
     for (std::int64_t position = 0; position < period; ++position) {
         std::uint32_t* const counters = m_target.counters(planeAt(position));
         if (counters == nullptr)
             continue;
         for (std::int64_t i = position; i < count; i += period) {
             const T value = loadSample<T>(samples, i);
-            if (value < m_target.limit)
+            if (value < limit)
                 ++counters[value];
         }
     }
