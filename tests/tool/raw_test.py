@@ -301,7 +301,7 @@ class Raw(ToolTest):
             else:
                 self.write("a.dng", content)
                 self.refuse("unpack", "a.dng", "-o", "b.tif", names="a.dng: ",
-                            says="its tiles of lossless JPEG have a width that is not supported in camera raws")
+                            says="its lossless JPEG has a width that is not supported in camera raws")
 
     def test_samples_that_cannot_be_decoded_are_named(self):
         samples = random_samples(32 * 24, 65535, 25)
@@ -401,8 +401,8 @@ class Raw(ToolTest):
     def test_sensors_without_a_mosaic_of_red_green_and_blue_are_refused(self):
         self.write("a.dng", dng(32, 24, [0] * 768, "rrbb"))
         self.refuse("demosaic", "a.dng", "-o", "out.tif", names="a.dng: ", says="mosaic")
-        colours = {262: (3, (34892,)), 277: (3, (3,)), 258: (3, (16, 16, 16)), 33421: None, 33422: None}
-        self.write("a.dng", dng(32, 24, [0] * 768 * 3, "rggb", more=colours))
+        colours = {262: (3, (34892,)), 277: (3, (4,)), 258: (3, (16,) * 4), 33421: None, 33422: None}
+        self.write("a.dng", dng(32, 24, [0] * 768 * 4, "rggb", more=colours))
         self.refuse("develop", "a.dng", "-o", "out.tif", names="a.dng: ", says="holds all colours of every pixel")
 
     def test_monochrome_sensors_have_nothing_to_demosaic(self):
@@ -434,7 +434,6 @@ class Raw(ToolTest):
         # The samples start where a third of them does not fit before the end of the file.
         self.write("a.dng", dng(64, 48, samples, "rggb", strip=8 + 64 * 32))
         self.refuse("demosaic", "a.dng", "-o", "out.tif", names="a.dng: ", says="is damaged or cut short")
-
 
     def test_raws_that_end_in_their_header_are_damaged(self):
         content = dng(64, 48, [0] * 3072, "rggb")

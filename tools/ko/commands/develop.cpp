@@ -42,7 +42,7 @@ Image inWords(const SxImageBuf& mosaic)
     format.dataType = UInt16;
     Image words(format);
     for (int y = 0; y < mosaic.height; ++y)
-        std::copy_n(mosaic.data + std::int64_t{y} * mosaic.stride, mosaic.width,
+        std::copy_n(mosaic.data + std::int64_t{y} * mosaic.stride, mosaic.width * mosaic.channels,
                     rowOf<std::uint16_t>(words, y));
     return words;
 }
@@ -85,6 +85,14 @@ bool isMonochrome(const Image& picture, const Options& options, const Sensor* se
            hasLevels(*picture);
 }
 
+/// True for what a raw has of sensors and software that leave no mosaic. Other pictures of three channels are for
+/// screens already.
+bool hasAllColours(const Image& picture, const Options& options, const Sensor* sensor)
+{
+    return sensor && sensor->hasAllColours && options.grid == BayerNone && picture->channels == 3 &&
+           hasLevels(*picture);
+}
+
 /// Throws where a monochrome sensor is asked for what only colours have.
 void requireNoColours(const Options& options)
 {
@@ -113,9 +121,12 @@ QRect cropFor(const SxImageBuf& mosaic, const Options& options, const Sensor* se
 Image develop(const Image& picture, const Options& options, Demosaicer& demosaicer, Frame& frame)
 {
     const bool isMono = isMonochrome(picture, options, frame.sensor);
+    const bool isMosaic = !isMono && !hasAllColours(picture, options, frame.sensor);
     if (isMono)
         requireNoColours(options);
-    const SxImageBuf given = isMono ? *picture : mosaicOf(picture, {options.grid}, frame.sensor);
+    else if (!isMosaic && options.method == Half)
+        throw std::runtime_error("its pixels have all colours, which leaves nothing to do for --method half");
+    const SxImageBuf given = isMosaic ? mosaicOf(picture, {options.grid}, frame.sensor) : *picture;
     std::optional<Image> words;
     if (given.dataType == UInt8)
         words = inWords(given);
@@ -134,7 +145,7 @@ Image develop(const Image& picture, const Options& options, Demosaicer& demosaic
             rendering.matrix = matrixFor(gains, options, frame.sensor);
         Image light = balanced(samples, levels, gains);
         encode(light, rendering.curve);
-        if (!isMono)
+        if (isMosaic)
             light = demosaicer.run(*light, wholeOf(*light), "; another --method takes it", inner);
         if (!crop.isEmpty())
             light = cropOf(light, crop);

@@ -3,12 +3,10 @@
 #include "io/tiff_numbers.h"
 
 #include <algorithm>
-#include <array>
 
 namespace ko::tool {
-namespace {
 
-std::string nameOf(std::uint64_t opcode)
+std::string nameOf(const Opcode& opcode)
 {
     constexpr std::array names{
         "WarpRectilinear",  "WarpFisheye",      "FixVignetteRadial", "FixBadPixelsConstant",
@@ -16,31 +14,40 @@ std::string nameOf(std::uint64_t opcode)
         "GainMap",          "DeltaPerRow",      "DeltaPerColumn",    "ScalePerRow",
         "ScalePerColumn",   "WarpRectilinear2",
     };
-    return opcode >= 1 && opcode <= names.size() ? names[opcode - 1] : "others";
+    return opcode.number >= 1 && opcode.number <= names.size() ? names[opcode.number - 1] : "others";
 }
 
-}  // namespace
-
-void readOpcodes(LibRaw_abstract_datastream& stream, int size, std::vector<std::string>& names)
+std::vector<Opcode> readOpcodes(LibRaw_abstract_datastream& stream, int size)
 {
     // Whatever the byte order of the file, lists have the upper byte first: a count, and of each correction its number,
     // a version, flags, and the length of what follows.
-    constexpr int headSize = 16;
-    std::array<std::uint8_t, headSize> bytes{};
+    constexpr std::int64_t headSize = 16;
+    constexpr std::size_t mostBody = 32;
+    std::array<std::uint8_t, headSize + mostBody> bytes{};
+    const auto numberAt = [&bytes](std::size_t place) {
+        return static_cast<std::uint32_t>(wholeAt(&bytes[4 * place], 4, false));
+    };
+    std::vector<Opcode> opcodes;
     if (size < 4 || stream.read(bytes.data(), 4, 1) != 1)
-        return;
-    std::uint64_t left = wholeAt(bytes.data(), 4, false);
+        return opcodes;
+    std::uint32_t left = numberAt(0);
     for (std::int64_t rest = size - 4; left > 0 && rest >= headSize; --left) {
+        bytes.fill(0);
         if (stream.read(bytes.data(), headSize, 1) != 1)
             break;
-        const auto length = static_cast<std::int64_t>(wholeAt(&bytes[12], 4, false));
+        const std::int64_t length = numberAt(3);
         rest -= headSize + length;
-        if (rest < 0 || stream.seek(length, SEEK_CUR) != 0)
+        const std::size_t body = std::min<std::size_t>(static_cast<std::size_t>(length), mostBody);
+        if (rest < 0 || (body > 0 && stream.read(&bytes[headSize], body, 1) != 1) ||
+            stream.seek(length - static_cast<std::int64_t>(body), SEEK_CUR) != 0)
             break;
-        const std::string name = nameOf(wholeAt(bytes.data(), 4, false));
-        if (std::ranges::find(names, name) == names.end())
-            names.push_back(name);
+        opcodes.push_back({numberAt(0),
+                           {numberAt(4), numberAt(5), numberAt(6), numberAt(7)},
+                           numberAt(8),
+                           numberAt(9),
+                           {numberAt(10), numberAt(11)}});
     }
+    return opcodes;
 }
 
 }  // namespace ko::tool

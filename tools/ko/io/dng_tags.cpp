@@ -1,5 +1,6 @@
 #include "io/dng_tags.h"
 
+#include "io/dng_obstacles.h"
 #include "io/dng_opcodes.h"
 #include "io/tag_numbers.h"
 #include "io/tiff_numbers.h"
@@ -18,46 +19,9 @@ constexpr int mostNumbers = 65536;  ///< no side of a sensor has more pixels
 
 constexpr std::size_t longestName = 64;  ///< of makers and models, of which damaged files have any
 
-constexpr int losslessJpeg = 7;
-
-std::vector<double> allOf(const std::map<int, std::vector<double>>& directory, Tag tag)
-{
-    const auto found = directory.find(tag);
-    return found != directory.end() ? found->second : std::vector<double>{};
-}
-
-/// Without its fraction; 0 for what no tag of a sound file has.
-std::int64_t wholeOf(double number)
-{
-    return number >= 0 && number <= 0xffffffff ? static_cast<std::int64_t>(number) : 0;
-}
-
-std::int64_t firstOf(const std::map<int, std::vector<double>>& directory, Tag tag, std::int64_t otherwise)
-{
-    const std::vector<double> numbers = allOf(directory, tag);
-    return numbers.empty() ? otherwise : wholeOf(numbers[0]);
-}
-
-std::string nameOfCompression(std::int64_t number)
-{
-    switch (number) {
-    case 5:
-        return "LZW";
-    case 8:
-    case 32946:
-        return "Deflate";
-    case 32773:
-        return "PackBits";
-    case 52546:
-        return "JPEG XL";
-    default:
-        return "method " + std::to_string(number);
-    }
-}
-
 }  // namespace
 
-int BlackLevels::at(int x, int y) const
+int BlackLevels::at(int x, int y, int colour) const
 {
     // Damaged files have any active area, which LibRaw does not take then.
     const int column = std::max(x - left, 0);
@@ -65,8 +29,9 @@ int BlackLevels::at(int x, int y) const
     const auto added = [](const std::vector<double>& levels, int place) {
         return place < static_cast<int>(levels.size()) ? levels[static_cast<std::size_t>(place)] : 0;
     };
-    const double level = pattern[static_cast<std::size_t>(row % rows * columns + column % columns)] +
-                         added(ofColumns, column) + added(ofRows, row);
+    const int place = (row % rows * columns + column % columns) * colours + colour % colours;
+    const double level =
+        pattern[static_cast<std::size_t>(place)] + added(ofColumns, column) + added(ofRows, row);
     return static_cast<int>(std::floor(std::clamp(level, -65535.0, 65535.0) + 0.5));
 }
 
@@ -80,8 +45,8 @@ void DngTags::take(void* self, int tag, int type, int count, unsigned order, voi
     // Tags of the directories of a TIFF file come with the number of the directory above them, others without.
     const int directory = tag >> 20;
     if (directory != 0 && std::ranges::find(opcodeLists, tag & 0xffff) != opcodeLists.end()) {
-        readOpcodes(*static_cast<LibRaw_abstract_datastream*>(stream), count,
-                    static_cast<DngTags*>(self)->m_opcodes);
+        static_cast<DngTags*>(self)->takeOpcodes(
+            tag & 0xffff, readOpcodes(*static_cast<LibRaw_abstract_datastream*>(stream), count));
         return;
     }
     const int size = sizeOf(type);
@@ -99,18 +64,36 @@ void DngTags::take(void* self, int tag, int type, int count, unsigned order, voi
         numbers.push_back(numberAt(&bytes[at], type, isLittle));
 }
 
-const DngTags::Directory* DngTags::raw() const
+void DngTags::takeOpcodes(int list, const std::vector<Opcode>& opcodes)
 {
-    const Directory* largest = nullptr;
+    for (const Opcode& opcode : opcodes)
+        if (const std::string name = nameOf(opcode); std::ranges::find(m_opcodes, name) == m_opcodes.end())
+            m_opcodes.push_back(name);
+    if (list == linearOpcodes)
+        m_linearOpcodes.insert(m_linearOpcodes.end(), opcodes.begin(), opcodes.end());
+}
+
+std::vector<std::string> DngTags::opcodes() const
+{
+    std::vector<std::string> names = m_opcodes;
+    const TagDirectory* const directory = raw();
+    if (directory && ko::tool::hasAllColours(*directory) && firstOf(*directory, Compression, 1) == LossyJpeg)
+        std::erase(names, "MapPolynomial");
+    return names;
+}
+
+const TagDirectory* DngTags::raw() const
+{
+    const TagDirectory* largest = nullptr;
     std::pair<bool, std::int64_t> most{};
     bool isDng = false;
     for (const auto& [number, directory] : m_directories) {
         isDng = isDng || directory.contains(DngVersion);
         const std::int64_t photometric = firstOf(directory, Photometric, 0);
         // A mosaic may come with what somebody has made of it, which is larger.
-        const bool isMosaic = photometric == 32803;
+        const bool isMosaic = photometric == Mosaic;
         const std::pair size{isMosaic, firstOf(directory, Width, 0) * firstOf(directory, Height, 0)};
-        if ((isMosaic || photometric == 34892) && size > most) {
+        if ((isMosaic || photometric == LinearRaw) && size > most) {
             most = size;
             largest = &directory;
         }
@@ -120,46 +103,27 @@ const DngTags::Directory* DngTags::raw() const
 
 std::string DngTags::obstacle() const
 {
-    const Directory* const directory = raw();
-    if (!directory)
-        return {};
-    if (firstOf(*directory, SampleFormat, 1) == 3)
-        return "its samples are floating-point numbers, which are not supported in camera raws";
-    const std::int64_t compression = firstOf(*directory, Compression, 1);
-    if (compression != 1 && compression != losslessJpeg && compression != 34892)
-        return "its samples are compressed by " + nameOfCompression(compression) +
-               ", which is not supported in camera raws";
-    if (const std::int64_t bits = firstOf(*directory, BitsPerSample, 16); bits > 16)
-        return "its samples have " + std::to_string(bits) + " bits; those of camera raws may have 16";
-    if (compression == losslessJpeg && !directory->contains(TileOffsets) &&
-        allOf(*directory, StripOffsets).size() > 1)
-        return "its samples are lossless JPEG in several strips, which is not supported in camera raws";
-    if (firstOf(*directory, CfaLayout, 1) > 1)
-        return "its rows or columns are staggered, which is not supported in camera raws";
-    // LibRaw takes them for red, green and blue in any case.
-    const Numbers planes = allOf(*directory, CfaPlaneColor);
-    if (!std::ranges::is_sorted(planes))
-        return "its colours are not in the order of red, green and blue, which is not supported in camera "
-               "raws";
-    const auto isMixed = [&](Tag tag) {
-        return std::ranges::any_of(allOf(*directory, tag), [](double number) { return number > 1; });
-    };
-    if (isMixed(SubTileBlockSize) || isMixed(RowInterleaveFactor) || isMixed(ColumnInterleaveFactor))
-        return "its samples are interleaved, which is not supported in camera raws";
-    return {};
+    const TagDirectory* const directory = raw();
+    return directory ? obstacleOf(*directory, m_linearOpcodes) : "";
 }
 
-const DngTags::Directory* DngTags::ofSensor(int width, int height) const
+const TagDirectory* DngTags::ofSensor(int width, int height) const
 {
-    const Directory* const directory = raw();
+    const TagDirectory* const directory = raw();
     return directory && firstOf(*directory, Width, 0) == width && firstOf(*directory, Height, 0) == height
                ? directory
                : nullptr;
 }
 
+bool DngTags::hasAllColours(int width, int height) const
+{
+    const TagDirectory* const directory = ofSensor(width, height);
+    return directory && ko::tool::hasAllColours(*directory);
+}
+
 std::optional<DngParts> DngTags::parts(int width, int height) const
 {
-    const Directory* const directory = ofSensor(width, height);
+    const TagDirectory* const directory = ofSensor(width, height);
     if (!directory || firstOf(*directory, Compression, 1) != 1)
         return {};
     const bool areTiles = directory->contains(TileOffsets);
@@ -175,13 +139,14 @@ std::optional<DngParts> DngTags::parts(int width, int height) const
         parts.width = firstOf(*directory, TileWidth, 0);
         parts.height = firstOf(*directory, TileLength, 0);
     }
+    parts.width *= ko::tool::hasAllColours(*directory) ? 3 : 1;
     std::ranges::transform(offsets, std::back_inserter(parts.offsets), wholeOf);
     return parts;
 }
 
 std::optional<BlackLevels> DngTags::blackLevels(int width, int height) const
 {
-    const Directory* const directory = ofSensor(width, height);
+    const TagDirectory* const directory = ofSensor(width, height);
     if (!directory)
         return {};
     BlackLevels levels;
@@ -201,17 +166,19 @@ std::optional<BlackLevels> DngTags::blackLevels(int width, int height) const
     const auto areFinite = [](const Numbers& numbers) {
         return std::ranges::all_of(numbers, [](double number) { return std::isfinite(number); });
     };
-    const bool isWhole =
-        levels.rows > 0 && levels.columns > 0 &&
-        static_cast<double>(levels.pattern.size()) == static_cast<double>(levels.rows) * levels.columns;
-    if (!isWhole || !areFinite(levels.pattern) || !areFinite(levels.ofColumns) || !areFinite(levels.ofRows))
+    const double cells = static_cast<double>(levels.rows) * levels.columns;
+    const auto count = static_cast<double>(levels.pattern.size());
+    if (ko::tool::hasAllColours(*directory) && count == 3 * cells)
+        levels.colours = 3;
+    if (cells == 0 || count != cells * levels.colours || !areFinite(levels.pattern) ||
+        !areFinite(levels.ofColumns) || !areFinite(levels.ofRows))
         return {};
     return levels;
 }
 
 QRect DngTags::crop(int width, int height) const
 {
-    const Directory* const directory = ofSensor(width, height);
+    const TagDirectory* const directory = ofSensor(width, height);
     const Numbers origin = directory ? allOf(*directory, DefaultCropOrigin) : Numbers{};
     const Numbers size = directory ? allOf(*directory, DefaultCropSize) : Numbers{};
     if (origin.size() != 2 || size.size() != 2)
@@ -225,30 +192,48 @@ QRect DngTags::crop(int width, int height) const
             whole(size[1])};
 }
 
-bool DngTags::partsBeginRight(LibRaw_abstract_datastream& stream) const
+bool DngTags::partsAreWhole(LibRaw_abstract_datastream& stream) const
 {
-    const Directory* const directory = raw();
-    if (!directory || firstOf(*directory, Compression, 1) != losslessJpeg)
+    const TagDirectory* const directory = raw();
+    const std::int64_t compression = directory ? firstOf(*directory, Compression, 1) : 0;
+    if (compression != LosslessJpeg && compression != LossyJpeg)
         return true;
-    const Numbers tiles = allOf(*directory, TileOffsets);
-    return std::ranges::all_of(tiles.empty() ? allOf(*directory, StripOffsets) : tiles, [&](double offset) {
-        std::array<std::uint8_t, 2> start{};
-        return stream.seek(wholeOf(offset), SEEK_SET) == 0 && stream.read(start.data(), 2, 1) == 1 &&
-               start == std::array<std::uint8_t, 2>{0xff, 0xd8};
-    });
+    const bool areTiles = directory->contains(TileOffsets);
+    const Numbers offsets = allOf(*directory, areTiles ? TileOffsets : StripOffsets);
+    const Numbers lengths = allOf(*directory, areTiles ? TileByteCounts : StripByteCounts);
+    const auto isMarkerAt = [&stream](std::int64_t place, std::uint8_t kind) {
+        std::array<std::uint8_t, 2> bytes{};
+        return stream.seek(place, SEEK_SET) == 0 && stream.read(bytes.data(), 2, 1) == 1 &&
+               bytes == std::array<std::uint8_t, 2>{0xff, kind};
+    };
+    for (std::size_t part = 0; part < offsets.size(); ++part) {
+        const std::int64_t start = wholeOf(offsets[part]);
+        const std::int64_t length = part < lengths.size() ? wholeOf(lengths[part]) : 0;
+        if (!isMarkerAt(start, 0xd8) ||
+            (compression == LossyJpeg && (length < 4 || !isMarkerAt(start + length - 2, 0xd9))))
+            return false;
+    }
+    return true;
 }
 
 bool DngTags::areMistaken(LibRaw_abstract_datastream& stream) const
 {
-    const Directory* const directory = raw();
-    const Numbers tiles = directory ? allOf(*directory, TileOffsets) : Numbers{};
-    if (tiles.empty() || firstOf(*directory, Compression, 1) != losslessJpeg)
+    const TagDirectory* const directory = raw();
+    if (!directory || firstOf(*directory, Compression, 1) != LosslessJpeg)
         return false;
-    const std::optional<JpegFrame> frame = readJpegFrame(stream, wholeOf(tiles[0]));
+    const Numbers tiles = allOf(*directory, TileOffsets);
+    const std::int64_t width = firstOf(*directory, Width, 0);
+    const std::int64_t tile = firstOf(*directory, TileWidth, width);
+    const bool isOfColours = ko::tool::hasAllColours(*directory);
+    if (tiles.empty() && !isOfColours)
+        return false;
+    const Numbers first = tiles.empty() ? allOf(*directory, StripOffsets) : tiles;
+    const std::optional<JpegFrame> frame =
+        first.empty() ? std::nullopt : readJpegFrame(stream, wholeOf(first[0]));
     if (!frame)
         return false;
-    const std::int64_t width = firstOf(*directory, Width, 0);
-    const std::int64_t tile = firstOf(*directory, TileWidth, 0);
+    if (isOfColours)
+        return frame->components != 3 || frame->width != tile || tile > width;
     const std::int64_t row = frame->width * frame->components;
     const bool isTakenForAll = frame->components > 1 && row * frame->components == width;
     const bool isWrapped = tile > width && row * frame->height == tile * firstOf(*directory, TileLength, 0);

@@ -7,6 +7,7 @@
 #include "io/netpbm_file.h"
 #include "io/picture_module.h"
 #include "io/replace_file.h"
+#include "io/sensor.h"
 
 #include <new>
 #include <vector>
@@ -60,11 +61,25 @@ bool turns(const SxImageInfo& format, const Metadata& metadata)
     return !transfer().isAsStored && format.bayerGrid == BayerNone && metadata.orientation != Upright;
 }
 
+/// What a sensor says of a picture that has been turned.
+std::shared_ptr<const Sensor> turnedSensor(const std::shared_ptr<const Sensor>& sensor, int orientation)
+{
+    if (!sensor)
+        return {};
+    auto upright = std::make_shared<Sensor>(*sensor);
+    if (!sensor->crop.isNull())
+        upright->crop = turned(sensor->crop, sensor->size, orientation);
+    if (isTransposed(orientation))
+        upright->size.transpose();
+    return upright;
+}
+
 Picture readUpright(const std::string& file, int page)
 {
     Picture picture = readStored(file, page);
     if (turns(*picture.image, picture.metadata)) {
         picture.image = turned(picture.image, picture.metadata.orientation);
+        picture.sensor = turnedSensor(picture.sensor, picture.metadata.orientation);
         picture.metadata.orientation = Upright;
     }
     return picture;

@@ -3,6 +3,19 @@
 #include <cstring>
 
 namespace ko::tool {
+namespace {
+
+bool isFromRight(int orientation)
+{
+    return orientation == 2 || orientation == 3 || orientation == 7 || orientation == 8;
+}
+
+bool isFromBottom(int orientation)
+{
+    return orientation == 3 || orientation == 4 || orientation == 6 || orientation == 7;
+}
+
+}  // namespace
 
 SxImageInfo turnedFormat(SxImageInfo format, int orientation)
 {
@@ -11,11 +24,19 @@ SxImageInfo turnedFormat(SxImageInfo format, int orientation)
     return format;
 }
 
+QRect turned(const QRect& part, const QSize& size, int orientation)
+{
+    const int left = isFromRight(orientation) ? size.width() - part.x() - part.width() : part.x();
+    const int top = isFromBottom(orientation) ? size.height() - part.y() - part.height() : part.y();
+    return isTransposed(orientation) ? QRect{top, left, part.height(), part.width()}
+                                     : QRect{left, top, part.width(), part.height()};
+}
+
 // OpenImageIO turns samples of more than 16 bits as floats, which changes them.
 Image turned(const Image& picture, int orientation)
 {
-    const bool fromRight = orientation == 2 || orientation == 3 || orientation == 7 || orientation == 8;
-    const bool fromBottom = orientation == 3 || orientation == 4 || orientation == 6 || orientation == 7;
+    const bool fromRight = isFromRight(orientation);
+    const bool fromBottom = isFromBottom(orientation);
     Image result = allocated(turnedFormat(*picture, orientation));
     const auto pixel = static_cast<std::size_t>(picture->channels) *
                        static_cast<std::size_t>(bytesPerSample(picture->dataType));

@@ -2,13 +2,12 @@
 
 #include "cli/failure.h"
 #include "io/bayer.h"
-#include "io/claims.h"
 #include "io/dng_tags.h"
 #include "io/masked_pixels.h"
 #include "io/picture_file.h"
 #include "io/raw_colours.h"
 #include "io/raw_metadata.h"
-#include "io/raw_stream.h"
+#include "io/raw_samples.h"
 #include "io/sensor.h"
 
 #include <OpenImageIO/imageio.h>
@@ -50,16 +49,19 @@ public:
         if (opened == LIBRAW_IO_ERROR || opened == LIBRAW_FILE_UNSUPPORTED)
             throw Failure(m_source.name,
                           "cannot be read as a camera raw: damaged, cut short or of no known kind");
-        require(opened, "cannot be read as a camera raw");
+        if (opened != LIBRAW_SUCCESS)
+            throw Failure(source.name,
+                          std::string("cannot be read as a camera raw: ") + libraw_strerror(opened));
         if (sizes().width < 2 || sizes().height < 2)
             throw Failure(source.name, "holds no picture");
         m_format = makeFormat(sizes().width, sizes().height, 1, UInt16);
-        if (camera().filters != 0 || camera().colors != 1) {
+        if (camera().filters != 0) {
             m_format.bayerGrid = grid();
             m_format.width = m_format.width / 2 * 2;
             m_format.height = m_format.height / 2 * 2;
         }
-        unpack();
+        m_samples.emplace(source, *m_raw, m_tags, m_stream, m_damaged);
+        m_format.channels = m_samples->channels();
         subtractBlack();
     }
     RawFile(const RawFile&) = delete;
@@ -69,7 +71,7 @@ public:
     const libraw_image_sizes_t& sizes() const { return m_raw->imgdata.sizes; }
     const libraw_iparams_t& camera() const { return m_raw->imgdata.idata; }
     Metadata metadata() const { return metadataOf(m_raw->imgdata, m_tags); }
-    unsigned white() const { return m_raw->imgdata.color.maximum; }
+    unsigned white() const { return std::min(m_raw->imgdata.color.maximum, 65535U); }
 
     /// What is wrong with the white level, to follow its number; empty where nothing is.
     std::string doubtOfWhite() const
@@ -83,7 +85,8 @@ public:
         const std::int64_t top = std::int64_t{white()} - m_highestBlack;
         Sensor sensor{doubtOfWhite().empty() && top > 0 ? static_cast<int>(top) : m_nearlyAll, whole().size(),
                       crop()};
-        sensor.isMonochrome = m_format.bayerGrid == BayerNone;
+        sensor.hasAllColours = m_format.channels == 3;
+        sensor.isMonochrome = m_format.bayerGrid == BayerNone && !sensor.hasAllColours;
         if (!sensor.isMonochrome)
             addColours(m_raw->imgdata, m_tags, sensor);
         return sensor;
@@ -95,7 +98,7 @@ public:
         Image image = std::move(*m_image);
         const int top = topOf(m_format.bitsPerSample);
         for (int y = 0; y < image->height; ++y)
-            for (int x = 0; x < image->width; ++x)
+            for (int x = 0; x < image->width * image->channels; ++x)
                 rowOf<std::uint16_t>(image, y)[x] =
                     static_cast<std::uint16_t>(std::min<int>(rowOf<std::uint16_t>(image, y)[x], top));
         image->bitsPerSample = m_format.bitsPerSample;
@@ -107,34 +110,32 @@ public:
     {
         if (m_lowestBlack == m_highestBlack)
             return std::to_string(m_highestBlack);
+        if (m_hasBlackOfColours)
+            return std::to_string(black(0, 0, 0)) + '/' + std::to_string(black(0, 0, 1)) + '/' +
+                   std::to_string(black(0, 0, 2));
         if (!m_hasBlackOfCells)
             return std::to_string(m_lowestBlack) + " to " + std::to_string(m_highestBlack);
-        return std::to_string(black(0, 0)) + '/' + std::to_string(black(1, 0)) + '/' +
-               std::to_string(black(0, 1)) + '/' + std::to_string(black(1, 1));
+        return std::to_string(black(0, 0, 0)) + '/' + std::to_string(black(1, 0, 0)) + '/' +
+               std::to_string(black(0, 1, 0)) + '/' + std::to_string(black(1, 1, 0));
     }
 
-    const std::vector<std::string>& corrections() const { return m_tags.opcodes(); }
+    std::vector<std::string> corrections() const { return m_tags.opcodes(); }
 
 private:
     static int depthOf(unsigned white) { return white > 0 ? std::min<int>(std::bit_width(white), 16) : 16; }
     static int topOf(int bits) { return (1 << bits) - 1; }
 
-    void require(int status, const std::string& trouble) const
-    {
-        if (status != LIBRAW_SUCCESS)
-            throw Failure(m_source.name, trouble + ": " + libraw_strerror(status));
-    }
-
     /// Black level of a position of the active area: what the file tells by place, or common part, part of its
-    /// colour, part of a repeated pattern.
-    int black(int x, int y) const
+    /// colour, part of a repeated pattern. The channel counts where pixels have several.
+    int black(int x, int y, int channel) const
     {
         if (m_black)
-            return m_black->at(sizes().left_margin + x, sizes().top_margin + y);
+            return m_black->at(sizes().left_margin + x, sizes().top_margin + y, channel);
         const auto& levels = m_raw->imgdata.color.cblack;
         const unsigned rows = levels[4];
         const unsigned columns = levels[5];
-        unsigned black = m_raw->imgdata.color.black + levels[m_raw->COLOR(y, x) & 3];
+        unsigned black =
+            m_raw->imgdata.color.black + levels[m_format.channels == 1 ? m_raw->COLOR(y, x) & 3 : channel];
         if (rows > 0 && columns > 0)
             black +=
                 levels[6 + static_cast<unsigned>(y) % rows * columns + static_cast<unsigned>(x) % columns];
@@ -154,86 +155,45 @@ private:
     std::vector<int> blackRow(int y)
     {
         std::vector<int> levels;
-        for (int x = 0; x < m_format.width; ++x) {
-            const int level = levels.emplace_back(black(x, y));
-            m_lowestBlack = std::min(m_lowestBlack, level);
-            m_highestBlack = std::max(m_highestBlack, level);
-            m_hasBlackOfCells = m_hasBlackOfCells && level == black(x % 2, y % 2);
-        }
+        for (int x = 0; x < m_format.width; ++x)
+            for (int channel = 0; channel < m_format.channels; ++channel) {
+                const int level = levels.emplace_back(black(x, y, channel));
+                m_lowestBlack = std::min(m_lowestBlack, level);
+                m_highestBlack = std::max(m_highestBlack, level);
+                m_hasBlackOfCells = m_hasBlackOfCells && level == black(x % 2, y % 2, 0);
+                m_hasBlackOfColours = m_hasBlackOfColours && level == black(0, 0, channel);
+            }
         return levels;
-    }
-
-    void unpack()
-    {
-        // The tightest codecs need a bit for each sample, save for long runs of the same.
-        constexpr double bestRatio = 128;
-        requireRoom(m_source, {2.0 * sizes().raw_width * sizes().raw_height, bestRatio});
-        if (!m_tags.partsBeginRight(m_stream))
-            throw Failure(m_source.name, "is damaged or cut short");
-        if (m_tags.areMistaken(m_stream))
-            throw Failure(m_source.name,
-                          "its tiles of lossless JPEG have a width that is not supported in camera raws");
-        if (const std::optional<DngParts> parts = m_tags.parts(sizes().raw_width, sizes().raw_height))
-            join(*parts);
-        else
-            decode();
-        if (!m_samples || sizes().top_margin + sizes().height > sizes().raw_height ||
-            sizes().left_margin + sizes().width > sizes().raw_width)
-            throw Failure(m_source.name, "holds no mosaic");
-    }
-
-    void decode()
-    {
-        m_stream.watch();
-        require(m_raw->unpack(), "is damaged or cut short");
-        constexpr unsigned isGuessed =
-            LIBRAW_WARN_NO_JPEGLIB | LIBRAW_WARN_NO_JASPER | LIBRAW_WARN_RAWSPEED_PROBLEM;
-        if ((m_raw->imgdata.process_warnings & isGuessed) != 0)
-            throw Failure(m_source.name, "the decoder of its samples is missing or failed");
-        if (m_damaged || m_stream.hasRunOut())
-            throw Failure(m_source.name, "is damaged or cut short");
-        m_samples = m_raw->imgdata.rawdata.raw_image;
-        m_pitch = sizes().raw_pitch / 2;
-    }
-
-    void join(const DngParts& parts)
-    {
-        m_joined = readParts(m_stream, parts, sizes().raw_width, sizes().raw_height);
-        if (!m_joined)
-            throw Failure(m_source.name, "is damaged or cut short");
-        for (std::uint16_t& sample : *m_joined)
-            sample = m_raw->imgdata.color.curve[sample];
-        m_samples = m_joined->data();
-        m_pitch = sizes().raw_width;
     }
 
     void subtractBlack()
     {
         m_black = m_tags.blackLevels(sizes().raw_width, sizes().raw_height);
         if (m_format.bayerGrid != BayerNone)
-            m_dropped =
-                dropped(sizes(), m_samples, m_pitch, {black(0, 0), black(1, 0), black(0, 1), black(1, 1)});
-        m_lowestBlack = m_highestBlack = black(0, 0);
+            m_dropped = dropped(sizes(), m_samples->at(0, 0), m_samples->pitch(),
+                                {black(0, 0, 0), black(1, 0, 0), black(0, 1, 0), black(1, 1, 0)});
+        m_lowestBlack = m_highestBlack = black(0, 0, 0);
         Image& image = m_image.emplace(allocated(m_format));
-        const std::uint16_t* from = m_samples + sizes().top_margin * m_pitch + sizes().left_margin;
         const int period = blackPeriod();
         std::vector<std::vector<int>> levels(static_cast<std::size_t>(std::max(period, 1)));
         std::vector<std::int64_t> counts(65536);
-        for (int y = 0; y < image->height; ++y, from += m_pitch) {
+        for (int y = 0; y < image->height; ++y) {
             std::vector<int>& row = levels[static_cast<std::size_t>(y) % levels.size()];
             if (row.empty() || period == 0)
                 row = blackRow(y);
             std::uint16_t* to = rowOf<std::uint16_t>(image, y);
-            for (std::size_t x = 0; x < row.size(); ++x) {
-                to[x] = static_cast<std::uint16_t>(std::clamp(from[x] - row[x], 0, 65535));
-                ++counts[to[x]];
-            }
+            const std::uint16_t* from = m_samples->at(sizes().left_margin, sizes().top_margin + y);
+            for (auto level = row.begin(); level != row.end(); from += m_samples->step())
+                for (int channel = 0; channel < m_format.channels; ++channel, ++level, ++to) {
+                    *to = static_cast<std::uint16_t>(std::clamp(from[channel] - *level, 0, 65535));
+                    ++counts[*to];
+                }
         }
         // One sample in a thousand may be a faulty pixel; more than that tell what the sensor delivers.
         std::int64_t brighter = 0;
         for (m_nearlyAll = 65535; m_nearlyAll > 0; --m_nearlyAll) {
             brighter += counts[static_cast<std::size_t>(m_nearlyAll)];
-            if (brighter * 1000 > pixelCount(m_format))
+            if (brighter * 1000 > pixelCount(m_format) * m_format.channels)
                 break;
         }
         m_format.bitsPerSample =
@@ -256,10 +216,6 @@ private:
 
     ExBayerGrid grid() const
     {
-        if (camera().filters == 0)
-            throw Failure(
-                m_source.name,
-                "holds all colours of every pixel and no mosaic, which is not supported in camera raws");
         const auto colour = [&](int x, int y) { return camera().cdesc[m_raw->COLOR(y, x) & 3]; };
         std::optional<ExBayerGrid> grid;
         // Filter words below 1000 stand for no mosaic at all or for one that is not made of 2 x 2 cells.
@@ -279,14 +235,13 @@ private:
     std::unique_ptr<LibRaw> m_raw;  // too large for the stack
     DngTags m_tags;
     bool m_damaged = false;
-    std::optional<std::vector<std::uint16_t>> m_joined;  ///< of parts that LibRaw does not find
-    const std::uint16_t* m_samples = nullptr;
-    std::ptrdiff_t m_pitch = 0;
+    std::optional<RawSamples> m_samples;
     std::optional<BlackLevels> m_black;
     std::array<int, 4> m_dropped{};
     int m_lowestBlack = 0;
     int m_highestBlack = 0;
-    bool m_hasBlackOfCells = true;  ///< the level depends on the place within a cell alone
+    bool m_hasBlackOfCells = true;    ///< the level depends on the place within a cell alone
+    bool m_hasBlackOfColours = true;  ///< and on the colour alone
     SxImageInfo m_format;
     std::optional<Image> m_image;
     int m_nearlyAll = 0;  ///< the level that no more than one sample in a thousand exceeds
@@ -318,8 +273,9 @@ FileInfo readRawInfo(const Source& source)
     std::ostringstream text;
     text << std::setprecision(4)
          << printable(std::string("camera raw ") + raw.camera().make + ' ' + raw.camera().model)
-         << ", active area " << sizes.width << " x " << sizes.height << " at " << sizes.left_margin << ','
-         << sizes.top_margin << " of " << sizes.raw_width << " x " << sizes.raw_height;
+         << (sensor.hasAllColours ? ", demosaiced before" : "") << ", active area " << sizes.width << " x "
+         << sizes.height << " at " << sizes.left_margin << ',' << sizes.top_margin << " of "
+         << sizes.raw_width << " x " << sizes.raw_height;
     if (const QRect& crop = sensor.crop; !crop.isNull())
         text << ", crop " << crop.x() << ',' << crop.y() << ',' << crop.width() << ',' << crop.height();
     if (sensor.gains) {
@@ -329,9 +285,10 @@ FileInfo readRawInfo(const Source& source)
         text << ", no white balance";
     }
     text << ", black " << raw.blackLevels() << ", white " << raw.white() << raw.doubtOfWhite();
-    if (!raw.corrections().empty())
+    const std::vector<std::string> corrections = raw.corrections();
+    if (!corrections.empty())
         text << ", not applied:";
-    for (const std::string& name : raw.corrections())
+    for (const std::string& name : corrections)
         text << ' ' << name;
     return {raw.format(), text.str(), raw.metadata()};
 }

@@ -44,6 +44,7 @@ struct Sensor {
     QSize size = {};                  ///< of the whole picture
     QRect crop = {};                  ///< what the camera's own pictures show of it; null for all
     bool isMonochrome = false;        ///< sees no colours: what follows is not there
+    bool hasAllColours = false;       ///< of every pixel: its raws are no mosaics
     std::optional<Gains> gains = {};  ///< the white balance of the camera
     /// From colours that these gains have balanced to linear sRGB, white to white; none where it is not known.
     std::function<std::optional<ColourMatrix>(const Colour& gains)> matrix = {};
