@@ -100,18 +100,18 @@ void countBytes(const std::uint8_t* bytes, std::int64_t count, std::uint32_t* ta
         ++tables[static_cast<std::size_t>(i % Tables) * 256 + bytes[i]];
 }
 
-/// Pairs after which the trial ends.
-constexpr std::int64_t trialPairs = 32768;
+/// Units of a table after which the trial ends.
+constexpr std::int64_t trialUnits = 32768;
 
-/// More than half of the pairs are the first of their kind, judged by every eighth value of the second byte.
-bool isScattered(const std::uint32_t* table, std::int64_t pairs) noexcept
+/// How many units a table has, judged by every eighth value of the second byte.
+std::int64_t distinctUnits(const std::uint32_t* table) noexcept
 {
     constexpr std::size_t row = 256, step = 8;
     std::ptrdiff_t distinct = 0;
     for (std::size_t first = 0; first < TallyTables::size; first += step * row)
         distinct +=
             std::count_if(table + first, table + first + row, [](std::uint32_t count) { return count != 0; });
-    return 2 * static_cast<std::int64_t>(step) * distinct > pairs;
+    return static_cast<std::int64_t>(step) * distinct;
 }
 
 }  // namespace
@@ -167,14 +167,10 @@ template <class T>
 Tally<T>::Tally(const TallyTarget& target, std::span<const int> planes, TallyTables& tables) noexcept
     : m_target(target), m_planes(planes), m_memory(tables), m_tableCount(tablesFor(planes.size()))
 {
-    // The counters of 12 bits fit the cache.
-    constexpr std::uint64_t manyLevels = 8192;
     if (m_tableCount > tables.count())
         m_tableCount = 0;
     if (m_tableCount != 0)
         m_tables = tables.begin(m_tableCount);
-    if (sizeof(T) == 2 && m_tableCount == 1 && target.limit > manyLevels)
-        m_lowBytes = tables.beginLowBytes();
 }
 
 template <class T>
@@ -190,9 +186,9 @@ void Tally<T>::add(const std::uint8_t* samples, std::int64_t count) noexcept
     if (m_tableCount == 0)
         return addDirectly(samples, count);
     if constexpr (sizeof(T) == 1)
-        addPairs(samples, count);
-    else
-        addUnits(samples, count);
+        return addPairs(samples, count);
+    addUnits(samples, count);
+    judge(count);
 }
 
 template <class T>
@@ -235,16 +231,24 @@ void Tally<T>::addPairs(const std::uint8_t* bytes, std::int64_t count) noexcept
     addUnits(bytes, count / 2);
     if (count % 2 != 0)
         countSample(m_target, planeAt(count - 1), bytes[count - 1]);
-    m_bytes.pairs += count / 2;
-    const std::int64_t ofTable = m_bytes.pairs / m_tableCount;
-    if (!m_bytes.judged && ofTable >= trialPairs) {
-        m_bytes.judged = true;
-        const bool scattered = isScattered(m_tables, ofTable);
-        if (scattered && m_tableCount == 1)
-            m_lowBytes = m_memory.beginLowBytes();
-        else
-            m_bytes.scattered = scattered;
-    }
+    judge(count / 2);
+}
+
+/// Bytes are scattered where more than half of the pairs are the first of their kind, words where the counters of four
+/// bytes do not fit the first-level cache.
+template <class T>
+void Tally<T>::judge(std::int64_t units) noexcept
+{
+    m_units += units;
+    if (m_judged || m_units < trialUnits * m_tableCount)
+        return;
+    m_judged = true;
+    if (distinctUnits(m_tables) <= m_units / m_tableCount / (sizeof(T) == 1 ? 2 : 4))
+        return;
+    if (m_tableCount == 1)
+        m_lowBytes = m_memory.beginLowBytes();
+    else
+        m_bytes.scattered = sizeof(T) == 1;
 }
 
 template <class T>

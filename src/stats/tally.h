@@ -76,8 +76,6 @@ void countUnits(const std::uint8_t* units, std::int64_t count, std::uint32_t* ta
 struct ByteTally {
     static constexpr int tables = 8;  ///< byte i of a run goes to table i % 8, or i % 6 for three planes
 
-    std::int64_t pairs = 0;  ///< counted so far
-    bool judged = false;
     bool scattered = false;
     std::array<std::uint32_t, std::size_t{tables} * 256> counts{};
 };
@@ -101,6 +99,7 @@ private:
     void addUnits(const std::uint8_t* samples, std::int64_t units) noexcept;
     void addPairs(const std::uint8_t* bytes, std::int64_t count) noexcept;
     void addBytes(const std::uint8_t* bytes, std::int64_t count) noexcept;
+    void judge(std::int64_t units) noexcept;
     void addTo(int plane, const std::uint32_t* counts, std::uint64_t values) const noexcept;
     int planeAt(std::int64_t position) const noexcept
     {
@@ -113,6 +112,8 @@ private:
     int m_tableCount;
     std::uint32_t* m_tables = nullptr;
     std::uint8_t* m_lowBytes = nullptr;  ///< of the only table's counters, where it is counted with them
+    std::int64_t m_units = 0;            ///< counted into tables so far, until the trial ends
+    bool m_judged = false;
     ByteTally m_bytes;
 };
 
