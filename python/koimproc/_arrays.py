@@ -292,7 +292,7 @@ def flat(array: Array) -> Array:
 
 def size_of(shape: object) -> tuple[int, int]:
     """Rows and columns of an argument `shape`."""
-    if isinstance(shape, np.ndarray):
+    if isinstance(shape, np.ndarray) and shape.shape == (2,):
         shape = shape.tolist()
     if not isinstance(shape, (tuple, list)) or len(shape) != 2:
         raise ArgumentError("shape", f"(rows, columns) is wanted, not {shape!r}")

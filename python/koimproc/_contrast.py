@@ -151,8 +151,8 @@ def _range_of(source: Source, in_range: object, mask: Array | None) -> tuple[lis
         else:
             wanted = '"image", "dtype" (of unsigned integers) or (low, high)'
             raise ArgumentError("in_range", f"{wanted} is wanted, not {in_range!r}")
-    if isinstance(in_range, np.ndarray):
-        in_range = list(in_range.reshape(-1) if in_range.ndim == 0 else in_range)
+    if isinstance(in_range, np.ndarray) and in_range.shape[:1] == (2,):
+        in_range = list(in_range)
     if not isinstance(in_range, (tuple, list)) or len(in_range) != 2:
         raise ArgumentError("in_range", f"(low, high) is wanted, not {in_range!r}")
     lows = per_colour(in_range[0], source, "in_range")

@@ -9,7 +9,7 @@ import numpy as np
 from koimproc import native
 from koimproc._arrays import UINT8, Output, Source, Target, whole
 from koimproc._correct import Numbers, black_levels, per_colour
-from koimproc._errors import ArgumentError, SampleTypeError
+from koimproc._errors import ArgumentError, SampleTypeError, one_of
 from koimproc._frame import Array, Frame, Whole, frame_over
 from koimproc._memory import empty
 from koimproc._stats import POSITIONS, moments, position_views
@@ -32,8 +32,7 @@ def _mosaic(frame: Frame) -> Source:
 
 
 def _result_of(source: Source, method: str, out: Output | None, dtype: Any, bits: int, read: Array) -> Target:
-    if method not in _METHODS:
-        raise ArgumentError("method", f"one of {', '.join(_METHODS)} is wanted, not {method!r}")
+    one_of(method, _METHODS, "method")
     rows, columns = source.shape
     if method == "half":
         rows, columns = rows // 2, columns // 2

@@ -1,7 +1,7 @@
 """What the package raises, and how a status of the library becomes an exception."""
 
 import re
-from collections.abc import Callable
+from collections.abc import Callable, Collection
 from typing import Any, NoReturn
 
 import numpy as np
@@ -84,6 +84,12 @@ class SampleTypeError(TypeError):
 
     def __reduce__(self) -> tuple[Any, ...]:
         return type(self), (self.argument, self.message, self.code)
+
+
+def one_of(value: object, known: Collection[str], name: str) -> None:
+    """Refuses what is none of some words, arrays among it, which compare with every word."""
+    if not isinstance(value, str) or value not in known:
+        raise ArgumentError(name, f"one of {', '.join(known)} is wanted, not {value!r}")
 
 
 def _given(value: object) -> str:

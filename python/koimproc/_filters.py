@@ -10,7 +10,7 @@ import numpy.typing as npt
 
 from koimproc import native
 from koimproc._arrays import FLOAT64, INT32, Image, Output, Source, Target, like, mask_of, record_of, whole
-from koimproc._errors import ArgumentError
+from koimproc._errors import ArgumentError, one_of
 from koimproc._frame import Array, Frame, Pixels, Whole, array_of
 from koimproc._threads import limit, run
 
@@ -188,8 +188,7 @@ def distance(
     >>> ko.distance(np.array([[1, 0, 0, 0]], np.uint8))
     array([[0., 1., 2., 3.]])
     """
-    if not isinstance(metric, str) or metric not in _METRICS:
-        raise ArgumentError("metric", f"one of {', '.join(_METRICS)} is wanted, not {metric!r}")
+    one_of(metric, _METRICS, "metric")
     array = array_of(mask, "mask")
     if array.ndim != 2:
         raise ArgumentError("mask", f"the shape (rows, columns) is wanted, not {array.shape}")

@@ -9,7 +9,7 @@ import numpy as np
 import numpy.typing as npt
 
 from koimproc import native
-from koimproc._errors import ArgumentError, SampleTypeError
+from koimproc._errors import ArgumentError, SampleTypeError, one_of
 
 Array = npt.NDArray[Any]
 Mask = npt.NDArray[np.bool_]
@@ -174,8 +174,7 @@ class Frame:
             lowest = depth if samples.dtype.kind == "f" else 1
             raise ArgumentError("bits", f"{samples.dtype} samples have {lowest}...{depth} bits, not {bits}")
         if bayer is not None:
-            if not isinstance(bayer, str) or bayer not in GRIDS:
-                raise ArgumentError("bayer", f"one of {', '.join(GRIDS)} is wanted, not {bayer!r}")
+            one_of(bayer, GRIDS, "bayer")
             if samples.ndim != 2:
                 raise ArgumentError("bayer", f"a mosaic has the shape (rows, columns), not {samples.shape}")
             if native_order not in (np.uint8, np.uint16):

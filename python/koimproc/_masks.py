@@ -24,7 +24,7 @@ from koimproc._arrays import (
     record_of,
     whole,
 )
-from koimproc._errors import ArgumentError
+from koimproc._errors import ArgumentError, one_of
 from koimproc._frame import Array, Frame, Mask, Number, Pixels, Whole, array_of
 from koimproc._threads import limit, run
 
@@ -245,8 +245,7 @@ def pad(
     >>> ko.pad(np.array([[1, 2, 3]], np.uint8), ((0, 0), (2, 1)))
     array([[2, 1, 1, 2, 3, 3]], dtype=uint8)
     """
-    if mode not in ("symmetric", "constant"):
-        raise ArgumentError("mode", f'"symmetric" or "constant" is wanted, not {mode!r}')
+    one_of(mode, ("symmetric", "constant"), "mode")
     source = Source(image, CAMERA_SAMPLES if mode == "symmetric" else ALL_SAMPLES)
     if mode == "symmetric":
         need_colours(source)

@@ -10,7 +10,7 @@ import numpy.typing as npt
 
 from koimproc import native
 from koimproc._arrays import UINT8, UINT16, DType, Image, Output, Size, Source, Target, size_of, whole
-from koimproc._errors import ArgumentError, SampleTypeError
+from koimproc._errors import ArgumentError, SampleTypeError, one_of
 from koimproc._frame import GRIDS, NO_GRID, Array, Frame, Whole
 from koimproc._threads import run
 
@@ -94,13 +94,13 @@ def _format_of(name: str) -> _Format:
 def _meaning(name: str, bits: Whole | None, bayer: str | None) -> _Format:
     """The format of a name, with the depth and the pattern that it leaves open."""
     format = _format_of(name)
-    if bayer is not None and (not isinstance(bayer, str) or bayer not in GRIDS):
-        raise ArgumentError("bayer", f"one of {', '.join(GRIDS)} is wanted, not {bayer!r}")
+    if bayer is not None:
+        one_of(bayer, GRIDS, "bayer")
     if format.bayer is not None and bayer not in (None, format.bayer):
         raise ArgumentError("bayer", f"{name} has the pattern {format.bayer}, not {bayer!r}")
-    if not format.any_depth and bits not in (None, format.bits):
-        raise ArgumentError("bits", f"{name} has {format.bits} bits, not {bits!r}")
     depth = format.bits if bits is None else whole(bits, "bits", 1, 16)
+    if not format.any_depth and depth != format.bits:
+        raise ArgumentError("bits", f"{name} has {format.bits} bits, not {bits!r}")
     return format._replace(bits=depth, bayer=format.bayer or bayer)
 
 

@@ -9,7 +9,7 @@ import numpy as np
 import numpy.typing as npt
 
 from koimproc import native
-from koimproc._arrays import Image, Source, number, whole
+from koimproc._arrays import Image, Source, number, numbers_of, whole
 from koimproc._errors import ArgumentError, fail
 from koimproc._frame import Array, Number, Whole
 
@@ -87,10 +87,7 @@ def active_contour(
     source = Source(image)
     if source.array.ndim != 2 or min(source.shape) < 3:
         raise ArgumentError("image", f"the shape (rows, columns) of 3 x 3 or more is wanted, not {source.shape}")
-    try:
-        given = np.asarray(points, np.float64)
-    except (TypeError, ValueError, OverflowError):
-        raise ArgumentError("points", "rows of two numbers are wanted") from None
+    given = numbers_of(points, "iuf", "points", "rows of two numbers are wanted").astype(np.float64)
     if given.ndim != 2 or given.shape[1] != 2 or given.shape[0] == 0:
         raise ArgumentError("points", f"the shape (n, 2) with one point or more is wanted, not {given.shape}")
     if not np.all(np.abs(given) < 2**31 - 1):

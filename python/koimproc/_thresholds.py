@@ -42,9 +42,10 @@ def _levels(values: object, source: Source, name: str) -> list[Any]:
         numbers = list(values)  # of some of 64 bits NumPy would make floating-point numbers
     else:
         given = numbers_of(values, "iuf", name, "one number, or one per channel, is wanted")
-        numbers = given.tolist() if given.ndim else [given.item()] * source.channels
-        if given.ndim > 1:
-            numbers = []
+        if given.ndim == 0:
+            numbers = [given.item()] * source.channels
+        else:
+            numbers = given.tolist() if given.shape == (source.channels,) else []
     if len(numbers) != source.channels:
         raise ArgumentError(name, f"one number, or one per channel, is wanted, not {values!r}")
     if source.dtype.kind == "f":

@@ -130,6 +130,50 @@ def test_other_arguments():
         assert caught.value.argument == name
 
 
+@pytest.mark.parametrize("value", [GREY, ko.Frame(GREY), GREY[:0], GREY.view([("gray", "u1")]), np.str_("x"), 5, None, b"half", []],
+                         ids=lambda v: type(v).__name__)
+def test_what_is_none_of_some_words(value):
+    """An array compares with every word, and one that was meant for `out` comes here easily."""
+    mosaic = ko.Frame(GREY, bayer="RGGB")
+    for call, name in ((lambda: ko.demosaic(mosaic, value), "method"), (lambda: ko.develop(mosaic, "none", method=value), "method"),
+                       (lambda: ko.pad(GREY, 2, value), "mode"), (lambda: ko.distance(GREY, value), "metric"),
+                       (lambda: ko.rescale_intensity(GREY, value), "in_range")):
+        with pytest.raises(ko.ArgumentError) as caught:
+            call()
+        assert caught.value.argument == name
+
+
+@pytest.mark.parametrize("value", [GREY, GREY[:0], GREY.view([("gray", "u1")]), b"RGGB", ["RGGB"], {}], ids=lambda v: type(v).__name__)
+def test_what_is_no_pattern_and_no_depth(value):
+    for call, name in ((lambda: ko.Frame(GREY, bayer=value), "bayer"), (lambda: ko.Frame(GREY, value), "bits"),
+                       (lambda: ko.unpack(bytes(64), "Mono8", (8, 8), bayer=value), "bayer"),
+                       (lambda: ko.unpack(bytes(64), "Mono8", (8, 8), bits=value), "bits")):
+        with pytest.raises(ko.ArgumentError) as caught:
+            call()
+        assert caught.value.argument == name
+
+
+@pytest.mark.parametrize("points", [np.ones((3, 2), complex), [["1", "2"]], np.ones((3, 2), bool), [[None, 1]], [[1, 2], [3]],
+                                    np.ones((3, 2), "m8[s]"), [[-2**63, 0]], [[0, 2**31]], [[float("nan"), 0]], [[2**70, 1]]],
+                         ids=repr)
+def test_what_is_no_list_of_points(points):
+    with pytest.raises(ko.ArgumentError) as caught:
+        ko.active_contour(GREY, points)
+    assert caught.value.argument == "points"
+
+
+def test_large_arrays_in_the_place_of_numbers_are_refused_at_once():
+    """As lists they would fill the memory."""
+    huge = np.broadcast_to(np.uint8(1), (2**31, 2**20))
+    for call, name in ((lambda: ko.threshold(GREY, huge), "level"), (lambda: ko.threshold_to_zero(GREY, huge), "level"),
+                       (lambda: ko.greater(GREY, huge), "level"), (lambda: ko.threshold(GREY, 5, high=huge), "high"),
+                       (lambda: ko.resize(GREY, huge), "shape"), (lambda: ko.rescale_intensity(GREY, huge), "in_range"),
+                       (lambda: ko.pad(GREY, huge), "pad_width")):
+        with pytest.raises(ko.ArgumentError) as caught:
+            call()
+        assert caught.value.argument == name
+
+
 NO_NUMBERS = (None, "x", b"x", 1j, [1, 2], np.array([1, 2]), {}, object(), float("nan"), float("inf"), True)
 
 
