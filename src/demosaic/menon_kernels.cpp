@@ -231,9 +231,10 @@ struct Rounded {
     }
 };
 
+/// All inlined: the colours would go through memory otherwise.
 template <class T>
-void Make(const typename MenonRowKernels<T>::Row& row, RowKind kind, const PixelRow& dst, std::int64_t width,
-          T top) noexcept
+HWY_FLATTEN void Make(const typename MenonRowKernels<T>::Row& row, RowKind kind, const PixelRow& dst,
+                      std::int64_t width, T top) noexcept
 {
     const Beside beside(kind.colourFirst);
     const Rounded rounded(top);
