@@ -94,11 +94,11 @@ KO_EXPORT ResultCode DemosaicMalvar(const SxImageBuf& src, SxImageBuf& dst, void
 /// greens beside, corrected by how the colour bends there, wholly, by half or not at all, as far as green
 /// changes with the colour from one side to the other. The differences of the sample to both estimates are
 /// mixed, each weighted by 1 / (1 + v)^2, where v is how much the differences of its direction vary within
-/// 5 x 5 samples. Around each of these samples its colour is taken for a straight line of green, fitted to
-/// the four nearest samples of that colour, with a slope between 0 and 1. As far as they lie on a line, the
-/// mixed difference is averaged over three samples in the directions that it was mixed of. Red and blue
-/// elsewhere are the means of the lines around. Sharper than `DemosaicMalvar`, with fewer colours at edges,
-/// and slower.
+/// 5 x 5 samples. Around each of these samples its colour is taken for a straight line of green with a slope
+/// between 0 and 1, 5/4 of that of least squares over the changes from it and from the next samples of its
+/// colour in the row to the four nearest of each. As far as they lie on a line, the mixed difference is
+/// averaged over three samples in the directions that it was mixed of. Red and blue elsewhere are the means
+/// of the lines around. Sharper than `DemosaicMalvar`, with fewer colours at edges, and slower.
 ///
 /// The published method keeps the difference that varies less, which is worse where neither direction is
 /// plain. It also takes for granted that red and blue change as much as green does; in saturated colours they

@@ -69,7 +69,9 @@ public:
           m_alongPart(memory, pitch),
           m_greens(memory, pitch),
           m_slopes(memory, pitch),
-          m_offsets(memory, pitch)
+          m_offsets(memory, pitch),
+          m_products{LineRing<float, 1>(memory, pitch), LineRing<float, 1>(memory, pitch),
+                     LineRing<float, 1>(memory, pitch)}
     {
     }
 
@@ -105,12 +107,12 @@ private:
     {
         const RowKind row = kind(y);
         m_kernels.differences(around(m_mosaic.own(row), y), m_mosaic.between(row)[y], row.colourFirst,
-                              m_tolerance, {m_along[y], m_across[y], m_alongChanges[y]}, -3, m_pairs + 3);
+                              m_tolerance, {m_along[y], m_across[y], m_alongChanges[y]}, -4, m_pairs + 4);
     }
     /// With the last row of the same colour.
     void compare(std::int64_t y) noexcept
     {
-        m_kernels.changes(m_across[y - 2], m_across[y], m_acrossChanges[y], -3, m_pairs + 3);
+        m_kernels.changes(m_across[y - 2], m_across[y], m_acrossChanges[y], -4, m_pairs + 4);
     }
     void mix(std::int64_t y) noexcept
     {
@@ -119,13 +121,14 @@ private:
             m_across[y],
             around(m_alongChanges, y),
             {m_acrossChanges[y], m_acrossChanges[y + 1], m_acrossChanges[y + 2]}};
-        m_kernels.mix(estimates, kind(y).colourFirst, m_mixed[y], m_alongPart[y], -2, m_pairs + 2);
+        m_kernels.mix(estimates, kind(y).colourFirst, m_mixed[y], m_alongPart[y], -3, m_pairs + 3);
     }
     void fit(std::int64_t y) noexcept
     {
         const auto& own = m_mosaic.own(kind(y));
         m_kernels.fit({own[y - 2], own[y], own[y + 2]}, {m_mixed[y - 2], m_mixed[y], m_mixed[y + 2]},
-                      m_alongPart[y], m_tolerance, fitOf(y), -1, m_pairs + 1);
+                      m_alongPart[y], m_tolerance, {m_products[0][0], m_products[1][0], m_products[2][0]},
+                      fitOf(y), -1, m_pairs + 1);
     }
     typename MenonRowKernels<T>::Fit fitOf(std::int64_t y) const noexcept
     {
@@ -150,6 +153,7 @@ private:
     LineRing<E, 3> m_acrossChanges;
     LineRing<float, 5> m_mixed;
     LineRing<float, 3> m_alongPart, m_greens, m_slopes, m_offsets;
+    std::array<LineRing<float, 1>, 3> m_products;
 };
 
 /// The checks and the memory that the centred methods have in common; `band` makes some rows.

@@ -175,47 +175,67 @@ void Mix(const typename MenonRowKernels<T>::Estimates& e, bool colourFirst, floa
     });
 }
 
-/// Least squares. Where nothing changes, the colour follows green.
+/// Sums over the changes to the nearest places of the same colour.
 template <class T, class E = typename MenonRowKernels<T>::Element>
-void FitLine(const std::array<const E*, 3>& own, const std::array<const float*, 3>& mixed,
-             const float* alongPart, E tolerance, const typename MenonRowKernels<T>::Fit& to,
-             std::int64_t from, std::int64_t end) noexcept
+void Multiply(const std::array<const E*, 3>& own, const std::array<const float*, 3>& mixed,
+              const typename MenonRowKernels<T>::Products& products, std::int64_t from,
+              std::int64_t to) noexcept
 {
     const Whole<T> d;
-    const V zero = hn::Zero(Floats()), one = hn::Set(Floats(), 1);
-    const V some = hn::Set(Floats(), static_cast<float>(tolerance) * static_cast<float>(tolerance));
-    EachVector(Floats(), from, end, [&](std::int64_t i) HWY_ATTR {
+    EachVector(Floats(), from, to, [&](std::int64_t i) HWY_ATTR {
         const auto here = hn::LoadU(d, own[1] + i);
         const V difference = At(mixed[1], i);
-        const V left = At(mixed[1], i - 1), right = At(mixed[1], i + 1);
-        const V above = At(mixed[0], i), below = At(mixed[2], i);
-        const auto change = [&](const E* line, std::int64_t x)
-                                HWY_ATTR { return InFloats(hn::Sub(here, hn::LoadU(d, line + x))); };
-        const V colour[] = {change(own[1], i - 1), change(own[1], i + 1), change(own[0], i),
-                            change(own[2], i)};
-        const auto greenChange = [&](V ofColour, V other)
-                                     HWY_ATTR { return hn::Sub(ofColour, hn::Sub(difference, other)); };
-        const V green[] = {greenChange(colour[0], left), greenChange(colour[1], right),
-                           greenChange(colour[2], above), greenChange(colour[3], below)};
-        const auto products = [&](const V* a, const V* b) HWY_ATTR {
+        V colour[4], green[4];
+        const auto change = [&](std::size_t k, std::size_t row, std::int64_t x) HWY_ATTR {
+            colour[k] = InFloats(hn::Sub(here, hn::LoadU(d, own[row] + x)));
+            green[k] = hn::Sub(colour[k], hn::Sub(difference, At(mixed[row], x)));
+        };
+        change(0, 1, i - 1);
+        change(1, 1, i + 1);
+        change(2, 0, i);
+        change(3, 2, i);
+        const auto sum = [](const V* a, const V* b) HWY_ATTR {
             return hn::Add(hn::Add(hn::Mul(a[0], b[0]), hn::Mul(a[1], b[1])),
                            hn::Add(hn::Mul(a[2], b[2]), hn::Mul(a[3], b[3])));
         };
-        const V together = hn::Add(products(colour, green), some);
-        const auto slopeFrom = [&](const V* changes) HWY_ATTR {
-            const V quotient = hn::Div(together, hn::Add(products(changes, changes), some));
+        hn::StoreU(sum(green, colour), Floats(), products[0] + i);
+        hn::StoreU(sum(green, green), Floats(), products[1] + i);
+        hn::StoreU(sum(colour, colour), Floats(), products[2] + i);
+    });
+}
+
+/// Least squares. Where nothing changes, the colour follows green.
+template <class T, class E = typename MenonRowKernels<T>::Element>
+void FitLine(const std::array<const E*, 3>& own, const std::array<const float*, 3>& mixed,
+             const float* alongPart, E tolerance, const typename MenonRowKernels<T>::Products& scratch,
+             const typename MenonRowKernels<T>::Fit& to, std::int64_t from, std::int64_t end) noexcept
+{
+    Multiply<T>(own, mixed, scratch, from - 1, end + 1);
+    const V zero = hn::Zero(Floats()), one = hn::Set(Floats(), 1);
+    const V some = hn::Set(Floats(), static_cast<float>(tolerance) * static_cast<float>(tolerance));
+    EachVector(Floats(), from, end, [&](std::int64_t i) HWY_ATTR {
+        const auto ofThree = [&](const float* line) HWY_ATTR {
+            return hn::Add(hn::Add(hn::Add(At(line, i - 1), At(line, i + 1)), At(line, i)), some);
+        };
+        const V together = ofThree(scratch[0]);
+        const auto slopeOn = [&](const float* squares) HWY_ATTR {
+            // What the estimates miss of the changes makes slopes of least squares too small.
+            const V quotient = Times(1.25F, hn::Div(together, ofThree(squares)));
             return hn::Min(hn::Max(quotient, zero), one);
         };
-        const V slope = slopeFrom(green);
-        const V onLine = hn::Mul(slope, slopeFrom(colour));
+        const V slope = slopeOn(scratch[1]);
+        const V onLine = hn::Mul(slope, slopeOn(scratch[2]));
 
-        const V ends = Between(hn::Add(above, below), hn::Add(left, right), At(alongPart, i));
+        const V difference = At(mixed[1], i);
+        const V ends = Between(hn::Add(At(mixed[0], i), At(mixed[2], i)),
+                               hn::Add(At(mixed[1], i - 1), At(mixed[1], i + 1)), At(alongPart, i));
         const V smoother = hn::Sub(ends, hn::Add(difference, difference));
         const V refined = hn::Add(difference, hn::Mul(Times(1.0F / 6, onLine), smoother));
-        const V ownGreen = hn::Sub(InFloats(here), refined);
-        hn::StoreU(ownGreen, Floats(), to.greens + i);
+        const V colour = InFloats(hn::LoadU(Whole<T>(), own[1] + i));
+        const V green = hn::Sub(colour, refined);
+        hn::StoreU(green, Floats(), to.greens + i);
         hn::StoreU(slope, Floats(), to.slopes + i);
-        hn::StoreU(hn::Sub(InFloats(here), hn::Mul(slope, ownGreen)), Floats(), to.offsets + i);
+        hn::StoreU(hn::Sub(colour, hn::Mul(slope, green)), Floats(), to.offsets + i);
     });
 }
 

@@ -54,17 +54,19 @@ struct MenonRowKernels {
                 std::int64_t from, std::int64_t to) noexcept;
 
     /// The greens of a row, its colour less the mixed difference, and its colour as slope * green + offset: a line
-    /// through the place fitted to the four nearest of the same colour. `own` and `mixed` are of the nearest rows of
-    /// that colour and of the one between. As far as the colour and green lie on that line, the difference is
-    /// smoothed first, in the directions that it was mixed of.
+    /// through the place, fitted to the changes from each of three neighbours in the row to the nearest four of the
+    /// same colour. `own` and `mixed` are of the nearest rows of that colour and of the one between. As far as the
+    /// colour and green lie on that line, the difference is smoothed first, in the directions that it was mixed of.
     struct Fit {
         float* greens;
         float* slopes;
         float* offsets;
     };
+    /// Sums of products of changes: green by colour, green by green and colour by colour.
+    using Products = std::array<float*, 3>;
     void (*fit)(const std::array<Line, 3>& own, const std::array<const float*, 3>& mixed,
-                const float* alongPart, Element tolerance, const Fit& fit, std::int64_t from,
-                std::int64_t to) noexcept;
+                const float* alongPart, Element tolerance, const Products& scratch, const Fit& fit,
+                std::int64_t from, std::int64_t to) noexcept;
 
     /// The lines of a row to be made; the fits are those of the rows above, of it and below.
     struct Row {

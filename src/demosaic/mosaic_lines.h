@@ -37,8 +37,8 @@ constexpr std::int64_t mirrored(std::int64_t index, std::int64_t count) noexcept
     return index;
 }
 
-/// Pairs that a line has before and behind those of its region, for filters of up to eight columns.
-inline constexpr std::int64_t pairMargin = 4;
+/// Pairs that a line has before and behind those of its region, for filters of up to ten columns.
+inline constexpr std::int64_t pairMargin = 5;
 
 /// Elements before the first pair of a line. There is room for the margin, and the first pair starts a cache
 /// line: vectors that start between cache lines take twice as long to load.

@@ -162,21 +162,27 @@ void menon(const test::TestImage& src, const QRect& roi, ExBayerGrid grid, test:
         return column + alongPart(x, y) * (row - column);
     };
     const Places mixed([&](int x, int y) { return mixture(x, y, alongRow(x, y), alongColumn(x, y)); });
-    // Sums over the four nearest places of the same colour of products of changes, of green or of that colour.
-    const auto products = [&](int x, int y, bool firstIsGreen, bool secondIsGreen) {
+    // Products of changes, of green or of a colour, summed over the four nearest places of that colour ...
+    const auto nearest = [&](int x, int y, bool firstIsGreen, bool secondIsGreen) {
         const auto product = [&](int dx, int dy) {
             const float colour = sample(x, y) - sample(x + dx, y + dy);
             const float green = colour - (mixed(x, y) - mixed(x + dx, y + dy));
             return (firstIsGreen ? green : colour) * (secondIsGreen ? green : colour);
         };
-        return (product(-2, 0) + product(2, 0)) + (product(0, -2) + product(0, 2)) + tolerance * tolerance;
+        return (product(-2, 0) + product(2, 0)) + (product(0, -2) + product(0, 2));
     };
-    const Places slope([&](int x, int y) {
-        return std::clamp(products(x, y, true, false) / products(x, y, true, true), 0.0F, 1.0F);
-    });
+    // ... and those over three places in the row.
+    const auto products = [&](int x, int y, bool firstIsGreen, bool secondIsGreen) {
+        const auto at = [&](int dx) { return nearest(x + dx, y, firstIsGreen, secondIsGreen); };
+        return ((at(-2) + at(2)) + at(0)) + tolerance * tolerance;
+    };
+    const auto slopeOn = [&](int x, int y, bool isOnGreen) {
+        const float quotient = products(x, y, true, false) / products(x, y, isOnGreen, isOnGreen);
+        return std::clamp(1.25F * quotient, 0.0F, 1.0F);
+    };
+    const Places slope([&](int x, int y) { return slopeOn(x, y, true); });
     const Places green([&](int x, int y) {
-        const float inverse =
-            std::clamp(products(x, y, true, false) / products(x, y, false, false), 0.0F, 1.0F);
+        const float inverse = slopeOn(x, y, false);
         const float row = mixed(x - 2, y) + mixed(x + 2, y), column = mixed(x, y - 2) + mixed(x, y + 2);
         const float smoother = mixture(x, y, row, column) - 2 * mixed(x, y);
         return sample(x, y) - (mixed(x, y) + slope(x, y) * inverse * (1.0F / 6) * smoother);
