@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import ctypes
 from collections.abc import Collection
 from typing import Any, Protocol, Union
 
@@ -41,7 +42,7 @@ class HasDLPack(Protocol):
     def __dlpack_device__(self) -> tuple[int, int]: ...
 
 
-Pixels = Union[Array, HasArrayInterface, HasDLPack, memoryview]
+Pixels = Union[Array, HasArrayInterface, HasDLPack, memoryview, "ctypes.Array[Any]"]
 
 
 def array_of(pixels: object, name: str) -> Array:
@@ -64,9 +65,15 @@ def array_of(pixels: object, name: str) -> Array:
             return np.from_dlpack(pixels)
         except (BufferError, RuntimeError) as error:  # of a type that DLPack does not have, on another device ...
             raise ArgumentError(name, f"memory that cannot be read: {error}") from None
-    raise SampleTypeError(
-        name, f"an array is wanted, not {type(pixels).__name__}; give it a dtype with np.asarray(..., dtype=)"
-    )
+    try:
+        view = memoryview(pixels)  # type: ignore[arg-type]
+    except TypeError:
+        hint = "give it a dtype with np.asarray(..., dtype=)"
+    else:
+        if view.ndim > 1:
+            return array_of(view, name)
+        hint = "np.frombuffer(..., dtype=).reshape(rows, columns) makes one of bytes"
+    raise SampleTypeError(name, f"an array is wanted, not {type(pixels).__name__}; {hint}")
 
 
 def wrong_samples(name: str, given: np.dtype[Any], types: Collection[np.dtype[Any]]) -> SampleTypeError:

@@ -1,4 +1,7 @@
 """Pixels of other libraries, wherever NumPy sees their memory."""
+import array
+import ctypes
+
 import numpy as np
 import PIL.Image
 import pytest
@@ -76,6 +79,21 @@ def test_frames_go_where_arrays_go():
     assert np.array_equal(np.add(f, 1), A + 1)
     assert np.median(f) == np.median(A)
     assert np.concatenate([f, f]).shape == (60, 40)
+
+
+def test_buffers_of_rows_are_seen():
+    memory = (ctypes.c_uint16 * 40 * 30)()
+    seen = np.asarray(ko.Frame(memory, bits=12))
+    seen[...] = A
+    assert seen.dtype == np.uint16 and [list(row) for row in memory] == A.tolist()
+    assert np.array_equal(ko.median(memory), ko.median(A.astype(np.uint16)))
+
+
+@pytest.mark.parametrize("pixels", [A.tobytes(), bytearray(A.tobytes()), array.array("B", A.tobytes()),
+                                    (ctypes.c_ubyte * A.size)()], ids=lambda v: type(v).__name__)
+def test_what_to_do_with_bytes_is_told(pixels):
+    with pytest.raises(ko.SampleTypeError, match=r"image: an array is wanted, .*np.frombuffer\(..., dtype=\).reshape"):
+        ko.median(pixels)
 
 
 def test_closed_memory():
