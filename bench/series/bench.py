@@ -57,7 +57,8 @@ HEAD = """# Performance of series
 Simulated mosaics of {side} x {side} samples and 12 bits are corrected by a dark frame and a flat field and get
 their colours back; then the histogram of each colour, and mean and variance of every sample over all frames are formed.
 `./dev bench series` writes the section of the processor that it runs on. The figures are medians of {rounds} runs in turns
-for the first {ours} rows, one run for the others. The frames are in an HDF5 file without compression, {different} different
+for the first {ours} rows, one run for the others; ratios and how many times as fast something is are medians over the
+rounds, whose runs follow each other. The frames are in an HDF5 file without compression, {different} different
 ones again and again, so that they are read from memory and not from a disk. The others get at most {few} frames: they are
 slow, and need more memory with every frame. What they take at the start is a small part of that.
 
@@ -197,12 +198,14 @@ def table_of(runs, count):
     text = ""
     for (label, name, workers, frames), found in runs.items():
         taken, peak = seconds[name, workers], max(run["peak"] for run in found)
-        ratio = taken / frames / (seconds["ours", workers] / count)
+        in_turns = len(found) == ROUNDS
+        ratio = times(runs, (name, workers), ("ours", workers)) if in_turns else taken / seconds["ours", workers]
+        ratio *= count / frames
         text += (f"| {label} | {workers} | {frames} | {taken:.1f} | {frames / taken:.1f} | {ratio_text(ratio)} | "
                  f"{peak / 2**20:.0f} |\n")
     overhead = times(runs, ("ours", 1), ("plain", 1)) - 1
-    text += (f"\nBy the medians of the ratios within a round, koimproc.series takes {abs(100 * overhead):.1f} % "
-             f"{'more' if overhead > 0 else 'less'} time than the plain loop.\n")
+    text += (f"\nkoimproc.series takes {abs(100 * overhead):.1f} % {'more' if overhead > 0 else 'less'} time than the plain "
+             "loop.\n")
     text += (f"Two threads are {times(runs, ('ours', 1), ('ours', 2)):.2f} times as fast as one, two processes "
              f"{times(runs, ('processes', 1), ('processes', 2)):.2f} times, two plain loops\n"
              f"{times(runs, ('plain', 1), HALVES):.2f} times. The results of the other rows of koimproc are the same, bit for "
