@@ -17,7 +17,7 @@ from koimproc._demosaic import demosaic, develop
 from koimproc._errors import ArgumentError, SampleTypeError
 from koimproc._filters import distance, median, sobel
 from koimproc._frame import Frame
-from koimproc._io import imread
+from koimproc._io import RawInfo, imread, raw_info
 from koimproc._levels import entropy, joint_histogram, threshold_otsu
 from koimproc._masks import disk_mask, ellipse_mask, logical_and, logical_or, logical_xor, pad
 from koimproc._raw import pack, unpack
@@ -39,6 +39,7 @@ __all__ = [
     "ArgumentError",
     "Frame",
     "Moments",
+    "RawInfo",
     "SampleTypeError",
     "__version__",
     "active_contour",
@@ -68,6 +69,7 @@ __all__ = [
     "moments",
     "pack",
     "pad",
+    "raw_info",
     "rescale_intensity",
     "resize",
     "sobel",

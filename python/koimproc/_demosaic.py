@@ -197,7 +197,7 @@ def develop(
         Level of black: one for all, or as for `white_balance`; rounded to whole levels.
     white : int, optional
         Level that becomes white, above the levels of black; 2**bits - 1 unless given. For a camera's raw file it is what
-        `ko info` calls white, less black: many sensors clip below the top of their depth.
+        `raw_info` says: many sensors clip below the top of their depth.
     method : {"menon", "malvar", "linear", "half"}
         See `demosaic`.
     out : array or Frame, optional

@@ -3,13 +3,14 @@
 from __future__ import annotations
 
 import importlib
+import json
 import os
 import re
 import shutil
 import subprocess
 import tempfile
 from pathlib import Path
-from typing import Any
+from typing import Any, NamedTuple
 
 import numpy as np
 
@@ -82,7 +83,7 @@ def imread(path: str | os.PathLike[str]) -> Frame:
     Files that the tool `ko` has written say their depth and pattern, which the frame takes over. TIFF files of 10, 12
     and 14 bits say their depth, and so do PGM and PPM files by a greatest level such as 4095. Of a file with several
     pages the first one is read; `koimproc.series.open_series` has all. A camera's raw file is read by the tool `ko`,
-    which subtracts the black levels and changes nothing else.
+    which subtracts the black levels and changes nothing else; `raw_info` tells where its samples clip.
 
     Parameters
     ----------
@@ -202,16 +203,84 @@ def _frame(pixels: Array, channels: int, name: str, bits: int | None = None, bay
     return Frame(pixels >> (DEPTHS[pixels.dtype] - bits), bits, bayer)
 
 
-def _read_raw(name: str) -> Frame:
-    """The bare mosaic of a raw file, by the tool."""
+class RawInfo(NamedTuple):
+    """What a camera says of the samples of a raw file.
+
+    Attributes
+    ----------
+    white : int
+        Level at which the sensor clips, of samples whose black is subtracted.
+    gains : tuple of float or None
+        White balance of the camera: one gain for each position of the cell in raster order, or for each channel, the
+        least being 1. None where the file has none.
+
+    Examples
+    --------
+    >>> import koimproc as ko
+    >>> ko.RawInfo(3840, (1, 1.39, 1.73, 1)).white  # as raw_info gives it
+    3840
+    """
+
+    white: int
+    gains: tuple[float, ...] | None
+
+
+def raw_info(path: str | os.PathLike[str]) -> RawInfo:
+    """What `develop` has to be told of a camera's raw file that `imread` reads.
+
+    The tool `ko` reads the file for that, as it does for `imread`. For the colours that the camera shows, which take its
+    matrix too, let `ko develop` make the picture.
+
+    Parameters
+    ----------
+    path : str or path
+        Name of the file.
+
+    Returns
+    -------
+    RawInfo
+        `white`, where the sensor clips, and `gains`, the white balance.
+
+    Raises
+    ------
+    OSError
+        For a file that cannot be read, `FileNotFoundError` for one that does not exist, and without the tool `ko`.
+    ArgumentError
+        For a file that is no camera's raw file.
+
+    Examples
+    --------
+    >>> import koimproc as ko
+    >>> try:
+    ...     f, info = ko.imread("frame.dng"), ko.raw_info("frame.dng")
+    ...     picture = ko.develop(f, info.gains or "gray-world", white=info.white)
+    ... except (OSError, ImportError):
+    ...     print("no file")
+    no file
+    """
+    name = os.fsdecode(path)
+    _require_file(name)
+    report = json.loads(_output_of_tool(name, "info", "--json", "--", name))
+    if "white" not in report:
+        raise ArgumentError("path", f"{name}: no raw file of a camera")
+    gains = report["gains"]
+    return RawInfo(report["white"], None if gains is None else tuple(gains))
+
+
+def _output_of_tool(name: str, *arguments: str) -> str:
+    """What the tool prints about a raw file."""
     tool = shutil.which("ko")
     if tool is None:
         raise OSError(f"{name}: raw files of cameras are read by the tool ko, Debian's package koimproc-tools")
+    done = subprocess.run([tool, *arguments], stdin=subprocess.DEVNULL, capture_output=True, text=True)
+    if done.returncode != 0:
+        raise OSError(f"{name}: {done.stderr.strip().removeprefix('ko: ').removeprefix(f'{name}: ')}")
+    return done.stdout
+
+
+def _read_raw(name: str) -> Frame:
+    """The bare mosaic of a raw file, by the tool."""
     with tempfile.TemporaryDirectory() as directory:
-        mosaic = Path(directory, "mosaic.tif")
-        done = subprocess.run(
-            [tool, "unpack", name, "-o", mosaic, "--quiet"], stdin=subprocess.DEVNULL, capture_output=True, text=True
-        )
-        if done.returncode != 0:
-            raise OSError(f"{name}: {done.stderr.strip().removeprefix('ko: ').removeprefix(f'{name}: ')}")
+        mosaic = os.path.join(directory, "mosaic.tif")
+        _output_of_tool(name, "unpack", "-o", mosaic, "--quiet", "--", name)
         return imread(mosaic)

@@ -62,6 +62,37 @@ def test_a_raw_file_is_its_mosaic(tmp_path, monkeypatch):
         ko.imread(tmp_path / "c.DNG")
 
 
+@pytest.mark.skipif("KO_TOOL" not in os.environ, reason="the tool is not built")
+def test_a_raw_file_tells_what_develops_it(tmp_path, monkeypatch):
+    sys.path.insert(0, str(Path(__file__).parents[1] / "tool"))
+    from linear_raw_test import linear
+    from raw_test import dng
+
+    monkeypatch.setenv("PATH", f"{Path(os.environ['KO_TOOL']).parent}:{os.environ['PATH']}")
+    seen = {"R": 0.5, "G": 1, "B": 0.7}
+    cell = np.array([[seen["G"], seen["B"]], [seen["R"], seen["G"]]])
+    gray = np.rint(64 + 0.25 * np.tile(cell, (12, 16)) * (4000 - 64)).astype(int)
+    (tmp_path / "a.dng").write_bytes(dng(32, 24, gray.ravel().tolist(), "gbrg", (64,), 4000, neutral=tuple(seen.values())))
+    info = ko.raw_info(tmp_path / "a.dng")
+    assert isinstance(info, ko.RawInfo) and info.white == 4000 - 64
+    assert info.gains == pytest.approx((1, 1 / 0.7, 2, 1), rel=1e-5)
+    rgb = np.asarray(ko.develop(ko.imread(tmp_path / "a.dng"), info.gains, white=info.white))
+    assert np.ptp(rgb) <= 1 and abs(int(rgb[0, 0, 0]) - 137) <= 1
+    (tmp_path / "b.dng").write_bytes(linear(32, 24, [100] * 32 * 24 * 3, neutral=(0.5, 1, 0.7)))
+    assert ko.raw_info(str(tmp_path / "b.dng")).gains == pytest.approx((2, 1, 1 / 0.7), rel=1e-5)
+    assert ko.imread(tmp_path / "b.dng").shape == (24, 32, 3)
+    (tmp_path / "c.dng").write_bytes(dng(32, 24, [100] * 32 * 24, "rggb", white=4095, neutral=None))
+    assert ko.raw_info(tmp_path / "c.dng") == (4095, None)
+    (tmp_path / "d.dng").write_bytes(b"none")
+    with pytest.raises(OSError, match="d.dng: cannot be read"):
+        ko.raw_info(tmp_path / "d.dng")
+    (tmp_path / "e.pgm").write_bytes(b"P5 1 1 255 a")
+    with pytest.raises(ko.ArgumentError, match="e.pgm: no raw file"):
+        ko.raw_info(tmp_path / "e.pgm")
+    with pytest.raises(FileNotFoundError):
+        ko.raw_info(tmp_path / "missing.dng")
+
+
 def test_files_that_cannot_be_read(tmp_path):
     for name in ("missing.png", "missing.fits", "missing.dng"):
         with pytest.raises(FileNotFoundError, match=name):

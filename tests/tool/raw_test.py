@@ -1,5 +1,6 @@
 """Camera raws, as DNG files made here: pattern, active area, black and white level."""
 
+import json
 import math
 import struct
 import zlib
@@ -388,6 +389,22 @@ class Raw(ToolTest):
         for nonsense in (opcodes(), (7, b"\xff" * 9), (7, b"abc"), opcodes(1, length=13), opcodes(1, length=2**32 - 1)):
             self.write("a.dng", dng(32, 24, [0] * 768, "rggb", more={51009: nonsense}))
             self.assertTrue(self.succeed("info", "a.dng").endswith(", white 65535\n"), nonsense)
+
+    def test_programs_are_told_white_and_gains(self):
+        def told():
+            report = json.loads(self.succeed("info", "--json", "a.dng"))
+            return report["white"], report["gains"]
+
+        for grid in ("rggb", "bggr", "gbrg", "grbg"):
+            self.write("a.dng", dng(32, 24, [0] * 768, grid, (64,), 4095, neutral=(0.5, 1, 0.8)))
+            white, gains = told()
+            self.assertEqual((white, gains), (4031, [{"r": 2, "g": 1, "b": 1.25}[c] for c in grid]))
+        self.write("a.dng", dng(32, 24, [0] * 768, "rggb", white=4095, neutral=None))
+        self.assertEqual(told(), (4095, None))
+        self.write("a.dng", dng(32, 24, [0] * 768, None, white=4095, neutral=None))
+        self.assertEqual(told(), (4095, None))
+        self.succeed("unpack", "a.dng", "-o", "a.tif")
+        self.assertNotIn("white", json.loads(self.succeed("info", "--json", "a.tif")))
 
     def test_raws_are_demosaiced_without_options_and_with_another_pattern(self):
         samples = random_samples(32 * 24, 4095, 6)

@@ -9,7 +9,7 @@ MARK = "<!-- the Python functions -->"
 
 # In the order in which a reader meets them.
 GROUPS = {
-    "Frames and files": ("Frame", "imread", "unpack", "pack"),
+    "Frames and files": ("Frame", "imread", "raw_info", "RawInfo", "unpack", "pack"),
     "From mosaics to colours": ("demosaic", "develop", "white_balance"),
     "Statistics": ("histogram", "joint_histogram", "moments", "Moments", "minmax", "threshold_otsu", "entropy"),
     "Levels": ("equalize_hist", "match_histograms", "rescale_intensity", "clip_to_depth"),

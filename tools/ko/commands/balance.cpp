@@ -17,7 +17,7 @@ constexpr double greatestGreenRatio = 1.1;
 
 /// Which of the gains is that of a position of the cell, in raster order, or of a channel; the first of samples without
 /// colours.
-std::size_t gainAt(const SxImageBuf& mosaic, std::size_t position)
+std::size_t gainAt(const SxImageInfo& mosaic, std::size_t position)
 {
     if (mosaic.channels == 3)
         return position;
@@ -92,13 +92,21 @@ Gains grayWorldGains(const SxImageBuf& picture, Levels levels)
     return gains;
 }
 
+std::vector<double> gainsByPlace(const SxImageInfo& format, const Gains& gains)
+{
+    std::vector<double> result(format.bayerGrid != BayerNone ? 4 : static_cast<std::size_t>(format.channels));
+    for (std::size_t i = 0; i < result.size(); ++i)
+        result[i] = gains[gainAt(format, i)];
+    return result;
+}
+
 Image balanced(const SxImageBuf& picture, Levels levels, const Gains& gains)
 {
     constexpr double greatest = 65535;
     const double unit = greatest / (levels.white - levels.black) / std::ranges::min(gains);
-    std::array<double, 4> cellGains{};
-    for (std::size_t i = 0; i < cellGains.size(); ++i)
-        cellGains[i] = std::min(gains[gainAt(picture, i)] * unit, greatest);
+    std::vector<double> cellGains = gainsByPlace(picture, gains);
+    for (double& gain : cellGains)
+        gain = std::min(gain * unit, greatest);
     const std::array<int, 4> blacks{levels.black, levels.black, levels.black, levels.black};
     SxImageInfo format = picture;
     format.bitsPerSample = 16;

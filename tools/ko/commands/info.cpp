@@ -4,11 +4,16 @@
 #include "cli/reports.h"
 #include "cli/settings.h"
 #include "cli/transfer.h"
+#include "commands/balance.h"
 #include "commands/commands.h"
 #include "commands/packed_options.h"
 #include "io/bayer.h"
 #include "io/image_file.h"
+#include "io/sensor.h"
 
+#include <QJsonArray>
+
+#include <algorithm>
 #include <iostream>
 #include <memory>
 #include <thread>
@@ -41,11 +46,23 @@ void printMachine()
               << " processors, second-level cache of " << L2CacheSize() / 1024 << " KiB\n";
 }
 
+/// What a program needs to develop the samples as they are read; the least gain is 1.
+void addSensor(const FileInfo& info, QJsonObject& report)
+{
+    const Sensor& sensor = *info.sensor;
+    QJsonArray gains;
+    if (sensor.gains)
+        for (const double gain : gainsByPlace(info.format, *sensor.gains))
+            gains.append(gain / std::ranges::min(*sensor.gains));
+    report.insert("white", sensor.white);
+    report.insert("gains", sensor.gains ? QJsonValue(gains) : QJsonValue());
+}
+
 QJsonObject toJson(const std::string& file, const FileInfo& info)
 {
     const SxImageInfo& format = info.format;
     const bool isMosaic = format.bayerGrid != BayerNone;
-    return {
+    QJsonObject report{
         {"file", QString::fromStdString(file)},
         {"width", format.width},
         {"height", format.height},
@@ -54,6 +71,9 @@ QJsonObject toJson(const std::string& file, const FileInfo& info)
         {"bits", format.bitsPerSample},
         {"mosaic", isMosaic ? QJsonValue(QString::fromStdString(gridName(format.bayerGrid))) : QJsonValue()},
         {"kind", QString::fromStdString(info.kind)}};
+    if (info.sensor)
+        addSensor(info, report);
+    return report;
 }
 
 struct Options {

@@ -32,6 +32,7 @@ struct FileInfo {
     SxImageInfo format;
     std::string kind;
     Metadata metadata = {};
+    std::shared_ptr<const Sensor> sensor = {};  ///< of a camera raw
 };
 
 struct Picture {

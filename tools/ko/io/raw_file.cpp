@@ -290,7 +290,7 @@ FileInfo readRawInfo(const Source& source)
         text << ", not applied:";
     for (const std::string& name : corrections)
         text << ' ' << name;
-    return {raw.format(), text.str(), raw.metadata()};
+    return {raw.format(), text.str(), raw.metadata(), std::make_shared<const Sensor>(sensor)};
 }
 
 Picture readRaw(const Source& source)
