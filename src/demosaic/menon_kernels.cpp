@@ -266,7 +266,7 @@ HWY_FLATTEN void Make(const typename MenonRowKernels<T>::Row& row, RowKind kind,
         const auto own = Widened(hn::LoadU(Whole<T>(), row.own + i));
         const auto between = Widened(hn::LoadU(Whole<T>(), row.between + i));
         const V ownGreen = At(at.greens, i), betweenGreen = InFloats(between);
-        // The line through `count` others together.
+        // The mean of 1 / part lines at a green.
         const auto colour = [](float part, V slopes, V offsets, V green)
                                 HWY_ATTR { return Times(part, hn::Add(hn::Mul(slopes, green), offsets)); };
         const auto two = [](const float* one, std::int64_t x, const float* other, std::int64_t z)
