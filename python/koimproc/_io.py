@@ -226,7 +226,7 @@ class RawInfo(NamedTuple):
 
 
 def raw_info(path: str | os.PathLike[str]) -> RawInfo:
-    """What `develop` has to be told of a camera's raw file that `imread` reads.
+    """What `develop` has to be told of the mosaic of a camera's raw file that `imread` reads.
 
     The tool `ko` reads the file for that, as it does for `imread`. For the colours that the camera shows, which take its
     matrix too, let `ko develop` make the picture.

@@ -26,7 +26,7 @@ def empty(shape: tuple[int, ...], dtype: np.dtype[Any]) -> Array:
     """An array of undefined contents, as of np.empty."""
     size = math.prod(shape) * dtype.itemsize
     if _LEAST <= size <= _MOST:
-        return _spare.lend(shape, dtype, size)
+        return _spare.lend(shape, dtype)
     if size >= 2**63:
         raise MemoryError(f"an array of shape {shape} is larger than any memory")
     return np.empty(shape, dtype)

@@ -239,8 +239,8 @@ class _ResultMemory:
     def bytes(self) -> int:
         """What is kept now."""
 
-    def lend(self, shape: tuple[int, ...], dtype: np.dtype[Any], size: int) -> npt.NDArray[Any]:
-        """An array of undefined contents that takes `size` bytes, of which the first begins a cache line."""
+    def lend(self, shape: tuple[int, ...], dtype: np.dtype[Any]) -> npt.NDArray[Any]:
+        """An array of undefined contents, whose first byte begins a cache line."""
 
 # ---------------------------------------------------------------- histogram_containers.h
 

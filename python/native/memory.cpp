@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <new>
 #include <utility>
 #include <vector>
 
@@ -53,11 +54,16 @@ public:
         return newBlock(bytes);
     }
 
-    /// Those that have waited longest go first when there are too many.
-    void keep(Block&& block)
+    /// Those that have waited longest go first when there are too many. Where memory is short, the block itself goes.
+    void keep(Block&& block) noexcept
     {
-        m_bytes += block.bytes;
-        m_blocks.push_back(std::move(block));
+        const std::size_t bytes = block.bytes;
+        try {
+            m_blocks.push_back(std::move(block));
+        } catch (const std::bad_alloc&) {
+            return;
+        }
+        m_bytes += bytes;
         auto first = m_blocks.begin();
         for (; m_bytes > m_most; ++first)
             m_bytes -= first->bytes;
@@ -76,10 +82,19 @@ struct Lease {
     Block block;
 };
 
-py::array lend(const std::shared_ptr<ResultMemory>& home, const std::vector<py::ssize_t>& shape,
-               const py::dtype& dtype, std::size_t bytes)
+std::size_t bytesOf(const std::vector<py::ssize_t>& shape, const py::dtype& dtype)
 {
-    auto lease = std::make_unique<Lease>(Lease{home, home->take(bytes)});
+    py::ssize_t bytes = dtype.itemsize();
+    for (const py::ssize_t extent : shape)
+        if (extent < 0 || __builtin_mul_overflow(bytes, extent, &bytes))
+            throw std::bad_alloc();
+    return static_cast<std::size_t>(bytes);
+}
+
+py::array lend(const std::shared_ptr<ResultMemory>& home, const std::vector<py::ssize_t>& shape,
+               const py::dtype& dtype)
+{
+    auto lease = std::make_unique<Lease>(Lease{home, home->take(bytesOf(shape, dtype))});
     std::uint8_t* const data = lease->block.data;
     const py::capsule owner(lease.get(), [](void* held) {
         const std::unique_ptr<Lease> ended(static_cast<Lease*>(held));
@@ -96,7 +111,7 @@ void defineMemory(py::module_& module)
     py::class_<ResultMemory, std::shared_ptr<ResultMemory>>(module, "_ResultMemory", py::is_final())
         .def(py::init<std::size_t>(), py::arg("most"))
         .def_property_readonly("bytes", &ResultMemory::bytes)
-        .def("lend", &lend, py::arg("shape"), py::arg("dtype"), py::arg("size"));
+        .def("lend", &lend, py::arg("shape"), py::arg("dtype"));
 }
 
 }  // namespace ko::python

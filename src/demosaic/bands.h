@@ -48,7 +48,7 @@ bool inBands(const QRect& roi, BandBuffer& buffer, const Body& body)
     const std::int64_t rows = heightOf(roi);
     if (linePitch((widthOf(roi) + 1) / 2) > buffer.pitch)
         return false;
-    // Malvar's method takes as long for a pixel as a copy of 12 bytes, for words 36, Menon's of 80: one figure for
+    // Malvar's method takes as long for a pixel as a copy of 12 bytes, for words 36, Menon's of 100: one figure for
     // all, as near to the quick ones as to the slow one.
     const RowWork work{rows, 30 * widthOf(roi)};
     const std::int64_t bands =

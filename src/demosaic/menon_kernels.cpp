@@ -108,7 +108,7 @@ VW ToGreenBetween(D d, VW own, const Through<VW>& line, VW tolerance)
     const VW green = Twice(hn::Sub(line.greenBehind, line.greenBefore));
     const VW colour = hn::Sub(line.farBehind, line.farBefore);
     const VW common = hn::Sub(hn::Max(hn::Min(green, colour), zero), hn::Min(hn::Max(green, colour), zero));
-    // Whether (common + tolerance) / (colour + tolerance) is less than a quarter, and less than three.
+    // Whether (common + tolerance) / (size + tolerance) is less than 1/4, and less than 3/4.
     const VW size = hn::Abs(colour), fourTimes = hn::Add(hn::ShiftLeft<2>(common), tolerance);
     const auto isLittle = hn::Gt(size, hn::Add(fourTimes, Twice(tolerance)));
     const auto isPart = hn::Gt(hn::Add(Twice(size), size), fourTimes);

@@ -51,8 +51,8 @@ void countInTurns(const std::uint8_t* bytes, std::int64_t units, std::uint32_t* 
                  loadSample<std::uint16_t>(bytes, i)];
 }
 
-/// Counts 16-bit units of many values. The low bytes of their counters fit the first-level cache; what they carry, once
-/// in 256 times, goes to the table.
+/// Counts 16-bit units of many values. The low bytes of their counters nearly fit the first-level cache; what they
+/// carry, once in 256 times, goes to the table.
 void countInLowBytes(const std::uint8_t* bytes, std::int64_t units, std::uint8_t* lowBytes,
                      std::uint32_t* table) noexcept
 {
@@ -234,13 +234,15 @@ void Tally<T>::addPairs(const std::uint8_t* bytes, std::int64_t count) noexcept
     judge(count / 2);
 }
 
-/// Bytes are scattered where more than half of the pairs are the first of their kind, words where the counters of four
-/// bytes do not fit the first-level cache.
+/// Bytes are scattered where more than half of the pairs are the first of their kind, words where more than a quarter
+/// are.
 template <class T>
 void Tally<T>::judge(std::int64_t units) noexcept
 {
+    if (m_judged)
+        return;
     m_units += units;
-    if (m_judged || m_units < trialUnits * m_tableCount)
+    if (m_units < trialUnits * m_tableCount)
         return;
     m_judged = true;
     if (distinctUnits(m_tables) <= m_units / m_tableCount / (sizeof(T) == 1 ? 2 : 4))

@@ -71,8 +71,8 @@ private:
 void countUnits(const std::uint8_t* units, std::int64_t count, std::uint32_t* table) noexcept;
 
 /// How bytes are counted: as pairs, until a trial shows that hardly any pair occurs twice. The counters of such pairs
-/// do not stay in the first-level cache. Those of one table are kept in low bytes then, which do; with several tables
-/// single bytes are counted. Without tables, long runs are counted as single bytes from the start.
+/// do not stay in the first-level cache. Those of one table are kept in low bytes then, which nearly do; with several
+/// tables single bytes are counted. Without tables, long runs are counted as single bytes from the start.
 struct ByteTally {
     static constexpr int tables = 8;  ///< byte i of a run goes to table i % 8, or i % 6 for three planes
 

@@ -243,14 +243,14 @@ class TestMemoryOfResults:
     def test_is_bounded(self):
         spare = native._ResultMemory(3 << 20)
         byte, word = np.dtype(np.uint8), np.dtype(np.uint16)
-        held = [spare.lend((1, 1 << 20), byte, 1 << 20) for _ in range(4)]
-        held += [spare.lend((rows, 1 << 18), word, rows << 19) for rows in range(1, 5)]
+        held = [spare.lend((1, 1 << 20), byte) for _ in range(4)]
+        held += [spare.lend((rows, 1 << 18), word) for rows in range(1, 5)]
         assert spare.bytes == 0
         while held:
             held.pop()
             assert spare.bytes <= 3 << 20
         assert spare.bytes == 3 << 20
-        large = spare.lend((1, 4 << 20), byte, 4 << 20)
+        large = spare.lend((1, 4 << 20), byte)
         del large
         assert spare.bytes == 0, "what is too large for it is not kept, and all that waited longer is gone"
 
@@ -258,13 +258,18 @@ class TestMemoryOfResults:
         spare = native._ResultMemory(3 << 20)
         byte = np.dtype(np.uint8)
         for columns in range(1, 600):
-            spare.lend((1 << 11, columns), byte, columns << 11)
+            spare.lend((1 << 11, columns), byte)
         assert 0 < spare.bytes <= 3 << 20
-        address = spare.lend((1 << 11, 599), byte, 599 << 11).ctypes.data
-        assert spare.lend((599, 1 << 11), byte, 599 << 11).ctypes.data == address
+        address = spare.lend((1 << 11, 599), byte).ctypes.data
+        assert spare.lend((599, 1 << 11), byte).ctypes.data == address
+
+    def test_refuses_what_no_memory_holds(self):
+        for shape in ((1 << 62, 4), (-1, 4)):
+            with pytest.raises(MemoryError):
+                native._ResultMemory(1 << 20).lend(shape, np.dtype(np.float64))
 
     def test_outlives_its_home(self):
-        array = native._ResultMemory(1 << 20).lend((3, 4), np.dtype(np.float64), 96)
+        array = native._ResultMemory(1 << 20).lend((3, 4), np.dtype(np.float64))
         array[...] = 7
         assert array.sum() == 84
 
