@@ -197,6 +197,9 @@ class LinearRaw(DevelopTest):
             whole = self.developed("a.dng", "--as-stored")[2]
             self.assertEqual(stored, (40, 31, [whole[y * 64 + x] for y in range(5, 36) for x in range(3, 43)]))
             upright = self.developed("a.dng", "--crop")
+            crop = {3: "21,12,40,31", 4: "3,12,40,31", 6: "12,3,31,40", 8: "5,21,31,40"}[turn]
+            self.assertIn(f", crop {crop}, white", self.succeed("info", "a.dng"))
+            self.assertIn(", crop 3,5,40,31, white", self.succeed("info", "--as-stored", "a.dng"))
             self.assertEqual(upright[:2], (31, 40) if turn > 4 else (40, 31))
             # Turned by the tool itself, as the file says.
             self.succeed("develop", "a.dng", "--as-stored", "--crop", "-o", "stored.tif")
@@ -228,12 +231,17 @@ class LinearRaw(DevelopTest):
         os.mkdir(self.path("run"))
         self.succeed("run", "r.json", "a.dng", "-o", "run", "--quiet")
         self.assertEqual(read_tiff(self.read("run/a.tif"))[:4], (20, 11, 3, whole[0] * 220))
-        # What a recipe has demosaiced is no raw any more.
+        # What a recipe has demosaiced or developed is no raw any more.
         self.write("m.dng", dng(32, 24, [100] * 768, "rggb"))
-        self.write("r.json", b'{"operations": [{"op": "demosaic"}, {"op": "develop"}]}')
-        run = self.ko("run", "r.json", "m.dng", "-o", "run", "--quiet")
-        self.assertEqual(run.returncode, 1)
-        self.assertIn("not a mosaic but a picture of 3 channels", run.stderr)
+        self.write("gray.dng", dng(32, 24, [100] * 768, None))
+        for name, first, says in (("m", "demosaic", "not a mosaic but a picture of 3 channels"),
+                                  ("m", "develop", "not a mosaic but a picture of 3 channels"),
+                                  ("a", "develop", "not a mosaic but a picture of 3 channels"),
+                                  ("gray", "develop", "the file names no mosaic pattern")):
+            self.write("r.json", b'{"operations": [{"op": "%s"}, {"op": "develop"}]}' % first.encode())
+            run = self.ko("run", "r.json", name + ".dng", "-o", "run", "--quiet")
+            self.assertEqual(run.returncode, 1, name)
+            self.assertIn("operations[1] (develop): " + says, run.stderr)
 
 
 if __name__ == "__main__":

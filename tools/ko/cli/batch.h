@@ -17,7 +17,7 @@ struct Sensor;
 struct Frame {
     std::int64_t pixels = 0;                ///< of the result
     std::chrono::duration<double> spent{};  ///< in the library alone, without the files
-    const Sensor* sensor = nullptr;         ///< that the file tells of; null for all but camera raws
+    const Sensor* sensor = nullptr;         ///< of the samples of a camera raw; null for all else
 };
 
 /// Runs `work` on every job. A failure is one line on the standard error and does not keep the others from

@@ -153,6 +153,7 @@ Image develop(const Image& picture, const Options& options, Demosaicer& demosaic
             rendering.gain = automaticGain(light, rendering, *options.percent);
         result = rendered(light, rendering);
     });
+    frame.sensor = nullptr;  // whose samples these are no more
     return std::move(*result);
 }
 

@@ -10,6 +10,7 @@
 #include "io/sensor.h"
 
 #include <new>
+#include <utility>
 #include <vector>
 
 namespace ko::tool {
@@ -90,11 +91,16 @@ Picture readUpright(const std::string& file, int page)
 FileInfo readInfo(const std::string& file)
 {
     FileInfo info = storedInfo(file);
-    if (!turns(info.format, info.metadata))
-        return info;
-    info.kind += ", turned upright from " + std::to_string(info.format.width) + " x " +
-                 std::to_string(info.format.height);
-    info.format = turnedFormat(info.format, info.metadata.orientation);
+    if (turns(info.format, info.metadata)) {
+        info.more += ", turned upright from " + std::to_string(info.format.width) + " x " +
+                     std::to_string(info.format.height);
+        info.format = turnedFormat(info.format, info.metadata.orientation);
+        info.sensor = turnedSensor(info.sensor, info.metadata.orientation);
+    }
+    if (const QRect crop = info.sensor ? info.sensor->crop : QRect(); !crop.isNull())
+        info.kind += ", crop " + std::to_string(crop.x()) + ',' + std::to_string(crop.y()) + ',' +
+                     std::to_string(crop.width()) + ',' + std::to_string(crop.height());
+    info.kind += std::exchange(info.more, {});
     return info;
 }
 

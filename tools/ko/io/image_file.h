@@ -33,6 +33,7 @@ struct FileInfo {
     std::string kind;
     Metadata metadata = {};
     std::shared_ptr<const Sensor> sensor = {};  ///< of a camera raw
+    std::string more = {};                      ///< to follow the kind and the crop of the sensor
 };
 
 struct Picture {

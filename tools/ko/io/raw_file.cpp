@@ -270,14 +270,13 @@ FileInfo readRawInfo(const Source& source)
     const RawFile raw(source);
     const Sensor sensor = raw.sensor();
     const libraw_image_sizes_t& sizes = raw.sizes();
-    std::ostringstream text;
-    text << std::setprecision(4)
-         << printable(std::string("camera raw ") + raw.camera().make + ' ' + raw.camera().model)
+    std::ostringstream kind;
+    kind << printable(std::string("camera raw ") + raw.camera().make + ' ' + raw.camera().model)
          << (sensor.hasAllColours ? ", demosaiced before" : "") << ", active area " << sizes.width << " x "
          << sizes.height << " at " << sizes.left_margin << ',' << sizes.top_margin << " of "
          << sizes.raw_width << " x " << sizes.raw_height;
-    if (const QRect& crop = sensor.crop; !crop.isNull())
-        text << ", crop " << crop.x() << ',' << crop.y() << ',' << crop.width() << ',' << crop.height();
+    std::ostringstream text;
+    text << std::setprecision(4);
     if (sensor.gains) {
         const Colour gains = mergedGreens(*sensor.gains);
         text << ", white balance " << gains[0] / gains[1] << ",1," << gains[2] / gains[1];
@@ -290,7 +289,7 @@ FileInfo readRawInfo(const Source& source)
         text << ", not applied:";
     for (const std::string& name : corrections)
         text << ' ' << name;
-    return {raw.format(), text.str(), raw.metadata(), std::make_shared<const Sensor>(sensor)};
+    return {raw.format(), kind.str(), raw.metadata(), std::make_shared<const Sensor>(sensor), text.str()};
 }
 
 Picture readRaw(const Source& source)
