@@ -6,7 +6,7 @@ import struct
 import ko_files
 from develop_test import CAMERA, GRAY, DevelopTest, decoded, encoded, photograph, seen
 from ko_files import random_samples, read_tags, read_tiff
-from raw_test import dng, in_parts, packed
+from raw_test import beside, dng, in_parts, packed
 
 WIDTH, HEIGHT = 33, 25
 
@@ -112,6 +112,13 @@ class LinearRaw(DevelopTest):
             for c, factors in enumerate(POLYNOMIALS):
                 want = sum(f * (level / 255)**i for i, f in enumerate(factors))
                 self.assertAlmostEqual(got[3][3 * (5 * 32 + x) + c], 65535 * want, delta=1.01)
+        # Those of another list are not applied, those of another picture do not matter.
+        copy = {254: (4, (1,)), 256: (4, (16,)), 257: (4, (16,)), 258: (3, (8,) * 3), 259: (3, (34892,)), 262: (3, (34892,)),
+                273: (4, (8,)), 277: (3, (3,)), 278: (4, (16,)), 279: (4, (len(JPEG),)), 51009: polynomials((2, 1, 0))}
+        self.assertEqual(self.unpacked(beside(self.read("a.dng"), copy)), got)
+        self.assertEqual(self.succeed("info", "a.dng"), info)
+        self.write("a.dng", linear(32, 32, (), bits=8, pixels=JPEG, more={**tags, 51022: polynomials()}))
+        self.assertIn(", not applied: MapPolynomial\n", self.succeed("info", "a.dng"))
         for wrong in ({51009: None}, {51009: polynomials((0, 0, 2))}, {51009: polynomials((0, 1))},
                       {51009: polynomials(area=(1, 0, 32, 32))}, {51009: polynomials(area=(0, 0, 32, 31))},
                       {51009: polynomials(count=3)}, {50714: (4, (1, 1, 1))}, {50717: (4, 3 * (254,))},

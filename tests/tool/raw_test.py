@@ -110,6 +110,15 @@ def lossless_jpeg(width, samples, components=1):
             + int(bits, 2).to_bytes(len(bits) // 8, "big").replace(b"\xff", b"\xff\0") + b"\xff\xd9")
 
 
+def beside(content, tags):
+    """A file of one directory with another one of `tags` behind it."""
+    content = bytearray(content)
+    (first,) = struct.unpack_from("<I", content, 4)
+    (count,) = struct.unpack_from("<H", content, first)
+    struct.pack_into("<I", content, first + 2 + 12 * count, len(content))
+    return bytes(content) + ko_files.tiff_directory(len(content), tags)
+
+
 def kodak(samples):
     """A raw file of the kind whose decoder alone knows how bright its samples become."""
     return tiff_of(samples, {271: (2, b"Kodak\0"), 272: (2, b"Kodak DC50 Zoom Digital Camera\0")})
@@ -329,15 +338,11 @@ class Raw(ToolTest):
 
     def test_a_larger_picture_beside_the_mosaic_does_not_matter(self):
         samples = random_samples(32 * 24, 65535, 26)
-        content = bytearray(dng(32, 24, samples, "rggb", (100, 200, 300, 400)))
-        (first,) = struct.unpack_from("<I", content, 4)
-        (count,) = struct.unpack_from("<H", content, first)
-        struct.pack_into("<I", content, first + 2 + 12 * count, len(content))
+        content = dng(32, 24, samples, "rggb", (100, 200, 300, 400))
         tags = {254: (4, (16,)), 256: (4, (64,)), 257: (4, (48,)), 258: (3, (16,) * 3), 259: (3, (52546,)),
                 262: (3, (34892,)), 273: (4, (8,)), 277: (3, (3,)), 278: (4, (48,)), 279: (4, (99,))}
-        content += ko_files.tiff_directory(len(content), tags)
         expected = [max(s - (100, 200, 300, 400)[i // 32 % 2 * 2 + i % 2], 0) for i, s in enumerate(samples)]
-        self.assertEqual(self.unpacked(bytes(content))[3], expected)
+        self.assertEqual(self.unpacked(beside(content, tags))[3], expected)
 
     def test_an_orientation_that_there_is_not_turns_nothing(self):
         for turn in (0, 9, 65535):
@@ -383,7 +388,8 @@ class Raw(ToolTest):
                 struct.pack(">IIII", number, 0x01030000, 1, length) + b"\0" * 12 for number in numbers))
 
         for lists, told in (({51009: opcodes(9, 9), 51022: opcodes(1, 3)}, "GainMap WarpRectilinear FixVignetteRadial"),
-                            ({51008: opcodes(4, 77, 0, 4)}, "FixBadPixelsConstant others")):
+                            ({51008: opcodes(4, 77, 0, 4)}, "FixBadPixelsConstant others"),
+                            ({51008: opcodes(*[1] * 1023, 3, 4)}, "WarpRectilinear FixVignetteRadial")):
             self.write("a.dng", dng(32, 24, [0] * 768, "rggb", more=lists))
             self.assertTrue(self.succeed("info", "a.dng").endswith(f", white 65535, not applied: {told}\n"))
         for nonsense in (opcodes(), (7, b"\xff" * 9), (7, b"abc"), opcodes(1, length=13), opcodes(1, length=2**32 - 1)):

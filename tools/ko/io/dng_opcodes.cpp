@@ -30,7 +30,8 @@ std::vector<Opcode> readOpcodes(LibRaw_abstract_datastream& stream, int size)
     std::vector<Opcode> opcodes;
     if (size < 4 || stream.read(bytes.data(), 4, 1) != 1)
         return opcodes;
-    std::uint32_t left = numberAt(0);
+    constexpr std::uint32_t mostOpcodes = 1024;  // what damaged files have more of only takes memory
+    std::uint32_t left = std::min(numberAt(0), mostOpcodes);
     for (std::int64_t rest = size - 4; left > 0 && rest >= headSize; --left) {
         bytes.fill(0);
         if (stream.read(bytes.data(), headSize, 1) != 1)

@@ -45,8 +45,9 @@ void DngTags::take(void* self, int tag, int type, int count, unsigned order, voi
     // Tags of the directories of a TIFF file come with the number of the directory above them, others without.
     const int directory = tag >> 20;
     if (directory != 0 && std::ranges::find(opcodeLists, tag & 0xffff) != opcodeLists.end()) {
-        static_cast<DngTags*>(self)->takeOpcodes(
-            tag & 0xffff, readOpcodes(*static_cast<LibRaw_abstract_datastream*>(stream), count));
+        const TagDirectory* const above = &static_cast<DngTags*>(self)->m_directories[directory];
+        static_cast<DngTags*>(self)->m_opcodes[{above, tag & 0xffff}] =
+            readOpcodes(*static_cast<LibRaw_abstract_datastream*>(stream), count);
         return;
     }
     const int size = sizeOf(type);
@@ -64,21 +65,26 @@ void DngTags::take(void* self, int tag, int type, int count, unsigned order, voi
         numbers.push_back(numberAt(&bytes[at], type, isLittle));
 }
 
-void DngTags::takeOpcodes(int list, const std::vector<Opcode>& opcodes)
+std::vector<Opcode> DngTags::opcodesOf(const TagDirectory& directory, int list) const
 {
-    for (const Opcode& opcode : opcodes)
-        if (const std::string name = nameOf(opcode); std::ranges::find(m_opcodes, name) == m_opcodes.end())
-            m_opcodes.push_back(name);
-    if (list == linearOpcodes)
-        m_linearOpcodes.insert(m_linearOpcodes.end(), opcodes.begin(), opcodes.end());
+    const auto found = m_opcodes.find({&directory, list});
+    return found != m_opcodes.end() ? found->second : std::vector<Opcode>{};
 }
 
 std::vector<std::string> DngTags::opcodes() const
 {
-    std::vector<std::string> names = m_opcodes;
+    std::vector<std::string> names;
     const TagDirectory* const directory = raw();
-    if (directory && ko::tool::hasAllColours(*directory) && firstOf(*directory, Compression, 1) == LossyJpeg)
-        std::erase(names, "MapPolynomial");
+    if (!directory)
+        return names;
+    // What makes samples linear is all that the list of such files has.
+    const bool isLinear =
+        ko::tool::hasAllColours(*directory) && firstOf(*directory, Compression, 1) == LossyJpeg;
+    for (const int list : opcodeLists)
+        for (const Opcode& opcode : opcodesOf(*directory, list))
+            if (const std::string name = nameOf(opcode);
+                !(isLinear && list == linearOpcodes) && std::ranges::find(names, name) == names.end())
+                names.push_back(name);
     return names;
 }
 
@@ -104,7 +110,7 @@ const TagDirectory* DngTags::raw() const
 std::string DngTags::obstacle() const
 {
     const TagDirectory* const directory = raw();
-    return directory ? obstacleOf(*directory, m_linearOpcodes) : "";
+    return directory ? obstacleOf(*directory, opcodesOf(*directory, linearOpcodes)) : "";
 }
 
 const TagDirectory* DngTags::ofSensor(int width, int height) const

@@ -9,8 +9,10 @@
 #include <libraw/libraw.h>
 
 #include <array>
+#include <map>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace ko::tool {
@@ -51,7 +53,7 @@ public:
     /// The part of a sensor of this size that pictures should show; null where the file tells none.
     QRect crop(int width, int height) const;
 
-    /// Names of the corrections that the file asks for and LibRaw does not make.
+    /// Names of the corrections that the file asks for in its samples and LibRaw does not make.
     std::vector<std::string> opcodes() const;
 
     /// Where the samples of a sensor of this size lie, all colours side by side; none where LibRaw finds them itself.
@@ -80,11 +82,12 @@ public:
 private:
     using Numbers = std::vector<double>;
 
-    void takeOpcodes(int list, const std::vector<Opcode>& opcodes);
     static void take(void* self, int tag, int type, int count, unsigned order, void* stream, INT64 base);
     /// That of the largest mosaic, or of the largest picture of a camera where there is no mosaic; none where the
     /// file is no DNG file.
     const TagDirectory* raw() const;
+    /// A list of corrections; empty where the directory has none.
+    std::vector<Opcode> opcodesOf(const TagDirectory& directory, int list) const;
     /// What any directory has of a tag.
     Numbers anywhere(int tag) const;
     /// The letters of it; empty where there are none.
@@ -94,8 +97,7 @@ private:
 
     bool m_isLittle = true;
     std::map<int, TagDirectory> m_directories;
-    std::vector<std::string> m_opcodes;
-    std::vector<Opcode> m_linearOpcodes;
+    std::map<std::pair<const TagDirectory*, int>, std::vector<Opcode>> m_opcodes;  ///< by directory and list
 };
 
 }  // namespace ko::tool

@@ -17,10 +17,12 @@ RawSamples::RawSamples(const Source& source, LibRaw& raw, const DngTags& tags, R
                           "holds all colours of every pixel in a way that is not supported in camera raws");
         m_channels = 3;
     }
-    // The tightest codecs of sensors need a bit for each sample, save for long runs of the same.
+    // The tightest codecs of sensors need a bit for each sample, save for long runs of the same. Lossy JPEG needs two
+    // for a block, and six blocks for three colours of 16 x 16 pixels: 1024 bytes of one.
     constexpr double bestRatio = 128;
+    constexpr double jpegRatio = 1024;
     requireRoom(source, {2.0 * m_channels * sizes.raw_width * sizes.raw_height,
-                         m_channels == 1 ? bestRatio : deflateRatio});
+                         m_channels == 1 ? bestRatio : jpegRatio});
     if (!tags.partsAreWhole(stream))
         throw Failure(source.name, "is damaged or cut short");
     if (tags.areMistaken(stream))
@@ -31,7 +33,7 @@ RawSamples::RawSamples(const Source& source, LibRaw& raw, const DngTags& tags, R
         decode(source, raw, stream, isDamaged);
     if (!m_first || sizes.top_margin + sizes.height > sizes.raw_height ||
         sizes.left_margin + sizes.width > sizes.raw_width)
-        throw Failure(source.name, "holds no mosaic");
+        throw Failure(source.name, "holds no samples that can be read");
 }
 
 void RawSamples::decode(const Source& source, LibRaw& raw, RawStream& stream, const bool& isDamaged)
