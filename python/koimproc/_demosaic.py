@@ -88,9 +88,10 @@ def demosaic(
     frame : Frame
         A mosaic: uint8 or uint16 with `bayer`, of shape (rows, columns).
     method : {"menon", "malvar", "linear", "half"}
-        "menon" interpolates along edges, the sharpest; "malvar" is a linear filter of 5 x 5, three times as fast and
-        nearly as good; "linear" takes means of the nearest samples, computed by NumPy, for comparison; "half" makes one pixel
-        of every 2 x 2 cell without interpolation, at half the size (odd last rows and columns are left out).
+        "menon" interpolates along edges, the sharpest; "malvar" is a linear filter of 5 x 5, three to five times as
+        fast and nearly as good; "linear" takes means of the nearest samples, computed by NumPy, for comparison; "half"
+        makes one pixel of every 2 x 2 cell without interpolation, at half the size (odd last rows and columns are left
+        out).
     out : array or Frame, optional
         Where the result goes: of the dtype of `frame` and shape (rows, columns, 3).
     threads : int, optional
