@@ -35,6 +35,44 @@ def flat_of_numpy(a, flat):
     return np.minimum(a / flat * flat.mean(), 4095).astype(a.dtype)
 
 
+def packed_by_numpy(samples):
+    low, high = samples[:, ::2], samples[:, 1::2]
+    triples = np.empty((len(samples), low.shape[1], 3), np.uint8)
+    triples[..., 0] = low
+    triples[..., 1] = low >> 8 | high << 4
+    triples[..., 2] = high >> 4
+    return triples.ravel()
+
+
+def unpacked_by_numpy(packed, shape):
+    triples = packed.reshape(shape[0], -1, 3).astype(np.uint16)
+    samples = np.empty(shape, np.uint16)
+    samples[:, ::2] = triples[..., 0] | (triples[..., 1] & 15) << 8
+    samples[:, 1::2] = triples[..., 1] >> 4 | triples[..., 2] << 4
+    return samples
+
+
+def balanced_by_numpy(mosaic, gains, top):
+    levels = mosaic.astype(np.float32)
+    for place, gain in enumerate(gains):
+        levels[place // 2::2, place % 2::2] *= gain
+    return np.minimum(levels + 0.5, top).astype(mosaic.dtype)
+
+
+def from_cameras(mosaic, bits):
+    """Rows of what a camera sends, for `large`."""
+    a, gains, top = np.asarray(mosaic), (2.1, 1.0, 1.0, 1.7), (1 << bits) - 1
+    table = {"white_balance": {"koimproc": lambda: ko.white_balance(mosaic, gains),
+                               "NumPy": lambda: balanced_by_numpy(a, gains, top)}}
+    if bits == 12:
+        packed = packed_by_numpy(a)
+        table["unpack BayerRG12p"] = {"koimproc": lambda: ko.unpack(packed, "BayerRG12p", a.shape),
+                                      "NumPy": lambda: unpacked_by_numpy(packed, a.shape)}
+        table["pack BayerRG12p"] = {"koimproc": lambda: ko.pack(mosaic, "BayerRG12p"),
+                                    "NumPy": lambda: packed_by_numpy(a)}
+    return table
+
+
 def large(bits):
     """Rows of 2048 x 2048: functions by library."""
     a = picture(SIDE, bits)
@@ -104,6 +142,7 @@ def large(bits):
             "OpenCV": lambda side=side, method=method: cv2.resize(a, (side, side), interpolation=method),
             "scikit-image": lambda side=side: skimage.transform.resize(a, (side, side), preserve_range=True,
                                                                        anti_aliasing=side < SIDE)}
+    table.update(from_cameras(mosaic, bits))
     table["demosaic, malvar (others bilinear)"] = {
         "koimproc": lambda: ko.demosaic(mosaic, "malvar"),
         "OpenCV": lambda: cv2.demosaicing(a, cv2.COLOR_BayerRGGB2RGB)}
