@@ -123,8 +123,11 @@ ResultCode stretchByTaps(const SxImageBuf& src, SxImageBuf& dst, const StretchRo
 {
     const StretchTable along(src.width, dst.width);
     const StretchTable across(src.height, dst.height);
+    std::optional<StretchBetween> between;
+    if (kernels.alongBetween != nullptr)
+        between = arrangeBetween(along, src.width, src.channels, kernels.lanesBetween);
     std::optional<StretchGather> gather;
-    if (kernels.alongByGather != nullptr)
+    if (!between && kernels.alongByGather != nullptr)
         gather = arrangeGather(along, src.width, src.channels, bytesPerSample(src.dataType));
     const int bands = apart ? bandsByConsent(workOn(dst, src).times(8)) : 1;
     const auto taps = static_cast<std::size_t>(across.mostTaps());
@@ -135,12 +138,15 @@ ResultCode stretchByTaps(const SxImageBuf& src, SxImageBuf& dst, const StretchRo
         const std::uint8_t** const rows = tapRows.data() + taps * static_cast<std::size_t>(band);
         const auto addPair = [&](std::int64_t first) noexcept {
             const std::int64_t second = std::min<std::int64_t>(first + 1, src.height - 1);
-            if (gather) {
-                kernels.alongByGather(rowOf(src, first), rowOf(src, second), window.row(first),
-                                      window.row(second), *gather);
+            const std::uint8_t *const src0 = rowOf(src, first), *const src1 = rowOf(src, second);
+            std::uint8_t *const dst0 = window.row(first), *const dst1 = window.row(second);
+            if (between) {
+                kernels.alongBetween(src0, src1, dst0, dst1, *between);
+            } else if (gather) {
+                kernels.alongByGather(src0, src1, dst0, dst1, *gather);
             } else {
-                for (const std::int64_t y : {first, second})
-                    kernels.alongByTable(rowOf(src, y), window.row(y), along, src.channels);
+                kernels.alongByTable(src0, dst0, along, src.channels);
+                kernels.alongByTable(src1, dst1, along, src.channels);
             }
         };
         std::int64_t next = begin == 0 ? 0 : firstOf(across.taps(begin));

@@ -3,13 +3,14 @@
 #include "base/image_view.h"
 
 #include <cstring>
+#include <optional>
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "filters/stretch_kernels.cpp"
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 // Compiled per target as well, hence behind Highway.
-#include "simd/vectors-inl.h"
+#include "filters/stretch_mix-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace ko {
@@ -53,46 +54,11 @@ void Across(const std::uint8_t* const* rows, std::span<const StretchTap> taps, s
 }
 
 template <class T>
-constexpr StretchRows rows{&AlongByTable<T>, nullptr, &Across<T>};
+constexpr StretchRows rows{&AlongByTable<T>, nullptr, nullptr, 0, &Across<T>};
 
 #else
 
 namespace hn = hwy::HWY_NAMESPACE;
-
-// 16-bit samples are made signed by moving them down by half their range. The weights sum to 65536, so the
-// weighted sums move by exactly 2^31, and the half range comes back after the shift.
-template <class D16>
-hn::Vec<D16> Centred(D16 d16, hn::Vec<hn::RebindToUnsigned<D16>> v)
-{
-    const hn::RebindToUnsigned<D16> du16;
-    return hn::BitCast(d16, hn::Xor(v, hn::Set(du16, 0x8000)));
-}
-
-template <class D16>
-hn::Vec<D16> LoadSigned(D16 d16, const std::uint8_t* src, std::uint8_t)
-{
-    return hn::PromoteTo(d16, hn::LoadU(hn::Rebind<std::uint8_t, D16>{}, src));
-}
-
-template <class D16>
-hn::Vec<D16> LoadSigned(D16 d16, const std::uint8_t* src, std::uint16_t)
-{
-    return Centred(d16, LoadAt(hn::RebindToUnsigned<D16>{}, src));
-}
-
-template <class D16>
-void StoreSigned(D16, hn::Vec<D16> v, std::uint8_t* dst, std::uint8_t)
-{
-    const hn::Rebind<std::uint8_t, D16> d8;
-    hn::StoreU(hn::DemoteTo(d8, v), d8, dst);
-}
-
-template <class D16>
-void StoreSigned(D16 d16, hn::Vec<D16> v, std::uint8_t* dst, std::uint16_t)
-{
-    const hn::RebindToUnsigned<D16> du16;
-    StoreAt(du16, hn::BitCast(du16, Centred(d16, hn::BitCast(du16, v))), dst);
-}
 
 /// sum + a * b over pairs of neighbouring lanes.
 template <class D32, class V16>
@@ -113,60 +79,16 @@ hn::Vec<D16> PairOfWeights(D16 d16, const StretchTap* taps)
     return hn::BitCast(d16, hn::Set(d32, taps[0].weight | (taps[1].weight << 16)));
 }
 
-/// Two rows with weights that sum to 65536: what an output row between two input rows is made of.
-struct RowPair {
-    const std::uint8_t* first;
-    const std::uint8_t* second;
-    std::uint32_t secondWeight;
-};
-
-/// The taps as a pair of rows; without rows where there are more than two.
-RowPair AsPair(const std::uint8_t* const* rows, std::span<const StretchTap> taps)
-{
-    RowPair pair{rows[0], rows[0], 0};
-    for (std::size_t i = 1; i < taps.size(); ++i) {
-        if (taps[i].weight == 0 || rows[i] == pair.first)
-            continue;
-        if (pair.secondWeight != 0 && rows[i] != pair.second)
-            return {nullptr, nullptr, 0};
-        pair.second = rows[i];
-        pair.secondWeight += static_cast<std::uint32_t>(taps[i].weight);
-    }
-    return pair;
-}
-
-// (a * (65536 - w) + b * w) >> 16 = a + ((b - a) * w >> 16) = b + ((b - a) * (w - 65536) >> 16). For bytes
-// b - a is signed and w or w - 65536 fits beside it; for 16-bit samples the smaller of a and b is the base
-// and the difference needs no sign.
-template <class D16>
-hn::Vec<D16> Mix(D16 d16, const std::uint8_t* a, const std::uint8_t* b, std::uint32_t weight, std::uint8_t)
-{
-    const auto first = LoadSigned(d16, a, std::uint8_t{});
-    const auto second = LoadSigned(d16, b, std::uint8_t{});
-    const auto rise = hn::MulHigh(hn::Sub(second, first), hn::Set(d16, static_cast<std::int16_t>(weight)));
-    return hn::Add(weight < 0x8000 ? first : second, rise);
-}
-
-template <class D16>
-hn::Vec<D16> Mix(D16 d16, const std::uint8_t* a, const std::uint8_t* b, std::uint32_t weight, std::uint16_t)
-{
-    const hn::RebindToUnsigned<D16> du16;
-    const auto first = LoadAt(du16, a);
-    const auto second = LoadAt(du16, b);
-    const auto base = hn::Min(first, second);
-    const auto weights =
-        hn::IfThenElse(hn::Eq(base, first), hn::Set(du16, static_cast<std::uint16_t>(weight)),
-                       hn::Set(du16, static_cast<std::uint16_t>(65536 - weight)));
-    const auto rise = hn::MulHigh(hn::Sub(hn::Max(first, second), base), weights);
-    return Centred(d16, hn::Add(base, rise));
-}
-
 template <class T>
-void AcrossPair(const RowPair& pair, std::uint8_t* dst, std::int64_t x)
+void AcrossTwo(const std::uint8_t* nearer, const std::uint8_t* farther, std::int16_t minusShare,
+               std::uint8_t* dst, std::int64_t x)
 {
     const hn::ScalableTag<std::int16_t> d16;
     const std::int64_t at = x * static_cast<std::int64_t>(sizeof(T));
-    StoreSigned(d16, Mix(d16, pair.first + at, pair.second + at, pair.secondWeight, T{}), dst + at, T{});
+    StoreSigned(d16,
+                Mix(d16, LoadSigned(d16, nearer + at, T{}), LoadSigned(d16, farther + at, T{}),
+                    hn::Set(d16, minusShare), T{}),
+                dst + at, T{});
 }
 
 template <class T>
@@ -193,11 +115,12 @@ void Across(const std::uint8_t* const* rows, std::span<const StretchTap> taps, s
             std::int64_t samples) noexcept
 {
     const auto step = static_cast<std::int64_t>(hn::Lanes(hn::ScalableTag<std::int16_t>{}));
-    const RowPair pair = AsPair(rows, taps);
-    const bool done =
-        pair.first != nullptr
-            ? InBlocks(0, samples, step, [&](std::int64_t x) HWY_ATTR { AcrossPair<T>(pair, dst, x); })
-            : InBlocks(0, samples, step, [&](std::int64_t x) HWY_ATTR { AcrossMany<T>(rows, taps, dst, x); });
+    const std::optional<StretchTwo> two = twoOf(taps);
+    const auto addTwo = [&](std::int64_t x) HWY_ATTR {
+        AcrossTwo<T>(rows[two->nearer], rows[two->farther], two->minusShare, dst, x);
+    };
+    const auto addMany = [&](std::int64_t x) HWY_ATTR { AcrossMany<T>(rows, taps, dst, x); };
+    const bool done = two ? InBlocks(0, samples, step, addTwo) : InBlocks(0, samples, step, addMany);
     if (!done)
         AcrossAny<T>(rows, taps, dst, samples);
 }
@@ -291,8 +214,66 @@ void AlongByGather(const std::uint8_t* src0, const std::uint8_t* src1, std::uint
         GatherRows<T, false>(src0, src1, dst0, dst1, gather);
 }
 
+#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX3
+
+/// Vectors from which this processor takes any lanes in one step.
+using LanesBetween = hn::CappedTag<std::int16_t, StretchBetweenGroup::mostLanes>;
+using Places = hn::Vec<LanesBetween>;
+
+Places LoadPlaces(LanesBetween d16, const std::int16_t* places)
+{
+    return hn::Load(d16, places);
+}
+
+hn::Vec<LanesBetween> TakeLanes(hn::Vec<LanesBetween> v, Places places)
+{
+    return hn::Vec<LanesBetween>{_mm512_permutexvar_epi16(places.raw, v.raw)};
+}
+
+#else
+
+using LanesBetween = hn::CappedTag<std::int16_t, 8>;
+using Places = hn::Vec<hn::Repartition<std::uint8_t, LanesBetween>>;
+
+/// Both bytes of each lane.
+Places LoadPlaces(LanesBetween d16, const std::int16_t* places)
+{
+    const auto lower = hn::Mul(hn::Load(d16, places), hn::Set(d16, 0x0202));
+    return hn::BitCast(hn::Repartition<std::uint8_t, LanesBetween>(), hn::Add(lower, hn::Set(d16, 0x0100)));
+}
+
+hn::Vec<LanesBetween> TakeLanes(hn::Vec<LanesBetween> v, Places places)
+{
+    return hn::BitCast(LanesBetween(), hn::TableLookupBytes(v, places));
+}
+
+#endif
+
 template <class T>
-constexpr StretchRows rows{&AlongByTable<T>, &AlongByGather<T>, &Across<T>};
+void AlongBetween(const std::uint8_t* src0, const std::uint8_t* src1, std::uint8_t* dst0, std::uint8_t* dst1,
+                  const StretchBetween& between) noexcept
+{
+    const LanesBetween d16;
+    constexpr std::int64_t size = sizeof(T);
+    for (const StretchBetweenGroup& group : between.groups) {
+        const auto nearer = LoadPlaces(d16, group.nearer);
+        const auto farther = LoadPlaces(d16, group.farther);
+        const auto minusShares = hn::Load(d16, group.minusShares);
+        const auto mix = [&](const std::uint8_t* src, std::uint8_t* dst) HWY_ATTR {
+            const auto samples = LoadSigned(d16, src + group.from * size, T{});
+            // What a group writes behind its own results, the next one writes again.
+            StoreSigned(d16,
+                        Mix(d16, TakeLanes(samples, nearer), TakeLanes(samples, farther), minusShares, T{}),
+                        dst + group.to * size, T{});
+        };
+        mix(src0, dst0);
+        mix(src1, dst1);
+    }
+}
+
+template <class T>
+constexpr StretchRows rows{&AlongByTable<T>, &AlongByGather<T>, &AlongBetween<T>,
+                           static_cast<std::int64_t>(hn::MaxLanes(LanesBetween{})), &Across<T>};
 
 #endif
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "base/kernel_tables.h"
+#include "filters/stretch_between.h"
 #include "filters/stretch_gather.h"
 #include "filters/stretch_table.h"
 
@@ -19,6 +20,10 @@ using StretchAlongRow = void (*)(const std::uint8_t* src, std::uint8_t* dst, con
 using StretchGatherRows = void (*)(const std::uint8_t* src0, const std::uint8_t* src1, std::uint8_t* dst0,
                                    std::uint8_t* dst1, const StretchGather& gather) noexcept;
 
+/// The same where each result lies between two samples.
+using StretchBetweenRows = void (*)(const std::uint8_t* src0, const std::uint8_t* src1, std::uint8_t* dst0,
+                                    std::uint8_t* dst1, const StretchBetween& between) noexcept;
+
 /// One output row of the pass across rows: `samples` samples, `rows[i]` weighted by `taps[i].weight`.
 using StretchAcrossRows = void (*)(const std::uint8_t* const* rows, std::span<const StretchTap> taps,
                                    std::uint8_t* dst, std::int64_t samples) noexcept;
@@ -26,6 +31,8 @@ using StretchAcrossRows = void (*)(const std::uint8_t* const* rows, std::span<co
 struct StretchRows {
     StretchAlongRow alongByTable;
     StretchGatherRows alongByGather;  ///< null where this processor has no use for it
+    StretchBetweenRows alongBetween;  ///< null likewise
+    std::int64_t lanesBetween;        ///< that `alongBetween` wants to be arranged for
     StretchAcrossRows across;
 };
 

@@ -32,6 +32,24 @@ void fillTent(std::vector<std::uint32_t>& weights, double half, double fraction)
 
 }  // namespace
 
+std::optional<StretchTwo> twoOf(std::span<const StretchTap> taps) noexcept
+{
+    std::size_t second = 0;
+    std::int32_t weight = 0;
+    for (std::size_t i = 1; i < taps.size(); ++i) {
+        if (taps[i].weight == 0 || taps[i].index == taps[0].index)
+            continue;
+        if (weight != 0 && taps[i].index != taps[second].index)
+            return std::nullopt;
+        second = i;
+        weight += taps[i].weight;
+    }
+    constexpr auto all = static_cast<std::int32_t>(one);
+    if (weight <= all / 2)
+        return StretchTwo{0, second, static_cast<std::int16_t>(-weight)};
+    return StretchTwo{second, 0, static_cast<std::int16_t>(weight - all)};
+}
+
 StretchTable::StretchTable(std::int64_t inputs, std::int64_t outputs)
 {
     const double scale = static_cast<double>(inputs) / static_cast<double>(outputs);

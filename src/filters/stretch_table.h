@@ -1,7 +1,9 @@
 // Which input positions make up each output position of one pass of Stretch.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -14,8 +16,18 @@ struct StretchTap {
     std::int32_t weight;
 };
 
+/// Two input positions that an output position lies between, by the places of their taps.
+struct StretchTwo {
+    std::size_t nearer, farther;
+    /// What the farther one weighs, 0...32768, with a minus sign. It is 0 only where both are the same.
+    std::int16_t minusShare;
+};
+
+/// Taps as two input positions; nothing where they name more.
+std::optional<StretchTwo> twoOf(std::span<const StretchTap> taps) noexcept;
+
 /// The taps of every output position of one pass. The number of taps of a position is even, their weights sum
-/// to 65536 and their indices lie inside the input.
+/// to 65536, the first one weighs something, and their indices lie inside the input.
 class StretchTable {
 public:
     StretchTable(std::int64_t inputs, std::int64_t outputs);

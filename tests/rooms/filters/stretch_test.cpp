@@ -304,6 +304,8 @@ TEST(StretchTargets, EqualTheTwinForLargeRatios)
             compareWithTwin({5, 900, 700, 2, channels, type});
             compareWithTwin({640, 480, 479, 359, channels, type});
             compareWithTwin({300, 220, 409, 301, channels, type});
+            compareWithTwin({300, 20, 301, 21, channels, type});
+            compareWithTwin({100, 9, 300, 27, channels, type});  // results halfway between two samples
         }
     }
 }
