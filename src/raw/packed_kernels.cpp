@@ -42,6 +42,7 @@ struct Unpacker {
     const UnpackTable& table;
 };
 
+template <bool>
 struct Packer {
     Packer(const PackTable& t, std::uint16_t highest) : table(t), top(highest) {}
 
@@ -55,7 +56,7 @@ struct Packer {
             strings[i / 4] |= std::uint64_t{sample & table.lowMask} << (i % 4 * table.lowField);
             highs[i] = sample >> table.highShift;
         }
-        for (std::size_t j = 0; j < vectorBytes; ++j) {
+        for (std::size_t j = 0; j < static_cast<std::size_t>(table.blockBytes); ++j) {
             const unsigned high = table.high[j], low = table.low[j];
             packed[j] = static_cast<std::uint8_t>((high == noByte ? 0 : highs[high / 2]) |
                                                   (low == noByte ? 0 : strings[low / 8] >> low % 8 * 8));
@@ -80,6 +81,22 @@ std::int64_t BlocksOf(D d)
 using OneBlock = hn::Full128<std::uint16_t>;
 using TwoBlocks = hn::CappedTag<std::uint16_t, 2 * blockSamples>;
 
+#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX3_DL
+
+/// Bytes are taken from anywhere in four blocks, and packed ones come out without gaps.
+using PackedTogether = hn::CappedTag<std::uint16_t, 4 * blockSamples>;
+
+VecOf<PackedTogether> Shuffled(PackedTogether d, VecOf<PackedTogether> v, VecOf<PackedTogether> indices)
+{
+    const hn::Repartition<std::uint8_t, PackedTogether> bytes;
+    const VecOf<decltype(bytes)> taken{_mm512_permutexvar_epi8(indices.raw, v.raw)};
+    return hn::BitCast(d, hn::IfThenZeroElse(hn::MaskFromVec(hn::BitCast(bytes, indices)), taken));
+}
+
+#else
+using PackedTogether = TwoBlocks;
+#endif
+
 /// 16 bytes from each of the blocks, which are `step` bytes apart.
 template <class D>
 VecOf<D> LoadBlocks(D d, const std::uint8_t* from, std::int64_t step)
@@ -96,7 +113,7 @@ VecOf<D> LoadBlocks(D d, const std::uint8_t* from, std::int64_t step)
 template <class D>
 void StoreBlocks(D d, VecOf<D> v, std::uint8_t* to, std::int64_t step)
 {
-    if constexpr (hn::MaxLanes(D()) == blockSamples) {
+    if constexpr (hn::MaxLanes(D()) != 2 * blockSamples) {
         StoreAt(d, v, to);
     } else {
         const hn::Half<D> half;
@@ -147,47 +164,73 @@ struct UnpackerOf {
     std::int64_t step;
 };
 
-template <class D>
+/// `HasHighs` as in the table.
+template <class D, bool HasHighs>
 struct PackerOf {
+    using Pairs = hn::RepartitionToWide<D>;
+    using Fours = hn::RepartitionToWide<Pairs>;
+    /// Blocks come out without gaps.
+    static constexpr bool isDense = hn::MaxLanes(D()) == 4 * blockSamples;
+
     PackerOf(const PackTable& table, std::uint16_t highest)
-        : low(InEveryBlock(d, table.low)),
-          high(InEveryBlock(d, table.high)),
+        : low(IndicesIn(table.low)),
+          high(IndicesIn(table.high)),
           lowMask(hn::Set(d, table.lowMask)),
           top(hn::Set(d, highest)),
-          lowField(table.lowField),
-          highShift(table.highShift),
+          pairFactors(hn::BitCast(d, hn::Set(Pairs(), 1U | 1U << (16 + table.lowField)))),
+          highFactor(hn::Set(d, static_cast<std::uint16_t>(1U << (16 - table.highShift)))),
+          moved(hn::BitCast(d, hn::Set(Pairs(), 0U - (1U << 2 * table.lowField)))),
           step(table.blockBytes)
     {
     }
 
-    /// The fields of four words side by side in 8 bytes.
+    VecOf<D> IndicesIn(const std::array<std::uint8_t, 64>& indices) const
+    {
+        if constexpr (isDense) {
+            return LoadAt(d, indices.data());
+        } else {
+            std::array<std::uint8_t, vectorBytes> first;
+            std::memcpy(first.data(), indices.data(), first.size());
+            return InEveryBlock(d, first);
+        }
+    }
+
+    /// The fields of four words side by side in 8 bytes. Fields have at most 14 bits.
     VecOf<D> Strings(VecOf<D> words) const
     {
-        const hn::RepartitionToWide<D> d32;
-        const hn::RepartitionToWide<decltype(d32)> d64;
-        const auto pairs = hn::BitCast(d32, words);
-        const auto joined = hn::Or(hn::And(pairs, hn::Set(d32, 0xFFFF)),
-                                   hn::ShiftLeftSame(hn::ShiftRight<16>(pairs), lowField));
-        const auto fours = hn::BitCast(d64, joined);
-        return hn::BitCast(d, hn::Or(hn::And(fours, hn::Set(d64, 0xFFFFFFFF)),
-                                     hn::ShiftLeftSame(hn::ShiftRight<32>(fours), 2 * lowField)));
+        const hn::RebindToSigned<D> d16;
+        const hn::RebindToSigned<Pairs> d32;
+        auto none = hn::Zero(d32);
+        const auto pairs = hn::ReorderWidenMulAccumulate(d32, hn::BitCast(d16, words),
+                                                         hn::BitCast(d16, pairFactors), hn::Zero(d32), none);
+        const auto fours = hn::BitCast(Fours(), hn::RearrangeToOddPlusEven(pairs, none));
+        // The upper half moves down to the end of the lower one.
+        const auto uppers = hn::BitCast(Pairs(), hn::ShiftRight<32>(fours));
+        return hn::BitCast(d, hn::Sub(fours, hn::MulEven(uppers, hn::BitCast(Pairs(), moved))));
+    }
+
+    VecOf<D> Packed(const std::uint8_t* samples) const
+    {
+        const auto words = hn::Min(LoadAt(d, samples), top);
+        if constexpr (!HasHighs)
+            return Shuffled(d, Strings(words), low);
+        const auto highs = Shuffled(d, hn::MulHigh(words, highFactor), high);
+        return hn::Or(highs, Shuffled(d, Strings(hn::And(words, lowMask)), low));
     }
 
     void Block(const std::uint8_t* samples, std::uint8_t* packed) const
     {
-        const auto words = hn::Min(LoadAt(d, samples), top);
-        const auto highs = Shuffled(d, hn::ShiftRightSame(words, highShift), high);
-        StoreBlocks(d, hn::Or(highs, Shuffled(d, Strings(hn::And(words, lowMask)), low)), packed, step);
+        StoreBlocks(d, Packed(samples), packed, step);
     }
 
     D d;
-    VecOf<D> low, high, lowMask, top;
-    int lowField, highShift;
+    VecOf<D> low, high, lowMask, top, pairFactors, highFactor, moved;
     std::int64_t step;
 };
 
 using Unpacker = UnpackerOf<OneBlock>;
-using Packer = PackerOf<OneBlock>;
+template <bool HasHighs>
+using Packer = PackerOf<OneBlock, HasHighs>;
 
 #endif
 
@@ -215,19 +258,22 @@ void Unpack(const std::uint8_t* packed, std::int64_t rowBytes, std::uint8_t* sam
     }
 }
 
-void Pack(const std::uint8_t* samples, std::int64_t width, std::uint8_t* packed, std::int64_t rowBytes,
-          const PackTable& table, std::uint16_t top) noexcept
+template <bool HasHighs>
+void PackRow(const std::uint8_t* samples, std::int64_t width, std::uint8_t* packed, std::int64_t rowBytes,
+             const PackTable& table, std::uint16_t top)
 {
     const std::int64_t step = table.blockBytes;
     std::int64_t x = 0, at = 0;
 #if HWY_TARGET != HWY_SCALAR
-    const PackerOf<TwoBlocks> many(table, top);
-    const std::int64_t blocks = BlocksOf(TwoBlocks());
-    for (; at + (blocks - 1) * step + vectorBytes <= rowBytes && x + blocks * blockSamples <= width;
+    using Many = PackerOf<PackedTogether, HasHighs>;
+    const Many many(table, top);
+    const std::int64_t blocks = BlocksOf(PackedTogether());
+    const std::int64_t written = Many::isDense ? blocks * vectorBytes : (blocks - 1) * step + vectorBytes;
+    for (; at + written <= rowBytes && x + blocks * blockSamples <= width;
          x += blocks * blockSamples, at += blocks * step)
         many.Block(samples + x * sampleBytes, packed + at);
 #endif
-    const Packer one(table, top);
+    const Packer<HasHighs> one(table, top);
     for (; at + vectorBytes <= rowBytes && x + blockSamples <= width; x += blockSamples, at += step)
         one.Block(samples + x * sampleBytes, packed + at);
     for (; x < width; x += blockSamples, at += step) {
@@ -237,6 +283,15 @@ void Pack(const std::uint8_t* samples, std::int64_t width, std::uint8_t* packed,
         one.Block(words, bytes);
         std::memcpy(packed + at, bytes, static_cast<std::size_t>(std::min(step, rowBytes - at)));
     }
+}
+
+void Pack(const std::uint8_t* samples, std::int64_t width, std::uint8_t* packed, std::int64_t rowBytes,
+          const PackTable& table, std::uint16_t top) noexcept
+{
+    if (table.hasHighs)
+        PackRow<true>(samples, width, packed, rowBytes, table, top);
+    else
+        PackRow<false>(samples, width, packed, rowBytes, table, top);
 }
 
 /// Runs `operation` on every sample of a row.

@@ -89,9 +89,10 @@ constexpr UnpackTable unpackTable(const PackedGroup& group) noexcept
 
 /// A block of bytes is made of the samples shifted right by `highShift`, and of strings of bits: the low bits
 /// of four samples each, `lowField` bits apart, in 8 bytes. Byte j is byte high[j] of the ones or'ed with
-/// byte low[j] of the others.
+/// byte low[j] of the others. The tables go on for four blocks, the bytes of each without gaps behind the last.
 struct PackTable {
-    std::array<std::uint8_t, 16> low, high;
+    std::array<std::uint8_t, 64> low, high;
+    bool hasHighs;  ///< not all bits are in the strings
     int lowField, highShift;
     std::uint16_t lowMask;
     int blockBytes;
@@ -103,6 +104,7 @@ constexpr PackTable packTable(const PackedGroup& group) noexcept
     table.low.fill(noByte);
     table.high.fill(noByte);
     table.blockBytes = blockSamples / group.samples * group.bytes;
+    table.hasHighs = group.highStep != 0;
     table.lowField = group.lowField;
     table.highShift = group.bits - 8;
     table.lowMask =
@@ -119,6 +121,14 @@ constexpr PackTable packTable(const PackedGroup& group) noexcept
             table.low[static_cast<std::size_t>(low)] =
                 static_cast<std::uint8_t>(first / 4 * 8 + first % 4 * group.lowField / 8 + byte);
         }
+    }
+    for (int byte = table.blockBytes; byte < 4 * table.blockBytes; ++byte) {
+        const auto at = static_cast<std::size_t>(byte);
+        const auto before = static_cast<std::size_t>(byte - table.blockBytes);
+        for (auto* const indices : {&table.low, &table.high})
+            (*indices)[at] = (*indices)[before] == noByte
+                                 ? noByte
+                                 : static_cast<std::uint8_t>((*indices)[before] + 2 * blockSamples);
     }
     return table;
 }
