@@ -185,7 +185,8 @@ def develop(
 ) -> Frame:
     """Turn a raw mosaic into a picture to look at: black level, white balance, colours, and the curve of sRGB.
 
-    The colours are those of the sensor, without the matrix of the camera. The tool's `ko develop` applies that too.
+    The colours are those of the sensor, without the matrix of the camera, and corrections that a DNG file asks for are
+    not applied. The tool's `ko develop` applies the matrix and the corrections that `ko info` names.
 
     Parameters
     ----------

@@ -382,20 +382,6 @@ class Raw(ToolTest):
         self.write("a.dng", dng(40, 30, [0] * 1200, "rggb", area=(4, 6, 28, 38), maker=b"SONY", more=tags))
         self.assertIn(", crop 3,2,20,16,", self.succeed("info", "a.dng"))
 
-    def test_info_names_the_corrections_that_nothing_applies(self):
-        def opcodes(*numbers, length=12):
-            return (7, struct.pack(">I", len(numbers)) + b"".join(
-                struct.pack(">IIII", number, 0x01030000, 1, length) + b"\0" * 12 for number in numbers))
-
-        for lists, told in (({51009: opcodes(9, 9), 51022: opcodes(1, 3)}, "GainMap WarpRectilinear FixVignetteRadial"),
-                            ({51008: opcodes(4, 77, 0, 4)}, "FixBadPixelsConstant others"),
-                            ({51008: opcodes(*[1] * 1023, 3, 4)}, "WarpRectilinear FixVignetteRadial")):
-            self.write("a.dng", dng(32, 24, [0] * 768, "rggb", more=lists))
-            self.assertTrue(self.succeed("info", "a.dng").endswith(f", white 65535, not applied: {told}\n"))
-        for nonsense in (opcodes(), (7, b"\xff" * 9), (7, b"abc"), opcodes(1, length=13), opcodes(1, length=2**32 - 1)):
-            self.write("a.dng", dng(32, 24, [0] * 768, "rggb", more={51009: nonsense}))
-            self.assertTrue(self.succeed("info", "a.dng").endswith(", white 65535\n"), nonsense)
-
     def test_programs_are_told_white_and_gains(self):
         def told():
             report = json.loads(self.succeed("info", "--json", "a.dng"))

@@ -1,6 +1,7 @@
 // ko develop: from mosaics to pictures that people look at.
 #include "cli/failure.h"
 #include "commands/balance.h"
+#include "commands/correction.h"
 #include "commands/demosaicer.h"
 #include "commands/operations.h"
 #include "commands/rendering.h"
@@ -18,7 +19,7 @@ namespace ko::tool {
 namespace {
 
 /// Where a thing is taken from.
-enum From { Best, Camera, GrayWorld, Nothing };
+enum From { Best, Camera, GrayWorld, File, Nothing };
 
 struct Options {
     ExBayerGrid grid = BayerNone;
@@ -28,6 +29,7 @@ struct Options {
     From balance = Best;
     std::vector<double> gains;
     From matrix = Best;
+    From corrections = File;
     Curve curve = SrgbCurve;
     std::optional<double> exposure;
     std::optional<double> percent;
@@ -118,6 +120,27 @@ QRect cropFor(const SxImageBuf& mosaic, const Options& options, const Sensor* se
     return {part.x() / 2, part.y() / 2, part.width() / 2, part.height() / 2};
 }
 
+/// What is to be done to this picture; null for nothing.
+const Corrections* correctionsFor(const SxImageBuf& samples, const Options& options, const Sensor* sensor)
+{
+    if (!sensor || !sensor->corrections || options.corrections == Nothing)
+        return nullptr;
+    if (!sensor->corrections->applied.empty() && sensor->size != QSize(samples.width, samples.height))
+        throw std::runtime_error("has been cut before, so the corrections of its file have no place; "
+                                 "--corrections none does without");
+    warnOf(*sensor->corrections);
+    return sensor->corrections.get();
+}
+
+/// The samples as corrected, and their levels. They have 16 bits, so that samples of few bits keep parts of levels.
+Image corrected(const SxImageBuf& samples, const Corrections& corrections, Levels& levels)
+{
+    Image light = balanced(samples, levels, {1, 1, 1, 1});
+    levels = {0, 65535};
+    multiply(light, corrections.linear, corrections, LinearCurve, 1);
+    return light;
+}
+
 Image develop(const Image& picture, const Options& options, Demosaicer& demosaicer, Frame& frame)
 {
     const bool isMono = isMonochrome(picture, options, frame.sensor);
@@ -130,9 +153,9 @@ Image develop(const Image& picture, const Options& options, Demosaicer& demosaic
     std::optional<Image> words;
     if (given.dataType == UInt8)
         words = inWords(given);
-    const SxImageBuf& samples = words ? **words : given;
-    const Levels levels = levelsOf(samples, options, frame.sensor);
-    const QRect crop = cropFor(samples, options, frame.sensor);
+    const Corrections* const corrections = correctionsFor(given, options, frame.sensor);
+    const QRect crop = cropFor(given, options, frame.sensor);
+    Levels levels = levelsOf(given, options, frame.sensor);
     Rendering rendering{{},
                         std::exp2(options.exposure.value_or(0)),
                         options.curve,
@@ -140,6 +163,9 @@ Image develop(const Image& picture, const Options& options, Demosaicer& demosaic
     Frame inner;  // whose times are part of all
     std::optional<Image> result;
     timed(frame, [&] {
+        if (corrections && !corrections->linear.empty())
+            words = corrected(words ? **words : given, *corrections, levels);
+        const SxImageBuf& samples = words ? **words : given;
         const Gains gains = isMono ? Gains{1, 1, 1, 1} : gainsFor(samples, levels, options, frame.sensor);
         if (!isMono)
             rendering.matrix = matrixFor(gains, options, frame.sensor);
@@ -147,6 +173,9 @@ Image develop(const Image& picture, const Options& options, Demosaicer& demosaic
         encode(light, rendering.curve);
         if (isMosaic)
             light = demosaicer.run(*light, wholeOf(*light), "; another --method takes it", inner);
+        if (corrections)
+            multiply(light, corrections->colours, *corrections, rendering.curve,
+                     options.method == Half ? 2 : 1);
         if (!crop.isEmpty())
             light = cropOf(light, crop);
         if (options.percent)
@@ -180,6 +209,8 @@ const Operation developOperation{
                         "as bright as this percentage of the pixels in white allows");
         settings.whole("bits", options->bits, {8, 16},
                        "of the result, 8 or 16; if not given 8, with --curve linear 16");
+        settings.choice("corrections", options->corrections, {{"file", File}, {"none", Nothing}},
+                        "those that a DNG file asks for, or none; file if not given");
         settings.flag("crop", options->isCropped,
                       "the part that the camera's own picture shows, where the file tells it");
         settings.choice("grid", options->grid, gridWords(), "mosaic pattern, instead of what the file says");

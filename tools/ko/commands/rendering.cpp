@@ -73,21 +73,33 @@ private:
     std::array<std::array<float, Channels>, Channels> m_weights{};
 };
 
+/// The levels of the curve for light of 16 bits, and one more for what lies between the last and none.
+std::vector<float> levelsFor(Curve curve, int top)
+{
+    std::vector<float> levels = tableOf(encoded, curve, top);
+    levels.push_back(levels.back());
+    return levels;
+}
+
+/// That of light, rounded.
+std::uint32_t levelAt(const std::vector<float>& levels, float light)
+{
+    const auto level = static_cast<std::size_t>(light);
+    const float part = light - static_cast<float>(level);
+    return static_cast<std::uint32_t>(levels[level] + part * (levels[level + 1] - levels[level]) + 0.5F);
+}
+
 template <class T, std::size_t Channels>
 void renderRows(const Image& colours, const Rendering& rendering, Image& result)
 {
     const Light<Channels> light(rendering, rendering.gain);
-    std::vector<float> levels = tableOf(encoded, rendering.curve, (1 << rendering.bits) - 1);
-    levels.push_back(levels.back());  // for what lies between the last level and none
+    const std::vector<float> levels = levelsFor(rendering.curve, (1 << rendering.bits) - 1);
     for (int y = 0; y < colours->height; ++y) {
         const std::uint16_t* from = rowOf<std::uint16_t>(colours, y);
         T* to = rowOf<T>(result, y);
         for (int x = 0; x < colours->width; ++x, from += Channels)
-            for (const float colour : light.of(from)) {
-                const auto level = static_cast<std::size_t>(colour);
-                const float part = colour - static_cast<float>(level);
-                *to++ = static_cast<T>(levels[level] + part * (levels[level + 1] - levels[level]) + 0.5F);
-            }
+            for (const float colour : light.of(from))
+                *to++ = static_cast<T>(levelAt(levels, colour));
     }
 }
 
@@ -124,6 +136,18 @@ void encode(Image& samples, Curve curve)
         for (std::uint16_t *sample = rowOf<std::uint16_t>(samples, y), *const end = sample + width;
              sample < end; ++sample)
             *sample = static_cast<std::uint16_t>(levels[*sample] + 0.5F);
+}
+
+Brightener::Brightener(Curve curve)
+    : m_light(tableOf(decoded, curve, white)), m_levels(levelsFor(curve, white))
+{
+}
+
+std::uint16_t Brightener::operator()(std::uint16_t sample, float gain) const
+{
+    if (sample == white)
+        return white;
+    return static_cast<std::uint16_t>(levelAt(m_levels, std::min(m_light[sample] * gain, float{white})));
 }
 
 double automaticGain(const Image& colours, const Rendering& rendering, double percent)

@@ -4,7 +4,9 @@
 #include "io/image.h"
 #include "io/sensor.h"
 
+#include <cstdint>
 #include <optional>
+#include <vector>
 
 namespace ko::tool {
 
@@ -24,6 +26,19 @@ double encoded(double light, Curve curve);
 /// Gives linear samples of 16 bits the levels of the curve. What is then interpolated between neighbours lies
 /// between them as people see it; in proportion to light, bright neighbours outweigh dark ones.
 void encode(Image& samples, Curve curve);
+
+/// Multiplies the light of samples of 16 bits that have the levels of a curve.
+class Brightener {
+public:
+    explicit Brightener(Curve curve);
+
+    /// White stays white: where the sensor has clipped, no colour may become less than the others.
+    std::uint16_t operator()(std::uint16_t sample, float gain) const;
+
+private:
+    std::vector<float> m_light;
+    std::vector<float> m_levels;
+};
 
 /// The gain that makes the brightest colour of all pixels but `percent` white; at least 1. The colours are
 /// those of `rendered`.

@@ -33,10 +33,10 @@ bool mapsEveryColour(const TagDirectory& directory, const std::vector<Opcode>& c
     if (corrections.size() != 3)
         return false;
     for (std::uint32_t colour = 0; colour < 3; ++colour) {
-        const auto& [number, area, plane, planes, pitches] = corrections[colour];
-        if (number != MapPolynomial || plane != colour || planes != 1 || area[0] != 0 || area[1] != 0 ||
-            area[2] < firstOf(directory, Height, 0) || area[3] < firstOf(directory, Width, 0) ||
-            pitches[0] != 1 || pitches[1] != 1)
+        const Opcode& map = corrections[colour];
+        if (map.number != MapPolynomialCode || map.plane != colour || map.planes != 1 || map.area[0] != 0 ||
+            map.area[1] != 0 || map.area[2] < firstOf(directory, Height, 0) ||
+            map.area[3] < firstOf(directory, Width, 0) || map.pitches[0] != 1 || map.pitches[1] != 1)
             return false;
     }
     return true;

@@ -17,7 +17,7 @@ std::string nameOf(const Opcode& opcode)
     return opcode.number >= 1 && opcode.number <= names.size() ? names[opcode.number - 1] : "others";
 }
 
-std::vector<Opcode> readOpcodes(LibRaw_abstract_datastream& stream, int size)
+OpcodeList readOpcodes(LibRaw_abstract_datastream& stream, int size)
 {
     // Whatever the byte order of the file, lists have the upper byte first: a count, and of each correction its number,
     // a version, flags, and the length of what follows.
@@ -27,28 +27,33 @@ std::vector<Opcode> readOpcodes(LibRaw_abstract_datastream& stream, int size)
     const auto numberAt = [&bytes](std::size_t place) {
         return static_cast<std::uint32_t>(wholeAt(&bytes[4 * place], 4, false));
     };
-    std::vector<Opcode> opcodes;
+    OpcodeList list{{}, true};
     if (size < 4 || stream.read(bytes.data(), 4, 1) != 1)
-        return opcodes;
+        return list;
     constexpr std::uint32_t mostOpcodes = 1024;  // what damaged files have more of only takes memory
-    std::uint32_t left = std::min(numberAt(0), mostOpcodes);
-    for (std::int64_t rest = size - 4; left > 0 && rest >= headSize; --left) {
+    const std::uint32_t count = numberAt(0);
+    for (std::int64_t rest = size - 4; list.opcodes.size() < std::min(count, mostOpcodes);) {
         bytes.fill(0);
-        if (stream.read(bytes.data(), headSize, 1) != 1)
-            break;
-        const std::int64_t length = numberAt(3);
-        rest -= headSize + length;
-        const std::size_t body = std::min<std::size_t>(static_cast<std::size_t>(length), mostBody);
+        if (rest < headSize || stream.read(bytes.data(), headSize, 1) != 1)
+            return list;
+        const std::uint32_t length = numberAt(3);
+        const std::int64_t place = stream.tell();
+        rest -= headSize + std::int64_t{length};
+        const std::size_t body = std::min<std::size_t>(length, mostBody);
         if (rest < 0 || (body > 0 && stream.read(&bytes[headSize], body, 1) != 1) ||
-            stream.seek(length - static_cast<std::int64_t>(body), SEEK_CUR) != 0)
-            break;
-        opcodes.push_back({numberAt(0),
-                           {numberAt(4), numberAt(5), numberAt(6), numberAt(7)},
-                           numberAt(8),
-                           numberAt(9),
-                           {numberAt(10), numberAt(11)}});
+            stream.seek(place + length, SEEK_SET) != 0)
+            return list;
+        list.opcodes.push_back({numberAt(0),
+                                (numberAt(2) & 1) != 0,
+                                place,
+                                length,
+                                {numberAt(4), numberAt(5), numberAt(6), numberAt(7)},
+                                numberAt(8),
+                                numberAt(9),
+                                {numberAt(10), numberAt(11)}});
     }
-    return opcodes;
+    list.isDamaged = count > mostOpcodes;
+    return list;
 }
 
 }  // namespace ko::tool

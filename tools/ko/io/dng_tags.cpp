@@ -19,6 +19,11 @@ constexpr int mostNumbers = 65536;  ///< no side of a sensor has more pixels
 
 constexpr std::size_t longestName = 64;  ///< of makers and models, of which damaged files have any
 
+int sideOf(double number)
+{
+    return static_cast<int>(std::min<std::int64_t>(wholeOf(number), mostNumbers));
+}
+
 }  // namespace
 
 int BlackLevels::at(int x, int y, int colour) const
@@ -44,20 +49,21 @@ void DngTags::take(void* self, int tag, int type, int count, unsigned order, voi
 {
     // Tags of the directories of a TIFF file come with the number of the directory above them, others without.
     const int directory = tag >> 20;
-    if (directory != 0 && std::ranges::find(opcodeLists, tag & 0xffff) != opcodeLists.end()) {
+    const int number = tag & 0xffff;
+    if (directory != 0 && (number == rawOpcodes || number == linearOpcodes || number == colourOpcodes)) {
         const TagDirectory* const above = &static_cast<DngTags*>(self)->m_directories[directory];
-        static_cast<DngTags*>(self)->m_opcodes[{above, tag & 0xffff}] =
+        static_cast<DngTags*>(self)->m_opcodes[{above, number}] =
             readOpcodes(*static_cast<LibRaw_abstract_datastream*>(stream), count);
         return;
     }
     const int size = sizeOf(type);
     if (directory == 0 || size == 0 || count < 1 || count > mostNumbers ||
-        std::ranges::find(wanted, tag & 0xffff) == wanted.end())
+        std::ranges::find(wanted, number) == wanted.end())
         return;
     std::vector<std::uint8_t> bytes(static_cast<std::size_t>(count) * static_cast<std::size_t>(size));
     if (static_cast<LibRaw_abstract_datastream*>(stream)->read(bytes.data(), bytes.size(), 1) != 1)
         return;
-    Numbers& numbers = static_cast<DngTags*>(self)->m_directories[directory][tag & 0xffff];
+    Numbers& numbers = static_cast<DngTags*>(self)->m_directories[directory][number];
     numbers.clear();
     const bool isLittle = order == 0x4949;
     static_cast<DngTags*>(self)->m_isLittle = isLittle;
@@ -65,27 +71,19 @@ void DngTags::take(void* self, int tag, int type, int count, unsigned order, voi
         numbers.push_back(numberAt(&bytes[at], type, isLittle));
 }
 
-std::vector<Opcode> DngTags::opcodesOf(const TagDirectory& directory, int list) const
+OpcodeList DngTags::opcodesOf(const TagDirectory& directory, int list) const
 {
     const auto found = m_opcodes.find({&directory, list});
-    return found != m_opcodes.end() ? found->second : std::vector<Opcode>{};
+    return found != m_opcodes.end() ? found->second : OpcodeList{};
 }
 
-std::vector<std::string> DngTags::opcodes() const
+OpcodeList DngTags::opcodes(int width, int height, int list) const
 {
-    std::vector<std::string> names;
-    const TagDirectory* const directory = raw();
-    if (!directory)
-        return names;
+    const TagDirectory* const directory = ofSensor(width, height);
     // What makes samples linear is all that the list of such files has.
-    const bool isLinear =
-        ko::tool::hasAllColours(*directory) && firstOf(*directory, Compression, 1) == LossyJpeg;
-    for (const int list : opcodeLists)
-        for (const Opcode& opcode : opcodesOf(*directory, list))
-            if (const std::string name = nameOf(opcode);
-                !(isLinear && list == linearOpcodes) && std::ranges::find(names, name) == names.end())
-                names.push_back(name);
-    return names;
+    const bool isMade = directory && list == linearOpcodes && ko::tool::hasAllColours(*directory) &&
+                        firstOf(*directory, Compression, 1) == LossyJpeg;
+    return directory && !isMade ? opcodesOf(*directory, list) : OpcodeList{};
 }
 
 const TagDirectory* DngTags::raw() const
@@ -110,7 +108,7 @@ const TagDirectory* DngTags::raw() const
 std::string DngTags::obstacle() const
 {
     const TagDirectory* const directory = raw();
-    return directory ? obstacleOf(*directory, opcodesOf(*directory, linearOpcodes)) : "";
+    return directory ? obstacleOf(*directory, opcodesOf(*directory, linearOpcodes).opcodes) : "";
 }
 
 const TagDirectory* DngTags::ofSensor(int width, int height) const
@@ -163,7 +161,7 @@ std::optional<BlackLevels> DngTags::blackLevels(int width, int height) const
     const Numbers area = allOf(*directory, ActiveArea);
     const auto takeSide = [](const Numbers& numbers, std::size_t at, int& side) {
         if (at < numbers.size())
-            side = static_cast<int>(std::min<std::int64_t>(wholeOf(numbers[at]), mostNumbers));
+            side = sideOf(numbers[at]);
     };
     takeSide(repeat, 0, levels.rows);
     takeSide(repeat, 1, levels.columns);
@@ -182,6 +180,15 @@ std::optional<BlackLevels> DngTags::blackLevels(int width, int height) const
     return levels;
 }
 
+QRect DngTags::activeArea(int width, int height) const
+{
+    const TagDirectory* const directory = ofSensor(width, height);
+    const Numbers area = directory ? allOf(*directory, ActiveArea) : Numbers{};
+    if (area.size() != 4)
+        return {};
+    return {QPoint(sideOf(area[1]), sideOf(area[0])), QPoint(sideOf(area[3]) - 1, sideOf(area[2]) - 1)};
+}
+
 QRect DngTags::crop(int width, int height) const
 {
     const TagDirectory* const directory = ofSensor(width, height);
@@ -191,11 +198,8 @@ QRect DngTags::crop(int width, int height) const
         return {};
     Numbers corner = allOf(*directory, ActiveArea);
     corner.resize(2);
-    const auto whole = [](double number) {
-        return static_cast<int>(std::min<std::int64_t>(wholeOf(number), mostNumbers));
-    };
-    return {whole(corner[1]) + whole(origin[0]), whole(corner[0]) + whole(origin[1]), whole(size[0]),
-            whole(size[1])};
+    return {sideOf(corner[1]) + sideOf(origin[0]), sideOf(corner[0]) + sideOf(origin[1]), sideOf(size[0]),
+            sideOf(size[1])};
 }
 
 bool DngTags::partsAreWhole(LibRaw_abstract_datastream& stream) const

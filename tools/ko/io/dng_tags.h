@@ -53,8 +53,12 @@ public:
     /// The part of a sensor of this size that pictures should show; null where the file tells none.
     QRect crop(int width, int height) const;
 
-    /// Names of the corrections that the file asks for in its samples and LibRaw does not make.
-    std::vector<std::string> opcodes() const;
+    /// The part of a sensor of this size that sees light, as the file tells it; null where it does not.
+    QRect activeArea(int width, int height) const;
+
+    /// A list of the corrections that the file asks for in the samples of a sensor of this size and that LibRaw does
+    /// not make; empty where there is none.
+    OpcodeList opcodes(int width, int height, int list) const;
 
     /// Where the samples of a sensor of this size lie, all colours side by side; none where LibRaw finds them itself.
     std::optional<DngParts> parts(int width, int height) const;
@@ -87,7 +91,7 @@ private:
     /// file is no DNG file.
     const TagDirectory* raw() const;
     /// A list of corrections; empty where the directory has none.
-    std::vector<Opcode> opcodesOf(const TagDirectory& directory, int list) const;
+    OpcodeList opcodesOf(const TagDirectory& directory, int list) const;
     /// What any directory has of a tag.
     Numbers anywhere(int tag) const;
     /// The letters of it; empty where there are none.
@@ -97,7 +101,7 @@ private:
 
     bool m_isLittle = true;
     std::map<int, TagDirectory> m_directories;
-    std::map<std::pair<const TagDirectory*, int>, std::vector<Opcode>> m_opcodes;  ///< by directory and list
+    std::map<std::pair<const TagDirectory*, int>, OpcodeList> m_opcodes;  ///< by directory and list
 };
 
 }  // namespace ko::tool

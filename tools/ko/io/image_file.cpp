@@ -2,6 +2,7 @@
 
 #include "cli/failure.h"
 #include "cli/transfer.h"
+#include "io/corrections.h"
 #include "io/description.h"
 #include "io/fits_file.h"
 #include "io/netpbm_file.h"
@@ -72,6 +73,11 @@ std::shared_ptr<const Sensor> turnedSensor(const std::shared_ptr<const Sensor>& 
         upright->crop = turned(sensor->crop, sensor->size, orientation);
     if (isTransposed(orientation))
         upright->size.transpose();
+    if (sensor->corrections) {
+        auto corrections = std::make_shared<Corrections>(*sensor->corrections);
+        corrections->orientation = orientation;
+        upright->corrections = corrections;
+    }
     return upright;
 }
 

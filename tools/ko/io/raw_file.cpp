@@ -2,6 +2,7 @@
 
 #include "cli/failure.h"
 #include "io/bayer.h"
+#include "io/dng_corrections.h"
 #include "io/dng_tags.h"
 #include "io/masked_pixels.h"
 #include "io/picture_file.h"
@@ -63,6 +64,7 @@ public:
         m_samples.emplace(source, *m_raw, m_tags, m_stream, m_damaged);
         m_format.channels = m_samples->channels();
         subtractBlack();
+        m_corrections = readCorrections(source.name, m_stream, m_tags, sizes(), m_format);
     }
     RawFile(const RawFile&) = delete;
     RawFile& operator=(const RawFile&) = delete;
@@ -89,6 +91,7 @@ public:
         sensor.isMonochrome = m_format.bayerGrid == BayerNone && !sensor.hasAllColours;
         if (!sensor.isMonochrome)
             addColours(m_raw->imgdata, m_tags, sensor);
+        sensor.corrections = m_corrections;
         return sensor;
     }
 
@@ -118,8 +121,6 @@ public:
         return std::to_string(black(0, 0, 0)) + '/' + std::to_string(black(1, 0, 0)) + '/' +
                std::to_string(black(0, 1, 0)) + '/' + std::to_string(black(1, 1, 0));
     }
-
-    std::vector<std::string> corrections() const { return m_tags.opcodes(); }
 
 private:
     static int depthOf(unsigned white) { return white > 0 ? std::min<int>(std::bit_width(white), 16) : 16; }
@@ -244,8 +245,23 @@ private:
     bool m_hasBlackOfColours = true;  ///< and on the colour alone
     SxImageInfo m_format;
     std::optional<Image> m_image;
+    std::shared_ptr<const Corrections> m_corrections;
     int m_nearlyAll = 0;  ///< the level that no more than one sample in a thousand exceeds
 };
+
+std::string wordsOf(const Corrections& corrections)
+{
+    std::string words;
+    const auto add = [&words](const std::string& heading, const std::vector<std::string>& names) {
+        words += names.empty() ? "" : ", " + heading + ':';
+        for (const std::string& name : names)
+            words += ' ' + name;
+    };
+    add("applied by develop", corrections.applied);
+    add("not applied", corrections.left);
+    add("damaged", corrections.damaged);
+    return words;
+}
 
 }  // namespace
 
@@ -284,11 +300,8 @@ FileInfo readRawInfo(const Source& source)
         text << ", no white balance";
     }
     text << ", black " << raw.blackLevels() << ", white " << raw.white() << raw.doubtOfWhite();
-    const std::vector<std::string> corrections = raw.corrections();
-    if (!corrections.empty())
-        text << ", not applied:";
-    for (const std::string& name : corrections)
-        text << ' ' << name;
+    if (sensor.corrections)
+        text << wordsOf(*sensor.corrections);
     return {raw.format(), kind.str(), raw.metadata(), std::make_shared<const Sensor>(sensor), text.str()};
 }
 

@@ -7,9 +7,12 @@
 #include <array>
 #include <cmath>
 #include <functional>
+#include <memory>
 #include <optional>
 
 namespace ko::tool {
+
+struct Corrections;
 
 /// The numbers of red, green and blue.
 using Colour = std::array<double, 3>;
@@ -48,6 +51,7 @@ struct Sensor {
     std::optional<Gains> gains = {};  ///< the white balance of the camera
     /// From colours that these gains have balanced to linear sRGB, white to white; none where it is not known.
     std::function<std::optional<ColourMatrix>(const Colour& gains)> matrix = {};
+    std::shared_ptr<const Corrections> corrections = {};  ///< that the file asks for; null for none
 };
 
 }  // namespace ko::tool

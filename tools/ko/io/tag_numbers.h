@@ -51,8 +51,7 @@ enum : int { Mosaic = 32803, LinearRaw = 34892 };
 enum : int { LosslessJpeg = 7, LossyJpeg = 34892 };
 
 /// Lists of corrections: for the samples as they stand in the file, for linear ones, for demosaiced ones.
-constexpr int linearOpcodes = 51009;
-inline constexpr std::array opcodeLists{51008, linearOpcodes, 51022};
+enum : int { rawOpcodes = 51008, linearOpcodes = 51009, colourOpcodes = 51022 };
 
 /// Those whose values are kept.
 inline constexpr std::array wanted{Width,

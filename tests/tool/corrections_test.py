@@ -1,0 +1,305 @@
+"""The corrections that DNG files ask for: what ko develop applies of them, and what ko info tells."""
+
+import json
+import math
+import re
+import struct
+
+import ko_files
+from develop_test import CAMERA, GRAY, DevelopTest, encoded, seen
+from ko_files import random_samples, read_tiff
+from linear_raw_test import linear
+from raw_test import dng
+
+LISTS = {1: 51008, 2: 51009, 3: 51022}
+WIDTH, HEIGHT = 64, 48
+TOP = 2**32 - 1
+
+
+def opcode(number, body, flags=0, length=None):
+    return struct.pack(">4I", number, 0x01030000, flags, len(body) if length is None else length) + body
+
+
+def listed(*opcodes, count=None):
+    """The value of a tag."""
+    return 7, struct.pack(">I", len(opcodes) if count is None else count) + b"".join(opcodes)
+
+
+class Map:
+    """Gains at points, `channels` of them at each."""
+
+    def __init__(self, rows, columns, gains, channels=1, spacing=None, origin=(0, 0)):
+        self.rows, self.columns, self.gains, self.channels, self.origin = rows, columns, gains, channels, origin
+        self.spacing = spacing or (1 / max(rows - 1, 1), 1 / max(columns - 1, 1))
+
+    @staticmethod
+    def of(function, rows, columns):
+        """Of a lens: `function` of the place, from 0 to 1."""
+        return Map(rows, columns, [function(y / (rows - 1), x / (columns - 1)) for y in range(rows) for x in range(columns)])
+
+    def at(self, y, x, channel=0):
+        """At a place, from 0 to 1."""
+        v = min(max((y - self.origin[0]) / self.spacing[0], 0), self.rows - 1)
+        h = min(max((x - self.origin[1]) / self.spacing[1], 0), self.columns - 1)
+        total = 0
+        for row in range(self.rows):
+            for column in range(self.columns):
+                weight = max(1 - abs(v - row), 0) * max(1 - abs(h - column), 0)
+                total += weight * self.gains[(row * self.columns + column) * self.channels + channel]
+        return total
+
+    def opcode(self, area, plane=0, planes=1, pitches=(1, 1), flags=0, **changes):
+        head = {"points": (self.rows, self.columns), "spacing": self.spacing, "origin": self.origin,
+                "channels": self.channels, "length": None, **changes}
+        body = struct.pack(">10I", *area, plane, planes, *pitches, *head["points"])
+        body += struct.pack(">4dI", *head["spacing"], *head["origin"], head["channels"])
+        return opcode(9, body + struct.pack(f">{len(self.gains)}f", *self.gains), flags, head["length"])
+
+
+def lens(strength, red=0.0):
+    """Gains that a lens wants which is dark in the corners."""
+    return lambda y, x: 1 + strength * ((x - 0.5)**2 + (y - 0.5)**2) + red * x
+
+
+def of_cell(maps, width, height, **options):
+    """One for each position."""
+    return listed(*(m.opcode((i // 2, i % 2, height, width), pitches=(2, 2), **options) for i, m in enumerate(maps)))
+
+
+MAPS = [Map.of(lens(2.0, 0.3), 7, 9), Map.of(lens(1.6), 5, 6), Map.of(lens(1.5), 3, 4), Map.of(lens(1.2), 13, 17)]
+
+
+class Corrections(DevelopTest):
+    def gray(self, level, width=WIDTH, height=HEIGHT, maps=MAPS):
+        """The samples of a mosaic that maps make even."""
+        return [round(level * 65535 / maps[y % 2 * 2 + x % 2].at((y + 0.5) / height, (x + 0.5) / width))
+                for y in range(height) for x in range(width)]
+
+    def assert_even(self, pixels, level, delta=1.0):
+        for pixel in pixels:
+            for part in pixel:
+                self.assertAlmostEqual(part, level, delta=delta)
+
+    def told(self, content):
+        self.write("a.dng", content)
+        return self.corrections(self.succeed("info", "a.dng"))
+
+    @staticmethod
+    def corrections(line):
+        return re.search(r", white \d+(, (.*))?$", line)[2] or ""
+
+
+class GainMaps(Corrections):
+    def test_four_maps_make_a_gray_picture_even(self):
+        for grid in ("rggb", "gbrg"):
+            maps = of_cell(MAPS, WIDTH, HEIGHT)
+            self.write("a.dng", dng(WIDTH, HEIGHT, self.gray(0.4), grid, more={51009: maps}))
+            for method in ("menon", "malvar", "half"):
+                self.assert_even(self.developed("a.dng", "--method", method)[2], 255 * encoded(0.4))
+            self.assertNotEqual(self.developed("a.dng", "--corrections", "none")[2][0], [round(255 * encoded(0.4))] * 3)
+        self.assertEqual(self.told(self.read("a.dng")), "applied by develop: GainMap")
+
+    def test_places_count_from_the_corner_of_the_active_area(self):
+        for top, left in ((4, 6), (3, 6), (4, 5), (3, 7)):
+            area = (top, left, top + HEIGHT, left + WIDTH)
+            samples = [9] * (WIDTH + 10) * (HEIGHT + 10)
+            gray = self.gray(0.4)
+            for y in range(HEIGHT):
+                at = (top + y) * (WIDTH + 10) + left
+                samples[at:at + WIDTH] = gray[y * WIDTH:(y + 1) * WIDTH]
+            maps = of_cell(MAPS, WIDTH, HEIGHT)
+            self.write("a.dng", dng(WIDTH + 10, HEIGHT + 10, samples, "rggb", area=area, more={51009: maps}))
+            width, height, pixels = self.developed("a.dng", "--wb", "1,1,1")
+            self.assertEqual((width, height), (WIDTH - left % 2 * 2, HEIGHT - top % 2 * 2))
+            self.assert_even(pixels, 255 * encoded(0.4))
+
+    def test_the_gain_is_held_at_the_edges_of_a_map(self):
+        m = Map(2, 3, [1, 2, 1.5, 1.25, 1, 3], spacing=(0.25, 0.2), origin=(0.5, 0.25))
+        self.write("a.dng", dng(WIDTH, HEIGHT, self.gray(0.3, maps=[m] * 4), "rggb",
+                                more={51009: listed(m.opcode((0, 0, HEIGHT, WIDTH)))}))
+        self.assert_even(self.developed("a.dng")[2], 255 * encoded(0.3))
+        one = Map(1, 1, [1.5], spacing=(0, 0))
+        self.write("a.dng", dng(32, 24, [20000] * 768, "rggb", more={51009: listed(one.opcode((0, 0, 24, 32)))}))
+        self.assert_even(self.developed("a.dng", "--curve", "linear")[2], 30000)
+
+    def test_only_the_area_and_every_so_many_rows_and_columns_are_multiplied(self):
+        two = Map(1, 1, [2.0])
+        maps = listed(two.opcode((3, 5, 20, 29), pitches=(3, 4)), two.opcode((22, 30, TOP, TOP)))
+        samples = random_samples(32 * 24, 30000, 5)
+        self.write("a.dng", dng(32, 24, samples, None, neutral=None, matrix=None, more={51009: maps}))
+        self.succeed("develop", "a.dng", "-o", "out.tif", "--curve", "linear")
+        expected = [s * 2 if (3 <= y < 20 and 5 <= x < 29 and (y - 3) % 3 == 0 and (x - 5) % 4 == 0) or (y >= 22 and x >= 30)
+                    else s for i, s in enumerate(samples) for y, x in [divmod(i, 32)]]
+        self.assertEqual(read_tiff(self.read("out.tif"))[3], expected)
+
+    def test_black_and_white_come_first_and_parts_of_levels_are_kept(self):
+        m = Map.of(lambda y, x: 1 + 0.2 * x, 2, 2)
+        maps = listed(m.opcode((0, 0, 24, 128)))
+        self.write("a.dng", dng(128, 24, [164] * 128 * 24, "rggb", (64,), 1023, more={51009: maps}))
+        row = self.developed("a.dng", "--curve", "linear")[2][:128]
+        for x, pixel in enumerate(row):
+            self.assertAlmostEqual(pixel[1], 65535 * 100 / 959 * (1 + 0.2 * (x + 0.5) / 128), delta=1.5)
+
+    def test_what_clips_stays_white_and_the_rest_is_limited_to_it(self):
+        tinted = [Map(1, 1, [g]) for g in (2.5, 0.8, 0.8, 1.4)]
+        colours = seen([[4.0 if x >= 32 else 0.2] * 3 for y in range(32) for x in range(64)])
+        self.raw("a.dng", colours, 64, white=16383, more={51009: of_cell(tinted, 64, 32)})
+        for options, level in (((), 255), (("--exposure", "-1"), round(255 * encoded(0.5))), (("--method", "half"), 255)):
+            width, _, pixels = self.developed("a.dng", *options)
+            bright = {tuple(p) for i, p in enumerate(pixels) if i % width >= width * 5 // 8}
+            self.assertEqual(bright, {(level,) * 3})
+        huge = [Map(1, 1, [3e38])] * 4
+        self.write("a.dng", dng(32, 24, [0, 40000] * 384, None, more={51009: of_cell(huge, 32, 24)}))
+        self.succeed("develop", "a.dng", "-o", "out.tif")
+        self.assertEqual(read_tiff(self.read("out.tif"))[3], [0, 255] * 384)
+
+    def test_those_of_demosaiced_samples(self):
+        planes = [Map.of(lens(0.8, 0.1), 5, 7), Map.of(lens(0.6), 7, 7), Map.of(lens(0.5), 6, 6)]
+        maps = listed(*(m.opcode((0, 0, HEIGHT, WIDTH), plane=i) for i, m in enumerate(planes)))
+        samples = self.gray(0.4, maps=[planes[0], planes[1], planes[1], planes[2]])
+        self.write("a.dng", dng(WIDTH, HEIGHT, samples, "rggb", more={51022: maps}))
+        for method in ("menon", "half"):
+            for options, level in (((), 255), (("--bits", "16"), 65535)):
+                width, height, pixels = self.developed("a.dng", "--method", method, "--matrix", "none", *options)
+                inner = [p for i, p in enumerate(pixels) if 3 < i % width < width - 4 and 3 < i // width < height - 4]
+                self.assert_even(inner, level * encoded(0.4), 1 if level == 255 else 300)
+        linear_light = self.developed("a.dng", "--curve", "linear", "--matrix", "none")[2][WIDTH * 24 + 30]
+        self.assert_even([linear_light], 65535 * 0.4, 200)
+
+    def test_maps_of_several_colours(self):
+        gains = [g for y in range(3) for x in range(2) for g in (1 + 0.2 * y, 1 + 0.1 * x)]
+        two = Map(3, 2, gains, channels=2)
+        samples = []
+        for y in range(25):
+            for x in range(33):
+                place = (y + 0.5) / 25, (x + 0.5) / 33
+                samples += [round(26000 / two.at(*place, 0))] + [round(26000 / two.at(*place, 1))] * 2
+        # The last channel of a map is also for further planes.
+        for number in (51009, 51022):
+            self.write("a.dng", linear(33, 25, samples, more={number: listed(two.opcode((0, 0, 25, 33), planes=3))}))
+            self.assert_even(self.developed("a.dng", "--curve", "linear", "--wb", "1,1,1", "--matrix", "none")[2], 26000, 2)
+
+    def test_pictures_that_stand_upright_are_corrected_as_they_are_stored(self):
+        m = Map.of(lambda y, x: 1 + y + 0.3 * x * x, 7, 9)
+        gray = [round(20000 / m.at((y + 0.5) / 25, (x + 0.5) / 33)) for y in range(25) for x in range(33)]
+        for turn in range(1, 9):
+            for number in (51009, 51022):
+                more = {number: listed(m.opcode((0, 0, 25, 33), planes=3))}
+                self.write("a.dng", linear(33, 25, [s for s in gray for _ in range(3)], turn=turn, more=more))
+                self.assert_even(self.developed("a.dng", "--curve", "linear")[2], 20000, 3)
+                self.assert_even(self.developed("a.dng", "--curve", "linear", "--as-stored")[2], 20000, 3)
+                self.write("a.dng", dng(33, 25, gray, None, neutral=None, matrix=None, turn=turn, more=more))
+                self.succeed("develop", "a.dng", "-o", "out.tif", "--curve", "linear")
+                width, _, channels, samples, _ = read_tiff(self.read("out.tif"))
+                self.assertEqual((width, channels), (25 if turn > 4 else 33, 1))
+                self.assert_even([samples], 20000, 3)
+
+    def test_the_crop_does_not_move_them(self):
+        more = {51009: of_cell(MAPS, WIDTH, HEIGHT), 50719: (4, (10, 8)), 50720: (4, (40, 30))}
+        self.write("a.dng", dng(WIDTH, HEIGHT, self.gray(0.4), "rggb", more=more))
+        self.assertEqual(self.developed("a.dng", "--crop")[:2], (40, 30))
+        self.assert_even(self.developed("a.dng", "--crop")[2], 255 * encoded(0.4))
+
+    def test_other_commands_leave_the_samples_alone(self):
+        samples = self.gray(0.4)
+        self.write("a.dng", dng(WIDTH, HEIGHT, samples, "rggb", more={51009: of_cell(MAPS, WIDTH, HEIGHT)}))
+        self.succeed("unpack", "a.dng", "-o", "out.tif")
+        self.assertEqual(read_tiff(self.read("out.tif"))[3], samples)
+
+    def test_recipes(self):
+        self.write("a.dng", dng(WIDTH, HEIGHT, self.gray(0.4), "rggb", more={51009: of_cell(MAPS, WIDTH, HEIGHT)}))
+        for wish in ("file", "none"):
+            self.write("r.json", json.dumps({"operations": [{"op": "develop", "corrections": wish}]}).encode())
+            self.succeed("run", "r.json", "a.dng", "-o", "run/", "--quiet")
+            self.succeed("develop", "a.dng", "-o", "out.tif", "--corrections", wish)
+            self.assertEqual(read_tiff(self.read("run/a.tif")), read_tiff(self.read("out.tif")))
+        cut = {"op": "crop", "roi": [2, 2, 32, 32]}
+        self.write("r.json", json.dumps({"operations": [cut, {"op": "develop"}]}).encode())
+        self.refuse("run", "r.json", "a.dng", "-o", "run/", "--quiet", names="a.dng: operations[1] (develop): ",
+                    says="has been cut before, so the corrections of its file have no place; corrections none does without")
+        self.write("r.json", json.dumps({"operations": [cut, {"op": "develop", "corrections": "none"}]}).encode())
+        self.succeed("run", "r.json", "a.dng", "-o", "run/", "--quiet")
+
+
+class Lists(Corrections):
+    def warned(self, says):
+        """What is developed with a warning, and the same without corrections."""
+        run = self.ko("develop", "a.dng", "-o", "out.tif")
+        self.assertEqual((run.returncode, run.stderr), (0, "".join(f"ko: warning: a.dng: {line}\n" for line in says)))
+        return read_tiff(self.read("out.tif")), self.developed("a.dng", "--corrections", "none")
+
+    def test_what_is_not_known_is_named(self):
+        unknown = [opcode(n, bytes(12), flags=1) for n in range(20)]
+        for lists, told in (({3: listed(unknown[1], unknown[1])}, "not applied: WarpRectilinear"),
+                            ({2: listed(unknown[13], unknown[12])}, "not applied: ScalePerColumn ScalePerRow"),
+                            ({1: listed(unknown[9], unknown[17], unknown[0])}, "not applied: GainMap others"),
+                            ({1: listed(*[unknown[1]] * 1023, unknown[2])}, "not applied: WarpRectilinear WarpFisheye"),
+                            ({1: listed()}, "")):
+            content = dng(32, 24, [9000] * 768, "rggb", more={LISTS[n]: value for n, value in lists.items()})
+            self.assertEqual(self.told(content), told)
+            self.succeed("develop", "a.dng", "-o", "out.tif")
+
+    def test_what_is_no_option_is_warned_of_and_the_rest_applied(self):
+        maps = [m.opcode((i // 2, i % 2, HEIGHT, WIDTH), pitches=(2, 2)) for i, m in enumerate(MAPS)]
+        lists = {51009: listed(opcode(77, b"abc"), *maps, opcode(10, bytes(40), flags=1)),
+                 51022: listed(opcode(1, bytes(68)))}
+        told = self.told(dng(WIDTH, HEIGHT, self.gray(0.4), "rggb", more=lists))
+        self.assertEqual(told, "applied by develop: GainMap, not applied: others DeltaPerRow WarpRectilinear")
+        picture, _ = self.warned(["its correction others is not applied", "its correction WarpRectilinear is not applied"])
+        self.assert_even([picture[3]], 255 * encoded(0.4))
+
+    def test_damaged_lists_are_left_out_as_a_whole(self):
+        m, area = MAPS[1], (0, 0, 24, 32)
+        good = m.opcode(area)
+
+        def gains(*numbers):
+            return Map(1, len(numbers), numbers)
+
+        nan, infinite = math.nan, math.inf
+        wrong = [
+            good[:-1], good[:40], good[:9], m.opcode(area, length=TOP), m.opcode(area, length=len(good)),
+            m.opcode(area, points=(0, 6)), m.opcode(area, points=(5, 0)), m.opcode(area, points=(5, 7)),
+            m.opcode(area, points=(TOP, TOP)), m.opcode(area, points=(2**31, 2**31), channels=4), m.opcode(area, channels=0),
+            m.opcode(area, channels=TOP), m.opcode(area, points=(1, 1)), m.opcode(area, pitches=(0, 1)),
+            m.opcode(area, pitches=(1, 0)), m.opcode(area, planes=0), m.opcode(area, plane=1), m.opcode(area, plane=TOP),
+            m.opcode((24, 0, 30, 32)), m.opcode((0, 32, 24, 40)), m.opcode((0, 9, 24, 9)), m.opcode((9, 0, 8, 32)),
+            m.opcode(area, spacing=(0, 0.1)), m.opcode(area, spacing=(0.1, -0.1)), m.opcode(area, spacing=(nan, 0.1)),
+            m.opcode(area, spacing=(0.1, infinite)), m.opcode(area, origin=(nan, 0)), m.opcode(area, origin=(0, infinite)),
+            gains(1, nan).opcode(area), gains(infinite, 1).opcode(area), gains(1, 1, -0.5).opcode(area),
+            opcode(9, b""), opcode(9, bytes(76))]
+        lists = [(2, good + part) for part in wrong] + [(65, good * 65), (1025, good + opcode(1, b"", flags=1) * 1024)]
+        names = [f"{i:02}.dng" for i in range(len(lists))]
+        for i, (count, content) in enumerate(lists):
+            damaged = 7, struct.pack(">I", count) + content
+            self.write(names[i], dng(32, 24, [9000 + i for i in range(768)], "rggb", more={51009: damaged}))
+        lines = self.succeed("info", *names).splitlines()
+        for line in lines:
+            self.assertRegex(self.corrections(line), "^(not applied: WarpRectilinear, )?damaged: OpcodeList2$")
+        self.assertEqual(len(lines), len(names))
+        run = self.ko("develop", *names, "-o", "got/")
+        says = "its corrections OpcodeList2 are damaged and not applied"
+        self.assertEqual(run.stderr, "".join(f"ko: warning: {name}: {says}\n" for name in names))
+        self.succeed("develop", *names, "-o", "bare/", "--corrections", "none")
+        for name in names:
+            self.assertEqual(self.read(f"got/{name[:2]}.tif"), self.read(f"bare/{name[:2]}.tif"), name)
+
+    def test_counts_that_lie(self):
+        good = MAPS[1].opcode((0, 0, 24, 32))
+        for value in ((7, b"\xff" * 9), (7, b"abc"), listed(good, count=2), listed(good, count=TOP), listed(count=1)):
+            self.assertRegex(self.told(dng(32, 24, [9000] * 768, "rggb", more={51022: value})), "damaged: OpcodeList3$")
+        # Whatever a file cut short has of its list.
+        content = dng(32, 24, [9000] * 768, "rggb", more={51009: listed(good, good)})
+        for length in range(len(content) - 2 * len(good) - 60, len(content), 37):
+            self.write("a.dng", content[:length])
+            self.assertIn(self.ko("develop", "a.dng", "-o", "out.tif").returncode, (0, 1))
+
+    def test_places_that_no_sound_map_has_do_no_harm(self):
+        for changes in ({"spacing": (1e-300, 1e300)}, {"origin": (1e308, -1e308)},
+                        {"spacing": (5e-324, 5e-324), "origin": (0.5, 0.5)}):
+            maps = listed(MAPS[1].opcode((0, 0, TOP, TOP), pitches=(1, TOP), **changes))
+            self.assertEqual(self.told(dng(32, 24, [9000] * 768, "rggb", more={51009: maps})), "applied by develop: GainMap")
+            self.succeed("develop", "a.dng", "-o", "out.tif")
+
+
+if __name__ == "__main__":
+    ko_files.main()

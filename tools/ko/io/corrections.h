@@ -1,0 +1,50 @@
+// What a DNG file asks to be done to the samples of its sensor.
+#pragma once
+
+#include "io/orientation.h"
+
+#include <QPoint>
+#include <QSize>
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace ko::tool {
+
+/// Gains between which samples are multiplied by what lies between: those of a lens that is darker in its corners.
+struct GainMap {
+    std::array<std::uint32_t, 4> area;     ///< top, left, bottom, right of what is multiplied
+    std::uint32_t plane;                   ///< the first that is multiplied
+    std::uint32_t planes;                  ///< how many are
+    std::array<std::uint32_t, 2> pitches;  ///< one of so many rows and columns is multiplied
+    std::array<std::uint32_t, 2> points;   ///< rows and columns of the map
+    std::uint32_t channels;                ///< of the map; the last one is also for further planes
+    std::array<double, 2> spacing;  ///< from a row and column of the map to the next, as shares of the whole
+    std::array<double, 2> origin;   ///< where the first ones lie
+    std::vector<float> gains;
+
+    float gain(std::size_t row, std::size_t column, std::size_t channel) const
+    {
+        return gains[(row * points[1] + column) * channels + channel];
+    }
+};
+
+/// Those of a file, by the state of the samples that they are for.
+struct Corrections {
+    QSize size;                    ///< of the whole that places are counted in
+    QPoint corner;                 ///< where the picture as it is stored begins in it
+    int orientation = Upright;     ///< what the picture has been turned from since
+    std::vector<GainMap> linear;   ///< for linear samples
+    std::vector<GainMap> colours;  ///< for demosaiced ones
+    std::string file;              ///< its name
+    // Names, each of them once.
+    std::vector<std::string> applied;
+    std::vector<std::string> left;     ///< out, as unknown here
+    std::vector<std::string> missed;   ///< those of them that no program should leave out, says the file
+    std::vector<std::string> damaged;  ///< lists of which nothing is applied
+};
+
+}  // namespace ko::tool
