@@ -2,6 +2,7 @@
 
 import json
 import math
+import os
 import re
 import struct
 
@@ -42,9 +43,9 @@ class Map:
         v = min(max((y - self.origin[0]) / self.spacing[0], 0), self.rows - 1)
         h = min(max((x - self.origin[1]) / self.spacing[1], 0), self.columns - 1)
         total = 0
-        for row in range(self.rows):
-            for column in range(self.columns):
-                weight = max(1 - abs(v - row), 0) * max(1 - abs(h - column), 0)
+        for row in {math.floor(v), math.ceil(v)}:
+            for column in {math.floor(h), math.ceil(h)}:
+                weight = (1 - abs(v - row)) * (1 - abs(h - column))
                 total += weight * self.gains[(row * self.columns + column) * self.channels + channel]
         return total
 
@@ -76,13 +77,18 @@ class Corrections(DevelopTest):
                 for y in range(height) for x in range(width)]
 
     def assert_even(self, pixels, level, delta=1.0):
-        for pixel in pixels:
-            for part in pixel:
-                self.assertAlmostEqual(part, level, delta=delta)
+        for part in (min(map(min, pixels)), max(map(max, pixels))):
+            self.assertAlmostEqual(part, level, delta=delta)
 
     def told(self, content):
         self.write("a.dng", content)
         return self.corrections(self.succeed("info", "a.dng"))
+
+    def told_of_all(self, contents):
+        names = [f"{i:02}.dng" for i in range(len(contents))]
+        for name, content in zip(names, contents):
+            self.write(name, content)
+        return [self.corrections(line) for line in self.succeed("info", *names).splitlines()]
 
     @staticmethod
     def corrections(line):
@@ -185,13 +191,15 @@ class GainMaps(Corrections):
         for turn in range(1, 9):
             for number in (51009, 51022):
                 more = {number: listed(m.opcode((0, 0, 25, 33), planes=3))}
-                self.write("a.dng", linear(33, 25, [s for s in gray for _ in range(3)], turn=turn, more=more))
-                self.assert_even(self.developed("a.dng", "--curve", "linear")[2], 20000, 3)
-                self.assert_even(self.developed("a.dng", "--curve", "linear", "--as-stored")[2], 20000, 3)
-                self.write("a.dng", dng(33, 25, gray, None, neutral=None, matrix=None, turn=turn, more=more))
-                self.succeed("develop", "a.dng", "-o", "out.tif", "--curve", "linear")
-                width, _, channels, samples, _ = read_tiff(self.read("out.tif"))
-                self.assertEqual((width, channels), (25 if turn > 4 else 33, 1))
+                self.write(f"{turn}-{number}-3.dng", linear(33, 25, [s for s in gray for _ in range(3)], turn=turn, more=more))
+                self.write(f"{turn}-{number}-1.dng", dng(33, 25, gray, None, neutral=None, matrix=None, turn=turn, more=more))
+        names = sorted(os.listdir(self.dir))
+        self.succeed("develop", *names, "-o", "upright/", "--curve", "linear")
+        self.succeed("develop", *names, "-o", "stored/", "--curve", "linear", "--as-stored")
+        for name in names:
+            for directory, is_upright in (("upright", True), ("stored", False)):
+                width, _, channels, samples, _ = read_tiff(self.read(f"{directory}/{name[:-4]}.tif"))
+                self.assertEqual((width, channels), (25 if is_upright and name > "5" else 33, int(name[-5])))
                 self.assert_even([samples], 20000, 3)
 
     def test_the_crop_does_not_move_them(self):
@@ -221,6 +229,167 @@ class GainMaps(Corrections):
         self.succeed("run", "r.json", "a.dng", "-o", "run/", "--quiet")
 
 
+def radial(factors, centre=(0.5, 0.5), flags=0):
+    return opcode(3, struct.pack(">7d", *factors, *centre), flags)
+
+
+def radial_gain(factors, centre, y, x, height, width):
+    """At a pixel."""
+    dy, dx = y + 0.5 - centre[1] * height, x + 0.5 - centre[0] * width
+    farthest = math.hypot(*(max(c, 1 - c) * size for c, size in zip(centre, (width, height))))
+    square = (dx * dx + dy * dy) / farthest**2
+    return 1 + sum(k * square**(i + 1) for i, k in enumerate(factors))
+
+
+class RadialGains(Corrections):
+    FACTORS = (0.8, -0.2, 0.3, 0, 0.1)
+
+    def test_they_make_a_dark_lens_even_before_and_after_demosaicing(self):
+        for centre in ((0.5, 0.5), (0.6, 0.3)):
+            gray = [round(0.4 * 65535 / radial_gain(self.FACTORS, centre, y, x, HEIGHT, WIDTH))
+                    for y in range(HEIGHT) for x in range(WIDTH)]
+            for number in (51009, 51022):
+                more = {number: listed(radial(self.FACTORS, centre))}
+                told = self.told(dng(WIDTH, HEIGHT, gray, "grbg", more=more))
+                self.assertEqual(told, "applied by develop: FixVignetteRadial")
+                for method in ("menon", "half"):
+                    pixels = self.developed("a.dng", "--method", method, "--matrix", "none")[2]
+                    # Demosaicing makes a little of the slope in a dark corner.
+                    self.assert_even(pixels, 255 * encoded(0.4), 1 if number == 51009 else 3)
+                self.write("a.dng", linear(WIDTH, HEIGHT, [s for s in gray for _ in range(3)], turn=6, more=more))
+                self.assert_even(self.developed("a.dng")[2], 255 * encoded(0.4))
+
+    def test_they_work_with_maps(self):
+        gray = [round(s / radial_gain(self.FACTORS, (0.5, 0.5), i // WIDTH, i % WIDTH, HEIGHT, WIDTH))
+                for i, s in enumerate(self.gray(0.4))]
+        lists = {51009: of_cell(MAPS, WIDTH, HEIGHT), 51022: listed(radial(self.FACTORS))}
+        self.assertEqual(self.told(dng(WIDTH, HEIGHT, gray, "rggb", more=lists)),
+                         "applied by develop: GainMap FixVignetteRadial")
+        self.assert_even(self.developed("a.dng", "--matrix", "none")[2], 255 * encoded(0.4), 2)
+
+    def test_damaged(self):
+        nan = math.nan
+        wrong = [radial((-2, 0, 0, 0, 0)), radial((nan, 0, 0, 0, 0)), radial((0, 0, 0, math.inf, 0)),
+                 radial((1e308, 1e308, 0, 0, 0)), radial(self.FACTORS, (-0.1, 0.5)), radial(self.FACTORS, (0.5, nan)),
+                 opcode(3, bytes(48)), opcode(3, bytes(64)), opcode(3, b"")]
+        told = self.told_of_all([dng(32, 24, [9000] * 768, "rggb", more={51022: listed(radial(self.FACTORS), part)})
+                                 for part in wrong])
+        self.assertEqual(told, ["damaged: OpcodeList3"] * len(wrong))
+
+
+def constant(level):
+    return opcode(4, struct.pack(">2I", level, 0))
+
+
+def faulty(points, areas=(), counts=None):
+    numbers = sum(points, ()) + sum(areas, ())
+    return opcode(5, struct.pack(f">{3 + len(numbers)}I", 0, *(counts or (len(points), len(areas))), *numbers))
+
+
+class FaultyPixels(Corrections):
+    # Row and column; single ones, neighbours, and those at corners and sides.
+    POINTS = ((0, 0), (0, 63), (47, 0), (47, 63), (10, 10), (10, 12), (11, 11), (20, 31), (21, 31), (22, 31), (0, 30), (30, 0))
+
+    def damaged(self, samples, points=POINTS, left=0, top=0, width=WIDTH, level=None):
+        for i, (row, column) in enumerate(points):
+            samples[(row + top) * width + column + left] = (i % 2 * 65535) if level is None else level
+        return samples
+
+    def slope(self, width=WIDTH, height=HEIGHT):
+        return [8000 + 300 * x + 200 * y + 4000 * ((x + y) % 2) for y in range(height) for x in range(width)]
+
+    def test_they_get_what_their_neighbours_of_the_same_colour_have(self):
+        for grid in ("rggb", "grbg"):
+            whole = dng(WIDTH, HEIGHT, [(20000, 30000, 30000, 10000)[y % 2 * 2 + x % 2] if grid == "rggb" else
+                                        (30000, 20000, 10000, 30000)[y % 2 * 2 + x % 2]
+                                        for y in range(HEIGHT) for x in range(WIDTH)], grid)
+            self.write("whole.dng", whole)
+            samples = list(struct.unpack_from(f"<{WIDTH * HEIGHT}H", whole, 8))
+            more = {51008: listed(faulty(self.POINTS, ((0, 40, HEIGHT, 41), (33, 5, 35, 8))))}
+            samples = self.damaged(samples, self.POINTS + tuple((y, 40) for y in range(HEIGHT)))
+            samples = self.damaged(samples, tuple((y, x) for y in (33, 34) for x in (5, 6, 7)))
+            self.assertEqual(self.told(dng(WIDTH, HEIGHT, samples, grid, more=more)), "applied by develop: FixBadPixelsList")
+            self.assertEqual(self.developed("a.dng"), self.developed("whole.dng"))
+            self.assertNotEqual(self.developed("a.dng", "--corrections", "none"), self.developed("whole.dng"))
+
+    def test_those_of_one_level(self):
+        for level, curve in ((0, None), (4095, None)):
+            samples = self.damaged([2000] * WIDTH * HEIGHT, level=level)
+            told = self.told(dng(WIDTH, HEIGHT, samples, "rggb", (100,), 4095, more={51008: listed(constant(level))}))
+            self.assertEqual(told, "applied by develop: FixBadPixelsConstant")
+            pixels = self.developed("a.dng")[2]
+            self.assertEqual(pixels, [[round(255 * encoded(1900 / 3995))] * 3] * len(pixels))
+        # Of samples that stand for others the level that the file means is not known any more.
+        curve = [min(i * i // 200, 65535) for i in range(4096)]
+        told = self.told(dng(32, 24, [9] * 768, "rggb", bits=12, white=65535, curve=curve, more={51008: listed(constant(0))}))
+        self.assertEqual(told, "not applied: FixBadPixelsConstant")
+
+    def test_levels_lie_between_those_of_the_neighbours(self):
+        points = ((10, 10), (10, 13), (20, 20), (30, 41), (11, 30))
+        samples = self.slope()
+        self.write("whole.dng", dng(WIDTH, HEIGHT, samples, None, neutral=None, matrix=None))
+        samples = self.damaged(samples, points)
+        self.write("a.dng", dng(WIDTH, HEIGHT, samples, None, neutral=None, matrix=None, more={51008: listed(faulty(points))}))
+        pictures = []
+        for name in ("a.dng", "whole.dng"):
+            self.succeed("develop", name, "-o", "out.tif", "--curve", "linear")
+            pictures.append(read_tiff(self.read("out.tif"))[3])
+        for i, (a, b) in enumerate(zip(*pictures)):
+            is_faulty = (i // WIDTH, i % WIDTH) in points
+            self.assertAlmostEqual(a, b, delta=4000 if is_faulty else 0)
+            if is_faulty:
+                near = [pictures[1][i + dy * WIDTH + dx] for dy in (-1, 0, 1) for dx in (-1, 0, 1) if dy or dx]
+                self.assertTrue(min(near) < a < max(near))
+
+    def test_places_count_from_the_corner_of_the_file(self):
+        for area in ((4, 6, 44, 60), (3, 5, 43, 61)):
+            points = ((2, 30), (10, 11), (11, 30), (43, 59))
+            samples = self.damaged([9000] * WIDTH * HEIGHT, points)
+            self.write("a.dng", dng(WIDTH, HEIGHT, samples, "rggb", area=area, more={51008: listed(faulty(points))}))
+            pixels = self.developed("a.dng", "--curve", "linear")[2]
+            self.assertEqual(pixels, [[9000] * 3] * len(pixels))
+
+    def test_they_go_before_the_gains(self):
+        samples = self.damaged(self.gray(0.4))
+        lists = {51008: listed(faulty(self.POINTS)), 51009: of_cell(MAPS, WIDTH, HEIGHT)}
+        told = self.told(dng(WIDTH, HEIGHT, samples, "rggb", more=lists))
+        self.assertEqual(told, "applied by develop: FixBadPixelsList GainMap")
+        # At the corners all neighbours lie on one side, where the lens is brighter.
+        self.assert_even(self.developed("a.dng", "--wb", "1,1,1", "--matrix", "none")[2], 255 * encoded(0.4), 9)
+        gray = [8000 + 200 * (i // 33) for i in range(33 * 25)]
+        points = ((5, 5), (20, 30), (12, 1))
+        more = {51008: listed(faulty(points)), 51022: listed(radial((0.5, 0, 0, 0, 0)))}
+        pictures = []
+        for samples, lists in ((gray, {51022: more[51022]}), (self.damaged(list(gray), points, width=33), more)):
+            self.write("a.dng", dng(33, 25, samples, None, neutral=None, matrix=None, turn=6, more=lists))
+            self.succeed("develop", "a.dng", "-o", "out.tif")
+            pictures.append(read_tiff(self.read("out.tif")))
+        for a, b in zip(pictures[0][3], pictures[1][3]):
+            self.assertAlmostEqual(a, b, delta=1)
+
+    def test_where_nothing_near_is_sound_samples_stay(self):
+        area = (10, 10, 21, 21)
+        samples = self.slope()
+        more = {51008: listed(faulty((), (area,)))}
+        self.write("a.dng", dng(WIDTH, HEIGHT, samples, None, neutral=None, matrix=None, more=more))
+        self.succeed("develop", "a.dng", "-o", "out.tif", "--curve", "linear")
+        self.assertEqual(read_tiff(self.read("out.tif"))[3][15 * WIDTH + 15], samples[15 * WIDTH + 15])
+
+    def test_damaged(self):
+        wrong = [
+            faulty(((48, 0),)), faulty(((0, 64),)), faulty(((TOP, TOP),)), faulty((), ((0, 0, 49, 1),)),
+            faulty((), ((5, 5, 5, 9),)), faulty((), ((9, 5, 8, 9),)), faulty((), ((0, 0, TOP, TOP),)),
+            faulty((), ((0, 0, 30, 30),)), faulty((), ((0, 0, 9, 9),) * 100000), faulty(((1, 1),), counts=(2, 0)),
+            faulty(((1, 1),), counts=(TOP, TOP)), faulty(((1, 1),), counts=(0, 0)), opcode(5, bytes(11)), opcode(5, b""),
+            opcode(4, bytes(4)), constant(9000)]
+        lists = [listed(faulty(((1, 1),)), part) for part in wrong] + [listed(*[constant(1)] * 9)]
+        told = self.told_of_all([dng(WIDTH, HEIGHT, [9000] * WIDTH * HEIGHT, "rggb", more={51008: value}) for value in lists])
+        self.assertEqual(told, ["damaged: OpcodeList1"] * len(lists))
+        # Of pixels with all colours they are not known.
+        more = {51008: listed(faulty(((1, 1),)))}
+        self.assertEqual(self.told(linear(33, 25, [9000] * 33 * 25 * 3, more=more)), "not applied: FixBadPixelsList")
+
+
 class Lists(Corrections):
     def warned(self, says):
         """What is developed with a warning, and the same without corrections."""
@@ -229,7 +398,7 @@ class Lists(Corrections):
         return read_tiff(self.read("out.tif")), self.developed("a.dng", "--corrections", "none")
 
     def test_what_is_not_known_is_named(self):
-        unknown = [opcode(n, bytes(12), flags=1) for n in range(20)]
+        unknown = [opcode(n, bytes(12), flags=1) for n in range(20)]  # most of them too short
         for lists, told in (({3: listed(unknown[1], unknown[1])}, "not applied: WarpRectilinear"),
                             ({2: listed(unknown[13], unknown[12])}, "not applied: ScalePerColumn ScalePerRow"),
                             ({1: listed(unknown[9], unknown[17], unknown[0])}, "not applied: GainMap others"),
@@ -265,7 +434,7 @@ class Lists(Corrections):
             m.opcode((24, 0, 30, 32)), m.opcode((0, 32, 24, 40)), m.opcode((0, 9, 24, 9)), m.opcode((9, 0, 8, 32)),
             m.opcode(area, spacing=(0, 0.1)), m.opcode(area, spacing=(0.1, -0.1)), m.opcode(area, spacing=(nan, 0.1)),
             m.opcode(area, spacing=(0.1, infinite)), m.opcode(area, origin=(nan, 0)), m.opcode(area, origin=(0, infinite)),
-            gains(1, nan).opcode(area), gains(infinite, 1).opcode(area), gains(1, 1, -0.5).opcode(area),
+            Map(1, 34, [1] * 34).opcode(area), gains(1, nan).opcode(area), gains(infinite, 1).opcode(area), gains(1, 1, -0.5).opcode(area),
             opcode(9, b""), opcode(9, bytes(76))]
         lists = [(2, good + part) for part in wrong] + [(65, good * 65), (1025, good + opcode(1, b"", flags=1) * 1024)]
         names = [f"{i:02}.dng" for i in range(len(lists))]

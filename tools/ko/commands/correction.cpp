@@ -1,11 +1,20 @@
 #include "commands/correction.h"
 
 #include "cli/failure.h"
+#include "io/bayer.h"
 
 #include <algorithm>
+#include <cmath>
+#include <variant>
 
 namespace ko::tool {
 namespace {
+
+std::size_t placeIn(const Image& picture, int x, int y)
+{
+    return static_cast<std::size_t>(y) * static_cast<std::size_t>(picture->width) +
+           static_cast<std::size_t>(x);
+}
 
 /// A row or column of a picture that is multiplied, and where it lies in a map.
 struct Line {
@@ -15,24 +24,34 @@ struct Line {
     float share;        ///< of the one behind
 };
 
-/// How the places of a picture are counted along an axis.
+/// How the places of a picture are counted along an axis. What they are counted in is that of the whole picture, of
+/// which this may be a smaller one.
 struct Axis {
     int count;   ///< of pixels
     int corner;  ///< place of the first one
     int extent;  ///< of the whole
+    int scale;   ///< from a pixel to the next
+
+    int place(int pixel) const { return corner + pixel * scale; }
+    double middle(int pixel) const { return place(pixel) + 0.5 * scale; }
+};
+
+struct Axes {
+    Axis rows;
+    Axis columns;
 };
 
 /// Beyond its first and last point a map goes on as it is there.
-std::vector<Line> linesOf(const GainMap& map, std::size_t axis, const Axis& places, int scale)
+std::vector<Line> linesOf(const GainMap& map, std::size_t axis, const Axis& places)
 {
     std::vector<Line> lines;
     for (int i = 0; i < places.count; ++i) {
-        const int place = places.corner + i * scale;
+        const int place = places.place(i);
         const auto first = static_cast<std::int64_t>(map.area[axis]);
         if (place < first || place >= std::int64_t{map.area[axis + 2]} ||
             (place - first) % map.pitches[axis] != 0)
             continue;
-        const double share = (place + 0.5 * scale) / places.extent;
+        const double share = places.middle(i) / places.extent;
         const std::size_t last = map.points[axis] - 1;
         const double at = last > 0 ? std::clamp((share - map.origin[axis]) / map.spacing[axis], 0.0,
                                                 static_cast<double>(last))
@@ -44,13 +63,10 @@ std::vector<Line> linesOf(const GainMap& map, std::size_t axis, const Axis& plac
     return lines;
 }
 
-void multiply(Image& picture, const GainMap& map, const Corrections& whole, const Brightener& brightened,
-              int scale)
+void multiply(Image& picture, const GainMap& map, const Axes& axes, const Brightener& brightened)
 {
-    const std::vector<Line> rows =
-        linesOf(map, 0, {picture->height, whole.corner.y(), whole.size.height()}, scale);
-    const std::vector<Line> columns =
-        linesOf(map, 1, {picture->width, whole.corner.x(), whole.size.width()}, scale);
+    const std::vector<Line> rows = linesOf(map, 0, axes.rows);
+    const std::vector<Line> columns = linesOf(map, 1, axes.columns);
     const auto channels = static_cast<std::size_t>(picture->channels);
     const std::size_t end = std::min(std::size_t{map.plane} + map.planes, channels);
     std::vector<float> gains(map.points[1]);
@@ -70,6 +86,58 @@ void multiply(Image& picture, const GainMap& map, const Corrections& whole, cons
         }
 }
 
+void multiply(Image& picture, const RadialGain& gain, const Axes& axes, const Brightener& brightened)
+{
+    const auto& [x, y] = gain.centre;
+    const double left = x * axes.columns.extent;
+    const double top = y * axes.rows.extent;
+    const double farthest =
+        std::hypot(std::max(left, axes.columns.extent - left), std::max(top, axes.rows.extent - top));
+    const auto squareOf = [farthest](double distance) { return distance * distance / farthest / farthest; };
+    for (int row = 0; row < picture->height; ++row) {
+        const double down = squareOf(axes.rows.middle(row) - top);
+        std::uint16_t* sample = rowOf<std::uint16_t>(picture, row);
+        for (int column = 0; column < picture->width; ++column) {
+            const double factor = gain.at(down + squareOf(axes.columns.middle(column) - left));
+            for (const std::uint16_t* const next = sample + picture->channels; sample < next; ++sample)
+                *sample = brightened(*sample, static_cast<float>(std::max(factor, 0.0)));
+        }
+    }
+}
+
+/// The mean of the sound samples of its colour in the smallest square that has some, the nearer ones counting more. As
+/// it is where there are none.
+std::uint16_t soundSample(Image& mosaic, const std::vector<bool>& faulty, int x, int y)
+{
+    constexpr int greatestReach = 4;
+    double sum = 0;
+    double weights = 0;
+    for (int reach = 1; reach <= greatestReach && weights == 0; ++reach)
+        for (int row = std::max(y - reach, 0); row <= std::min(y + reach, mosaic->height - 1); ++row)
+            for (int column = std::max(x - reach, 0); column <= std::min(x + reach, mosaic->width - 1);
+                 ++column) {
+                const bool isSame =
+                    mosaic->bayerGrid == BayerNone ||
+                    colourAt(mosaic->bayerGrid, column, row) == colourAt(mosaic->bayerGrid, x, y);
+                if (!isSame || faulty[placeIn(mosaic, column, row)])
+                    continue;
+                const double weight = 1.0 / ((row - y) * (row - y) + (column - x) * (column - x));
+                sum += weight * rowOf<std::uint16_t>(mosaic, row)[column];
+                weights += weight;
+            }
+    return weights > 0 ? static_cast<std::uint16_t>(sum / weights + 0.5) : rowOf<std::uint16_t>(mosaic, y)[x];
+}
+
+void repair(Image& mosaic, const std::vector<QPoint>& places)
+{
+    std::vector<bool> faulty(static_cast<std::size_t>(pixelCount(*mosaic)));
+    for (const QPoint& place : places)
+        faulty[placeIn(mosaic, place.x(), place.y())] = true;
+    for (const QPoint& place : places)
+        rowOf<std::uint16_t>(mosaic, place.y())[place.x()] =
+            soundSample(mosaic, faulty, place.x(), place.y());
+}
+
 /// What turns a picture back that has been turned.
 int backFrom(int orientation)
 {
@@ -78,21 +146,37 @@ int backFrom(int orientation)
     return orientation == toLeft ? toRight : orientation == toRight ? toLeft : orientation;
 }
 
+/// Works on a picture as it lay before it was turned upright.
+template <class Work>
+void asStored(Image& picture, int orientation, const Work& work)
+{
+    if (orientation != Upright)
+        picture = turned(picture, backFrom(orientation));
+    work();
+    if (orientation != Upright)
+        picture = turned(picture, orientation);
+}
+
 }  // namespace
 
-void multiply(Image& picture, const std::vector<GainMap>& gains, const Corrections& corrections, Curve curve,
+void repair(Image& picture, const Corrections& corrections)
+{
+    if (!corrections.faulty.empty())
+        asStored(picture, corrections.orientation, [&] { repair(picture, corrections.faulty); });
+}
+
+void multiply(Image& picture, const std::vector<Gain>& gains, const Corrections& corrections, Curve curve,
               int scale)
 {
     if (gains.empty())
         return;
-    const bool isTurned = corrections.orientation != Upright;
-    if (isTurned)
-        picture = turned(picture, backFrom(corrections.orientation));
     const Brightener brightened(curve);
-    for (const GainMap& map : gains)
-        multiply(picture, map, corrections, brightened, scale);
-    if (isTurned)
-        picture = turned(picture, corrections.orientation);
+    asStored(picture, corrections.orientation, [&] {
+        const Axes axes{{picture->height, corrections.corner.y(), corrections.size.height(), scale},
+                        {picture->width, corrections.corner.x(), corrections.size.width(), scale}};
+        for (const Gain& gain : gains)
+            std::visit([&](const auto& one) { multiply(picture, one, axes, brightened); }, gain);
+    });
 }
 
 void warnOf(const Corrections& corrections)

@@ -137,6 +137,7 @@ Image corrected(const SxImageBuf& samples, const Corrections& corrections, Level
 {
     Image light = balanced(samples, levels, {1, 1, 1, 1});
     levels = {0, 65535};
+    repair(light, corrections);
     multiply(light, corrections.linear, corrections, LinearCurve, 1);
     return light;
 }
@@ -163,7 +164,7 @@ Image develop(const Image& picture, const Options& options, Demosaicer& demosaic
     Frame inner;  // whose times are part of all
     std::optional<Image> result;
     timed(frame, [&] {
-        if (corrections && !corrections->linear.empty())
+        if (corrections && !(corrections->faulty.empty() && corrections->linear.empty()))
             words = corrected(words ? **words : given, *corrections, levels);
         const SxImageBuf& samples = words ? **words : given;
         const Gains gains = isMono ? Gains{1, 1, 1, 1} : gainsFor(samples, levels, options, frame.sensor);

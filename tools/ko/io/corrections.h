@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <variant>
 #include <vector>
 
 namespace ko::tool {
@@ -32,14 +33,32 @@ struct GainMap {
     }
 };
 
+/// A gain that depends on how far from the middle of a lens a place lies, the farthest corner being 1: a polynomial whose
+/// factors are those of the square of the distance and its powers.
+struct RadialGain {
+    std::array<double, 2> centre;  ///< x and y as shares of the whole
+    std::array<double, 5> factors;
+
+    double at(double square) const
+    {
+        double gain = 0;
+        for (auto factor = factors.rbegin(); factor != factors.rend(); ++factor)
+            gain = (gain + *factor) * square;
+        return 1 + gain;
+    }
+};
+
+using Gain = std::variant<GainMap, RadialGain>;
+
 /// Those of a file, by the state of the samples that they are for.
 struct Corrections {
-    QSize size;                    ///< of the whole that places are counted in
-    QPoint corner;                 ///< where the picture as it is stored begins in it
-    int orientation = Upright;     ///< what the picture has been turned from since
-    std::vector<GainMap> linear;   ///< for linear samples
-    std::vector<GainMap> colours;  ///< for demosaiced ones
-    std::string file;              ///< its name
+    QSize size;                  ///< of the whole that places are counted in
+    QPoint corner;               ///< where the picture as it is stored begins in it
+    int orientation = Upright;   ///< what the picture has been turned from since
+    std::vector<QPoint> faulty;  ///< pixels of the picture as it is stored, each of them once
+    std::vector<Gain> linear;    ///< for linear samples
+    std::vector<Gain> colours;   ///< for demosaiced ones
+    std::string file;            ///< its name
     // Names, each of them once.
     std::vector<std::string> applied;
     std::vector<std::string> left;     ///< out, as unknown here

@@ -1,12 +1,11 @@
 #include "io/dng_corrections.h"
 
+#include "io/dng_faults.h"
 #include "io/tag_numbers.h"
-#include "io/tiff_numbers.h"
 
 #include <QRect>
 
 #include <algorithm>
-#include <bit>
 #include <cmath>
 #include <optional>
 #include <utility>
@@ -14,31 +13,8 @@
 namespace ko::tool {
 namespace {
 
-/// More of them no sound file has, and each takes time.
+/// More of a list no sound file has, and each takes time.
 constexpr std::size_t mostGains = 64;
-
-/// The bytes of a correction, the upper one of numbers first.
-class Body {
-public:
-    Body(LibRaw_abstract_datastream& stream, const Opcode& opcode)
-    {
-        if (opcode.place + opcode.length > stream.size() || stream.seek(opcode.place, SEEK_SET) != 0)
-            return;
-        m_bytes.resize(opcode.length);
-        if (!m_bytes.empty() && stream.read(m_bytes.data(), m_bytes.size(), 1) != 1)
-            m_bytes.clear();
-    }
-
-    std::size_t size() const { return m_bytes.size(); }
-    std::uint32_t whole(std::size_t at) const { return static_cast<std::uint32_t>(bits(at, 4)); }
-    float single(std::size_t at) const { return std::bit_cast<float>(whole(at)); }
-    double number(std::size_t at) const { return std::bit_cast<double>(bits(at, 8)); }
-
-private:
-    std::uint64_t bits(std::size_t at, int count) const { return wholeAt(&m_bytes[at], count, false); }
-
-    std::vector<std::uint8_t> m_bytes;
-};
 
 /// True for an area that has a part of so many channels of the whole.
 bool isInside(const Opcode& opcode, const QSize& whole, int channels)
@@ -51,7 +27,7 @@ bool isInside(const Opcode& opcode, const QSize& whole, int channels)
 }
 
 /// None where it makes no sense.
-std::optional<GainMap> gainMapOf(const Body& body, const Opcode& opcode, const QSize& whole, int channels)
+std::optional<Gain> gainMapOf(const OpcodeBody& body, const Opcode& opcode, const QSize& whole, int channels)
 {
     constexpr std::size_t headSize = 76;
     if (body.size() <= headSize || !isInside(opcode, whole, channels))
@@ -71,7 +47,11 @@ std::optional<GainMap> gainMapOf(const Body& body, const Opcode& opcode, const Q
         std::size_t{map.points[0]} * map.points[1] * map.channels != count ||
         body.size() != headSize + 4 * count)
         return {};
+    const std::array sides{whole.height(), whole.width()};
     for (std::size_t axis = 0; axis < 2; ++axis) {
+        // More points than pixels would only take time.
+        if (map.points[axis] > static_cast<std::uint32_t>(sides[axis]) + 1)
+            return {};
         const bool isStep = std::isfinite(map.spacing[axis]) && map.spacing[axis] > 0;
         if (!std::isfinite(map.origin[axis]) || (!isStep && map.points[axis] > 1))
             return {};
@@ -79,66 +59,81 @@ std::optional<GainMap> gainMapOf(const Body& body, const Opcode& opcode, const Q
     for (std::size_t i = 0; i < count; ++i)
         map.gains.push_back(body.single(headSize + 4 * i));
     const auto isGain = [](float gain) { return std::isfinite(gain) && gain >= 0; };
-    return std::ranges::all_of(map.gains, isGain) ? std::optional(std::move(map)) : std::nullopt;
+    return std::ranges::all_of(map.gains, isGain) ? std::optional<Gain>(std::move(map)) : std::nullopt;
 }
 
-/// Each list is for samples in one state, and all of it is left out if a part of it makes no sense: the maps of some
-/// colours without those of others would tint the picture.
-class Reader {
-public:
-    Reader(LibRaw_abstract_datastream& stream, Corrections& corrections)
-        : m_stream(stream), m_corrections(corrections)
-    {
-    }
+/// None where it makes no sense, which would be a gain below 0 somewhere.
+std::optional<Gain> radialGainOf(const OpcodeBody& body)
+{
+    constexpr std::size_t fullSize = 56;
+    if (body.size() != fullSize)
+        return {};
+    RadialGain gain{{body.number(40), body.number(48)}, {}};
+    for (std::size_t i = 0; i < gain.factors.size(); ++i)
+        gain.factors[i] = body.number(8 * i);
+    const auto isShare = [](double share) { return share >= 0 && share <= 1; };
+    const auto isFactor = [](double factor) { return std::abs(factor) < 1e6; };
+    bool isSound = std::ranges::all_of(gain.centre, isShare) && std::ranges::all_of(gain.factors, isFactor);
+    constexpr int steps = 1024;
+    for (int i = 0; i <= steps; ++i)
+        isSound = isSound && gain.at(static_cast<double>(i) / steps) >= 0;
+    return isSound ? std::optional<Gain>(gain) : std::nullopt;
+}
 
-    /// One for pixels of so many channels. Without a place for gains, there are none that can be applied.
-    void read(const OpcodeList& list, const char* name, int channels, std::vector<GainMap>* gains)
-    {
-        std::vector<std::string> applied;
-        bool isSound = !list.isDamaged;
-        for (const Opcode& opcode : list.opcodes) {
-            if (!gains || opcode.number != GainMapCode) {
-                addOnce(m_corrections.left, nameOf(opcode));
-                if (!opcode.isOption)
-                    addOnce(m_corrections.missed, nameOf(opcode));
-                continue;
-            }
-            std::optional<GainMap> map =
-                gainMapOf(Body(m_stream, opcode), opcode, m_corrections.size, channels);
-            isSound = isSound && map && gains->size() < mostGains;
-            if (!isSound)
-                break;
-            gains->push_back(std::move(*map));
+/// Takes a correction that multiplies pixels of so many channels.
+Fate addGain(LibRaw_abstract_datastream& stream, const Opcode& opcode, const QSize& whole, int channels,
+             std::vector<Gain>& gains)
+{
+    if (opcode.number != GainMapping && opcode.number != FixVignetteRadial)
+        return Left;
+    const OpcodeBody body(stream, opcode);
+    std::optional<Gain> gain =
+        opcode.number == GainMapping ? gainMapOf(body, opcode, whole, channels) : radialGainOf(body);
+    if (!gain || gains.size() == mostGains)
+        return Damaged;
+    gains.push_back(std::move(*gain));
+    return Applied;
+}
+
+void addOnce(std::vector<std::string>& names, const std::string& name)
+{
+    if (std::ranges::find(names, name) == names.end())
+        names.push_back(name);
+}
+
+/// Takes what a list has and answers whether all of it makes sense. Otherwise nothing of it should be applied: the maps of
+/// some colours without those of others would tint the picture.
+template <class Take>
+bool readList(const OpcodeList& list, const char* name, Corrections& corrections, const Take& take)
+{
+    std::vector<std::string> applied;
+    bool isSound = !list.isDamaged;
+    for (const Opcode& opcode : list.opcodes) {
+        const Fate fate = isSound ? take(opcode) : Damaged;
+        isSound = fate != Damaged;
+        if (fate == Applied)
             addOnce(applied, nameOf(opcode));
-        }
-        if (!isSound) {
-            m_corrections.damaged.emplace_back(name);
-            if (gains)
-                gains->clear();
-            return;
-        }
+        if (fate == Left)
+            addOnce(corrections.left, nameOf(opcode));
+        if (fate == Left && !opcode.isOption)
+            addOnce(corrections.missed, nameOf(opcode));
+    }
+    if (!isSound)
+        corrections.damaged.emplace_back(name);
+    else
         for (const std::string& correction : applied)
-            addOnce(m_corrections.applied, correction);
-    }
-
-private:
-    static void addOnce(std::vector<std::string>& names, const std::string& name)
-    {
-        if (std::ranges::find(names, name) == names.end())
-            names.push_back(name);
-    }
-
-    LibRaw_abstract_datastream& m_stream;
-    Corrections& m_corrections;
-};
+            addOnce(corrections.applied, correction);
+    return isSound;
+}
 
 }  // namespace
 
 std::shared_ptr<const Corrections> readCorrections(const std::string& file,
                                                    LibRaw_abstract_datastream& stream, const DngTags& tags,
-                                                   const libraw_image_sizes_t& sizes,
+                                                   const libraw_data_t& raw, const RawSamples& samples,
                                                    const SxImageInfo& format)
 {
+    const libraw_image_sizes_t& sizes = raw.sizes;
     // The first list is for what the file holds, masked pixels too. The others count places from the corner of the
     // active area: their samples have been made linear or colours, which masked pixels never are. Telephones and drones
     // write them so. LibRaw leaves out what makes an area begin at an odd place, so the area of the file counts.
@@ -149,14 +144,21 @@ std::shared_ptr<const Corrections> readCorrections(const std::string& file,
     corrections->size = area.size();
     corrections->corner = read.topLeft() - area.topLeft();
     corrections->file = file;
-    Reader reader(stream, *corrections);
-    const auto readList = [&](int list, const char* name, int channels, std::vector<GainMap>* gains) {
-        reader.read(tags.opcodes(sizes.raw_width, sizes.raw_height, list), name, channels, gains);
+    const auto opcodes = [&](int list) { return tags.opcodes(sizes.raw_width, sizes.raw_height, list); };
+    DngFaults faults(stream, raw, samples, format);
+    if (readList(opcodes(rawOpcodes), "OpcodeList1", *corrections,
+                 [&](const Opcode& opcode) { return faults.add(opcode); }))
+        corrections->faulty = faults.places();
+    const auto readGains = [&](int list, const char* name, int channels, std::vector<Gain>& gains) {
+        const auto add = [&](const Opcode& opcode) {
+            return addGain(stream, opcode, area.size(), channels, gains);
+        };
+        if (!readList(opcodes(list), name, *corrections, add))
+            gains.clear();
     };
-    readList(rawOpcodes, "OpcodeList1", format.channels, nullptr);
-    readList(linearOpcodes, "OpcodeList2", format.channels, &corrections->linear);
     const bool isMosaic = format.bayerGrid != BayerNone;
-    readList(colourOpcodes, "OpcodeList3", isMosaic ? 3 : format.channels, &corrections->colours);
+    readGains(linearOpcodes, "OpcodeList2", format.channels, corrections->linear);
+    readGains(colourOpcodes, "OpcodeList3", isMosaic ? 3 : format.channels, corrections->colours);
     const bool isEmpty =
         corrections->applied.empty() && corrections->left.empty() && corrections->damaged.empty();
     return isEmpty ? nullptr : corrections;

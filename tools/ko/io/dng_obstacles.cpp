@@ -34,7 +34,7 @@ bool mapsEveryColour(const TagDirectory& directory, const std::vector<Opcode>& c
         return false;
     for (std::uint32_t colour = 0; colour < 3; ++colour) {
         const Opcode& map = corrections[colour];
-        if (map.number != MapPolynomialCode || map.plane != colour || map.planes != 1 || map.area[0] != 0 ||
+        if (map.number != MapPolynomial || map.plane != colour || map.planes != 1 || map.area[0] != 0 ||
             map.area[1] != 0 || map.area[2] < firstOf(directory, Height, 0) ||
             map.area[3] < firstOf(directory, Width, 0) || map.pitches[0] != 1 || map.pitches[1] != 1)
             return false;

@@ -1,7 +1,5 @@
 #include "io/dng_opcodes.h"
 
-#include "io/tiff_numbers.h"
-
 #include <algorithm>
 
 namespace ko::tool {
@@ -15,6 +13,15 @@ std::string nameOf(const Opcode& opcode)
         "ScalePerColumn",   "WarpRectilinear2",
     };
     return opcode.number >= 1 && opcode.number <= names.size() ? names[opcode.number - 1] : "others";
+}
+
+OpcodeBody::OpcodeBody(LibRaw_abstract_datastream& stream, const Opcode& opcode)
+{
+    if (opcode.place + opcode.length > stream.size() || stream.seek(opcode.place, SEEK_SET) != 0)
+        return;
+    m_bytes.resize(opcode.length);
+    if (!m_bytes.empty() && stream.read(m_bytes.data(), m_bytes.size(), 1) != 1)
+        m_bytes.clear();
 }
 
 OpcodeList readOpcodes(LibRaw_abstract_datastream& stream, int size)

@@ -64,7 +64,7 @@ public:
         m_samples.emplace(source, *m_raw, m_tags, m_stream, m_damaged);
         m_format.channels = m_samples->channels();
         subtractBlack();
-        m_corrections = readCorrections(source.name, m_stream, m_tags, sizes(), m_format);
+        m_corrections = readCorrections(source.name, m_stream, m_tags, m_raw->imgdata, *m_samples, m_format);
     }
     RawFile(const RawFile&) = delete;
     RawFile& operator=(const RawFile&) = delete;
