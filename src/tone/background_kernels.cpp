@@ -240,6 +240,18 @@ void CorrectOne(const std::uint8_t* src, const std::uint8_t* background, std::ui
             Corrected(loadSample<T>(src, i), loadSample<T>(background, i), correction.gain[i], correction));
 }
 
+/// Samples as they are before dst is written, which may be their memory: then a copy of them.
+const std::uint8_t* Unchanged(const std::uint8_t* samples, const std::uint8_t* dst, std::size_t bytes,
+                              std::uint8_t* copy) noexcept
+{
+    const auto first = reinterpret_cast<std::uintptr_t>(samples),
+               written = reinterpret_cast<std::uintptr_t>(dst);
+    if (first - written >= bytes && written - first >= bytes)
+        return samples;
+    std::memcpy(copy, samples, bytes);
+    return copy;
+}
+
 /// At most one period.
 template <class T>
 void Block(const std::uint8_t* src, const std::uint8_t* background, std::uint8_t* dst, int samples,
@@ -247,10 +259,9 @@ void Block(const std::uint8_t* src, const std::uint8_t* background, std::uint8_t
 {
     Places<correctionPeriod> places;
     std::int32_t* end = places;
-    // The samples as they were: dst may be the memory of either.
-    std::uint8_t given[correctionPeriod * sizeof(T)], below[correctionPeriod * sizeof(T)];
-    std::memcpy(given, src, samples * sizeof(T));
-    std::memcpy(below, background, samples * sizeof(T));
+    std::uint8_t srcCopy[correctionPeriod * sizeof(T)], backgroundCopy[correctionPeriod * sizeof(T)];
+    const std::uint8_t* const given = Unchanged(src, dst, samples * sizeof(T), srcCopy);
+    const std::uint8_t* const below = Unchanged(background, dst, samples * sizeof(T), backgroundCopy);
     int done = 0;
 #if HWY_TARGET != HWY_SCALAR
     if (correction.scale != nullptr)
