@@ -129,6 +129,10 @@ class LinearRaw(DevelopTest):
             content = linear(32, 32, (), bits=8, pixels=broken + bytes(len(JPEG) - len(broken)), more=tags)
             self.write("a.dng", content)
             self.refuse("develop", "a.dng", "-o", "x.tif", names="a.dng: ", says="is damaged or cut short")
+        # LibRaw would look for four billion corrections behind the end of the file, for hours.
+        endless = (7, b"\xff\xff\xff\xff" + polynomials()[1][4:])
+        self.write("a.dng", linear(32, 32, (), bits=8, pixels=JPEG, more={**tags, 51009: endless}))
+        self.refuse("develop", "a.dng", "-o", "x.tif", names="a.dng: ", says="is damaged or cut short", timeout=60)
 
     def test_what_is_stored_otherwise_is_refused(self):
         samples = [0] * 3 * WIDTH * HEIGHT
