@@ -30,9 +30,14 @@ def row_blocks(array: Array) -> Iterable[slice]:
     return (slice(top, top + rows) for top in range(0, array.shape[0], rows))
 
 
+def _colours(source: Source) -> int:
+    """Channels, or positions of a mosaic's cell."""
+    return 4 if source.bayer else source.channels
+
+
 def per_colour(values: Numbers, source: Source, name: str) -> list[float]:
     """One number per channel or position, from one for all, one per channel, or red, green and blue of a mosaic."""
-    colours = 4 if source.bayer else source.channels
+    colours = _colours(source)
     if type(values) in (int, float):
         return [number(values, name)] * colours
     given = numbers_of(values, "iuf", name, "numbers are wanted").astype(np.float64)
@@ -51,8 +56,10 @@ def per_colour(values: Numbers, source: Source, name: str) -> list[float]:
 
 
 def black_levels(black: Numbers, source: Source) -> list[int]:
-    levels = [int(round(level)) for level in per_colour(black, source, "black")]
-    if not all(0 <= level <= 65535 for level in levels):
+    if isinstance(black, int) and type(black) is not bool and 0 <= black <= 65535:
+        return [black] * _colours(source)  # what most calls give
+    levels = [round(level) for level in per_colour(black, source, "black")]
+    if min(levels) < 0 or max(levels) > 65535:
         raise ArgumentError("black", f"levels of 0...65535 are wanted, not {black!r}")
     return levels
 
@@ -115,7 +122,7 @@ def white_balance(
     source = Source(image, mosaic=True)
     need_colours(source)
     factors = per_colour(gains, source, "gains")
-    if not all(0 <= factor <= 65535 for factor in factors):
+    if min(factors) < 0 or max(factors) > 65535:
         raise ArgumentError("gains", f"gains of 0...65535 are wanted, not {gains!r}")
     levels = black_levels(black, source)
     target = like(source, out, in_place=True)

@@ -85,8 +85,10 @@ def equalize_hist(
     if source.array.size == 0:
         return target.result(source.frame)
     number = source.array.size
-    pixels = native.SxImageBuf(flat(source.array), source.bits)
-    result = native.SxImageBuf(flat(target.array), source.bits)
+    pixels, result = source.record, target.record
+    if source.channels > 1:
+        pixels = native.SxImageBuf(flat(source.array), source.bits)
+        result = native.SxImageBuf(flat(target.array), source.bits)
     if selected is None and source.channels != 4 and number & (number - 1) == 0 and not _exceeds(source.array, source):
         # The library sums up shares as doubles, which are exact where a power of two divides them. It does not count
         # samples beyond the depth, so without them it must be all.
