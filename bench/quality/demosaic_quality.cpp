@@ -185,11 +185,11 @@ void printRow(const std::string& name, const PerMethod& values, int digits)
     std::printf("\n");
 }
 
-void printPhotographs(const std::vector<std::string>& paths)
+void printPhotographs(const std::vector<std::string>& paths, bool isNoisy)
 {
-    printHead("photograph, 8 bits, RGGB");
+    printHead(isNoisy ? "photograph, 8 bits, RGGB, noise" : "photograph, 8 bits, RGGB");
     for (const std::string& path : paths)
-        printRow(std::filesystem::path(path).filename(), qualities(path, 8, ko::BayerRGGB, false), 2);
+        printRow(std::filesystem::path(path).filename(), qualities(path, 8, ko::BayerRGGB, isNoisy), 2);
 }
 
 void printMeans(const std::vector<std::string>& paths)
@@ -234,7 +234,8 @@ int main(int argc, char** argv)
         return 2;
     }
     cv::setNumThreads(1);
-    printPhotographs(paths);
+    printPhotographs(paths, false);
+    printPhotographs(paths, true);
     printMeans(paths);
     printTimes();
 }

@@ -95,10 +95,14 @@ KO_EXPORT ResultCode DemosaicMalvar(const SxImageBuf& src, SxImageBuf& dst, void
 /// changes with the colour from one side to the other. The differences of the sample to both estimates are
 /// mixed, each weighted by 1 / (1 + v)^2, where v is how much the differences of its direction vary within
 /// 5 x 5 samples. Around each of these samples its colour is taken for a straight line of green with a slope
-/// between 0 and 1, 5/4 of that of least squares over the changes from it and from the next samples of its
-/// colour in the row to the four nearest of each. As far as they lie on a line, the mixed difference is
-/// averaged over three samples in the directions that it was mixed of. Red and blue elsewhere are the means
-/// of the lines around. Sharper than `DemosaicMalvar`, with fewer colours at edges, and slower.
+/// between 0 and 1, 6/5 of that of least squares over the changes from it and from the next samples of its
+/// colour in the row to the four nearest of each. The slope is multiplied by s^2 / (s^2 + n^2), and as far as
+/// that is less than 1, the line runs through the mean of three samples in the row: s is the sum of the squares
+/// of the changes of both and of their products, and n, the harmonic mean of both v^2, is what of them may be
+/// noise, up to a variation of 1/7 of the range. So noise is averaged without being measured. As far as the
+/// colour and green lie on the line, the mixed difference is averaged over three samples in the directions that it
+/// was mixed of. Red and blue elsewhere are the means of the lines around. Sharper than `DemosaicMalvar`, with
+/// fewer colours at edges, and slower.
 ///
 /// The published method keeps the difference that varies less, which is worse where neither direction is
 /// plain. It also takes for granted that red and blue change as much as green does; in saturated colours they

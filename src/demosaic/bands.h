@@ -12,11 +12,11 @@
 
 namespace ko {
 
-/// Cache lines that a band of lines of this pitch takes: 52 lines of 4 bytes an element by the more demanding
+/// Cache lines that a band of lines of this pitch takes: 60 lines of 4 bytes an element by the more demanding
 /// method.
 constexpr std::int64_t bandMemory(std::int64_t pitch) noexcept
 {
-    return pitch * 52 * 4 / std::int64_t{sizeof(CacheLine)};
+    return pitch * 60 * 4 / std::int64_t{sizeof(CacheLine)};
 }
 
 /// What callers hold as `void*`.

@@ -65,8 +65,10 @@ public:
           m_across(memory, pitch),
           m_alongChanges(memory, pitch),
           m_acrossChanges(memory, pitch),
+          m_colours(memory, pitch),
           m_mixed(memory, pitch),
           m_alongPart(memory, pitch),
+          m_noise(memory, pitch),
           m_greens(memory, pitch),
           m_slopes(memory, pitch),
           m_offsets(memory, pitch),
@@ -81,8 +83,6 @@ public:
             loadLines<T>(m_call.src, m_call.roi, y, pairMargin, m_mosaic, m_kernels.split);
             if (y >= from - 3)
                 estimate(y - 2);
-            if (y >= from - 1)
-                compare(y - 2);
             if (y >= from + 1)
                 mix(y - 4);
             if (y >= from + 5)
@@ -106,34 +106,32 @@ private:
     void estimate(std::int64_t y) noexcept
     {
         const RowKind row = kind(y);
-        m_kernels.differences(around(m_mosaic.own(row), y), m_mosaic.between(row)[y], row.colourFirst,
-                              m_tolerance, {m_along[y], m_across[y], m_alongChanges[y]}, -4, m_pairs + 4);
-    }
-    /// With the last row of the same colour.
-    void compare(std::int64_t y) noexcept
-    {
-        m_kernels.changes(m_across[y - 2], m_across[y], m_acrossChanges[y], -4, m_pairs + 4);
+        m_kernels.differences(
+            around(m_mosaic.own(row), y), m_mosaic.between(row)[y], row.colourFirst, m_tolerance,
+            {m_along[y], m_across[y], m_alongChanges[y], m_across[y - 2], m_acrossChanges[y]}, -4,
+            m_pairs + 4);
     }
     void mix(std::int64_t y) noexcept
     {
         const typename MenonRowKernels<T>::Estimates estimates{
+            m_mosaic.own(kind(y))[y],
             m_along[y],
             m_across[y],
             around(m_alongChanges, y),
             {m_acrossChanges[y], m_acrossChanges[y + 1], m_acrossChanges[y + 2]}};
-        m_kernels.mix(estimates, kind(y).colourFirst, m_mixed[y], m_alongPart[y], -3, m_pairs + 3);
+        m_kernels.mix(estimates, kind(y).colourFirst, static_cast<float>(m_tolerance), mixtureOf(y), -3,
+                      m_pairs + 3);
+    }
+    Mixture mixtureOf(std::int64_t y) const noexcept
+    {
+        return {m_colours[y], m_mixed[y], m_alongPart[y], m_noise[y]};
     }
     void fit(std::int64_t y) noexcept
     {
-        const auto& own = m_mosaic.own(kind(y));
-        m_kernels.fit({own[y - 2], own[y], own[y + 2]}, {m_mixed[y - 2], m_mixed[y], m_mixed[y + 2]},
-                      m_alongPart[y], m_tolerance, {m_products[0][0], m_products[1][0], m_products[2][0]},
-                      fitOf(y), -1, m_pairs + 1);
+        m_kernels.fit({mixtureOf(y - 2), mixtureOf(y), mixtureOf(y + 2)}, static_cast<float>(m_tolerance),
+                      {m_products[0][0], m_products[1][0], m_products[2][0]}, fitOf(y), -1, m_pairs + 1);
     }
-    typename MenonRowKernels<T>::Fit fitOf(std::int64_t y) const noexcept
-    {
-        return {m_greens[y], m_slopes[y], m_offsets[y]};
-    }
+    Fit fitOf(std::int64_t y) const noexcept { return {m_greens[y], m_slopes[y], m_offsets[y]}; }
     void finish(std::int64_t y) noexcept
     {
         const RowKind row = kind(y);
@@ -151,8 +149,8 @@ private:
     LineRing<E, 3> m_along, m_across;
     LineRing<E, 5> m_alongChanges;
     LineRing<E, 3> m_acrossChanges;
-    LineRing<float, 5> m_mixed;
-    LineRing<float, 3> m_alongPart, m_greens, m_slopes, m_offsets;
+    LineRing<float, 5> m_colours, m_mixed;
+    LineRing<float, 3> m_alongPart, m_noise, m_greens, m_slopes, m_offsets;
     std::array<LineRing<float, 1>, 3> m_products;
 };
 

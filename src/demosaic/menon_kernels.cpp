@@ -80,14 +80,11 @@ VW Twice(VW whole)
     return hn::Add(whole, whole);
 }
 
-template <class E>
-void Changes(const E* one, const E* other, E* changes, std::int64_t from, std::int64_t to) noexcept
+/// How much two estimates differ, in quarters.
+template <class VW>
+VW Change(VW one, VW other)
 {
-    const hn::ScalableTag<E> d;
-    EachVector(d, from, to, [&](std::int64_t i) HWY_ATTR {
-        const auto change = hn::Abs(hn::Sub(hn::LoadU(d, one + i), hn::LoadU(d, other + i)));
-        hn::StoreU(hn::ShiftRight<1>(change), d, changes + i);
-    });
+    return hn::ShiftRight<1>(hn::Abs(hn::Sub(one, other)));
 }
 
 /// Samples of a line through a place, next to it and behind those.
@@ -132,9 +129,13 @@ void Differences(const FiveLines<E>& own, const E* between, bool colourFirst, E 
         const Through<VW> across{at(own[1], i), at(own[3], i), at(own[0], i), at(own[4], i)};
         const VW here = at(own[2], i);
         hn::StoreU(ToGreenBetween(d, here, along, small), d, to.along + i);
-        hn::StoreU(ToGreenBetween(d, here, across, small), d, to.across + i);
+        const VW toAcross = ToGreenBetween(d, here, across, small);
+        hn::StoreU(toAcross, d, to.across + i);
+        hn::StoreU(Change(at(to.acrossBefore, i), toAcross), d, to.acrossChanges + i);
     });
-    Changes(to.along, to.along + 1, to.alongChanges, from, end - 1);
+    EachVector(d, from, end - 1, [&](std::int64_t i) HWY_ATTR {
+        hn::StoreU(Change(at(to.along, i), at(to.along, i + 1)), d, to.alongChanges + i);
+    });
 }
 
 /// `part` of the way from one to the other.
@@ -144,13 +145,14 @@ V Between(V from, V to, V part)
 }
 
 template <class T>
-void Mix(const typename MenonRowKernels<T>::Estimates& e, bool colourFirst, float* mixed, float* alongPart,
-         std::int64_t from, std::int64_t to) noexcept
+void Mix(const typename MenonRowKernels<T>::Estimates& e, bool colourFirst, float tolerance,
+         const Mixture& mixture, std::int64_t from, std::int64_t to) noexcept
 {
     const Whole<T> d;
     const auto at = [&](const auto* line, std::int64_t i) HWY_ATTR { return hn::LoadU(d, line + i); };
     const auto threeTimes = [](auto v) HWY_ATTR { return hn::Add(Twice(v), v); };
     const Beside beside(colourFirst);
+    const V mostNoise = hn::Set(Floats(), 81 * tolerance * tolerance);
     EachVector(Floats(), from, to, [&](std::int64_t i) HWY_ATTR {
         const std::int64_t left = i + beside.left, right = i + beside.right;
         const auto along = [&](const auto* line) HWY_ATTR { return hn::Add(at(line, i - 1), at(line, i)); };
@@ -163,32 +165,31 @@ void Mix(const typename MenonRowKernels<T>::Estimates& e, bool colourFirst, floa
         const auto acrossSum = hn::Add(hn::Add(threeTimes(across(i)), hn::Add(across(i - 1), across(i + 1))),
                                        hn::Add(at(e.acrossChanges[1], left), at(e.acrossChanges[1], right)));
         // The weights are the inverse squares of the sums; 1 is added where there may be no change at all.
-        const auto squared = [&](auto sum) HWY_ATTR {
-            const V atLeastOne = InFloats(hn::Add(sum, hn::Set(d, 4)));
-            return hn::Mul(atLeastOne, atLeastOne);
-        };
-        const V alongSquared = squared(alongSum), acrossSquared = squared(acrossSum);
+        const auto atLeastOne = [&](auto sum) HWY_ATTR { return InFloats(hn::Add(sum, hn::Set(d, 4))); };
+        const V alongVariation = atLeastOne(alongSum), acrossVariation = atLeastOne(acrossSum);
+        const V alongSquared = hn::Mul(alongVariation, alongVariation);
+        const V acrossSquared = hn::Mul(acrossVariation, acrossVariation);
         const V part = hn::Div(acrossSquared, hn::Add(alongSquared, acrossSquared));
         const V eighths = Between(InFloats(at(e.across, i)), InFloats(at(e.along, i)), part);
-        hn::StoreU(Times(1.0F / 8, eighths), Floats(), mixed + i);
-        hn::StoreU(part, Floats(), alongPart + i);
+        hn::StoreU(InFloats(at(e.own, i)), Floats(), mixture.colours + i);
+        hn::StoreU(Times(1.0F / 8, eighths), Floats(), mixture.differences + i);
+        hn::StoreU(part, Floats(), mixture.alongPart + i);
+        // The harmonic mean of both squares.
+        const V noise = Times(1.0F / 8, hn::Mul(part, alongSquared));
+        hn::StoreU(hn::Min(noise, mostNoise), Floats(), mixture.noise + i);
     });
 }
 
 /// Sums over the changes to the nearest places of the same colour.
-template <class T, class E = typename MenonRowKernels<T>::Element>
-void Multiply(const std::array<const E*, 3>& own, const std::array<const float*, 3>& mixed,
-              const typename MenonRowKernels<T>::Products& products, std::int64_t from,
+void Multiply(const std::array<Mixture, 3>& mixtures, const Products& products, std::int64_t from,
               std::int64_t to) noexcept
 {
-    const Whole<T> d;
     EachVector(Floats(), from, to, [&](std::int64_t i) HWY_ATTR {
-        const auto here = hn::LoadU(d, own[1] + i);
-        const V difference = At(mixed[1], i);
+        const V here = At(mixtures[1].colours, i), difference = At(mixtures[1].differences, i);
         V colour[4], green[4];
         const auto change = [&](std::size_t k, std::size_t row, std::int64_t x) HWY_ATTR {
-            colour[k] = InFloats(hn::Sub(here, hn::LoadU(d, own[row] + x)));
-            green[k] = hn::Sub(colour[k], hn::Sub(difference, At(mixed[row], x)));
+            colour[k] = hn::Sub(here, At(mixtures[row].colours, x));
+            green[k] = hn::Sub(colour[k], hn::Sub(difference, At(mixtures[row].differences, x)));
         };
         change(0, 1, i - 1);
         change(1, 1, i + 1);
@@ -204,38 +205,47 @@ void Multiply(const std::array<const E*, 3>& own, const std::array<const float*,
     });
 }
 
-/// Least squares. Where nothing changes, the colour follows green.
-template <class T, class E = typename MenonRowKernels<T>::Element>
-void FitLine(const std::array<const E*, 3>& own, const std::array<const float*, 3>& mixed,
-             const float* alongPart, E tolerance, const typename MenonRowKernels<T>::Products& scratch,
-             const typename MenonRowKernels<T>::Fit& to, std::int64_t from, std::int64_t end) noexcept
+/// Least squares, with the smaller a slope the more of the changes may be noise. Where nothing changes, the colour
+/// follows green.
+void FitLine(const std::array<Mixture, 3>& mixtures, float tolerance, const Products& scratch, const Fit& to,
+             std::int64_t from, std::int64_t end) noexcept
 {
-    Multiply<T>(own, mixed, scratch, from - 1, end + 1);
+    Multiply(mixtures, scratch, from - 1, end + 1);
     const V zero = hn::Zero(Floats()), one = hn::Set(Floats(), 1);
-    const V some = hn::Set(Floats(), static_cast<float>(tolerance) * static_cast<float>(tolerance));
+    const V some = hn::Set(Floats(), tolerance * tolerance);
     EachVector(Floats(), from, end, [&](std::int64_t i) HWY_ATTR {
         const auto ofThree = [&](const float* line) HWY_ATTR {
             return hn::Add(hn::Add(hn::Add(At(line, i - 1), At(line, i + 1)), At(line, i)), some);
         };
-        const V together = ofThree(scratch[0]);
-        const auto slopeOn = [&](const float* squares) HWY_ATTR {
-            // What the estimates miss of the changes makes slopes of least squares too small.
-            const V quotient = Times(1.25F, hn::Div(together, ofThree(squares)));
-            return hn::Min(hn::Max(quotient, zero), one);
-        };
-        const V slope = slopeOn(scratch[1]);
-        const V onLine = hn::Mul(slope, slopeOn(scratch[2]));
+        const V together = ofThree(scratch[0]), onGreen = ofThree(scratch[1]);
+        const V changes = hn::Add(hn::Add(together, onGreen), ofThree(scratch[2]));
+        const V noise = At(mixtures[1].noise, i), noiseSquared = hn::Mul(noise, noise);
+        const V changesSquared = hn::Mul(changes, changes), both = hn::Add(changesSquared, noiseSquared);
+        const V inverse = hn::Div(one, hn::Mul(onGreen, both)), inverseOfBoth = hn::Mul(onGreen, inverse);
+        const V upwards = hn::Max(together, zero);
+        // The part of the changes that is not noise, for every unit of those of green.
+        const V share = hn::Mul(changesSquared, inverse);
+        // What the estimates miss of the changes makes slopes of least squares too small.
+        const V slope = hn::Mul(hn::Min(Times(1.2F, upwards), onGreen), share);
+        const V sixth = hn::Mul(Times(1.5F, hn::Mul(upwards, upwards)), inverseOfBoth);
+        const V third = hn::Mul(Times(1.0F / 3, noiseSquared), inverseOfBoth);
 
-        const V difference = At(mixed[1], i);
-        const V ends = Between(hn::Add(At(mixed[0], i), At(mixed[2], i)),
-                               hn::Add(At(mixed[1], i - 1), At(mixed[1], i + 1)), At(alongPart, i));
-        const V smoother = hn::Sub(ends, hn::Add(difference, difference));
-        const V refined = hn::Add(difference, hn::Mul(Times(1.0F / 6, onLine), smoother));
-        const V colour = InFloats(hn::LoadU(Whole<T>(), own[1] + i));
-        const V green = hn::Sub(colour, refined);
+        const Mixture& row = mixtures[1];
+        const auto beside = [&](const float* line)
+                                HWY_ATTR { return hn::Add(At(line, i - 1), At(line, i + 1)); };
+        const V colour = At(row.colours, i), difference = At(row.differences, i);
+        const V along = beside(row.differences), twice = hn::Add(difference, difference);
+        const V across = hn::Add(At(mixtures[0].differences, i), At(mixtures[2].differences, i));
+        const V smoother = hn::Sub(Between(across, along, At(row.alongPart, i)), twice);
+        const V green = hn::Sub(colour, hn::Add(difference, hn::Mul(sixth, smoother)));
+        // Three times what the colour and green differ from their means over three places of the row.
+        const V apart = hn::Sub(hn::Add(colour, colour), beside(row.colours));
+        const V greenApart = hn::Sub(apart, hn::Sub(twice, along));
+        const auto smoothed = [&](V value, V away) HWY_ATTR { return hn::Sub(value, hn::Mul(third, away)); };
         hn::StoreU(green, Floats(), to.greens + i);
         hn::StoreU(slope, Floats(), to.slopes + i);
-        hn::StoreU(hn::Sub(colour, hn::Mul(slope, green)), Floats(), to.offsets + i);
+        const V onLine = hn::Mul(slope, smoothed(green, greenApart));
+        hn::StoreU(hn::Sub(smoothed(colour, apart), onLine), Floats(), to.offsets + i);
     });
 }
 
@@ -256,12 +266,11 @@ template <class T>
 HWY_FLATTEN void Make(const typename MenonRowKernels<T>::Row& row, RowKind kind, const PixelRow& dst,
                       std::int64_t width, T top) noexcept
 {
-    const Beside beside(kind.colourFirst);
+    // To the other of the nearest places of the rows above and below; in the row itself it lies on the other side.
+    const std::int64_t side = kind.colourFirst ? -1 : 1;
     const Rounded rounded(top);
     const auto highest = hn::Set(Wide(), top);
     const auto colours = [&](std::int64_t i) HWY_ATTR {
-        const std::int64_t left = i + beside.left, right = i + beside.right;
-        const std::int64_t before = i - beside.right, behind = i - beside.left;
         const auto& [above, at, below] = row.fits;
         const auto own = Widened(hn::LoadU(Whole<T>(), row.own + i));
         const auto between = Widened(hn::LoadU(Whole<T>(), row.between + i));
@@ -269,27 +278,27 @@ HWY_FLATTEN void Make(const typename MenonRowKernels<T>::Row& row, RowKind kind,
         // The mean of 1 / part lines at a green.
         const auto colour = [](float part, V slopes, V offsets, V green)
                                 HWY_ATTR { return Times(part, hn::Add(hn::Mul(slopes, green), offsets)); };
-        const auto two = [](const float* one, std::int64_t x, const float* other, std::int64_t z)
-                             HWY_ATTR { return hn::Add(At(one, x), At(other, z)); };
-        const auto corners = [&](const float* a, const float* b)
-                                 HWY_ATTR { return hn::Add(two(a, left, a, right), two(b, left, b, right)); };
+        const auto inRow = [&](const float* line)
+                               HWY_ATTR { return hn::Add(At(line, i), At(line, i - side)); };
+        const auto inColumn = [](const float* a, const float* b, std::int64_t x)
+                                  HWY_ATTR { return hn::Add(At(a, x), At(b, x)); };
+        const V slopes = inColumn(above.slopes, below.slopes, i);
+        const V offsets = inColumn(above.offsets, below.offsets, i);
+        const V fourSlopes = hn::Add(slopes, inColumn(above.slopes, below.slopes, i + side));
+        const V fourOffsets = hn::Add(offsets, inColumn(above.offsets, below.offsets, i + side));
         return RowColours<hn::Vec<Wide>>{
             hn::Min(own, highest),
             rounded(ownGreen),
-            rounded(colour(0.25F, corners(above.slopes, below.slopes), corners(above.offsets, below.offsets),
-                           ownGreen)),
-            rounded(colour(0.5F, two(at.slopes, before, at.slopes, behind),
-                           two(at.offsets, before, at.offsets, behind), betweenGreen)),
+            rounded(colour(0.25F, fourSlopes, fourOffsets, ownGreen)),
+            rounded(colour(0.5F, inRow(at.slopes), inRow(at.offsets), betweenGreen)),
             hn::Min(between, highest),
-            rounded(colour(0.5F, two(above.slopes, i, below.slopes, i),
-                           two(above.offsets, i, below.offsets, i), betweenGreen))};
+            rounded(colour(0.5F, slopes, offsets, betweenGreen))};
     };
     StoreRow<T>(Wide(), dst, width, [&](std::int64_t i) HWY_ATTR { return Arranged(colours(i), kind); });
 }
 
 template <class T, class E = typename MenonRowKernels<T>::Element>
-constexpr MenonRowKernels<T> rows{&SplitPairs<T, E>, &Differences<T>, &Changes<E>,
-                                  &Mix<T>,           &FitLine<T>,     &Make<T>};
+constexpr MenonRowKernels<T> rows{&SplitPairs<T, E>, &Differences<T>, &Mix<T>, &FitLine, &Make<T>};
 
 const MenonKernels& Kernels()
 {

@@ -153,11 +153,13 @@ void menon(const test::TestImage& src, const QRect& roi, ExBayerGrid grid, test:
     };
     const Places alongRow([&](int x, int y) { return difference(x, y, true); });
     const Places alongColumn([&](int x, int y) { return difference(x, y, false); });
-    const Places alongPart([&](int x, int y) {
-        const float row = variation({alongRow, x, y, true}) + 1;
-        const float column = variation({alongColumn, x, y, false}) + 1;
-        return column * column / (row * row + column * column);
+    const auto squared = [](float v) { return v * v; };
+    const Places rowVariation([&](int x, int y) { return squared(variation({alongRow, x, y, true}) + 1); });
+    const Places columnVariation([&](int x, int y) {
+        return squared(variation({alongColumn, x, y, false}) + 1);
     });
+    const Places alongPart(
+        [&](int x, int y) { return columnVariation(x, y) / (rowVariation(x, y) + columnVariation(x, y)); });
     const auto mixture = [&](int x, int y, float row, float column) {
         return column + alongPart(x, y) * (row - column);
     };
@@ -176,23 +178,39 @@ void menon(const test::TestImage& src, const QRect& roi, ExBayerGrid grid, test:
         const auto at = [&](int dx) { return nearest(x + dx, y, firstIsGreen, secondIsGreen); };
         return ((at(-2) + at(2)) + at(0)) + tolerance * tolerance;
     };
-    const auto slopeOn = [&](int x, int y, bool isOnGreen) {
-        const float quotient = products(x, y, true, false) / products(x, y, isOnGreen, isOnGreen);
-        return std::clamp(1.25F * quotient, 0.0F, 1.0F);
-    };
-    const Places slope([&](int x, int y) { return slopeOn(x, y, true); });
-    const Places green([&](int x, int y) {
-        const float inverse = slopeOn(x, y, false);
-        const float row = mixed(x - 2, y) + mixed(x + 2, y), column = mixed(x, y - 2) + mixed(x, y + 2);
-        const float smoother = mixture(x, y, row, column) - 2 * mixed(x, y);
-        return sample(x, y) - (mixed(x, y) + slope(x, y) * inverse * (1.0F / 6) * smoother);
+    const Places onGreen([&](int x, int y) { return products(x, y, true, true); });
+    const Places upwards([&](int x, int y) { return std::max(products(x, y, true, false), 0.0F); });
+    const Places changes([&](int x, int y) {
+        return products(x, y, true, false) + onGreen(x, y) + products(x, y, false, false);
     });
-    const Places offset([&](int x, int y) { return sample(x, y) - slope(x, y) * green(x, y); });
+    const Places noise([&](int x, int y) {
+        return std::min(2 * (alongPart(x, y) * rowVariation(x, y)), squared(9 * tolerance));
+    });
+    const Places inverse(
+        [&](int x, int y) { return 1 / (onGreen(x, y) * (squared(changes(x, y)) + squared(noise(x, y)))); });
+    const Places share([&](int x, int y) { return squared(changes(x, y)) * inverse(x, y); });
+    const Places slope(
+        [&](int x, int y) { return std::min(1.2F * upwards(x, y), onGreen(x, y)) * share(x, y); });
+    const auto around = [&](const Places& of, int x, int y, bool along) {
+        return along ? of(x - 2, y) + of(x + 2, y) : of(x, y - 2) + of(x, y + 2);
+    };
+    const Places green([&](int x, int y) {
+        const float smoother =
+            mixture(x, y, around(mixed, x, y, true), around(mixed, x, y, false)) - 2 * mixed(x, y);
+        const float sixth = squared(upwards(x, y)) * 1.5F * (onGreen(x, y) * inverse(x, y));
+        return sample(x, y) - (mixed(x, y) + sixth * smoother);
+    });
+    const Places offset([&](int x, int y) {
+        const float third = squared(noise(x, y)) * (1.0F / 3) * (onGreen(x, y) * inverse(x, y));
+        const auto apart = [&](const Places& of) { return 2 * of(x, y) - around(of, x, y, true); };
+        const float colour = sample(x, y) - third * apart(sample);
+        return colour - slope(x, y) * (green(x, y) - third * (apart(sample) - apart(mixed)));
+    });
     const auto two = [](const Places& of, int x, int y, int dx, int dy) {
         return of(x - dx, y - dy) + of(x + dx, y + dy);
     };
     const auto corners = [&](const Places& of, int x, int y) {
-        return two(of, x, y - 1, 1, 0) + two(of, x, y + 1, 1, 0);
+        return two(of, x - 1, y, 0, 1) + two(of, x + 1, y, 0, 1);
     };
     for (int y = 0; y < roi.height(); ++y)
         for (int x = 0; x < roi.width(); ++x) {
