@@ -277,6 +277,95 @@ class RadialGains(Corrections):
         self.assertEqual(told, ["damaged: OpcodeList3"] * len(wrong))
 
 
+def warp(planes, centre=(0.5, 0.5), count=None):
+    """Factors of each plane: four radial ones and two tangential."""
+    numbers = sum(planes, ()) + tuple(centre)
+    return opcode(1, struct.pack(f">I{len(numbers)}d", len(planes) if count is None else count, *numbers))
+
+
+STRAIGHT = (1, 0, 0, 0, 0, 0)
+
+
+class Warps(Corrections):
+    PLANES = ((1.001, -0.1, 0.02, -0.005, 0.004, -0.003), (1, -0.1, 0.02, -0.005, 0.004, -0.003), (0.998, -0.09, 0.03, 0, 0, 0))
+
+    @staticmethod
+    def light(y, x):
+        """A scene without edges."""
+        return 25000 + 9000 * math.sin(x / 6) * math.cos(y / 7) + 200 * x
+
+    def bent(self, factors, centre, y, x, height, width):
+        """Where the light of a pixel comes from, within the picture."""
+        middle = centre[1] * height, centre[0] * width
+        farthest = math.hypot(*(max(m, size - m) for m, size in zip(middle, (height, width))))
+        dy, dx = (y + 0.5 - middle[0]) / farthest, (x + 0.5 - middle[1]) / farthest
+        square = dx * dx + dy * dy
+        radial = sum(k * square**i for i, k in enumerate(factors[:4]))
+        down = dy * radial + factors[4] * (square + 2 * dy * dy) + 2 * factors[5] * dx * dy
+        right = dx * radial + factors[5] * (square + 2 * dx * dx) + 2 * factors[4] * dx * dy
+        return middle[0] + farthest * down - 0.5, middle[1] + farthest * right - 0.5
+
+    def test_each_plane_comes_from_its_own_places(self):
+        for planes, centre in ((self.PLANES, (0.5, 0.5)), (self.PLANES[:1], (0.4, 0.7))):
+            samples = [round(self.light(y, x)) for y in range(HEIGHT) for x in range(WIDTH) for _ in range(3)]
+            content = linear(WIDTH, HEIGHT, samples, more={51022: listed(warp(planes, centre))})
+            self.assertEqual(self.told(content), "applied by develop: WarpRectilinear")
+            _, _, pixels = self.developed("a.dng", "--curve", "linear", "--wb", "1,1,1", "--matrix", "none")
+            moved = 0
+            for i, pixel in enumerate(pixels):
+                for channel, part in enumerate(pixel):
+                    y, x = self.bent(planes[min(channel, len(planes) - 1)], centre, *divmod(i, WIDTH), HEIGHT, WIDTH)
+                    if 1 <= x <= WIDTH - 2 and 1 <= y <= HEIGHT - 2:
+                        self.assertAlmostEqual(part, self.light(y, x), delta=30)
+                        moved = max(moved, abs(part - samples[3 * i]))
+            self.assertGreater(moved, 3000)
+
+    def test_mosaics_and_half_of_them(self):
+        samples = [round(self.light(y, x)) for y in range(HEIGHT) for x in range(WIDTH)]
+        self.write("a.dng", dng(WIDTH, HEIGHT, samples, "rggb", more={51022: listed(warp(self.PLANES[:1]))}))
+        for method, scale in (("menon", 1), ("half", 2)):
+            width, height, pixels = self.developed("a.dng", "--method", method, "--matrix", "none", "--curve", "linear")
+            for y in range(4, height - 4):
+                for x in range(4, width - 4):
+                    row, column = self.bent(self.PLANES[0], (0.5, 0.5), y * scale + scale / 2 - 0.5, x * scale + scale / 2 - 0.5,
+                                            HEIGHT, WIDTH)
+                    self.assertAlmostEqual(pixels[y * width + x][1], self.light(row, column), delta=700)
+
+    def test_a_straight_lens_changes_nothing(self):
+        samples = random_samples(33 * 25 * 3, 65535, 4)
+        self.write("0.dng", linear(33, 25, samples, turn=6, more={51022: listed(warp((STRAIGHT,)))}))
+        self.write("1.dng", linear(33, 25, samples, turn=6))
+        self.assertEqual(self.developed("0.dng", "--bits", "16"), self.developed("1.dng", "--bits", "16"))
+
+    def test_order(self):
+        """Gains belong to where light fell before it was moved, or after that, as the list says."""
+        larger = (0.5, 0, 0, 0, 0, 0)
+        step = Map(1, 2, [1, 2], spacing=(1, 0.02), origin=(0, 0.6)).opcode((0, 0, 24, 48))
+        edges = []
+        for order in ((step, warp((larger,))), (warp((larger,)), step)):
+            self.write("a.dng", dng(48, 24, [9000] * 48 * 24, None, neutral=None, matrix=None, more={51022: listed(*order)}))
+            self.succeed("develop", "a.dng", "-o", "out.tif", "--curve", "linear")
+            edges.append(sum(s < 13500 for s in read_tiff(self.read("out.tif"))[3][:48]))
+        for edge, place in zip(edges, (0.5 + 2 * 0.11, 0.61)):
+            self.assertAlmostEqual(edge, 48 * place, delta=1)
+
+    def test_damaged(self):
+        three = self.PLANES
+        wrong = [warp(three[:2]), warp(three + three[:1]), warp((), count=0), warp(three[:1], count=3), warp(three, count=1),
+                 warp(three, count=TOP), warp(((math.nan,) + STRAIGHT[1:],)), warp((STRAIGHT[:5] + (math.inf,),)),
+                 warp(((1e300,) * 6,)), warp((STRAIGHT,), (0.5, math.nan)), warp((STRAIGHT,), (2, 0.5)), opcode(1, b""),
+                 opcode(1, bytes(3)), opcode(1, bytes(68))]
+        lists = [listed(warp((STRAIGHT,)), part) for part in wrong] + [listed(*[warp((STRAIGHT,))] * 5)]
+        told = self.told_of_all([dng(32, 24, [9000] * 768, "rggb", more={51022: value}) for value in lists])
+        self.assertEqual(told, ["damaged: OpcodeList3"] * len(lists))
+        # Far places are those of the edge.
+        self.write("a.dng", dng(32, 24, [9000] * 768, "rggb", more={51022: listed(warp(((9e5,) * 6,)))}))
+        self.assert_even(self.developed("a.dng")[2], 255 * encoded(9000 / 65535))
+        # Samples of a mosaic cannot be moved.
+        self.assertEqual(self.told(dng(32, 24, [9000] * 768, "rggb", more={51009: listed(warp((STRAIGHT,)))})),
+                         "not applied: WarpRectilinear")
+
+
 def constant(level):
     return opcode(4, struct.pack(">2I", level, 0))
 
@@ -398,8 +487,8 @@ class Lists(Corrections):
         return read_tiff(self.read("out.tif")), self.developed("a.dng", "--corrections", "none")
 
     def test_what_is_not_known_is_named(self):
-        unknown = [opcode(n, bytes(12), flags=1) for n in range(20)]  # most of them too short
-        for lists, told in (({3: listed(unknown[1], unknown[1])}, "not applied: WarpRectilinear"),
+        unknown = [opcode(n, bytes(12), flags=1) for n in range(20)]
+        for lists, told in (({3: listed(unknown[2], unknown[2])}, "not applied: WarpFisheye"),
                             ({2: listed(unknown[13], unknown[12])}, "not applied: ScalePerColumn ScalePerRow"),
                             ({1: listed(unknown[9], unknown[17], unknown[0])}, "not applied: GainMap others"),
                             ({1: listed(*[unknown[1]] * 1023, unknown[2])}, "not applied: WarpRectilinear WarpFisheye"),
@@ -411,10 +500,10 @@ class Lists(Corrections):
     def test_what_is_no_option_is_warned_of_and_the_rest_applied(self):
         maps = [m.opcode((i // 2, i % 2, HEIGHT, WIDTH), pitches=(2, 2)) for i, m in enumerate(MAPS)]
         lists = {51009: listed(opcode(77, b"abc"), *maps, opcode(10, bytes(40), flags=1)),
-                 51022: listed(opcode(1, bytes(68)))}
+                 51022: listed(opcode(2, bytes(68)))}
         told = self.told(dng(WIDTH, HEIGHT, self.gray(0.4), "rggb", more=lists))
-        self.assertEqual(told, "applied by develop: GainMap, not applied: others DeltaPerRow WarpRectilinear")
-        picture, _ = self.warned(["its correction others is not applied", "its correction WarpRectilinear is not applied"])
+        self.assertEqual(told, "applied by develop: GainMap, not applied: others DeltaPerRow WarpFisheye")
+        picture, _ = self.warned(["its correction others is not applied", "its correction WarpFisheye is not applied"])
         self.assert_even([picture[3]], 255 * encoded(0.4))
 
     def test_damaged_lists_are_left_out_as_a_whole(self):
@@ -434,7 +523,8 @@ class Lists(Corrections):
             m.opcode((24, 0, 30, 32)), m.opcode((0, 32, 24, 40)), m.opcode((0, 9, 24, 9)), m.opcode((9, 0, 8, 32)),
             m.opcode(area, spacing=(0, 0.1)), m.opcode(area, spacing=(0.1, -0.1)), m.opcode(area, spacing=(nan, 0.1)),
             m.opcode(area, spacing=(0.1, infinite)), m.opcode(area, origin=(nan, 0)), m.opcode(area, origin=(0, infinite)),
-            Map(1, 34, [1] * 34).opcode(area), gains(1, nan).opcode(area), gains(infinite, 1).opcode(area), gains(1, 1, -0.5).opcode(area),
+            Map(1, 34, [1] * 34).opcode(area), gains(1, nan).opcode(area), gains(infinite, 1).opcode(area),
+            gains(1, 1, -0.5).opcode(area),
             opcode(9, b""), opcode(9, bytes(76))]
         lists = [(2, good + part) for part in wrong] + [(65, good * 65), (1025, good + opcode(1, b"", flags=1) * 1024)]
         names = [f"{i:02}.dng" for i in range(len(lists))]

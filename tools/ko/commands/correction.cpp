@@ -34,6 +34,7 @@ struct Axis {
 
     int place(int pixel) const { return corner + pixel * scale; }
     double middle(int pixel) const { return place(pixel) + 0.5 * scale; }
+    double pixel(double place) const { return (place - corner) / scale - 0.5; }  ///< in whose middle it lies
 };
 
 struct Axes {
@@ -63,7 +64,7 @@ std::vector<Line> linesOf(const GainMap& map, std::size_t axis, const Axis& plac
     return lines;
 }
 
-void multiply(Image& picture, const GainMap& map, const Axes& axes, const Brightener& brightened)
+void apply(Image& picture, const GainMap& map, const Axes& axes, const Brightener& brightened)
 {
     const std::vector<Line> rows = linesOf(map, 0, axes.rows);
     const std::vector<Line> columns = linesOf(map, 1, axes.columns);
@@ -86,21 +87,87 @@ void multiply(Image& picture, const GainMap& map, const Axes& axes, const Bright
         }
 }
 
-void multiply(Image& picture, const RadialGain& gain, const Axes& axes, const Brightener& brightened)
+/// The middle of a lens, and how far the farthest corner is from it.
+struct Centre {
+    double x;
+    double y;
+    double farthest;
+};
+
+Centre centreOf(const std::array<double, 2>& shares, const Axes& axes)
 {
-    const auto& [x, y] = gain.centre;
-    const double left = x * axes.columns.extent;
-    const double top = y * axes.rows.extent;
-    const double farthest =
-        std::hypot(std::max(left, axes.columns.extent - left), std::max(top, axes.rows.extent - top));
-    const auto squareOf = [farthest](double distance) { return distance * distance / farthest / farthest; };
+    const double width = axes.columns.extent;
+    const double height = axes.rows.extent;
+    const double x = shares[0] * width;
+    const double y = shares[1] * height;
+    return {x, y, std::hypot(std::max(x, width - x), std::max(y, height - y))};
+}
+
+void apply(Image& picture, const RadialGain& gain, const Axes& axes, const Brightener& brightened)
+{
+    const auto [left, top, farthest] = centreOf(gain.centre, axes);
     for (int row = 0; row < picture->height; ++row) {
-        const double down = squareOf(axes.rows.middle(row) - top);
+        const double down = (axes.rows.middle(row) - top) / farthest;
         std::uint16_t* sample = rowOf<std::uint16_t>(picture, row);
         for (int column = 0; column < picture->width; ++column) {
-            const double factor = gain.at(down + squareOf(axes.columns.middle(column) - left));
+            const double right = (axes.columns.middle(column) - left) / farthest;
+            const double factor = gain.at(right * right + down * down);
             for (const std::uint16_t* const next = sample + picture->channels; sample < next; ++sample)
                 *sample = brightened(*sample, static_cast<float>(std::max(factor, 0.0)));
+        }
+    }
+}
+
+/// Four neighbours along an axis and their weights: those of a cubic curve through them. What lies outside is as at the
+/// edge.
+struct Neighbours {
+    Neighbours(double place, int count)
+    {
+        // Rounded down; a conversion, which is cheaper, rounds towards 0.
+        const int before = static_cast<int>(std::clamp(place, -2.0, count + 1.0) + 2) - 2;
+        const auto t = static_cast<float>(std::clamp(place - before, 0.0, 1.0));
+        for (int i = 0; i < 4; ++i)
+            places[static_cast<std::size_t>(i)] = std::clamp(before - 1 + i, 0, count - 1);
+        weights = {t * (-0.5F + t * (1 - 0.5F * t)), 1 + t * t * (-2.5F + 1.5F * t),
+                   t * (0.5F + t * (2 - 1.5F * t)), t * t * (-0.5F + 0.5F * t)};
+    }
+
+    std::array<int, 4> places;
+    std::array<float, 4> weights;
+};
+
+std::uint16_t sampleAt(const Image& picture, double x, double y, int channel)
+{
+    const Neighbours columns(x, picture->width);
+    const Neighbours rows(y, picture->height);
+    float sum = 0;
+    for (std::size_t i = 0; i < 4; ++i) {
+        const std::uint16_t* const row = rowOf<std::uint16_t>(picture, rows.places[i]) + channel;
+        float ofRow = 0;
+        for (std::size_t j = 0; j < 4; ++j)
+            ofRow += columns.weights[j] * row[std::int64_t{columns.places[j]} * picture->channels];
+        sum += rows.weights[i] * ofRow;
+    }
+    return static_cast<std::uint16_t>(std::clamp(sum + 0.5F, 0.0F, 65535.0F));
+}
+
+/// Samples are taken as they are, with the levels of the curve.
+void apply(Image& picture, const Warp& warp, const Axes& axes, const Brightener&)
+{
+    const Centre centre = centreOf(warp.centre, axes);
+    Image bent = std::move(picture);
+    picture = Image(*bent);
+#pragma omp parallel for
+    for (int row = 0; row < bent->height; ++row) {
+        const double down = (axes.rows.middle(row) - centre.y) / centre.farthest;
+        std::uint16_t* to = rowOf<std::uint16_t>(picture, row);
+        for (int column = 0; column < bent->width; ++column) {
+            const double right = (axes.columns.middle(column) - centre.x) / centre.farthest;
+            for (int channel = 0; channel < bent->channels; ++channel) {
+                const auto [x, y] = warp.from(right, down, static_cast<std::size_t>(channel));
+                *to++ = sampleAt(bent, axes.columns.pixel(centre.x + x * centre.farthest),
+                                 axes.rows.pixel(centre.y + y * centre.farthest), channel);
+            }
         }
     }
 }
@@ -165,17 +232,17 @@ void repair(Image& picture, const Corrections& corrections)
         asStored(picture, corrections.orientation, [&] { repair(picture, corrections.faulty); });
 }
 
-void multiply(Image& picture, const std::vector<Gain>& gains, const Corrections& corrections, Curve curve,
-              int scale)
+void apply(Image& picture, const std::vector<Correction>& list, const Corrections& corrections, Curve curve,
+           int scale)
 {
-    if (gains.empty())
+    if (list.empty())
         return;
     const Brightener brightened(curve);
     asStored(picture, corrections.orientation, [&] {
         const Axes axes{{picture->height, corrections.corner.y(), corrections.size.height(), scale},
                         {picture->width, corrections.corner.x(), corrections.size.width(), scale}};
-        for (const Gain& gain : gains)
-            std::visit([&](const auto& one) { multiply(picture, one, axes, brightened); }, gain);
+        for (const Correction& correction : list)
+            std::visit([&](const auto& one) { apply(picture, one, axes, brightened); }, correction);
     });
 }
 

@@ -138,7 +138,7 @@ Image corrected(const SxImageBuf& samples, const Corrections& corrections, Level
     Image light = balanced(samples, levels, {1, 1, 1, 1});
     levels = {0, 65535};
     repair(light, corrections);
-    multiply(light, corrections.linear, corrections, LinearCurve, 1);
+    apply(light, corrections.linear, corrections, LinearCurve, 1);
     return light;
 }
 
@@ -175,8 +175,7 @@ Image develop(const Image& picture, const Options& options, Demosaicer& demosaic
         if (isMosaic)
             light = demosaicer.run(*light, wholeOf(*light), "; another --method takes it", inner);
         if (corrections)
-            multiply(light, corrections->colours, *corrections, rendering.curve,
-                     options.method == Half ? 2 : 1);
+            apply(light, corrections->colours, *corrections, rendering.curve, options.method == Half ? 2 : 1);
         if (!crop.isEmpty())
             light = cropOf(light, crop);
         if (options.percent)

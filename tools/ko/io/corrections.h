@@ -6,6 +6,7 @@
 #include <QPoint>
 #include <QSize>
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -48,17 +49,36 @@ struct RadialGain {
     }
 };
 
-using Gain = std::variant<GainMap, RadialGain>;
+/// Straightens what a lens has bent, and lays the colours over each other that it has parted. Tells from where the light
+/// of a place comes; places are counted from a centre, the farthest corner being 1 away.
+struct Warp {
+    /// Four factors of the distance: of its first power and the odd ones above. Two of a lens that is not in line.
+    using Factors = std::array<double, 6>;
+
+    std::array<double, 2> centre;  ///< x and y as shares of the whole
+    std::vector<Factors> planes;   ///< one for all or those of each
+
+    std::array<double, 2> from(double x, double y, std::size_t plane) const
+    {
+        const Factors& k = planes[std::min(plane, planes.size() - 1)];
+        const double square = x * x + y * y;
+        const double radial = k[0] + square * (k[1] + square * (k[2] + square * k[3]));
+        return {x * radial + 2 * k[4] * x * y + k[5] * (square + 2 * x * x),
+                y * radial + 2 * k[5] * x * y + k[4] * (square + 2 * y * y)};
+    }
+};
+
+using Correction = std::variant<GainMap, RadialGain, Warp>;
 
 /// Those of a file, by the state of the samples that they are for.
 struct Corrections {
-    QSize size;                  ///< of the whole that places are counted in
-    QPoint corner;               ///< where the picture as it is stored begins in it
-    int orientation = Upright;   ///< what the picture has been turned from since
-    std::vector<QPoint> faulty;  ///< pixels of the picture as it is stored, each of them once
-    std::vector<Gain> linear;    ///< for linear samples
-    std::vector<Gain> colours;   ///< for demosaiced ones
-    std::string file;            ///< its name
+    QSize size;                       ///< of the whole that places are counted in
+    QPoint corner;                    ///< where the picture as it is stored begins in it
+    int orientation = Upright;        ///< what the picture has been turned from since
+    std::vector<QPoint> faulty;       ///< pixels of the picture as it is stored, each of them once
+    std::vector<Correction> linear;   ///< for linear samples
+    std::vector<Correction> colours;  ///< for demosaiced ones
+    std::string file;                 ///< its name
     // Names, each of them once.
     std::vector<std::string> applied;
     std::vector<std::string> left;     ///< out, as unknown here

@@ -14,7 +14,7 @@ namespace ko::tool {
 namespace {
 
 /// More of a list no sound file has, and each takes time.
-constexpr std::size_t mostGains = 64;
+constexpr std::size_t mostCorrections = 64;
 
 /// True for an area that has a part of so many channels of the whole.
 bool isInside(const Opcode& opcode, const QSize& whole, int channels)
@@ -27,7 +27,8 @@ bool isInside(const Opcode& opcode, const QSize& whole, int channels)
 }
 
 /// None where it makes no sense.
-std::optional<Gain> gainMapOf(const OpcodeBody& body, const Opcode& opcode, const QSize& whole, int channels)
+std::optional<Correction> gainMapOf(const OpcodeBody& body, const Opcode& opcode, const QSize& whole,
+                                    int channels)
 {
     constexpr std::size_t headSize = 76;
     if (body.size() <= headSize || !isInside(opcode, whole, channels))
@@ -59,11 +60,22 @@ std::optional<Gain> gainMapOf(const OpcodeBody& body, const Opcode& opcode, cons
     for (std::size_t i = 0; i < count; ++i)
         map.gains.push_back(body.single(headSize + 4 * i));
     const auto isGain = [](float gain) { return std::isfinite(gain) && gain >= 0; };
-    return std::ranges::all_of(map.gains, isGain) ? std::optional<Gain>(std::move(map)) : std::nullopt;
+    return std::ranges::all_of(map.gains, isGain) ? std::optional<Correction>(std::move(map)) : std::nullopt;
+}
+
+bool isShare(double number)
+{
+    return number >= 0 && number <= 1;
+}
+
+/// True for what a sound polynomial of a lens may have.
+bool isFactor(double number)
+{
+    return std::abs(number) < 1e6;
 }
 
 /// None where it makes no sense, which would be a gain below 0 somewhere.
-std::optional<Gain> radialGainOf(const OpcodeBody& body)
+std::optional<Correction> radialGainOf(const OpcodeBody& body)
 {
     constexpr std::size_t fullSize = 56;
     if (body.size() != fullSize)
@@ -71,27 +83,50 @@ std::optional<Gain> radialGainOf(const OpcodeBody& body)
     RadialGain gain{{body.number(40), body.number(48)}, {}};
     for (std::size_t i = 0; i < gain.factors.size(); ++i)
         gain.factors[i] = body.number(8 * i);
-    const auto isShare = [](double share) { return share >= 0 && share <= 1; };
-    const auto isFactor = [](double factor) { return std::abs(factor) < 1e6; };
     bool isSound = std::ranges::all_of(gain.centre, isShare) && std::ranges::all_of(gain.factors, isFactor);
     constexpr int steps = 1024;
     for (int i = 0; i <= steps; ++i)
         isSound = isSound && gain.at(static_cast<double>(i) / steps) >= 0;
-    return isSound ? std::optional<Gain>(gain) : std::nullopt;
+    return isSound ? std::optional<Correction>(gain) : std::nullopt;
 }
 
-/// Takes a correction that multiplies pixels of so many channels.
-Fate addGain(LibRaw_abstract_datastream& stream, const Opcode& opcode, const QSize& whole, int channels,
-             std::vector<Gain>& gains)
+/// None where it makes no sense.
+std::optional<Correction> warpOf(const OpcodeBody& body, int channels)
 {
-    if (opcode.number != GainMapping && opcode.number != FixVignetteRadial)
+    constexpr std::size_t headSize = 20;
+    constexpr std::size_t planeSize = sizeof(Warp::Factors);
+    const std::size_t planes = body.size() < headSize ? 0 : body.whole(0);
+    if ((planes != 1 && planes != static_cast<std::size_t>(channels)) ||
+        body.size() != headSize + planes * planeSize)
+        return {};
+    const std::size_t end = body.size() - 16;
+    Warp warp{{body.number(end), body.number(end + 8)}, std::vector<Warp::Factors>(planes)};
+    bool isSound = std::ranges::all_of(warp.centre, isShare);
+    for (std::size_t i = 0; i < 6 * planes; ++i) {
+        warp.planes[i / 6][i % 6] = body.number(4 + 8 * i);
+        isSound = isSound && isFactor(warp.planes[i / 6][i % 6]);
+    }
+    return isSound ? std::optional<Correction>(std::move(warp)) : std::nullopt;
+}
+
+/// Takes a correction of pixels of so many channels. A mosaic cannot be bent before it has become a picture.
+Fate take(LibRaw_abstract_datastream& stream, const Opcode& opcode, const QSize& whole, int channels,
+          bool canBend, std::vector<Correction>& taken)
+{
+    const bool isGain = opcode.number == GainMapping || opcode.number == FixVignetteRadial;
+    if (!isGain && (opcode.number != WarpRectilinear || !canBend))
         return Left;
     const OpcodeBody body(stream, opcode);
-    std::optional<Gain> gain =
-        opcode.number == GainMapping ? gainMapOf(body, opcode, whole, channels) : radialGainOf(body);
-    if (!gain || gains.size() == mostGains)
+    std::optional<Correction> correction = opcode.number == GainMapping
+                                               ? gainMapOf(body, opcode, whole, channels)
+                                           : isGain ? radialGainOf(body)
+                                                    : warpOf(body, channels);
+    constexpr int mostWarps = 4;  // which take more time
+    const auto isWarp = [](const Correction& one) { return std::holds_alternative<Warp>(one); };
+    if (!correction || taken.size() == mostCorrections ||
+        (isWarp(*correction) && std::ranges::count_if(taken, isWarp) == mostWarps))
         return Damaged;
-    gains.push_back(std::move(*gain));
+    taken.push_back(std::move(*correction));
     return Applied;
 }
 
@@ -149,16 +184,16 @@ std::shared_ptr<const Corrections> readCorrections(const std::string& file,
     if (readList(opcodes(rawOpcodes), "OpcodeList1", *corrections,
                  [&](const Opcode& opcode) { return faults.add(opcode); }))
         corrections->faulty = faults.places();
-    const auto readGains = [&](int list, const char* name, int channels, std::vector<Gain>& gains) {
-        const auto add = [&](const Opcode& opcode) {
-            return addGain(stream, opcode, area.size(), channels, gains);
+    const auto readLight = [&](int list, const char* name, int channels, std::vector<Correction>& taken) {
+        const auto takeOne = [&](const Opcode& opcode) {
+            return take(stream, opcode, area.size(), channels, list == colourOpcodes, taken);
         };
-        if (!readList(opcodes(list), name, *corrections, add))
-            gains.clear();
+        if (!readList(opcodes(list), name, *corrections, takeOne))
+            taken.clear();
     };
     const bool isMosaic = format.bayerGrid != BayerNone;
-    readGains(linearOpcodes, "OpcodeList2", format.channels, corrections->linear);
-    readGains(colourOpcodes, "OpcodeList3", isMosaic ? 3 : format.channels, corrections->colours);
+    readLight(linearOpcodes, "OpcodeList2", format.channels, corrections->linear);
+    readLight(colourOpcodes, "OpcodeList3", isMosaic ? 3 : format.channels, corrections->colours);
     const bool isEmpty =
         corrections->applied.empty() && corrections->left.empty() && corrections->damaged.empty();
     return isEmpty ? nullptr : corrections;

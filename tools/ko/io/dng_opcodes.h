@@ -15,6 +15,7 @@
 namespace ko::tool {
 
 enum OpcodeNumber : std::uint32_t {
+    WarpRectilinear = 1,
     FixVignetteRadial = 3,
     FixBadPixelsConstant = 4,
     FixBadPixelsList = 5,
