@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <cstring>
 
+// Newer processors take bytes from anywhere in a vector.
+#define HWY_WANT_AVX3_DL
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "raw/packed_kernels.cpp"
 #include <hwy/foreach_target.h>
