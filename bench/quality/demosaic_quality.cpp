@@ -160,13 +160,10 @@ PerMethod qualities(const std::string& path, int bits, ko::ExBayerGrid grid, boo
     return result;
 }
 
-PerMethod meanOf(const std::vector<PerMethod>& rows)
+/// Nothing where a method does not work on such samples.
+void printCell(double value)
 {
-    PerMethod mean{};
-    for (const PerMethod& row : rows)
-        for (std::size_t m = 0; m < methodCount; ++m)
-            mean[m] += row[m] / static_cast<double>(rows.size());
-    return mean;
+    value == 0 ? std::printf(" |") : std::printf(" %.2f |", value);
 }
 
 void printHead(const char* first)
@@ -177,11 +174,11 @@ void printHead(const char* first)
     std::printf("\n|---|%s\n", "--:|--:|--:|--:|--:|--:|");
 }
 
-void printRow(const std::string& name, const PerMethod& values, int digits)
+void printRow(const std::string& name, const PerMethod& values)
 {
     std::printf("| %s |", name.c_str());
     for (const double value : values)
-        value == 0 ? std::printf(" |") : std::printf(" %.*f |", digits, value);
+        printCell(value);
     std::printf("\n");
 }
 
@@ -189,7 +186,18 @@ void printPhotographs(const std::vector<std::string>& paths, bool isNoisy)
 {
     printHead(isNoisy ? "photograph, 8 bits, RGGB, noise" : "photograph, 8 bits, RGGB");
     for (const std::string& path : paths)
-        printRow(std::filesystem::path(path).filename(), qualities(path, 8, ko::BayerRGGB, isNoisy), 2);
+        printRow(std::filesystem::path(path).filename(), qualities(path, 8, ko::BayerRGGB, isNoisy));
+}
+
+PerMethod meanQualities(const std::vector<std::string>& paths, int bits, ko::ExBayerGrid grid, bool isNoisy)
+{
+    PerMethod mean{};
+    for (const std::string& path : paths) {
+        const PerMethod one = qualities(path, bits, grid, isNoisy);
+        for (std::size_t m = 0; m < methodCount; ++m)
+            mean[m] += one[m] / static_cast<double>(paths.size());
+    }
+    return mean;
 }
 
 void printMeans(const std::vector<std::string>& paths)
@@ -198,29 +206,41 @@ void printMeans(const std::vector<std::string>& paths)
     printHead("mean of the photographs");
     for (const bool isNoisy : {false, true})
         for (const int bits : {8, 12})
-            for (const int grid : {0, 1, 2, 3}) {
-                std::vector<PerMethod> rows;
-                for (const std::string& path : paths)
-                    rows.push_back(qualities(path, bits, static_cast<ko::ExBayerGrid>(grid), isNoisy));
+            for (const int grid : {0, 1, 2, 3})
                 printRow(std::string(gridNames[grid]) + (bits == 8 ? ", 8 bits" : ", 12 bits") +
                              (isNoisy ? ", noise" : ""),
-                         meanOf(rows), 2);
-            }
+                         meanQualities(paths, bits, static_cast<ko::ExBayerGrid>(grid), isNoisy));
 }
 
-void printTimes()
+PerMethod times(int bits)
 {
-    printHead("processor milliseconds, 2048 x 2048");
+    cv::Mat random(2048, 2048, bits == 8 ? CV_8U : CV_16U);
+    cv::randu(random, 0, 1 << bits);
+    const Mosaic mosaic{random, bits, ko::BayerRGGB};
+    cv::Mat picture(random.size(), CV_MAKETYPE(random.depth(), 3));
+    PerMethod result{};
+    for (std::size_t m = 0; m < methodCount; ++m)
+        if (bits == 8 || methods[m].hasWords)
+            result[m] = milliseconds([&] { methods[m].run(mosaic, picture); });
+    return result;
+}
+
+/// What a method brings beside what it costs.
+void printSummary(const std::vector<std::string>& paths)
+{
+    std::printf("\n| method | 8 bits: dB | noise: dB | ms | 12 bits: dB | noise: dB | ms |\n"
+                "|---|--:|--:|--:|--:|--:|--:|\n");
+    std::vector<PerMethod> columns;
     for (const int bits : {8, 12}) {
-        cv::Mat random(2048, 2048, bits == 8 ? CV_8U : CV_16U);
-        cv::randu(random, 0, 1 << bits);
-        const Mosaic mosaic{random, bits, ko::BayerRGGB};
-        cv::Mat picture(random.size(), CV_MAKETYPE(random.depth(), 3));
-        PerMethod times{};
-        for (std::size_t m = 0; m < methodCount; ++m)
-            if (bits == 8 || methods[m].hasWords)
-                times[m] = milliseconds([&] { methods[m].run(mosaic, picture); });
-        printRow(bits == 8 ? "8 bits" : "12 bits", times, 1);
+        for (const bool isNoisy : {false, true})
+            columns.push_back(meanQualities(paths, bits, ko::BayerRGGB, isNoisy));
+        columns.push_back(times(bits));
+    }
+    for (std::size_t m = 0; m < methodCount; ++m) {
+        std::printf("| %s |", methods[m].name);
+        for (const PerMethod& column : columns)
+            printCell(column[m]);
+        std::printf("\n");
     }
 }
 
@@ -234,8 +254,8 @@ int main(int argc, char** argv)
         return 2;
     }
     cv::setNumThreads(1);
+    printSummary(paths);
     printPhotographs(paths, false);
     printPhotographs(paths, true);
     printMeans(paths);
-    printTimes();
 }
