@@ -371,7 +371,7 @@ def constant(level):
 
 
 def faulty(points, areas=(), counts=None):
-    numbers = sum(points, ()) + sum(areas, ())
+    numbers = [number for part in (*points, *areas) for number in part]
     return opcode(5, struct.pack(f">{3 + len(numbers)}I", 0, *(counts or (len(points), len(areas))), *numbers))
 
 
