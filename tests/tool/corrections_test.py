@@ -336,6 +336,12 @@ class Warps(Corrections):
         self.write("0.dng", linear(33, 25, samples, turn=6, more={51022: listed(warp((STRAIGHT,)))}))
         self.write("1.dng", linear(33, 25, samples, turn=6))
         self.assertEqual(self.developed("0.dng", "--bits", "16"), self.developed("1.dng", "--bits", "16"))
+        # Nor where the picture begins a row and a column behind the corner that places count from.
+        samples = random_samples(WIDTH * HEIGHT, 65535, 5)
+        for name, more in (("0.dng", {51022: listed(warp((STRAIGHT,)))}), ("1.dng", {})):
+            self.write(name, dng(WIDTH, HEIGHT, samples, "rggb", area=(3, 5, HEIGHT - 4, WIDTH - 2), more=more))
+        for method in ("menon", "half"):
+            self.assertEqual(self.developed("0.dng", "--method", method), self.developed("1.dng", "--method", method))
 
     def test_order(self):
         """Gains belong to where light fell before it was moved, or after that, as the list says."""
@@ -402,7 +408,7 @@ class FaultyPixels(Corrections):
             self.assertNotEqual(self.developed("a.dng", "--corrections", "none"), self.developed("whole.dng"))
 
     def test_those_of_one_level(self):
-        for level, curve in ((0, None), (4095, None)):
+        for level in (0, 4095):
             samples = self.damaged([2000] * WIDTH * HEIGHT, level=level)
             told = self.told(dng(WIDTH, HEIGHT, samples, "rggb", (100,), 4095, more={51008: listed(constant(level))}))
             self.assertEqual(told, "applied by develop: FixBadPixelsConstant")

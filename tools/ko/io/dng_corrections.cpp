@@ -174,7 +174,7 @@ std::shared_ptr<const Corrections> readCorrections(const std::string& file,
     // write them so. LibRaw leaves out what makes an area begin at an odd place, so the area of the file counts.
     const QRect read(sizes.left_margin, sizes.top_margin, sizes.width, sizes.height);
     const QRect told = tags.activeArea(sizes.raw_width, sizes.raw_height);
-    const QRect area = told.contains(read) ? told : read;
+    const QRect area = told.isValid() && told.contains(read) ? told : read;
     auto corrections = std::make_shared<Corrections>();
     corrections->size = area.size();
     corrections->corner = read.topLeft() - area.topLeft();
