@@ -262,14 +262,18 @@ void fillPairs(TestImage& samples, TestImage& below, std::uint32_t seed)
 template <class T>
 void compareCorrect(const Layout& layout, const std::vector<double>& gains, double reference, double target)
 {
-    TestImage src(layout), background(layout), dst(layout), expected(layout);
-    fillPairs(src, background, static_cast<std::uint32_t>(layout.width + 100 * layout.channels));
+    TestImage src(layout), background(layout), below(layout), dst(layout), expected(layout);
+    for (TestImage* image : {&background, &below})
+        fillPairs(src, *image, static_cast<std::uint32_t>(layout.width + 100 * layout.channels));
     dst.fillBytes(99);
     expected.fillBytes(99);
     ASSERT_EQ(CorrectBackground(src, background, dst, reference, target, gainsOf(gains)), ResultOk);
     oracle::correctBackground<T>(src, background, expected, target / reference, gains);
     ASSERT_EQ(dst.bytes(), expected.bytes())
         << layout.width << " x " << layout.channels << " type " << layout.type;
+    oracle::correctBackground<T>(src, below, below, target / reference, gains);
+    ASSERT_EQ(CorrectBackground(src, background, background, reference, target, gainsOf(gains)), ResultOk);
+    ASSERT_EQ(background.bytes(), below.bytes()) << "into the background's memory, " << layout.width;
 }
 
 template <class T>
