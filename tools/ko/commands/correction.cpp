@@ -136,17 +136,22 @@ struct Neighbours {
     std::array<float, 4> weights;
 };
 
-std::uint16_t sampleAt(const Image& picture, double x, double y, int channel)
+/// A place in a picture between samples.
+struct Between {
+    Neighbours columns;
+    Neighbours rows;
+};
+
+std::uint16_t sampleAt(const Image& picture, const Between& place, int channel)
 {
-    const Neighbours columns(x, picture->width);
-    const Neighbours rows(y, picture->height);
     float sum = 0;
     for (std::size_t i = 0; i < 4; ++i) {
-        const std::uint16_t* const row = rowOf<std::uint16_t>(picture, rows.places[i]) + channel;
+        const std::uint16_t* const row = rowOf<std::uint16_t>(picture, place.rows.places[i]) + channel;
         float ofRow = 0;
         for (std::size_t j = 0; j < 4; ++j)
-            ofRow += columns.weights[j] * row[std::int64_t{columns.places[j]} * picture->channels];
-        sum += rows.weights[i] * ofRow;
+            ofRow +=
+                place.columns.weights[j] * row[std::int64_t{place.columns.places[j]} * picture->channels];
+        sum += place.rows.weights[i] * ofRow;
     }
     return static_cast<std::uint16_t>(std::clamp(sum + 0.5F, 0.0F, 65535.0F));
 }
@@ -163,10 +168,16 @@ void apply(Image& picture, const Warp& warp, const Axes& axes, const Brightener&
         std::uint16_t* to = rowOf<std::uint16_t>(picture, row);
         for (int column = 0; column < bent->width; ++column) {
             const double right = (axes.columns.middle(column) - centre.x) / centre.farthest;
+            const auto comesFrom = [&](std::size_t plane) {
+                const auto [x, y] = warp.from(right, down, plane);
+                return Between{{axes.columns.pixel(centre.x + x * centre.farthest), bent->width},
+                               {axes.rows.pixel(centre.y + y * centre.farthest), bent->height}};
+            };
+            Between place = comesFrom(0);
             for (int channel = 0; channel < bent->channels; ++channel) {
-                const auto [x, y] = warp.from(right, down, static_cast<std::size_t>(channel));
-                *to++ = sampleAt(bent, axes.columns.pixel(centre.x + x * centre.farthest),
-                                 axes.rows.pixel(centre.y + y * centre.farthest), channel);
+                if (channel > 0 && warp.planes.size() > 1)
+                    place = comesFrom(static_cast<std::size_t>(channel));
+                *to++ = sampleAt(bent, place, channel);
             }
         }
     }

@@ -6,7 +6,6 @@
 #include <QPoint>
 #include <QSize>
 
-#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -60,7 +59,7 @@ struct Warp {
 
     std::array<double, 2> from(double x, double y, std::size_t plane) const
     {
-        const Factors& k = planes[std::min(plane, planes.size() - 1)];
+        const Factors& k = planes[plane];
         const double square = x * x + y * y;
         const double radial = k[0] + square * (k[1] + square * (k[2] + square * k[3]));
         return {x * radial + 2 * k[4] * x * y + k[5] * (square + 2 * x * x),
