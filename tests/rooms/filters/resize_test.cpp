@@ -249,6 +249,16 @@ TEST(ResizeTargets, EqualTheTwinWhereWeightsAreLarge)
     });
 }
 
+TEST(ResizeTargets, EqualTheTwinForLargerPictures)
+{
+    forEachTarget([] {
+        for (const Layout& format : formats)
+            for (int from = 1; from <= 40; from += 3)
+                for (int to = from; to <= 100; to += 7)
+                    expectTwins(format, {from, 1 + from % 5}, {to, 5 + to % 4}, to % 3 == 0);
+    });
+}
+
 TEST(ResizeTargets, RoundHalvesUpWhereWeightsAreLarge)
 {
     // The middle column of the result lies between the two in the middle of the source, one of which is higher by one.
@@ -316,6 +326,8 @@ TEST(ResizeThreads, GiveTheSameBytesForAnyNumber)
     forEachThreadCount([] {
         expectTwins({.type = UInt16}, {33, 50}, {20, 21});
         expectTwins({.channels = 3}, {12, 9}, {20, 31});
+        expectTwins({}, {70, 40}, {90, 61});
+        expectTwins({.type = UInt16}, {70, 40}, {140, 80});
         expectTwins({.channels = 3}, {12, 30}, {6, 15});
         expectTwins({.type = UInt16}, {5, 5}, {7, 1});
     });
