@@ -46,6 +46,12 @@ void CameraConnection::fail(const QString& text) const
     throw CameraError{m_name + QStringLiteral(": ") + text};
 }
 
+void CameraConnection::failIfLost() const
+{
+    if (m_isLost)
+        fail(QStringLiteral("it does not answer"));
+}
+
 void CameraConnection::check(const GErrorSlot& error, const QString& purpose)
 {
     if (error.isTimeout())
@@ -117,6 +123,7 @@ void CameraConnection::identify()
 
 void CameraConnection::startAcquisition()
 {
+    failIfLost();
     GErrorSlot error;
     arv_camera_start_acquisition(m_camera.get(), error.slot());
     check(error, QStringLiteral("start it"));
@@ -135,6 +142,7 @@ bool CameraConnection::stopAcquisition()
 
 void CameraConnection::trigger()
 {
+    failIfLost();
     GErrorSlot error;
     arv_camera_software_trigger(m_camera.get(), error.slot());
     check(error, QStringLiteral("trigger it"));

@@ -78,6 +78,9 @@ private:
     void check(const GErrorSlot& error, const QString& purpose);
     [[noreturn]] void fail(const QString& text) const;
 
+    /// Where a camera is known not to answer, to ask it again would only hold up whoever waits for it.
+    void failIfLost() const;
+
     static void onControlLost(ArvDevice* device, gpointer isLost);
 
     QString m_name;  ///< for messages

@@ -63,8 +63,7 @@ void CameraConnection::change(const ControlCalls& calls, double value)
     const QString name = QLatin1String(calls.name);
     GErrorSlot error;
     const SxCameraControl control = ask(calls, error);
-    if (m_isLost)
-        fail(QStringLiteral("it does not answer"));
+    failIfLost();
     if (!control.isAvailable)
         fail(QStringLiteral("it has no %1").arg(name));
     // Written so that NaN is outside.
