@@ -14,8 +14,10 @@ namespace ko::python {
 
 namespace {
 
-/// Vectors that begin in the middle of a cache line are slow to write.
-constexpr std::size_t lineBytes = 64;
+/// A load waits for a store before it where their places in a page are the same. NumPy's large arrays begin at the
+/// beginning of a page, so results begin at its other quarters in turn.
+constexpr std::size_t pageBytes = 4096;
+constexpr std::size_t quarters = 4;
 
 /// Memory, and the first byte of it that is used.
 struct Block {
@@ -24,12 +26,12 @@ struct Block {
     std::size_t bytes;
 };
 
-Block newBlock(std::size_t bytes)
+Block newBlock(std::size_t bytes, std::size_t placeInPage)
 {
     // NumPy's own memory: tracemalloc sees it, and large pages hold what is large.
-    py::array_t<std::uint8_t> memory(static_cast<py::ssize_t>(bytes + lineBytes - 1));
-    const auto beyond = reinterpret_cast<std::uintptr_t>(memory.mutable_data()) % lineBytes;
-    std::uint8_t* const data = memory.mutable_data() + (lineBytes - beyond) % lineBytes;
+    py::array_t<std::uint8_t> memory(static_cast<py::ssize_t>(bytes + pageBytes - 1));
+    const auto begin = reinterpret_cast<std::uintptr_t>(memory.mutable_data());
+    std::uint8_t* const data = memory.mutable_data() + (placeInPage - begin) % pageBytes;
     return {std::move(memory), data, bytes};
 }
 
@@ -51,7 +53,8 @@ public:
                 return found;
             }
         }
-        return newBlock(bytes);
+        m_quarter = m_quarter % (quarters - 1) + 1;
+        return newBlock(bytes, m_quarter * (pageBytes / quarters));
     }
 
     /// Those that have waited longest go first when there are too many. Where memory is short, the block itself goes.
@@ -74,6 +77,7 @@ private:
     std::vector<Block> m_blocks;
     std::size_t m_bytes = 0;
     std::size_t m_most;
+    std::size_t m_quarter = 0;  ///< of the page, in which the newest block begins
 };
 
 /// A block in use, which goes back when the last array over it is gone.
