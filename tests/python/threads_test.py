@@ -113,6 +113,15 @@ def test_calls_on_the_same_and_on_other_frames_at_once():
             assert found == ko.moments(F)
 
 
+@pytest.fixture
+def ctrl_c():
+    """Has Ctrl-C raise KeyboardInterrupt. Shells have programs in the background ignore it."""
+    outer = signal.signal(signal.SIGINT, signal.default_int_handler)
+    yield
+    signal.signal(signal.SIGINT, outer)
+
+
+@pytest.mark.usefixtures("ctrl_c")
 def test_ctrl_c_waits_for_the_call_that_runs():
     a = random_picture((1500, 1500))
     expected = ko.median(a, 20)
