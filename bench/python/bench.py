@@ -35,15 +35,15 @@ SHORT_ROUNDS = 500
 
 HEAD = """# Performance in Python
 
-How many times as long other libraries take as the functions of `koimproc`, for the same work on the same pictures of
-2048 x 2048 samples. Above 1, koimproc is faster. `./dev bench python` writes the section of the processor that it runs on.
-The figures are medians of {rounds} interleaved rounds, fewer where a row takes long; in processor time for one thread, by
-the clock for several.
+This page shows how many times as long other libraries take as the functions of `koimproc`, for the same work on the
+same pictures of 2048 x 2048 samples. Above 1, koimproc is faster. `./dev bench python` writes the section of the
+processor that it runs on. The figures are medians of {rounds} interleaved rounds, fewer where a row takes long; in processor
+time for one thread, by the clock for several.
 
 NumPy, SciPy and scikit-image use one thread whatever is allowed. Where a cell is empty, the library has no such
-function for these samples. What each row calls stands in `bench/python/rows.py`; results that are rounded or treated
-at the edges in another way are compared as the nearest that a library offers. `equalize_hist` takes about
-twice as long where the number of samples is no power of two: exact results need exact sums then.
+function for these samples. What each row calls stands in `bench/python/rows.py`; results that are rounded or treated at
+the edges in another way are compared as the nearest that a library offers. `equalize_hist` takes about twice as long
+where the number of samples is no power of two: exact results then need exact sums.
 
 **Cost of a call**: the time of a function on 64 x 64 samples, less that of the same operation of `koimproc.native` on
 records that are ready, in microseconds; the least of many rounds. One thread.
@@ -64,11 +64,11 @@ NOTES = """
 
 - **Menon's demosaicing of 8 bits** works in floats, as for 12 bits. OpenCV compares four neighbours in bytes, and its
   pictures are 5 dB worse; see [demosaicing](demosaicing.md).
-- **Spots**: the flat field is the part that is behind. Its quotients are exact; OpenCV divides in single precision.
+- **Spots of 8 bits**: the flat field is the part that is behind. Its quotients are exact; OpenCV divides in single precision.
   Otsu's threshold and the comparison are ahead.
-- **Padding and thresholds** run at the speed of memory, as OpenCV's do, and differ by the call alone. On small pictures it
-  takes 5 microseconds more than its operation. On large ones, whose samples drive the interpreter out of the caches, it
-  takes 10 to 20, where OpenCV's takes 6: a twentieth of the time of a threshold.
+- **Padding and thresholds** run at the speed of memory, as OpenCV's do, and differ only by the cost of the call. On
+  small pictures a call takes 5 microseconds more than its operation. On large ones, whose samples drive the interpreter
+  out of the caches, it takes 10 to 20, where OpenCV's takes 6: a twentieth of the time of a threshold.
 """
 
 
