@@ -102,7 +102,7 @@ KO_EXPORT ResultCode DemosaicMalvar(const SxImageBuf& src, SxImageBuf& dst, void
 /// noise, up to a variation of 1/7 of the range. So noise is averaged without being measured. As far as the
 /// colour and green lie on the line, the mixed difference is averaged over three samples in the directions that it
 /// was mixed of. Red and blue elsewhere are the means of the lines around. Sharper than `DemosaicMalvar`, with
-/// fewer colours at edges, and slower.
+/// fewer false colours at edges, and slower.
 ///
 /// The published method keeps the difference that varies less, which is worse where neither direction is
 /// plain. It also takes for granted that red and blue change as much as green does; in saturated colours they

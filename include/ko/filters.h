@@ -7,7 +7,7 @@ namespace ko {
 
 /// Asked for by callers of `Stretch`, which filters the same way whatever the value.
 enum Interpolation : std::int32_t {
-    InterpolationNearest = 0,  ///< no other picture than linear
+    InterpolationNearest = 0,  ///< gives the same picture as linear
     InterpolationLinear = 1,   ///< tent filter
 };
 

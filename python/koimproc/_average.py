@@ -30,8 +30,8 @@ def average(
     Parameters
     ----------
     images : iterable of array or Frame
-        1...65537 images, uint8 or uint16, all of the same dtype, shape, depth and pattern. An array of more dimensions
-        and a series are among these.
+        1...65537 images, uint8 or uint16, all of the same dtype, shape, depth and pattern. An array with one
+        more dimension than an image, or a series, will do.
     out : array or Frame, optional
         Where the result goes: of the same dtype and shape.
     threads : int, optional
@@ -47,7 +47,7 @@ def average(
     ArgumentError
         For no or too many images, other or different shapes and depths, and an `out` that cannot be written.
     SampleTypeError
-        For what is no array, and for other or different dtypes.
+        For anything but an array, and for other or different dtypes.
 
     Examples
     --------

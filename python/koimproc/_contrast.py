@@ -87,9 +87,9 @@ def rescale_intensity(
     Raises
     ------
     ArgumentError
-        For other shapes or ranges, a mask of another size or of nothing, and an `out` that cannot be written.
+        For other shapes or ranges, a mask that selects nothing or has another size, and an `out` that cannot be written.
     SampleTypeError
-        For what is no array, and for another dtype of the result.
+        For anything but an array, and for another dtype of the result.
 
     Examples
     --------

@@ -108,7 +108,7 @@ def white_balance(
     ArgumentError
         For other shapes, gains or levels, and an `out` that cannot be written.
     SampleTypeError
-        For what is no array, and for another dtype.
+        For anything but an array, and for another dtype.
 
     Examples
     --------
@@ -245,7 +245,7 @@ def flat_field(
     ArgumentError
         For other or different shapes or depths, and an `out` that cannot be written.
     SampleTypeError
-        For what is no array, and for other or different dtypes.
+        For anything but an array, and for other or different dtypes.
 
     Examples
     --------

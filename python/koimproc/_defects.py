@@ -91,7 +91,7 @@ def correct_defects(image: Image, defects: Image, *, out: Output | None = None) 
         For other shapes, a map of another size, a pixel without a good one in eight rings, and an `out` that cannot be
         written.
     SampleTypeError
-        For what is no array, and for another dtype.
+        For anything but an array, and for another dtype.
 
     Examples
     --------

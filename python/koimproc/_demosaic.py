@@ -88,7 +88,7 @@ def demosaic(
     frame : Frame
         A mosaic: uint8 or uint16 with `bayer`, of shape (rows, columns).
     method : {"menon", "malvar", "linear", "half"}
-        "menon" interpolates along edges, the sharpest; "malvar" is a linear filter of 5 x 5, three to five times as
+        "menon" interpolates along edges, the sharpest; "malvar" is a linear filter of 5 x 5, three to six times as
         fast and nearly as good; "linear" takes means of the nearest samples, computed by NumPy, for comparison; "half"
         makes one pixel of every 2 x 2 cell without interpolation, at half the size (odd last rows and columns are left
         out).
@@ -105,9 +105,9 @@ def demosaic(
     Raises
     ------
     ArgumentError
-        For a frame that is no mosaic, an unknown method, and an `out` that cannot be written.
+        For a frame that is not a mosaic, an unknown method, and an `out` that cannot be written.
     SampleTypeError
-        For what is no frame.
+        For anything but a frame.
 
     Notes
     -----
@@ -215,10 +215,10 @@ def develop(
     Raises
     ------
     ArgumentError
-        For a frame that is no mosaic, unknown or unsuitable levels, gains and methods, and an `out` that cannot be
+        For a frame that is not a mosaic, unknown or unsuitable levels, gains and methods, and an `out` that cannot be
         written.
     SampleTypeError
-        For what is no frame.
+        For anything but a frame.
 
     Examples
     --------

@@ -57,7 +57,7 @@ class ArgumentError(ValueError):
 
 
 class SampleTypeError(TypeError):
-    """An argument is no array of samples that the function works on.
+    """An argument is not an array of samples that the function works on.
 
     Attributes
     ----------

@@ -65,7 +65,7 @@ def median(
     ArgumentError
         For other shapes, a mosaic, a negative or too large radius, and an `out` that cannot be written.
     SampleTypeError
-        For what is no array, and for another dtype.
+        For anything but an array, and for another dtype.
     MemoryError
         For a radius above 32767.
 
@@ -119,7 +119,7 @@ def sobel(
     ArgumentError
         For other shapes, a mosaic, and an `out` that cannot be written.
     SampleTypeError
-        For what is no array, and for another dtype.
+        For anything but an array, and for another dtype.
 
     Notes
     -----
@@ -154,28 +154,28 @@ def distance(
 ) -> npt.NDArray[np.float64]:
     """Measure the distance of every pixel to the nearest pixel of a mask.
 
-    The shortest way along the steps of a chamfer mask: the larger it is, the nearer to the Euclidean distance.
+    It is the shortest path along the steps of a chamfer mask: the larger that is, the nearer to the Euclidean distance.
 
     Parameters
     ----------
     mask : array
         bool or uint8, of shape (rows, columns). Distances lead to the pixels where it is not zero.
     metric : {"chessboard", "3x3", "5x5", "7x7", "13x13"}
-        Steps of the ways.
+        Steps that a path may take.
     out : ndarray of float64, optional
         Where the result goes: of the same shape.
 
     Returns
     -------
     ndarray of float64
-        In pixels; infinite everywhere for a mask of nothing. `out` if given.
+        In pixels; infinite everywhere if the mask selects nothing. `out` if given.
 
     Raises
     ------
     ArgumentError
         For other shapes, an unknown metric, and an `out` that cannot be written.
     SampleTypeError
-        For what is no array, and for another dtype.
+        For anything but an array, and for another dtype.
 
     Notes
     -----

@@ -136,7 +136,7 @@ class Frame:
     ArgumentError
         For another shape, for bits that the dtype does not have, for an unknown pattern.
     SampleTypeError
-        For what is no array, and for another dtype.
+        For anything but an array, and for another dtype.
 
     Examples
     --------

@@ -246,7 +246,7 @@ def raw_info(path: str | os.PathLike[str]) -> RawInfo:
     OSError
         For a file that cannot be read, `FileNotFoundError` for one that does not exist, and without the tool `ko`.
     ArgumentError
-        For a file that is no camera's raw file.
+        For a file that is not a raw file of a camera.
 
     Examples
     --------

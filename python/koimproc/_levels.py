@@ -68,7 +68,7 @@ def threshold_otsu(image: Image, mask: Image | None = None) -> Any:
     ArgumentError
         For another shape, a mask of another size, samples of 2**bits and above, and where no sample counts.
     SampleTypeError
-        For what is no array, and for another dtype.
+        For anything but an array, and for another dtype.
 
     Notes
     -----
@@ -134,7 +134,7 @@ def entropy(image: Image, mask: Image | None = None, *, base: Number = 2, order:
     ArgumentError
         For another shape, a mask of another size, samples of 2**bits and above, and another base or order.
     SampleTypeError
-        For what is no array, and for another dtype.
+        For anything but an array, and for another dtype.
 
     Examples
     --------
@@ -177,7 +177,7 @@ def joint_histogram(image: Image, other: Image, mask: Image | None = None) -> np
     ArgumentError
         For other shapes, for a mask of another size, for different depths, and for more than 12 bits.
     SampleTypeError
-        For what is no array, and for other or different dtypes.
+        For anything but an array, and for other or different dtypes.
 
     Examples
     --------

@@ -138,7 +138,7 @@ def logical_and(mask: Image, other: Image, *, out: Mask | None = None, threads: 
     ArgumentError
         For other or different shapes, and an `out` that cannot be written.
     SampleTypeError
-        For what is no array, and for another dtype.
+        For anything but an array, and for another dtype.
 
     Examples
     --------
@@ -236,7 +236,7 @@ def pad(
     ArgumentError
         For other shapes or widths, a mosaic, and an `out` that cannot be written.
     SampleTypeError
-        For what is no array, and for another dtype.
+        For anything but an array, and for another dtype.
 
     Examples
     --------

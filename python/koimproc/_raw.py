@@ -180,7 +180,7 @@ def unpack(
         For an unknown format, a shape, depth or pattern that does not go with it, a buffer that is too short, and an
         `out` that cannot be written.
     SampleTypeError
-        For what is no buffer of bytes.
+        For anything but a buffer of bytes.
 
     Examples
     --------
@@ -245,7 +245,7 @@ def pack(
         For an unknown format, a depth or pattern that does not go with it, and an `out` that is too short or cannot be
         written.
     SampleTypeError
-        For what is no array, and for another dtype.
+        For anything but an array, and for another dtype.
 
     Examples
     --------

@@ -53,7 +53,7 @@ def resize(
     ArgumentError
         For other shapes, a mosaic, and an `out` that cannot be written.
     SampleTypeError
-        For what is no array, and for another dtype.
+        For anything but an array, and for another dtype.
 
     Examples
     --------

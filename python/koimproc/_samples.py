@@ -55,7 +55,7 @@ def binarize(image: Image, *, out: Mask | None = None, threads: Whole | None = N
     ArgumentError
         For other shapes, and an `out` that cannot be written.
     SampleTypeError
-        For what is no array, and for another dtype.
+        For anything but an array, and for another dtype.
 
     Examples
     --------
@@ -97,7 +97,7 @@ def clip_to_depth(image: Image, *, out: Output | None = None, threads: Whole | N
     ArgumentError
         For other shapes, and an `out` that cannot be written.
     SampleTypeError
-        For what is no array, and for another dtype.
+        For anything but an array, and for another dtype.
 
     Examples
     --------
@@ -148,7 +148,7 @@ def apply_mask(
     ArgumentError
         For other shapes, a mask of another size, and an `out` that cannot be written.
     SampleTypeError
-        For what is no array, and for another dtype.
+        For anything but an array, and for another dtype.
 
     Examples
     --------

@@ -49,13 +49,13 @@ def active_contour(
     refine : bool
         Whether loops are removed and points inserted on the way and spaced evenly at the end.
     refine_interval : int
-        Steps between that.
+        How many steps lie between two such refinements.
     loop_distance : int
         Points that come this close (pixels) close a loop, which is cut off.
     point_spacing : int
         Largest gap between neighbours, and their distance at the end (pixels).
     max_iterations : int
-        At most so many steps after the first.
+        At most this many steps after the first.
 
     Returns
     -------
@@ -67,7 +67,7 @@ def active_contour(
     ArgumentError
         For other shapes, a mosaic, no points, and weights that are not finite.
     SampleTypeError
-        For what is no array, and for another dtype.
+        For anything but an array, and for another dtype.
 
     Notes
     -----

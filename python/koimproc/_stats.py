@@ -109,7 +109,7 @@ def histogram(image: Image, mask: Image | None = None) -> Counts:
     ArgumentError
         For another shape, a mask of another size, and samples of 2**bits and above.
     SampleTypeError
-        For what is no array, and for another dtype.
+        For anything but an array, and for another dtype.
 
     Examples
     --------
@@ -225,7 +225,7 @@ def moments(image: Image, mask: Image | None = None) -> Moments:
     ArgumentError
         For another shape, a mask of another size, and samples of 2**bits and above.
     SampleTypeError
-        For what is no array, and for another dtype.
+        For anything but an array, and for another dtype.
 
     Examples
     --------
@@ -276,7 +276,7 @@ def minmax(image: Image, mask: Image | None = None, *, threads: Whole | None = N
     ArgumentError
         For another shape, a mask of another size, and where no sample counts.
     SampleTypeError
-        For what is no array, and for another dtype.
+        For anything but an array, and for another dtype.
 
     Examples
     --------

@@ -124,7 +124,7 @@ def threshold(
     ArgumentError
         For other shapes, levels outside the type, a mask of another size, and an `out` that cannot be written.
     SampleTypeError
-        For what is no array, and for another dtype.
+        For anything but an array, and for another dtype.
 
     Examples
     --------
@@ -179,7 +179,7 @@ def greater(
     ArgumentError
         For other shapes, levels outside the type, and an `out` that cannot be written.
     SampleTypeError
-        For what is no array, and for another dtype.
+        For anything but an array, and for another dtype.
 
     Examples
     --------
@@ -230,7 +230,7 @@ def threshold_to_zero(
     ArgumentError
         For other shapes, levels outside the type, and an `out` that cannot be written.
     SampleTypeError
-        For what is no array, and for another dtype.
+        For anything but an array, and for another dtype.
 
     Examples
     --------

@@ -66,9 +66,9 @@ def equalize_hist(
     Raises
     ------
     ArgumentError
-        For other shapes, a mask of another size or of nothing, a mosaic, an `out` that cannot be written.
+        For other shapes, a mask that selects nothing or has another size, a mosaic, an `out` that cannot be written.
     SampleTypeError
-        For what is no array, and for another dtype.
+        For anything but an array, and for another dtype.
 
     Examples
     --------
@@ -193,7 +193,7 @@ def match_histograms(
     ArgumentError
         For other shapes or depths, a mosaic, an empty reference, an `out` that cannot be written.
     SampleTypeError
-        For what is no array, and for other or different dtypes.
+        For anything but an array, and for other or different dtypes.
 
     Examples
     --------

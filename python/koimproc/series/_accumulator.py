@@ -42,7 +42,7 @@ def _check_alike(frame: Array, dtype: Optional[np.dtype[Any]], shape: tuple[int,
 class Accumulator:
     """Statistics of every pixel over any number of frames.
 
-    It holds integers alone, and merging adds them. So the parts of a series may be accumulated anywhere and merged in
+    It holds only integers, and merging adds them. So the parts of a series may be accumulated anywhere and merged in
     any order: the results are the same bit for bit. Several threads may add to one accumulator; one adds at a time.
 
     Parameters

@@ -55,7 +55,7 @@ def find_defects(
     dead: float = 0.3,
     **engine: Any,
 ) -> npt.NDArray[np.bool_]:
-    """A map of the defective pixels: those that are hot or noisy in the dark, and those that answer wrongly to light.
+    """A map of the defective pixels: those that are hot or noisy in the dark, and those that respond wrongly to light.
 
     It follows from exact sums, so it is the same whatever the parts, the workers and their order.
 
@@ -64,13 +64,13 @@ def find_defects(
     darks, flats : Series, optional
         Frames of darkness and of an evenly lit field; at least one of the two.
     hot : float
-        A pixel is hot whose mean in the darks is above the median of its 5 x 5 neighbours of the same colour by more
+        A pixel is hot if its mean in the darks is above the median of its 5 x 5 neighbours of the same colour by more
         than this share of 2**bits - 1.
     noisy : float
-        A pixel is noisy whose variance in the darks is above noisy**2 times the median variance of its colour, which
-        counts as 1/12 at least: that of rounding to whole levels. Two darks or more tell.
+        A pixel is noisy if its variance in the darks is above noisy**2 times the median variance of its colour, which
+        counts as 1/12 at least: that of rounding to whole levels. This needs two darks or more.
     dead : float
-        A pixel is dead, or too bright, whose mean in the flats departs from the median of its 5 x 5 neighbours of the
+        A pixel is dead, or too bright, if its mean in the flats differs from the median of its 5 x 5 neighbours of the
         same colour by more than this share of that median.
     **engine
         As for `accumulate`.

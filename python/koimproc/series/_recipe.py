@@ -208,7 +208,7 @@ def run(
     out : path
         Directory of the results, made where it is missing. One that ends in .zarr becomes a Zarr array of shape
         (frames, rows, columns[, channels]), which `open_series` reads; a frame that failed has no chunk and reads as 0.
-        All workers see the directory, and the frames and the recipe.
+        All workers must see this directory, the frames and the recipe.
     scheduler, workers, frames_per_part, on_error, progress
         As for `accumulate`.
     memory : int, optional

@@ -34,7 +34,7 @@ def write_frame(path: PathLike, frame: Image, bits: Optional[int] = None, bayer:
     ArgumentError
         For samples beyond the depth, and for shapes, depths and patterns that no frame has.
     SampleTypeError
-        For what is no array, and for another dtype.
+        For anything but an array, and for another dtype.
     """
     source = Source(frame, name="frame", mosaic=True)
     meant = Frame(source.array, source.bits if bits is None else bits, source.bayer if bayer is None else bayer)

@@ -191,10 +191,10 @@ def accumulate(
         files, as many as have ten times the bytes of the sums, but at most an eighth of all; with processes and without
         `work` twice as many, but all processes get equally many parts.
     on_error : {"raise", "skip"}
-        What a frame does that cannot be read, or has samples beyond the depth: raise `FrameError`, or be left out and
-        named in the report.
+        What happens to a frame that cannot be read, or has samples beyond the depth: it raises `FrameError`, or is left
+        out and named in the report.
     work : path, optional
-        Directory for the results of the parts, which all workers see. Without it threads keep them in memory, and
+        Directory for the results of the parts, which all workers must see. Without it threads keep them in memory, and
         others in a temporary directory.
     resume : bool
         Take the parts that are in `work` already, from the same frames.
