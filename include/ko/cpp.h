@@ -1,6 +1,6 @@
 // C++ on top of the operations: owners of memory, typed views of pixels, statuses as exceptions.
 //
-// Headers alone, for C++17 and later. The operations are those of `ko/koimproc.h`; what is here makes their
+// Only headers, for C++17 and later. The operations are those of `ko/koimproc.h`; what is here makes their
 // arguments and looks at their answers:
 //
 //     ko::Image colour(640, 480, 3, ko::UInt16, 12);

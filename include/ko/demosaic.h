@@ -91,7 +91,7 @@ KO_EXPORT ResultCode DemosaicMalvar(const SxImageBuf& src, SxImageBuf& dst, void
 /// Turns a region of a raw Bayer mosaic into a colour picture of the same size, along the edges.
 ///
 /// At every red and blue sample green is estimated along the row and along the column: the mean of the
-/// greens beside, corrected by how the colour bends there, wholly, by half or not at all, as far as green
+/// greens next to it, corrected by how the colour bends there, wholly, by half or not at all, as far as green
 /// changes with the colour from one side to the other. The differences of the sample to both estimates are
 /// mixed, each weighted by 1 / (1 + v)^2, where v is how much the differences of its direction vary within
 /// 5 x 5 samples. Around each of these samples its colour is taken for a straight line of green with a slope

@@ -204,7 +204,7 @@ def _frame(pixels: Array, channels: int, name: str, bits: int | None = None, bay
 
 
 class RawInfo(NamedTuple):
-    """What a camera says of the samples of a raw file.
+    """What a camera's raw file says about its samples.
 
     Attributes
     ----------
@@ -226,7 +226,7 @@ class RawInfo(NamedTuple):
 
 
 def raw_info(path: str | os.PathLike[str]) -> RawInfo:
-    """What `develop` has to be told of the mosaic of a camera's raw file that `imread` reads.
+    """Read where a camera's raw file clips, and its white balance: what `develop` needs for the mosaic of `imread`.
 
     The tool `ko` reads the file for that, as it does for `imread`. For the colours that the camera shows, which take its
     matrix too, let `ko develop` make the picture.

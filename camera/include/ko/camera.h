@@ -70,7 +70,7 @@ struct SxCameraStatistics {
 /// - "camera.frameId": the number that the camera gave
 /// - "camera.systemTimestamp": nanoseconds since 1970 at arrival
 /// - "camera.offsetX", "camera.offsetY": place of the region on the sensor
-/// - "camera.incomplete": true, in frames with missing data alone
+/// - "camera.incomplete": true; only in frames with missing data
 /// - "camera.chunk.NAME" for each name of the setting "chunks" that the frame carries
 ///
 /// **Memory.** Frames are not copied, except to unpack packed formats. A frame keeps its stream buffer until it
