@@ -302,6 +302,7 @@ class Raw(ToolTest):
 
     def test_tiles_of_lossless_jpeg_that_the_decoder_would_mix_up_are_refused(self):
         samples = random_samples(64 * 48, 65535, 28)
+        says = "its lossless JPEG has a width that is not supported in camera raws"
         for columns, components, is_read in ((32, 1, True), (32, 2, False), (16, 2, True), (16, 4, False), (48, 2, True),
                                              (64, 2, True), (80, 1, False), (80, 2, False)):
             pixels, tags = in_parts(64, samples, 16, columns, 16, True, components)
@@ -310,8 +311,11 @@ class Raw(ToolTest):
                 self.assertEqual(self.unpacked(content)[3], samples, (columns, components))
             else:
                 self.write("a.dng", content)
-                self.refuse("unpack", "a.dng", "-o", "b.tif", names="a.dng: ",
-                            says="its lossless JPEG has a width that is not supported in camera raws")
+                self.refuse("unpack", "a.dng", "-o", "b.tif", names="a.dng: ", says=says)
+        pixels, tags = in_parts(64, samples, 16, 32, 16, True, 2)
+        sides = {322: (4, (2**32 - 1,)), 323: (4, (2**32 - 1,))}
+        self.write("a.dng", dng(64, 48, samples, "rggb", pixels=pixels, more={**tags, **sides}))
+        self.refuse("unpack", "a.dng", "-o", "b.tif", names="a.dng: ", says=says)
 
     def test_samples_that_cannot_be_decoded_are_named(self):
         samples = random_samples(32 * 24, 65535, 25)
@@ -343,6 +347,13 @@ class Raw(ToolTest):
                 262: (3, (34892,)), 273: (4, (8,)), 277: (3, (3,)), 278: (4, (48,)), 279: (4, (99,))}
         expected = [max(s - (100, 200, 300, 400)[i // 32 % 2 * 2 + i % 2], 0) for i, s in enumerate(samples)]
         self.assertEqual(self.unpacked(beside(content, tags))[3], expected)
+
+    def test_a_mosaic_beside_that_is_larger_than_any_sensor_does_not_matter(self):
+        samples = random_samples(32 * 24, 65535, 27)
+        content = dng(32, 24, samples, "rggb", more={50714: (5, rationals([10.5]))})
+        for side in (65537, 2**32 - 1):
+            self.write("a.dng", beside(content, {256: (4, (side,)), 257: (4, (side,)), 262: (3, (32803,)), 259: (3, (8,))}))
+            self.assertIn(" of 32 x 24, white balance 1,1,1, black 11, white ", self.succeed("info", "a.dng"))
 
     def test_an_orientation_that_there_is_not_turns_nothing(self):
         for turn in (0, 9, 65535):

@@ -96,7 +96,11 @@ const TagDirectory* DngTags::raw() const
         const std::int64_t photometric = firstOf(directory, Photometric, 0);
         // A mosaic may come with what somebody has made of it, which is larger.
         const bool isMosaic = photometric == Mosaic;
-        const std::pair size{isMosaic, firstOf(directory, Width, 0) * firstOf(directory, Height, 0)};
+        const std::int64_t width = firstOf(directory, Width, 0);
+        const std::int64_t height = firstOf(directory, Height, 0);
+        if (width > mostNumbers || height > mostNumbers)
+            continue;
+        const std::pair size{isMosaic, width * height};
         if ((isMosaic || photometric == LinearRaw) && size > most) {
             most = size;
             largest = &directory;
@@ -246,7 +250,9 @@ bool DngTags::areMistaken(LibRaw_abstract_datastream& stream) const
         return frame->components != 3 || frame->width != tile || tile > width;
     const std::int64_t row = frame->width * frame->components;
     const bool isTakenForAll = frame->components > 1 && row * frame->components == width;
-    const bool isWrapped = tile > width && row * frame->height == tile * firstOf(*directory, TileLength, 0);
+    const std::int64_t samples = row * frame->height;
+    const bool isWrapped =
+        tile > width && samples % tile == 0 && samples / tile == firstOf(*directory, TileLength, 0);
     return isTakenForAll || isWrapped;
 }
 
