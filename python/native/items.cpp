@@ -67,6 +67,12 @@ bool callWith(const Callable& function, CxImageData& data, const Then& then)
     return false;
 }
 
+/// Sends frames on as they are.
+class Passage : public IxDataProcessor {
+public:
+    ~Passage() override { retire(); }
+};
+
 class Processor : public IxDataProcessor {
 public:
     explicit Processor(Callable process) : m_process(std::move(process)) {}
@@ -132,14 +138,16 @@ IxPipeItem& Node::item() const
     return m_item.get();
 }
 
+// A successor is kept before the connection stands: another thread may take that back at once.
 bool Node::connect(const std::shared_ptr<Node>& successor)
 {
     IxPipeItem& mine = item();
     IxPipeItem* const other = successor ? &successor->item() : nullptr;
-    if (!withoutGil([&] { return mine.addSuccessor(other); }))
-        return false;
     m_successors.push_back(successor);
-    return true;
+    if (withoutGil([&] { return mine.addSuccessor(other); }))
+        return true;
+    forget(successor);
+    return false;
 }
 
 bool Node::disconnect(const std::shared_ptr<Node>& successor)
@@ -148,8 +156,13 @@ bool Node::disconnect(const std::shared_ptr<Node>& successor)
     IxPipeItem* const other = successor ? &successor->item() : nullptr;
     if (!withoutGil([&] { return mine.removeSuccessor(other); }))
         return false;
-    m_successors.erase(std::find(m_successors.begin(), m_successors.end(), successor));
+    forget(successor);
     return true;
+}
+
+void Node::forget(const std::shared_ptr<Node>& successor)
+{
+    m_successors.erase(std::find(m_successors.begin(), m_successors.end(), successor));
 }
 
 Callable callableOf(const py::object& function)
@@ -165,7 +178,7 @@ Callable callableOf(const py::object& function)
 std::unique_ptr<IxPipeItem> makeProcessor(const Callable& process)
 {
     if (process == nullptr)
-        return std::make_unique<IxDataProcessor>();
+        return std::make_unique<Passage>();
     return std::make_unique<Processor>(process);
 }
 

@@ -56,6 +56,8 @@ public:
     bool disconnect(const std::shared_ptr<Node>& successor);
 
 private:
+    void forget(const std::shared_ptr<Node>& successor);
+
     OwnItem m_item;
     std::vector<std::shared_ptr<Node>> m_successors;
 };

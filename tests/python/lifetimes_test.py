@@ -380,6 +380,26 @@ class TestPipes:
         run(source, [ko.SxImageBuf(np.zeros((2, 2), np.uint8))])
         assert unraisable == [TypeError] and middle.statistics().failed == 1
 
+    def test_may_be_connected_and_parted_on_several_threads(self):
+        program = """
+from koimproc import native as ko
+import sys, threading
+sys.setswitchinterval(1e-6)
+before, behind = ko.IxDataProcessor(), ko.IxDataProcessor()
+
+def repeat(change):
+    for _ in range(20000):
+        change(behind)
+
+threads = [threading.Thread(target=repeat, args=(change,)) for change in (before.addSuccessor, before.removeSuccessor)]
+for thread in threads:
+    thread.start()
+for thread in threads:
+    thread.join()
+"""
+        ended = subprocess.run([sys.executable, "-c", program], check=True, timeout=60, stderr=subprocess.PIPE)
+        assert ended.stderr == b""
+
     def test_keep_the_items_behind(self):
         frames = []
         source = ko.CxFrameSource()
