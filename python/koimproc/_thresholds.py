@@ -38,7 +38,7 @@ def _levels(values: object, source: Source, name: str) -> list[Any]:
     if type(values) is int and 0 <= values <= _LEVELS[source.dtype]:  # the way that needs no NumPy
         return [values] * source.channels
     numbers: list[Any]
-    if isinstance(values, (tuple, list)) and all(type(value) is int for value in values):
+    if isinstance(values, (tuple, list)) and all(type(value) is int and -(2**63) <= value < 2**64 for value in values):
         numbers = list(values)  # of some of 64 bits NumPy would make floating-point numbers
     else:
         given = numbers_of(values, "iuf", name, "one number, or one per channel, is wanted")
@@ -54,7 +54,7 @@ def _levels(values: object, source: Source, name: str) -> list[Any]:
     for number in numbers:
         if not np.isfinite(number) or number != int(number):
             raise ArgumentError(name, f"whole numbers are wanted for {source.dtype}, not {number!r}")
-        if not limits.min <= number <= limits.max:
+        if not limits.min <= int(number) <= limits.max:
             raise ArgumentError(name, f"{source.dtype} has levels of {limits.min}...{limits.max}, not {number!r}")
     return [int(number) for number in numbers]
 

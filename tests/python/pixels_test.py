@@ -59,11 +59,17 @@ def test_the_highest_sample_of_the_depth_is_the_default():
     assert ko.threshold(np.array([[1, 9]], np.int8), 5).tolist() == [[0, 127]]
 
 
-@pytest.mark.parametrize("level", [-1, 256, 1.5, float("nan"), "5", None, [1, 2], 1j])
+@pytest.mark.parametrize("level", [-1, 256, 1.5, float("nan"), "5", None, [1, 2], 1j, [2**64], (-(10**400),)])
 def test_levels_outside_the_type_are_refused(level):
     with pytest.raises(ko.ArgumentError) as caught:
         ko.threshold(np.zeros((2, 2), np.uint8), level)
     assert caught.value.argument == "level"
+
+
+def test_levels_may_be_numbers_of_any_kind():
+    for level in (3, [3], np.int8(3), np.float16(3), np.longdouble(3)):
+        for dtype in (np.uint8, np.uint64, np.float32):
+            assert ko.greater(np.array([[3, 4]], dtype), level).tolist() == [[False, True]]
 
 
 @given(pictures(CAMERA, (1, 2, 3, 4)), layouts, st.integers(1, 8))
