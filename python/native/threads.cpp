@@ -4,7 +4,7 @@
 
 #include <omp.h>
 
-#include <optional>
+#include <memory>
 #include <thread>
 
 namespace ko::python {
@@ -15,12 +15,21 @@ namespace {
 class Permission {
 public:
     explicit Permission(int threads) : m_threads(threads) {}
+    Permission(const Permission&) = delete;
+    Permission& operator=(const Permission&) = delete;
+
+    /// One that was never left may end on another thread, whose own permission stays.
+    ~Permission()
+    {
+        if (m_thread != std::this_thread::get_id())
+            static_cast<void>(m_permission.release());
+    }
 
     void enter()
     {
         if (m_permission)
             throw std::runtime_error("CallThreads is entered already");
-        m_permission.emplace(m_threads);
+        m_permission = std::make_unique<CallThreads>(m_threads);
         m_thread = std::this_thread::get_id();
     }
 
@@ -33,7 +42,7 @@ public:
 
 private:
     int m_threads;
-    std::optional<CallThreads> m_permission;
+    std::unique_ptr<CallThreads> m_permission;
     std::thread::id m_thread;
 };
 

@@ -131,6 +131,16 @@ class TestThreads:
             assert ko.CallThreads.current() == 4
         assert ko.CallThreads.current() == 1
 
+    def test_a_permission_that_was_never_left_may_end_on_another_thread(self):
+        permission = ko.CallThreads(5)
+        thread = threading.Thread(target=permission.__enter__)
+        thread.start()
+        thread.join()
+        with ko.CallThreads(3):
+            del permission, thread
+            gc.collect()
+            assert ko.CallThreads.current() == 3
+
     def test_leave_call_threads_where_they_entered(self):
         permission, errors = ko.CallThreads(2), []
         with permission:
