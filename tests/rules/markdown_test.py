@@ -9,8 +9,11 @@ import sys
 import unittest
 from pathlib import Path
 
+sys.path.insert(0, str(Path(sys.argv[1], "tools/site")))
+from headings import FENCED, places  # noqa: E402
+from pictures import DRAWN, STEPS  # noqa: E402
+
 LINK = re.compile(r"\[[^\]]*\]\(([^)\s]+)\)")
-FENCED = re.compile(r"^```.*?^```", re.MULTILINE | re.DOTALL)
 STEP = re.compile(r"^## [^\n]*`([^`\n]+)`\n(.*?)(?=^## |\Z)", re.MULTILINE | re.DOTALL)
 QUOTED = re.compile(r"^```cpp\n(.*?)^```", re.MULTILINE | re.DOTALL)
 GENERATED = "pictures/"  # made by tools/site/pictures.py, so not in the tree
@@ -24,12 +27,6 @@ def markdown_files(root):
 
 def links(text):
     return LINK.findall(FENCED.sub("", text))
-
-
-def places(text):
-    """The anchors of the headings as code hosts form them."""
-    titles = re.findall(r"^#+ (.+)$", FENCED.sub("", text), re.MULTILINE)
-    return {re.sub(r"[^\w\- ]", "", title).strip().lower().replace(" ", "-") for title in titles}
 
 
 def broken(path, root, pictures):
@@ -57,8 +54,6 @@ class Markdown(unittest.TestCase):
     root = Path()
 
     def test_has_no_broken_links(self):
-        sys.path.insert(0, str(self.root / "tools/site"))
-        from pictures import DRAWN, STEPS
         files = list(markdown_files(self.root))
         self.assertGreater(len(files), 15, "this is not the source tree")
         self.assertEqual([], [sentence for path in files for sentence in broken(path, self.root, [*STEPS, *DRAWN])])
@@ -79,7 +74,5 @@ class Rules(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    if len(sys.argv) != 2:
-        sys.exit(__doc__)
     Markdown.root = Path(sys.argv.pop()).resolve()
     unittest.main()

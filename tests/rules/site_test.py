@@ -1,14 +1,17 @@
 #!/usr/bin/env python3
-"""The search of the documentation site finds text where it stands.
+"""Links of the documentation site lead to headings, and its search finds text where it stands.
 
 usage: site_test.py <root of the source tree>
 """
+import os
 import sys
 import tempfile
 import unittest
 from pathlib import Path
 
-sys.path.insert(0, str(Path(sys.argv[1], "tools/site")))
+os.chdir(sys.argv.pop(1))
+sys.path.insert(0, str(Path("tools/site").resolve()))
+from build import LINK, labelled, resolved  # noqa: E402
 from search import sections_of  # noqa: E402
 
 PAGE = """<html><head><title>koimproc: Statistics</title></head><body>
@@ -18,6 +21,29 @@ PAGE = """<html><head><title>koimproc: Statistics</title></head><body>
 <h2><a class="anchor" id="thresholds"></a>Thresholds</h2><table><tr><td>Otsu</td><td>splits</td></tr></table>
 <h2 class="memtitle"><span class="permalink"><a href="#x">*</a></span>Mean()</h2><p>Adds &amp; divides.</p>
 <script>hidden()</script></body></html>"""
+
+
+class Headings(unittest.TestCase):
+    def link(self, text, source="docs/tool.md"):
+        return LINK.sub(lambda link: resolved(link, Path(source)), text)
+
+    def test_get_labels_outside_of_code(self):
+        text = "## The `ko` run\n```sh\n# comment\n```\n### More\n"
+        self.assertEqual("## The ko run {#tool_the-ko-run}\n```sh\n# comment\n```\n### More {#tool_more}\n",
+                         labelled(text, Path("docs/tool.md")))
+
+    def test_of_a_room_begin_with_the_highest_level(self):
+        self.assertEqual("# Elements {#gstreamer_elements}", labelled("## Elements", Path("docs/gstreamer.md")))
+
+    def test_are_reached_from_their_page_and_others(self):
+        self.assertEqual("[x](@ref tool_recipes)", self.link("[x](#recipes)"))
+        self.assertEqual("[x](@ref tool_recipes)", self.link("[x](tool.md#recipes)", "docs/series.md"))
+        self.assertEqual("[x](@ref tool)", self.link("[x](tool.md)", "docs/series.md"))
+
+    def test_that_do_not_exist_stop_the_build(self):
+        for link in ("[x](#nowhere)", "[x](series.md#nowhere)", "[x](nowhere.md)"):
+            with self.assertRaises(SystemExit):
+                self.link(link)
 
 
 class Search(unittest.TestCase):
@@ -40,5 +66,4 @@ class Search(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    del sys.argv[1]
     unittest.main()

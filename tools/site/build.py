@@ -5,8 +5,8 @@ usage: build.py PICTURES
 
 Pages are the Markdown files named in PAGES, written so that they can be read in the repository too. On the way to
 Doxygen, links between them become references, links to other files of the repository plain names, lines of pictures
-rows of figures, and names of operations in `backticks` links. The text of a room opens the page on which its
-declarations follow. The result is build/docs/html; a link that leads nowhere is an error.
+rows of figures, and names of operations in `backticks` links; headings get labels for links to them. The text of a
+room opens the page on which its declarations follow. The result is build/docs/html; a link that leads nowhere is an error.
 """
 import html
 import re
@@ -17,6 +17,7 @@ import xml.etree.ElementTree as xml
 from pathlib import Path
 
 from header_filter import COMPONENTS, ROOMS, filtered, room_of
+from headings import FENCED, HEADING, place_of, places
 from links import broken_links
 from python_api import MARK, overview, pages
 from search import write_search
@@ -62,7 +63,6 @@ CODE_SPAN = re.compile(r"`([^`\n]+)`")
 # With options, a bar of a table, Doxygen's own, or quotes, which would end it there.
 COMMAND = re.compile(r"\\\||--|@|^[\w-].* '")
 CODE = re.compile(r"`([A-Za-z]\w+)`")
-HEADING = re.compile(r"^##+ .*`.*$", re.MULTILINE)  # of code there Doxygen would show the tags
 COMMENT = re.compile(r"<!--.*?-->\n?", re.DOTALL)
 HEAD_END = "</head>"
 PROJECT_ROW_END = " </tr>\n  <!--BEGIN SEARCHENGINE-->"
@@ -91,13 +91,26 @@ def resolved(link, source):
     text, target = link[1], link[2]
     if target.startswith(("http:", "https:")):
         return link[0]
-    path, _, _ = target.partition("#")
-    file = (source.parent / path).resolve()
-    if file in IDENTIFIERS:
-        return f"[{text}](@ref {IDENTIFIERS[file]})"
+    path, _, place = target.partition("#")
+    file = (source.parent / path if path else source).resolve()
     if not file.exists():
         sys.exit(f"{source}: {target} does not exist")
+    if place and place not in places(file.read_text()):
+        sys.exit(f"{source}: {target} has no such heading")
+    if file in IDENTIFIERS:
+        return f"[{text}](@ref {IDENTIFIERS[file]}{'_' * bool(place)}{place})"
     return text if text.startswith("`") else f"`{text}`"
+
+
+def labelled(text, source):
+    """The text with a label on every heading, from which Doxygen would show the tags of code."""
+    above = source in ROOM_PAGES  # Doxygen wants a group to begin with the highest level
+
+    def label(heading):
+        return f"{heading[0][above:].replace('`', '')} {{#{IDENTIFIERS[source.resolve()]}_{place_of(heading[1])}}}"
+
+    code = [*FENCED.findall(text), ""]
+    return "".join(HEADING.sub(label, prose) + block for prose, block in zip(FENCED.split(text), code))
 
 
 def figures(line):
@@ -126,7 +139,7 @@ def translated(source, names):
     if MARK in text:
         text = text.replace(MARK, overview())
     text = COMMENT.sub("", text)
-    text = HEADING.sub(lambda heading: heading[0].replace("`", ""), text)
+    text = labelled(text, source)
     text = LINK.sub(lambda link: resolved(link, source), text)
     text = PICTURE_LINE.sub(figures, text)
     text = CODE_SPAN.sub(lambda code: command_code(code) if COMMAND.search(code[1]) else code[0], text)
