@@ -19,7 +19,7 @@ from pathlib import Path
 from header_filter import COMPONENTS, ROOMS, filtered, room_of
 from headings import FENCED, HEADING, place_of, places
 from links import broken_links
-from python_api import MARK, overview, pages
+from python_api import overview, pages
 from search import write_search
 
 OUT = Path("build/docs")
@@ -136,8 +136,8 @@ def translated(source, names):
         rules = [line.removeprefix("///").removeprefix(" ") for line in head if line.startswith("///")]
         text = text.replace(PREAMBLE, "\n".join(rules[rules.index("") + 3:]))
     text = text.replace(LICENCE, Path("LICENCE").read_text().partition("\n\n")[2])
-    if MARK in text:
-        text = text.replace(MARK, overview())
+    for mark, tables in overview().items():
+        text = text.replace(mark, tables)
     text = COMMENT.sub("", text)
     text = labelled(text, source)
     text = LINK.sub(lambda link: resolved(link, source), text)

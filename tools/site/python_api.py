@@ -1,11 +1,14 @@
 """The pages of the Python functions, from their documentation in the sources: nothing is imported."""
 import ast
 import copy
+import functools
 import re
 from pathlib import Path
 
-PACKAGE = Path("python/koimproc")
-MARK = "<!-- the Python functions -->"
+# Each package by the name that its users give it.
+PACKAGES = {"ko": Path("python/koimproc"), "ks": Path("python/koimproc/series")}
+MARKS = {"ko": "<!-- the Python functions -->", "ks": "<!-- the functions for series -->"}
+IDENTIFIERS = {"ko": "python", "ks": "python-series"}
 
 # In the order in which a reader meets them.
 GROUPS = {
@@ -26,23 +29,23 @@ ENTRY = re.compile(r"^(\S[^\n]*?)(?: : ([^\n]+))?\n((?:    [^\n]*\n|\n)*)", re.M
 FORMULA = re.compile(r"([\d.]*2\*\*bits(?: - 1)?|[^\s`]*\*\*[\w)]*)")
 
 
-def public_names():
-    tree = ast.parse((PACKAGE / "__init__.py").read_text())
+def public_names(package):
+    tree = ast.parse((PACKAGES[package] / "__init__.py").read_text())
     shown = next(node.value for node in tree.body if isinstance(node, ast.Assign) and node.targets[0].id == "__all__")
     return [name for name in ast.literal_eval(shown) if name != "__version__"]
 
 
-def definitions():
+def definitions(package):
     """Name to the function or class that is meant: of overloads the last."""
     found = {}
-    for source in sorted(PACKAGE.rglob("_*.py")):
+    for source in sorted(PACKAGES[package].rglob("_*.py")):
         for node in ast.parse(source.read_text()).body:
             if isinstance(node, (ast.FunctionDef, ast.ClassDef)):
                 found[node.name] = node
     return found
 
 
-def signature(node):
+def signature(node, package):
     """As it is called, without types."""
     function, skipped = node, 0
     if isinstance(node, ast.ClassDef):
@@ -51,10 +54,10 @@ def signature(node):
             return None
         function, skipped = makers[0], 1
     arguments = copy.deepcopy(function.args)
-    for argument in [*arguments.args, *arguments.kwonlyargs]:
+    for argument in filter(None, [*arguments.args, *arguments.kwonlyargs, arguments.vararg, arguments.kwarg]):
         argument.annotation = None
     arguments.args = arguments.args[skipped:]
-    return f"ko.{node.name}({ast.unparse(arguments)})"
+    return f"{package}.{node.name}({ast.unparse(arguments)})"
 
 
 def prose(text):
@@ -73,40 +76,54 @@ def entries(text):
     return "\n".join(lines)
 
 
-def page_of(name, node):
-    """Title and text of a page."""
+def methods(node):
+    """Those of a class that say what they do, and its properties."""
+    members = [item for item in node.body if isinstance(item, ast.FunctionDef) and not item.name.startswith("_")]
+    return "\n".join(f"- `{item.name}`: {prose(' '.join(ast.get_docstring(item).split()))}" for item in members
+                     if ast.get_docstring(item))
+
+
+def page_of(package, node):
+    """Identifier, title and text of a page."""
+    identifier = f"{IDENTIFIERS[package]}-{node.name}"
     text = ast.get_docstring(node)
     parts = SECTION.split(text + "\n")
-    lines = [] if signature(node) is None else ["```py", signature(node), "```", ""]
+    called = signature(node, package)
+    lines = [] if called is None else ["```py", called, "```", ""]
     lines.append(prose(parts[0].strip()))
     for heading, body in zip(parts[1::2], parts[2::2]):
-        lines += ["", f"## {heading} {{#python-{name}-{heading.lower()}}}", ""]
+        lines += ["", f"## {heading} {{#{identifier}-{heading.lower()}}}", ""]
         if heading == "Examples":
             lines += ["```py", body.strip(), "```"]
         elif heading == "Notes":
             lines.append(prose(body.strip()))
         else:
             lines.append(entries(body))
-    return f"ko.{name}", "\n".join(lines) + "\n"
+    if isinstance(node, ast.ClassDef) and methods(node):
+        lines += ["", f"## Methods and properties {{#{identifier}-methods}}", "", methods(node)]
+    return identifier, f"{package}.{node.name}", "\n".join(lines) + "\n"
 
 
 def pages():
     """Identifier, title and text of every page."""
-    found = definitions()
-    return [(f"python-{name}", *page_of(name, found[name])) for name in public_names()]
+    return [page_of(package, found[name]) for package in PACKAGES for found in [definitions(package)]
+            for name in public_names(package)]
 
 
+def table(package, names, found):
+    lines = ["| | |", "|---|---|"]
+    for name in names:
+        first = prose(ast.get_docstring(found[name]).partition("\n")[0].rstrip("."))
+        lines.append(f"| [{name}](@ref {IDENTIFIERS[package]}-{name}) | {first} |")
+    return "\n".join(lines) + "\n"
+
+
+@functools.cache
 def overview():
-    """Tables of all functions, by group."""
+    """Tables of all functions by the marks that they replace: those of koimproc by group."""
     grouped = [name for names in GROUPS.values() for name in names]
-    if sorted(grouped) != sorted(public_names()):
-        raise SystemExit(f"groups of Python functions: {set(grouped) ^ set(public_names())}")
-    found = definitions()
-    lines = []
-    for group, names in GROUPS.items():
-        lines += [f"## {group}", "", "| | |", "|---|---|"]
-        for name in names:
-            first = prose(ast.get_docstring(found[name]).partition("\n")[0].rstrip("."))
-            lines.append(f"| [{name}](@ref python-{name}) | {first} |")
-        lines.append("")
-    return "\n".join(lines)
+    if sorted(grouped) != sorted(public_names("ko")):
+        raise SystemExit(f"groups of Python functions: {set(grouped) ^ set(public_names('ko'))}")
+    found = definitions("ko")
+    groups = [f"## {group}\n\n{table('ko', names, found)}" for group, names in GROUPS.items()]
+    return {MARKS["ko"]: "\n".join(groups), MARKS["ks"]: table("ks", public_names("ks"), definitions("ks"))}
