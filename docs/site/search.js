@@ -7,18 +7,27 @@ const snippetLength = 150;
 function makeIndex() {
     return lunr(function () {
         this.ref("number");
+        this.field("names", { boost: 20 });
         this.field("heading", { boost: 8 });
         this.field("page", { boost: 4 });
         this.field("text");
         const plain = (text) => text.replace(/['’]s\b/g, "");
-        searchSections.forEach(({ heading, page, text }, number) =>
-            this.add({ number, heading: plain(heading), page, text: plain(text) }));
+        searchSections.forEach(({ names, heading, page, text }, number) =>
+            this.add({ number, names, heading: plain(heading), page, text: plain(text) }));
     });
 }
 
-// Whole words count most, beginnings of words less, and words with one wrong letter only where nothing else is found.
+// Words as the index has them: without namespace or package, parentheses and other marks around them.
+function wordsOf(text) {
+    return lunr.tokenizer(text.replace(/\bko::|\bk[os]\./g, "")).map((word) => String(word).replace(/^\W+|\W+$/g, ""))
+        .filter((word) => word !== "");
+}
+
+// Of an option the commands that have it come first. Whole words count most, beginnings of words less, and words with
+// one wrong letter only where nothing else is found.
 function find(index, text) {
-    const words = lunr.tokenizer(text).map(String);
+    const words = wordsOf(text);
+    if (words.length === 0) return [];
     const ask = (options) => index.query((query) => words.forEach((word) => query.term(word, options)));
     const found = index.query((query) => {
         words.forEach((word) => {
@@ -26,6 +35,11 @@ function find(index, text) {
             query.term(word, { wildcard: lunr.Query.wildcard.TRAILING, usePipeline: false });
         });
     });
+    if (text.startsWith("--")) {
+        const commands = ask({ fields: ["names"] });
+        const refs = commands.map(({ ref }) => ref);
+        return [...commands, ...found.filter(({ ref }) => !refs.includes(ref))];
+    }
     return found.length > 0 ? found : ask({ editDistance: 1, usePipeline: false });
 }
 

@@ -11,8 +11,8 @@ from pathlib import Path
 
 os.chdir(sys.argv.pop(1))
 sys.path.insert(0, str(Path("tools/site").resolve()))
-from build import LINK, labelled, resolved  # noqa: E402
-from search import sections_of  # noqa: E402
+from build import COMMAND_ROW, LINK, labelled, resolved  # noqa: E402
+from search import names_of, sections_of  # noqa: E402
 
 PAGE = """<html><head><title>koimproc: Statistics</title></head><body>
 <div id="top"><div class="tabs" id="navrow1">Overview First steps</div></div>
@@ -57,6 +57,22 @@ class Search(unittest.TestCase):
                           ("group__stats.html#thresholds", "Thresholds", "Otsu splits"),
                           ("group__stats.html#thresholds", "Mean()", "Adds & divides.")],
                          [(s["address"], s["heading"], s["text"]) for s in self.sections()])
+
+    def test_begins_a_section_with_every_command(self):
+        page = '<div class="title">Tool</div><table><tr><td><span class="command" id="ko-crop"></span><b>--roi</b> <b>N</b></td></tr>'
+        with tempfile.TemporaryDirectory() as directory:
+            Path(directory, "tool.html").write_text(page, encoding="utf-8")
+            section = list(sections_of(Path(directory)))[-1]
+        self.assertEqual(("tool.html#ko-crop", "ko crop", "crop --roi"),
+                         tuple(section[key] for key in ("address", "heading", "names")))
+        rows = COMMAND_ROW.findall(Path("docs/tool.md").read_text())
+        self.assertLess({"develop", "stretch-levels", "mask"}, set(rows))
+        self.assertEqual(len(rows), len(set(rows)), "each has one section")
+
+    def test_names_python_functions_without_their_package(self):
+        self.assertEqual(["white_balance", "run", "", ""],
+                         [names_of(page, heading, "") for page, heading in
+                          [("ko.white_balance", ""), ("ks.run", ""), ("ks.run", "Parameters"), ("Statistics", "")]])
 
     def test_names_the_page(self):
         self.assertEqual({"Statistics"}, {s["page"] for s in self.sections()})

@@ -63,6 +63,7 @@ CODE_SPAN = re.compile(r"`([^`\n]+)`")
 # With options, a bar of a table, Doxygen's own, or quotes, which would end it there.
 COMMAND = re.compile(r"\\\||--|@|^[\w-].* '")
 CODE = re.compile(r"`([A-Za-z]\w+)`")
+COMMAND_ROW = re.compile(r"^\| (?=`ko ([\w-]+) )", re.MULTILINE)  # with its arguments, in the table of commands
 COMMENT = re.compile(r"<!--.*?-->\n?", re.DOTALL)
 HEAD_END = "</head>"
 PROJECT_ROW_END = " </tr>\n  <!--BEGIN SEARCHENGINE-->"
@@ -140,6 +141,7 @@ def translated(source, names):
         text = text.replace(mark, tables)
     text = COMMENT.sub("", text)
     text = labelled(text, source)
+    text = COMMAND_ROW.sub(r'| <span class="command" id="ko-\1"></span>', text)
     text = LINK.sub(lambda link: resolved(link, source), text)
     text = PICTURE_LINE.sub(figures, text)
     text = CODE_SPAN.sub(lambda code: command_code(code) if COMMAND.search(code[1]) else code[0], text)

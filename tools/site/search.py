@@ -15,6 +15,7 @@ INLINE = {"a", "b", "code", "em", "i", "small", "span", "strong", "sub", "sup", 
 LISTING = re.compile(r"-members\.html$|^dir_|^functions|^globals")  # repeats what other pages say
 TITLE_END = re.compile(r"\s*(Class|Struct|File|Namespace) Reference.*$", re.DOTALL)
 VOID = {"area", "base", "br", "col", "embed", "hr", "img", "input", "link", "meta", "source", "track", "wbr"}
+OPTION = re.compile(r"--[a-z][a-z-]*")
 HEADINGS = {"h1", "h2", "h3", "h4"}
 
 
@@ -39,6 +40,8 @@ class Sections(HTMLParser):
         starts = tag in HEADINGS and "groupheader" not in classes or "memtitle" in classes
         if starts:
             self.sections.append({"place": names.get("id") or self.place, "heading": "", "words": []})
+        if "command" in classes:  # a row of the table of commands
+            self.sections.append({"place": names["id"], "heading": names["id"].replace("-", " ", 1), "words": []})
         if tag not in VOID:
             hidden = tag in SILENT or not FRAME.isdisjoint([names.get("id"), *classes])
             self.open.append((tag, hidden, "title" in classes, starts))
@@ -51,7 +54,7 @@ class Sections(HTMLParser):
                 break
 
     def handle_data(self, data):
-        if any(hidden for _, hidden, _, _ in self.open) or not data.strip():
+        if any(hidden for _, hidden, _, _ in self.open):
             return
         if any(title for _, _, title, _ in self.open):
             self.title += data
@@ -59,6 +62,14 @@ class Sections(HTMLParser):
             self.sections[-1]["heading"] += data
         else:
             self.sections[-1]["words"].append(data)
+
+
+def names_of(page, heading, text):
+    """What a section tells of besides its heading: a Python function without its package, a command with its options."""
+    if not heading:
+        return re.sub(r"^k[os]\.", "", page) if re.match(r"k[os]\.", page) else ""
+    command = re.fullmatch(r"ko ([a-z0-9-]+)", heading)
+    return " ".join([command[1], *OPTION.findall(text)]) if command else ""
 
 
 def sections_of(directory):
@@ -71,8 +82,9 @@ def sections_of(directory):
             text = re.sub(r"\s+", " ", "".join(section["words"])).strip()
             heading = re.sub(r"\s+", " ", section["heading"]).strip(" ◆")
             if text or heading:
-                yield {"address": page.name + (f"#{section['place']}" if section["place"] else ""),
-                       "page": TITLE_END.sub("", parsed.title.strip()) or page.stem, "heading": heading, "text": text}
+                title = TITLE_END.sub("", parsed.title.strip()) or page.stem
+                yield {"address": page.name + (f"#{section['place']}" if section["place"] else ""), "page": title,
+                       "heading": heading, "names": names_of(title, heading, text), "text": text}
 
 
 def write_search(directory):
