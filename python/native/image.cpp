@@ -124,21 +124,24 @@ void ArrayImage::describe(const py::array& samples, ExPixelPacking order)
 
     const py::ssize_t perPixel = bytes * (order == Interleaved ? channels : 1);
     const py::ssize_t row = perPixel * width;
+    const bool hasPlanes = samples.size() > 0 && order == Planar && channels > 1;
     py::ssize_t step = row;
     if (samples.size() > 0) {
         if (width > 1 && samples.strides(rowsAxis + 1) != perPixel)
             refuseLayout();
         if (order == Interleaved && channels > 1 && samples.strides(channelsAxis) != bytes)
             refuseLayout();
-        const bool hasPlanes = order == Planar && channels > 1;
         if (height > 1)
             step = samples.strides(rowsAxis);
         else if (hasPlanes)
             step = samples.strides(channelsAxis);
-        if (step < row || (hasPlanes && samples.strides(channelsAxis) != step * height))
+        if (step < row)
             refuseLayout();
     }
     stride = sizeOf(step);
+    // Each factor has 31 bits here.
+    if (hasPlanes && samples.strides(channelsAxis) != step * height)
+        refuseLayout();
     m_ownsAllBytes = step == row;
 }
 

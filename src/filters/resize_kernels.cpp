@@ -180,7 +180,7 @@ void AlongRows(const ResizeRows<F>& rows, const ResizePlan<F>& plan, const Resiz
                 results = ToSamples<T>(d, hn::Mul(sums[row], factor));
             std::uint8_t* const to = at + static_cast<std::int64_t>(row) * rows.stride;
             // What a group writes behind its own results, the next one writes again.
-            if (count == lanes) {
+            if (lanes == 1 || count == lanes) {
                 hn::StoreU(results, dt, reinterpret_cast<T*>(to));
             } else {
                 T rest[hn::MaxLanes(d)];
