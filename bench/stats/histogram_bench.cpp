@@ -120,6 +120,7 @@ const Rows rows{
     {"HistogramMasked", "12-bit noise mask", &histogramMasked<UInt16, 12, true>},
     {"HistogramMasked", "U8 RGB disc mask", &histogramMaskedOfColour},
     {"Histogram", "U8", &histogram<UInt8, 8, Scene::Camera>, tinyImage},
+    {"Histogram", "U8 RGB", &histogramOfColour<UInt8, 8>, smallImage},
     {"Histogram", "U8", &histogram<UInt8, 8, Scene::Camera>, smallImage},
     {"Histogram", "U8", &histogram<UInt8, 8, Scene::Camera>, hugeImage},
 };

@@ -184,10 +184,10 @@ std::int64_t countSelected(const SxImageBuf& src, const Selection& selection, Cx
     const ChannelPlanes planes = makePlanes();
     const TallyTarget target(hist);
     const std::size_t period = countsTogether(src, selection, planes) ? planes.size() : 1;
+    const std::int64_t samples = selection.pixels() * static_cast<std::int64_t>(period);
     std::atomic<std::int64_t> selected{0};
     countInBands(
-        selection.height, selection.pixels() * static_cast<std::int64_t>(period), Tally<T>::tablesFor(period),
-        target,
+        selection.height, samples, Tally<T>::tablesFor(period, samples), target,
         [&](std::int64_t begin, std::int64_t end, const TallyTarget& to, TallyTables& tables) noexcept {
             selected += countSelected<T>(src, selection.band(begin, end), to, planes, tables);
         });

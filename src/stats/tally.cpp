@@ -164,6 +164,13 @@ int Tally<T>::tablesFor(std::size_t period) noexcept
 }
 
 template <class T>
+int Tally<T>::tablesFor(std::size_t period, std::int64_t samples) noexcept
+{
+    const int tables = tablesFor(period);
+    return sizeof(T) == 1 && tables == 3 && samples < worthThree ? 1 : tables;
+}
+
+template <class T>
 Tally<T>::Tally(const TallyTarget& target, std::span<const int> planes, TallyTables& tables) noexcept
     : m_target(target), m_planes(planes), m_memory(tables), m_tableCount(tablesFor(planes.size()))
 {

@@ -93,6 +93,11 @@ public:
 
     /// How many tables serve a pattern of that length; 0 when none do.
     static int tablesFor(std::size_t period) noexcept;
+    /// How many to obtain for so many samples. Three tables of pairs of bytes take long to fill and to add up: below
+    /// `worthThree` samples, single bytes of three planes are counted sooner. One plane alone still has its table.
+    static int tablesFor(std::size_t period, std::int64_t samples) noexcept;
+
+    static constexpr std::int64_t worthThree = std::int64_t{1} << 21;
 
 private:
     void addDirectly(const std::uint8_t* samples, std::int64_t count) noexcept;

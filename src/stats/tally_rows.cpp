@@ -60,8 +60,9 @@ void countRows(const SampleRows& rows, const TallyTarget& target, std::span<cons
 template <class T>
 void countRowsInBands(const SampleRows& rows, const TallyTarget& target, std::span<const int> planes)
 {
+    const std::int64_t samples = rows.samples * rows.rows;
     countInBands(
-        rows.rows, rows.samples * rows.rows, Tally<T>::tablesFor(planes.size()), target,
+        rows.rows, samples, Tally<T>::tablesFor(planes.size(), samples), target,
         [&](std::int64_t begin, std::int64_t end, const TallyTarget& to, TallyTables& tables) noexcept {
             const SampleRows band{rows.first + begin * rows.stride, rows.stride, rows.samples, end - begin};
             countRows<T>(band, to, planes, tables);

@@ -217,9 +217,9 @@ TEST(HistogramTargets, EqualTheTwinForImagesThatTakeWorkingTables)
 /// Hardly any two pairs of bytes are alike in the upper half, so that they are counted otherwise from some row on. In the
 /// lower half counts become large.
 template <class T>
-void compareScattered(ExImageDataType type, int channels)
+void compareScattered(ExImageDataType type, int channels, int height = 501)
 {
-    const Layout form{.width = 501, .height = 501, .channels = channels, .type = type};
+    const Layout form{.width = 501, .height = height, .channels = channels, .type = type};
     TestImage src(form);
     src.fillRandom(11);
     std::mt19937 random(4);
@@ -241,6 +241,7 @@ TEST(HistogramTargets, EqualTheTwinForScatteredLevels)
         compareScattered<std::uint8_t>(UInt8, channels);
         compareScattered<std::uint16_t>(UInt16, channels);
     }
+    compareScattered<std::uint8_t>(UInt8, 3, 1401);  // pairs of bytes of three planes
 }
 
 TEST(HistogramTargets, EqualTheTwinForRowsOfSeveralRuns)
