@@ -34,10 +34,8 @@ void addRun(const ChannelRun& run, std::uint64_t* moments) noexcept
     constexpr std::int64_t longestPiece = 4096;
     const SquareKernels& kernels = squareKernels();
     std::array<std::uint8_t, longestPiece * sizeof(T)> piece;
-    const bool isReady = run.step == 1 && run.mask == nullptr;
-    const std::int64_t longest = isReady ? run.pixels : longestPiece;
-    for (std::int64_t x = 0; x < run.pixels; x += longest) {
-        const std::int64_t count = std::min(longest, run.pixels - x);
+    for (std::int64_t x = 0; x < run.pixels; x += longestPiece) {
+        const std::int64_t count = std::min(longestPiece, run.pixels - x);
         const std::uint8_t* samples = run.first + x * run.step * std::int64_t{sizeof(T)};
         std::int64_t selected = count;
         if (run.step != 1) {
@@ -49,7 +47,7 @@ void addRun(const ChannelRun& run, std::uint64_t* moments) noexcept
             samples = piece.data();
         }
         moments[0] += static_cast<std::uint64_t>(selected);
-        kernels.add.of<T>()(samples, count, moments + 1);
+        kernels.add.of<T>()({samples, 0, 1, count}, moments + 1);
     }
 }
 
@@ -58,17 +56,30 @@ template <class T>
 void sumUp(const SxImageBuf& src, const SxImageBuf* mask, SxMoments* moments)
 {
     const auto channels = static_cast<std::size_t>(std::max(src.channels, 0));
-    const RowRuns runs(workOn(src), isGapless(src) && (mask == nullptr || isGapless(*mask)), rowBytes(src));
+    const RowRuns runs(workOn(src), true, rowBytes(src));
+    const bool areJoined = isGapless(src) && (mask == nullptr || isGapless(*mask));
     std::vector<std::uint64_t> total(numbers * channels);
+    const auto addRows = [&](std::uint64_t* partial, std::int64_t y, std::int64_t rows,
+                             std::int64_t pixels) noexcept {
+        if (channels == 1 && mask == nullptr) {
+            partial[0] += static_cast<std::uint64_t>(rows * pixels);
+            squareKernels().add.of<T>()({rowOf(src, y), src.stride, rows, pixels}, partial + 1);
+            return;
+        }
+        for (const std::int64_t end = y + rows; y < end; ++y) {
+            for (std::size_t c = 0; c < channels; ++c) {
+                addRun<T>({rowOf(src, y) + c * sizeof(T), src.channels,
+                           mask != nullptr ? rowOf(*mask, y) : nullptr, pixels},
+                          partial + numbers * c);
+            }
+        }
+    };
     reducePerThread<std::uint64_t>(
         runs.work(), total.size(),
         [&](std::uint64_t* partial, std::int64_t run) noexcept {
-            const std::int64_t y = runs.firstRow(run);
-            for (std::size_t c = 0; c < channels; ++c) {
-                addRun<T>({rowOf(src, y) + c * sizeof(T), src.channels,
-                           mask != nullptr ? rowOf(*mask, y) : nullptr, runs.rowsOf(run) * src.width},
-                          partial + numbers * c);
-            }
+            const std::int64_t rows = runs.rowsOf(run);
+            addRows(partial, runs.firstRow(run), areJoined ? 1 : rows,
+                    areJoined ? rows * src.width : src.width);
         },
         [&](const std::uint64_t* partial) {
             std::transform(total.begin(), total.end(), partial, total.begin(), std::plus<>{});

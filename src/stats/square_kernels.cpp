@@ -35,9 +35,10 @@ void AddRest(const std::uint8_t* row, std::int64_t from, std::int64_t samples, s
 #if HWY_TARGET == HWY_SCALAR
 
 template <class T>
-void AddRow(const std::uint8_t* row, std::int64_t samples, std::uint64_t* sums) noexcept
+void AddRows(const SquareRows& rows, std::uint64_t* sums) noexcept
 {
-    AddRest<T>(row, 0, samples, sums);
+    for (std::int64_t y = 0; y < rows.rows; ++y)
+        AddRest<T>(rows.first + y * rows.pitch, 0, rows.samples, sums);
 }
 
 #else
@@ -60,8 +61,14 @@ HWY_INLINE hn::Vec<Total> Widened(hn::Vec<Product> sums, hn::Vec<Product> more) 
 
 /// Products of bytes are added up in 32 bits. Bytes that are samples stand in the low and the high halves of words; words
 /// are 256 * high + low, and their squares 65536 * high^2 + 512 * high * low + low^2.
+/// Sums of samples, of the low halves of words, and of squares.
+struct Sums {
+    hn::Vec<Total> all, lowHalves, squares;
+};
+
+/// Adds whole vectors and returns how many samples they have.
 template <class T>
-void AddRow(const std::uint8_t* row, std::int64_t samples, std::uint64_t* sums) noexcept
+HWY_INLINE std::int64_t AddVectors(const std::uint8_t* row, std::int64_t samples, Sums& sums) noexcept
 {
     const Byte bytes;
     const Word words;
@@ -70,7 +77,6 @@ void AddRow(const std::uint8_t* row, std::int64_t samples, std::uint64_t* sums) 
     constexpr auto step = static_cast<std::int64_t>(hn::MaxLanes(hn::ScalableTag<T>{}));
     // Each vector adds at most two products to a lane: 2 * 255^2 * 8192 is below 2^31.
     constexpr std::int64_t vectorsPerFlush = 8192;
-    auto all = hn::Zero(Total{}), lowHalves = all, squares = all;
     std::int64_t at = 0;
     while (at + step <= samples) {
         auto low = hn::Zero(products), lowMore = low, high = low, highMore = low, both = low, bothMore = low;
@@ -82,25 +88,39 @@ void AddRow(const std::uint8_t* row, std::int64_t samples, std::uint64_t* sums) 
             const auto pairs = hn::BitCast(words, read);
             const auto lows = hn::BitCast(factors, hn::And(pairs, hn::Set(words, 0xFF)));
             const auto highs = hn::BitCast(factors, hn::ShiftRight<8>(pairs));
-            all = hn::Add(all, hn::SumsOf8(read));
+            sums.all = hn::Add(sums.all, hn::SumsOf8(read));
             low = hn::ReorderWidenMulAccumulate(products, lows, lows, low, lowMore);
             high = hn::ReorderWidenMulAccumulate(products, highs, highs, high, highMore);
             if constexpr (sizeof(T) == 2) {
-                lowHalves = hn::Add(lowHalves, hn::SumsOf8(hn::BitCast(bytes, lows)));
+                sums.lowHalves = hn::Add(sums.lowHalves, hn::SumsOf8(hn::BitCast(bytes, lows)));
                 both = hn::ReorderWidenMulAccumulate(products, lows, highs, both, bothMore);
             }
         }
         const auto highSquares = Widened(high, highMore);
-        squares = hn::Add(squares, Widened(low, lowMore));
-        squares = hn::Add(squares, sizeof(T) == 2 ? hn::ShiftLeft<16>(highSquares) : highSquares);
+        sums.squares = hn::Add(sums.squares, Widened(low, lowMore));
+        sums.squares = hn::Add(sums.squares, sizeof(T) == 2 ? hn::ShiftLeft<16>(highSquares) : highSquares);
         if constexpr (sizeof(T) == 2)
-            squares = hn::Add(squares, hn::ShiftLeft<9>(Widened(both, bothMore)));
+            sums.squares = hn::Add(sums.squares, hn::ShiftLeft<9>(Widened(both, bothMore)));
     }
-    const std::uint64_t sum = hn::GetLane(hn::SumOfLanes(Total{}, all));
-    const std::uint64_t lowSum = hn::GetLane(hn::SumOfLanes(Total{}, lowHalves));
+    return at;
+}
+
+/// Products of bytes are added up in 32 bits. Bytes that are samples stand in the low and the high halves of words; words
+/// are 256 * high + low, and their squares 65536 * high^2 + 512 * high * low + low^2.
+template <class T>
+void AddRows(const SquareRows& rows, std::uint64_t* sums) noexcept
+{
+    const auto zero = hn::Zero(Total{});
+    Sums vectors{zero, zero, zero};
+    for (std::int64_t y = 0; y < rows.rows; ++y) {
+        const std::uint8_t* const row = rows.first + y * rows.pitch;
+        const std::int64_t added = AddVectors<T>(row, rows.samples, vectors);
+        AddRest<T>(row, added, rows.samples, sums);
+    }
+    const std::uint64_t sum = hn::GetLane(hn::SumOfLanes(Total{}, vectors.all));
+    const std::uint64_t lowSum = hn::GetLane(hn::SumOfLanes(Total{}, vectors.lowHalves));
     sums[0] += sizeof(T) == 1 ? sum : ((sum - lowSum) << 8) + lowSum;
-    sums[1] += hn::GetLane(hn::SumOfLanes(Total{}, squares));
-    AddRest<T>(row, at, samples, sums);
+    sums[1] += hn::GetLane(hn::SumOfLanes(Total{}, vectors.squares));
 }
 
 #endif
@@ -126,7 +146,7 @@ std::int64_t RowSelect(const std::uint8_t* row, const std::uint8_t* mask, std::i
 
 const SquareKernels& Kernels()
 {
-    static constexpr SquareKernels kernels{{&AddRow<std::uint8_t>, &AddRow<std::uint16_t>},
+    static constexpr SquareKernels kernels{{&AddRows<std::uint8_t>, &AddRows<std::uint16_t>},
                                            {&GatherRowOf<std::uint8_t>, &GatherRowOf<std::uint16_t>},
                                            {&RowSelect<std::uint8_t>, &RowSelect<std::uint16_t>}};
     return kernels;

@@ -7,8 +7,16 @@
 
 namespace ko {
 
+/// Rows of samples, `pitch` bytes apart.
+struct SquareRows {
+    const std::uint8_t* first;
+    std::int64_t pitch;
+    std::int64_t rows;
+    std::int64_t samples;  ///< of each row
+};
+
 /// Adds the samples to sums[0] and their squares to sums[1].
-using AddSquaresRow = void (*)(const std::uint8_t* row, std::int64_t samples, std::uint64_t* sums) noexcept;
+using AddSquares = void (*)(const SquareRows& rows, std::uint64_t* sums) noexcept;
 
 /// Brings samples that lie `step` apart together.
 using GatherRow = void (*)(const std::uint8_t* row, std::int64_t step, std::int64_t samples,
@@ -19,7 +27,7 @@ using SelectRow = std::int64_t (*)(const std::uint8_t* row, const std::uint8_t* 
                                    std::uint8_t* out) noexcept;
 
 struct SquareKernels {
-    PerDepth<AddSquaresRow> add;
+    PerDepth<AddSquares> add;
     PerDepth<GatherRow> gather;
     PerDepth<SelectRow> select;
 };
