@@ -23,8 +23,15 @@ function wordsOf(text) {
         .filter((word) => word !== "");
 }
 
-// Of an option the commands that have it come first. Whole words count most, beginnings of words less, and words with
-// one wrong letter only where nothing else is found.
+const titleOf = ({ heading, page }) => heading || page;
+
+function putFirst(preferred, found) {
+    const refs = preferred.map(({ ref }) => ref);
+    return [...preferred, ...found.filter(({ ref }) => !refs.includes(ref))];
+}
+
+// The section that is called just so comes first, of an option the commands that have it. Whole words count most,
+// beginnings of words less, and words with one wrong letter only where nothing else is found.
 function find(index, text) {
     const words = wordsOf(text);
     if (words.length === 0) return [];
@@ -35,12 +42,9 @@ function find(index, text) {
             query.term(word, { wildcard: lunr.Query.wildcard.TRAILING, usePipeline: false });
         });
     });
-    if (text.startsWith("--")) {
-        const commands = ask({ fields: ["names"] });
-        const refs = commands.map(({ ref }) => ref);
-        return [...commands, ...found.filter(({ ref }) => !refs.includes(ref))];
-    }
-    return found.length > 0 ? found : ask({ editDistance: 1, usePipeline: false });
+    if (found.length === 0) return ask({ editDistance: 1, usePipeline: false });
+    const isCalledSo = ({ ref }) => titleOf(searchSections[Number(ref)]).toLowerCase() === text.toLowerCase();
+    return putFirst(text.startsWith("--") ? ask({ fields: ["names"] }) : found.filter(isCalledSo), found);
 }
 
 // The text around the first word that was asked for.
@@ -56,7 +60,7 @@ function entry(section, words) {
     const link = document.createElement("a");
     link.href = section.address;
     const heading = document.createElement("strong");
-    heading.textContent = section.heading || section.page;
+    heading.textContent = titleOf(section);
     const page = document.createElement("em");
     page.textContent = section.heading ? section.page : "";
     const text = document.createElement("span");
