@@ -59,14 +59,14 @@ HWY_INLINE hn::Vec<Total> Widened(hn::Vec<Product> sums, hn::Vec<Product> more) 
                    hn::Add(hn::And(b, low), hn::ShiftRight<32>(b)));
 }
 
-/// Products of bytes are added up in 32 bits. Bytes that are samples stand in the low and the high halves of words; words
-/// are 256 * high + low, and their squares 65536 * high^2 + 512 * high * low + low^2.
 /// Sums of samples, of the low halves of words, and of squares.
 struct Sums {
     hn::Vec<Total> all, lowHalves, squares;
 };
 
-/// Adds whole vectors and returns how many samples they have.
+/// Adds whole vectors and returns how many samples they have. Products of bytes are added up in 32 bits. Bytes that are
+/// samples stand in the low and the high halves of words; words are 256 * high + low, and their squares
+/// 65536 * high^2 + 512 * high * low + low^2.
 template <class T>
 HWY_INLINE std::int64_t AddVectors(const std::uint8_t* row, std::int64_t samples, Sums& sums) noexcept
 {
@@ -105,8 +105,6 @@ HWY_INLINE std::int64_t AddVectors(const std::uint8_t* row, std::int64_t samples
     return at;
 }
 
-/// Products of bytes are added up in 32 bits. Bytes that are samples stand in the low and the high halves of words; words
-/// are 256 * high + low, and their squares 65536 * high^2 + 512 * high * low + low^2.
 template <class T>
 void AddRows(const SquareRows& rows, std::uint64_t* sums) noexcept
 {
