@@ -77,10 +77,11 @@ def entries(text):
 
 
 def methods(node):
-    """Those of a class that say what they do, and its properties."""
-    members = [item for item in node.body if isinstance(item, ast.FunctionDef) and not item.name.startswith("_")]
-    return "\n".join(f"- `{item.name}`: {prose(' '.join(ast.get_docstring(item).split()))}" for item in members
-                     if ast.get_docstring(item))
+    """Those of a class that say what they do, its properties, and what an index gives."""
+    members = {"[index]" if item.name == "__getitem__" else item.name: ast.get_docstring(item) for item in node.body
+               if isinstance(item, ast.FunctionDef)}
+    return "\n".join(f"- `{name}`: {prose(' '.join(text.split()))}" for name, text in members.items()
+                     if text and not name.startswith("_"))
 
 
 def page_of(package, node):
