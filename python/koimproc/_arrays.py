@@ -38,10 +38,13 @@ class Source:
     `types` are the samples that it may have. `bits` is the depth of an array, all bits of its dtype unless given.
     """
 
-    __slots__ = ("record", "array", "bits", "frame")
+    __slots__ = ("record", "array", "shape", "dtype", "channels", "bits", "frame")
 
     record: native.SxImageBuf
     array: Array
+    shape: tuple[int, ...]
+    dtype: DType
+    channels: int
     bits: int
     frame: Frame | None
 
@@ -54,47 +57,35 @@ class Source:
         mosaic: bool = False,
         bits: int | None = None,
     ) -> None:
-        if type(image) is np.ndarray:
-            array = image
-            self.frame = None
-        elif isinstance(image, Frame):
-            array = image._array
-            self.frame = image
-        else:
-            array = array_of(image, name)
-            self.frame = None
+        frame = image if isinstance(image, Frame) else None
+        array = array_of(image, name) if frame is None else frame._array
         if array.dtype not in types:
             array = in_native_order(array, types, name)
-        if array.size == 0:
+        shape = array.shape
+        if 0 in shape:
             check_shape(array, name)
-        if self.frame is None:
-            self.bits = DEPTHS[array.dtype] if bits is None else bits
+        if frame is None:
+            bits = DEPTHS[array.dtype] if bits is None else bits
             grid = NO_GRID
         else:
-            self.bits = self.frame._bits
-            grid = self.frame._grid
+            bits = frame._bits
+            grid = frame._grid
             if grid != NO_GRID and not mosaic:
                 raise ArgumentError(
                     name, "a mosaic, whose neighbours differ in colour; demosaic it, or pass np.asarray(frame)"
                 )
         try:
-            if self.frame is None and bits is None:
-                self.record = native.SxImageBuf(array)
-            else:
-                self.record = native.SxImageBuf(array, self.bits, 0, grid)
+            self.record = native.SxImageBuf(array, bits, 0, grid)
         except ValueError:
             check_shape(array, name)
             array = np.array(array, order="C")
-            self.record = native.SxImageBuf(array, self.bits, 0, grid)
+            self.record = native.SxImageBuf(array, bits, 0, grid)
         self.array = array
-
-    @property
-    def shape(self) -> tuple[int, ...]:
-        return self.array.shape
-
-    @property
-    def dtype(self) -> DType:
-        return self.array.dtype
+        self.shape = shape
+        self.dtype = array.dtype
+        self.channels = shape[2] if len(shape) == 3 else 1
+        self.bits = bits
+        self.frame = frame
 
     @property
     def bayer(self) -> str | None:
@@ -104,10 +95,6 @@ class Source:
     def top(self) -> int:
         """The largest sample of the depth."""
         return (1 << self.bits) - 1
-
-    @property
-    def channels(self) -> int:
-        return self.array.shape[2] if self.array.ndim == 3 else 1
 
 
 def in_native_order(array: Array, types: Collection[DType], name: str) -> Array:
@@ -163,10 +150,7 @@ class Target:
             self.array = _checked(out, shape, dtype, bits, bayer, reads, in_place)
         pixels = self.array if dtype is not BOOL else self.array.view(UINT8)
         try:
-            if bits is None:
-                self.record = native.SxImageBuf(pixels)
-            else:
-                self.record = native.SxImageBuf(pixels, bits, 0, grid)
+            self.record = native.SxImageBuf(pixels, bits, 0, grid)
         except ValueError:
             check_shape(pixels, "out")
             raise ArgumentError(
@@ -199,8 +183,6 @@ def _checked(
         if out._bayer != bayer:
             raise ArgumentError("out", f"a frame with bayer={bayer!r} is wanted, not {out._bayer!r}")
         array = out._array
-    elif type(out) is np.ndarray:
-        array = out
     elif isinstance(out, np.ndarray):
         array = array_of(out, "out")  # what subclasses make of arithmetic is not wanted
     else:
@@ -241,18 +223,10 @@ def _overlap(array: Array, other: Array, in_place: bool) -> bool:
 def like(source: Source, out: Output | None, in_place: bool = False, extra: tuple[Array, ...] = ()) -> Target:
     """A target of the format of a source."""
     frame = source.frame
+    reads = (source.array, *extra)
     if frame is None:
-        return Target(out, source.array.shape, source.array.dtype, reads=(source.array, *extra), in_place=in_place)
-    return Target(
-        out,
-        source.array.shape,
-        source.array.dtype,
-        frame._bits,
-        frame._bayer,
-        frame._grid,
-        (source.array, *extra),
-        in_place,
-    )
+        return Target(out, source.shape, source.dtype, reads=reads, in_place=in_place)
+    return Target(out, source.shape, source.dtype, frame._bits, frame._bayer, frame._grid, reads, in_place)
 
 
 def copied(source: Source, out: Output | None, extra: tuple[Array, ...] = ()) -> Target:

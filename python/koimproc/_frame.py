@@ -47,6 +47,8 @@ Pixels = Union[Array, HasArrayInterface, HasDLPack, memoryview, "ctypes.Array[An
 
 def array_of(pixels: object, name: str) -> Array:
     """The array behind an argument, without a copy wherever its memory can be seen."""
+    if type(pixels) is np.ndarray:
+        return pixels
     if isinstance(pixels, Frame):
         return pixels._array
     if isinstance(pixels, np.ma.MaskedArray):

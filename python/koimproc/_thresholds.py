@@ -24,18 +24,18 @@ from koimproc._arrays import (
 )
 from koimproc._correct import Numbers
 from koimproc._errors import ArgumentError
-from koimproc._frame import Array, Frame, Mask, Pixels, Whole
+from koimproc._frame import DEPTHS, Array, Frame, Mask, Pixels, Whole
 from koimproc._samples import masked
 from koimproc._threads import limit, run
 
 
-# The greatest level of integers, and one that all floating-point numbers have.
-_LEVELS = {dtype: 127 if dtype.kind == "f" else int(np.iinfo(dtype).max) for dtype in ALL_SAMPLES}
+# The largest sample of all bits of a type; of floating-point numbers the usual one.
+_LARGEST = {dtype: 1 if dtype.kind == "f" else int(np.iinfo(dtype).max) for dtype in ALL_SAMPLES}
 
 
 def _levels(values: object, source: Source, name: str) -> list[Any]:
     """One number per channel, of the kind of the samples and within their type."""
-    if type(values) is int and 0 <= values <= _LEVELS[source.dtype]:  # the way that needs no NumPy
+    if type(values) is int and 0 <= values <= _LARGEST[source.dtype]:  # the way that needs no NumPy
         return [values] * source.channels
     numbers: list[Any]
     if isinstance(values, (tuple, list)) and all(type(value) is int and -(2**63) <= value < 2**64 for value in values):
@@ -61,8 +61,7 @@ def _levels(values: object, source: Source, name: str) -> list[Any]:
 
 def _highest(source: Source) -> int:
     """The largest sample of the depth."""
-    kind = source.dtype.kind
-    return 1 if kind == "f" else source.top >> (kind == "i")
+    return _LARGEST[source.dtype] >> DEPTHS[source.dtype] - source.bits
 
 
 @overload
