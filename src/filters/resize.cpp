@@ -7,6 +7,7 @@
 #include "base/rows.h"
 #include "filters/resize_half_kernels.h"
 #include "filters/resize_kernels.h"
+#include "filters/resize_longer.h"
 
 #include <algorithm>
 #include <limits>
@@ -34,7 +35,8 @@ constexpr double mostWeight(int bits)
 ///
 /// The sums of columns are whole numbers that floats hold. A sum along a row is at most 255 * weight, and its terms are
 /// rounded up to innerCount + 4 times; the reciprocal, the product and the distance are rounded once each. So the
-/// distance is wrong by less than (innerCount + 7) * 255 * 2^-24, and less than this bound stays below 1/2.
+/// distance is wrong by less than (innerCount + 7) * 255 * 2^-24, and less than this bound stays below 1/2. Where rows
+/// are summed first, the same holds with rows and columns exchanged.
 double certainDistance(const ResizeAxis& across)
 {
     return 0.5 - static_cast<double>(across.innerCount() + 8) / 65536;
@@ -68,6 +70,12 @@ double weightOf(const ResizeAxis& down, const ResizeAxis& across)
     return static_cast<double>(down.divisor()) * static_cast<double>(across.divisor());
 }
 
+ResizeScale scaleOf(const ResizeAxis& down, const ResizeAxis& across)
+{
+    const double weight = weightOf(down, across);
+    return {weight / 2 + 0.25, 1 / weight, certainDistance(across)};
+}
+
 RowWork workOf(const SxImageBuf& src, const SxImageBuf& dst)
 {
     constexpr std::int64_t enough = std::int64_t{1} << 27;  // for any number of threads
@@ -84,8 +92,7 @@ void resizeIn(const SxImageBuf& src, SxImageBuf& dst, const ResizePasses<F>& pas
               const ResizeAxis& across)
 {
     const ResizePlan<F> plan(across, dst.width, dst.channels, passes.lanes);
-    const double weight = weightOf(down, across);
-    const ResizeScale scale{weight / 2 + 0.25, 1 / weight, certainDistance(across)};
+    const ResizeScale scale = scaleOf(down, across);
     const std::int64_t samples = std::int64_t{src.width} * src.channels;
     const std::int64_t pitch = samples + plan.slack();
     const RowWork work = workOf(src, dst);
@@ -121,6 +128,12 @@ void resize(const SxImageBuf& src, SxImageBuf& dst)
         return;
     }
     const auto& kernels = resizeKernels().of<T>();
+    if constexpr (sizeof(T) == 1) {
+        if (isLonger(src, down, across)) {
+            const bool isChecked = weightOf(down, across) > mostWeight<float>(8);
+            return resizeLonger(src, dst, down, across, scaleOf(down, across), isChecked, workOf(src, dst));
+        }
+    }
     if (weightOf(down, across) <= mostWeight<float>(8 * sizeof(T)))
         return resizeIn(src, dst, kernels.floats, down, across);
     if constexpr (sizeof(T) == 1) {

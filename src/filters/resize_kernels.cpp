@@ -10,6 +10,8 @@
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
+#include "filters/resize_rounding-inl.h"
+
 HWY_BEFORE_NAMESPACE();
 namespace ko {
 namespace HWY_NAMESPACE {
@@ -30,18 +32,6 @@ hn::Vec<D> LoadSamples(D d, const std::uint8_t* at)
         return hn::ConvertTo(d, samples);
     else
         return hn::PromoteTo(d, samples);
-}
-
-/// Truncated.
-template <class T, class D>
-hn::Vec<hn::Rebind<T, D>> ToSamples(D, hn::Vec<D> v)
-{
-    const hn::Rebind<std::int32_t, D> d32;
-    const hn::Rebind<T, D> dt;
-    if constexpr (sizeof(hn::TFromD<D>) == 4)
-        return hn::DemoteTo(dt, hn::ConvertTo(d32, v));
-    else
-        return hn::DemoteTo(dt, hn::DemoteTo(d32, v));
 }
 
 /// The weighted sums of a vector of samples, `at` bytes from the beginning of their rows.
@@ -109,25 +99,11 @@ void ExactBytes(const float* sums, const ResizeGroup<float>& group, const Resize
         }
     }
     for (std::size_t i = 0; i < parts; ++i)
-        hn::StoreU(ToSamples<std::uint8_t>(d64, hn::Mul(totals[i], hn::Set(d64, scale.scale))),
+        hn::StoreU(TruncatedTo<std::uint8_t>(d64, hn::Mul(totals[i], hn::Set(d64, scale.scale))),
                    hn::Rebind<std::uint8_t, decltype(d64)>(), bytes + i * each);
 }
 
-/// The whole numbers nearest to sum * scale, with the greatest distance of one from its product in `farthest`. `rounder` is
-/// added and leaves the number in the lowest byte.
-template <class D>
-HWY_INLINE hn::Vec<hn::Rebind<std::uint8_t, D>> NearestBytes(D d, hn::Vec<D> sums, hn::Vec<D> scale,
-                                                             hn::Vec<D>& farthest)
-{
-    const hn::RebindToUnsigned<D> d32;
-    const auto rounder = hn::Set(d, 12582912.0F);  // 1.5 * 2^23
-    const auto rounded = hn::MulAdd(sums, scale, rounder);
-    farthest = hn::Max(farthest, hn::Abs(hn::MulSub(sums, scale, hn::Sub(rounded, rounder))));
-    return hn::TruncateTo(hn::Rebind<std::uint8_t, D>(), hn::BitCast(d32, rounded));
-}
-
-/// Bytes are rounded to the nearest whole number. With 1/4 added to the sum that is what the truncated product is, which is
-/// larger by 1/2: that one stays away from whole numbers by more than roundings move it.
+/// Rounded to the nearest whole number, not truncated.
 template <class T, class F>
 constexpr bool isNearest = sizeof(T) == 1 && sizeof(F) == 4;
 
@@ -148,7 +124,7 @@ void AlongRows(const ResizeRows<F>& rows, const ResizePlan<F>& plan, const Resiz
         V sums[Rows];
         const V first = hn::Load(d, group.weights[0]);
         const V offset = hn::Set(d, IsChecked         ? F{0}
-                                    : isNearest<T, F> ? F{0.25}
+                                    : isNearest<T, F> ? F{nearestOffset}
                                                       : static_cast<F>(scale.offset));
         for (std::size_t row = 0; row < Rows; ++row)
             sums[row] = hn::MulAdd(tap(row, 0), first, offset);
@@ -177,7 +153,7 @@ void AlongRows(const ResizeRows<F>& rows, const ResizePlan<F>& plan, const Resiz
             if constexpr (isNearest<T, F>)
                 results = NearestBytes(d, sums[row], factor, farthest);
             else
-                results = ToSamples<T>(d, hn::Mul(sums[row], factor));
+                results = TruncatedTo<T>(d, hn::Mul(sums[row], factor));
             std::uint8_t* const to = at + static_cast<std::int64_t>(row) * rows.stride;
             // What a group writes behind its own results, the next one writes again.
             if (lanes == 1 || count == lanes) {

@@ -259,6 +259,19 @@ TEST(ResizeTargets, EqualTheTwinForLargerPictures)
     });
 }
 
+TEST(ResizeTargets, EqualTheTwinForBytesInLongerRows)
+{
+    // Several strips of results, and the largest weights that words hold.
+    forEachTarget([] {
+        for (const int channels : {1, 2, 3, 4, 5, 15, 16}) {
+            expectTwins({.channels = channels}, {517, 5}, {4099 / channels + 517, 8});
+            expectTwins({.channels = channels}, {64, 7}, {128, 14});
+        }
+        for (const int to : {16381, 16387})
+            expectTwins({}, {17, 5}, {to, 7}, true);
+    });
+}
+
 TEST(ResizeTargets, RoundHalvesUpWhereWeightsAreLarge)
 {
     // The middle column of the result lies between the two in the middle of the source, one of which is higher by one.
