@@ -35,6 +35,9 @@ std::optional<StretchBetween> arrangeBetween(const StretchTable& table, std::int
             group.minusShares[lane] = two->minusShare;
         }
     }
+    const std::int64_t room = static_cast<std::int64_t>(between.groups.size()) * lanes;
+    if (2 * table.outputs() * channels < room)
+        return std::nullopt;
     return between;
 }
 

@@ -25,7 +25,8 @@ struct StretchBetween {
 };
 
 /// Arranges a pass over rows of `inputs` pixels of `channels` samples for vectors of `lanes` samples; nothing where
-/// results are made of more than two samples, or the row or a vector holds too few.
+/// results are made of more than two samples, the row or a vector holds too few, or vectors would make less than half of
+/// what they hold.
 std::optional<StretchBetween> arrangeBetween(const StretchTable& table, std::int64_t inputs,
                                              std::int64_t channels, std::int64_t lanes);
 
