@@ -4,13 +4,16 @@
 #include "base/checks.h"
 #include "base/dispatch.h"
 #include "base/image_view.h"
+#include "stats/float_sum_kernels.h"
 #include "stats/moment_kernels.h"
 #include "stats/selected_pixels.h"
 #include "stats/square_kernels.h"
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cmath>
+#include <limits>
 #include <span>
 #include <vector>
 
@@ -111,6 +114,60 @@ double sumOfSquares(const SxImageBuf& src, const SxImageBuf& mask, double mean, 
     return sum;
 }
 
+/// The largest power of two of which a number other than 0 is a multiple.
+double unitOf(double value)
+{
+    int exponent = 0;
+    constexpr int digits = std::numeric_limits<double>::digits;
+    const auto whole = static_cast<std::int64_t>(std::ldexp(std::frexp(value, &exponent), digits));
+    return std::ldexp(1.0, exponent - digits + std::countr_zero(static_cast<std::uint64_t>(whole)));
+}
+
+/// Whether no addition of these floats to a sum rounds, in whatever order: all sums on the way are multiples of a power of
+/// two, and less than 2^52 times as large.
+bool addExactly(double sum, const FloatSum& floats)
+{
+    constexpr std::uint32_t infinite = 0x7F800000U;
+    if (floats.highest >= infinite || !std::isfinite(sum))
+        return false;
+    if (floats.highest == 0)
+        return true;
+    const double lowest = static_cast<double>(std::bit_cast<float>(floats.lowest + 1U));
+    // All are multiples of the last digit that the lowest one has room for.
+    double unit =
+        std::ldexp(1.0, std::max(std::ilogb(lowest), std::numeric_limits<float>::min_exponent - 1) - 23);
+    if (sum != 0.0)
+        unit = std::min(unit, unitOf(sum));
+    const double most = static_cast<double>(std::bit_cast<float>(floats.highest));
+    return std::abs(sum) + most * static_cast<double>(floats.count) < 0x1p52 * unit;
+}
+
+/// Sum of the selected samples of a mono image, each rounded after each addition, and their number.
+template <class T>
+std::array<double, 2> sumOf(const SxImageBuf& src, const SxImageBuf& mask)
+{
+    return wideSums<T>(src, mask, std::array<double, 2>{});
+}
+
+/// Floats are added in any order as long as that is exact.
+template <>
+std::array<double, 2> sumOf<float>(const SxImageBuf& src, const SxImageBuf& mask)
+{
+    const SumFloats sumRow = sumFloats();
+    std::array<double, 2> total{};
+    int y = 0;
+    for (; y < src.height; ++y) {
+        const FloatSum row = sumRow(rowOf(src, y), rowOf(mask, y), src.width);
+        if (!addExactly(total[0], row))
+            break;
+        total[0] += row.sum;
+        total[1] += static_cast<double>(row.count);
+    }
+    for (; y < src.height; ++y)
+        addSamples<float>(rowOf(src, y), rowOf(mask, y), src.width, total);
+    return total;
+}
+
 /// Mean and population deviation of a mono image in two passes over the selected samples.
 template <class T>
 Spread spreadOf(const SxImageBuf& src, const SxImageBuf& mask)
@@ -123,7 +180,7 @@ Spread spreadOf(const SxImageBuf& src, const SxImageBuf& mask)
         mean = meanOf<T>(total);
         squares = sumOfSquares<T>(src, mask, mean, total.highest);
     } else {
-        const std::array<double, 2> total = wideSums<T>(src, mask, std::array<double, 2>{});
+        const std::array<double, 2> total = sumOf<T>(src, mask);
         mean = total.front();
         count = total.back();
         mean /= count;
@@ -133,10 +190,9 @@ Spread spreadOf(const SxImageBuf& src, const SxImageBuf& mask)
     return {mean, count != 0.0 ? std::sqrt(squares / count) : 0.0};
 }
 
-template <class T, class Sums>
-void wideMeans(const SxImageBuf& src, const SxImageBuf& mask, const Sums& room, double* means)
+template <class Sums>
+void meansOf(const Sums& sums, double* means)
 {
-    const Sums sums = wideSums<T>(src, mask, room);
     std::transform(sums.begin(), sums.end() - 1, means, [&](double sum) { return sum / sums.back(); });
 }
 
@@ -149,12 +205,12 @@ void channelMeans(const SxImageBuf& src, const SxImageBuf& mask, double* means)
         addMasked<T>(src, mask, sums);
         std::transform(sums.begin(), sums.end(), means, meanOf<T>);
     } else if (isMono(src)) {
-        wideMeans<T>(src, mask, std::array<double, 2>{}, means);
+        meansOf(sumOf<T>(src, mask), means);
     } else if (src.channels == 3) {
-        wideMeans<T>(src, mask, std::array<double, 4>{}, means);
+        meansOf(wideSums<T>(src, mask, std::array<double, 4>{}), means);
     } else {
-        wideMeans<T>(src, mask, std::vector<double>(static_cast<std::size_t>(std::max(src.channels, 0)) + 1),
-                     means);
+        const auto channels = static_cast<std::size_t>(std::max(src.channels, 0));
+        meansOf(wideSums<T>(src, mask, std::vector<double>(channels + 1)), means);
     }
 }
 

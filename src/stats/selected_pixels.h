@@ -36,25 +36,31 @@ inline double addend(double value, bool isSelected)
     return std::bit_cast<double>(std::bit_cast<std::uint64_t>(value) & (0U - std::uint64_t{isSelected}));
 }
 
-/// Sums of interleaved channels of wide samples, each rounded after each addition, and behind them the number of selected
-/// pixels. `sums` has room for these; where the compiler knows how many, they stay in registers.
+/// Adds the selected samples of a row of interleaved channels, each sum rounded after each addition, and behind the sums
+/// the number of selected pixels. Where the compiler knows how many there are, they stay in registers.
 template <class T, class Sums>
-Sums wideSums(const SxImageBuf& src, const SxImageBuf& mask, Sums sums)
+[[gnu::always_inline]] inline void addSamples(const std::uint8_t* row, const std::uint8_t* mask,
+                                              std::int64_t width, Sums& sums)
 {
     const std::size_t channels = sums.size() - 1;
     std::int64_t count = 0;
-    for (std::int64_t y = 0; y < src.height; ++y) {
-        const std::uint8_t* const row = rowOf(src, y);
-        forEachNearSelected(rowOf(mask, y), src.width, [&](std::int64_t x, bool isSelected) {
-            const std::int64_t first = x * static_cast<std::int64_t>(channels);
-            for (std::size_t c = 0; c < channels; ++c) {
-                const T sample = loadSample<T>(row, first + static_cast<std::int64_t>(c));
-                sums[c] += addend(static_cast<double>(sample), isSelected);
-            }
-            count += isSelected ? 1 : 0;
-        });
-    }
-    sums[channels] = static_cast<double>(count);
+    forEachNearSelected(mask, width, [&](std::int64_t x, bool isSelected) {
+        const std::int64_t first = x * static_cast<std::int64_t>(channels);
+        for (std::size_t c = 0; c < channels; ++c) {
+            const T sample = loadSample<T>(row, first + static_cast<std::int64_t>(c));
+            sums[c] += addend(static_cast<double>(sample), isSelected);
+        }
+        count += isSelected ? 1 : 0;
+    });
+    sums[channels] += static_cast<double>(count);
+}
+
+/// Such sums over all rows. `sums` has room for them.
+template <class T, class Sums>
+Sums wideSums(const SxImageBuf& src, const SxImageBuf& mask, Sums sums)
+{
+    for (std::int64_t y = 0; y < src.height; ++y)
+        addSamples<T>(rowOf(src, y), rowOf(mask, y), src.width, sums);
     return sums;
 }
 
