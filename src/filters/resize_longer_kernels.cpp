@@ -61,7 +61,7 @@ void Along(const std::uint8_t* row, std::span<const ResizeLongerGroup> groups, f
     }
 }
 
-/// Two results of each pair of rows: in doubles, whose sums are exact.
+/// The results of a block in doubles, whose sums are exact.
 HWY_INLINE void ExactBytes(const float* first, const float* second, float firstWeight, float secondWeight,
                            const ResizeScale& scale, std::uint8_t* results) noexcept
 {
