@@ -66,9 +66,9 @@ NOTES = """
   pictures are 5 dB worse; see [demosaicing](demosaicing.md).
 - **Spots of 8 bits**: the flat field is the part that is behind. Its quotients are exact; OpenCV divides in single precision.
   Otsu's threshold and the comparison are ahead.
-- **Padding and thresholds** run at the speed of memory, as OpenCV's do, and differ only by the cost of the call. On
-  small pictures a call takes 4 microseconds more than its operation. On large ones, whose samples drive the interpreter
-  out of the caches, it takes 10 to 20, where OpenCV's takes 6: a twentieth of the time of a threshold.
+- **Thresholds** run at the speed of memory, as OpenCV's do, and differ only by the cost of the call. On small pictures
+  a call takes 2 to 4 microseconds more than its operation. On large ones, whose samples drive the interpreter out of the
+  caches, it takes 10 to 20, where OpenCV's takes 6: a twentieth of the time of a threshold.
 """
 
 
