@@ -25,7 +25,7 @@ hwy::HWY_NAMESPACE::Vec<hwy::HWY_NAMESPACE::Rebind<T, D>> TruncatedTo(D, hwy::HW
 
 /// Bytes are rounded to the nearest whole number in floats. With 1/4 added to the sum that is what the truncated product
 /// is, which is larger by 1/2: that one stays away from whole numbers by more than roundings move it.
-constexpr float nearestOffset = 0.25F;
+inline constexpr float nearestOffset = 0.25F;
 
 /// The whole numbers nearest to sum * scale, with the greatest distance of one from its product in `farthest`. `rounder` is
 /// added and leaves the number in the lowest byte.
