@@ -1,7 +1,9 @@
 #include "support/bench_image.h"
 #include "support/rows.h"
 
+#include <ko/cpp.h>
 #include <ko/image.h>
+#include <ko/masks.h>
 
 #include <opencv2/core.hpp>
 
@@ -25,6 +27,25 @@ Work allocate(int size, bool cleared)
                      if (cleared)
                          image.setTo(0);
                  }},
+    };
+}
+
+/// An operation into a result that is allocated for it and then released.
+Work binarizeIntoNew(int size)
+{
+    const BenchImage src({.size = size}, Scene::Camera);
+    return {
+        .ours =
+            [=] {
+                Image result(size, size, 1, UInt8, 8);
+                return Binarize(src, result, 255);
+            },
+        .peer = {"new Mat + compare NE",
+                 [=, in = src.mat()] {
+                     cv::Mat result;
+                     cv::compare(in, 0, result, cv::CMP_NE);
+                 }},
+        .limit = {.read = src.pixelBytes(), .written = src.pixelBytes()},
     };
 }
 
@@ -59,6 +80,7 @@ Work takeChannel(int size)
 const Rows rows{
     {"AllocBuffer", "U8", [](int size) { return allocate(size, false); }},
     {"AllocBuffer", "U8 cleared", [](int size) { return allocate(size, true); }},
+    {"Binarize into a new image", "U8", &binarizeIntoNew, 8192},
     {"CopyBuffer", "U16", &copyRectangle},
     {"CopyChannel RGB to mono", "U8", &takeChannel<UInt8>},
     {"CopyChannel RGB to mono", "U16", &takeChannel<UInt16>},

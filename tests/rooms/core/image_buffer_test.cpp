@@ -8,7 +8,10 @@
 
 #include <algorithm>
 #include <cstring>
+#include <fstream>
 #include <limits>
+#include <sstream>
+#include <string>
 #include <thread>
 
 namespace ko::test {
@@ -38,6 +41,23 @@ bool isZero(const std::uint8_t* bytes, std::size_t count)
 bool isAligned(const SxImageBuf& image)
 {
     return reinterpret_cast<std::uintptr_t>(image.data) % 64 == 0;
+}
+
+/// What the system notes about the pages around an address; empty where it does not tell.
+std::string memoryFlagsAt(const std::uint8_t* address)
+{
+    const auto wanted = reinterpret_cast<std::uintptr_t>(address);
+    std::ifstream maps("/proc/self/smaps");
+    bool isHere = false;
+    for (std::string line; std::getline(maps, line);) {
+        std::uintptr_t first = 0, end = 0;
+        char dash = ' ';
+        if (std::istringstream(line) >> std::hex >> first >> dash >> end && dash == '-')
+            isHere = first <= wanted && wanted < end;
+        else if (isHere && line.starts_with("VmFlags:"))
+            return line;
+    }
+    return {};
 }
 
 struct Request {
@@ -131,6 +151,17 @@ TEST(AllocBufferValues, ClearReusedMemory)
         std::memset(image.data, 0xFF, imageByteSize(image));
         FreeBuffer(image);
     }
+}
+
+TEST(AllocBufferValues, LieOnHugePagesWhereTheyAreLarge)
+{
+    SxImageBuf image;
+    ASSERT_EQ(AllocBuffer(image, 8192, 8192, 1, UInt8, 0, 8, Interleaved, false, CompressionNone), ResultOk);
+    const std::string flags = memoryFlagsAt(image.data + image.stride * 4096);
+    FreeBuffer(image);
+    if (flags.empty())
+        GTEST_SKIP() << "The system does not tell how memory is mapped.";
+    EXPECT_NE(flags.find(" hg"), std::string::npos) << flags;
 }
 
 TEST(AllocBufferValues, OfImagesWithoutPixelsHaveAnAddress)
