@@ -57,10 +57,12 @@ ResultCode allocate(SxImageBuf& image, bool cleared) noexcept
     const std::size_t pixels = imageByteSize(laidOut);
     const std::uint64_t bytes = std::uint64_t{pixels} + slack + sizeof(BlockSize) + alignment;
     void* block = cleared ? nullptr : takeSpareBlock(bytes);
-    if (block == nullptr)
+    if (block == nullptr) {
         block = obtainMemory(bytes, cleared);
-    if (block == nullptr)
-        return ResultFailed;
+        if (block == nullptr)
+            return ResultFailed;
+        askForHugePages(block, bytes);
+    }
     std::memcpy(block, &bytes, sizeof(bytes));
     const std::uint64_t blockAddress = std::bit_cast<std::uintptr_t>(block);
     const std::uint64_t lead = alignment - (blockAddress + sizeof(BlockSize)) % alignment + sizeof(BlockSize);

@@ -26,8 +26,15 @@ bool isGranted() noexcept
     return left != 0;
 }
 
-/// Lets the system use huge pages for the whole ones in a block. A fresh page takes longer than most operations take
-/// for its bytes, whether it is small or five hundred times as large.
+}  // namespace
+
+void* obtainMemory(std::uint64_t bytes, bool zeroed) noexcept
+{
+    if (bytes >= beyondAnyMemory || !isGranted())
+        return nullptr;
+    return zeroed ? std::calloc(bytes, 1) : std::malloc(bytes);
+}
+
 void askForHugePages([[maybe_unused]] void* block, [[maybe_unused]] std::size_t bytes) noexcept
 {
 #ifdef MADV_HUGEPAGE
@@ -38,18 +45,6 @@ void askForHugePages([[maybe_unused]] void* block, [[maybe_unused]] std::size_t 
     // Where the system has none, the block stays as it is.
     static_cast<void>(madvise(block, bytes / hugePage * hugePage, MADV_HUGEPAGE));
 #endif
-}
-
-}  // namespace
-
-void* obtainMemory(std::uint64_t bytes, bool zeroed) noexcept
-{
-    if (bytes >= beyondAnyMemory || !isGranted())
-        return nullptr;
-    void* const block = zeroed ? std::calloc(bytes, 1) : std::malloc(bytes);
-    if (block != nullptr)
-        askForHugePages(block, bytes);
-    return block;
 }
 
 void refuseMemoryAfter(std::int64_t successes) noexcept

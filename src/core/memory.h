@@ -7,9 +7,13 @@
 namespace ko {
 
 /// A block from the heap, zeroed or undefined; null when there is not enough memory. Large zeroed blocks come
-/// as untouched zero pages, so that clearing costs nothing until they are used. Blocks of 8 MiB and more lie on
-/// huge pages where the system has some. Release with `std::free`.
+/// as untouched zero pages, so that clearing costs nothing until they are used. Release with `std::free`.
 void* obtainMemory(std::uint64_t bytes, bool zeroed) noexcept;
+
+/// Lets the system put a block of 8 MiB or more on huge pages. A fresh page takes longer than most operations take for
+/// its bytes, whether it is small or five hundred times as large. For memory that is used as a whole: of a table with
+/// few entries in use, a huge page around each would become real.
+void askForHugePages(void* block, std::size_t bytes) noexcept;
 
 /// For tests: lets the next `successes` calls of `obtainMemory` succeed and all later ones fail, until it is
 /// called again. With a negative number none fails; a process starts that way.
