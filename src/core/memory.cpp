@@ -39,7 +39,7 @@ void askForHugePages([[maybe_unused]] void* block, [[maybe_unused]] std::size_t 
 {
 #ifdef MADV_HUGEPAGE
     constexpr std::size_t hugePage = std::size_t{1} << 21;
-    // Smaller blocks lie on one or two at best.
+    // Of smaller blocks too much lies beside whole huge pages.
     if (bytes < 4 * hugePage || std::align(hugePage, hugePage, block, bytes) == nullptr)
         return;
     // Where the system has none, the block stays as it is.

@@ -10,8 +10,8 @@ namespace ko {
 /// as untouched zero pages, so that clearing costs nothing until they are used. Release with `std::free`.
 void* obtainMemory(std::uint64_t bytes, bool zeroed) noexcept;
 
-/// Lets the system put a block of 8 MiB or more on huge pages. A fresh page takes longer than most operations take for
-/// its bytes, whether it is small or five hundred times as large. For memory that is used as a whole: of a table with
+/// Lets the system put a block of 8 MiB or more on huge pages. The first use of each page is a fault, and for small
+/// pages it takes longer than most operations take for their bytes. For memory that is used as a whole: of a table with
 /// few entries in use, a huge page around each would become real.
 void askForHugePages(void* block, std::size_t bytes) noexcept;
 
